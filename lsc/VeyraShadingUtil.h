@@ -24,7 +24,7 @@
 #include "lsc/Mutex.h"
 #include "platform/SensorProvider.h"
 
-// What the version script (lsc/exports.map) lists; everything else in the library is hidden.
+// Visible to the version script (lsc/exports.map), which decides what the library offers.
 #define LSC_EXPORT __attribute__((visibility("default")))
 
 static_assert(sizeof(unsigned long) == 8, "timestamps cross the interface as unsigned long: 64-bit systems only");
@@ -57,14 +57,14 @@ constexpr int kSensorSlotCount = 14;
 //
 // Every operation may be called from several threads at once, and none of them throws. Bad input gives a false or 0
 // result or an untouched output, with a message where the host can do something about it.
-class VeyraShadingUtil {
+class LSC_EXPORT VeyraShadingUtil {
  public:
   class VeyraSensorData;
   class VeyraSensorMonitor;
 
   // Reads the system properties into the globals and the sensor map from the hardware configuration. Cannot fail: what
   // is missing leaves its default.
-  LSC_EXPORT VeyraShadingUtil();
+  VeyraShadingUtil();
 
   VeyraShadingUtil(VeyraShadingUtil const&) = delete;
   VeyraShadingUtil& operator=(VeyraShadingUtil const&) = delete;
@@ -73,46 +73,46 @@ class VeyraShadingUtil {
   // record; 1 when there is no valid record. `multiTableIndex` is written on every path. Settled once per camera, then
   // answered from a cache without a lock; a dump file that does not open settles nothing. A mask that names none of the
   // kSensorSlotCount cameras gives 1.
-  LSC_EXPORT virtual void VeyraGetMultiTableIndex(int& multiTableIndex, int sensorDev);
+  virtual void VeyraGetMultiTableIndex(int& multiTableIndex, int sensorDev);
 
   // Copies the camera module's PNC calibration block to `out`: L - 1 bytes, where L is the length that the hardware
   // configuration gives for the block (2341 on a phone: 9 rows of 130 16-bit values and the valid byte). `out` must
   // hold them. A block that is marked invalid comes as the default fill, 0x2000 in every value. Without a
   // configuration, a dump file or a usable length (4k or 4k + 1, at least 4; at least 2341 when the rows are to be
   // mirrored), and for a mask that names no camera, `out` stays untouched.
-  LSC_EXPORT virtual void VeyraGetPNCCaliData(void* out, int sensorDev);
+  virtual void VeyraGetPNCCaliData(void* out, int sensorDev);
 
   // Releases the monitors, last registered first, which ends their sensors.
   virtual ~VeyraShadingUtil();
 
   // RegisterSensorMonitor, then StartSensorMonitor; each takes and releases mMonitorMutex. False when either is.
-  LSC_EXPORT virtual bool RegisterAndStartSensorMonitor(int sensorId, int sensorType);
+  virtual bool RegisterAndStartSensorMonitor(int sensorId, int sensorType);
 
   // Creates a monitor with an empty history for a camera of the sensor map. True as well when the sensorId or the
   // sensorType already has one, which stays as it is. False for -1 in either and for a camera not in the map.
-  LSC_EXPORT virtual bool RegisterSensorMonitor(int sensorId, int sensorType);
+  virtual bool RegisterSensorMonitor(int sensorId, int sensorType);
 
   // Starts the monitor that has this sensorId or this sensorType: the platform's answer, true when the platform has no
   // provider (the monitor then stays silent), false when no monitor matches.
-  LSC_EXPORT virtual bool StartSensorMonitor(int sensorId, int sensorType);
+  virtual bool StartSensorMonitor(int sensorId, int sensorType);
 
   // Ends the sensor of the monitor that has this sensorId or this sensorType and destroys the monitor, its history and
   // its rolling-shutter time.
-  LSC_EXPORT virtual void StopSensorMonitor(int sensorId, int sensorType);
+  virtual void StopSensorMonitor(int sensorId, int sensorType);
 
   // Files the samples that the platform has gathered for the camera under `frameNumber`; call it once per frame.
   // `timestamp` (ns) is only reported.
-  LSC_EXPORT virtual void UpdateSensorData(int sensorId, unsigned int frameNumber, unsigned long timestamp);
+  virtual void UpdateSensorData(int sensorId, unsigned int frameNumber, unsigned long timestamp);
 
   // Asks the sensor driver (without a lock held) for the rolling-shutter time of the mode and keeps it with the
   // camera's monitor, if there is one. Returns the time in ns; 0 when the driver did not answer.
-  LSC_EXPORT virtual unsigned int StoreRollingShutter(int sensorId, unsigned int sensorMode);
+  virtual unsigned int StoreRollingShutter(int sensorId, unsigned int sensorMode);
 
   // The kept rolling-shutter time in ns; 0 when there is no monitor or nothing was stored since its registration.
-  LSC_EXPORT virtual unsigned int QueryRollingShutter(int sensorId);
+  virtual unsigned int QueryRollingShutter(int sensorId);
 
   // Whether the sensor map lists the camera. Takes no lock.
-  LSC_EXPORT virtual bool IsSupportSensor(int sensorId);
+  virtual bool IsSupportSensor(int sensorId);
 
   // The lens position that held while the frame was read out: on success (*outOisX)[0] and (*outOisY)[0], in the unit
   // of the samples, and a second element 0.0 in each. When nothing can be matched both stay as they were, so that the
@@ -121,30 +121,30 @@ class VeyraShadingUtil {
   // `oisMatched` belongs to the caller and is set to 1 when a sample was found at the start of the frame. While it is
   // non-zero, a frame without such a sample takes its position from the oldest end of the window of samples, which may
   // be half a second old; a caller that would rather keep the last position clears it before each frame.
-  LSC_EXPORT virtual void CalcOISValue(CustShadingType type, CalcOISValueInput& input, std::vector<double>* outOisX,
-                                       std::vector<double>* outOisY, unsigned int const& frameId, int const& sensorId,
-                                       int& oisMatched);
+  virtual void CalcOISValue(CustShadingType type, CalcOISValueInput& input, std::vector<double>* outOisX,
+                            std::vector<double>* outOisY, unsigned int const& frameId, int const& sensorId,
+                            int& oisMatched);
 
   // Mirrors the 9 rows of 130 16-bit values at `data`: value 0 of a row stays, values 1 to 129 are reversed. Bytes from
   // 2340 on stay, and a `length` (bytes) below 2340 or a null `data` changes nothing.
-  LSC_EXPORT void VeyraSwapPNCCaliData(char* data, int length);
+  void VeyraSwapPNCCaliData(char* data, int length);
 
   // Replaces `samples` by the 100 buffered samples around `timestamp` (ns), or, when that is 0, by the samples of
   // `frameNumber`; leaves it as it was when there are none.
-  LSC_EXPORT void QuerySensorData(std::vector<NSCam::Utils::SensorData>& samples, int sensorId,
-                                  unsigned int frameNumber, unsigned long timestamp);
+  void QuerySensorData(std::vector<NSCam::Utils::SensorData>& samples, int sensorId, unsigned int frameNumber,
+                       unsigned long timestamp);
 
   // Whether the camera is in the sensor map and has a monitor, started or not.
-  LSC_EXPORT bool IsEnabled(int sensorId);
+  bool IsEnabled(int sensorId);
 
   // The one object; null until createInstance made it. Written with mSingleMutex held and release ordering, so that a
   // thread that reads it with acquire ordering needs no lock.
-  LSC_EXPORT static VeyraShadingUtil* mSingleInstance;
-  LSC_EXPORT static lsc::Mutex mSingleMutex;
+  static VeyraShadingUtil* mSingleInstance;
+  static lsc::Mutex mSingleMutex;
 
  private:
   void ReadProperties();
-  void ReadSensorMap();
+  void ReadSensorMap(char const* caller);  // messages bear the name of `caller`
 
   // The first registered monitor that has the sensorId, or either of the pair; null when there is none.
   VeyraSensorMonitor* FindMonitor(int sensorId) const LSC_REQUIRES(mMonitorMutex);
@@ -176,16 +176,16 @@ class VeyraShadingUtil::VeyraSensorData {
   // Sorts `batch` and files it as the newest entry; the oldest goes when there are too many. A batch that begins before
   // the newest entry ended is merged with it and both are cut at the midpoint between the two times, so `batch` then
   // holds the part that became the new entry. A batch that begins before the newest entry did is not stored.
-  LSC_EXPORT void pushValue(unsigned int frameNumber, Samples& batch) LSC_EXCLUDES(mDataMutex);
+  void pushValue(unsigned int frameNumber, Samples& batch) LSC_EXCLUDES(mDataMutex);
 
   // Replaces `out` by the samples of the newest entry of that number; as it was when there is none. Takes no lock: the
   // caller keeps pushValue and clear away, as mMonitorMutex does.
-  LSC_EXPORT void getDataByFrame(unsigned int frameNumber, Samples& out) const;
+  void getDataByFrame(unsigned int frameNumber, Samples& out);
 
   // Replaces `out` by 100 samples in the order of time: 50 before the first one at or after `time` (ns), that one and
   // the 49 after it, moved to stay within what is buffered. `out` is as it was when no sample is at or after `time`, or
   // fewer than 100 are buffered. Times are compared as unsigned values, so one before 0 is later than all others.
-  LSC_EXPORT void getDataByTimestamp(unsigned long time, Samples& out) LSC_EXCLUDES(mDataMutex);
+  void getDataByTimestamp(unsigned long time, Samples& out) LSC_EXCLUDES(mDataMutex);
 
   void clear() LSC_EXCLUDES(mDataMutex);
 
@@ -210,15 +210,15 @@ class VeyraShadingUtil::VeyraSensorMonitor {
 
   // Obtains a provider and asks it for samples. False only when the platform refused; a monitor without a provider
   // stays silent, and tries again at the next call.
-  LSC_EXPORT bool enableSensor();
+  bool enableSensor();
 
-  LSC_EXPORT void disableSensor();
+  void disableSensor();
 
   // Pulls the batch and files it under `frameNumber`. `frameTime` (ns) is only reported.
-  LSC_EXPORT void updateSensorData(unsigned int frameNumber, unsigned long frameTime);
+  void updateSensorData(unsigned int frameNumber, unsigned long frameTime);
 
   // By time (ns) when that is not 0, else by frame number when that is not 0; `out` is replaced or as it was.
-  LSC_EXPORT void getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber, unsigned long time);
+  void getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber, unsigned long time);
 
   bool isFor(int sensorId) const { return mSensorId == sensorId; }
   bool isForEither(int sensorId, int sensorType) const { return mSensorId == sensorId || mSensorType == sensorType; }

@@ -1,0 +1,27 @@
+// One position from a span.
+#pragma once
+
+#include <optional>
+
+#include "lsc/ois/HallTable.h"
+#include "lsc/ois/ReadoutSpan.h"
+
+namespace lsc {
+
+// Values of the property that selects the calculation; every other value calculates nothing.
+enum HallMode : int { kHallMean = 1, kHallMaximum = 2, kHallMiddle = 3, kHallLast = 4 };
+
+struct HallPosition {
+  float x;
+  float y;
+};
+
+// Whether the mode looks at every entry of the span.
+constexpr bool UsesEveryEntry(int mode) { return mode == kHallMean || mode == kHallMaximum; }
+
+// The position of a span of at least one entry, in single precision: the mean (summed in the order of the entries), the
+// maximum of each axis (a value replaces the current one unless that is greater), the middle entry or the last one.
+// nullopt for a mode that calculates nothing.
+std::optional<HallPosition> ReduceSpan(HallTable const& table, Span span, int mode);
+
+}  // namespace lsc
