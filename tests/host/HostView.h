@@ -1,0 +1,46 @@
+// The library as a host sees it that has nothing but the shared object and the order of its table. No header of the
+// library is included here or where this is used.
+#pragma once
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+struct FrameInput {
+  std::uint64_t timestampNs[3];
+  std::uint64_t exposureNs[3];
+};
+
+class ShadingTable {
+ public:
+  virtual void MultiTableIndex(int& index, int mask) = 0;
+  virtual void PncCalibration(void* out, int mask) = 0;
+  virtual ~ShadingTable() = default;  // two entries
+  virtual bool RegisterAndStart(int sensorId, int sensorType) = 0;
+  virtual bool Register(int sensorId, int sensorType) = 0;
+  virtual bool Start(int sensorId, int sensorType) = 0;
+  virtual void Stop(int sensorId, int sensorType) = 0;
+  virtual void Update(int sensorId, unsigned int frame, unsigned long timestampNs) = 0;
+  virtual unsigned int StoreRollingShutter(int sensorId, unsigned int mode) = 0;
+  virtual unsigned int QueryRollingShutter(int sensorId) = 0;
+  virtual bool IsSupported(int sensorId) = 0;
+  virtual void Calc(std::int32_t type, FrameInput& input, std::vector<double>* x, std::vector<double>* y,
+                    unsigned int const& frame, int const& sensorId, int& matched) = 0;
+};
+
+struct SharedObject {
+  SharedObject() : handle(dlopen(LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL)) { EXPECT_NE(handle, nullptr) << dlerror(); }
+
+  template <typename T>
+  T Find(char const* name) const {
+    void* const symbol = dlsym(handle, name);
+    EXPECT_NE(symbol, nullptr) << name;
+    return reinterpret_cast<T>(symbol);
+  }
+
+  ShadingTable* Create() const { return Find<ShadingTable* (*)()>("createInstance")(); }
+
+  void* handle;
+};
