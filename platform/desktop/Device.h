@@ -66,7 +66,8 @@ constexpr std::size_t kFaultCount = 6;
 
 // The one device of the process. It plays the built-in device until Configure is called, or the device in the directory
 // that the environment variable VCAM_DEVICE names (read at the first use; a device that cannot be read ends the process
-// with a message and exit code 3, as it would otherwise play something that nobody asked for).
+// with a message and exit code 3, as it would otherwise play something that nobody asked for). It outlives every other
+// object of the process, so that what is destroyed last can still log.
 //
 // Every operation may be called from any thread.
 class Device {
@@ -77,10 +78,12 @@ class Device {
   void Configure(DeviceSettings settings);
   DeviceSettings Settings() const;
 
-  // Back to the built-in device, nothing queued, nothing recorded, recording off, no fault.
+  // Back to the built-in device, nothing queued, nothing recorded, recording and listening off, no fault. Image sensors
+  // that are open stay open.
   void Reset();
 
-  // The time that the driver reports for this mode from now on, in ns.
+  // The time that the driver reports for this mode from now on, in ns. Does nothing for a sensorId that the device does
+  // not have.
   void SetRollingShutter(std::int32_t sensorId, std::uint32_t mode, std::uint32_t rollingShutterNs);
 
   // Adds samples, in the order of delivery, to what the provider of this name hands out at its next pull.
@@ -95,14 +98,17 @@ class Device {
   void RecordLog(bool on);
   std::vector<LogMessage> TakeLog();
 
-  // Calls `listener` for every message, on the thread that logs, one at a time; it must not call the Device. An empty
-  // function ends it.
+  // Calls `listener` for every message, on the thread that logs, one at a time; it must not throw, and must not call
+  // the Device. An empty function ends it; no call is under way once that has returned.
   void ListenToLog(std::function<void(LogMessage const&)> listener);
 
   // Keeps a line for every platform call (docs/device-file.md lists their texts), with the questions to the logging
   // library only when `loggingToo` is set. Off at first.
   void RecordCalls(bool on, bool loggingToo = false);
   std::vector<std::string> TakeCalls();
+
+  // How many image sensors were opened and not released yet.
+  int OpenSensorHandles() const;
 
   // What the platform libraries ask and report; not for hosts.
   struct Backstage;
