@@ -24,15 +24,14 @@ std::string Write(char const* file, std::string const& text) {
   return stream ? std::string() : Because(file);
 }
 
-// A mount namespace in which nothing that is mounted reaches other processes.
+// A mount namespace in which nothing that is mounted reaches other processes. Root does not need a user namespace of
+// its own, but may lack the right all the same, in a container for instance.
 std::string EnterPrivateNamespace() {
   uid_t const user = geteuid();
   gid_t const group = getegid();
-  if (user == 0) {
-    if (unshare(CLONE_NEWNS) != 0) return Because("no private mount namespace");
-  } else {
+  if (unshare(CLONE_NEWNS) != 0) {
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
-      return Because("no private mount namespace without root (run as root, or allow user namespaces)");
+      return Because("no private mount namespace (needs root or user namespaces)");
     }
     auto const same = [](auto id) { return std::to_string(id) + " " + std::to_string(id) + " 1"; };
     if (auto error = Write("/proc/self/setgroups", "deny"); !error.empty()) return error;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/desktop/Backstage.h"
+#include "platform/desktop/BuiltInCalibration.h"
 #include "platform/desktop/DeviceFile.h"
 
 namespace desktop {
@@ -42,6 +43,7 @@ DeviceSettings BuiltInDevice() {
   }
   settings.sensors[0].rollingShutterNs = {{0, 15'980'096}, {1, 33'000'000}};
   settings.sensors[2].rollingShutterNs = {{0, 20'000'000}};
+  AddBuiltInCalibration(settings);
   return settings;
 }
 

@@ -39,7 +39,7 @@ struct DeviceSettings {
 };
 
 // The device that is played when nobody says otherwise: two cameras with OIS (sensor 0 with type 3, sensor 2 with
-// type 5), the front camera without.
+// type 5), the others without, and calibration for all seven (BuiltInCalibration.h).
 DeviceSettings BuiltInDevice();
 
 enum class Sink { kSystemLog, kFile };

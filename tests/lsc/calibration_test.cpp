@@ -42,6 +42,7 @@ class Calibration : public PlayedDevice {
   Calibration() {
     for (auto const& entry : fs::directory_iterator(CalibrationDirectory())) fs::remove_all(entry);
     UseFileSinkOnly();
+    ForgetConfiguration();
   }
   ~Calibration() override {
     for (auto const& entry : fs::directory_iterator(CalibrationDirectory())) fs::remove_all(entry);

@@ -1,0 +1,253 @@
+// What `shadingctl calibration` says about data that are there, missing and broken.
+#include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <string>
+
+#include "tests/shadingctl/Program.h"
+
+namespace shadingctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(Calibration, BuiltInCamerasAreAsCommitted) {
+  TemporaryDirectory const temporary;
+  setenv("TMPDIR", temporary.path().c_str(), 1);
+  std::string const result = temporary.path() + "-result.txt";
+  Outcome const outcome = RunTool("calibration --all -o " + result);
+  EXPECT_EQ(ReadFile(result), ReadFile(GOLDEN_CALIBRATION));
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err, "");
+  fs::remove(result);
+  EXPECT_TRUE(fs::is_empty(temporary.path())) << "only the test's own files stay";
+  unsetenv("TMPDIR");
+}
+
+// 9 rows, in which value k of row r is 256 r + k, and the valid byte.
+std::string Block(char valid) {
+  std::string block;
+  for (int row = 0; row < 9; ++row) {
+    for (int k = 0; k < 130; ++k) block += {static_cast<char>(k), static_cast<char>(row)};
+  }
+  return block + valid;
+}
+
+std::string const kRecord("\x01----\x06\x81---\x07", 11);
+
+// A device of one camera, with the record at 16 and the block at 32 of its dump file.
+class PlayedCamera {
+ public:
+  PlayedCamera(std::string const& shading, int rowOrder, std::string const& file) {
+    mDirectory.Write("device.json", R"({"configuration": {"FeatureShading": {)" + shading +
+                                        R"(}}, "sensors": [{"sensorId": 0, "sensorIndex": 0, "device": 1, )"
+                                        R"("calibrationRowOrder": )" +
+                                        std::to_string(rowOrder) + "}]}");
+    if (file.empty()) return;
+    fs::create_directory(mDirectory.path() + "/eeprom");
+    mDirectory.Write("eeprom/rear_camera_eeprom_data.bin", file);
+  }
+
+  Outcome Run(std::string const& arguments) const {
+    return RunTool("calibration --device " + mDirectory.path() + " " + arguments);
+  }
+  std::string Raw() const { return mDirectory.path() + "/raw"; }
+
+ private:
+  TemporaryDirectory mDirectory;
+};
+
+std::string const kWhole = std::string(16, '\0') + kRecord + std::string(5, '\0') + Block(1);
+constexpr char const* kPlaces = R"("multiGolden[0]": 16, "PNCCaliData[0]": [32, 2341])";
+
+TEST(Calibration, SoundDataGiveExitCode0AndTheirNumbersInEveryFormat) {
+  PlayedCamera const camera(kPlaces, 0, kWhole);
+  Outcome const json = camera.Run("--format json");
+  EXPECT_EQ(json.exitCode, 0) << json.err;
+  auto const& shown = nlohmann::json::parse(json.out)["cameras"];
+  ASSERT_EQ(shown.size(), 1U);
+  EXPECT_EQ(shown[0]["table"].dump(),
+            R"({"default":null,"flag":-127,"flag_f":7,"gradient":-6,"index":3,"reason":"gradient -6 lies in -8 to -5",)"
+            R"("record":"01 2d 2d 2d 2d 06 81 2d 2d 2d 07","record_offset":16,"settled":true,"sound":true,)"
+            R"("valid_byte":1})");
+  auto const& block = shown[0]["block"];
+  EXPECT_EQ(block["rows"][8].dump(), R"({"maximum":2177,"mean":2112.5,"minimum":2048})");  // 2048 + 0 to 129
+  EXPECT_EQ(block["minimum"], 0);
+  EXPECT_EQ(block["maximum"], 2177);
+  EXPECT_EQ(block["mean"], 1088.5);  // 256 * 4 + 64.5
+  EXPECT_EQ(shown[0]["messages"].size(), 3U);
+
+  auto const csv = Lines(camera.Run("--format csv").out);
+  ASSERT_EQ(csv.size(), 2U);
+  EXPECT_EQ(csv[1],
+            "0,1,rear_camera_eeprom_data.bin,2373,3,,true,16,01 2d 2d 2d 2d 06 81 2d 2d 2d 07,1,-6,-127,7,"
+            "gradient -6 lies in -8 to -5,as stored,,32,2341,1,false,false,0,2177,1088.500,"
+            "valid; the sensor does not ask for mirrored rows,"
+            "64.500,320.500,576.500,832.500,1088.500,1344.500,1600.500,1856.500,2112.500");
+  EXPECT_EQ(Fields(csv[0]).size(), Fields(csv[1]).size());
+}
+
+TEST(Calibration, RawIsTheBlockAsHandedOut) {
+  PlayedCamera const mirrored(kPlaces, 2, kWhole);
+  EXPECT_EQ(mirrored.Run("--camera 0 --raw " + mirrored.Raw()).exitCode, 0);
+  std::string const raw = ReadFile(mirrored.Raw());
+  ASSERT_EQ(raw.size(), 2340U);
+  EXPECT_EQ(raw.substr(520, 6), std::string("\x00\x02\x81\x02\x80\x02", 6));  // values 0, 129 and 128 of row 2
+
+  PlayedCamera const none(kPlaces, 0, "");
+  Outcome const outcome = none.Run("--camera 0 --raw " + none.Raw());
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_EQ(outcome.err, "shadingctl: " + none.Raw() + ": not written, as the library hands out no block\n");
+  EXPECT_FALSE(fs::exists(none.Raw()));
+}
+
+struct BrokenCamera {
+  char const* name;
+  std::string shading;  // the keys under FeatureShading
+  std::string file;
+  char const* table;  // default: reason
+  char const* block;  // kind, default: reason
+  int rowOrder = 0;
+};
+
+std::ostream& operator<<(std::ostream& stream, BrokenCamera const& camera) { return stream << camera.name; }
+
+class BrokenCalibration : public testing::TestWithParam<BrokenCamera> {};
+
+TEST_P(BrokenCalibration, SaysWhichDefaultTheCallerGetsAndWhy) {
+  BrokenCamera const& row = GetParam();
+  PlayedCamera const camera(row.shading, row.rowOrder, row.file);
+  Outcome const outcome = camera.Run("--format json");
+  EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
+  auto const shown = nlohmann::json::parse(outcome.out)["cameras"][0];
+  auto const text = [](nlohmann::json const& part) {
+    return (part["default"].is_null() ? "" : part["default"].get<std::string>()) + ": " +
+           part["reason"].get<std::string>();
+  };
+  EXPECT_EQ(text(shown["table"]), row.table);
+  EXPECT_EQ(shown["block"]["kind"].get<std::string>() + ", " + text(shown["block"]), row.block);
+}
+
+constexpr char const* kTableOk = ": gradient -6 lies in -8 to -5";
+constexpr char const* kBlockOk = "as stored, : valid; the sensor does not ask for mirrored rows";
+
+std::string PlacesWithLength(char const* length) {
+  return std::string(R"("multiGolden[0]": 16, "PNCCaliData[0]": [32, )") + length + "]";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BrokenCalibration,
+    testing::Values(
+        BrokenCamera{"NoFeature", "", kWhole, "table 1: the device's configuration has no feature FeatureShading",
+                     "untouched, the caller's buffer stays as it was: the device's configuration has no feature "
+                     "FeatureShading"},
+        BrokenCamera{"NoKeys", R"("multiGolden[1]": 16, "PNCCaliData[0]": 32)", kWhole,
+                     "table 1: the device's configuration has no offset under multiGolden[0]",
+                     "untouched, the caller's buffer stays as it was: the device's configuration has no offset and "
+                     "length under PNCCaliData[0]"},
+        BrokenCamera{"NoFile", kPlaces, "", "table 1: the dump file cannot be opened: No such file or directory",
+                     "untouched, the caller's buffer stays as it was: the dump file cannot be opened: No such file or "
+                     "directory"},
+        BrokenCamera{"RecordCut", kPlaces, kWhole.substr(0, 22),
+                     ": gradient +6 lies in 5 to 8; the file (22 bytes) holds 6 of the record's 11 bytes, the others "
+                     "read as 0",
+                     "default fill, 0x2000 in every value: the block is bytes 32 to 2372, the file has 22: its valid "
+                     "byte reads as 0"},
+        BrokenCamera{"RecordMissing", R"("multiGolden[0]": 2147483647, "PNCCaliData[0]": [-1, 2341])", kWhole,
+                     "table 1: the record is invalid: byte 0 is 0, not 1; the file (2373 bytes) holds 0 of the "
+                     "record's 11 bytes, the others read as 0",
+                     "default fill, 0x2000 in every value: the block is bytes -1 to 2339, the file has 2373: its valid "
+                     "byte reads as 0"},
+        BrokenCamera{"RecordInvalid", kPlaces, std::string(32, '\x02') + Block(1),
+                     "table 1: the record is invalid: byte 0 is 2, not 1", kBlockOk},
+        BrokenCamera{"BlockInvalid", kPlaces, kWhole.substr(0, 32) + Block('\xFE'), kTableOk,
+                     "default fill, 0x2000 in every value: the block is invalid: its valid byte is 0xfe, not 0x01"},
+        BrokenCamera{"UnusableLength", PlacesWithLength("2342"), kWhole, kTableOk,
+                     "untouched, the caller's buffer stays as it was: PNCCaliData[0] says 2342 bytes; expected 4k or "
+                     "4k + 1, at least 4"},
+        BrokenCamera{"NegativeLength", PlacesWithLength("-2147483648"), kWhole, kTableOk,
+                     "untouched, the caller's buffer stays as it was: PNCCaliData[0] says -2147483648 bytes; expected "
+                     "4k or 4k + 1, at least 4"},
+        BrokenCamera{"HugeLength", PlacesWithLength("2147483647"), kWhole, kTableOk,
+                     "not asked, none known: the library was not asked: PNCCaliData[0] says 2147483647 bytes; expected "
+                     "at most 1048576"},
+        BrokenCamera{"TooShortForTheMirror", PlacesWithLength("12"), kWhole.substr(0, 43) + '\x01', kTableOk,
+                     "untouched, the caller's buffer stays as it was: PNCCaliData[0] says 12 bytes; rows are to be "
+                     "mirrored, which needs 2341",
+                     2}),
+    [](auto const& row) { return row.param.name; });
+
+TEST(Calibration, ACameraWithoutADumpFileAndOneWithAFolderInItsPlace) {
+  TemporaryDirectory const directory;
+  directory.Write("device.json", R"({"configuration": {"FeatureShading":
+      {"multiGolden[0]": 16, "multiGolden[13]": 0, "PNCCaliData[13]": [0, 5]}}})");
+  fs::create_directories(directory.path() + "/eeprom/rear_camera_eeprom_data.bin");
+  Outcome const outcome = RunTool("calibration --format csv --device " + directory.path());
+  EXPECT_EQ(outcome.exitCode, 1);
+  auto const lines = Lines(outcome.out);
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_NE(lines[1].find("\"the record is invalid: byte 0 is 0, not 1; the file is no regular file, every byte reads "
+                          "as 0\""),
+            std::string::npos)
+      << lines[1];
+  EXPECT_EQ(
+      lines[2].rfind("13,8192,,,1,table 1,false,0,,,,,,a phone has no dump file for this sensor index,untouched,", 0),
+      0U)
+      << lines[2];
+}
+
+// Every process that this one starts is refused what the mount needs, as on a system that does not allow it.
+void RefuseNamespaces() {
+  sock_filter filter[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                          BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_unshare, 0, 1),
+                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+                          BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+  sock_fprog program = {4, filter};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) std::abort();
+  if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) std::abort();
+}
+
+TEST(Calibration, WithoutRootAndNamespacesThereIsOneLineAndExitCode3) {
+  EXPECT_EXIT(
+      {
+        RefuseNamespaces();
+        Outcome const outcome = RunTool("calibration");
+        std::fputs((outcome.out + outcome.err).c_str(), stderr);
+        std::_Exit(outcome.exitCode);
+      },
+      testing::ExitedWithCode(3),
+      "^shadingctl: no private mount namespace \\(needs root or user namespaces\\): Operation not permitted\n$");
+}
+
+TEST(Calibration, CommandLinesThatAreNotUnderstood) {
+  struct {
+    char const* arguments;
+    int exitCode;
+    char const* told;
+  } const rows[] = {{"--camera 14", 2, "--camera"},
+                    {"--camera -1", 2, "--camera"},
+                    {"--all --camera 1", 2, "excludes"},
+                    {"--raw block.bin", 2, "--camera"},
+                    {"--format xml", 2, "xml"},
+                    {"--device /no/device", 3, "/no/device/device.json: cannot be read"},
+                    {"--library /no/library.so", 3, "/no/library.so: cannot be loaded"},
+                    {"-o /dev/full", 3, "/dev/full: cannot be written"},
+                    {"--camera 0 --raw /dev/full", 3, "/dev/full: cannot be written"}};
+  for (auto const& row : rows) {
+    Outcome const outcome = RunTool(std::string("calibration ") + row.arguments);
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.arguments;
+    EXPECT_NE(outcome.err.find(row.told), std::string::npos) << outcome.err;
+  }
+}
+
+}  // namespace
+}  // namespace shadingctl

@@ -1,0 +1,256 @@
+// OIS hall dump files: read back, and refused where they are not as the library writes them.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/shadingctl/Program.h"
+
+namespace shadingctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string const kDump =
+    "frame: 42\n"
+    "\t\"OIS hall X\": -0.500000\n"
+    "\t\"OIS hall Y\": 12.250000\n"
+    "\t\"OIS hall X\": 1.000000\n"
+    "\t\"OIS hall Y\": 12.750000\n"
+    "\t\"match ois hall0 X\": 0.250000\n"
+    "\t\"match ois hall0 y\": 12.500000\n"
+    "\t\"match ois hall1 X\": 0.000000\n"
+    "\t\"match ois hall1 y\": 0.000000\n"
+    "\t\"exposure_time\": 10000\n"
+    "\t\"shutter_time\": 20000\n";
+
+constexpr char const* kCsvHeader =
+    "kind,camera,frame,printed_frame,start_of_frame_us,samples,hall0_x,hall0_y,hall1_x,hall1_y,exposure_us,shutter_us";
+
+Outcome Dumps(std::string const& arguments) { return RunTool("dumps --format csv " + arguments); }
+
+TEST(Dumps, ThePageShowsTheExampleAndHowItIsListed) {
+  std::string const page = ReadFile(DUMP_PAGE);
+  EXPECT_NE(page.find("```\n" + kDump + "```\n"), std::string::npos);
+  TemporaryDirectory const directory;
+  directory.Write("preview_camera_0_frame_42_oishall.txt", kDump);
+  std::string const table = RunTool("dumps " + directory.path()).out;
+  EXPECT_EQ(Lines(table).size(), 3U);
+  EXPECT_NE(page.find("```\n" + table + "```\n"), std::string::npos) << table;
+  auto const samples = Lines(RunTool("dumps --samples " + directory.path()).out);
+  ASSERT_EQ(samples.size(), 5U);
+  EXPECT_EQ(samples[4], std::string(59, ' ') + "1         1.000000       12.750000");
+}
+
+TEST(Dumps, FramesAreListedByCameraKindAndNumber) {
+  TemporaryDirectory const directory;
+  auto const write = [&](char const* name, char const* frame) {
+    directory.Write(name, Replaced(kDump, "frame: 42", std::string("frame: ") + frame));
+  };
+  write("preview_camera_0_frame_-2147483648_oishall.txt", "-2147483648");
+  write("preview_camera_0_frame_2147483647_oishall.txt", "2147483647");
+  write("capture_camera_0_frame_5_-7_oishall.txt", "5");
+  write("capture_camera_-1_frame_-1_999990000_oishall.txt", "-1");
+  directory.Write(
+      "preview_camera_0_frame_42_oishall.txt",
+      Replaced(Replaced(kDump, "\"OIS hall X\": 1.", "\"OIS hall X\": -340282346638528859811704183484516925440."),
+               "0.250000", "-nan"));
+  std::string const rest = ",2,0.250000,12.500000,0.000000,0.000000,10000,20000\n";
+  Outcome const outcome = Dumps(directory.path());
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_EQ(outcome.out, kCsvHeader + ("\ncapture,-1,4294967295,-1,999990000" + rest) + "preview,0,42,42,," +
+                             Replaced(rest, "0.250000", "-nan").substr(1) + "preview,0,2147483647,2147483647," + rest +
+                             "preview,0,2147483648,-2147483648," + rest + "capture,0,5,5,-7" + rest);
+  auto const json = nlohmann::json::parse(RunTool("dumps --format json " + directory.path()).out)["dumps"];
+  ASSERT_EQ(json.size(), 5U);
+  EXPECT_EQ(json[0]["start_of_frame_us"], 999990000);
+  EXPECT_EQ(json[0]["samples"].dump(), R"([{"x":-0.5,"y":12.25},{"x":1.0,"y":12.75}])");
+  EXPECT_TRUE(json[1]["hall0"]["x"].is_null());
+  EXPECT_EQ(json[1]["samples"][1]["x"], -340282346638528859811704183484516925440.0);
+}
+
+TEST(Dumps, BrokenFilesAreReportedWithTheirLineAndTheRestIsRead) {
+  std::string const longSpan = [] {
+    std::string span;
+    for (int i = 0; i < 99; ++i) span += "\t\"OIS hall X\": 1.000000\n\t\"OIS hall Y\": 1.000000\n";
+    return span;
+  }();
+  std::string const number = " and a number with six decimals, found ";
+  struct {
+    std::string text;
+    std::string message;
+  } const rows[] = {
+      {"", "1: expected 'frame: 0', as in the name, found the end of the file"},
+      {Replaced(kDump, ": 42", ": 41"), "1: expected 'frame: 1', as in the name, found 'frame: 41'"},
+      {Replaced(kDump, "\n", "\r\n"), "1: expected 'frame: 2', as in the name, found 'frame: 2\\x0d'"},
+      {kDump.substr(0, 20), R"(2: expected \t"OIS hall X":)" + number + R"('\t"OIS hall ' and the end of the file)"},
+      {kDump.substr(0, kDump.find("\t\"OIS hall X\": 1")),
+       R"(4: expected \t"OIS hall X":)" + number + "the end of the file"},
+      {Replaced(kDump, "12.250000", "12,250000"),
+       R"(3: expected \t"OIS hall Y":)" + number + R"('\t"OIS hall Y": 12,250000')"},
+      {Replaced(kDump, "12.250000", "12.25"), R"(3: expected \t"OIS hall Y":)" + number + R"('\t"OIS hall Y": 12.25')"},
+      {Replaced(kDump, "12.250000", "012.250000"),
+       R"(3: expected \t"OIS hall Y":)" + number + R"('\t"OIS hall Y": 012.250000')"},
+      {Replaced(kDump, "hall0 y", "hall0 Y"),
+       R"(7: expected \t"match ois hall0 y":)" + number + R"('\t"match ois hall0 Y": 12.500000')"},
+      {Replaced(kDump, "\t\"match ois hall0 X", longSpan + "\t\"match ois hall0 X"),
+       R"(202: expected the result after 100 samples, found '\t"OIS hall X": 1.000000')"},
+      {Replaced(kDump, ": 10000", ": 9223372036854775808"),
+       R"(10: expected \t"exposure_time": and an integer of 64 bits, found '\t"exposure_time": 9223372036854775808')"},
+      {Replaced(kDump, ": 20000", ": +1"),
+       R"(11: expected \t"shutter_time": and an integer of 32 bits, found '\t"shutter_time": +1')"},
+      {kDump.substr(0, kDump.size() - 1), R"(11: expected \t"shutter_time": and an integer of 32 bits and the line's )"
+                                          R"(end, found '\t"shutter_time": 20000' and the end of the file)"},
+      {kDump + "\n", "12: expected the end of the file, found ''"},
+  };
+  TemporaryDirectory const directory;
+  std::string expected;
+  int frame = 0;
+  std::map<std::string, std::string> messages;  // in the order of the names
+  for (auto const& row : rows) {
+    std::string const name = "preview_camera_0_frame_" + std::to_string(frame) + "_oishall.txt";
+    directory.Write(name, Replaced(row.text, "frame: 42", "frame: " + std::to_string(frame)));
+    messages[name] = row.message;
+    ++frame;
+  }
+  std::string const names =
+      "expected a name like preview_camera_0_frame_1_oishall.txt or "
+      "capture_camera_0_frame_1_2000_oishall.txt";
+  for (char const* const name :
+       {"notes.txt", "capture_camera_0_frame_1_oishall.txt", "preview_camera_0_frame_1_2_oishall.txt",
+        "preview_camera_00_frame_1_oishall.txt", "preview_camera_0_frame_2147483648_oishall.txt",
+        "preview_camera_0_frame_1_oishall.txt.tmp", "capture_camera_0_frame_1_-0_oishall.txt"}) {
+    directory.Write(name, kDump);
+    messages[name] = "1: " + names;
+  }
+  fs::create_directory(directory.path() + "/capture_camera_0_frame_1_2_oishall.txt");
+  messages["capture_camera_0_frame_1_2_oishall.txt"] = "1: expected a regular file";
+  for (auto const& [name, message] : messages) expected += directory.path() + "/" + name + ":" + message + "\n";
+
+  directory.Write("preview_camera_9_frame_42_oishall.txt", kDump);
+  Outcome const outcome = Dumps(directory.path());
+  EXPECT_EQ(outcome.err, expected);
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_EQ(outcome.out,
+            kCsvHeader + std::string("\npreview,9,42,42,,2,0.250000,12.500000,0.000000,0.000000,10000,20000\n"));
+}
+
+TEST(Dumps, AFileCutAnywhereIsNotTakenForAWholeOne) {
+  TemporaryDirectory const directory;
+  for (std::size_t size = 0; size <= kDump.size(); ++size) {
+    directory.Write("preview_camera_" + std::to_string(size) + "_frame_42_oishall.txt", kDump.substr(0, size));
+  }
+  Outcome const outcome = Dumps(directory.path());
+  EXPECT_EQ(Lines(outcome.err).size(), kDump.size());
+  EXPECT_EQ(Lines(outcome.out).size(), 2U);
+}
+
+TEST(Dumps, DirectoriesThatGiveNothing) {
+  TemporaryDirectory const empty;
+  Outcome const none = Dumps(empty.path());
+  EXPECT_EQ(none.exitCode, 3);
+  EXPECT_EQ(none.err, "shadingctl: expected OIS hall dump files, found none to read\n");
+  TemporaryDirectory const full;
+  full.Write("preview_camera_0_frame_42_oishall.txt", kDump);
+  Outcome const half = Dumps("/no/folder " + full.path());
+  EXPECT_EQ(half.exitCode, 3);
+  EXPECT_EQ(half.err, "shadingctl: /no/folder: cannot be read: No such file or directory\n");
+  EXPECT_EQ(Lines(half.out).size(), 2U) << "the other directory is read";
+  EXPECT_EQ(Dumps("").exitCode, 2);
+}
+
+// ---- Made by a replay
+
+class ReplayedDumps : public testing::Test {
+ protected:
+  ReplayedDumps() : mHome(fs::current_path()) { fs::current_path(mPlace.path()); }
+  ~ReplayedDumps() override { fs::current_path(mHome); }
+
+  static std::size_t FilesIn(std::string const& directory) {
+    std::size_t count = 0;
+    for (auto const& entry : fs::recursive_directory_iterator(directory)) count += entry.is_regular_file() ? 1U : 0U;
+    return count;
+  }
+
+  TemporaryDirectory mPlace;
+  fs::path mHome;
+};
+
+TEST_F(ReplayedDumps, TheBuiltInSessionIsReadBackToTheSameNumbers) {
+  for (auto const& [type, kind] : std::map<std::string, std::string>{{"0", "preview"}, {"5", "capture"}}) {
+    Outcome const replay = RunTool("replay --format csv -o result" + type + ".csv --log library" + type +
+                                   ".log --dump preview,capture --dump-dir made/by" + type + " --type " + type);
+    ASSERT_EQ(replay.exitCode, 0) << replay.err;
+    std::map<std::string, std::vector<std::string>> matched;  // by frame
+    for (auto const& line : Lines(ReadFile("result" + type + ".csv"))) {
+      auto const fields = Fields(line);
+      if (fields[3] == "start" || fields[3] == "carried") matched[fields[0]] = fields;
+    }
+    ASSERT_GT(matched.size(), 200U);
+    EXPECT_TRUE(fs::exists("library" + type + ".log"));
+    EXPECT_EQ(FilesIn("made/by" + type), matched.size());
+
+    Outcome const dumps = Dumps("made/by" + type);
+    EXPECT_EQ(dumps.err, "");
+    auto const lines = Lines(dumps.out);
+    ASSERT_EQ(lines.size(), matched.size() + 1);
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+      auto const dump = Fields(lines[i]);
+      ASSERT_EQ(matched.count(dump[2]), 1U) << lines[i];
+      auto const& frame = matched[dump[2]];
+      EXPECT_EQ(dump[0] + " " + dump[1], kind + " 0");
+      EXPECT_EQ(std::stoi(dump[5]), std::stoi(frame[6]) - std::stoi(frame[5]) + 1) << lines[i];
+      EXPECT_NEAR(std::stod(dump[6]), std::stod(frame[10]), 6e-7) << lines[i];
+      EXPECT_NEAR(std::stod(dump[7]), std::stod(frame[11]), 6e-7) << lines[i];
+      EXPECT_EQ(dump[11], "15980");
+    }
+  }
+}
+
+TEST_F(ReplayedDumps, RelativePathsMeanWhatTheUserWrote) {
+  fs::create_directory("session");
+  for (auto const& [name, text] :
+       std::map<std::string, std::string>{{"frames.csv", ""}, {"hall.csv", ""}, {"device.json", "{}"}}) {
+    mPlace.Write("session/" + name, text);
+  }
+  TemporaryDirectory const recording;
+  WriteWorkedRecording(recording);
+  for (char const* const name : {"frames.csv", "hall.csv"}) {
+    fs::copy_file(recording.path() + "/" + name, fs::path("session") / name, fs::copy_options::overwrite_existing);
+  }
+  mPlace.Write("session/device.json",
+               R"({"configuration": {"FeatureOisCompensationSupport": {"sensorMaps": [4, 6]}},
+                   "sensors": [{"sensorId": 4, "sensorIndex": 0, "device": 1}]})");
+  fs::create_symlink(fs::path(SHADINGCTL_PROGRAM).parent_path().parent_path() / "lib", "lib");
+  Outcome const outcome = RunTool(
+      "replay session --device session --library lib/libvcam_shadingutil.so --type 1 --dump capture --dump-dir dumps "
+      "--quiet --format csv -o result.csv");
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_EQ(FilesIn("dumps"), 1U);
+  std::string const dump = ReadFile("dumps/data/vendor/camera_dump/capture_camera_4_frame_7_999990000_oishall.txt");
+  EXPECT_EQ(Lines(dump).size(), 2U * 21 + 7);
+  EXPECT_NE(dump.find("\t\"match ois hall0 X\": 136.666672\n"), std::string::npos) << dump;
+  EXPECT_EQ(Lines(ReadFile("result.csv")).size(), 2U);
+
+  // Older files would mix with new ones; and a kind that is off leaves none.
+  Outcome const again = RunTool("replay session --device session --type 1 --dump capture --dump-dir dumps --quiet");
+  EXPECT_EQ(again.exitCode, 3);
+  EXPECT_EQ(again.err, "shadingctl: dumps/data/vendor/camera_dump: expected an empty folder, found older files\n");
+  Outcome const off = RunTool("replay session --device session --type 1 --dump preview --dump-dir none --quiet");
+  EXPECT_EQ(off.exitCode, 0);
+  EXPECT_EQ(off.err,
+            "shadingctl: frames of type 1 write capture dumps, which --dump does not name: there will be none\n");
+  EXPECT_EQ(FilesIn("none"), 0U);
+  EXPECT_EQ(RunTool("replay --dump preview").exitCode, 2);
+  EXPECT_EQ(RunTool("replay --dump-dir none").exitCode, 2);
+}
+
+}  // namespace
+}  // namespace shadingctl

@@ -1,0 +1,77 @@
+#include "tests/shadingctl/Program.h"
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace shadingctl {
+
+TemporaryDirectory::TemporaryDirectory() {
+  std::string path = (std::filesystem::temp_directory_path() / "shadingctl-XXXXXX").string();
+  if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no temporary directory");
+  mPath = path;
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+  std::error_code error;
+  std::filesystem::remove_all(mPath, error);
+}
+
+void TemporaryDirectory::Write(std::string const& name, std::string const& text) const {
+  std::ofstream(mPath + "/" + name, std::ios::binary) << text;
+}
+
+std::string ReadFile(std::string const& path) {
+  std::ifstream const file(path, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+std::vector<std::string> Lines(std::string const& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+std::vector<std::string> Fields(std::string const& line) {
+  std::vector<std::string> fields;
+  std::istringstream stream(line + ",");
+  for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
+  return fields;
+}
+
+std::string Replaced(std::string text, std::string const& from, std::string const& to) {
+  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+Outcome RunTool(std::string const& arguments) {
+  TemporaryDirectory const directory;
+  std::string const command = "env -u VCAM_DEVICE '" SHADINGCTL_PROGRAM "' " + arguments + " >'" + directory.path() +
+                              "/out' 2>'" + directory.path() + "/err'";
+  int const status = std::system(command.c_str());
+  Outcome outcome;
+  if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
+  outcome.out = ReadFile(directory.path() + "/out");
+  outcome.err = ReadFile(directory.path() + "/err");
+  return outcome;
+}
+
+void WriteWorkedRecording(TemporaryDirectory const& directory) {
+  directory.Write("frames.csv",
+                  "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n7,1000000000000,10000000,20000000\n");
+  std::ostringstream hall;
+  hall << "frame,timestamp_ns,hall_x,hall_y\n";
+  for (long k = -60; k < 60; ++k) hall << "7," << 999984402000 + k * 1000000 << ',' << k * k << ',' << -k << '\n';
+  directory.Write("hall.csv", hall.str());
+}
+
+}  // namespace shadingctl

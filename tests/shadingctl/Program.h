@@ -1,0 +1,52 @@
+// Runs shadingctl and looks at what comes out.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace shadingctl {
+
+struct Outcome {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+};
+
+// Runs the program with arguments in the shell's syntax, without a device in its environment.
+Outcome RunTool(std::string const& arguments);
+
+// A directory that goes away with the object.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory();
+  ~TemporaryDirectory();
+  TemporaryDirectory(TemporaryDirectory const&) = delete;
+  TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
+
+  std::string const& path() const { return mPath; }
+  void Write(std::string const& name, std::string const& text) const;
+
+ private:
+  std::string mPath;
+};
+
+std::string ReadFile(std::string const& path);
+std::vector<std::string> Lines(std::string const& text);
+
+// The comma-separated fields of a line.
+std::vector<std::string> Fields(std::string const& line);
+
+// `text` with every `from` replaced.
+std::string Replaced(std::string text, std::string const& from, std::string const& to);
+
+// A recording of one frame, number 7 at 1000 s, whose answer can be worked out by hand: exposure 10 ms, readout 20 ms,
+// and 120 samples, one every ms, of which number k (-60 to 59) is taken at 999984402000 ns + k ms with the position
+// (k * k, -k).
+//
+// The offset is -0.5432 * 10000 - 166 = -5598 us, so sample k has the aligned time 999990000 us + k ms; the frame
+// starts at 999990000 us. Sample 16 is the first one after 1000 s, its index is 76; the window of 100 around it is
+// samples -40 to 59. Entry 39 (k = -1) is the first one within 1500 us of the frame's start, entry 40 (k = 0) is
+// nearer; entry 60 (k = 20) is at the end of the readout. The span is entries 40 to 60: k from 0 to 20.
+void WriteWorkedRecording(TemporaryDirectory const& directory);
+
+}  // namespace shadingctl

@@ -1,0 +1,176 @@
+// What is read, what is refused, and what is counted.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "tests/shadingctl/Program.h"
+
+namespace shadingctl {
+namespace {
+
+using std::string_literals::operator""s;
+
+std::string const kFrames = "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,1000,10,20\n2,2000,10,20\n";
+std::string const kHall = "frame,timestamp_ns,hall_x,hall_y\n1,900,1.5,2.5\n2,1900,1.25,-3\n";
+
+struct Broken {
+  char const* name;
+  std::optional<std::string> frames;  // no file when empty
+  std::optional<std::string> hall;
+  char const* complaint;  // DIR stands for the recording's directory
+};
+
+std::ostream& operator<<(std::ostream& stream, Broken const& broken) { return stream << broken.name; }
+
+class BrokenRecording : public testing::TestWithParam<Broken> {};
+
+TEST_P(BrokenRecording, EndsWithItsPlaceAndWhatWasExpected) {
+  TemporaryDirectory const directory;
+  if (GetParam().frames) directory.Write("frames.csv", *GetParam().frames);
+  if (GetParam().hall) directory.Write("hall.csv", *GetParam().hall);
+  Outcome const outcome = RunTool("replay --quiet " + directory.path());
+  EXPECT_EQ(outcome.exitCode, 3);
+  EXPECT_EQ(Replaced(outcome.err, directory.path(), "DIR"), "shadingctl: "s + GetParam().complaint + "\n");
+}
+
+std::string Hall(std::string const& secondLine) { return "frame,timestamp_ns,hall_x,hall_y\n1,900,1,2\n" + secondLine; }
+
+std::string Frames(std::string const& secondLine) {
+  return "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n5,1000,10,20\n" + secondLine;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, BrokenRecording,
+    testing::Values(
+        Broken{"NoFrameFile", {}, kHall, "DIR/frames.csv: cannot be read: No such file or directory"},
+        Broken{"NoHallFile", kFrames, {}, "DIR/hall.csv: cannot be read: No such file or directory"},
+        Broken{"EmptyFile", "", kHall,
+               "DIR/frames.csv:1: expected a header that names the columns frame, timestamp_ns, exposure_ns and "
+               "rolling_shutter_ns, found nothing"},
+        Broken{"MissingColumn", kFrames, "frame,timestamp_ns,hall_x\n1,900,1\n",
+               "DIR/hall.csv:1: hall_y: expected this column, the header does not name it"},
+        Broken{"ColumnTwice", kFrames, "frame,hall_x,timestamp_ns,hall_x,hall_y\n",
+               "DIR/hall.csv:1: hall_x: expected this column once, the header names it again"},
+        Broken{"TooFewFields", kFrames, Hall("1,950,1\n"),
+               "DIR/hall.csv:3: expected as many fields as the header names, found fewer"},
+        Broken{"TooManyFields", kFrames, Hall("1,950,1,2,3\n"),
+               "DIR/hall.csv:3: expected as many fields as the header names, found more"},
+        Broken{"NoNumber", kFrames, Hall("1,950,1,two\n"),
+               "DIR/hall.csv:3: hall_y: expected a decimal number, found 'two'"},
+        Broken{"TextAfterNumber", kFrames, Hall("1,950,1px,2\n"),
+               "DIR/hall.csv:3: hall_x: expected a decimal number, found '1px'"},
+        Broken{"NoPosition", kFrames, Hall("1,950,,2\n"),
+               "DIR/hall.csv:3: hall_x: expected a decimal number, found ''"},
+        Broken{"EndlessPosition", kFrames, Hall("1,950,inf,2\n"),
+               "DIR/hall.csv:3: hall_x: expected a decimal number, found 'inf'"},
+        Broken{"PositionBeyondSinglePrecision", kFrames, Hall("1,950,1e39,2\n"),
+               "DIR/hall.csv:3: hall_x: expected a decimal number, found '1e39'"},
+        Broken{"TimeBeyond64Bits", kFrames, Hall("1,9223372036854775808,1,2\n"),
+               "DIR/hall.csv:3: timestamp_ns: expected a whole number of 64 bits, found '9223372036854775808'"},
+        Broken{"NegativeExposure", Frames("6,2000,-1,20\n"), kHall,
+               "DIR/frames.csv:3: exposure_ns: expected a whole number from 0 to 18446744073709551615, found '-1'"},
+        Broken{"ReadoutBeyond32Bits", Frames("6,2000,10,4294967296\n"), kHall,
+               "DIR/frames.csv:3: rolling_shutter_ns: expected a whole number from 0 to 4294967295, found "
+               "'4294967296'"},
+        Broken{"FrameTwice", Frames("5,2000,10,20\n"), kHall,
+               "DIR/frames.csv:3: frame: expected a number above 5, the frame before, found '5'"},
+        Broken{"HallFrameRunsBackwards", kFrames, Hall("0,950,1,2\n"),
+               "DIR/hall.csv:3: frame: expected at least 1, the frame of the row before, found '0'"},
+        Broken{"ZeroByte", kFrames, Hall("1,950,1\0,2\n"s),
+               "DIR/hall.csv: expected text, found a zero byte at offset 50"},
+        // Line 5 counts the empty line before it, and comes after the last frame: it is read all the same.
+        Broken{"AfterTheLastFrame", kFrames, Hall("\n2,950,1,2\n3,960,x,2\n"),
+               "DIR/hall.csv:5: hall_x: expected a decimal number, found 'x'"}),
+    [](auto const& broken) { return broken.param.name; });
+
+TEST(Recording, MayBeWrittenInManyWays) {
+  TemporaryDirectory const plain;
+  WriteWorkedRecording(plain);
+  std::string const frames = ReadFile(plain.path() + "/frames.csv");
+  std::string const hall = ReadFile(plain.path() + "/hall.csv");
+  std::string const expected = RunTool("replay --quiet --format csv " + plain.path()).out;
+  ASSERT_EQ(Lines(expected).size(), 2U);
+
+  struct Variant {
+    char const* name;
+    std::string frames;
+    std::string hall;
+  };
+  Variant const variants[] = {
+      {"CR LF", Replaced(frames, "\n", "\r\n"), Replaced(hall, "\n", "\r\n")},
+      {"no end of the last line", frames.substr(0, frames.size() - 1), hall.substr(0, hall.size() - 1)},
+      {"empty lines", frames + "\n\r\n", hall + "\n \n\n"},
+      {"blanks, and a mark at the beginning", Replaced(frames, ",", " , "), "\xEF\xBB\xBF" + hall},
+      {"another order and further columns",
+       "exposure_ns,gain,rolling_shutter_ns,timestamp_ns,frame\n10000000,x,20000000,1000000000000,7\n",
+       Replaced(Replaced(hall, "hall_y\n", "hall_y,note\n"), "\n7,", ",\n7,")},
+  };
+  for (Variant variant : variants) {
+    if (variant.hall.find("note,\n") != std::string::npos) {  // the header has its column, the last row lacks it
+      variant.hall = Replaced(variant.hall, "note,\n", "note\n");
+      variant.hall.insert(variant.hall.size() - 1, ",");
+    }
+    TemporaryDirectory const directory;
+    directory.Write("frames.csv", variant.frames);
+    directory.Write("hall.csv", variant.hall);
+    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path());
+    EXPECT_EQ(outcome.out, expected) << variant.name << outcome.err;
+  }
+}
+
+TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
+  TemporaryDirectory const directory;
+  directory.Write("frames.csv",
+                  "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n"
+                  "10,1000,10,20\n12,3000,10,20\n13,2000,10,20\n15,1500,10,20\n");
+  directory.Write("hall.csv",
+                  "frame,timestamp_ns,hall_x,hall_y\n"
+                  "9,500,1,1\n10,900,1,1\n11,1900,1,1\n12,1800,1,1\n12,1800,1,1\n15,1700,1,1\n16,1750,1,1\n");
+  Outcome const outcome = RunTool("replay --format csv " + directory.path());
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_EQ(Lines(outcome.out).size(), 5U);
+  std::string const summary = Replaced(outcome.err, directory.path(), "DIR");
+  for (char const* line : {
+           "Samples    6 in 3 batches\n",
+           // Intervals of 400 and 1000 ns: the middle one is the greater. 1800, 1800 and 1700 were passed before.
+           "gaps 0, backward steps 2, repeated 3 (1 with the same time)\n",
+           "Found      frames earlier than the frame before: 2, first at DIR/frames.csv:4\n",
+           "Found      frames without samples: 1, first at DIR/frames.csv:4\n",
+           "Found      samples earlier than the sample before: 2, first at DIR/hall.csv:5\n",
+           "Found      samples of frames that are not listed (delivered with the next one): 2, first at "
+           "DIR/hall.csv:2\n",
+           "Found      samples after the last listed frame (not delivered): 1, first at DIR/hall.csv:8\n",
+       }) {
+    EXPECT_NE(summary.find(line), std::string::npos) << line << "is missing in\n" << summary;
+  }
+}
+
+TEST(Generate, WhatItWritesReplaysAsTheBuiltInSession) {
+  TemporaryDirectory const directory;
+  std::string const recording = directory.path() + "/new/session";
+  Outcome const written = RunTool("generate " + recording);
+  ASSERT_EQ(written.exitCode, 0) << written.err;
+  EXPECT_EQ(RunTool("replay --quiet --format csv " + recording).out, RunTool("replay --quiet --format csv").out);
+
+  Outcome const again = RunTool("generate --seed 2 " + recording);
+  EXPECT_EQ(again.exitCode, 3);
+  EXPECT_EQ(again.err, "shadingctl: " + recording + "/frames.csv: is there already; --force writes it anew\n");
+  EXPECT_EQ(RunTool("generate --seed 2 --force " + recording).exitCode, 0);
+  EXPECT_NE(RunTool("replay --quiet --format csv " + recording).out, RunTool("replay --quiet --format csv").out);
+}
+
+TEST(Recording, OfARunningPersonReplaysWhole) {
+  if (!std::filesystem::exists(RUNNING_RECORDING)) GTEST_SKIP() << "no recording in " RUNNING_RECORDING;
+  Outcome const outcome = RunTool("replay --format csv " RUNNING_RECORDING);
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_EQ(Lines(outcome.out).size(), 302U);
+  EXPECT_NE(outcome.err.find("start 174 (57.8 %), carried 107 (35.5 %), no_start 1 (0.3 %), no_samples 19 (6.3 %)\n"),
+            std::string::npos)
+      << outcome.err;
+}
+
+}  // namespace
+}  // namespace shadingctl

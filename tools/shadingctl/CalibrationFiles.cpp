@@ -1,0 +1,43 @@
+#include "tools/shadingctl/CalibrationFiles.h"
+
+#include <fmt/format.h>
+#include <stdlib.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "platform/desktop/BuiltInCalibration.h"
+#include "platform/desktop/CalibrationMount.h"
+#include "tools/shadingctl/UnusableInput.h"
+
+namespace shadingctl {
+
+namespace fs = std::filesystem;
+
+ScratchDirectory::ScratchDirectory() {
+  std::error_code failure;
+  mPath = (fs::temp_directory_path(failure) / "shadingctl-XXXXXX").string();
+  if (failure || mkdtemp(mPath.data()) == nullptr) {
+    throw UnusableInput(fmt::format("{}: cannot be made: {}", mPath, std::generic_category().message(errno)));
+  }
+}
+
+ScratchDirectory::~ScratchDirectory() {
+  std::error_code ignored;
+  fs::remove_all(mPath, ignored);
+}
+
+void MountDumpFiles(std::string const& deviceDirectory, ScratchDirectory const& scratch) {
+  fs::path directory = scratch.path();
+  if (deviceDirectory.empty()) {
+    if (auto const error = desktop::WriteBuiltInCalibration(scratch.path()); !error.empty()) throw UnusableInput(error);
+  } else {
+    std::error_code failure;
+    fs::path const own = fs::path(deviceDirectory) / "eeprom";
+    if (fs::exists(own, failure) || failure) directory = own;
+  }
+  if (auto const error = desktop::MountCalibration(directory.string()); !error.empty()) throw UnusableInput(error);
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,76 @@
+// What one camera's calibration data are, and what the library makes of them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lsc/VeyraShadingUtil.h"
+#include "platform/desktop/Device.h"
+
+namespace shadingctl {
+
+constexpr std::size_t kRecordSize = 11;  // bytes of the multi-golden record
+constexpr int kUsualBlockLength = 2341;  // 9 rows of 130 16-bit values and the valid byte
+
+// A caller's buffer is made as large as the configuration says; a length over this is a broken configuration, not a
+// block, and the library is not asked.
+constexpr int kBlockLimit = 1 << 20;
+
+// The two entries of the hardware configuration; empty where there is no such key or it has too few values.
+struct CalibrationPlaces {
+  bool hasFeature = false;
+  std::optional<std::int32_t> recordOffset;
+  struct Block {
+    std::int32_t offset = 0;
+    std::int32_t length = 0;
+  };
+  std::optional<Block> block;
+};
+
+// The dump file, looked at beside the library.
+struct DumpFile {
+  std::string name;                  // the phone's; empty where it has none for this sensor index
+  std::string problem;               // why it cannot be read; else empty
+  std::optional<std::int64_t> size;  // bytes, of a file that can be read
+  std::array<unsigned char, kRecordSize> record{};
+  std::size_t recordBytes = 0;  // how many of them the file supplies
+};
+
+struct CameraCalibration {
+  int sensorIndex = 0;
+  CalibrationPlaces places;
+  DumpFile file;
+
+  // The library's answer about the table, and its message about the record, if there was one.
+  int table = 0;
+  bool settled = false;  // asked again it asks nobody
+  struct Record {
+    int table = 0;
+    int valid = 0;
+    int gradient = 0;
+    int flag = 0;
+    int furtherFlag = 0;
+  };
+  std::optional<Record> record;
+
+  // The library's answer about the block. Empty when the buffer was not touched.
+  bool blockAsked = false;
+  std::optional<unsigned int> blockValid;  // the valid byte; told when the file could be opened
+  bool mirrored = false;
+  std::optional<std::vector<unsigned char>> block;
+
+  std::vector<std::string> messages;  // without the source lines of errors
+};
+
+// The sensor indices that have calibration to look for: those of the device's sensors and of its configuration keys.
+std::vector<int> CamerasOf(desktop::DeviceSettings const& settings);
+
+// Asks the library about one camera: its table, the table once more, its block. `device` is the one that the library
+// runs on, with the file sink of its log on; what it listens to or records is replaced.
+CameraCalibration AskCalibration(VeyraShadingUtil& library, desktop::Device& device, int sensorIndex);
+
+}  // namespace shadingctl

@@ -1,0 +1,26 @@
+// The subcommands of shadingctl, one source each.
+#pragma once
+
+#include <functional>
+
+namespace CLI {
+class App;
+}
+
+namespace shadingctl {
+
+constexpr int kExitDone = 0;
+constexpr int kExitDifference = 1;
+constexpr int kExitUsage = 2;
+constexpr int kExitUnusable = 3;
+
+// What the command line asks for; runs after the command line was understood and answers the exit code.
+using Command = std::function<int()>;
+
+// Each adds its subcommand to `app`; parsing a command line with that subcommand sets `chosen`, which must outlive it.
+void AddReplayCommand(CLI::App& app, Command& chosen);
+void AddGenerateCommand(CLI::App& app, Command& chosen);
+void AddCalibrationCommand(CLI::App& app, Command& chosen);
+void AddDumpsCommand(CLI::App& app, Command& chosen);
+
+}  // namespace shadingctl

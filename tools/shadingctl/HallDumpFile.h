@@ -1,0 +1,59 @@
+// OIS hall dump files, which docs/dump-file.md describes: what a name and a text say, or where they are broken.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace shadingctl {
+
+constexpr std::size_t kMaxSpan = 100;  // entries of the library's table
+
+enum class DumpKind { kPreview, kCapture };
+char const* Name(DumpKind kind);  // "preview", "capture"
+
+struct DumpName {
+  DumpKind kind = DumpKind::kPreview;
+  std::int32_t camera = 0;
+  std::int32_t printedFrame = 0;               // as in the name: negative from frame 2147483648 on
+  std::optional<std::int64_t> startOfFrameUs;  // captures only
+
+  std::uint32_t frame() const { return static_cast<std::uint32_t>(printedFrame); }
+};
+
+// What a file's name says; empty when the library gives no file that name.
+std::optional<DumpName> ParseDumpName(std::string_view name);
+
+struct Position {
+  double x = 0;
+  double y = 0;
+};
+
+struct HallDump {
+  DumpName name;
+  std::vector<Position> samples;  // of the span, 2 to kMaxSpan
+  Position hall0;                 // the result
+  Position hall1;
+  std::int64_t exposureUs = 0;
+  std::int32_t shutterUs = 0;
+};
+
+// A text that is not a dump's. what() is "expected EXPECTATION, found FINDING".
+class BrokenDump : public std::runtime_error {
+ public:
+  BrokenDump(std::size_t line, std::string const& what) : std::runtime_error(what), mLine(line) {}
+  std::size_t line() const { return mLine; }  // counted from 1
+
+ private:
+  std::size_t mLine;
+};
+
+// Reads the whole text of a dump file with this name. Throws BrokenDump at the first line that is not as the library
+// writes it.
+HallDump ParseDump(DumpName const& name, std::string_view text);
+
+}  // namespace shadingctl
