@@ -194,9 +194,9 @@ TEST_F(Platform, EveryCallLeavesItsLine) {
     NSCam::Utils::Properties::property_get_int32("vendor.veyra.3a.lscutil.log", 0);
     GetKeyCount("FeatureShading");
     GetValuesCount("FeatureShading", "multiGolden[0]");
-    int value = 0;
-    GetIntegerConfiguration("FeatureShading", "multiGolden[0]", &value);
-    GetIntegerListConfiguration("FeatureShading", "PNCCaliData[0]", &value, 2);
+    int values[2] = {};
+    GetIntegerConfiguration("FeatureShading", "multiGolden[0]", values);
+    GetIntegerListConfiguration("FeatureShading", "PNCCaliData[0]", values, 2);
     auto const provider = SensorProvider::createInstance("OIS_MONITOR-0-3");
     provider->enableSensor(kType, 1);
     PullTimesNs(*provider);

@@ -1,9 +1,14 @@
 // Several of the host's threads at once. What this shows, it shows under a thread sanitizer; elsewhere it must merely
 // give each camera its own positions.
 
+#include <stdlib.h>
+
 #include <atomic>
+#include <filesystem>
 #include <thread>
 
+#include "platform/desktop/BuiltInCalibration.h"
+#include "platform/desktop/CalibrationMount.h"
 #include "platform/desktop/Device.h"
 #include "tests/host/HostView.h"
 
@@ -37,27 +42,50 @@ void RunCamera(ShadingTable& shading, int sensorId, int sensorType, unsigned int
   shading.Stop(sensorId, sensorType);
 }
 
+// The built-in cameras' dump files where the library looks for them, while the object lives. Made before the first
+// thread.
+class MountedCalibration {
+ public:
+  MountedCalibration() {
+    EXPECT_NE(mkdtemp(mDirectory.data()), nullptr);
+    EXPECT_EQ(desktop::WriteBuiltInCalibration(mDirectory), "");
+    EXPECT_EQ(desktop::MountCalibration(mDirectory), "") << "needs root or user namespaces";
+  }
+  ~MountedCalibration() { std::filesystem::remove_all(mDirectory); }
+  MountedCalibration(MountedCalibration const&) = delete;
+  MountedCalibration& operator=(MountedCalibration const&) = delete;
+
+ private:
+  std::string mDirectory = (std::filesystem::temp_directory_path() / "threadsXXXXXX").string();
+};
+
+// Asks for every camera's table and block until `done`; counts the rounds in which all answers are right.
+void AskCalibration(ShadingTable& shading, std::atomic<bool> const& done, unsigned int& rounds, bool& right) {
+  constexpr int kTables[] = {1, 2, 3, 4, 1, 5, 1};  // of the built-in cameras, in their order
+  constexpr int kValues[] = {3862, 4457, 3549, 0x2000, 3334, 0x2000, 0xEEEE};  // value 1 of each block
+  std::vector<unsigned char> block(2340);
+  do {
+    for (int camera = 0; camera < 7; ++camera) {
+      int index = 0;
+      shading.MultiTableIndex(index, 1 << camera);
+      block.assign(block.size(), 0xEE);
+      shading.PncCalibration(block.data(), 1 << camera);
+      right = right && index == kTables[camera] && block[2] + 256 * block[3] == kValues[camera];
+    }
+    ++rounds;
+  } while (!done);
+}
+
 TEST(Threads, TwoCamerasAndTheCalibrationAtOnce) {
+  MountedCalibration const calibrationFiles;
   SharedObject const library;
   ShadingTable& shading = *library.Create();
   unsigned int matchedFrames[2] = {0, 0};
   std::atomic<bool> done{false};
-  std::thread calibration([&] {
-    while (!done) {
-      for (int const mask : {1, 2, 1}) {
-        int index = 0;
-        shading.MultiTableIndex(index, mask);
-        std::vector<unsigned char> block(4096);
-        shading.PncCalibration(block.data(), mask);
-      }
-    }
-  });
-  std::thread sameCalibration([&] {
-    while (!done) {
-      int index = 0;
-      shading.MultiTableIndex(index, 1);
-    }
-  });
+  unsigned int rounds[2] = {0, 0};
+  bool right[2] = {true, true};
+  std::thread calibration([&] { AskCalibration(shading, done, rounds[0], right[0]); });
+  std::thread sameCalibration([&] { AskCalibration(shading, done, rounds[1], right[1]); });
   std::thread first([&] { RunCamera(shading, 0, 3, matchedFrames[0]); });
   std::thread second([&] { RunCamera(shading, 2, 5, matchedFrames[1]); });
   first.join();
@@ -68,6 +96,8 @@ TEST(Threads, TwoCamerasAndTheCalibrationAtOnce) {
   // The first 6 frames have less than 100 samples behind them.
   EXPECT_EQ(matchedFrames[0], kFrames - 6);
   EXPECT_EQ(matchedFrames[1], kFrames - 6);
+  EXPECT_TRUE(right[0] && right[1]);
+  EXPECT_TRUE(rounds[0] > 0 && rounds[1] > 0);
 }
 
 }  // namespace

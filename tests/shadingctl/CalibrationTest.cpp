@@ -73,7 +73,7 @@ TEST(Calibration, SoundDataGiveExitCode0AndTheirNumbersInEveryFormat) {
   PlayedCamera const camera(kPlaces, 0, kWhole);
   Outcome const json = camera.Run("--format json");
   EXPECT_EQ(json.exitCode, 0) << json.err;
-  auto const& shown = nlohmann::json::parse(json.out)["cameras"];
+  auto const shown = nlohmann::json::parse(json.out)["cameras"];
   ASSERT_EQ(shown.size(), 1U);
   EXPECT_EQ(shown[0]["table"].dump(),
             R"({"default":null,"flag":-127,"flag_f":7,"gradient":-6,"index":3,"reason":"gradient -6 lies in -8 to -5",)"

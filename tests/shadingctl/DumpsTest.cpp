@@ -89,7 +89,7 @@ TEST(Dumps, BrokenFilesAreReportedWithTheirLineAndTheRestIsRead) {
       {"", "1: expected 'frame: 0', as in the name, found the end of the file"},
       {Replaced(kDump, ": 42", ": 41"), "1: expected 'frame: 1', as in the name, found 'frame: 41'"},
       {Replaced(kDump, "\n", "\r\n"), "1: expected 'frame: 2', as in the name, found 'frame: 2\\x0d'"},
-      {kDump.substr(0, 20), R"(2: expected \t"OIS hall X":)" + number + R"('\t"OIS hall ' and the end of the file)"},
+      {kDump.substr(0, 20), R"(2: expected \t"OIS hall X":)" + number + R"('\t"OIS hall' and the end of the file)"},
       {kDump.substr(0, kDump.find("\t\"OIS hall X\": 1")),
        R"(4: expected \t"OIS hall X":)" + number + "the end of the file"},
       {Replaced(kDump, "12.250000", "12,250000"),

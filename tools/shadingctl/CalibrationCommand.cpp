@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/desktop/DeviceFile.h"
 #include "tools/shadingctl/CalibrationFiles.h"
@@ -47,13 +48,9 @@ void WriteRaw(CameraCalibration const& camera, std::string const& path) {
   raw.Finish();
 }
 
-int RunCalibration(Arguments const& arguments) {
-  std::string const directory = DeviceDirectory(arguments);
-  desktop::DeviceSettings settings = directory.empty() ? desktop::BuiltInDevice() : desktop::LoadDevice(directory);
-  settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
-  std::vector<int> const indices = arguments.camera ? std::vector<int>{*arguments.camera} : CamerasOf(settings);
-  if (indices.empty()) throw UnusableInput(fmt::format("{}: expected a device with cameras", directory));
-
+// Nothing is left behind when this returns, whatever becomes of the output.
+std::vector<CameraCalibration> AskAll(Arguments const& arguments, std::string const& directory,
+                                      desktop::DeviceSettings const& settings, std::vector<int> const& indices) {
   ScratchDirectory const scratch;
   MountDumpFiles(directory, scratch);
   desktop::Device& device = desktop::Device::Get();
@@ -61,7 +58,17 @@ int RunCalibration(Arguments const& arguments) {
   VeyraShadingUtil& library = LoadShadingLibrary(arguments.library.empty() ? DefaultLibraryPath() : arguments.library);
   std::vector<CameraCalibration> cameras;
   for (int const index : indices) cameras.push_back(AskCalibration(library, device, index));
+  return cameras;
+}
 
+int RunCalibration(Arguments const& arguments) {
+  std::string const directory = DeviceDirectory(arguments);
+  desktop::DeviceSettings settings = directory.empty() ? desktop::BuiltInDevice() : desktop::LoadDevice(directory);
+  settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
+  std::vector<int> const indices = arguments.camera ? std::vector<int>{*arguments.camera} : CamerasOf(settings);
+  if (indices.empty()) throw UnusableInput(fmt::format("{}: expected a device with cameras", directory));
+
+  std::vector<CameraCalibration> const cameras = AskAll(arguments, directory, settings, indices);
   OutputFile output = arguments.output.empty() ? OutputFile() : OutputFile(arguments.output);
   WriteCalibration(kFormats.at(arguments.format), output,
                    directory.empty() ? "the built-in device" : "the device in " + directory, cameras);
