@@ -1,0 +1,58 @@
+// Plays a generated session through the shipped library and through the plain model, and compares everything that a
+// host or the platform can see.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/desktop/Device.h"
+#include "tests/model/PlainModel.h"
+#include "tests/property/Session.h"
+
+namespace property {
+
+// What the sessions reached, so that a property which no longer tries anything is seen.
+struct Reached {
+  std::uint64_t sessions = 0;
+  std::uint64_t splits = 0;           // overlapping batches
+  std::uint64_t discards = 0;         // batches that begin before the newest frame
+  std::uint64_t fullHistories = 0;    // updates of a history of 30 frames
+  std::uint64_t windows = 0;          // look-ups by time that are answered, those of calc among them
+  std::uint64_t starts = 0;           // calls that find the start of the readout
+  std::uint64_t positions[4] = {};    // calls that answer, by mode less 1
+  std::uint64_t oldestPositions = 0;  // of these, calls that begin at the oldest sample
+};
+
+// Samples that bear the same time may stand in any order. They are alike but for a number of their own, by which
+// nothing is lost or doubled unseen.
+class Comparison {
+ public:
+  // Starts the camera's monitor anew.
+  Comparison(Session const& session, Reached& reached);
+  ~Comparison();
+  Comparison(Comparison const&) = delete;
+  Comparison& operator=(Comparison const&) = delete;
+
+  // Each one fails the current property at the first difference.
+  void Play(Step const& step);
+  void CompareBufferedFrames();
+
+ private:
+  void Update(Step const& step);
+  void Calc(Step const& step);
+  void LookUp(Step const& step);
+  void StoreRollingShutter(Step const& step);
+  void CompareFrame(std::uint32_t frameNumber, model::Samples const& before);
+
+  // Compares what was logged and called since the last time with what the model wrote; `platformCalls` come first.
+  void CompareRecords(std::vector<std::string> platformCalls);
+
+  VeyraShadingUtil& mLibrary;
+  model::PlainModel mModel;
+  Session const& mSession;
+  Reached& mReached;
+  std::uint32_t mSampleNumber = 0;
+};
+
+}  // namespace property
