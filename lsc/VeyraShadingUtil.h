@@ -24,6 +24,10 @@
 #include "lsc/Mutex.h"
 #include "platform/SensorProvider.h"
 
+namespace lsc {
+class HallWindow;
+}
+
 // Visible to the version script (lsc/exports.map), which decides what the library offers.
 #define LSC_EXPORT __attribute__((visibility("default")))
 
@@ -146,6 +150,13 @@ class LSC_EXPORT VeyraShadingUtil {
   void ReadProperties();
   void ReadSensorMap(char const* caller);  // messages bear the name of `caller`
 
+  // QuerySensorData by time, for the computation: the same look-up with the same messages, without copies of whole
+  // records.
+  void QueryHallWindow(lsc::HallWindow& window, int sensorId, unsigned long timestamp);
+
+  template <typename Output>
+  void Query(Output& out, int sensorId, unsigned int frameNumber, unsigned long timestamp);
+
   // The first registered monitor that has the sensorId, or either of the pair; null when there is none.
   VeyraSensorMonitor* FindMonitor(int sensorId) const LSC_REQUIRES(mMonitorMutex);
   VeyraSensorMonitor* FindMonitor(int sensorId, int sensorType) const LSC_REQUIRES(mMonitorMutex);
@@ -187,12 +198,18 @@ class VeyraShadingUtil::VeyraSensorData {
   // fewer than 100 are buffered. Times are compared as unsigned values, so one before 0 is later than all others.
   void getDataByTimestamp(unsigned long time, Samples& out) LSC_EXCLUDES(mDataMutex);
 
+  // As getDataByTimestamp, with the same messages; a window that is empty stays so when nothing matches.
+  void getHallWindow(unsigned long time, lsc::HallWindow& out) LSC_EXCLUDES(mDataMutex);
+
   void clear() LSC_EXCLUDES(mDataMutex);
 
   // Number of entries.
   std::size_t frameCount() LSC_EXCLUDES(mDataMutex);
 
  private:
+  template <typename Output>
+  void lookUp(unsigned long time, Output& out) LSC_EXCLUDES(mDataMutex);
+
   unsigned int mMaxFrames;
   lsc::Mutex mDataMutex;
   std::deque<std::pair<unsigned int, Samples>> mFrameQueue LSC_GUARDED_BY(mDataMutex);
@@ -220,6 +237,9 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   // By time (ns) when that is not 0, else by frame number when that is not 0; `out` is replaced or as it was.
   void getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber, unsigned long time);
 
+  // As getSensorData by time, with the same messages.
+  void getHallWindow(lsc::HallWindow& out, unsigned long time);
+
   bool isFor(int sensorId) const { return mSensorId == sensorId; }
   bool isForEither(int sensorId, int sensorType) const { return mSensorId == sensorId || mSensorType == sensorType; }
   std::int32_t sensorId() const { return mSensorId; }
@@ -232,6 +252,9 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   }
 
  private:
+  template <typename Output>
+  void read(Output& out, unsigned int frameNumber, unsigned long time);
+
   std::int32_t mSensorId;
   std::int32_t mSensorType;
   std::uint32_t mRollingShutter = 0;  // ns, as the driver last reported it
@@ -239,6 +262,7 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   bool mEnabled = false;              // enabling was asked of the platform, whatever it answered
   VeyraSensorData mSensorData;
   std::shared_ptr<NSCam::Utils::SensorProvider> mSensorProvider;
+  VeyraSensorData::Samples mBatch;  // empty between updates; keeps the memory for the next one
 };
 
 // The process's one object, made by the first call; null when there is no memory for it, and the next call tries again.

@@ -52,16 +52,19 @@ inline bool DetailIsLogged() { return gLogLevel >= kLogDetailLevel; }
     }                                                                                 \
   } while (false)
 
-// Information and debug: the same text for both sinks. `function` is the name that the message begins with.
+// The forms that end in _FOR are for a function that does a part of an operation's work: `function` is the operation's
+// name, which the message bears.
+
+// Information and debug: the same text for both sinks.
 #define LSC_LOG_PLAIN(level, priority, function, text, ...)                                                           \
   LSC_LOG_TO_SINKS(level, __android_log_print(lsc::priority, lsc::kLscLogTag, "[%s] " text, function, ##__VA_ARGS__), \
                    lsc::WriteToFileSink(VCam::Utils::VLog::level, "[%s] " text, function, ##__VA_ARGS__))
 
-#define LSC_LOGW(text, ...)                                                                                            \
+#define LSC_LOGW_FOR(function, text, ...)                                                                              \
   LSC_LOG_TO_SINKS(kVLogWarning,                                                                                       \
-                   __android_log_print(lsc::kPriorityWarning, lsc::kLscLogTag, "[%s] " text " (%s){#%d:%s}", __func__, \
-                                       ##__VA_ARGS__, __func__, __LINE__, __FILE__),                                   \
-                   lsc::WriteToFileSink(VCam::Utils::VLog::kVLogWarning, "[%s] " text, __func__, ##__VA_ARGS__))
+                   __android_log_print(lsc::kPriorityWarning, lsc::kLscLogTag, "[%s] " text " (%s){#%d:%s}", function, \
+                                       ##__VA_ARGS__, function, __LINE__, __FILE__),                                   \
+                   lsc::WriteToFileSink(VCam::Utils::VLog::kVLogWarning, "[%s] " text, function, ##__VA_ARGS__))
 
 #define LSC_LOGE(text, ...)                                                                                   \
   LSC_LOG_TO_SINKS(                                                                                           \
@@ -72,7 +75,6 @@ inline bool DetailIsLogged() { return gLogLevel >= kLogDetailLevel; }
 
 #define LSC_LOGD(text, ...) LSC_LOG_PLAIN(kVLogDebug, kPriorityDebug, __func__, text, ##__VA_ARGS__)
 
-// For a function that does a part of another one's work: the message bears the name of the operation.
 #define LSC_LOGI_FOR(function, text, ...) LSC_LOG_PLAIN(kVLogInfo, kPriorityInfo, function, text, ##__VA_ARGS__)
 #define LSC_LOGI_NONZERO_FOR(function, text, ...)                    \
   do {                                                               \
@@ -83,6 +85,7 @@ inline bool DetailIsLogged() { return gLogLevel >= kLogDetailLevel; }
     if (lsc::DetailIsLogged()) LSC_LOGI_FOR(function, text, ##__VA_ARGS__); \
   } while (false)
 
+#define LSC_LOGW(text, ...) LSC_LOGW_FOR(__func__, text, ##__VA_ARGS__)
 #define LSC_LOGI(text, ...) LSC_LOGI_FOR(__func__, text, ##__VA_ARGS__)
 #define LSC_LOGI_NONZERO(text, ...) LSC_LOGI_NONZERO_FOR(__func__, text, ##__VA_ARGS__)
 #define LSC_LOGI_DETAIL(text, ...) LSC_LOGI_DETAIL_FOR(__func__, text, ##__VA_ARGS__)

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "lsc/HallWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 #include "lsc/ois/FrameTimes.h"
@@ -17,26 +18,25 @@ using lsc::DetailIsLogged;
 using lsc::DistanceUs;
 using lsc::FrameTimes;
 using lsc::HallTable;
+using lsc::HallWindow;
 using lsc::Span;
 
 // The messages about single samples and candidates are written after the step that looked at them, in the order in
 // which it did, and bear the name of the operation.
 
-void LogSamples(char const* function, std::vector<NSCam::Utils::SensorData> const& samples) {
+void LogSamples(char const* function, HallWindow const& window) {
   if (!DetailIsLogged()) return;
-  int index = 0;
-  for (auto const& sample : samples) {
+  for (std::size_t i = 0; i < window.size(); ++i) {
     LSC_LOGI_DETAIL_FOR(function, "get source ois data index = %d, timestamp = %lld, oisHall_x = %f, oisHall_y = %f",
-                        index, static_cast<long long>(lsc::ToUs(sample.timestamp)),
-                        static_cast<double>(sample.oisHallX), static_cast<double>(sample.oisHallY));
-    ++index;
+                        static_cast<int>(i), static_cast<long long>(lsc::ToUs(window.timesNs()[i])),
+                        static_cast<double>(window.hallX()[i]), static_cast<double>(window.hallY()[i]));
   }
 }
 
 void LogStartCandidates(char const* function, HallTable const& table, int last, std::uint64_t startOfFrameUs) {
   if (!DetailIsLogged()) return;
   for (int i = 0; i <= last; ++i) {
-    std::int64_t const alignedUs = table.entries[i].alignedUs;
+    std::int64_t const alignedUs = table.alignedUs[i];
     if (alignedUs == 0) continue;
     LSC_LOGI_DETAIL_FOR(function, "startIndex, index = %d, timestamp Difference = %lld", i,
                         static_cast<long long>(DistanceUs(alignedUs, startOfFrameUs)));
@@ -47,7 +47,7 @@ void LogEndCandidates(char const* function, HallTable const& table, int first, i
   if (!DetailIsLogged()) return;
   for (int i = first; i <= last; ++i) {
     LSC_LOGI_DETAIL_FOR(function, "endIndex, i = %d, timestamp Difference = %lld", i,
-                        static_cast<long long>(DistanceUs(table.entries[i].alignedUs, targetUs)));
+                        static_cast<long long>(DistanceUs(table.alignedUs[i], targetUs)));
   }
 }
 
@@ -56,8 +56,8 @@ void LogSpan(char const* function, HallTable const& table, Span span, std::uint6
   for (int i = span.startIndex; i <= span.endIndex; ++i) {
     LSC_LOGI_DETAIL_FOR(function,
                         "Match OIS data, sof_timestamp = %ld, activeNum = %d, hall = (%f, %f), timestamp = %ld",
-                        static_cast<long>(startOfFrameUs), span.length(), static_cast<double>(table.entries[i].hallX),
-                        static_cast<double>(table.entries[i].hallY), static_cast<long>(table.entries[i].alignedUs));
+                        static_cast<long>(startOfFrameUs), span.length(), static_cast<double>(table.hallX[i]),
+                        static_cast<double>(table.hallY[i]), static_cast<long>(table.alignedUs[i]));
   }
 }
 
@@ -84,11 +84,47 @@ int EndOfSpan(char const* function, HallTable const& table, int startIndex, std:
   return end ? end->endIndex : table.count - 1;
 }
 
-void FillOutput(std::vector<double>& output, float hall0) {
-  output.clear();
-  output.push_back(static_cast<double>(hall0));
-  output.push_back(0.0);
+// The span and, for its entries, the positions that stand under its indices.
+struct Matched {
+  Span span;
+  float const* hallX;
+  float const* hallY;
+};
+
+// With every message. The positions are those of `table`, which is filled here.
+Matched MatchInTable(char const* function, HallWindow const& window, FrameTimes const& times, std::int64_t offsetUs,
+                     int& oisMatched, HallTable& table) {
+  table = lsc::BuildHallTable(window, offsetUs);
+  LogSamples(function, window);
+  LSC_LOGI_NONZERO_FOR(function, "activeNum:%d", table.count);
+
+  Matched matched = {{0, 0}, table.hallX, table.hallY};
+  if (auto const startIndex = StartOfSpan(function, table, times.startOfFrameUs, oisMatched)) {
+    matched.span = {*startIndex, EndOfSpan(function, table, *startIndex, times.shutterUs)};
+  }
+  LSC_LOGI_NONZERO_FOR(function, "startIndex = %d, endIndex = %d", matched.span.startIndex, matched.span.endIndex);
+  if (lsc::UsesEveryEntry(g_oisDebug) && matched.span.length() >= 2) {
+    LogSpan(function, table, matched.span, times.startOfFrameUs);
+  }
+  return matched;
 }
+
+// Without messages, and without the table that only they need: the same span. The positions are the window's.
+Matched MatchInWindow(HallWindow const& window, FrameTimes const& times, std::int64_t offsetUs, int& oisMatched) {
+  Matched matched = {{0, 0}, window.hallX(), window.hallY()};
+  auto const start = lsc::FindStart(window, times.startOfFrameUs, offsetUs);
+  if (start) {
+    oisMatched = 1;
+  } else if (oisMatched == 0) {
+    return matched;
+  }
+  matched.span.startIndex = start.value_or(0);
+  matched.span.endIndex = lsc::FindEnd(window, matched.span.startIndex, times.shutterUs);
+  return matched;
+}
+
+// Empties the vector and refills it; its memory serves again.
+void FillOutput(std::vector<double>& output, float hall0) { output.assign({static_cast<double>(hall0), 0.0}); }
 
 }  // namespace
 
@@ -106,26 +142,22 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
     LSC_LOGW("Unknown type %d", type);  // the query at time 0 that follows answers nothing
   }
 
-  std::vector<NSCam::Utils::SensorData> samples;
-  QuerySensorData(samples, sensorId, 0, times.timestampNs);
+  HallWindow window;
+  QueryHallWindow(window, sensorId, times.timestampNs);
 
   std::int64_t const offsetUs = lsc::OffsetUs(times.exposureUs, times.shutterUs);
   LSC_LOGI_NONZERO(
       "camera_id = %d, type = %d, oisCount = %d, sof_timestamp = %llu, exposure_time = %llu, "
       "shutter_time = %u, timeDiff = %lld",
-      sensorId, type, static_cast<int>(samples.size()), static_cast<unsigned long long>(times.startOfFrameUs),
+      sensorId, type, static_cast<int>(window.size()), static_cast<unsigned long long>(times.startOfFrameUs),
       static_cast<unsigned long long>(times.exposureUs), times.shutterUs, static_cast<long long>(offsetUs));
-  if (samples.empty()) return;
+  if (window.empty()) return;
 
-  HallTable const table = lsc::BuildHallTable(samples, offsetUs);
-  LogSamples(__func__, samples);
-  LSC_LOGI_NONZERO("activeNum:%d", table.count);
-
-  Span span = {0, 0};
-  if (auto const startIndex = StartOfSpan(__func__, table, times.startOfFrameUs, oisMatched)) {
-    span = {*startIndex, EndOfSpan(__func__, table, *startIndex, times.shutterUs)};
-  }
-  LSC_LOGI_NONZERO("startIndex = %d, endIndex = %d", span.startIndex, span.endIndex);
+  HallTable table;
+  bool const isSilent = gLogLevel == 0;
+  auto const [span, hallX, hallY] = isSilent && lsc::IsPlain(window, times)
+                                        ? MatchInWindow(window, times, offsetUs, oisMatched)
+                                        : MatchInTable(__func__, window, times, offsetUs, oisMatched, table);
 
   if (span.length() < 2) {
     LSC_LOGI_DETAIL(
@@ -136,14 +168,12 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
     return;
   }
 
-  int const mode = g_oisDebug;
-  if (lsc::UsesEveryEntry(mode)) LogSpan(__func__, table, span, times.startOfFrameUs);
-  if (auto const position = lsc::ReduceSpan(table, span, mode)) {
+  if (auto const position = lsc::ReduceSpan(hallX, hallY, span, g_oisDebug)) {
     FillOutput(*outOisX, position->x);
     FillOutput(*outOisY, position->y);
   }
 
-  lsc::WriteHallDump(type, frameId, sensorId, times, table, span, *outOisX, *outOisY);
+  lsc::WriteHallDump(type, frameId, sensorId, times, hallX, hallY, span, *outOisX, *outOisY);
 
   if (!outOisX->empty() && !outOisY->empty()) {
     LSC_LOGI(

@@ -31,12 +31,13 @@ void WriteValue(std::FILE* file, char const* key, double value) {
   std::fprintf(file, "\t\"%s\": %.*s\n", key, static_cast<int>(end - text), text);
 }
 
-void WriteContent(std::FILE* file, unsigned int frameId, FrameTimes const& times, HallTable const& table, Span span,
-                  std::vector<double> const& outOisX, std::vector<double> const& outOisY) {
+void WriteContent(std::FILE* file, unsigned int frameId, FrameTimes const& times, float const* hallX,
+                  float const* hallY, Span span, std::vector<double> const& outOisX,
+                  std::vector<double> const& outOisY) {
   std::fprintf(file, "frame: %d\n", static_cast<int>(frameId));
   for (int i = span.startIndex; i <= span.endIndex; ++i) {
-    WriteValue(file, "OIS hall X", static_cast<double>(table.entries[i].hallX));
-    WriteValue(file, "OIS hall Y", static_cast<double>(table.entries[i].hallY));
+    WriteValue(file, "OIS hall X", static_cast<double>(hallX[i]));
+    WriteValue(file, "OIS hall Y", static_cast<double>(hallY[i]));
   }
   WriteValue(file, "match ois hall0 X", ElementOrZero(outOisX, 0));
   WriteValue(file, "match ois hall0 y", ElementOrZero(outOisY, 0));
@@ -49,7 +50,7 @@ void WriteContent(std::FILE* file, unsigned int frameId, FrameTimes const& times
 }  // namespace
 
 void WriteHallDump(CustShadingType type, unsigned int frameId, int sensorId, FrameTimes const& times,
-                   HallTable const& table, Span span, std::vector<double> const& outOisX,
+                   float const* hallX, float const* hallY, Span span, std::vector<double> const& outOisX,
                    std::vector<double> const& outOisY) {
   char name[kNameSize] = {};
   if (g_preOisDump != 0 && IsPreview(type)) {
@@ -62,7 +63,7 @@ void WriteHallDump(CustShadingType type, unsigned int frameId, int sensorId, Fra
     return;
   }
   if (File const file{std::fopen(name, "w+")}) {
-    WriteContent(file.get(), frameId, times, table, span, outOisX, outOisY);
+    WriteContent(file.get(), frameId, times, hallX, hallY, span, outOisX, outOisY);
   }
 }
 

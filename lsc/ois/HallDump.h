@@ -14,7 +14,7 @@ namespace lsc {
 // to data/vendor/camera_dump/ below the working directory; docs/dump-file.md describes it. A directory that is missing
 // is not made, and nothing that goes wrong is reported. An element that a vector does not have is written as 0.
 void WriteHallDump(CustShadingType type, unsigned int frameId, int sensorId, FrameTimes const& times,
-                   HallTable const& table, Span span, std::vector<double> const& outOisX,
+                   float const* hallX, float const* hallY, Span span, std::vector<double> const& outOisX,
                    std::vector<double> const& outOisY);
 
 }  // namespace lsc

@@ -3,41 +3,36 @@
 namespace lsc {
 namespace {
 
-HallPosition Mean(HallTable const& table, Span span) {
+HallPosition Mean(float const* hallX, float const* hallY, Span span) {
   float sumX = 0.0F;
   float sumY = 0.0F;
   for (int i = span.startIndex; i <= span.endIndex; ++i) {
-    sumX += table.entries[i].hallX;
-    sumY += table.entries[i].hallY;
+    sumX += hallX[i];
+    sumY += hallY[i];
   }
   auto const count = static_cast<float>(span.length());
   return {sumX / count, sumY / count};
 }
 
-HallPosition Maximum(HallTable const& table, Span span) {
-  float x = table.entries[span.startIndex].hallX;
-  float y = table.entries[span.startIndex].hallY;
-  for (int i = span.startIndex + 1; i <= span.endIndex; ++i) {
-    x = x > table.entries[i].hallX ? x : table.entries[i].hallX;
-    y = y > table.entries[i].hallY ? y : table.entries[i].hallY;
-  }
-  return {x, y};
+float Maximum(float const* values, Span span) {
+  float maximum = values[span.startIndex];
+  for (int i = span.startIndex + 1; i <= span.endIndex; ++i) maximum = maximum > values[i] ? maximum : values[i];
+  return maximum;
 }
-
-HallPosition At(HallTable const& table, int index) { return {table.entries[index].hallX, table.entries[index].hallY}; }
 
 }  // namespace
 
-std::optional<HallPosition> ReduceSpan(HallTable const& table, Span span, int mode) {
+std::optional<HallPosition> ReduceSpan(float const* hallX, float const* hallY, Span span, int mode) {
+  int const middle = (span.startIndex + span.endIndex) / 2;
   switch (mode) {
     case kHallMean:
-      return Mean(table, span);
+      return Mean(hallX, hallY, span);
     case kHallMaximum:
-      return Maximum(table, span);
+      return HallPosition{Maximum(hallX, span), Maximum(hallY, span)};
     case kHallMiddle:
-      return At(table, (span.startIndex + span.endIndex) / 2);
+      return HallPosition{hallX[middle], hallY[middle]};
     case kHallLast:
-      return At(table, span.endIndex);
+      return HallPosition{hallX[span.endIndex], hallY[span.endIndex]};
     default:
       return std::nullopt;
   }

@@ -17,15 +17,17 @@ std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs) {
   return static_cast<std::int64_t>(shareUs) - kOffsetConstantUs;
 }
 
-HallTable BuildHallTable(std::vector<NSCam::Utils::SensorData> const& samples, std::int64_t offsetUs) {
+HallTable BuildHallTable(HallWindow const& samples, std::int64_t offsetUs) {
+  static_assert(HallTable::kCapacity >= kWindowSize, "a window always fits");
   HallTable table = {};
   std::int64_t takenUs = 0;
-  for (auto const& sample : samples) {
-    if (table.count == HallTable::kCapacity) break;
-    std::int64_t const timeUs = ToUs(sample.timestamp);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    std::int64_t const timeUs = ToUs(samples.timesNs()[i]);
     if (timeUs == takenUs) continue;
 
-    table.entries[table.count] = {sample.oisHallX, sample.oisHallY, timeUs - offsetUs};
+    table.hallX[table.count] = samples.hallX()[i];
+    table.hallY[table.count] = samples.hallY()[i];
+    table.alignedUs[table.count] = timeUs - offsetUs;
     ++table.count;
     takenUs = timeUs;
   }

@@ -2,9 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
-#include "platform/SensorProvider.h"
+#include "lsc/HallWindow.h"
 
 namespace lsc {
 
@@ -15,18 +14,14 @@ constexpr std::int64_t ToUs(std::int64_t timeNs) { return timeNs / kNsPerUs; }
 constexpr std::uint64_t ToUs(std::uint64_t timeNs) { return timeNs / kNsPerUs; }
 constexpr std::uint32_t ToUs(std::uint32_t timeNs) { return timeNs / static_cast<std::uint32_t>(kNsPerUs); }
 
-struct HallEntry {
-  float hallX;
-  float hallY;
-  std::int64_t alignedUs;  // the sample's time less the offset
-};
-
 // At most kCapacity entries, no two in a row from the same microsecond.
 struct HallTable {
   static constexpr int kCapacity = 100;
 
   int count;
-  HallEntry entries[kCapacity];
+  float hallX[kCapacity];
+  float hallY[kCapacity];
+  std::int64_t alignedUs[kCapacity];  // the sample's time less the offset
 };
 
 // What is subtracted from every sample's time, in us: negative, so samples move forward in time, by a little more than
@@ -34,7 +29,7 @@ struct HallTable {
 std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs);
 
 // Fills the table from the samples, oldest first. A sample from the same microsecond as the one taken before it is left
-// out (as is a first one from microsecond 0), and so is what comes when the table is full.
-HallTable BuildHallTable(std::vector<NSCam::Utils::SensorData> const& samples, std::int64_t offsetUs);
+// out, as is a first one from microsecond 0.
+HallTable BuildHallTable(HallWindow const& samples, std::int64_t offsetUs);
 
 }  // namespace lsc

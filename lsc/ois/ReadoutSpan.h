@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "lsc/ois/FrameTimes.h"
 #include "lsc/ois/HallTable.h"
 
 namespace lsc {
@@ -49,5 +50,12 @@ struct EndMatch {
 // Searches the end among the entries from `startIndex` to the last but one. An end on the start entry itself makes a
 // span of one entry, entry 0 being no exception.
 std::optional<EndMatch> FindEnd(HallTable const& table, int startIndex, std::uint64_t targetUs);
+
+// The same search without a table, for windows whose samples are its entries one by one: none before microsecond 1, no
+// two in one microsecond, none so late that a time in ns cannot be computed with. It looks times up by their order, in
+// ns, instead of dividing each of them, and answers what the search in the table answers.
+bool IsPlain(HallWindow const& window, FrameTimes const& times);
+std::optional<int> FindStart(HallWindow const& window, std::uint64_t startOfFrameUs, std::int64_t offsetUs);
+int FindEnd(HallWindow const& window, int startIndex, std::uint32_t shutterUs);
 
 }  // namespace lsc

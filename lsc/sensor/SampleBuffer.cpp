@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <iterator>
 
+#include "lsc/HallWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 #include "lsc/sensor/SplitTime.h"
@@ -11,34 +11,10 @@ using NSCam::Utils::SensorData;
 using Samples = VeyraShadingUtil::VeyraSensorData::Samples;
 using FrameQueue = std::deque<std::pair<unsigned int, Samples>>;
 
-constexpr std::size_t kWindowSize = 100;        // samples that a look-up by time answers
-constexpr std::size_t kWindowBeforeMatch = 50;  // of them, those before the matched one
-
 bool IsEarlier(SensorData const& a, SensorData const& b) { return a.timestamp < b.timestamp; }
 
-// A sample of the joined sequence of all entries.
-struct Match {
-  bool found;
-  std::size_t index;
-  SensorData const* sample;
-};
-
-// The first sample whose time, as an unsigned value, is at or after `timeNs`. Entries are in signed order, so only one
-// without times before 0 is also in unsigned order, and may be passed over by its last sample.
-Match FindAtOrAfter(FrameQueue const& queue, std::uint64_t timeNs) {
-  auto const unsignedTimeNs = [](SensorData const& sample) { return static_cast<std::uint64_t>(sample.timestamp); };
-  std::size_t before = 0;
-  for (auto const& [number, samples] : queue) {
-    if (samples.front().timestamp < 0 || unsignedTimeNs(samples.back()) >= timeNs) {
-      auto const match = std::find_if(samples.begin(), samples.end(),
-                                      [&](SensorData const& sample) { return unsignedTimeNs(sample) >= timeNs; });
-      if (match != samples.end()) {
-        return {true, before + static_cast<std::size_t>(match - samples.begin()), &*match};
-      }
-    }
-    before += samples.size();
-  }
-  return {false, 0, nullptr};
+bool IsBefore(SensorData const& sample, std::uint64_t timeNs) {
+  return static_cast<std::uint64_t>(sample.timestamp) < timeNs;
 }
 
 std::size_t CountSamples(FrameQueue const& queue) {
@@ -47,32 +23,119 @@ std::size_t CountSamples(FrameQueue const& queue) {
   return count;
 }
 
-// Replaces `out` by `count` samples of the joined sequence that begin at index `first`; they must exist.
-void CopySamples(FrameQueue const& queue, std::size_t first, std::size_t count, Samples& out) {
-  out.clear();
-  out.reserve(count);
+// The first sample of the joined sequence whose time, as an unsigned value, is at or after a given one.
+struct Match {
+  SensorData const* sample = nullptr;  // null: there is none
+  std::size_t following = 0;           // samples from it to the newest one, itself included
+};
+
+// Samples are in signed order. A time before 0 is later than all others as an unsigned value, so with such times in the
+// history the order and the comparison disagree and only a scan from the oldest sample on finds the first one.
+Match FindByScan(FrameQueue const& queue, std::uint64_t timeNs) {
+  std::size_t before = 0;
   for (auto const& [number, samples] : queue) {
-    if (first >= samples.size()) {
-      first -= samples.size();
-      continue;
+    for (auto const& sample : samples) {
+      if (!IsBefore(sample, timeNs)) return {&sample, CountSamples(queue) - before};
+      ++before;
     }
-    std::size_t const taken = std::min(samples.size() - first, count - out.size());
-    auto const begin = samples.begin() + static_cast<std::ptrdiff_t>(first);
-    out.insert(out.end(), begin, begin + static_cast<std::ptrdiff_t>(taken));
-    if (out.size() == count) return;
-    first = 0;
+  }
+  return {};
+}
+
+// Without times before 0. The wanted time is mostly near the newest frame, so the walk begins there; it goes on while
+// an entry begins at or after the time, for the one before it may hold an equal time.
+Match FindFromNewest(FrameQueue const& queue, std::uint64_t timeNs) {
+  Match match;
+  for (auto entry = queue.rbegin(); entry != queue.rend(); ++entry) {
+    Samples const& samples = entry->second;
+    auto found = samples.begin();
+    if (IsBefore(samples.front(), timeNs)) {
+      found = std::lower_bound(samples.begin(), samples.end(), timeNs, IsBefore);
+      if (found == samples.end()) break;
+    }
+    match.sample = &*found;
+    match.following += static_cast<std::size_t>(samples.end() - found);
+    if (found != samples.begin()) break;
+  }
+  return match;
+}
+
+Match FindAtOrAfter(FrameQueue const& queue, std::uint64_t timeNs) {
+  if (queue.empty()) return {};
+  bool const hasTimesBeforeZero = queue.front().second.front().timestamp < 0;
+  return hasTimesBeforeZero ? FindByScan(queue, timeNs) : FindFromNewest(queue, timeNs);
+}
+
+// Where a run of samples begins.
+struct Place {
+  FrameQueue::const_iterator entry;
+  std::size_t sample;
+};
+
+// The beginning of the last `count` samples or, when there are fewer, of all of them; `held` is set to how many the
+// walk from the newest entry has counted, which is all of them in the latter case.
+Place FindLast(FrameQueue const& queue, std::size_t count, std::size_t& held) {
+  held = 0;
+  auto entry = queue.end();
+  while (held < count && entry != queue.begin()) {
+    --entry;
+    held += entry->second.size();
+  }
+  return {entry, held > count ? held - count : 0};
+}
+
+// Hands kWindowSize samples from `place` on, which must exist, to `take`, run by run.
+template <typename Take>
+void TakeWindow(Place place, Take take) {
+  std::size_t missing = lsc::kWindowSize;
+  while (missing > 0) {
+    Samples const& samples = place.entry->second;
+    std::size_t const count = std::min(samples.size() - place.sample, missing);
+    take(samples.data() + place.sample, count);
+    missing -= count;
+    ++place.entry;
+    place.sample = 0;
   }
 }
 
-// Merges two sorted runs and divides them at `splitTimeNs`: what is earlier stays in `older`, the rest goes to `newer`.
-void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples& newer) {
-  Samples merged;
-  merged.reserve(older.size() + newer.size());
-  std::merge(older.begin(), older.end(), newer.begin(), newer.end(), std::back_inserter(merged), IsEarlier);
-  auto const cut = std::partition_point(
-      merged.begin(), merged.end(), [splitTimeNs](SensorData const& sample) { return sample.timestamp < splitTimeNs; });
-  older.assign(merged.begin(), cut);
-  newer.assign(cut, merged.end());
+void CopyWindow(Place place, Samples& out) {
+  out.clear();
+  out.reserve(lsc::kWindowSize);
+  TakeWindow(place, [&out](SensorData const* run, std::size_t count) { out.insert(out.end(), run, run + count); });
+}
+
+void CopyWindow(Place place, lsc::HallWindow& out) {
+  out.clear();
+  TakeWindow(place, [&out](SensorData const* run, std::size_t count) { out.append(run, count); });
+}
+
+// Merges a sorted run into another one, in place: only what lies behind the run's first sample moves.
+void MergeInto(Samples& samples, SensorData const* run, std::size_t count) {
+  std::size_t kept = samples.size();
+  samples.resize(kept + count);
+  std::size_t to = samples.size();
+  while (count > 0) {
+    bool const takeKept = kept > 0 && IsEarlier(run[count - 1], samples[kept - 1]);
+    samples[--to] = takeKept ? samples[--kept] : run[--count];
+  }
+}
+
+// Joins two sorted runs and divides them at `splitTimeNs`: `older` keeps what is earlier, `upper` gets the rest.
+void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples const& batch, Samples& upper) {
+  auto const isLower = [splitTimeNs](SensorData const& sample) { return sample.timestamp < splitTimeNs; };
+  auto const cut = std::partition_point(older.begin(), older.end(), isLower);
+  auto const batchCut = std::partition_point(batch.begin(), batch.end(), isLower);
+
+  upper.clear();
+  upper.reserve(static_cast<std::size_t>((older.end() - cut) + (batch.end() - batchCut)));
+  auto tail = cut;
+  auto rest = batchCut;
+  while (tail != older.end() && rest != batch.end()) upper.push_back(IsEarlier(*rest, *tail) ? *rest++ : *tail++);
+  upper.insert(upper.end(), tail, older.end());
+  upper.insert(upper.end(), rest, batch.end());
+
+  older.erase(cut, older.end());
+  MergeInto(older, batch.data(), static_cast<std::size_t>(batchCut - batch.begin()));
 }
 
 }  // namespace
@@ -85,21 +148,33 @@ void VeyraShadingUtil::VeyraSensorData::pushValue(unsigned int frameNumber, Samp
 
   if (!std::is_sorted(batch.begin(), batch.end(), IsEarlier)) std::sort(batch.begin(), batch.end(), IsEarlier);
 
+  bool overlaps = false;
+  std::int64_t splitTimeNs = 0;
   if (!mFrameQueue.empty()) {
-    Samples& newest = mFrameQueue.back().second;
+    Samples const& newest = mFrameQueue.back().second;
     std::int64_t const batchBeginsNs = batch.front().timestamp;
     std::int64_t const newestEndsNs = newest.back().timestamp;
-    if (newestEndsNs > batchBeginsNs) {
-      if (newest.front().timestamp >= batchBeginsNs) return;
-
-      std::int64_t const splitTimeNs = lsc::SplitTimeNs(batchBeginsNs, newestEndsNs);
-      DivideAt(splitTimeNs, newest, batch);
-      LSC_LOGI_NONZERO(" split data frameNumber: %d lastData:%lu data:%lu splitTime:%llu",
-                       static_cast<int>(frameNumber), newest.size(), batch.size(),
-                       static_cast<unsigned long long>(splitTimeNs));
-    }
+    overlaps = newestEndsNs > batchBeginsNs;
+    if (overlaps && newest.front().timestamp >= batchBeginsNs) return;
+    if (overlaps) splitTimeNs = lsc::SplitTimeNs(batchBeginsNs, newestEndsNs);
   }
-  mFrameQueue.emplace_back(frameNumber, batch);
+
+  // The memory of the entry that leaves serves the new one.
+  Samples samples;
+  if (mFrameQueue.size() >= mMaxFrames && mFrameQueue.size() > 1) {
+    samples.swap(mFrameQueue.front().second);
+    mFrameQueue.pop_front();
+  }
+  if (overlaps) {
+    Samples& newest = mFrameQueue.back().second;
+    DivideAt(splitTimeNs, newest, batch, samples);
+    batch = samples;
+    LSC_LOGI_NONZERO(" split data frameNumber: %d lastData:%lu data:%lu splitTime:%llu", static_cast<int>(frameNumber),
+                     newest.size(), batch.size(), static_cast<unsigned long long>(splitTimeNs));
+  } else {
+    samples = batch;
+  }
+  mFrameQueue.emplace_back(frameNumber, std::move(samples));
   if (mFrameQueue.size() > mMaxFrames) mFrameQueue.pop_front();
 }
 
@@ -110,22 +185,30 @@ void VeyraShadingUtil::VeyraSensorData::getDataByFrame(unsigned int frameNumber,
   if (newest != mFrameQueue.rend()) out = newest->second;
 }
 
-void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, Samples& out) {
+template <typename Output>
+void VeyraShadingUtil::VeyraSensorData::lookUp(unsigned long time, Output& out) {
+  constexpr char kOperation[] = "getDataByTimestamp";
   lsc::MutexLock const lock(mDataMutex);
-  std::size_t const count = CountSamples(mFrameQueue);
-  LSC_LOGI_NONZERO(" total data size:%lu", count);
+  LSC_LOGI_NONZERO_FOR(kOperation, " total data size:%lu", CountSamples(mFrameQueue));
 
+  // From the match as many as the window holds before it; never fewer than the window, never more than there are.
   Match const match = FindAtOrAfter(mFrameQueue, time);
-  if (!match.found || count < kWindowSize) {
-    LSC_LOGW("no data matched");
+  std::size_t held = 0;
+  Place const place =
+      FindLast(mFrameQueue, std::max(match.following + lsc::kWindowBeforeMatch, lsc::kWindowSize), held);
+  if (match.sample == nullptr || held < lsc::kWindowSize) {
+    LSC_LOGW_FOR(kOperation, "no data matched");
     return;
   }
-  LSC_LOGI_NONZERO("match data offset:%ld timestamp:%llu", static_cast<long>(match.index),
-                   static_cast<unsigned long long>(match.sample->timestamp));
-
-  std::size_t const wanted = match.index > kWindowBeforeMatch ? match.index - kWindowBeforeMatch : 0;
-  CopySamples(mFrameQueue, std::min(wanted, count - kWindowSize), kWindowSize, out);
+  LSC_LOGI_NONZERO_FOR(kOperation, "match data offset:%ld timestamp:%llu",
+                       static_cast<long>(CountSamples(mFrameQueue) - match.following),
+                       static_cast<unsigned long long>(match.sample->timestamp));
+  CopyWindow(place, out);
 }
+
+void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, Samples& out) { lookUp(time, out); }
+
+void VeyraShadingUtil::VeyraSensorData::getHallWindow(unsigned long time, lsc::HallWindow& out) { lookUp(time, out); }
 
 void VeyraShadingUtil::VeyraSensorData::clear() {
   lsc::MutexLock const lock(mDataMutex);

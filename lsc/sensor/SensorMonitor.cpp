@@ -1,5 +1,7 @@
 #include <cstdio>
+#include <type_traits>
 
+#include "lsc/HallWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 
@@ -47,33 +49,48 @@ void VeyraShadingUtil::VeyraSensorMonitor::disableSensor() {
 void VeyraShadingUtil::VeyraSensorMonitor::updateSensorData(unsigned int frameNumber, unsigned long frameTime) {
   if (!mSensorProvider) return;
 
-  VeyraSensorData::Samples batch;
-  mSensorProvider->getAllSensorData(PlatformType(mSensorType), batch);
-  if (batch.empty()) {
+  mBatch.clear();
+  mSensorProvider->getAllSensorData(PlatformType(mSensorType), mBatch);
+  if (mBatch.empty()) {
     LSC_LOGW("no sensor data for type %d", mSensorType);
     return;
   }
-  mSensorData.pushValue(frameNumber, batch);
-  if (!lsc::DetailIsLogged()) return;
+  mSensorData.pushValue(frameNumber, mBatch);
+  if (lsc::DetailIsLogged()) {
+    std::size_t const queueSize = mSensorData.frameCount();
+    LSC_LOGI_DETAIL("update sensor data F:(%u) TS:(%llu) size:%lu, queue size:%lu, timestamp interv:%llu - %llu",
+                    frameNumber, static_cast<unsigned long long>(frameTime), mBatch.size(), queueSize,
+                    static_cast<unsigned long long>(mBatch.front().timestamp),
+                    static_cast<unsigned long long>(mBatch.back().timestamp));
+  }
+  mBatch.clear();
+}
 
-  std::size_t const queueSize = mSensorData.frameCount();
-  LSC_LOGI_DETAIL("update sensor data F:(%u) TS:(%llu) size:%lu, queue size:%lu, timestamp interv:%llu - %llu",
-                  frameNumber, static_cast<unsigned long long>(frameTime), batch.size(), queueSize,
-                  static_cast<unsigned long long>(batch.front().timestamp),
-                  static_cast<unsigned long long>(batch.back().timestamp));
+template <typename Output>
+void VeyraShadingUtil::VeyraSensorMonitor::read(Output& out, unsigned int frameNumber, unsigned long time) {
+  if (!mSensorProvider) return;
+
+  constexpr char kOperation[] = "getSensorData";
+  if (time != 0) {
+    if constexpr (std::is_same_v<Output, lsc::HallWindow>) {
+      mSensorData.getHallWindow(time, out);
+    } else {
+      mSensorData.getDataByTimestamp(time, out);
+    }
+  } else if (frameNumber != 0) {
+    if constexpr (!std::is_same_v<Output, lsc::HallWindow>) mSensorData.getDataByFrame(frameNumber, out);
+  } else {
+    LSC_LOGW_FOR(kOperation, "timestamp or frameNumber should not be zero");
+  }
+  LSC_LOGI_NONZERO_FOR(kOperation, " get sensor data F:(%u) TS:(%llu) data size:%lu", frameNumber,
+                       static_cast<unsigned long long>(time), out.size());
 }
 
 void VeyraShadingUtil::VeyraSensorMonitor::getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber,
                                                          unsigned long time) {
-  if (!mSensorProvider) return;
+  read(out, frameNumber, time);
+}
 
-  if (time != 0) {
-    mSensorData.getDataByTimestamp(time, out);
-  } else if (frameNumber != 0) {
-    mSensorData.getDataByFrame(frameNumber, out);
-  } else {
-    LSC_LOGW("timestamp or frameNumber should not be zero");
-  }
-  LSC_LOGI_NONZERO(" get sensor data F:(%u) TS:(%llu) data size:%lu", frameNumber,
-                   static_cast<unsigned long long>(time), out.size());
+void VeyraShadingUtil::VeyraSensorMonitor::getHallWindow(lsc::HallWindow& out, unsigned long time) {
+  read(out, 0, time);
 }

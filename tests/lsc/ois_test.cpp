@@ -20,8 +20,14 @@ using testing::ElementsAre;
 
 HallTable TableOf(std::vector<std::int64_t> const& alignedUs) {
   HallTable table = {};
-  for (auto const timeUs : alignedUs) table.entries[table.count++] = {0.0F, 0.0F, timeUs};
+  for (auto const timeUs : alignedUs) table.alignedUs[table.count++] = timeUs;
   return table;
+}
+
+lsc::HallWindow WindowOf(Samples const& samples) {
+  lsc::HallWindow window;
+  window.append(samples.data(), samples.size());
+  return window;
 }
 
 TEST(Offset, IsAShareOfTheShorterTimePlusAConstantTruncatedTowardZero) {
@@ -66,7 +72,7 @@ TEST(FrameTimes, EachKindTakesItsPair) {
   }
 }
 
-TEST(HallTableTest, LeavesOutRepeatedMicrosecondsAndWhatComesWhenItIsFull) {
+TEST(HallTableTest, LeavesOutRepeatedMicroseconds) {
   struct {
     char const* what;
     std::vector<std::int64_t> timesNs;
@@ -78,17 +84,17 @@ TEST(HallTableTest, LeavesOutRepeatedMicrosecondsAndWhatComesWhenItIsFull) {
       {"times before 0 are truncated toward 0", {-1'999, -1'000, 1'999}, {9, 11}},
   };
   for (auto const& row : rows) {
-    HallTable const table = lsc::BuildHallTable(SamplesAt(row.timesNs), -10);
+    HallTable const table = lsc::BuildHallTable(WindowOf(SamplesAt(row.timesNs)), -10);
     std::vector<std::int64_t> alignedUs;
-    for (int i = 0; i < table.count; ++i) alignedUs.push_back(table.entries[i].alignedUs);
+    for (int i = 0; i < table.count; ++i) alignedUs.push_back(table.alignedUs[i]);
     EXPECT_EQ(alignedUs, row.alignedUs) << row.what;
   }
 
-  HallTable const full = lsc::BuildHallTable(EvenSamples(103, 1'000'000, 1'000), 0);
+  HallTable const full = lsc::BuildHallTable(WindowOf(EvenSamples(100, 1'000'000, 1'000)), 0);
   EXPECT_EQ(full.count, 100);
-  EXPECT_EQ(full.entries[99].alignedUs, 1'099);
-  EXPECT_EQ(full.entries[99].hallX, 99.0F);
-  EXPECT_EQ(full.entries[99].hallY, -99.0F);
+  EXPECT_EQ(full.alignedUs[99], 1'099);
+  EXPECT_EQ(full.hallX[99], 99.0F);
+  EXPECT_EQ(full.hallY[99], -99.0F);
 }
 
 TEST(ReadoutSpan, StartIsTheNearerOfTheFirstEntryWithinTheToleranceAndTheNext) {
@@ -143,12 +149,9 @@ TEST(ReadoutSpan, EndIsSearchedFromTheStartEntryOn) {
 }
 
 TEST(Reduction, EachModeReducesTheSpanInItsOwnWay) {
-  HallTable table = {};
   // The sum of the first two X loses the 1: single precision, in the order of the entries.
-  float const x[] = {9.0F, 16'777'216.0F, 1.0F, -16'777'216.0F, 4.0F, 9.0F};
+  float x[] = {9.0F, 16'777'216.0F, 1.0F, -16'777'216.0F, 4.0F, 9.0F};
   float const y[] = {9.0F, -1.0F, -3.0F, -2.0F, -6.0F, 9.0F};
-  table.count = 6;
-  for (int i = 0; i < 6; ++i) table.entries[i] = {x[i], y[i], 0};
 
   struct {
     int mode, startIndex, endIndex;
@@ -157,17 +160,17 @@ TEST(Reduction, EachModeReducesTheSpanInItsOwnWay) {
                     {2, 2, 4, 4.0F, -2.0F}, {3, 1, 4, 1.0F, -3.0F},         {3, 1, 5, -16'777'216.0F, -2.0F},
                     {4, 1, 4, 4.0F, -6.0F}};
   for (auto const& row : rows) {
-    auto const position = lsc::ReduceSpan(table, {row.startIndex, row.endIndex}, row.mode);
+    auto const position = lsc::ReduceSpan(x, y, {row.startIndex, row.endIndex}, row.mode);
     ASSERT_TRUE(position);
     EXPECT_EQ(position->x, row.x) << "mode " << row.mode << " to " << row.endIndex;
     EXPECT_EQ(position->y, row.y) << "mode " << row.mode << " to " << row.endIndex;
   }
-  for (int const mode : {-1, 0, 5}) EXPECT_FALSE(lsc::ReduceSpan(table, {1, 4}, mode)) << mode;
+  for (int const mode : {-1, 0, 5}) EXPECT_FALSE(lsc::ReduceSpan(x, y, {1, 4}, mode)) << mode;
 
   // "Unless the current one is greater": a value that cannot be compared replaces the maximum, and is replaced.
-  table.entries[2].hallX = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_TRUE(std::isnan(lsc::ReduceSpan(table, {1, 2}, 2)->x));
-  EXPECT_EQ(lsc::ReduceSpan(table, {1, 3}, 2)->x, -16'777'216.0F);
+  x[2] = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_TRUE(std::isnan(lsc::ReduceSpan(x, y, {1, 2}, 2)->x));
+  EXPECT_EQ(lsc::ReduceSpan(x, y, {1, 3}, 2)->x, -16'777'216.0F);
 }
 
 TEST(SplitTime, IsTheMidpointRoundedTowardZeroWithoutOverflow) {
