@@ -1,24 +1,24 @@
 #include "lsc/HallWindow.h"
 
-#include <algorithm>
+#include "lsc/TimeUnits.h"
 
 namespace lsc {
 
-void HallWindow::append(NSCam::Utils::SensorData const* samples, std::size_t count) {
-  std::uint64_t smallestGapNs = mSmallestGapNs;
-  // Before the first sample there is no gap: its predecessor is as far away as can be.
-  std::uint64_t previousNs = mSize > 0 ? static_cast<std::uint64_t>(mTimesNs[mSize - 1])
-                                       : static_cast<std::uint64_t>(samples[0].timestamp) + 1;
-  for (std::size_t i = 0; i < count; ++i) {
-    auto const timeNs = static_cast<std::uint64_t>(samples[i].timestamp);
-    mTimesNs[mSize + i] = samples[i].timestamp;
-    mHallX[mSize + i] = samples[i].oisHallX;
-    mHallY[mSize + i] = samples[i].oisHallY;
-    smallestGapNs = std::min(smallestGapNs, timeNs - previousNs);
-    previousNs = timeNs;
+void HallWindow::dropRepeatedMicroseconds() {
+  // Samples a microsecond apart are never of one; only closer ones need the division.
+  int next = 1;
+  while (next < mHeld && mTimesNs[next] - mTimesNs[next - 1] >= kNsPerUs) ++next;
+  if (next >= mHeld) return;
+
+  int kept = next;
+  for (; next < mHeld; ++next) {
+    if (ToUs(mTimesNs[next]) == ToUs(mTimesNs[kept - 1])) continue;
+    mTimesNs[kept] = mTimesNs[next];
+    mHallX[kept] = mHallX[next];
+    mHallY[kept] = mHallY[next];
+    ++kept;
   }
-  mSmallestGapNs = smallestGapNs;
-  mSize += count;
+  mHeld = kept;
 }
 
 }  // namespace lsc

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "lsc/Mutex.h"
+#include "lsc/sensor/RecyclingAllocator.h"
 #include "platform/SensorProvider.h"
 
 namespace lsc {
@@ -180,6 +181,8 @@ class LSC_EXPORT VeyraShadingUtil {
 class VeyraShadingUtil::VeyraSensorData {
  public:
   using Samples = std::vector<NSCam::Utils::SensorData>;
+  using Frame = std::pair<unsigned int, Samples>;
+  using FrameQueue = std::deque<Frame, lsc::RecyclingAllocator<Frame>>;
 
   explicit VeyraSensorData(unsigned int maxFrames) : mMaxFrames(maxFrames) {}
   ~VeyraSensorData();
@@ -212,7 +215,7 @@ class VeyraShadingUtil::VeyraSensorData {
 
   unsigned int mMaxFrames;
   lsc::Mutex mDataMutex;
-  std::deque<std::pair<unsigned int, Samples>> mFrameQueue LSC_GUARDED_BY(mDataMutex);
+  FrameQueue mFrameQueue LSC_GUARDED_BY(mDataMutex);
 };
 
 // One camera's motion sensor: pulls what the platform gathers and keeps it in a buffer. Registered with nothing

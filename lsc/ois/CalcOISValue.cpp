@@ -110,7 +110,8 @@ Matched MatchInTable(char const* function, HallWindow const& window, FrameTimes 
 }
 
 // Without messages, and without the table that only they need: the same span. The positions are the window's.
-Matched MatchInWindow(HallWindow const& window, FrameTimes const& times, std::int64_t offsetUs, int& oisMatched) {
+Matched MatchInWindow(HallWindow& window, FrameTimes const& times, std::int64_t offsetUs, int& oisMatched) {
+  window.dropRepeatedMicroseconds();
   Matched matched = {{0, 0}, window.hallX(), window.hallY()};
   auto const start = lsc::FindStart(window, times.startOfFrameUs, offsetUs);
   if (start) {
@@ -142,10 +143,10 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
     LSC_LOGW("Unknown type %d", type);  // the query at time 0 that follows answers nothing
   }
 
-  HallWindow window;
-  QueryHallWindow(window, sensorId, times.timestampNs);
-
   std::int64_t const offsetUs = lsc::OffsetUs(times.exposureUs, times.shutterUs);
+  bool const isSilent = gLogLevel == 0;
+  HallWindow window = isSilent ? lsc::WindowFor(times, offsetUs) : HallWindow();
+  QueryHallWindow(window, sensorId, times.timestampNs);
   LSC_LOGI_NONZERO(
       "camera_id = %d, type = %d, oisCount = %d, sof_timestamp = %llu, exposure_time = %llu, "
       "shutter_time = %u, timeDiff = %lld",
@@ -154,7 +155,6 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
   if (window.empty()) return;
 
   HallTable table;
-  bool const isSilent = gLogLevel == 0;
   auto const [span, hallX, hallY] = isSilent && lsc::IsPlain(window, times)
                                         ? MatchInWindow(window, times, offsetUs, oisMatched)
                                         : MatchInTable(__func__, window, times, offsetUs, oisMatched, table);

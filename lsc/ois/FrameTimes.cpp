@@ -1,6 +1,6 @@
 #include "lsc/ois/FrameTimes.h"
 
-#include "lsc/ois/HallTable.h"
+#include "lsc/TimeUnits.h"
 
 namespace lsc {
 namespace {

@@ -21,7 +21,7 @@ HallTable BuildHallTable(HallWindow const& samples, std::int64_t offsetUs) {
   static_assert(HallTable::kCapacity >= kWindowSize, "a window always fits");
   HallTable table = {};
   std::int64_t takenUs = 0;
-  for (std::size_t i = 0; i < samples.size(); ++i) {
+  for (std::size_t i = 0; i < static_cast<std::size_t>(samples.held()); ++i) {
     std::int64_t const timeUs = ToUs(samples.timesNs()[i]);
     if (timeUs == takenUs) continue;
 

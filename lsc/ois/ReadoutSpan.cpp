@@ -34,33 +34,37 @@ std::optional<EndMatch> FindEnd(HallTable const& table, int startIndex, std::uin
 
 namespace {
 
-constexpr int kLastIndex = static_cast<int>(kWindowSize) - 1;
+// Up to here times can be computed with without leaving the range of 64 bits; a start of frame must leave room for the
+// sample that matches it.
+constexpr std::int64_t kLatestPlainNs = std::int64_t{1} << 62;
+constexpr auto kLatestPlainStartUs = static_cast<std::uint64_t>(ToUs(kLatestPlainNs / 2));
 
-// Up to here times in ns can be computed with without leaving the range of 64 bits.
-constexpr std::uint64_t kLatestPlainNs = std::uint64_t{1} << 62;
+constexpr auto kTolerance = static_cast<std::int64_t>(kToleranceUs);
 
-// The first sample from index `first` on that is in or after the microsecond `timeUs`; kWindowSize when there is none.
-int FirstFrom(HallWindow const& window, int first, std::int64_t timeUs) {
-  auto const* const timesNs = window.timesNs();
-  return static_cast<int>(std::lower_bound(timesNs + first, timesNs + kWindowSize, timeUs * kNsPerUs) - timesNs);
-}
-
-// The first candidate within the tolerance of `targetUs`, a time before the alignment, or the one after it, whichever
-// is nearer; nullopt when there is no such candidate.
+// The first candidate from index `first` on within the tolerance of `targetUs`, a time before the alignment, or the one
+// after it, whichever is nearer; nullopt when there is no such candidate. Times are searched in ns: a sample is in or
+// after a microsecond when it is at or after its first ns.
 std::optional<int> FindNear(HallWindow const& window, int first, std::int64_t targetUs) {
   auto const distanceUs = [&](int i) { return std::abs(ToUs(window.timesNs()[i]) - targetUs); };
-  constexpr auto kTolerance = static_cast<std::int64_t>(kToleranceUs);
-  int const candidate = FirstFrom(window, first, targetUs - kTolerance + 1);
-  if (candidate >= kLastIndex || distanceUs(candidate) >= kTolerance) return std::nullopt;
+  std::int64_t const* const begin = window.timesNs();
+  std::int64_t const earliestNs = (targetUs - kTolerance + 1) * kNsPerUs;
+  auto const candidate = static_cast<int>(std::lower_bound(begin + first, begin + window.held(), earliestNs) - begin);
+  if (candidate + 1 >= window.held() || distanceUs(candidate) >= kTolerance) return std::nullopt;
   return distanceUs(candidate) > distanceUs(candidate + 1) ? candidate + 1 : candidate;
 }
 
 }  // namespace
 
+HallWindow WindowFor(FrameTimes const& times, std::int64_t offsetUs) {
+  if (times.startOfFrameUs > kLatestPlainStartUs) return HallWindow();
+  std::int64_t const startUs = static_cast<std::int64_t>(times.startOfFrameUs) + offsetUs;
+  std::int64_t const fromNs = (startUs - kTolerance + 1) * kNsPerUs;
+  return fromNs > 0 ? HallWindow(fromNs, (startUs + kTolerance) * kNsPerUs) : HallWindow();
+}
+
 bool IsPlain(HallWindow const& window, FrameTimes const& times) {
-  return window.size() == kWindowSize && window.timesNs()[0] >= kNsPerUs && window.everyGapIsAtLeast(kNsPerUs) &&
-         static_cast<std::uint64_t>(window.timesNs()[kLastIndex]) <= kLatestPlainNs &&
-         times.startOfFrameUs <= ToUs(kLatestPlainNs);
+  return window.timesNs()[0] >= kNsPerUs && window.timesNs()[0] <= kLatestPlainNs &&
+         times.startOfFrameUs <= kLatestPlainStartUs;
 }
 
 std::optional<int> FindStart(HallWindow const& window, std::uint64_t startOfFrameUs, std::int64_t offsetUs) {
@@ -69,7 +73,7 @@ std::optional<int> FindStart(HallWindow const& window, std::uint64_t startOfFram
 
 int FindEnd(HallWindow const& window, int startIndex, std::uint32_t shutterUs) {
   std::int64_t const targetUs = ToUs(window.timesNs()[startIndex]) + shutterUs;
-  return FindNear(window, startIndex, targetUs).value_or(kLastIndex);
+  return FindNear(window, startIndex, targetUs).value_or(window.held() - 1);
 }
 
 }  // namespace lsc

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "lsc/HallWindow.h"
+#include "lsc/TimeUnits.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 #include "lsc/sensor/SplitTime.h"
@@ -9,7 +10,7 @@ namespace {
 
 using NSCam::Utils::SensorData;
 using Samples = VeyraShadingUtil::VeyraSensorData::Samples;
-using FrameQueue = std::deque<std::pair<unsigned int, Samples>>;
+using FrameQueue = VeyraShadingUtil::VeyraSensorData::FrameQueue;
 
 bool IsEarlier(SensorData const& a, SensorData const& b) { return a.timestamp < b.timestamp; }
 
@@ -22,6 +23,12 @@ std::size_t CountSamples(FrameQueue const& queue) {
   for (auto const& entry : queue) count += entry.second.size();
   return count;
 }
+
+// Where a run of samples begins.
+struct Place {
+  FrameQueue::const_iterator entry;
+  std::size_t sample;
+};
 
 // The first sample of the joined sequence whose time, as an unsigned value, is at or after a given one.
 struct Match {
@@ -60,17 +67,12 @@ Match FindFromNewest(FrameQueue const& queue, std::uint64_t timeNs) {
   return match;
 }
 
+bool HasTimesBeforeZero(FrameQueue const& queue) { return queue.front().second.front().timestamp < 0; }
+
 Match FindAtOrAfter(FrameQueue const& queue, std::uint64_t timeNs) {
   if (queue.empty()) return {};
-  bool const hasTimesBeforeZero = queue.front().second.front().timestamp < 0;
-  return hasTimesBeforeZero ? FindByScan(queue, timeNs) : FindFromNewest(queue, timeNs);
+  return HasTimesBeforeZero(queue) ? FindByScan(queue, timeNs) : FindFromNewest(queue, timeNs);
 }
-
-// Where a run of samples begins.
-struct Place {
-  FrameQueue::const_iterator entry;
-  std::size_t sample;
-};
 
 // The beginning of the last `count` samples or, when there are fewer, of all of them; `held` is set to how many the
 // walk from the newest entry has counted, which is all of them in the latter case.
@@ -84,29 +86,48 @@ Place FindLast(FrameQueue const& queue, std::size_t count, std::size_t& held) {
   return {entry, held > count ? held - count : 0};
 }
 
-// Hands kWindowSize samples from `place` on, which must exist, to `take`, run by run.
+// Hands `count` samples from `place` on, which must exist, to `take`, run by run.
 template <typename Take>
-void TakeWindow(Place place, Take take) {
-  std::size_t missing = lsc::kWindowSize;
-  while (missing > 0) {
+void TakeSamples(Place place, std::size_t count, Take take) {
+  while (count > 0) {
     Samples const& samples = place.entry->second;
-    std::size_t const count = std::min(samples.size() - place.sample, missing);
-    take(samples.data() + place.sample, count);
-    missing -= count;
+    std::size_t const taken = std::min(samples.size() - place.sample, count);
+    take(samples.data() + place.sample, taken);
+    count -= taken;
     ++place.entry;
     place.sample = 0;
   }
 }
 
-void CopyWindow(Place place, Samples& out) {
+// Replaces `out` by kWindowSize samples, the first of which is at `place`, the `following`-th from the newest one.
+void CopyWindow(FrameQueue const&, Place place, std::size_t, Samples& out) {
   out.clear();
   out.reserve(lsc::kWindowSize);
-  TakeWindow(place, [&out](SensorData const* run, std::size_t count) { out.insert(out.end(), run, run + count); });
+  TakeSamples(place, lsc::kWindowSize,
+              [&out](SensorData const* run, std::size_t count) { out.insert(out.end(), run, run + count); });
 }
 
-void CopyWindow(Place place, lsc::HallWindow& out) {
-  out.clear();
-  TakeWindow(place, [&out](SensorData const* run, std::size_t count) { out.append(run, count); });
+// Of a window that may hold less, only the samples from the first needed one on are read.
+bool CopyNeeded(FrameQueue const& queue, std::size_t following, lsc::HallWindow& out) {
+  if (!out.mayHoldLess() || HasTimesBeforeZero(queue)) return false;
+
+  Match const first = FindFromNewest(queue, static_cast<std::uint64_t>(out.fromNs()));
+  std::size_t const behindWindow = following - lsc::kWindowSize;
+  bool const isInWindow = first.following > behindWindow && first.following <= following;
+  if (!isInWindow || first.sample->timestamp >= out.byNs()) return false;
+
+  std::size_t held = 0;
+  TakeSamples(FindLast(queue, first.following, held), first.following - behindWindow,
+              [&out](SensorData const* run, std::size_t count) { out.append(run, count); });
+  return out.timesNs()[out.held() - 1] - out.timesNs()[0] >= lsc::kNsPerUs;  // more than one microsecond's
+}
+
+void CopyWindow(FrameQueue const& queue, Place place, std::size_t following, lsc::HallWindow& out) {
+  out.begin(lsc::kWindowSize);
+  if (CopyNeeded(queue, following, out)) return;
+
+  out.begin(lsc::kWindowSize);
+  TakeSamples(place, lsc::kWindowSize, [&out](SensorData const* run, std::size_t count) { out.append(run, count); });
 }
 
 // Merges a sorted run into another one, in place: only what lies behind the run's first sample moves.
@@ -193,9 +214,9 @@ void VeyraShadingUtil::VeyraSensorData::lookUp(unsigned long time, Output& out) 
 
   // From the match as many as the window holds before it; never fewer than the window, never more than there are.
   Match const match = FindAtOrAfter(mFrameQueue, time);
+  std::size_t const wanted = std::max(match.following + lsc::kWindowBeforeMatch, lsc::kWindowSize);
   std::size_t held = 0;
-  Place const place =
-      FindLast(mFrameQueue, std::max(match.following + lsc::kWindowBeforeMatch, lsc::kWindowSize), held);
+  Place const place = FindLast(mFrameQueue, wanted, held);
   if (match.sample == nullptr || held < lsc::kWindowSize) {
     LSC_LOGW_FOR(kOperation, "no data matched");
     return;
@@ -203,7 +224,7 @@ void VeyraShadingUtil::VeyraSensorData::lookUp(unsigned long time, Output& out) 
   LSC_LOGI_NONZERO_FOR(kOperation, "match data offset:%ld timestamp:%llu",
                        static_cast<long>(CountSamples(mFrameQueue) - match.following),
                        static_cast<unsigned long long>(match.sample->timestamp));
-  CopyWindow(place, out);
+  CopyWindow(mFrameQueue, place, std::min(wanted, held), out);
 }
 
 void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, Samples& out) { lookUp(time, out); }

@@ -159,6 +159,20 @@ TEST_F(Calc, TheFlagOfAnEarlierFrameTakesTheOldestEnd) {
   EXPECT_EQ(Count(Logged(), "[CalcOISValue] stamp_up"), 0);
 }
 
+TEST_F(Calc, SamplesOfTheLastMicrosecondAreNoStart) {
+  Samples samples =
+      EvenSamples(100, static_cast<std::int64_t>(kTimestampNs) - 98 * 2 * kMillisecondNs, 2 * kMillisecondNs);
+  samples[99].timestamp = samples[98].timestamp + 1;
+  input.exposureTime0 = 0;
+  for (int const logLevel : {0, 1}) {  // with and without messages
+    Start(logLevel, samples);
+    x = {7.0};
+    matched = 1;
+    Run();
+    EXPECT_THAT(x, ElementsAre(5.0, 0.0)) << "entries 0 to 10 of the oldest end, at level " << logLevel;
+  }
+}
+
 TEST_F(Calc, NullVectorsDoNothingAtAll) {
   Start(4);
   device.RecordCalls(true);

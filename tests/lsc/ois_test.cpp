@@ -26,6 +26,7 @@ HallTable TableOf(std::vector<std::int64_t> const& alignedUs) {
 
 lsc::HallWindow WindowOf(Samples const& samples) {
   lsc::HallWindow window;
+  window.begin(samples.size());
   window.append(samples.data(), samples.size());
   return window;
 }
