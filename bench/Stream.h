@@ -1,0 +1,48 @@
+// What a camera delivers while it is measured: a block of frames that is played again and again, later each time.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "lsc/VeyraShadingUtil.h"
+
+namespace bench {
+
+using Sample = NSCam::Utils::SensorData;
+using Samples = std::vector<Sample>;
+
+constexpr std::uint32_t kRollingShutterNs = 15'980'096;
+
+struct Frame {
+  std::uint32_t number = 0;
+  CalcOISValueInput input{};
+  Samples batch;  // in the order of delivery
+};
+
+class Stream {
+ public:
+  // 60 frames a second with 1.2 ms of exposure, each delivered with its samples up to 16 ms after its time, as a phone
+  // does. The samples are evenly spaced; `samplesPerBlock` of them come with one block of kBlockFrames. With
+  // `overlapping`, every second batch brings every second sample of the last quarter of the batch before.
+  Stream(std::string name, std::uint32_t samplesPerBlock, bool overlapping);
+
+  // The recording in the directory; throws shadingctl::UnusableInput.
+  Stream(std::string name, std::string const& recordingDirectory);
+
+  static constexpr std::uint32_t kBlockFrames = 64;
+
+  std::string const& name() const { return mName; }
+  std::vector<Frame> const& frames() const { return mFrames; }
+  double samplesPerFrame() const;
+
+  // Moves the block behind everything that was played before.
+  void Advance();
+
+ private:
+  std::string mName;
+  std::vector<Frame> mFrames;
+  std::int64_t mLengthNs = 0;
+};
+
+}  // namespace bench

@@ -1,0 +1,207 @@
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "bench/Groups.h"
+#include "bench/Rounds.h"
+#include "bench/Variants.h"
+
+namespace bench {
+
+namespace {
+
+constexpr std::size_t kCalcs = 256;     // of one block
+constexpr std::size_t kLookedBack = 4;  // newest frames that are asked for in turn
+
+using Named = std::pair<std::string, std::unique_ptr<Variant>>;
+
+// Plays the stream on and compares all answers, frame by frame.
+bool AnswersAgree(Stream& stream, std::vector<Named> const& variants) {
+  std::vector<Answer> answers(variants.size());
+  std::size_t answered = 0;
+  for (int block = 0; block < 4; ++block) {
+    stream.Advance();
+    for (Frame const& frame : stream.frames()) {
+      for (std::size_t i = 0; i < variants.size(); ++i) {
+        variants[i].second->Update(frame);
+        variants[i].second->Calc(frame, answers[i]);
+        if (answers[i].x == answers[0].x && answers[i].y == answers[0].y && answers[i].matched == answers[0].matched) {
+          continue;
+        }
+        std::fprintf(stderr, "%s, frame %u: %s answers %g, %s answers %g\n", stream.name().c_str(), frame.number,
+                     variants[i].first.c_str(), answers[i].x.empty() ? 0.0 : answers[i].x[0], variants[0].first.c_str(),
+                     answers[0].x.empty() ? 0.0 : answers[0].x[0]);
+        return false;
+      }
+      answered += static_cast<std::size_t>(!answers[0].x.empty());
+    }
+  }
+  if (answered > 2 * stream.frames().size()) return true;
+  std::fprintf(stderr, "%s: most frames have no answer\n", stream.name().c_str());
+  return false;
+}
+
+void AddVariant(Rounds& rounds, Stream& stream, Variant& variant, std::string const& name, Answer& answer) {
+  auto const advance = [&stream] { stream.Advance(); };
+  std::size_t const frames = stream.frames().size();
+  rounds.Add(name + "/update", frames, advance, [&] {
+    for (Frame const& frame : stream.frames()) variant.Update(frame);
+  });
+  rounds.Add(name + "/both", frames, advance, [&] {
+    for (Frame const& frame : stream.frames()) {
+      variant.Update(frame);
+      variant.Calc(frame, answer);
+    }
+  });
+  rounds.Add(
+      name + "/calc", kCalcs, [] {},
+      [&, frames] {
+        for (std::size_t i = 0; i < kCalcs; ++i) variant.Calc(stream.frames()[frames - 1 - i % kLookedBack], answer);
+      });
+}
+
+void AddFloors(Rounds& rounds, Stream const& stream, Floor& floor, Samples& moved, Answer& answer) {
+  std::size_t const frames = stream.frames().size();
+  rounds.Add(
+      "in place/calc", kCalcs, [] {},
+      [&, frames] {
+        for (std::size_t i = 0; i < kCalcs; ++i) floor.InPlace(frames / 2 - i % kLookedBack, answer);
+      });
+  rounds.Add(
+      "copy/calc", kCalcs, [] {},
+      [&, frames] {
+        for (std::size_t i = 0; i < kCalcs; ++i) floor.Copy(frames / 2 - i % kLookedBack, answer);
+      });
+  rounds.Add(
+      "copy into kept memory/calc", kCalcs, [] {},
+      [&, frames] {
+        for (std::size_t i = 0; i < kCalcs; ++i) floor.CopyIntoKeptMemory(frames / 2 - i % kLookedBack, answer);
+      });
+  rounds.Add(
+      "move", frames, [] {},
+      [&] {
+        for (Frame const& frame : stream.frames()) {
+          moved.assign(frame.batch.begin(), frame.batch.end());
+          asm volatile("" : : "r"(moved.data()) : "memory");
+        }
+      });
+}
+
+// What the targets are for a stream; 0 where there is none.
+struct Targets {
+  double timesFaster = 0;
+  bool overlapping = false;
+};
+
+void Report(Rounds const& rounds, Stream const& stream, std::vector<std::string> const& names, Targets const& targets,
+            Table& table) {
+  std::string const& group = stream.name();
+  auto const net = [](std::string const& name) {
+    return [=](Rounds::Round const& round) { return round.at(name) - round.at("platform/update"); };
+  };
+  table.Add(group, "samples a frame", stream.samplesPerFrame(), "");
+  table.Add(group, "platform: deliver and pull", rounds.Median("platform/update"), "ns");
+  table.Add(group, "in-place floor", rounds.Median("in place/calc"), "ns");
+  table.Add(group, "copy floor", rounds.Median("copy/calc"), "ns");
+  table.Add(group, "copy floor, memory kept from call to call", rounds.Median("copy into kept memory/calc"), "ns");
+  table.Add(group, "moving the batch", rounds.Median("move"), "ns");
+  for (std::string const& name : names) {
+    table.Add(group, name + ": update", rounds.Median(net(name + "/update")), "ns");
+    table.Add(group, name + ": calc", rounds.Median(name + "/calc"), "ns");
+    table.Add(group, name + ": update + calc", rounds.Median(net(name + "/both")), "ns");
+  }
+  table.Add(group, "calc / copy floor",
+            rounds.Median([](Rounds::Round const& round) { return round.at("library/calc") / round.at("copy/calc"); }),
+            "", {1.1, {}});
+  double const allowance = targets.overlapping ? 2 : 1;
+  table.Add(group, "update / (60 ns + 1.2 x moving the batch)", rounds.Median([&](Rounds::Round const& round) {
+    return net("library/update")(round) / (60 + 1.2 * round.at("move"));
+  }),
+            "", {allowance, {}});
+  Table::Target faster;
+  if (targets.timesFaster > 0) faster.atLeast = targets.timesFaster;
+  table.Add(group, "transcription / library, update + calc", rounds.Median([&](Rounds::Round const& round) {
+    return net("transcription/both")(round) / net("library/both")(round);
+  }),
+            "", faster);
+}
+
+bool MeasureStream(Library& library, Stream& stream, bool isRegular, Targets const& targets, std::size_t count,
+                   Table& table) {
+  library.Start(0);
+  std::vector<Named> variants;
+  variants.emplace_back("library", ShippedLibrary(library, 0));
+  variants.emplace_back("transcription", Transcription());
+  if (isRegular) {  // they do not know the rules for what a recording has besides
+    variants.emplace_back("ring", Ring());
+    variants.emplace_back("map", TimeOrderedMap());
+  }
+  if (!AnswersAgree(stream, variants)) return false;
+
+  Rounds rounds;
+  Answer answer;
+  answer.x = answer.y = {0.0, 0.0};
+  auto const platform = PlatformOnly();
+  Floor floor(stream);
+  Samples moved;
+  std::vector<std::string> names;
+  rounds.Add(
+      "platform/update", stream.frames().size(), [&] { stream.Advance(); },
+      [&] {
+        for (Frame const& frame : stream.frames()) platform->Update(frame);
+      });
+  AddFloors(rounds, stream, floor, moved, answer);
+  for (auto const& [name, variant] : variants) {
+    AddVariant(rounds, stream, *variant, name, answer);
+    names.push_back(name);
+  }
+  rounds.Run(count);
+  Report(rounds, stream, names, targets, table);
+  library.Stop(0);
+  return true;
+}
+
+// Two rates side by side, each on a camera of its own.
+void MeasureFlatness(Library& library, std::size_t count, Table& table) {
+  Stream slow("200 Hz", 214, false);
+  Stream fast("8 kHz", 8533, false);
+  Rounds rounds;
+  Answer answer;
+  std::unique_ptr<Variant> const slowVariant = ShippedLibrary(library, 0);
+  std::unique_ptr<Variant> const fastVariant = ShippedLibrary(library, 1);
+  library.Start(0);
+  library.Start(1);
+  AddVariant(rounds, slow, *slowVariant, "slow", answer);
+  AddVariant(rounds, fast, *fastVariant, "fast", answer);
+  rounds.Run(count);
+  table.Add("8 kHz beside 200 Hz", "calc / calc",
+            rounds.Median([](Rounds::Round const& round) { return round.at("fast/calc") / round.at("slow/calc"); }), "",
+            {1.25, {}});
+  library.Stop(1);
+  library.Stop(0);
+}
+
+}  // namespace
+
+bool MeasureStreams(Library& library, std::string const& recording, std::size_t rounds, Table& table) {
+  struct Rate {
+    char const* name;
+    std::uint32_t samplesPerBlock;  // so many that 30 frames hold 100 even at the lowest rate
+    double timesFaster;
+  };
+  for (Rate const& rate :
+       {Rate{"200 Hz", 214, 4}, Rate{"1 kHz", 1067, 10}, Rate{"4 kHz", 4267, 0}, Rate{"8 kHz", 8533, 40}}) {
+    for (bool const overlapping : {false, true}) {
+      Stream stream(std::string(rate.name) + (overlapping ? " overlapping" : ""), rate.samplesPerBlock, overlapping);
+      if (!MeasureStream(library, stream, true, {rate.timesFaster, overlapping}, rounds, table)) return false;
+    }
+  }
+  if (!recording.empty()) {
+    Stream stream("recording", recording);
+    if (!MeasureStream(library, stream, false, {0, true}, rounds, table)) return false;
+  }
+  MeasureFlatness(library, rounds, table);
+  return true;
+}
+
+}  // namespace bench

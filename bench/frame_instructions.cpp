@@ -1,0 +1,59 @@
+// A settled session at level 0 for an instruction counter: UpdateOnce and CalcOnce are what is counted
+// (check-instructions).
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "bench/Library.h"
+#include "tools/shadingctl/HostLibrary.h"
+#include "tools/shadingctl/UnusableInput.h"
+
+namespace {
+
+VeyraShadingUtil* object = nullptr;
+std::vector<double> x;
+std::vector<double> y;
+int matched = 0;
+
+}  // namespace
+
+// Under names that a counter finds.
+extern "C" {
+__attribute__((noinline, used)) void UpdateOnce(bench::Frame const* frame) {
+  object->UpdateSensorData(0, frame->number, frame->input.timestamp0);
+  asm volatile("");
+}
+__attribute__((noinline, used)) void CalcOnce(bench::Frame* frame) {
+  object->CalcOISValue(kShadingPreview, frame->input, &x, &y, frame->number, 0, matched);
+  asm volatile("");
+}
+}
+
+int main(int argc, char** argv) {
+  if (argc != 4) {
+    std::fprintf(stderr, "usage: frame_instructions SAMPLES_PER_64_FRAMES inorder|overlapping BLOCKS\n");
+    return 2;
+  }
+  try {
+    bench::Library library(shadingctl::DefaultLibraryPath());
+    object = &library.object();
+    library.Start(0);
+    bench::Stream stream(argv[2], static_cast<std::uint32_t>(std::strtoul(argv[1], nullptr, 10)),
+                         std::string(argv[2]) == "overlapping");
+    bench::Pull pull(bench::ProviderName(0));
+    unsigned long const blocks = std::strtoul(argv[3], nullptr, 10);
+    for (unsigned long block = 0; block < blocks; ++block) {
+      stream.Advance();
+      for (bench::Frame frame : stream.frames()) {
+        pull.Deliver(frame.batch);
+        UpdateOnce(&frame);
+        CalcOnce(&frame);
+      }
+    }
+    std::printf("%lu frames, last position %g %g\n", blocks * stream.frames().size(), x.at(0), y.at(0));
+  } catch (shadingctl::UnusableInput const& unusable) {
+    std::fprintf(stderr, "%s\n", unusable.what());
+    return 3;
+  }
+  return 0;
+}
