@@ -1,21 +1,15 @@
 #include "lsc/HallWindow.h"
 
-#include "lsc/TimeUnits.h"
-
 namespace lsc {
 
 void HallWindow::dropRepeatedMicroseconds() {
-  // Samples a microsecond apart are never of one; only closer ones need the division.
-  int next = 1;
-  while (next < mHeld && mTimesNs[next] - mTimesNs[next - 1] >= kNsPerUs) ++next;
-  if (next >= mHeld) return;
-
-  int kept = next;
-  for (; next < mHeld; ++next) {
-    if (ToUs(mTimesNs[next]) == ToUs(mTimesNs[kept - 1])) continue;
-    mTimesNs[kept] = mTimesNs[next];
-    mHallX[kept] = mHallX[next];
-    mHallY[kept] = mHallY[next];
+  if (!mAnyClose) return;
+  int kept = 1;
+  for (int i = 1; i < mHeld; ++i) {
+    if (ToUs(mTimesNs[i]) == ToUs(mTimesNs[kept - 1])) continue;
+    mTimesNs[kept] = mTimesNs[i];
+    mHallX[kept] = mHallX[i];
+    mHallY[kept] = mHallY[i];
     ++kept;
   }
   mHeld = kept;

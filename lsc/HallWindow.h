@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "lsc/TimeUnits.h"
 #include "platform/SensorProvider.h"
 
 namespace lsc {
@@ -40,18 +41,27 @@ class HallWindow {
   void begin(std::size_t size) {
     mSize = size;
     mHeld = 0;
+    mAnyClose = false;
   }
 
   // Adds a run of samples behind those that are held; they follow in time, and there must be room.
   void append(NSCam::Utils::SensorData const* samples, std::size_t count) {
-    std::int64_t* timesNs = mTimesNs + mHeld;
-    float* hallX = mHallX + mHeld;
-    float* hallY = mHallY + mHeld;
+    std::int64_t* const timesNs = mTimesNs + mHeld;
+    float* const hallX = mHallX + mHeld;
+    float* const hallY = mHallY + mHeld;
+    // A time that no sample follows closely: the distance of two times is taken as unsigned.
+    std::uint64_t previousNs = mHeld > 0 ? static_cast<std::uint64_t>(timesNs[-1])
+                                         : static_cast<std::uint64_t>(samples[0].timestamp) + kNoGapNs;
+    bool anyClose = mAnyClose;
     for (std::size_t i = 0; i < count; ++i) {
-      timesNs[i] = samples[i].timestamp;
+      std::int64_t const timeNs = samples[i].timestamp;
+      timesNs[i] = timeNs;
       hallX[i] = samples[i].oisHallX;
       hallY[i] = samples[i].oisHallY;
+      anyClose |= static_cast<std::uint64_t>(timeNs) - previousNs < static_cast<std::uint64_t>(kNsPerUs);
+      previousNs = static_cast<std::uint64_t>(timeNs);
     }
+    mAnyClose = anyClose;
     mHeld += static_cast<int>(count);
   }
 
@@ -59,10 +69,13 @@ class HallWindow {
   void dropRepeatedMicroseconds();
 
  private:
+  static constexpr std::uint64_t kNoGapNs = std::uint64_t{1} << 63;
+
   std::int64_t mFromNs = 0;
   std::int64_t mByNs = 0;  // 0: all samples are held
   std::size_t mSize = 0;
   int mHeld = 0;
+  bool mAnyClose = false;  // two neighbours less than a microsecond apart, which may be of one
   std::int64_t mTimesNs[kWindowSize];
   float mHallX[kWindowSize];
   float mHallY[kWindowSize];

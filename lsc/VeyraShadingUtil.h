@@ -204,12 +204,24 @@ class VeyraShadingUtil::VeyraSensorData {
   // As getDataByTimestamp, with the same messages; a window that is empty stays so when nothing matches.
   void getHallWindow(unsigned long time, lsc::HallWindow& out) LSC_EXCLUDES(mDataMutex);
 
+  // What became of a batch: the samples that made the new entry or, when none was made, the batch itself, sorted.
+  struct Filed {
+    std::size_t count;
+    std::int64_t firstNs;
+    std::int64_t lastNs;
+    std::size_t frameCount;  // entries after it
+  };
+
+  // As pushValue, with the same messages, but takes the batch's memory instead of copying it and leaves another one
+  // with whatever content in its place. The batch must not be empty.
+  Filed file(unsigned int frameNumber, Samples& batch) LSC_EXCLUDES(mDataMutex);
+
   void clear() LSC_EXCLUDES(mDataMutex);
 
-  // Number of entries.
-  std::size_t frameCount() LSC_EXCLUDES(mDataMutex);
-
  private:
+  // Files the batch, which must not be empty, and answers the new entry's samples; null when none was made.
+  Samples const* place(unsigned int frameNumber, Samples& batch, char const* operation) LSC_REQUIRES(mDataMutex);
+
   template <typename Output>
   void lookUp(unsigned long time, Output& out) LSC_EXCLUDES(mDataMutex);
 
@@ -265,7 +277,7 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   bool mEnabled = false;              // enabling was asked of the platform, whatever it answered
   VeyraSensorData mSensorData;
   std::shared_ptr<NSCam::Utils::SensorProvider> mSensorProvider;
-  VeyraSensorData::Samples mBatch;  // empty between updates; keeps the memory for the next one
+  VeyraSensorData::Samples mBatch;  // memory for the next batch; what it holds between updates means nothing
 };
 
 // The process's one object, made by the first call; null when there is no memory for it, and the next call tries again.

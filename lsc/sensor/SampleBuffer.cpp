@@ -163,10 +163,8 @@ void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples const& batch, Sa
 
 VeyraShadingUtil::VeyraSensorData::~VeyraSensorData() { clear(); }
 
-void VeyraShadingUtil::VeyraSensorData::pushValue(unsigned int frameNumber, Samples& batch) {
-  lsc::MutexLock const lock(mDataMutex);
-  if (batch.empty()) return;
-
+Samples const* VeyraShadingUtil::VeyraSensorData::place(unsigned int frameNumber, Samples& batch,
+                                                        char const* operation) {
   if (!std::is_sorted(batch.begin(), batch.end(), IsEarlier)) std::sort(batch.begin(), batch.end(), IsEarlier);
 
   bool overlaps = false;
@@ -176,11 +174,11 @@ void VeyraShadingUtil::VeyraSensorData::pushValue(unsigned int frameNumber, Samp
     std::int64_t const batchBeginsNs = batch.front().timestamp;
     std::int64_t const newestEndsNs = newest.back().timestamp;
     overlaps = newestEndsNs > batchBeginsNs;
-    if (overlaps && newest.front().timestamp >= batchBeginsNs) return;
+    if (overlaps && newest.front().timestamp >= batchBeginsNs) return nullptr;
     if (overlaps) splitTimeNs = lsc::SplitTimeNs(batchBeginsNs, newestEndsNs);
   }
 
-  // The memory of the entry that leaves serves the new one.
+  // The memory of the entry that leaves serves the new one or, after an exchange, the next batch.
   Samples samples;
   if (mFrameQueue.size() >= mMaxFrames && mFrameQueue.size() > 1) {
     samples.swap(mFrameQueue.front().second);
@@ -189,14 +187,29 @@ void VeyraShadingUtil::VeyraSensorData::pushValue(unsigned int frameNumber, Samp
   if (overlaps) {
     Samples& newest = mFrameQueue.back().second;
     DivideAt(splitTimeNs, newest, batch, samples);
-    batch = samples;
-    LSC_LOGI_NONZERO(" split data frameNumber: %d lastData:%lu data:%lu splitTime:%llu", static_cast<int>(frameNumber),
-                     newest.size(), batch.size(), static_cast<unsigned long long>(splitTimeNs));
+    LSC_LOGI_NONZERO_FOR(operation, " split data frameNumber: %d lastData:%lu data:%lu splitTime:%llu",
+                         static_cast<int>(frameNumber), newest.size(), samples.size(),
+                         static_cast<unsigned long long>(splitTimeNs));
   } else {
-    samples = batch;
+    samples.swap(batch);
   }
   mFrameQueue.emplace_back(frameNumber, std::move(samples));
   if (mFrameQueue.size() > mMaxFrames) mFrameQueue.pop_front();
+  return &mFrameQueue.back().second;
+}
+
+void VeyraShadingUtil::VeyraSensorData::pushValue(unsigned int frameNumber, Samples& batch) {
+  lsc::MutexLock const lock(mDataMutex);
+  if (batch.empty()) return;
+  if (Samples const* const filed = place(frameNumber, batch, __func__)) batch = *filed;
+}
+
+VeyraShadingUtil::VeyraSensorData::Filed VeyraShadingUtil::VeyraSensorData::file(unsigned int frameNumber,
+                                                                                 Samples& batch) {
+  lsc::MutexLock const lock(mDataMutex);
+  Samples const* const placed = place(frameNumber, batch, "pushValue");
+  Samples const& samples = placed != nullptr ? *placed : batch;
+  return {samples.size(), samples.front().timestamp, samples.back().timestamp, mFrameQueue.size()};
 }
 
 // Every call comes with mMonitorMutex held, which keeps pushValue and clear away.
@@ -234,9 +247,4 @@ void VeyraShadingUtil::VeyraSensorData::getHallWindow(unsigned long time, lsc::H
 void VeyraShadingUtil::VeyraSensorData::clear() {
   lsc::MutexLock const lock(mDataMutex);
   mFrameQueue.clear();
-}
-
-std::size_t VeyraShadingUtil::VeyraSensorData::frameCount() {
-  lsc::MutexLock const lock(mDataMutex);
-  return mFrameQueue.size();
 }

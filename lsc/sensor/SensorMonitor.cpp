@@ -55,15 +55,10 @@ void VeyraShadingUtil::VeyraSensorMonitor::updateSensorData(unsigned int frameNu
     LSC_LOGW("no sensor data for type %d", mSensorType);
     return;
   }
-  mSensorData.pushValue(frameNumber, mBatch);
-  if (lsc::DetailIsLogged()) {
-    std::size_t const queueSize = mSensorData.frameCount();
-    LSC_LOGI_DETAIL("update sensor data F:(%u) TS:(%llu) size:%lu, queue size:%lu, timestamp interv:%llu - %llu",
-                    frameNumber, static_cast<unsigned long long>(frameTime), mBatch.size(), queueSize,
-                    static_cast<unsigned long long>(mBatch.front().timestamp),
-                    static_cast<unsigned long long>(mBatch.back().timestamp));
-  }
-  mBatch.clear();
+  VeyraSensorData::Filed const filed = mSensorData.file(frameNumber, mBatch);
+  LSC_LOGI_DETAIL("update sensor data F:(%u) TS:(%llu) size:%lu, queue size:%lu, timestamp interv:%llu - %llu",
+                  frameNumber, static_cast<unsigned long long>(frameTime), filed.count, filed.frameCount,
+                  static_cast<unsigned long long>(filed.firstNs), static_cast<unsigned long long>(filed.lastNs));
 }
 
 template <typename Output>

@@ -119,13 +119,14 @@ TEST_F(Buffer, PlacesABatchAgainstTheNewestFrame) {
 
 TEST_F(Buffer, KeepsThirtyFramesAndTheNewestOfANumber) {
   for (unsigned int frame = 0; frame <= 30; ++frame) Push(frame, {static_cast<std::int64_t>(100 * frame)});
-  EXPECT_EQ(buffer.frameCount(), 30U);
-  EXPECT_EQ(Frame(0), Times{42});
-  EXPECT_EQ(Frame(1), Times{100});
+  Samples batch = SamplesAt({3'000});
+  EXPECT_EQ(buffer.file(31, batch).frameCount, 30U);
+  EXPECT_EQ(Frame(1), Times{42});
+  EXPECT_EQ(Frame(2), Times{200});
 
   Push(7, {5'000});
   EXPECT_EQ(Frame(7), Times{5'000});
-  EXPECT_EQ(Frame(1), Times{42});
+  EXPECT_EQ(Frame(2), Times{42});
 }
 
 TEST_F(Buffer, AnswersTheHundredSamplesAroundATime) {
