@@ -5,7 +5,7 @@
 #include <iterator>
 #include <map>
 
-#include "tests/model/PlainModel.h"
+#include "model/PlainModel.h"
 
 namespace bench {
 

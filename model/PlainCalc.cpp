@@ -1,7 +1,7 @@
 // The part of the model that turns a window of samples into one position.
 #include <algorithm>
 
-#include "tests/model/PlainModel.h"
+#include "model/PlainModel.h"
 
 namespace model {
 

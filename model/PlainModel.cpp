@@ -1,4 +1,4 @@
-#include "tests/model/PlainModel.h"
+#include "model/PlainModel.h"
 
 #include <algorithm>
 #include <cstdio>

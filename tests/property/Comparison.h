@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/desktop/Device.h"
-#include "tests/model/PlainModel.h"
+#include "model/PlainModel.h"
 #include "tests/property/Session.h"
 
 namespace property {

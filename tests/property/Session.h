@@ -7,7 +7,7 @@
 #include <iosfwd>
 #include <vector>
 
-#include "tests/model/PlainModel.h"
+#include "model/PlainModel.h"
 
 namespace property {
 
