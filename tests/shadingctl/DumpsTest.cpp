@@ -76,66 +76,47 @@ TEST(Dumps, FramesAreListedByCameraKindAndNumber) {
 }
 
 TEST(Dumps, BrokenFilesAreReportedWithTheirLineAndTheRestIsRead) {
-  std::string const longSpan = [] {
-    std::string span;
-    for (int i = 0; i < 99; ++i) span += "\t\"OIS hall X\": 1.000000\n\t\"OIS hall Y\": 1.000000\n";
-    return span;
-  }();
-  std::string const number = " and a number with six decimals, found ";
+  std::string span;
+  for (int i = 0; i < 99; ++i) span += "\t\"OIS hall X\": 1.000000\n\t\"OIS hall Y\": 1.000000\n";
   struct {
+    char const* name;
     std::string text;
-    std::string message;
   } const rows[] = {
-      {"", "1: expected 'frame: 0', as in the name, found the end of the file"},
-      {Replaced(kDump, ": 42", ": 41"), "1: expected 'frame: 1', as in the name, found 'frame: 41'"},
-      {Replaced(kDump, "\n", "\r\n"), "1: expected 'frame: 2', as in the name, found 'frame: 2\\x0d'"},
-      {kDump.substr(0, 20), R"(2: expected \t"OIS hall X":)" + number + R"('\t"OIS hall' and the end of the file)"},
-      {kDump.substr(0, kDump.find("\t\"OIS hall X\": 1")),
-       R"(4: expected \t"OIS hall X":)" + number + "the end of the file"},
-      {Replaced(kDump, "12.250000", "12,250000"),
-       R"(3: expected \t"OIS hall Y":)" + number + R"('\t"OIS hall Y": 12,250000')"},
-      {Replaced(kDump, "12.250000", "12.25"), R"(3: expected \t"OIS hall Y":)" + number + R"('\t"OIS hall Y": 12.25')"},
-      {Replaced(kDump, "12.250000", "012.250000"),
-       R"(3: expected \t"OIS hall Y":)" + number + R"('\t"OIS hall Y": 012.250000')"},
-      {Replaced(kDump, "hall0 y", "hall0 Y"),
-       R"(7: expected \t"match ois hall0 y":)" + number + R"('\t"match ois hall0 Y": 12.500000')"},
-      {Replaced(kDump, "\t\"match ois hall0 X", longSpan + "\t\"match ois hall0 X"),
-       R"(202: expected the result after 100 samples, found '\t"OIS hall X": 1.000000')"},
-      {Replaced(kDump, ": 10000", ": 9223372036854775808"),
-       R"(10: expected \t"exposure_time": and an integer of 64 bits, found '\t"exposure_time": 9223372036854775808')"},
-      {Replaced(kDump, ": 20000", ": +1"),
-       R"(11: expected \t"shutter_time": and an integer of 32 bits, found '\t"shutter_time": +1')"},
-      {kDump.substr(0, kDump.size() - 1), R"(11: expected \t"shutter_time": and an integer of 32 bits and the line's )"
-                                          R"(end, found '\t"shutter_time": 20000' and the end of the file)"},
-      {kDump + "\n", "12: expected the end of the file, found ''"},
+      {"empty", ""},
+      {"another frame than in the name", Replaced(kDump, ": 42", ": 41")},
+      {"CR LF", Replaced(kDump, "\n", "\r\n")},
+      {"cut inside a line", kDump.substr(0, 20)},
+      {"cut after a sample", kDump.substr(0, kDump.find("\t\"OIS hall X\": 1"))},
+      {"decimal comma", Replaced(kDump, "12.250000", "12,250000")},
+      {"two decimals", Replaced(kDump, "12.250000", "12.25")},
+      {"leading zero", Replaced(kDump, "12.250000", "012.250000")},
+      {"capital y in the result", Replaced(kDump, "hall0 y", "hall0 Y")},
+      {"101 samples", Replaced(kDump, "\t\"match ois hall0 X", span + "\t\"match ois hall0 X")},
+      {"exposure beyond 64 bits", Replaced(kDump, ": 10000", ": 9223372036854775808")},
+      {"plus sign", Replaced(kDump, ": 20000", ": +1")},
+      {"no end of the last line", kDump.substr(0, kDump.size() - 1)},
+      {"empty line at the end", kDump + "\n"},
   };
   TemporaryDirectory const directory;
-  std::string expected;
-  int frame = 0;
-  std::map<std::string, std::string> messages;  // in the order of the names
+  auto const nameOf = [](int frame) { return "preview_camera_1_frame_" + std::to_string(frame) + "_oishall.txt"; };
+  int frame = 10;
   for (auto const& row : rows) {
-    std::string const name = "preview_camera_0_frame_" + std::to_string(frame) + "_oishall.txt";
-    directory.Write(name, Replaced(row.text, "frame: 42", "frame: " + std::to_string(frame)));
-    messages[name] = row.message;
+    directory.Write(nameOf(frame), Replaced(row.text, "frame: 42", "frame: " + std::to_string(frame)));
     ++frame;
   }
-  std::string const names =
-      "expected a name like preview_camera_0_frame_1_oishall.txt or "
-      "capture_camera_0_frame_1_2000_oishall.txt";
   for (char const* const name :
        {"notes.txt", "capture_camera_0_frame_1_oishall.txt", "preview_camera_0_frame_1_2_oishall.txt",
         "preview_camera_00_frame_1_oishall.txt", "preview_camera_0_frame_2147483648_oishall.txt",
         "preview_camera_0_frame_1_oishall.txt.tmp", "capture_camera_0_frame_1_-0_oishall.txt"}) {
     directory.Write(name, kDump);
-    messages[name] = "1: " + names;
   }
   fs::create_directory(directory.path() + "/capture_camera_0_frame_1_2_oishall.txt");
-  messages["capture_camera_0_frame_1_2_oishall.txt"] = "1: expected a regular file";
-  for (auto const& [name, message] : messages) expected += directory.path() + "/" + name + ":" + message + "\n";
-
   directory.Write("preview_camera_9_frame_42_oishall.txt", kDump);
   Outcome const outcome = Dumps(directory.path());
-  EXPECT_EQ(outcome.err, expected);
+  std::string told = Replaced(outcome.err, directory.path() + "/", "");
+  frame = 10;
+  for (auto const& row : rows) told = Replaced(told, nameOf(frame++), row.name);
+  EXPECT_EQ(told, ReadFile(GOLDEN "/broken-dumps.txt"));
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_EQ(outcome.out,
             kCsvHeader + std::string("\npreview,9,42,42,,2,0.250000,12.500000,0.000000,0.000000,10000,20000\n"));
@@ -162,7 +143,6 @@ TEST(Dumps, DirectoriesThatGiveNothing) {
   EXPECT_EQ(half.exitCode, 3);
   EXPECT_EQ(half.err, "shadingctl: /no/folder: cannot be read: No such file or directory\n");
   EXPECT_EQ(Lines(half.out).size(), 2U) << "the other directory is read";
-  EXPECT_EQ(Dumps("").exitCode, 2);
 }
 
 // ---- Made by a replay
@@ -215,15 +195,9 @@ TEST_F(ReplayedDumps, TheBuiltInSessionIsReadBackToTheSameNumbers) {
 
 TEST_F(ReplayedDumps, RelativePathsMeanWhatTheUserWrote) {
   fs::create_directory("session");
-  for (auto const& [name, text] :
-       std::map<std::string, std::string>{{"frames.csv", ""}, {"hall.csv", ""}, {"device.json", "{}"}}) {
-    mPlace.Write("session/" + name, text);
-  }
   TemporaryDirectory const recording;
   WriteWorkedRecording(recording);
-  for (char const* const name : {"frames.csv", "hall.csv"}) {
-    fs::copy_file(recording.path() + "/" + name, fs::path("session") / name, fs::copy_options::overwrite_existing);
-  }
+  fs::copy(recording.path(), "session");
   mPlace.Write("session/device.json",
                R"({"configuration": {"FeatureOisCompensationSupport": {"sensorMaps": [4, 6]}},
                    "sensors": [{"sensorId": 4, "sensorIndex": 0, "device": 1}]})");
@@ -248,8 +222,6 @@ TEST_F(ReplayedDumps, RelativePathsMeanWhatTheUserWrote) {
   EXPECT_EQ(off.err,
             "shadingctl: frames of type 1 write capture dumps, which --dump does not name: there will be none\n");
   EXPECT_EQ(FilesIn("none"), 0U);
-  EXPECT_EQ(RunTool("replay --dump preview").exitCode, 2);
-  EXPECT_EQ(RunTool("replay --dump-dir none").exitCode, 2);
 }
 
 }  // namespace

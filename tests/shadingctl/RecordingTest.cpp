@@ -1,10 +1,12 @@
 // What is read, what is refused, and what is counted.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "tests/shadingctl/Program.h"
 
@@ -126,26 +128,46 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
   directory.Write("frames.csv",
                   "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n"
                   "10,1000,10,20\n12,3000,10,20\n13,2000,10,20\n15,1500,10,20\n");
-  directory.Write("hall.csv",
-                  "frame,timestamp_ns,hall_x,hall_y\n"
-                  "9,500,1,1\n10,900,1,1\n11,1900,1,1\n12,1800,1,1\n12,1800,1,1\n15,1700,1,1\n16,1750,1,1\n");
+  std::string hall = "frame,timestamp_ns,hall_x,hall_y\n";
+  struct {
+    int frame;
+    std::vector<long> timesUs;
+  } const rows[] = {
+      {9, {1000}},
+      {10, {2000, 2900, 4000}},  // intervals 1000, 900, 1100
+      {11, {2901}},
+      {12, {4002, 5000, 6000}},         // 2901 and 4002 were told before; 998, 1000
+      {15, {6000, 7000, 9500, 10500}},  // the very same time; 1000, a gap of 2500, 1000
+      {16, {10600}},
+  };
+  for (auto const& row : rows) {
+    for (long const timeUs : row.timesUs)
+      hall += std::to_string(row.frame) + "," + std::to_string(timeUs * 1000) + ",1,1\n";
+  }
+  directory.Write("hall.csv", hall);
   Outcome const outcome = RunTool("replay --format csv " + directory.path());
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_EQ(Lines(outcome.out).size(), 5U);
   std::string const summary = Replaced(outcome.err, directory.path(), "DIR");
-  for (char const* line : {
-           "Samples    6 in 3 batches\n",
-           // Intervals of 400 and 1000 ns: the middle one is the greater. 1800, 1800 and 1700 were passed before.
-           "gaps 0, backward steps 2, repeated 3 (1 with the same time)\n",
-           "Found      frames earlier than the frame before: 2, first at DIR/frames.csv:4\n",
-           "Found      frames without samples: 1, first at DIR/frames.csv:4\n",
-           "Found      samples earlier than the sample before: 2, first at DIR/hall.csv:5\n",
-           "Found      samples of frames that are not listed (delivered with the next one): 2, first at "
-           "DIR/hall.csv:2\n",
-           "Found      samples after the last listed frame (not delivered): 1, first at DIR/hall.csv:8\n",
-       }) {
-    EXPECT_NE(summary.find(line), std::string::npos) << line << "is missing in\n" << summary;
-  }
+  // 8 new samples after the first in 9.5 ms. Jitter: 1000, 900, 1100, 998, 1000, 1000, 1000 have the mean 6998 / 7 and
+  // the mean square 7016004 / 7.
+  EXPECT_NE(summary.find("Samples    12 in 3 batches\n"
+                         "           842.1 a second, interval 1000.0 us (median), jitter 53.5 us, longest 2500.0 us\n"
+                         "           gaps 1, backward steps 1, repeated 3 (1 with the same time)\n"),
+            std::string::npos)
+      << summary;
+  EXPECT_EQ(summary.substr(std::min(summary.find("Found"), summary.size())),
+            "Found      frames earlier than the frame before: 2, first at DIR/frames.csv:4\n"
+            "Found      frames without samples: 1, first at DIR/frames.csv:4\n"
+            "Found      samples earlier than the sample before: 1, first at DIR/hall.csv:6\n"
+            "Found      samples of frames that are not listed (delivered with the next one): 2, first at "
+            "DIR/hall.csv:2\n"
+            "Found      samples after the last listed frame (not delivered): 1, first at DIR/hall.csv:14\n");
+
+  directory.Write("hall.csv", "frame,timestamp_ns,hall_x,hall_y\n10,-5,1,1\n");
+  EXPECT_NE(RunTool("replay --format csv " + directory.path()).err.find("Samples    1 in 1 batches\n           gaps 0"),
+            std::string::npos)
+      << "one sample has no rate";
 }
 
 TEST(Generate, WhatItWritesReplaysAsTheBuiltInSession) {
@@ -160,6 +182,24 @@ TEST(Generate, WhatItWritesReplaysAsTheBuiltInSession) {
   EXPECT_EQ(again.err, "shadingctl: " + recording + "/frames.csv: is there already; --force writes it anew\n");
   EXPECT_EQ(RunTool("generate --seed 2 --force " + recording).exitCode, 0);
   EXPECT_NE(RunTool("replay --quiet --format csv " + recording).out, RunTool("replay --quiet --format csv").out);
+}
+
+TEST(Generate, IrregularitiesAreThereWhenAskedForOnly) {
+  TemporaryDirectory const directory;
+  auto const summary = [&](std::string const& overlap) {
+    RunTool(
+        "generate --force --frames 200 --frame-rate 30 --hall-rate 500 --jitter-us 100 --drop 0 --late 0 "
+        "--pause-us 0 --overlap " +
+        overlap + " " + directory.path());
+    return RunTool("replay --format csv " + directory.path()).err;
+  };
+  std::string const regular = summary("0");
+  for (char const* const part : {"Frames     200 (1 to 200), 6.633 s\n", " 200 batches\n           500.0 a second",
+                                 "gaps 0, backward steps 0, repeated 0 "}) {
+    EXPECT_NE(regular.find(part), std::string::npos) << part << regular;
+  }
+  EXPECT_EQ(regular.find("Found"), std::string::npos) << regular;
+  EXPECT_NE(summary("1").find("gaps 0, backward steps 199, "), std::string::npos) << "every batch but the first";
 }
 
 TEST(Recording, OfARunningPersonReplaysWhole) {

@@ -38,12 +38,21 @@ INSTANTIATE_TEST_SUITE_P(
         CommandLine{"replay --device /no/device", 3, "/no/device/device.json: cannot be read"},
         CommandLine{"replay --library /no/library.so", 3,
                     "/no/library.so: cannot be loaded: /no/library.so: cannot open shared object file"},
-        CommandLine{"replay --library " GOLDEN_FILE, 3, "invalid ELF header"},
+        CommandLine{"replay --library " GOLDEN "/builtin.csv", 3, "invalid ELF header"},
         CommandLine{"replay --library " OTHER_LIBRARY, 3, "liblog.so: is no shading library: "},
         CommandLine{"replay -o /no/result.csv", 3, "/no/result.csv: cannot be written: No such file or directory"},
         CommandLine{"replay --format csv -o /dev/full", 3, "/dev/full: cannot be written: No space left on device"},
         CommandLine{"replay --log /dev/full", 3, "/dev/full: cannot be written: No space left on device"},
-        CommandLine{"generate /proc/session", 3, "/proc/session: cannot be made: "}));
+        CommandLine{"generate /proc/session", 3, "/proc/session: cannot be made: "},
+        CommandLine{"replay --dump preview", 2, "--dump-dir"}, CommandLine{"replay --dump-dir none", 2, "--dump"},
+        CommandLine{"dumps", 2, "DIR"}, CommandLine{"calibration --camera 14", 2, "--camera"},
+        CommandLine{"calibration --camera -1", 2, "--camera"},
+        CommandLine{"calibration --all --camera 1", 2, "excludes"},
+        CommandLine{"calibration --raw block.bin", 2, "--camera"}, CommandLine{"calibration --format xml", 2, "xml"},
+        CommandLine{"calibration --device /no/device", 3, "/no/device/device.json: cannot be read"},
+        CommandLine{"calibration --library /no/library.so", 3, "/no/library.so: cannot be loaded"},
+        CommandLine{"calibration -o /dev/full", 3, "/dev/full: cannot be written"},
+        CommandLine{"calibration --camera 0 --raw /dev/full", 3, "/dev/full: cannot be written"}));
 
 }  // namespace
 }  // namespace shadingctl
