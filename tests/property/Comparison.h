@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/desktop/Device.h"
 #include "model/PlainModel.h"
+#include "platform/desktop/Device.h"
 #include "tests/property/Session.h"
 
 namespace property {
