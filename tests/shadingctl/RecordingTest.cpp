@@ -136,8 +136,8 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
       {9, {1000}},
       {10, {2000, 2900, 4000}},  // intervals 1000, 900, 1100
       {11, {2901}},
-      {12, {4002, 5000, 6000}},         // 2901 and 4002 were told before; 998, 1000
-      {15, {6000, 7000, 9500, 10500}},  // the very same time; 1000, a gap of 2500, 1000
+      {12, {4002, 5000, 6000}},               // 2901 and 4002 were told before; 998, 1000
+      {15, {5000, 6000, 7000, 9500, 10500}},  // the very same times; 1000, a gap of 2500, 1000
       {16, {10600}},
   };
   for (auto const& row : rows) {
@@ -151,18 +151,18 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
   std::string const summary = Replaced(outcome.err, directory.path(), "DIR");
   // 8 new samples after the first in 9.5 ms. Jitter: 1000, 900, 1100, 998, 1000, 1000, 1000 have the mean 6998 / 7 and
   // the mean square 7016004 / 7.
-  EXPECT_NE(summary.find("Samples    12 in 3 batches\n"
+  EXPECT_NE(summary.find("Samples    13 in 3 batches\n"
                          "           842.1 a second, interval 1000.0 us (median), jitter 53.5 us, longest 2500.0 us\n"
-                         "           gaps 1, backward steps 1, repeated 3 (1 with the same time)\n"),
+                         "           gaps 1, backward steps 2, repeated 4 (2 with the same time)\n"),
             std::string::npos)
       << summary;
   EXPECT_EQ(summary.substr(std::min(summary.find("Found"), summary.size())),
             "Found      frames earlier than the frame before: 2, first at DIR/frames.csv:4\n"
             "Found      frames without samples: 1, first at DIR/frames.csv:4\n"
-            "Found      samples earlier than the sample before: 1, first at DIR/hall.csv:6\n"
+            "Found      samples earlier than the sample before: 2, first at DIR/hall.csv:6\n"
             "Found      samples of frames that are not listed (delivered with the next one): 2, first at "
             "DIR/hall.csv:2\n"
-            "Found      samples after the last listed frame (not delivered): 1, first at DIR/hall.csv:14\n");
+            "Found      samples after the last listed frame (not delivered): 1, first at DIR/hall.csv:15\n");
 
   directory.Write("hall.csv", "frame,timestamp_ns,hall_x,hall_y\n10,-5,1,1\n");
   EXPECT_NE(RunTool("replay --format csv " + directory.path()).err.find("Samples    1 in 1 batches\n           gaps 0"),
@@ -195,7 +195,7 @@ TEST(Generate, IrregularitiesAreThereWhenAskedForOnly) {
   };
   std::string const regular = summary("0");
   for (char const* const part : {"Frames     200 (1 to 200), 6.633 s\n", " 200 batches\n           500.0 a second",
-                                 "gaps 0, backward steps 0, repeated 0 "}) {
+                                 "longest 2193.6 us\n", "gaps 0, backward steps 0, repeated 0 "}) {
     EXPECT_NE(regular.find(part), std::string::npos) << part << regular;
   }
   EXPECT_EQ(regular.find("Found"), std::string::npos) << regular;

@@ -14,6 +14,7 @@ namespace {
 constexpr char const* kHeader =
     "frame,timestamp_ns,type,match,samples,start_index,end_index,offset_us,start_distance_us,span_age_us,hall_x,hall_y,"
     "message\n";
+
 TEST(Replay, BuiltInSessionIsTheSameEverywhere) {
   Outcome const outcome = RunTool("replay --format csv");
   auto const golden = Lines(ReadFile(GOLDEN "/builtin.csv"));
