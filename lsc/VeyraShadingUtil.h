@@ -220,7 +220,7 @@ class VeyraShadingUtil::VeyraSensorData {
 
  private:
   // Files the batch, which must not be empty, and answers the new entry's samples; null when none was made.
-  Samples const* place(unsigned int frameNumber, Samples& batch, char const* operation) LSC_REQUIRES(mDataMutex);
+  Samples const* place(unsigned int frameNumber, Samples& batch) LSC_REQUIRES(mDataMutex);
 
   template <typename Output>
   void lookUp(unsigned long time, Output& out) LSC_EXCLUDES(mDataMutex);

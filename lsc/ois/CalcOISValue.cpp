@@ -11,6 +11,7 @@
 #include "lsc/ois/HallReduction.h"
 #include "lsc/ois/HallTable.h"
 #include "lsc/ois/ReadoutSpan.h"
+#include "lsc/ois/WindowSpan.h"
 
 namespace {
 
@@ -113,14 +114,14 @@ Matched MatchInTable(char const* function, HallWindow const& window, FrameTimes 
 Matched MatchInWindow(HallWindow& window, FrameTimes const& times, std::int64_t offsetUs, int& oisMatched) {
   window.dropRepeatedMicroseconds();
   Matched matched = {{0, 0}, window.hallX(), window.hallY()};
-  auto const start = lsc::FindStart(window, times.startOfFrameUs, offsetUs);
+  auto const start = lsc::FindStartInWindow(window, times.startOfFrameUs, offsetUs);
   if (start) {
     oisMatched = 1;
   } else if (oisMatched == 0) {
     return matched;
   }
   matched.span.startIndex = start.value_or(0);
-  matched.span.endIndex = lsc::FindEnd(window, matched.span.startIndex, times.shutterUs);
+  matched.span.endIndex = lsc::FindEndInWindow(window, matched.span.startIndex, times.shutterUs);
   return matched;
 }
 

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <optional>
 
-#include "lsc/ois/FrameTimes.h"
 #include "lsc/ois/HallTable.h"
 
 namespace lsc {
@@ -50,20 +49,5 @@ struct EndMatch {
 // Searches the end among the entries from `startIndex` to the last but one. An end on the start entry itself makes a
 // span of one entry, entry 0 being no exception.
 std::optional<EndMatch> FindEnd(HallTable const& table, int startIndex, std::uint64_t targetUs);
-
-// The same search without a table, for a frame about which nothing is said: times are looked up by their order instead
-// of being aligned one by one, and the samples before the start of the frame are not even read. Positions come from the
-// window, under the indices of what it holds; the answer is the one that the search in the table gives.
-
-// A window that holds what the search needs: the samples from the start of the frame on or, when none is near it, all.
-HallWindow WindowFor(FrameTimes const& times, std::int64_t offsetUs);
-
-// Whether this search can be used: for times from microsecond 1 on that leave room to compute with, as all real ones
-// do. Always so for a window that holds less than all.
-bool IsPlain(HallWindow const& window, FrameTimes const& times);
-
-// In a window of which repeated microseconds were dropped.
-std::optional<int> FindStart(HallWindow const& window, std::uint64_t startOfFrameUs, std::int64_t offsetUs);
-int FindEnd(HallWindow const& window, int startIndex, std::uint32_t shutterUs);
 
 }  // namespace lsc

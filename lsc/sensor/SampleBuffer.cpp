@@ -163,8 +163,7 @@ void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples const& batch, Sa
 
 VeyraShadingUtil::VeyraSensorData::~VeyraSensorData() { clear(); }
 
-Samples const* VeyraShadingUtil::VeyraSensorData::place(unsigned int frameNumber, Samples& batch,
-                                                        char const* operation) {
+Samples const* VeyraShadingUtil::VeyraSensorData::place(unsigned int frameNumber, Samples& batch) {
   if (!std::is_sorted(batch.begin(), batch.end(), IsEarlier)) std::sort(batch.begin(), batch.end(), IsEarlier);
 
   bool overlaps = false;
@@ -187,7 +186,7 @@ Samples const* VeyraShadingUtil::VeyraSensorData::place(unsigned int frameNumber
   if (overlaps) {
     Samples& newest = mFrameQueue.back().second;
     DivideAt(splitTimeNs, newest, batch, samples);
-    LSC_LOGI_NONZERO_FOR(operation, " split data frameNumber: %d lastData:%lu data:%lu splitTime:%llu",
+    LSC_LOGI_NONZERO_FOR("pushValue", " split data frameNumber: %d lastData:%lu data:%lu splitTime:%llu",
                          static_cast<int>(frameNumber), newest.size(), samples.size(),
                          static_cast<unsigned long long>(splitTimeNs));
   } else {
@@ -201,13 +200,13 @@ Samples const* VeyraShadingUtil::VeyraSensorData::place(unsigned int frameNumber
 void VeyraShadingUtil::VeyraSensorData::pushValue(unsigned int frameNumber, Samples& batch) {
   lsc::MutexLock const lock(mDataMutex);
   if (batch.empty()) return;
-  if (Samples const* const filed = place(frameNumber, batch, __func__)) batch = *filed;
+  if (Samples const* const filed = place(frameNumber, batch)) batch = *filed;
 }
 
 VeyraShadingUtil::VeyraSensorData::Filed VeyraShadingUtil::VeyraSensorData::file(unsigned int frameNumber,
                                                                                  Samples& batch) {
   lsc::MutexLock const lock(mDataMutex);
-  Samples const* const placed = place(frameNumber, batch, "pushValue");
+  Samples const* const placed = place(frameNumber, batch);
   Samples const& samples = placed != nullptr ? *placed : batch;
   return {samples.size(), samples.front().timestamp, samples.back().timestamp, mFrameQueue.size()};
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "lsc/calibration/EepromFile.h"
 #include "platform/desktop/CalibrationMount.h"
 #include "platform/desktop/Memory.h"
 #include "tests/support/PlayedDevice.h"
@@ -377,6 +378,19 @@ TEST_F(Pnc, WhatIsNoRegularFileSuppliesNothing) {
     EXPECT_THAT(Logged(), testing::Not(testing::Contains(testing::HasSubstr("Error"))));
     fs::remove_all(place);
   }
+}
+
+TEST_F(Pnc, AFileThatShrinksWhileItIsReadSuppliesZeros) {
+  WriteFile(kRearFile, FileWithBlock(200, 1));
+  lsc::EepromFile const file(0);
+  ASSERT_TRUE(file.holds(kOffset, 200));
+  fs::resize_file(CalibrationDirectory() / kRearFile, kOffset + 3);
+  Bytes bytes(200, 0xEE);
+  file.read(kOffset, bytes.data(), bytes.size());
+  Bytes expected(200);  // of bytes 0, 1 and 2, and what is gone
+  expected[1] = 1;
+  expected[2] = 2;
+  EXPECT_EQ(bytes, expected);
 }
 
 TEST_F(Pnc, NoMemoryIsTakenForWhatTheFileDoesNotHold) {
