@@ -17,7 +17,7 @@
 namespace lsc {
 
 void MirrorRows(unsigned char* data) {
-  for (int row = 0; row < kPncRows; ++row) {
+  for (std::ptrdiff_t row = 0; row < kPncRows; ++row) {
     unsigned char* first = data + row * kPncRowSize + kPncValueSize;
     unsigned char* last = data + (row + 1) * kPncRowSize - kPncValueSize;
     for (; first < last; first += kPncValueSize, last -= kPncValueSize) {

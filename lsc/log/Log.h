@@ -16,10 +16,9 @@
 // branch.
 #pragma once
 
+#include "lsc/VeyraShadingUtil.h"
 #include "platform/Log.h"
 #include "platform/VLogger.h"
-
-extern int gLogLevel;
 
 namespace lsc {
 

@@ -25,7 +25,7 @@ class RecyclingAllocator {
         if (void* const block = spare.exchange(nullptr, std::memory_order_acquire)) return static_cast<T*>(block);
       }
     }
-    return static_cast<T*>(::operator new(count * sizeof(T)));
+    return static_cast<T*>(::operator new(count* kSize));
   }
 
   void deallocate(T* block, std::size_t count) {
@@ -43,7 +43,8 @@ class RecyclingAllocator {
 
  private:
   // std::deque's block: 512 bytes in the library that we build with. Other sizes are merely not kept.
-  static constexpr std::size_t kBlockCount = sizeof(T) < 512 ? 512 / sizeof(T) : 1;
+  static constexpr std::size_t kSize = sizeof(T);  // NOLINT(bugprone-sizeof-expression): of pointers too
+  static constexpr std::size_t kBlockCount = kSize < 512 ? 512 / kSize : 1;
   static constexpr std::size_t kSpareCount = 8;  // one for each camera that runs at once, and some
 
   inline static std::atomic<void*> sSpares[kSpareCount] = {};

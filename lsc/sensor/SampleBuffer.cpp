@@ -100,7 +100,7 @@ void TakeSamples(Place place, std::size_t count, Take take) {
 }
 
 // Replaces `out` by kWindowSize samples, the first of which is at `place`, the `following`-th from the newest one.
-void CopyWindow(FrameQueue const&, Place place, std::size_t, Samples& out) {
+void CopyWindow(FrameQueue const&, Place const& place, std::size_t, Samples& out) {
   out.clear();
   out.reserve(lsc::kWindowSize);
   TakeSamples(place, lsc::kWindowSize,
@@ -122,7 +122,7 @@ bool CopyNeeded(FrameQueue const& queue, std::size_t following, lsc::HallWindow&
   return out.timesNs()[out.held() - 1] - out.timesNs()[0] >= lsc::kNsPerUs;  // more than one microsecond's
 }
 
-void CopyWindow(FrameQueue const& queue, Place place, std::size_t following, lsc::HallWindow& out) {
+void CopyWindow(FrameQueue const& queue, Place const& place, std::size_t following, lsc::HallWindow& out) {
   out.begin(lsc::kWindowSize);
   if (CopyNeeded(queue, following, out)) return;
 

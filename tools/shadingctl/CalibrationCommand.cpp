@@ -57,6 +57,7 @@ std::vector<CameraCalibration> AskAll(Arguments const& arguments, std::string co
   device.Configure(settings);
   VeyraShadingUtil& library = LoadShadingLibrary(arguments.library.empty() ? DefaultLibraryPath() : arguments.library);
   std::vector<CameraCalibration> cameras;
+  cameras.reserve(indices.size());
   for (int const index : indices) cameras.push_back(AskCalibration(library, device, index));
   return cameras;
 }

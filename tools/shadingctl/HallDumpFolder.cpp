@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // More than the longest dump: 207 lines of at most 340 characters.
-constexpr std::size_t kMaxSize = 128 * 1024;
+constexpr std::size_t kMaxSize = std::size_t{128} * 1024;
 
 // The file's beginning, one byte more than a dump can have at the most. Throws BrokenDump.
 std::string ReadText(fs::path const& path) {
