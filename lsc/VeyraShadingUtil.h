@@ -16,17 +16,16 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <utility>
 #include <vector>
 
 #include "lsc/Mutex.h"
-#include "lsc/sensor/RecyclingAllocator.h"
+#include "lsc/sensor/FrameQueue.h"
 #include "platform/SensorProvider.h"
 
 namespace lsc {
-class HallWindow;
+class SampleReader;
 }
 
 // Visible to the version script (lsc/exports.map), which decides what the library offers.
@@ -151,12 +150,8 @@ class LSC_EXPORT VeyraShadingUtil {
   void ReadProperties();
   void ReadSensorMap(char const* caller);  // messages bear the name of `caller`
 
-  // QuerySensorData by time, for the computation: the same look-up with the same messages, without copies of whole
-  // records.
-  void QueryHallWindow(lsc::HallWindow& window, int sensorId, unsigned long timestamp);
-
-  template <typename Output>
-  void Query(Output& out, int sensorId, unsigned int frameNumber, unsigned long timestamp);
+  // QuerySensorData for a reader of any kind, who is called with mMonitorMutex held.
+  void Query(lsc::SampleReader& reader, int sensorId, unsigned int frameNumber, unsigned long timestamp);
 
   // The first registered monitor that has the sensorId, or either of the pair; null when there is none.
   VeyraSensorMonitor* FindMonitor(int sensorId) const LSC_REQUIRES(mMonitorMutex);
@@ -180,11 +175,9 @@ class LSC_EXPORT VeyraShadingUtil {
 // samples in ascending order of time from the oldest entry to the newest. Holds that order whatever times are pushed.
 class VeyraShadingUtil::VeyraSensorData {
  public:
-  using Samples = std::vector<NSCam::Utils::SensorData>;
-  using Frame = std::pair<unsigned int, Samples>;
-  using FrameQueue = std::deque<Frame, lsc::RecyclingAllocator<Frame>>;
+  using Samples = lsc::Samples;
 
-  explicit VeyraSensorData(unsigned int maxFrames) : mMaxFrames(maxFrames) {}
+  explicit VeyraSensorData(unsigned int maxFrames);
   ~VeyraSensorData();
 
   // Sorts `batch` and files it as the newest entry; the oldest goes when there are too many. A batch that begins before
@@ -195,14 +188,13 @@ class VeyraShadingUtil::VeyraSensorData {
   // Replaces `out` by the samples of the newest entry of that number; as it was when there is none. Takes no lock: the
   // caller keeps pushValue and clear away, as mMonitorMutex does.
   void getDataByFrame(unsigned int frameNumber, Samples& out);
+  void getDataByFrame(unsigned int frameNumber, lsc::SampleReader& reader);
 
   // Replaces `out` by 100 samples in the order of time: 50 before the first one at or after `time` (ns), that one and
   // the 49 after it, moved to stay within what is buffered. `out` is as it was when no sample is at or after `time`, or
   // fewer than 100 are buffered. Times are compared as unsigned values, so one before 0 is later than all others.
   void getDataByTimestamp(unsigned long time, Samples& out) LSC_EXCLUDES(mDataMutex);
-
-  // As getDataByTimestamp, with the same messages; a window that is empty stays so when nothing matches.
-  void getHallWindow(unsigned long time, lsc::HallWindow& out) LSC_EXCLUDES(mDataMutex);
+  void getDataByTimestamp(unsigned long time, lsc::SampleReader& reader) LSC_EXCLUDES(mDataMutex);
 
   // What became of a batch: the samples that made the new entry or, when none was made, the batch itself, sorted.
   struct Filed {
@@ -222,12 +214,9 @@ class VeyraShadingUtil::VeyraSensorData {
   // Files the batch, which must not be empty, and answers the new entry's samples; null when none was made.
   Samples const* place(unsigned int frameNumber, Samples& batch) LSC_REQUIRES(mDataMutex);
 
-  template <typename Output>
-  void lookUp(unsigned long time, Output& out) LSC_EXCLUDES(mDataMutex);
-
   unsigned int mMaxFrames;
   lsc::Mutex mDataMutex;
-  FrameQueue mFrameQueue LSC_GUARDED_BY(mDataMutex);
+  lsc::FrameQueue mFrameQueue LSC_GUARDED_BY(mDataMutex);
 };
 
 // One camera's motion sensor: pulls what the platform gathers and keeps it in a buffer. Registered with nothing
@@ -249,11 +238,8 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   // Pulls the batch and files it under `frameNumber`. `frameTime` (ns) is only reported.
   void updateSensorData(unsigned int frameNumber, unsigned long frameTime);
 
-  // By time (ns) when that is not 0, else by frame number when that is not 0; `out` is replaced or as it was.
-  void getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber, unsigned long time);
-
-  // As getSensorData by time, with the same messages.
-  void getHallWindow(lsc::HallWindow& out, unsigned long time);
+  // By time (ns) when that is not 0, else by frame number when that is not 0.
+  void getSensorData(lsc::SampleReader& reader, unsigned int frameNumber, unsigned long time);
 
   bool isFor(int sensorId) const { return mSensorId == sensorId; }
   bool isForEither(int sensorId, int sensorType) const { return mSensorId == sensorId || mSensorType == sensorType; }
@@ -267,9 +253,6 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   }
 
  private:
-  template <typename Output>
-  void read(Output& out, unsigned int frameNumber, unsigned long time);
-
   std::int32_t mSensorId;
   std::int32_t mSensorType;
   std::uint32_t mRollingShutter = 0;  // ns, as the driver last reported it

@@ -3,13 +3,13 @@
 
 #include <vector>
 
-#include "lsc/HallWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 #include "lsc/ois/FrameTimes.h"
 #include "lsc/ois/HallDump.h"
 #include "lsc/ois/HallReduction.h"
 #include "lsc/ois/HallTable.h"
+#include "lsc/ois/HallWindow.h"
 #include "lsc/ois/ReadoutSpan.h"
 #include "lsc/ois/WindowSpan.h"
 
@@ -18,6 +18,8 @@ namespace {
 using lsc::DetailIsLogged;
 using lsc::DistanceUs;
 using lsc::FrameTimes;
+using lsc::HallRun;
+using lsc::HallSample;
 using lsc::HallTable;
 using lsc::HallWindow;
 using lsc::Span;
@@ -25,12 +27,13 @@ using lsc::Span;
 // The messages about single samples and candidates are written after the step that looked at them, in the order in
 // which it did, and bear the name of the operation.
 
-void LogSamples(char const* function, HallWindow const& window) {
+void LogSamples(char const* function, HallRun window) {
   if (!DetailIsLogged()) return;
-  for (std::size_t i = 0; i < window.size(); ++i) {
+  for (std::size_t i = 0; i < window.size; ++i) {
+    HallSample const& sample = window.samples[i];
     LSC_LOGI_DETAIL_FOR(function, "get source ois data index = %d, timestamp = %lld, oisHall_x = %f, oisHall_y = %f",
-                        static_cast<int>(i), static_cast<long long>(lsc::ToUs(window.timesNs()[i])),
-                        static_cast<double>(window.hallX()[i]), static_cast<double>(window.hallY()[i]));
+                        static_cast<int>(i), static_cast<long long>(lsc::ToUs(sample.timeNs)),
+                        static_cast<double>(sample.x), static_cast<double>(sample.y));
   }
 }
 
@@ -52,13 +55,14 @@ void LogEndCandidates(char const* function, HallTable const& table, int first, i
   }
 }
 
-void LogSpan(char const* function, HallTable const& table, Span span, std::uint64_t startOfFrameUs) {
+void LogSpan(char const* function, HallRun window, HallTable const& table, Span span, std::uint64_t startOfFrameUs) {
   if (!DetailIsLogged()) return;
   for (int i = span.startIndex; i <= span.endIndex; ++i) {
+    HallSample const& sample = window.samples[table.sample[i]];
     LSC_LOGI_DETAIL_FOR(function,
                         "Match OIS data, sof_timestamp = %ld, activeNum = %d, hall = (%f, %f), timestamp = %ld",
-                        static_cast<long>(startOfFrameUs), span.length(), static_cast<double>(table.hallX[i]),
-                        static_cast<double>(table.hallY[i]), static_cast<long>(table.alignedUs[i]));
+                        static_cast<long>(startOfFrameUs), span.length(), static_cast<double>(sample.x),
+                        static_cast<double>(sample.y), static_cast<long>(table.alignedUs[i]));
   }
 }
 
@@ -85,48 +89,31 @@ int EndOfSpan(char const* function, HallTable const& table, int startIndex, std:
   return end ? end->endIndex : table.count - 1;
 }
 
-// The span and, for its entries, the positions that stand under its indices.
-struct Matched {
-  Span span;
-  float const* hallX;
-  float const* hallY;
-};
-
-// With every message. The positions are those of `table`, which is filled here.
-Matched MatchInTable(char const* function, HallWindow const& window, FrameTimes const& times, std::int64_t offsetUs,
-                     int& oisMatched, HallTable& table) {
-  table = lsc::BuildHallTable(window, offsetUs);
+// The samples of the span, with every message; none when it has fewer than two entries.
+HallRun MatchInTable(char const* function, HallRun window, FrameTimes const& times, std::int64_t offsetUs,
+                     int& oisMatched) {
+  HallTable const table = lsc::BuildHallTable(window, offsetUs);
   LogSamples(function, window);
   LSC_LOGI_NONZERO_FOR(function, "activeNum:%d", table.count);
 
-  Matched matched = {{0, 0}, table.hallX, table.hallY};
+  Span span = {0, 0};
   if (auto const startIndex = StartOfSpan(function, table, times.startOfFrameUs, oisMatched)) {
-    matched.span = {*startIndex, EndOfSpan(function, table, *startIndex, times.shutterUs)};
+    span = {*startIndex, EndOfSpan(function, table, *startIndex, times.shutterUs)};
   }
-  LSC_LOGI_NONZERO_FOR(function, "startIndex = %d, endIndex = %d", matched.span.startIndex, matched.span.endIndex);
-  if (lsc::UsesEveryEntry(g_oisDebug) && matched.span.length() >= 2) {
-    LogSpan(function, table, matched.span, times.startOfFrameUs);
-  }
-  return matched;
+  LSC_LOGI_NONZERO_FOR(function, "startIndex = %d, endIndex = %d", span.startIndex, span.endIndex);
+  if (span.length() < 2) return {window.samples, 0};
+
+  if (lsc::UsesEveryEntry(g_oisDebug)) LogSpan(function, window, table, span, times.startOfFrameUs);
+  int const first = table.sample[span.startIndex];
+  return {window.samples + first, static_cast<std::size_t>(table.sample[span.endIndex] - first + 1)};
 }
 
-// Without messages, and without the table that only they need: the same span. The positions are the window's.
-Matched MatchInWindow(HallWindow& window, FrameTimes const& times, std::int64_t offsetUs, int& oisMatched) {
-  window.dropRepeatedMicroseconds();
-  Matched matched = {{0, 0}, window.hallX(), window.hallY()};
-  auto const start = lsc::FindStartInWindow(window, times.startOfFrameUs, offsetUs);
-  if (start) {
-    oisMatched = 1;
-  } else if (oisMatched == 0) {
-    return matched;
-  }
-  matched.span.startIndex = start.value_or(0);
-  matched.span.endIndex = lsc::FindEndInWindow(window, matched.span.startIndex, times.shutterUs);
-  return matched;
+// Leaves two elements in the vector, whatever it held; its memory serves again.
+void FillOutput(std::vector<double>& output, float hall0) {
+  output.resize(2);
+  output[0] = static_cast<double>(hall0);
+  output[1] = 0.0;
 }
-
-// Empties the vector and refills it; its memory serves again.
-void FillOutput(std::vector<double>& output, float hall0) { output.assign({static_cast<double>(hall0), 0.0}); }
 
 }  // namespace
 
@@ -145,22 +132,19 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
   }
 
   std::int64_t const offsetUs = lsc::OffsetUs(times.exposureUs, times.shutterUs);
-  bool const isSilent = gLogLevel == 0;
-  HallWindow window = isSilent ? lsc::WindowFor(times, offsetUs) : HallWindow();
-  QueryHallWindow(window, sensorId, times.timestampNs);
+  HallWindow window(gLogLevel == 0 ? lsc::PlainReadout(times, offsetUs, oisMatched != 0) : std::nullopt);
+  Query(window, sensorId, 0, times.timestampNs);
   LSC_LOGI_NONZERO(
       "camera_id = %d, type = %d, oisCount = %d, sof_timestamp = %llu, exposure_time = %llu, "
       "shutter_time = %u, timeDiff = %lld",
       sensorId, type, static_cast<int>(window.size()), static_cast<unsigned long long>(times.startOfFrameUs),
       static_cast<unsigned long long>(times.exposureUs), times.shutterUs, static_cast<long long>(offsetUs));
-  if (window.empty()) return;
+  if (window.size() == 0) return;
 
-  HallTable table;
-  auto const [span, hallX, hallY] = isSilent && lsc::IsPlain(window, times)
-                                        ? MatchInWindow(window, times, offsetUs, oisMatched)
-                                        : MatchInTable(__func__, window, times, offsetUs, oisMatched, table);
-
-  if (span.length() < 2) {
+  if (window.startIsNear()) oisMatched = 1;
+  HallRun const span =
+      window.isSpan() ? window.run() : MatchInTable(__func__, window.run(), times, offsetUs, oisMatched);
+  if (!span.hasTwoEntries()) {
     LSC_LOGI_DETAIL(
         "Match OIS data fail, transfer the last ois data to tsf. type = %d, frame_id =%d, "
         "sof_timestamp = %lld,                 camera_id = %d, out_frame_ois_size(%d, %d)",
@@ -169,12 +153,12 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
     return;
   }
 
-  if (auto const position = lsc::ReduceSpan(hallX, hallY, span, g_oisDebug)) {
+  if (auto const position = lsc::ReduceSpan(span, g_oisDebug)) {
     FillOutput(*outOisX, position->x);
     FillOutput(*outOisY, position->y);
   }
 
-  lsc::WriteHallDump(type, frameId, sensorId, times, hallX, hallY, span, *outOisX, *outOisY);
+  lsc::WriteHallDump(type, frameId, sensorId, times, span, *outOisX, *outOisY);
 
   if (!outOisX->empty() && !outOisY->empty()) {
     LSC_LOGI(

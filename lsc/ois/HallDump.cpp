@@ -31,14 +31,13 @@ void WriteValue(std::FILE* file, char const* key, double value) {
   std::fprintf(file, "\t\"%s\": %.*s\n", key, static_cast<int>(end - text), text);
 }
 
-void WriteContent(std::FILE* file, unsigned int frameId, FrameTimes const& times, float const* hallX,
-                  float const* hallY, Span span, std::vector<double> const& outOisX,
-                  std::vector<double> const& outOisY) {
+void WriteContent(std::FILE* file, unsigned int frameId, FrameTimes const& times, HallRun span,
+                  std::vector<double> const& outOisX, std::vector<double> const& outOisY) {
   std::fprintf(file, "frame: %d\n", static_cast<int>(frameId));
-  for (int i = span.startIndex; i <= span.endIndex; ++i) {
-    WriteValue(file, "OIS hall X", static_cast<double>(hallX[i]));
-    WriteValue(file, "OIS hall Y", static_cast<double>(hallY[i]));
-  }
+  ForEachEntry(span, [file](HallSample const& entry) {
+    WriteValue(file, "OIS hall X", static_cast<double>(entry.x));
+    WriteValue(file, "OIS hall Y", static_cast<double>(entry.y));
+  });
   WriteValue(file, "match ois hall0 X", ElementOrZero(outOisX, 0));
   WriteValue(file, "match ois hall0 y", ElementOrZero(outOisY, 0));
   WriteValue(file, "match ois hall1 X", ElementOrZero(outOisX, 1));
@@ -49,9 +48,8 @@ void WriteContent(std::FILE* file, unsigned int frameId, FrameTimes const& times
 
 }  // namespace
 
-void WriteHallDump(CustShadingType type, unsigned int frameId, int sensorId, FrameTimes const& times,
-                   float const* hallX, float const* hallY, Span span, std::vector<double> const& outOisX,
-                   std::vector<double> const& outOisY) {
+void WriteHallDump(CustShadingType type, unsigned int frameId, int sensorId, FrameTimes const& times, HallRun span,
+                   std::vector<double> const& outOisX, std::vector<double> const& outOisY) {
   char name[kNameSize] = {};
   if (g_preOisDump != 0 && IsPreview(type)) {
     std::snprintf(name, sizeof name, "data/vendor/camera_dump/preview_camera_%d_frame_%d_oishall.txt", sensorId,
@@ -63,7 +61,7 @@ void WriteHallDump(CustShadingType type, unsigned int frameId, int sensorId, Fra
     return;
   }
   if (File const file{std::fopen(name, "w+")}) {
-    WriteContent(file.get(), frameId, times, hallX, hallY, span, outOisX, outOisY);
+    WriteContent(file.get(), frameId, times, span, outOisX, outOisY);
   }
 }
 

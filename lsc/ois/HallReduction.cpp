@@ -3,36 +3,49 @@
 namespace lsc {
 namespace {
 
-HallPosition Mean(float const* hallX, float const* hallY, Span span) {
+HallPosition Mean(HallRun span) {
   float sumX = 0.0F;
   float sumY = 0.0F;
-  for (int i = span.startIndex; i <= span.endIndex; ++i) {
-    sumX += hallX[i];
-    sumY += hallY[i];
-  }
-  auto const count = static_cast<float>(span.length());
-  return {sumX / count, sumY / count};
+  int count = 0;
+  ForEachEntry(span, [&](HallSample const& entry) {
+    sumX += entry.x;
+    sumY += entry.y;
+    ++count;
+  });
+  auto const divisor = static_cast<float>(count);
+  return {sumX / divisor, sumY / divisor};
 }
 
-float Maximum(float const* values, Span span) {
-  float maximum = values[span.startIndex];
-  for (int i = span.startIndex + 1; i <= span.endIndex; ++i) maximum = maximum > values[i] ? maximum : values[i];
+HallPosition Maximum(HallRun span) {
+  HallPosition maximum = {span.samples->x, span.samples->y};
+  ForEachEntry(span, [&](HallSample const& entry) {
+    maximum.x = maximum.x > entry.x ? maximum.x : entry.x;
+    maximum.y = maximum.y > entry.y ? maximum.y : entry.y;
+  });
   return maximum;
+}
+
+HallPosition At(HallRun span, int index) {
+  HallPosition position = {};
+  ForEachEntry(span, [&](HallSample const& entry) {
+    if (index-- == 0) position = {entry.x, entry.y};
+  });
+  return position;
 }
 
 }  // namespace
 
-std::optional<HallPosition> ReduceSpan(float const* hallX, float const* hallY, Span span, int mode) {
-  int const middle = (span.startIndex + span.endIndex) / 2;
+std::optional<HallPosition> ReduceSpan(HallRun span, int mode) {
+  int last = -1;
   switch (mode) {
     case kHallMean:
-      return Mean(hallX, hallY, span);
+      return Mean(span);
     case kHallMaximum:
-      return HallPosition{Maximum(hallX, span), Maximum(hallY, span)};
+      return Maximum(span);
     case kHallMiddle:
-      return HallPosition{hallX[middle], hallY[middle]};
     case kHallLast:
-      return HallPosition{hallX[span.endIndex], hallY[span.endIndex]};
+      ForEachEntry(span, [&](HallSample const&) { ++last; });
+      return At(span, mode == kHallLast ? last : last / 2);
     default:
       return std::nullopt;
   }

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "lsc/ois/ReadoutSpan.h"
+#include "lsc/ois/HallRun.h"
 
 namespace lsc {
 
@@ -18,9 +18,9 @@ struct HallPosition {
 // Whether the mode looks at every entry of the span.
 constexpr bool UsesEveryEntry(int mode) { return mode == kHallMean || mode == kHallMaximum; }
 
-// The position of a span of at least one entry, X and Y apart in two arrays, in single precision: the mean (summed in
-// the order of the entries), the maximum of each axis (a value replaces the current one unless that is greater), the
-// middle entry or the last one. nullopt for a mode that calculates nothing.
-std::optional<HallPosition> ReduceSpan(float const* hallX, float const* hallY, Span span, int mode);
+// The position of a span of at least one entry, X and Y apart, in single precision: the mean (summed in the order of
+// the entries), the maximum of each axis (a value replaces the current one unless that is greater), the middle entry
+// (the earlier one of two) or the last one. nullopt for a mode that calculates nothing.
+std::optional<HallPosition> ReduceSpan(HallRun span, int mode);
 
 }  // namespace lsc

@@ -13,20 +13,18 @@ constexpr std::int64_t kOffsetConstantUs = 166;
 
 std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs) {
   std::uint64_t const shorterUs = std::min<std::uint64_t>(exposureUs, shutterUs);
-  float const shareUs = static_cast<float>(shorterUs) * kOffsetFactor;
+  float const shareUs = static_cast<float>(static_cast<std::int64_t>(shorterUs)) * kOffsetFactor;  // 32 bits
   return static_cast<std::int64_t>(shareUs) - kOffsetConstantUs;
 }
 
-HallTable BuildHallTable(HallWindow const& samples, std::int64_t offsetUs) {
-  static_assert(HallTable::kCapacity >= kWindowSize, "a window always fits");
+HallTable BuildHallTable(HallRun window, std::int64_t offsetUs) {
   HallTable table = {};
   std::int64_t takenUs = 0;
-  for (std::size_t i = 0; i < static_cast<std::size_t>(samples.held()); ++i) {
-    std::int64_t const timeUs = ToUs(samples.timesNs()[i]);
+  for (std::size_t i = 0; i < window.size && table.count < HallTable::kCapacity; ++i) {
+    std::int64_t const timeUs = ToUs(window.samples[i].timeNs);
     if (timeUs == takenUs) continue;
 
-    table.hallX[table.count] = samples.hallX()[i];
-    table.hallY[table.count] = samples.hallY()[i];
+    table.sample[table.count] = static_cast<int>(i);
     table.alignedUs[table.count] = timeUs - offsetUs;
     ++table.count;
     takenUs = timeUs;

@@ -1,6 +1,5 @@
 #include "lsc/ois/WindowSpan.h"
 
-#include <algorithm>
 #include <cstdlib>
 
 #include "lsc/TimeUnits.h"
@@ -16,39 +15,54 @@ constexpr auto kLatestPlainStartUs = static_cast<std::uint64_t>(ToUs(kLatestPlai
 
 constexpr auto kTolerance = static_cast<std::int64_t>(kToleranceUs);
 
-// The first candidate from index `first` on within the tolerance of `targetUs`, a time before the alignment, or the one
-// after it, whichever is nearer; nullopt when there is no such candidate. Times are searched in ns: a sample is in or
-// after a microsecond when it is at or after its first ns.
-std::optional<int> FindNear(HallWindow const& window, int first, std::int64_t targetUs) {
-  auto const distanceUs = [&](int i) { return std::abs(ToUs(window.timesNs()[i]) - targetUs); };
-  std::int64_t const* const begin = window.timesNs();
-  std::int64_t const earliestNs = (targetUs - kTolerance + 1) * kNsPerUs;
-  auto const candidate = static_cast<int>(std::lower_bound(begin + first, begin + window.held(), earliestNs) - begin);
-  if (candidate + 1 >= window.held() || distanceUs(candidate) >= kTolerance) return std::nullopt;
-  return distanceUs(candidate) > distanceUs(candidate + 1) ? candidate + 1 : candidate;
+// Where a sample within the tolerance of a time may first be. A sample is in or after a microsecond when it is at or
+// after its first ns.
+constexpr std::int64_t EarliestNs(std::int64_t targetUs) { return (targetUs - kTolerance + 1) * kNsPerUs; }
+
+std::int64_t DistanceUs(SampleCursor const& entry, std::int64_t targetUs) {
+  return std::abs(ToUs(entry->timestamp) - targetUs);
+}
+
+// The candidate, which is the first entry from EarliestNs on, or the one after it, whichever is nearer; nullopt when it
+// is not near or has no entry after it in the window.
+std::optional<SampleCursor> NearerOf(SampleWindow const& window, SampleCursor const& candidate, std::int64_t targetUs) {
+  if (window.following(candidate) <= 0) return std::nullopt;
+  std::int64_t const distanceUs = DistanceUs(candidate, targetUs);
+  if (distanceUs >= kTolerance) return std::nullopt;
+
+  SampleCursor next = candidate;
+  do {
+    if (window.following(next) <= 1) return std::nullopt;
+    next.advance(1);
+  } while (ToUs(next->timestamp) == ToUs(candidate->timestamp));
+  return distanceUs > DistanceUs(next, targetUs) ? next : candidate;
 }
 
 }  // namespace
 
-HallWindow WindowFor(FrameTimes const& times, std::int64_t offsetUs) {
-  if (times.startOfFrameUs > kLatestPlainStartUs) return HallWindow();
-  std::int64_t const startUs = static_cast<std::int64_t>(times.startOfFrameUs) + offsetUs;
-  std::int64_t const fromNs = (startUs - kTolerance + 1) * kNsPerUs;
-  return fromNs > 0 ? HallWindow(fromNs, (startUs + kTolerance) * kNsPerUs) : HallWindow();
+std::optional<Readout> PlainReadout(FrameTimes const& times, std::int64_t offsetUs, bool mayBeCarried) {
+  if (times.startOfFrameUs > kLatestPlainStartUs) return std::nullopt;
+  return Readout{static_cast<std::int64_t>(times.startOfFrameUs) + offsetUs, times.shutterUs, mayBeCarried};
 }
 
-bool IsPlain(HallWindow const& window, FrameTimes const& times) {
-  return window.timesNs()[0] >= kNsPerUs && window.timesNs()[0] <= kLatestPlainNs &&
-         times.startOfFrameUs <= kLatestPlainStartUs;
+bool IsPlain(SampleWindow const& window) {
+  return window.oldestNs() >= kNsPerUs && window.newestNs() <= kLatestPlainNs;
 }
 
-std::optional<int> FindStartInWindow(HallWindow const& window, std::uint64_t startOfFrameUs, std::int64_t offsetUs) {
-  return FindNear(window, 0, static_cast<std::int64_t>(startOfFrameUs) + offsetUs);
-}
+FoundSpan FindSpan(SampleWindow const& window, Readout const& readout) {
+  auto start = NearerOf(window, window.atOrAfter(EarliestNs(readout.startUs)), readout.startUs);
+  bool const startIsNear = start.has_value();
+  if (!startIsNear) {
+    if (!readout.mayBeCarried) return {{window.first(), 0}, false};
+    start = window.first();
+  }
 
-int FindEndInWindow(HallWindow const& window, int startIndex, std::uint32_t shutterUs) {
-  std::int64_t const targetUs = ToUs(window.timesNs()[startIndex]) + shutterUs;
-  return FindNear(window, startIndex, targetUs).value_or(window.held() - 1);
+  std::int64_t const endUs = ToUs((*start)->timestamp) + readout.shutterUs;
+  SampleCursor candidate = *start;
+  candidate.seek(EarliestNs(endUs));
+  auto const end = NearerOf(window, candidate, endUs);
+  auto const rest = static_cast<std::size_t>(window.following(*start));
+  return {{*start, end ? start->following() - end->following() + 1 : rest}, startIsNear};
 }
 
 }  // namespace lsc

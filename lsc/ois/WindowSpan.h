@@ -1,25 +1,34 @@
-// The search of ReadoutSpan without a table, for a frame about which nothing is said: times are looked up by their
-// order instead of being aligned one by one, and the samples before the start of the frame are not even read. Positions
-// come from the window, under the indices of what it holds; the answer is the one that the search in the table gives.
+// The search of ReadoutSpan in the history itself, for a frame about which nothing is said: times are looked up by
+// their order instead of being aligned one by one in a table. The answer is the one that the search in a table gives.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 
-#include "lsc/HallWindow.h"
+#include "lsc/SampleWindow.h"
 #include "lsc/ois/FrameTimes.h"
 
 namespace lsc {
 
-// A window that holds what the search needs: the samples from the start of the frame on or, when none is near it, all.
-HallWindow WindowFor(FrameTimes const& times, std::int64_t offsetUs);
+// A frame's readout on the samples' own clock.
+struct Readout {
+  std::int64_t startUs;
+  std::uint32_t shutterUs;  // from the first line's readout to the last one's
+  bool mayBeCarried;        // a frame without a sample near its start begins with the first one of the window
+};
 
-// Whether this search can be used: for times from microsecond 1 on that leave room to compute with, as all real ones
-// do. Always so for a window that holds less than all.
-bool IsPlain(HallWindow const& window, FrameTimes const& times);
+// nullopt for times that leave no room to compute with, as no real ones do.
+std::optional<Readout> PlainReadout(FrameTimes const& times, std::int64_t offsetUs, bool mayBeCarried);
 
-// In a window of which repeated microseconds were dropped.
-std::optional<int> FindStartInWindow(HallWindow const& window, std::uint64_t startOfFrameUs, std::int64_t offsetUs);
-int FindEndInWindow(HallWindow const& window, int startIndex, std::uint32_t shutterUs);
+// Whether the search can be used: for times from microsecond 1 on that leave room to compute with.
+bool IsPlain(SampleWindow const& window);
+
+// From the first entry of the span to some sample of the last entry's microsecond; no sample at all when no entry is
+// near the start and the frame may not be carried.
+struct FoundSpan {
+  SampleRun run;
+  bool startIsNear;
+};
+FoundSpan FindSpan(SampleWindow const& window, Readout const& readout);
 
 }  // namespace lsc

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <memory>
-#include <type_traits>
 
-#include "lsc/HallWindow.h"
+#include "lsc/SampleWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 
@@ -80,30 +79,22 @@ void VeyraShadingUtil::UpdateSensorData(int sensorId, unsigned int frameNumber, 
   }
 }
 
-template <typename Output>
-void VeyraShadingUtil::Query(Output& out, int sensorId, unsigned int frameNumber, unsigned long timestamp) {
+void VeyraShadingUtil::Query(lsc::SampleReader& reader, int sensorId, unsigned int frameNumber,
+                             unsigned long timestamp) {
   constexpr char kOperation[] = "QuerySensorData";
   lsc::MutexLock const lock(mMonitorMutex);
-  VeyraSensorMonitor* const monitor = FindMonitor(sensorId);
-  if (monitor == nullptr) {
-    LSC_LOGW_FOR(kOperation, "Sensor Monitor not registered sensorId:%d", sensorId);
-    return;
-  }
-  if constexpr (std::is_same_v<Output, lsc::HallWindow>) {
-    monitor->getHallWindow(out, timestamp);
+  if (VeyraSensorMonitor* const monitor = FindMonitor(sensorId)) {
+    monitor->getSensorData(reader, frameNumber, timestamp);
+    LSC_LOGI_NONZERO_FOR(kOperation, " get sensor data size:%zu", reader.size());
   } else {
-    monitor->getSensorData(out, frameNumber, timestamp);
+    LSC_LOGW_FOR(kOperation, "Sensor Monitor not registered sensorId:%d", sensorId);
   }
-  LSC_LOGI_NONZERO_FOR(kOperation, " get sensor data size:%zu", out.size());
 }
 
 void VeyraShadingUtil::QuerySensorData(std::vector<NSCam::Utils::SensorData>& samples, int sensorId,
                                        unsigned int frameNumber, unsigned long timestamp) {
-  Query(samples, sensorId, frameNumber, timestamp);
-}
-
-void VeyraShadingUtil::QueryHallWindow(lsc::HallWindow& window, int sensorId, unsigned long timestamp) {
-  Query(window, sensorId, 0, timestamp);
+  lsc::SampleCopy copy(samples);
+  Query(copy, sensorId, frameNumber, timestamp);
 }
 
 bool VeyraShadingUtil::IsEnabled(int sensorId) {

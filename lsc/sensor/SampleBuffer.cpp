@@ -1,133 +1,39 @@
 #include <algorithm>
 
-#include "lsc/HallWindow.h"
-#include "lsc/TimeUnits.h"
+#include "lsc/SampleWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 #include "lsc/sensor/SplitTime.h"
 
 namespace {
 
+using lsc::FrameQueue;
+using lsc::Samples;
+using lsc::SampleWindow;
 using NSCam::Utils::SensorData;
-using Samples = VeyraShadingUtil::VeyraSensorData::Samples;
-using FrameQueue = VeyraShadingUtil::VeyraSensorData::FrameQueue;
 
 bool IsEarlier(SensorData const& a, SensorData const& b) { return a.timestamp < b.timestamp; }
 
-bool IsBefore(SensorData const& sample, std::uint64_t timeNs) {
-  return static_cast<std::uint64_t>(sample.timestamp) < timeNs;
-}
-
-std::size_t CountSamples(FrameQueue const& queue) {
-  std::size_t count = 0;
-  for (auto const& entry : queue) count += entry.second.size();
-  return count;
-}
-
-// Where a run of samples begins.
-struct Place {
-  FrameQueue::const_iterator entry;
-  std::size_t sample;
-};
-
-// The first sample of the joined sequence whose time, as an unsigned value, is at or after a given one.
-struct Match {
-  SensorData const* sample = nullptr;  // null: there is none
-  std::size_t following = 0;           // samples from it to the newest one, itself included
-};
-
-// Samples are in signed order. A time before 0 is later than all others as an unsigned value, so with such times in the
-// history the order and the comparison disagree and only a scan from the oldest sample on finds the first one.
-Match FindByScan(FrameQueue const& queue, std::uint64_t timeNs) {
-  std::size_t before = 0;
-  for (auto const& [number, samples] : queue) {
-    for (auto const& sample : samples) {
-      if (!IsBefore(sample, timeNs)) return {&sample, CountSamples(queue) - before};
-      ++before;
+// How many samples there are from the first one whose time, as an unsigned value, is at or after a given one, to the
+// newest one; 0 when there is no such sample. Samples are in signed order. A time before 0 is later than all others as
+// an unsigned value, so with such times in the history the order and the comparison disagree and only a scan from the
+// oldest sample on finds the first one.
+std::size_t FollowingByScan(FrameQueue const& queue, std::uint64_t timeNs) {
+  std::size_t following = queue.sampleCount();
+  for (std::size_t frame = 0; frame < queue.size(); ++frame) {
+    for (SensorData const& sample : queue[frame].second) {
+      if (static_cast<std::uint64_t>(sample.timestamp) >= timeNs) return following;
+      --following;
     }
   }
-  return {};
+  return 0;
 }
 
-// Without times before 0. The wanted time is mostly near the newest frame, so the walk begins there; it goes on while
-// an entry begins at or after the time, for the one before it may hold an equal time.
-Match FindFromNewest(FrameQueue const& queue, std::uint64_t timeNs) {
-  Match match;
-  for (auto entry = queue.rbegin(); entry != queue.rend(); ++entry) {
-    Samples const& samples = entry->second;
-    auto found = samples.begin();
-    if (IsBefore(samples.front(), timeNs)) {
-      found = std::lower_bound(samples.begin(), samples.end(), timeNs, IsBefore);
-      if (found == samples.end()) break;
-    }
-    match.sample = &*found;
-    match.following += static_cast<std::size_t>(samples.end() - found);
-    if (found != samples.begin()) break;
-  }
-  return match;
-}
-
-bool HasTimesBeforeZero(FrameQueue const& queue) { return queue.front().second.front().timestamp < 0; }
-
-Match FindAtOrAfter(FrameQueue const& queue, std::uint64_t timeNs) {
-  if (queue.empty()) return {};
-  return HasTimesBeforeZero(queue) ? FindByScan(queue, timeNs) : FindFromNewest(queue, timeNs);
-}
-
-// The beginning of the last `count` samples or, when there are fewer, of all of them; `held` is set to how many the
-// walk from the newest entry has counted, which is all of them in the latter case.
-Place FindLast(FrameQueue const& queue, std::size_t count, std::size_t& held) {
-  held = 0;
-  auto entry = queue.end();
-  while (held < count && entry != queue.begin()) {
-    --entry;
-    held += entry->second.size();
-  }
-  return {entry, held > count ? held - count : 0};
-}
-
-// Hands `count` samples from `place` on, which must exist, to `take`, run by run.
-template <typename Take>
-void TakeSamples(Place place, std::size_t count, Take take) {
-  while (count > 0) {
-    Samples const& samples = place.entry->second;
-    std::size_t const taken = std::min(samples.size() - place.sample, count);
-    take(samples.data() + place.sample, taken);
-    count -= taken;
-    ++place.entry;
-    place.sample = 0;
-  }
-}
-
-// Replaces `out` by kWindowSize samples, the first of which is at `place`, the `following`-th from the newest one.
-void CopyWindow(FrameQueue const&, Place const& place, std::size_t, Samples& out) {
-  out.clear();
-  out.reserve(lsc::kWindowSize);
-  TakeSamples(place, lsc::kWindowSize,
-              [&out](SensorData const* run, std::size_t count) { out.insert(out.end(), run, run + count); });
-}
-
-// Of a window that may hold less, only the samples from the first needed one on are read.
-bool CopyNeeded(FrameQueue const& queue, std::size_t following, lsc::HallWindow& out) {
-  if (!out.mayHoldLess() || HasTimesBeforeZero(queue)) return false;
-
-  Match const first = FindFromNewest(queue, static_cast<std::uint64_t>(out.fromNs()));
-  std::size_t const behindWindow = following - lsc::kWindowSize;
-  bool const isInWindow = first.following > behindWindow && first.following <= following;
-  if (!isInWindow || first.sample->timestamp >= out.byNs()) return false;
-
-  std::size_t held = 0;
-  TakeSamples(FindLast(queue, first.following, held), first.following - behindWindow,
-              [&out](SensorData const* run, std::size_t count) { out.append(run, count); });
-  return out.timesNs()[out.held() - 1] - out.timesNs()[0] >= lsc::kNsPerUs;  // more than one microsecond's
-}
-
-void CopyWindow(FrameQueue const& queue, Place const& place, std::size_t following, lsc::HallWindow& out) {
-  out.begin(lsc::kWindowSize);
-  if (CopyNeeded(queue, following, out)) return;
-
-  out.begin(lsc::kWindowSize);
-  TakeSamples(place, lsc::kWindowSize, [&out](SensorData const* run, std::size_t count) { out.append(run, count); });
+std::size_t Following(FrameQueue const& queue, std::uint64_t timeNs) {
+  if (queue.empty()) return 0;
+  if (queue.front().second.front().timestamp < 0) return FollowingByScan(queue, timeNs);
+  auto const signedNs = static_cast<std::int64_t>(timeNs);
+  return signedNs < 0 ? 0 : lsc::SampleCursor::AtOrAfter(queue, signedNs).following();
 }
 
 // Merges a sorted run into another one, in place: only what lies behind the run's first sample moves.
@@ -161,40 +67,34 @@ void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples const& batch, Sa
 
 }  // namespace
 
+VeyraShadingUtil::VeyraSensorData::VeyraSensorData(unsigned int maxFrames)
+    : mMaxFrames(maxFrames), mFrameQueue(std::size_t{maxFrames} + 1) {}  // one too many between push and pop
+
 VeyraShadingUtil::VeyraSensorData::~VeyraSensorData() { clear(); }
 
 Samples const* VeyraShadingUtil::VeyraSensorData::place(unsigned int frameNumber, Samples& batch) {
   if (!std::is_sorted(batch.begin(), batch.end(), IsEarlier)) std::sort(batch.begin(), batch.end(), IsEarlier);
 
   bool overlaps = false;
-  std::int64_t splitTimeNs = 0;
   if (!mFrameQueue.empty()) {
     Samples const& newest = mFrameQueue.back().second;
-    std::int64_t const batchBeginsNs = batch.front().timestamp;
-    std::int64_t const newestEndsNs = newest.back().timestamp;
-    overlaps = newestEndsNs > batchBeginsNs;
-    if (overlaps && newest.front().timestamp >= batchBeginsNs) return nullptr;
-    if (overlaps) splitTimeNs = lsc::SplitTimeNs(batchBeginsNs, newestEndsNs);
+    overlaps = newest.back().timestamp > batch.front().timestamp;
+    if (overlaps && newest.front().timestamp >= batch.front().timestamp) return nullptr;
   }
-
-  // The memory of the entry that leaves serves the new one or, after an exchange, the next batch.
-  Samples samples;
-  if (mFrameQueue.size() >= mMaxFrames && mFrameQueue.size() > 1) {
-    samples.swap(mFrameQueue.front().second);
-    mFrameQueue.pop_front();
-  }
+  Samples& samples = mFrameQueue.next();
   if (overlaps) {
-    Samples& newest = mFrameQueue.back().second;
-    DivideAt(splitTimeNs, newest, batch, samples);
+    std::int64_t const splitTimeNs =
+        lsc::SplitTimeNs(batch.front().timestamp, mFrameQueue.back().second.back().timestamp);
+    mFrameQueue.changeNewest([&](Samples& newest) { DivideAt(splitTimeNs, newest, batch, samples); });
     LSC_LOGI_NONZERO_FOR("pushValue", " split data frameNumber: %d lastData:%lu data:%lu splitTime:%llu",
-                         static_cast<int>(frameNumber), newest.size(), samples.size(),
+                         static_cast<int>(frameNumber), mFrameQueue.back().second.size(), samples.size(),
                          static_cast<unsigned long long>(splitTimeNs));
   } else {
     samples.swap(batch);
   }
-  mFrameQueue.emplace_back(frameNumber, std::move(samples));
-  if (mFrameQueue.size() > mMaxFrames) mFrameQueue.pop_front();
-  return &mFrameQueue.back().second;
+  mFrameQueue.push(frameNumber);
+  if (mFrameQueue.size() > mMaxFrames) mFrameQueue.popOldest();
+  return &samples;
 }
 
 void VeyraShadingUtil::VeyraSensorData::pushValue(unsigned int frameNumber, Samples& batch) {
@@ -212,36 +112,42 @@ VeyraShadingUtil::VeyraSensorData::Filed VeyraShadingUtil::VeyraSensorData::file
 }
 
 // Every call comes with mMonitorMutex held, which keeps pushValue and clear away.
-void VeyraShadingUtil::VeyraSensorData::getDataByFrame(unsigned int frameNumber, Samples& out) LSC_NO_LOCK_CHECK {
-  auto const newest = std::find_if(mFrameQueue.rbegin(), mFrameQueue.rend(),
-                                   [frameNumber](auto const& entry) { return entry.first == frameNumber; });
-  if (newest != mFrameQueue.rend()) out = newest->second;
+void VeyraShadingUtil::VeyraSensorData::getDataByFrame(unsigned int frameNumber,
+                                                       lsc::SampleReader& reader) LSC_NO_LOCK_CHECK {
+  std::size_t following = 0;
+  for (std::size_t frame = mFrameQueue.size(); frame-- > 0;) {
+    auto const& [number, samples] = mFrameQueue[frame];
+    following += samples.size();
+    if (number == frameNumber) return reader.read(SampleWindow(mFrameQueue, following, samples.size()));
+  }
 }
 
-template <typename Output>
-void VeyraShadingUtil::VeyraSensorData::lookUp(unsigned long time, Output& out) {
-  constexpr char kOperation[] = "getDataByTimestamp";
+void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, lsc::SampleReader& reader) {
   lsc::MutexLock const lock(mDataMutex);
-  LSC_LOGI_NONZERO_FOR(kOperation, " total data size:%lu", CountSamples(mFrameQueue));
+  std::size_t const count = mFrameQueue.sampleCount();
+  LSC_LOGI_NONZERO(" total data size:%lu", count);
 
-  // From the match as many as the window holds before it; never fewer than the window, never more than there are.
-  Match const match = FindAtOrAfter(mFrameQueue, time);
-  std::size_t const wanted = std::max(match.following + lsc::kWindowBeforeMatch, lsc::kWindowSize);
-  std::size_t held = 0;
-  Place const place = FindLast(mFrameQueue, wanted, held);
-  if (match.sample == nullptr || held < lsc::kWindowSize) {
-    LSC_LOGW_FOR(kOperation, "no data matched");
+  std::size_t const following = Following(mFrameQueue, time);
+  if (following == 0 || count < lsc::kWindowSize) {
+    LSC_LOGW("no data matched");
     return;
   }
-  LSC_LOGI_NONZERO_FOR(kOperation, "match data offset:%ld timestamp:%llu",
-                       static_cast<long>(CountSamples(mFrameQueue) - match.following),
-                       static_cast<unsigned long long>(match.sample->timestamp));
-  CopyWindow(mFrameQueue, place, std::min(wanted, held), out);
+  LSC_LOGI_NONZERO("match data offset:%ld timestamp:%llu", static_cast<long>(count - following),
+                   static_cast<unsigned long long>(lsc::SampleCursor::FromNewest(mFrameQueue, following)->timestamp));
+  // From the match as many as the window holds before it; never fewer than the window, never more than there are.
+  std::size_t const wanted = std::max(following + lsc::kWindowBeforeMatch, lsc::kWindowSize);
+  reader.read(SampleWindow(mFrameQueue, std::min(wanted, count), lsc::kWindowSize));
 }
 
-void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, Samples& out) { lookUp(time, out); }
+void VeyraShadingUtil::VeyraSensorData::getDataByFrame(unsigned int frameNumber, Samples& out) {
+  lsc::SampleCopy copy(out);
+  getDataByFrame(frameNumber, copy);
+}
 
-void VeyraShadingUtil::VeyraSensorData::getHallWindow(unsigned long time, lsc::HallWindow& out) { lookUp(time, out); }
+void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, Samples& out) {
+  lsc::SampleCopy copy(out);
+  getDataByTimestamp(time, copy);
+}
 
 void VeyraShadingUtil::VeyraSensorData::clear() {
   lsc::MutexLock const lock(mDataMutex);

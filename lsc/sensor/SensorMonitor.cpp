@@ -1,7 +1,6 @@
 #include <cstdio>
-#include <type_traits>
 
-#include "lsc/HallWindow.h"
+#include "lsc/SampleWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 
@@ -61,31 +60,17 @@ void VeyraShadingUtil::VeyraSensorMonitor::updateSensorData(unsigned int frameNu
                   static_cast<unsigned long long>(filed.firstNs), static_cast<unsigned long long>(filed.lastNs));
 }
 
-template <typename Output>
-void VeyraShadingUtil::VeyraSensorMonitor::read(Output& out, unsigned int frameNumber, unsigned long time) {
+void VeyraShadingUtil::VeyraSensorMonitor::getSensorData(lsc::SampleReader& reader, unsigned int frameNumber,
+                                                         unsigned long time) {
   if (!mSensorProvider) return;
 
-  constexpr char kOperation[] = "getSensorData";
   if (time != 0) {
-    if constexpr (std::is_same_v<Output, lsc::HallWindow>) {
-      mSensorData.getHallWindow(time, out);
-    } else {
-      mSensorData.getDataByTimestamp(time, out);
-    }
+    mSensorData.getDataByTimestamp(time, reader);
   } else if (frameNumber != 0) {
-    if constexpr (!std::is_same_v<Output, lsc::HallWindow>) mSensorData.getDataByFrame(frameNumber, out);
+    mSensorData.getDataByFrame(frameNumber, reader);
   } else {
-    LSC_LOGW_FOR(kOperation, "timestamp or frameNumber should not be zero");
+    LSC_LOGW("timestamp or frameNumber should not be zero");
   }
-  LSC_LOGI_NONZERO_FOR(kOperation, " get sensor data F:(%u) TS:(%llu) data size:%lu", frameNumber,
-                       static_cast<unsigned long long>(time), out.size());
-}
-
-void VeyraShadingUtil::VeyraSensorMonitor::getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber,
-                                                         unsigned long time) {
-  read(out, frameNumber, time);
-}
-
-void VeyraShadingUtil::VeyraSensorMonitor::getHallWindow(lsc::HallWindow& out, unsigned long time) {
-  read(out, 0, time);
+  LSC_LOGI_NONZERO(" get sensor data F:(%u) TS:(%llu) data size:%lu", frameNumber,
+                   static_cast<unsigned long long>(time), reader.size());
 }

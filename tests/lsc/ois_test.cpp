@@ -24,11 +24,10 @@ HallTable TableOf(std::vector<std::int64_t> const& alignedUs) {
   return table;
 }
 
-lsc::HallWindow WindowOf(Samples const& samples) {
-  lsc::HallWindow window;
-  window.begin(samples.size());
-  window.append(samples.data(), samples.size());
-  return window;
+std::vector<lsc::HallSample> HallSamplesAt(std::vector<std::int64_t> const& timesNs) {
+  std::vector<lsc::HallSample> samples;
+  for (auto const timeNs : timesNs) samples.push_back({timeNs, 0.0F, 0.0F});
+  return samples;
 }
 
 TEST(Offset, IsAShareOfTheShorterTimePlusAConstantTruncatedTowardZero) {
@@ -85,17 +84,12 @@ TEST(HallTableTest, LeavesOutRepeatedMicroseconds) {
       {"times before 0 are truncated toward 0", {-1'999, -1'000, 1'999}, {9, 11}},
   };
   for (auto const& row : rows) {
-    HallTable const table = lsc::BuildHallTable(WindowOf(SamplesAt(row.timesNs)), -10);
+    auto const samples = HallSamplesAt(row.timesNs);
+    HallTable const table = lsc::BuildHallTable({samples.data(), samples.size()}, -10);
     std::vector<std::int64_t> alignedUs;
     for (int i = 0; i < table.count; ++i) alignedUs.push_back(table.alignedUs[i]);
     EXPECT_EQ(alignedUs, row.alignedUs) << row.what;
   }
-
-  HallTable const full = lsc::BuildHallTable(WindowOf(EvenSamples(100, 1'000'000, 1'000)), 0);
-  EXPECT_EQ(full.count, 100);
-  EXPECT_EQ(full.alignedUs[99], 1'099);
-  EXPECT_EQ(full.hallX[99], 99.0F);
-  EXPECT_EQ(full.hallY[99], -99.0F);
 }
 
 TEST(ReadoutSpan, StartIsTheNearerOfTheFirstEntryWithinTheToleranceAndTheNext) {
@@ -149,29 +143,30 @@ TEST(ReadoutSpan, EndIsSearchedFromTheStartEntryOn) {
   }
 }
 
-TEST(Reduction, EachModeReducesTheSpanInItsOwnWay) {
+TEST(Reduction, EachModeReducesTheFirstSamplesOfTheMicrosecondsInItsOwnWay) {
   // The sum of the first two X loses the 1: single precision, in the order of the entries.
-  float x[] = {9.0F, 16'777'216.0F, 1.0F, -16'777'216.0F, 4.0F, 9.0F};
-  float const y[] = {9.0F, -1.0F, -3.0F, -2.0F, -6.0F, 9.0F};
-
+  lsc::HallSample samples[] = {
+      {-999, 16'777'216.0F, -1.0F},   {999, 99.0F, 99.0F},  {1'000, 1.0F, -3.0F},  {1'999, 99.0F, 99.0F},
+      {2'000, -16'777'216.0F, -2.0F}, {3'999, 4.0F, -6.0F}, {3'999, 99.0F, 99.0F}, {4'000, 9.0F, 9.0F}};
   struct {
-    int mode, startIndex, endIndex;
+    int mode;
+    std::size_t first, size;
     float x, y;
-  } const rows[] = {{1, 1, 4, 1.0F, -3.0F}, {1, 1, 2, 8'388'608.0F, -2.0F}, {2, 1, 4, 16'777'216.0F, -1.0F},
-                    {2, 2, 4, 4.0F, -2.0F}, {3, 1, 4, 1.0F, -3.0F},         {3, 1, 5, -16'777'216.0F, -2.0F},
-                    {4, 1, 4, 4.0F, -6.0F}};
+  } const rows[] = {{1, 0, 6, 1.0F, -3.0F},           {1, 0, 7, 1.0F, -3.0F}, {1, 0, 4, 8'388'608.0F, -2.0F},
+                    {2, 0, 7, 16'777'216.0F, -1.0F},  {2, 2, 4, 4.0F, -2.0F}, {3, 0, 7, 1.0F, -3.0F},
+                    {3, 0, 8, -16'777'216.0F, -2.0F}, {4, 0, 7, 4.0F, -6.0F}, {4, 0, 8, 9.0F, 9.0F}};
   for (auto const& row : rows) {
-    auto const position = lsc::ReduceSpan(x, y, {row.startIndex, row.endIndex}, row.mode);
+    auto const position = lsc::ReduceSpan({samples + row.first, row.size}, row.mode);
     ASSERT_TRUE(position);
-    EXPECT_EQ(position->x, row.x) << "mode " << row.mode << " to " << row.endIndex;
-    EXPECT_EQ(position->y, row.y) << "mode " << row.mode << " to " << row.endIndex;
+    EXPECT_EQ(position->x, row.x) << "mode " << row.mode << ", size " << row.size;
+    EXPECT_EQ(position->y, row.y) << "mode " << row.mode << ", size " << row.size;
   }
-  for (int const mode : {-1, 0, 5}) EXPECT_FALSE(lsc::ReduceSpan(x, y, {1, 4}, mode)) << mode;
+  for (int const mode : {-1, 0, 5}) EXPECT_FALSE(lsc::ReduceSpan({samples, 7}, mode)) << mode;
 
   // "Unless the current one is greater": a value that cannot be compared replaces the maximum, and is replaced.
-  x[2] = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_TRUE(std::isnan(lsc::ReduceSpan(x, y, {1, 2}, 2)->x));
-  EXPECT_EQ(lsc::ReduceSpan(x, y, {1, 3}, 2)->x, -16'777'216.0F);
+  samples[2].x = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_TRUE(std::isnan(lsc::ReduceSpan({samples, 4}, 2)->x));
+  EXPECT_EQ(lsc::ReduceSpan({samples, 5}, 2)->x, -16'777'216.0F);
 }
 
 TEST(SplitTime, IsTheMidpointRoundedTowardZeroWithoutOverflow) {
