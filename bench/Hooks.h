@@ -15,15 +15,17 @@ class CountAllocations {
   std::uint64_t mBefore;
 };
 
-// Times, on the current thread and while it lives, how long at least one mutex is held. What the two looks at the clock
-// take is measured and taken off.
+// Times the current thread while it lives, with and without at least one mutex held, in the same pass and with the same
+// disturbance. What the looks at the clock take is measured and taken off.
 class TimeLocks {
  public:
   TimeLocks();
   ~TimeLocks();
   TimeLocks(TimeLocks const&) = delete;
   TimeLocks& operator=(TimeLocks const&) = delete;
-  double heldNs() const;
+
+  // Of the time since the construction, the part with a mutex held.
+  double heldShare() const;
 };
 
 }  // namespace bench

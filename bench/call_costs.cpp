@@ -68,8 +68,6 @@ void MeasureFrames(bench::Library& library, bench::Table& table) {
       library.Start(0);
       for (int block = 0; block < 60; ++block) {
         stream.Advance();
-        double heldNs = 0;
-        double calcNs = 0;
         for (bench::Frame const& frame : stream.frames()) {
           CalcOISValueInput input = frame.input;
           pull.Deliver(frame.batch);
@@ -80,19 +78,14 @@ void MeasureFrames(bench::Library& library, bench::Table& table) {
           if (block >= 10) updateAllocations += updated;
           if (block >= 10) calcAllocations += count.soFar() - updated;
         }
-        // The answers once more, for the newest frame: with the locks timed, and without for the time of the whole.
+        // The answer for the newest frame once more, with the locks timed.
         bench::Frame const& frame = stream.frames().back();
         CalcOISValueInput input = frame.input;
-        auto const calc = [&] {
+        bench::TimeLocks const locks;
+        for (int i = 0; i < 200; ++i) {
           library.object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
-        };
-        {
-          bench::TimeLocks const locks;
-          for (int i = 0; i < 200; ++i) calc();
-          heldNs = locks.heldNs() / 200;
         }
-        calcNs = NsPerCall(calc, 200, 1);
-        heldShare.push_back(heldNs / calcNs);
+        heldShare.push_back(locks.heldShare());
       }
       library.Stop(0);
       double const frames = 50.0 * static_cast<double>(stream.frames().size());

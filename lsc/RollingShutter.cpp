@@ -29,7 +29,7 @@ std::uint32_t AskDriver(int sensorId, std::uint32_t sensorMode) {
 
 }  // namespace
 
-unsigned int VeyraShadingUtil::StoreRollingShutter(int sensorId, unsigned int sensorMode) {
+[[gnu::cold]] unsigned int VeyraShadingUtil::StoreRollingShutter(int sensorId, unsigned int sensorMode) {
   // Before the lock: a driver may take its time.
   std::uint32_t const rollingShutterNs = AskDriver(sensorId, sensorMode);
 

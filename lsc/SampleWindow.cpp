@@ -40,16 +40,15 @@ SampleCursor SampleCursor::AtOrAfter(FrameQueue const& queue, std::int64_t timeN
 }
 
 void SampleCursor::seek(std::int64_t timeNs) {
-  while (mFollowing > 0 && IsBefore(frameEnd()[-1], timeNs)) advance(restOfFrame());
+  while (mFollowing > 0 && IsBefore(mFrameEnd[-1], timeNs)) advance(restOfFrame());
   if (mFollowing == 0) return;
-  advance(static_cast<std::size_t>(std::lower_bound(mSample, frameEnd(), timeNs, IsBefore) - mSample));
+  advance(static_cast<std::size_t>(std::lower_bound(mSample, mFrameEnd, timeNs, IsBefore) - mSample));
 }
 
 void SampleCopy::read(SampleWindow const& window) {
-  mOut.clear();
-  mOut.reserve(window.size());
-  ForEachPiece(window.all(), [this](NSCam::Utils::SensorData const* samples, std::size_t count) {
-    mOut.insert(mOut.end(), samples, samples + count);
+  mOut.resize(window.size());
+  ForEachPiece(window.all(), [to = mOut.data()](NSCam::Utils::SensorData const* samples, std::size_t count) mutable {
+    to = std::copy(samples, samples + count, to);
   });
 }
 

@@ -34,29 +34,35 @@ class SampleCursor {
   void advance(std::size_t count) {
     mFollowing -= count;
     mSample += count;
-    if (mSample == frameEnd() && mFollowing > 0) mSample = (*mQueue)[++mFrame].second.data();
+    if (mSample == mFrameEnd && mFollowing > 0) enter(mFrame + 1);
   }
 
   // Moves on to the first sample at or after a time, or to the end.
   void seek(std::int64_t timeNs);
 
   // Samples from this one to the last one of its frame.
-  std::size_t restOfFrame() const { return static_cast<std::size_t>(frameEnd() - mSample); }
+  std::size_t restOfFrame() const { return static_cast<std::size_t>(mFrameEnd - mSample); }
 
  private:
   using Sample = NSCam::Utils::SensorData;
 
   SampleCursor(FrameQueue const& queue, std::size_t frame, std::size_t offset, std::size_t following)
-      : mQueue(&queue), mFrame(frame), mSample(queue[frame].second.data() + offset), mFollowing(following) {}
+      : mQueue(&queue), mFollowing(following) {
+    enter(frame);
+    mSample += offset;
+  }
 
-  Sample const* frameEnd() const {
-    Samples const& samples = (*mQueue)[mFrame].second;
-    return samples.data() + samples.size();
+  void enter(std::size_t frame) {
+    Samples const& samples = (*mQueue)[frame].second;
+    mFrame = frame;
+    mSample = samples.data();
+    mFrameEnd = samples.data() + samples.size();
   }
 
   FrameQueue const* mQueue;
   std::size_t mFrame = 0;
   Sample const* mSample = nullptr;
+  Sample const* mFrameEnd = nullptr;
   std::size_t mFollowing = 0;
 };
 
@@ -88,10 +94,8 @@ class SampleWindow {
   SampleCursor first() const { return SampleCursor::FromNewest(mQueue, mFollowing); }
   SampleRun all() const { return {first(), mSize}; }
 
-  // Samples from the place to the end of the window, itself included; 0 or less: it lies behind.
-  std::ptrdiff_t following(SampleCursor const& cursor) const {
-    return static_cast<std::ptrdiff_t>(cursor.following()) - static_cast<std::ptrdiff_t>(mFollowing - mSize);
-  }
+  // How many samples there are from the first one behind the window to the newest.
+  std::size_t behind() const { return mFollowing - mSize; }
 
   // The first sample of the window at or after a time; behind the window when there is none.
   SampleCursor atOrAfter(std::int64_t timeNs) const {

@@ -1,9 +1,15 @@
 #include "lsc/ois/FrameTimes.h"
 
+#include <algorithm>
+
 #include "lsc/TimeUnits.h"
 
 namespace lsc {
 namespace {
+
+// Tuned on devices: the stabiliser's samples trail the exposure by this share of it and by this constant delay.
+constexpr float kOffsetFactor = -0.5432F;
+constexpr std::int64_t kOffsetConstantUs = 166;
 
 FrameTimes Times(std::uint64_t timestampNs, std::uint64_t exposureNs, std::uint32_t rollingShutterNs) {
   std::uint64_t const exposureUs = ToUs(exposureNs);
@@ -26,6 +32,12 @@ std::optional<FrameTimes> SelectFrameTimes(CustShadingType type, CalcOISValueInp
     default:
       return std::nullopt;
   }
+}
+
+std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs) {
+  std::uint64_t const shorterUs = std::min<std::uint64_t>(exposureUs, shutterUs);
+  float const shareUs = static_cast<float>(static_cast<std::int64_t>(shorterUs)) * kOffsetFactor;  // 32 bits
+  return static_cast<std::int64_t>(shareUs) - kOffsetConstantUs;
 }
 
 }  // namespace lsc

@@ -19,4 +19,8 @@ struct FrameTimes {
 std::optional<FrameTimes> SelectFrameTimes(CustShadingType type, CalcOISValueInput const& input,
                                            std::uint32_t rollingShutterNs);
 
+// What is subtracted from every sample's time, in us: negative, so samples move forward in time, by a little more than
+// half of the shorter one of exposure and readout. The factor and the constant are empirical.
+std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs);
+
 }  // namespace lsc

@@ -1,21 +1,6 @@
 #include "lsc/ois/HallTable.h"
 
-#include <algorithm>
-
 namespace lsc {
-namespace {
-
-// Tuned on devices: the stabiliser's samples trail the exposure by this share of it and by this constant delay.
-constexpr float kOffsetFactor = -0.5432F;
-constexpr std::int64_t kOffsetConstantUs = 166;
-
-}  // namespace
-
-std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs) {
-  std::uint64_t const shorterUs = std::min<std::uint64_t>(exposureUs, shutterUs);
-  float const shareUs = static_cast<float>(static_cast<std::int64_t>(shorterUs)) * kOffsetFactor;  // 32 bits
-  return static_cast<std::int64_t>(shareUs) - kOffsetConstantUs;
-}
 
 HallTable BuildHallTable(HallRun window, std::int64_t offsetUs) {
   HallTable table = {};

@@ -17,10 +17,6 @@ struct HallTable {
   std::int64_t alignedUs[kCapacity];  // its time less the offset
 };
 
-// What is subtracted from every sample's time, in us: negative, so samples move forward in time, by a little more than
-// half of the shorter one of exposure and readout. The factor and the constant are empirical.
-std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs);
-
 // Fills the table from the samples of a window, oldest first. A sample from the same microsecond as the one taken
 // before it is left out, as is a first one from microsecond 0.
 HallTable BuildHallTable(HallRun window, std::int64_t offsetUs);

@@ -19,23 +19,23 @@ constexpr auto kTolerance = static_cast<std::int64_t>(kToleranceUs);
 // after its first ns.
 constexpr std::int64_t EarliestNs(std::int64_t targetUs) { return (targetUs - kTolerance + 1) * kNsPerUs; }
 
-std::int64_t DistanceUs(SampleCursor const& entry, std::int64_t targetUs) {
-  return std::abs(ToUs(entry->timestamp) - targetUs);
-}
-
-// The candidate, which is the first entry from EarliestNs on, or the one after it, whichever is nearer; nullopt when it
-// is not near or has no entry after it in the window.
-std::optional<SampleCursor> NearerOf(SampleWindow const& window, SampleCursor const& candidate, std::int64_t targetUs) {
-  if (window.following(candidate) <= 0) return std::nullopt;
-  std::int64_t const distanceUs = DistanceUs(candidate, targetUs);
-  if (distanceUs >= kTolerance) return std::nullopt;
+// Moves a candidate, the first entry from EarliestNs on, to the entry after it if that one is nearer. False when the
+// candidate is not near or has no entry after it before the last `behind` samples of the history.
+bool MoveToNearer(SampleCursor& candidate, std::size_t behind, std::int64_t targetUs) {
+  if (candidate.following() <= behind) return false;
+  std::int64_t const candidateUs = ToUs(candidate->timestamp);
+  std::int64_t const distanceUs = std::abs(candidateUs - targetUs);
+  if (distanceUs >= kTolerance) return false;
 
   SampleCursor next = candidate;
+  std::int64_t nextUs = 0;
   do {
-    if (window.following(next) <= 1) return std::nullopt;
+    if (next.following() <= behind + 1) return false;
     next.advance(1);
-  } while (ToUs(next->timestamp) == ToUs(candidate->timestamp));
-  return distanceUs > DistanceUs(next, targetUs) ? next : candidate;
+    nextUs = ToUs(next->timestamp);
+  } while (nextUs == candidateUs);
+  if (distanceUs > std::abs(nextUs - targetUs)) candidate = next;
+  return true;
 }
 
 }  // namespace
@@ -50,19 +50,18 @@ bool IsPlain(SampleWindow const& window) {
 }
 
 FoundSpan FindSpan(SampleWindow const& window, Readout const& readout) {
-  auto start = NearerOf(window, window.atOrAfter(EarliestNs(readout.startUs)), readout.startUs);
-  bool const startIsNear = start.has_value();
+  std::size_t const behind = window.behind();
+  SampleCursor start = window.atOrAfter(EarliestNs(readout.startUs));
+  bool const startIsNear = MoveToNearer(start, behind, readout.startUs);
   if (!startIsNear) {
-    if (!readout.mayBeCarried) return {{window.first(), 0}, false};
     start = window.first();
+    if (!readout.mayBeCarried) return {{start, 0}, false};
   }
-
-  std::int64_t const endUs = ToUs((*start)->timestamp) + readout.shutterUs;
-  SampleCursor candidate = *start;
-  candidate.seek(EarliestNs(endUs));
-  auto const end = NearerOf(window, candidate, endUs);
-  auto const rest = static_cast<std::size_t>(window.following(*start));
-  return {{*start, end ? start->following() - end->following() + 1 : rest}, startIsNear};
+  std::int64_t const endUs = ToUs(start->timestamp) + readout.shutterUs;
+  SampleCursor end = start;
+  end.seek(EarliestNs(endUs));
+  if (!MoveToNearer(end, behind, endUs)) return {{start, start.following() - behind}, startIsNear};
+  return {{start, start.following() - end.following() + 1}, startIsNear};
 }
 
 }  // namespace lsc

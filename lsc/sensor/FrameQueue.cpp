@@ -11,7 +11,7 @@ std::size_t PowerOfTwoFrom(std::size_t count) {
 
 }  // namespace
 
-FrameQueue::FrameQueue(std::size_t maxFrames) : mSlots(PowerOfTwoFrom(maxFrames)) {}
+FrameQueue::FrameQueue(std::size_t maxFrames) : mSlots(PowerOfTwoFrom(maxFrames)), mMask(mSlots.size() - 1) {}
 
 void FrameQueue::clear() {
   for (Frame& frame : mSlots) Samples().swap(frame.second);

@@ -24,7 +24,7 @@ class FrameQueue {
   std::size_t sampleCount() const { return mSampleCount; }
 
   // Entry 0 is the oldest.
-  Frame const& operator[](std::size_t entry) const { return mSlots[(mOldest + entry) & (mSlots.size() - 1)]; }
+  Frame const& operator[](std::size_t entry) const { return mSlots[(mOldest + entry) & mMask]; }
   Frame const& front() const { return (*this)[0]; }
   Frame const& back() const { return (*this)[mSize - 1]; }
 
@@ -57,10 +57,11 @@ class FrameQueue {
   void clear();
 
  private:
-  Frame& slot(std::size_t entry) { return mSlots[(mOldest + entry) & (mSlots.size() - 1)]; }
+  Frame& slot(std::size_t entry) { return mSlots[(mOldest + entry) & mMask]; }
 
-  std::vector<Frame> mSlots;  // a power of two
-  std::size_t mOldest = 0;    // counts on; its low bits are the slot
+  std::vector<Frame> mSlots;  // as many as a power of two
+  std::size_t mMask;          // the bits of a slot's number
+  std::size_t mOldest = 0;    // counts on; masked, it is the slot
   std::size_t mSize = 0;
   std::size_t mSampleCount = 0;
 };

@@ -27,11 +27,11 @@ VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId
   return nullptr;
 }
 
-bool VeyraShadingUtil::RegisterAndStartSensorMonitor(int sensorId, int sensorType) {
+[[gnu::cold]] bool VeyraShadingUtil::RegisterAndStartSensorMonitor(int sensorId, int sensorType) {
   return RegisterSensorMonitor(sensorId, sensorType) && StartSensorMonitor(sensorId, sensorType);
 }
 
-bool VeyraShadingUtil::RegisterSensorMonitor(int sensorId, int sensorType) {
+[[gnu::cold]] bool VeyraShadingUtil::RegisterSensorMonitor(int sensorId, int sensorType) {
   if (sensorId == kNoSensor || sensorType == kNoSensor) return false;
   if (!IsSupportSensor(sensorId)) return false;
 
@@ -45,7 +45,7 @@ bool VeyraShadingUtil::RegisterSensorMonitor(int sensorId, int sensorType) {
   return true;
 }
 
-bool VeyraShadingUtil::StartSensorMonitor(int sensorId, int sensorType) {
+[[gnu::cold]] bool VeyraShadingUtil::StartSensorMonitor(int sensorId, int sensorType) {
   lsc::MutexLock const lock(mMonitorMutex);
   VeyraSensorMonitor* const monitor = FindMonitor(sensorId, sensorType);
   if (monitor == nullptr) {
@@ -57,7 +57,7 @@ bool VeyraShadingUtil::StartSensorMonitor(int sensorId, int sensorType) {
   return enabled;
 }
 
-void VeyraShadingUtil::StopSensorMonitor(int sensorId, int sensorType) {
+[[gnu::cold]] void VeyraShadingUtil::StopSensorMonitor(int sensorId, int sensorType) {
   lsc::MutexLock const lock(mMonitorMutex);
   VeyraSensorMonitor* const monitor = FindMonitor(sensorId, sensorType);
   if (monitor == nullptr) {

@@ -36,33 +36,38 @@ std::size_t Following(FrameQueue const& queue, std::uint64_t timeNs) {
   return signedNs < 0 ? 0 : lsc::SampleCursor::AtOrAfter(queue, signedNs).following();
 }
 
-// Merges a sorted run into another one, in place: only what lies behind the run's first sample moves.
+// Merges a sorted run into another one: what is later than all that was there is copied as it lies, and only the rest,
+// with what it belongs before, is moved one by one.
 void MergeInto(Samples& samples, SensorData const* run, std::size_t count) {
   std::size_t kept = samples.size();
   samples.resize(kept + count);
-  std::size_t to = samples.size();
-  while (count > 0) {
-    bool const takeKept = kept > 0 && IsEarlier(run[count - 1], samples[kept - 1]);
-    samples[--to] = takeKept ? samples[--kept] : run[--count];
+  std::copy(run, run + count, samples.data() + kept);
+  if (kept == 0) return;
+  SensorData const* const later = std::lower_bound(run, run + count, samples[kept - 1], IsEarlier);
+  auto remaining = static_cast<std::size_t>(later - run);
+  for (std::size_t to = kept + remaining; remaining > 0;) {
+    bool const takeKept = kept > 0 && IsEarlier(run[remaining - 1], samples[kept - 1]);
+    samples[--to] = takeKept ? samples[--kept] : run[--remaining];
   }
 }
 
 // Joins two sorted runs and divides them at `splitTimeNs`: `older` keeps what is earlier, `upper` gets the rest.
 void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples const& batch, Samples& upper) {
-  auto const isLower = [splitTimeNs](SensorData const& sample) { return sample.timestamp < splitTimeNs; };
-  auto const cut = std::partition_point(older.begin(), older.end(), isLower);
-  auto const batchCut = std::partition_point(batch.begin(), batch.end(), isLower);
+  auto const countBefore = [splitTimeNs](Samples const& samples) {
+    auto const cut = std::partition_point(samples.begin(), samples.end(),
+                                          [=](SensorData const& sample) { return sample.timestamp < splitTimeNs; });
+    return static_cast<std::size_t>(cut - samples.begin());
+  };
+  std::size_t const cut = countBefore(older);
+  std::size_t const batchCut = countBefore(batch);
 
   upper.clear();
-  upper.reserve(static_cast<std::size_t>((older.end() - cut) + (batch.end() - batchCut)));
-  auto tail = cut;
-  auto rest = batchCut;
-  while (tail != older.end() && rest != batch.end()) upper.push_back(IsEarlier(*rest, *tail) ? *rest++ : *tail++);
-  upper.insert(upper.end(), tail, older.end());
-  upper.insert(upper.end(), rest, batch.end());
+  upper.resize(older.size() - cut);
+  std::copy(older.data() + cut, older.data() + older.size(), upper.data());
+  MergeInto(upper, batch.data() + batchCut, batch.size() - batchCut);
 
-  older.erase(cut, older.end());
-  MergeInto(older, batch.data(), static_cast<std::size_t>(batchCut - batch.begin()));
+  older.resize(cut);
+  MergeInto(older, batch.data(), batchCut);
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ VeyraShadingUtil::VeyraSensorMonitor::VeyraSensorMonitor(int sensorId, int senso
 
 VeyraShadingUtil::VeyraSensorMonitor::~VeyraSensorMonitor() { disableSensor(); }
 
-bool VeyraShadingUtil::VeyraSensorMonitor::enableSensor() {
+[[gnu::cold]] bool VeyraShadingUtil::VeyraSensorMonitor::enableSensor() {
   if (!mSensorProvider) {
     char name[sizeof("OIS_MONITOR--2147483648--2147483648")];
     std::snprintf(name, sizeof name, "OIS_MONITOR-%d-%d", mSensorId, mSensorType);
@@ -36,7 +36,7 @@ bool VeyraShadingUtil::VeyraSensorMonitor::enableSensor() {
   return accepted;
 }
 
-void VeyraShadingUtil::VeyraSensorMonitor::disableSensor() {
+[[gnu::cold]] void VeyraShadingUtil::VeyraSensorMonitor::disableSensor() {
   if (!mSensorProvider) return;
 
   mSensorProvider->disableSensor(PlatformType(mSensorType));
