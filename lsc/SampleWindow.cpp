@@ -3,7 +3,19 @@
 namespace lsc {
 namespace {
 
-bool IsBefore(NSCam::Utils::SensorData const& sample, std::int64_t timeNs) { return sample.timestamp < timeNs; }
+using NSCam::Utils::SensorData;
+
+bool IsBefore(SensorData const& sample, std::int64_t timeNs) { return sample.timestamp < timeNs; }
+
+// std::lower_bound among samples of which the last one is not before the time, without a branch to be guessed.
+SensorData const* LowerBound(SensorData const* samples, std::size_t count, std::int64_t timeNs) {
+  while (count > 1) {
+    std::size_t const half = count / 2;
+    samples += IsBefore(samples[half - 1], timeNs) ? half : 0;
+    count -= half;
+  }
+  return samples;
+}
 
 }  // namespace
 
@@ -22,27 +34,25 @@ SampleCursor SampleCursor::FromNewest(FrameQueue const& queue, std::size_t follo
 }
 
 SampleCursor SampleCursor::AtOrAfter(FrameQueue const& queue, std::int64_t timeNs) {
-  SampleCursor found(queue);
-  for (std::size_t frame = queue.size(); frame-- > 0;) {
-    Samples const& samples = queue[frame].second;
-    if (!IsBefore(samples.front(), timeNs)) {  // the frame before this one may end at an equal time
-      found = {queue, frame, 0, found.mFollowing + samples.size()};
-      continue;
+  std::size_t following = 0;
+  std::size_t frame = queue.size();
+  for (; frame > 0; --frame) {
+    Samples const& samples = queue[frame - 1].second;
+    if (IsBefore(samples.front(), timeNs)) {
+      if (IsBefore(samples.back(), timeNs)) break;
+      SensorData const* const found = LowerBound(samples.data(), samples.size(), timeNs);
+      auto const offset = static_cast<std::size_t>(found - samples.data());
+      return {queue, frame - 1, offset, following + samples.size() - offset};
     }
-    if (!IsBefore(samples.back(), timeNs)) {
-      auto const place = std::lower_bound(samples.begin(), samples.end(), timeNs, IsBefore);
-      auto const offset = static_cast<std::size_t>(place - samples.begin());
-      found = {queue, frame, offset, found.mFollowing + samples.size() - offset};
-    }
-    break;
+    following += samples.size();  // and the frame before this one may end at an equal time
   }
-  return found;
+  return following == 0 ? SampleCursor(queue) : SampleCursor(queue, frame, 0, following);
 }
 
 void SampleCursor::seek(std::int64_t timeNs) {
   while (mFollowing > 0 && IsBefore(mFrameEnd[-1], timeNs)) advance(restOfFrame());
   if (mFollowing == 0) return;
-  advance(static_cast<std::size_t>(std::lower_bound(mSample, mFrameEnd, timeNs, IsBefore) - mSample));
+  advance(static_cast<std::size_t>(LowerBound(mSample, restOfFrame(), timeNs) - mSample));
 }
 
 void SampleCopy::read(SampleWindow const& window) {

@@ -42,13 +42,13 @@ inline bool DetailIsLogged() { return gLogLevel >= kLogDetailLevel; }
 
 }  // namespace lsc
 
-#define LSC_LOG_TO_SINKS(level, writeToSystemLog, writeToFile)                                             \
-  do {                                                                                                     \
-    using VCam::Utils::VLog::VLogger;                                                                      \
-    if (__builtin_expect(VLogger::isLogDetailsEnabled(lsc::kLscLogModule, VCam::Utils::VLog::level), 0)) { \
-      if (VLogger::isDefaultModeEnabled()) writeToSystemLog;                                               \
-      if (VLogger::isFileModeEnabled()) writeToFile;                                                       \
-    }                                                                                                      \
+#define LSC_LOG_TO_SINKS(level, writeToSystemLog, writeToFile)                        \
+  do {                                                                                \
+    using VCam::Utils::VLog::VLogger;                                                 \
+    if (VLogger::isLogDetailsEnabled(lsc::kLscLogModule, VCam::Utils::VLog::level)) { \
+      if (VLogger::isDefaultModeEnabled()) writeToSystemLog;                          \
+      if (VLogger::isFileModeEnabled()) writeToFile;                                  \
+    }                                                                                 \
   } while (false)
 
 // The forms that end in _FOR are for a function that does a part of an operation's work: `function` is the operation's

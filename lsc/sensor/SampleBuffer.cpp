@@ -3,16 +3,16 @@
 #include "lsc/SampleWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
+#include "lsc/sensor/SampleOrder.h"
 #include "lsc/sensor/SplitTime.h"
 
 namespace {
 
 using lsc::FrameQueue;
+using lsc::IsEarlier;
 using lsc::Samples;
 using lsc::SampleWindow;
 using NSCam::Utils::SensorData;
-
-bool IsEarlier(SensorData const& a, SensorData const& b) { return a.timestamp < b.timestamp; }
 
 // How many samples there are from the first one whose time, as an unsigned value, is at or after a given one, to the
 // newest one; 0 when there is no such sample. Samples are in signed order. A time before 0 is later than all others as
@@ -78,7 +78,7 @@ VeyraShadingUtil::VeyraSensorData::VeyraSensorData(unsigned int maxFrames)
 VeyraShadingUtil::VeyraSensorData::~VeyraSensorData() { clear(); }
 
 Samples const* VeyraShadingUtil::VeyraSensorData::place(unsigned int frameNumber, Samples& batch) {
-  if (!std::is_sorted(batch.begin(), batch.end(), IsEarlier)) std::sort(batch.begin(), batch.end(), IsEarlier);
+  if (!std::is_sorted(batch.begin(), batch.end(), IsEarlier)) lsc::SortByTime(batch);
 
   bool overlaps = false;
   if (!mFrameQueue.empty()) {
@@ -105,7 +105,10 @@ Samples const* VeyraShadingUtil::VeyraSensorData::place(unsigned int frameNumber
 void VeyraShadingUtil::VeyraSensorData::pushValue(unsigned int frameNumber, Samples& batch) {
   lsc::MutexLock const lock(mDataMutex);
   if (batch.empty()) return;
-  if (Samples const* const filed = place(frameNumber, batch)) batch = *filed;
+  if (Samples const* const filed = place(frameNumber, batch)) {
+    batch.resize(filed->size());
+    std::copy(filed->begin(), filed->end(), batch.begin());
+  }
 }
 
 VeyraShadingUtil::VeyraSensorData::Filed VeyraShadingUtil::VeyraSensorData::file(unsigned int frameNumber,

@@ -1,0 +1,15 @@
+// The order of samples: by time, as a signed value.
+#pragma once
+
+#include "lsc/sensor/FrameQueue.h"
+
+namespace lsc {
+
+inline bool IsEarlier(NSCam::Utils::SensorData const& a, NSCam::Utils::SensorData const& b) {
+  return a.timestamp < b.timestamp;
+}
+
+// Samples of equal times end up in no particular order.
+void SortByTime(Samples& samples);
+
+}  // namespace lsc
