@@ -60,7 +60,30 @@ void AddVariant(Rounds& rounds, Stream& stream, Variant& variant, std::string co
       });
 }
 
-void AddFloors(Rounds& rounds, Stream const& stream, Floor& floor, Samples& moved, Answer& answer) {
+// Copying every batch to memory that stays near the processor, or to that of a history.
+void AddMoves(Rounds& rounds, Stream const& stream, std::string const& name, std::vector<Samples>& memories) {
+  rounds.Add(
+      name, stream.frames().size(), [] {},
+      [&] {
+        std::size_t next = 0;
+        for (Frame const& frame : stream.frames()) {
+          Samples& moved = memories[next];
+          if (++next == memories.size()) next = 0;
+          moved.assign(frame.batch.begin(), frame.batch.end());
+          asm volatile("" : : "r"(moved.data()) : "memory");
+        }
+      });
+}
+
+void AddPlatform(Rounds& rounds, Stream& stream, std::string const& name, Variant& platform) {
+  rounds.Add(
+      name, stream.frames().size(), [&] { stream.Advance(); },
+      [&] {
+        for (Frame const& frame : stream.frames()) platform.Update(frame);
+      });
+}
+
+void AddFloors(Rounds& rounds, Stream const& stream, Floor& floor, Answer& answer) {
   std::size_t const frames = stream.frames().size();
   rounds.Add(
       "in place/calc", kCalcs, [] {},
@@ -76,14 +99,6 @@ void AddFloors(Rounds& rounds, Stream const& stream, Floor& floor, Samples& move
       "copy into kept memory/calc", kCalcs, [] {},
       [&, frames] {
         for (std::size_t i = 0; i < kCalcs; ++i) floor.CopyIntoKeptMemory(frames / 2 - i % kLookedBack, answer);
-      });
-  rounds.Add(
-      "move", frames, [] {},
-      [&] {
-        for (Frame const& frame : stream.frames()) {
-          moved.assign(frame.batch.begin(), frame.batch.end());
-          asm volatile("" : : "r"(moved.data()) : "memory");
-        }
       });
 }
 
@@ -101,10 +116,12 @@ void Report(Rounds const& rounds, Stream const& stream, std::vector<std::string>
   };
   table.Add(group, "samples a frame", stream.samplesPerFrame(), "");
   table.Add(group, "platform: deliver and pull", rounds.Median("platform/update"), "ns");
+  table.Add(group, "platform: the same into a history", rounds.Median("platform, history/update"), "ns");
   table.Add(group, "in-place floor", rounds.Median("in place/calc"), "ns");
   table.Add(group, "copy floor", rounds.Median("copy/calc"), "ns");
   table.Add(group, "copy floor, memory kept from call to call", rounds.Median("copy into kept memory/calc"), "ns");
   table.Add(group, "moving the batch", rounds.Median("move"), "ns");
+  table.Add(group, "moving the batch into a history", rounds.Median("move, history"), "ns");
   for (std::string const& name : names) {
     table.Add(group, name + ": update", rounds.Median(net(name + "/update")), "ns");
     table.Add(group, name + ": calc", rounds.Median(name + "/calc"), "ns");
@@ -118,6 +135,15 @@ void Report(Rounds const& rounds, Stream const& stream, std::vector<std::string>
     return net("library/update")(round) / (60 + 1.2 * round.at("move"));
   }),
             "", {allowance, {}});
+  table.Add(group, "the same with moves into a history", rounds.Median([&](Rounds::Round const& round) {
+    return net("library/update")(round) / (60 + 1.2 * round.at("move, history"));
+  }),
+            "");
+  table.Add(group, "library: update, beside a platform that fills a history",
+            rounds.Median([](Rounds::Round const& round) {
+              return round.at("library/update") - round.at("platform, history/update");
+            }),
+            "ns");
   Table::Target faster;
   if (targets.timesFaster > 0) faster.atLeast = targets.timesFaster;
   table.Add(group, "transcription / library, update + calc", rounds.Median([&](Rounds::Round const& round) {
@@ -141,16 +167,17 @@ bool MeasureStream(Library& library, Stream& stream, bool isRegular, Targets con
   Rounds rounds;
   Answer answer;
   answer.x = answer.y = {0.0, 0.0};
-  auto const platform = PlatformOnly();
+  auto const platform = PlatformOnly(1);
+  auto const platformOfHistory = PlatformOnly(kHistoryFrames);
   Floor floor(stream);
-  Samples moved;
+  std::vector<Samples> moved(1);
+  std::vector<Samples> movedToHistory(kHistoryFrames);
   std::vector<std::string> names;
-  rounds.Add(
-      "platform/update", stream.frames().size(), [&] { stream.Advance(); },
-      [&] {
-        for (Frame const& frame : stream.frames()) platform->Update(frame);
-      });
-  AddFloors(rounds, stream, floor, moved, answer);
+  AddPlatform(rounds, stream, "platform/update", *platform);
+  AddPlatform(rounds, stream, "platform, history/update", *platformOfHistory);
+  AddFloors(rounds, stream, floor, answer);
+  AddMoves(rounds, stream, "move", moved);
+  AddMoves(rounds, stream, "move, history", movedToHistory);
   for (auto const& [name, variant] : variants) {
     AddVariant(rounds, stream, *variant, name, answer);
     names.push_back(name);

@@ -90,7 +90,7 @@ void MeasureFirstFrame(Library& library, std::size_t count, Table& table) {
   Rounds rounds;
   Answer answer;
   auto const variant = ShippedLibrary(library, 0);
-  auto const platform = PlatformOnly();
+  auto const platform = PlatformOnly(1);
   auto const timed = [&](Variant& update) {
     auto const begin = Clock::now();
     update.Update(stream.frames().front());

@@ -13,7 +13,6 @@ namespace {
 
 constexpr std::size_t kWindow = 100;
 constexpr std::size_t kWindowBefore = 50;
-constexpr std::size_t kMaxFrames = 30;
 constexpr std::int64_t kToleranceUs = 1500;
 constexpr CustShadingType kType = kShadingPreview;
 
@@ -28,23 +27,24 @@ std::int64_t StartOfFrameUs(CalcOISValueInput const& input) {
 
 class PlatformVariant : public Variant {
  public:
-  explicit PlatformVariant(std::string const& name) : mPull(name) {}
+  explicit PlatformVariant(std::string const& name, std::size_t memories = 1) : mPull(name), mBatches(memories) {}
   void Calc(Frame const& /*frame*/, Answer& /*answer*/) override {}
-  void Update(Frame const& frame) override {
-    Take(frame);
-    mBatch.clear();
-  }
+  void Update(Frame const& frame) override { Take(frame); }
 
  protected:
   Samples& Take(Frame const& frame) {
+    Samples& batch = mBatches[mNext];
+    if (++mNext == mBatches.size()) mNext = 0;
+    batch.clear();
     mPull.Deliver(frame.batch);
-    mPull.Take(mBatch);
-    return mBatch;
+    mPull.Take(batch);
+    return batch;
   }
 
  private:
   Pull mPull;
-  Samples mBatch;
+  std::vector<Samples> mBatches;
+  std::size_t mNext = 0;
 };
 
 class LibraryVariant final : public Variant {
@@ -167,9 +167,8 @@ class RingVariant final : public PlatformVariant {
     } else {
       for (Sample const& sample : batch) At(mEnd++) = sample;
     }
-    batch.clear();
     mFrameBegins.push_back(frameBegin);
-    if (mFrameBegins.size() > kMaxFrames) mFrameBegins.pop_front();
+    if (mFrameBegins.size() > kHistoryFrames) mFrameBegins.pop_front();
   }
 
   void Calc(Frame const& frame, Answer& answer) override {
@@ -223,9 +222,8 @@ class MapVariant final : public PlatformVariant {
       if (lastNs > firstNs) beginNs = (lastNs + firstNs) / 2;
     }
     for (Sample const& sample : batch) mSamples.emplace_hint(mSamples.end(), sample.timestamp, sample);
-    batch.clear();
     mFrameBeginsNs.push_back(beginNs);
-    if (mFrameBeginsNs.size() <= kMaxFrames) return;
+    if (mFrameBeginsNs.size() <= kHistoryFrames) return;
     mFrameBeginsNs.pop_front();
     mSamples.erase(mSamples.begin(), mSamples.lower_bound(mFrameBeginsNs.front()));
   }
@@ -245,7 +243,9 @@ class MapVariant final : public PlatformVariant {
 
 }  // namespace
 
-std::unique_ptr<Variant> PlatformOnly() { return std::make_unique<PlatformVariant>("platform"); }
+std::unique_ptr<Variant> PlatformOnly(std::size_t memories) {
+  return std::make_unique<PlatformVariant>("platform", memories);
+}
 std::unique_ptr<Variant> ShippedLibrary(Library& library, int camera) {
   return std::make_unique<LibraryVariant>(library, camera);
 }

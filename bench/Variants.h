@@ -25,8 +25,11 @@ class Variant {
   virtual void Calc(Frame const& frame, Answer& answer) = 0;
 };
 
-// Only what the platform does for an update.
-std::unique_ptr<Variant> PlatformOnly();
+constexpr std::size_t kHistoryFrames = 30;
+
+// Only what the platform does for an update, which fills so many memories in turn: one that stays near the processor,
+// or those of a history, of which each was last touched kHistoryFrames frames ago.
+std::unique_ptr<Variant> PlatformOnly(std::size_t memories);
 
 // The shipped library, with a camera that is started.
 std::unique_ptr<Variant> ShippedLibrary(Library& library, int camera);

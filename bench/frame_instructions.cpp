@@ -1,5 +1,5 @@
-// A settled session at level 0 for an instruction counter: UpdateOnce and CalcOnce are what is counted
-// (check-instructions).
+// A settled session at level 0, or only the start of the library, for an instruction counter: UpdateOnce, CalcOnce and
+// StartOnce are what is counted (check-costs).
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -27,14 +27,23 @@ __attribute__((noinline, used)) void CalcOnce(bench::Frame* frame) {
   object->CalcOISValue(kShadingPreview, frame->input, &x, &y, frame->number, 0, matched);
   asm volatile("");
 }
+__attribute__((noinline, used)) void StartOnce() {
+  object = &shadingctl::LoadShadingLibrary(shadingctl::DefaultLibraryPath());
+  asm volatile("");
+}
 }
 
 int main(int argc, char** argv) {
-  if (argc != 4) {
-    std::fprintf(stderr, "usage: frame_instructions SAMPLES_PER_64_FRAMES inorder|overlapping BLOCKS\n");
+  bool const onlyStarts = argc == 2 && std::string(argv[1]) == "start";
+  if (argc != 4 && !onlyStarts) {
+    std::fprintf(stderr, "usage: frame_instructions SAMPLES_PER_64_FRAMES inorder|overlapping BLOCKS | start\n");
     return 2;
   }
   try {
+    if (onlyStarts) {
+      StartOnce();
+      return 0;
+    }
     bench::Library library(shadingctl::DefaultLibraryPath());
     object = &library.object();
     library.Start(0);
