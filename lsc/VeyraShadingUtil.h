@@ -188,13 +188,17 @@ class VeyraShadingUtil::VeyraSensorData {
   // Replaces `out` by the samples of the newest entry of that number; as it was when there is none. Takes no lock: the
   // caller keeps pushValue and clear away, as mMonitorMutex does.
   void getDataByFrame(unsigned int frameNumber, Samples& out);
-  void getDataByFrame(unsigned int frameNumber, lsc::SampleReader& reader);
+
+  // The same for a reader of any kind.
+  void readByFrame(unsigned int frameNumber, lsc::SampleReader& reader);
 
   // Replaces `out` by 100 samples in the order of time: 50 before the first one at or after `time` (ns), that one and
   // the 49 after it, moved to stay within what is buffered. `out` is as it was when no sample is at or after `time`, or
   // fewer than 100 are buffered. Times are compared as unsigned values, so one before 0 is later than all others.
   void getDataByTimestamp(unsigned long time, Samples& out) LSC_EXCLUDES(mDataMutex);
-  void getDataByTimestamp(unsigned long time, lsc::SampleReader& reader) LSC_EXCLUDES(mDataMutex);
+
+  // The same for a reader of any kind, with the same messages.
+  void readByTimestamp(unsigned long time, lsc::SampleReader& reader) LSC_EXCLUDES(mDataMutex);
 
   // What became of a batch: the samples that made the new entry or, when none was made, the batch itself, sorted.
   struct Filed {
@@ -238,8 +242,11 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   // Pulls the batch and files it under `frameNumber`. `frameTime` (ns) is only reported.
   void updateSensorData(unsigned int frameNumber, unsigned long frameTime);
 
-  // By time (ns) when that is not 0, else by frame number when that is not 0.
-  void getSensorData(lsc::SampleReader& reader, unsigned int frameNumber, unsigned long time);
+  // By time (ns) when that is not 0, else by frame number when that is not 0; `out` is replaced or as it was.
+  void getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber, unsigned long time);
+
+  // The same for a reader of any kind, with the same messages.
+  void readSensorData(lsc::SampleReader& reader, unsigned int frameNumber, unsigned long time);
 
   bool isFor(int sensorId) const { return mSensorId == sensorId; }
   bool isForEither(int sensorId, int sensorType) const { return mSensorId == sensorId || mSensorType == sensorType; }

@@ -84,7 +84,7 @@ void VeyraShadingUtil::Query(lsc::SampleReader& reader, int sensorId, unsigned i
   constexpr char kOperation[] = "QuerySensorData";
   lsc::MutexLock const lock(mMonitorMutex);
   if (VeyraSensorMonitor* const monitor = FindMonitor(sensorId)) {
-    monitor->getSensorData(reader, frameNumber, timestamp);
+    monitor->readSensorData(reader, frameNumber, timestamp);
     LSC_LOGI_NONZERO_FOR(kOperation, " get sensor data size:%zu", reader.size());
   } else {
     LSC_LOGW_FOR(kOperation, "Sensor Monitor not registered sensorId:%d", sensorId);

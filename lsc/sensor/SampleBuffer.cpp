@@ -140,8 +140,8 @@ VeyraShadingUtil::VeyraSensorData::Filed VeyraShadingUtil::VeyraSensorData::file
 }
 
 // Every call comes with mMonitorMutex held, which keeps pushValue and clear away.
-void VeyraShadingUtil::VeyraSensorData::getDataByFrame(unsigned int frameNumber,
-                                                       lsc::SampleReader& reader) LSC_NO_LOCK_CHECK {
+void VeyraShadingUtil::VeyraSensorData::readByFrame(unsigned int frameNumber,
+                                                    lsc::SampleReader& reader) LSC_NO_LOCK_CHECK {
   std::size_t following = 0;
   for (std::size_t frame = mFrameQueue.size(); frame-- > 0;) {
     auto const& [number, samples] = mFrameQueue[frame];
@@ -150,18 +150,20 @@ void VeyraShadingUtil::VeyraSensorData::getDataByFrame(unsigned int frameNumber,
   }
 }
 
-void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, lsc::SampleReader& reader) {
+void VeyraShadingUtil::VeyraSensorData::readByTimestamp(unsigned long time, lsc::SampleReader& reader) {
+  constexpr char kOperation[] = "getDataByTimestamp";
   lsc::MutexLock const lock(mDataMutex);
   std::size_t const count = mFrameQueue.sampleCount();
-  LSC_LOGI_NONZERO(" total data size:%lu", count);
+  LSC_LOGI_NONZERO_FOR(kOperation, " total data size:%lu", count);
 
   std::size_t const following = Following(mFrameQueue, time);
   if (following == 0 || count < lsc::kWindowSize) {
-    LSC_LOGW("no data matched");
+    LSC_LOGW_FOR(kOperation, "no data matched");
     return;
   }
-  LSC_LOGI_NONZERO("match data offset:%ld timestamp:%llu", static_cast<long>(count - following),
-                   static_cast<unsigned long long>(lsc::SampleCursor::FromNewest(mFrameQueue, following)->timestamp));
+  LSC_LOGI_NONZERO_FOR(
+      kOperation, "match data offset:%ld timestamp:%llu", static_cast<long>(count - following),
+      static_cast<unsigned long long>(lsc::SampleCursor::FromNewest(mFrameQueue, following)->timestamp));
   // From the match as many as the window holds before it; never fewer than the window, never more than there are.
   std::size_t const wanted = std::max(following + lsc::kWindowBeforeMatch, lsc::kWindowSize);
   reader.read(SampleWindow(mFrameQueue, std::min(wanted, count), lsc::kWindowSize));
@@ -169,12 +171,12 @@ void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, l
 
 void VeyraShadingUtil::VeyraSensorData::getDataByFrame(unsigned int frameNumber, Samples& out) {
   lsc::SampleCopy copy(out);
-  getDataByFrame(frameNumber, copy);
+  readByFrame(frameNumber, copy);
 }
 
 void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, Samples& out) {
   lsc::SampleCopy copy(out);
-  getDataByTimestamp(time, copy);
+  readByTimestamp(time, copy);
 }
 
 void VeyraShadingUtil::VeyraSensorData::clear() {

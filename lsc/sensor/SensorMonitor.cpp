@@ -60,17 +60,24 @@ void VeyraShadingUtil::VeyraSensorMonitor::updateSensorData(unsigned int frameNu
                   static_cast<unsigned long long>(filed.firstNs), static_cast<unsigned long long>(filed.lastNs));
 }
 
-void VeyraShadingUtil::VeyraSensorMonitor::getSensorData(lsc::SampleReader& reader, unsigned int frameNumber,
-                                                         unsigned long time) {
+void VeyraShadingUtil::VeyraSensorMonitor::readSensorData(lsc::SampleReader& reader, unsigned int frameNumber,
+                                                          unsigned long time) {
   if (!mSensorProvider) return;
 
+  constexpr char kOperation[] = "getSensorData";
   if (time != 0) {
-    mSensorData.getDataByTimestamp(time, reader);
+    mSensorData.readByTimestamp(time, reader);
   } else if (frameNumber != 0) {
-    mSensorData.getDataByFrame(frameNumber, reader);
+    mSensorData.readByFrame(frameNumber, reader);
   } else {
-    LSC_LOGW("timestamp or frameNumber should not be zero");
+    LSC_LOGW_FOR(kOperation, "timestamp or frameNumber should not be zero");
   }
-  LSC_LOGI_NONZERO(" get sensor data F:(%u) TS:(%llu) data size:%lu", frameNumber,
-                   static_cast<unsigned long long>(time), reader.size());
+  LSC_LOGI_NONZERO_FOR(kOperation, " get sensor data F:(%u) TS:(%llu) data size:%lu", frameNumber,
+                       static_cast<unsigned long long>(time), reader.size());
+}
+
+void VeyraShadingUtil::VeyraSensorMonitor::getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber,
+                                                         unsigned long time) {
+  lsc::SampleCopy copy(out);
+  readSensorData(copy, frameNumber, time);
 }
