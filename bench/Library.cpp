@@ -26,7 +26,8 @@ void Configure(bool systemLog, bool file) {
   map.clear();
   for (int camera = 0; camera < kCameras; ++camera) {
     map.insert(map.end(), {camera, SensorType(camera)});
-    settings.sensors[static_cast<std::size_t>(camera)].rollingShutterNs = {{0, kRollingShutterNs}};
+    settings.sensors[static_cast<std::size_t>(camera)].rollingShutterNs = {{0, kRollingShutterNs},
+                                                                           {1, kShortRollingShutterNs}};
   }
   settings.log = {systemLog, file, systemLog || file ? 5 : 0};
   desktop::Device::Get().Configure(settings);
@@ -44,11 +45,11 @@ Library::Library(std::string const& path) {
 
 void Library::SetSinks(bool systemLog, bool file) { Configure(systemLog, file); }
 
-void Library::Start(int camera) {
+void Library::Start(int camera, unsigned int sensorMode) {
   if (!mObject->RegisterAndStartSensorMonitor(camera, SensorType(camera))) {
     throw shadingctl::UnusableInput("camera " + std::to_string(camera) + " does not start");
   }
-  mObject->StoreRollingShutter(camera, 0);
+  mObject->StoreRollingShutter(camera, sensorMode);
 }
 
 void Library::Stop(int camera) { mObject->StopSensorMonitor(camera, SensorType(camera)); }

@@ -26,7 +26,8 @@ class Library {
   // Which sinks take messages; with neither, no message is wanted at all.
   static void SetSinks(bool systemLog, bool file);
 
-  void Start(int camera);
+  // With kRollingShutterNs or, in the other sensor mode, kShortRollingShutterNs.
+  void Start(int camera, unsigned int sensorMode = 0);
   void Stop(int camera);
 
   // Not virtual: by its exported name.

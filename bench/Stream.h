@@ -13,6 +13,7 @@ using Sample = NSCam::Utils::SensorData;
 using Samples = std::vector<Sample>;
 
 constexpr std::uint32_t kRollingShutterNs = 15'980'096;
+constexpr std::uint32_t kShortRollingShutterNs = 2'000'000;  // at 8 kHz, about as many samples as the other at 200 Hz
 
 struct Frame {
   std::uint32_t number = 0;
