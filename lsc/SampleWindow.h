@@ -113,12 +113,12 @@ class SampleWindow {
   std::size_t mSize;
 };
 
-// Somebody who takes the answer of a look-up. A look-up that finds nothing does not call him.
+// Takes the answer of a look-up. A look-up that finds nothing does not call it.
 class SampleReader {
  public:
   virtual void read(SampleWindow const& window) = 0;
 
-  // How many samples he has, for messages.
+  // How many samples it has, for messages.
   virtual std::size_t size() const = 0;
 
  protected:
