@@ -56,13 +56,12 @@ std::size_t Following(FrameQueue const& queue, std::uint64_t timeNs) {
   return signedNs < 0 ? 0 : lsc::SampleCursor::AtOrAfter(queue, signedNs).following();
 }
 
-// Merges a sorted run into another one: what is later than all that was there is copied as it lies, and only the rest,
-// with what it belongs before, is moved one by one.
+// Merges a sorted run into another one, which is not empty: what is later than all that was there is copied as it lies,
+// and only the rest, with what it belongs before, is moved one by one.
 void MergeInto(Samples& samples, SensorData const* run, std::size_t count) {
   std::size_t kept = samples.size();
   samples.resize(kept + count);
   std::copy(run, run + count, samples.data() + kept);
-  if (kept == 0) return;
   SensorData const* const later = std::lower_bound(run, run + count, samples[kept - 1], IsEarlier);
   auto remaining = static_cast<std::size_t>(later - run);
   for (std::size_t to = kept + remaining; remaining > 0;) {
@@ -71,7 +70,8 @@ void MergeInto(Samples& samples, SensorData const* run, std::size_t count) {
   }
 }
 
-// Joins two sorted runs and divides them at `splitTimeNs`: `older` keeps what is earlier, `upper` gets the rest.
+// Joins two sorted runs and divides them at `splitTimeNs`, which lies after the first sample of `older` and not after its
+// last one: `older` keeps what is earlier, `upper` gets the rest.
 void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples const& batch, Samples& upper) {
   auto const countBefore = [splitTimeNs](Samples const& samples) {
     auto const cut = std::partition_point(samples.begin(), samples.end(),

@@ -180,7 +180,9 @@ TEST_F(Buffer, LeavesTheOutputWhenNothingMatches) {
     Samples window = SamplesAt({42});
     buffer.getDataByTimestamp(row.timeNs, window);
     EXPECT_EQ(TimesOf(window).size(), row.matches ? 100U : 1U);
-    EXPECT_EQ(Logged().back() == "[getDataByTimestamp] no data matched", !row.matches);
+    auto const lines = Logged();
+    EXPECT_EQ(lines.front(), "[getDataByTimestamp]  total data size:" + std::to_string(row.count));
+    EXPECT_EQ(lines.back() == "[getDataByTimestamp] no data matched", !row.matches);
   }
 }
 
