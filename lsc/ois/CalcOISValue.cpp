@@ -1,6 +1,7 @@
 // One frame's lens position, step by step. What each step decides is computed by the other files of this folder; here
 // the registry is asked, and the caller's vectors are filled.
 
+#include <optional>
 #include <vector>
 
 #include "lsc/VeyraShadingUtil.h"
@@ -8,7 +9,6 @@
 #include "lsc/ois/FrameTimes.h"
 #include "lsc/ois/HallDump.h"
 #include "lsc/ois/HallReduction.h"
-#include "lsc/ois/HallTable.h"
 #include "lsc/ois/HallWindow.h"
 #include "lsc/ois/TableSpan.h"
 #include "lsc/ois/WindowSpan.h"
@@ -54,7 +54,7 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
 
   if (window.startIsNear()) oisMatched = 1;
   HallRun const span =
-      window.isSpan() ? window.run() : lsc::MatchInTable(__func__, window.run(), times, offsetUs, oisMatched);
+      window.isSpan() ? window.run() : lsc::FindSpanInTable(__func__, window.run(), times, offsetUs, oisMatched);
   if (!span.hasTwoEntries()) {
     LSC_LOGI_DETAIL(
         "Match OIS data fail, transfer the last ois data to tsf. type = %d, frame_id =%d, "

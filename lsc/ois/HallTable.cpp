@@ -1,5 +1,7 @@
 #include "lsc/ois/HallTable.h"
 
+#include "lsc/TimeUnits.h"
+
 namespace lsc {
 
 HallTable BuildHallTable(HallRun window, std::int64_t offsetUs) {

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 
-#include "lsc/TimeUnits.h"
 #include "lsc/ois/HallRun.h"
 
 namespace lsc {

@@ -1,6 +1,7 @@
 // The samples of one look-up that the computation needs: times and positions, without the rest of the records.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 
 #include "lsc/SampleWindow.h"

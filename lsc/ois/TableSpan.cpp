@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "lsc/TimeUnits.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 #include "lsc/ois/HallReduction.h"
@@ -78,8 +79,8 @@ int EndOfSpan(char const* function, HallTable const& table, int startIndex, std:
 
 }  // namespace
 
-HallRun MatchInTable(char const* function, HallRun window, FrameTimes const& times, std::int64_t offsetUs,
-                     int& oisMatched) {
+HallRun FindSpanInTable(char const* function, HallRun window, FrameTimes const& times, std::int64_t offsetUs,
+                        int& oisMatched) {
   HallTable const table = BuildHallTable(window, offsetUs);
   LogSamples(function, window);
   LSC_LOGI_NONZERO_FOR(function, "activeNum:%d", table.count);

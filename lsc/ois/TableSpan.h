@@ -12,7 +12,7 @@ namespace lsc {
 // `function`. From the first entry of the span to the last one; no sample when the span has fewer than two entries.
 // `oisMatched` is set to 1 when the start was found; while it is not 0, a frame whose start is not found begins with
 // the table's first entry.
-HallRun MatchInTable(char const* function, HallRun window, FrameTimes const& times, std::int64_t offsetUs,
-                     int& oisMatched);
+HallRun FindSpanInTable(char const* function, HallRun window, FrameTimes const& times, std::int64_t offsetUs,
+                        int& oisMatched);
 
 }  // namespace lsc

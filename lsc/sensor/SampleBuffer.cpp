@@ -70,8 +70,8 @@ void MergeInto(Samples& samples, SensorData const* run, std::size_t count) {
   }
 }
 
-// Joins two sorted runs and divides them at `splitTimeNs`, which lies after the first sample of `older` and not after its
-// last one: `older` keeps what is earlier, `upper` gets the rest.
+// Joins two sorted runs and divides them at `splitTimeNs`, which lies after the first sample of `older` and not after
+// its last one: `older` keeps what is earlier, `upper` gets the rest.
 void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples const& batch, Samples& upper) {
   auto const countBefore = [splitTimeNs](Samples const& samples) {
     auto const cut = std::partition_point(samples.begin(), samples.end(),
@@ -81,7 +81,6 @@ void DivideAt(std::int64_t splitTimeNs, Samples& older, Samples const& batch, Sa
   std::size_t const cut = countBefore(older);
   std::size_t const batchCut = countBefore(batch);
 
-  upper.clear();
   upper.resize(older.size() - cut);
   std::copy(older.data() + cut, older.data() + older.size(), upper.data());
   MergeInto(upper, batch.data() + batchCut, batch.size() - batchCut);
