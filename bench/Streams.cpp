@@ -56,7 +56,6 @@ bool MessagesAgree(Library& library, Stream& stream) {
   model.logLevel = 4;
   model.keepsMessages = true;
   device.RecordLog(true);
-  model.messages.clear();
   Answer answers[2];
   bool agree = true;
   std::size_t compared = 0;

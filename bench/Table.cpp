@@ -22,13 +22,13 @@ bool Table::IsMet(Row const& row) {
 }
 
 void Table::Print() const {
-  fmt::print("| {:<22} | {:<46} | {:>12} | {:>12} | {:<3} |\n", "stream or part", "figure", "value", "target", "met");
-  fmt::print("|{:-<24}|{:-<48}|{:-<13}:|{:-<13}:|{:-<5}|\n", "", "", "", "", "");
+  fmt::print("| {:<22} | {:<55} | {:>12} | {:>12} | {:<3} |\n", "stream or part", "figure", "value", "target", "met");
+  fmt::print("|{:-<24}|{:-<57}|{:-<13}:|{:-<13}:|{:-<5}|\n", "", "", "", "", "");
   for (Row const& row : mRows) {
     std::string target;
     if (row.target.atMost) target = fmt::format("<= {:.4g}", *row.target.atMost);
     if (row.target.atLeast) target = fmt::format(">= {:.4g}", *row.target.atLeast);
-    fmt::print("| {:<22} | {:<46} | {:>12} | {:>12} | {:<3} |\n", row.group, row.figure,
+    fmt::print("| {:<22} | {:<55} | {:>12} | {:>12} | {:<3} |\n", row.group, row.figure,
                fmt::format("{:.4g} {}", row.value, row.unit), target,
                target.empty() ? ""
                : IsMet(row)   ? "yes"

@@ -50,50 +50,84 @@ double NsPerCall(Call call, int calls = 200, int blocks = 101) {
   return MedianOf(std::move(ns));
 }
 
-// Settled frames at level 0: allocations, and the lock's share of calc.
-void MeasureFrames(bench::Library& library, bench::Table& table) {
+// What settled frames of a stream took at level 0.
+struct Settled {
+  std::uint64_t frames = 0;
+  std::uint64_t updateAllocations = 0;
+  std::uint64_t calcAllocations = 0;
+  double heldShare = 0;  // of a calculation, with the lock held
+};
+
+Settled PlaySettled(bench::Library& library, bench::Stream& stream) {
+  constexpr int kBlocks = 60;
+  constexpr int kBlocksUntilSettled = 10;
+  bench::Pull pull(bench::ProviderName(0));
+  std::vector<double> x;
+  std::vector<double> y;
+  int const camera = 0;
+  int matched = 0;
+  Settled settled;
+  std::vector<double> heldShare;
+  library.Start(camera);
+  for (int block = 0; block < kBlocks; ++block) {
+    stream.Advance();
+    for (bench::Frame const& frame : stream.frames()) {
+      CalcOISValueInput input = frame.input;
+      pull.Deliver(frame.batch);
+      bench::CountAllocations count;
+      library.object().UpdateSensorData(camera, frame.number, input.timestamp0);
+      std::uint64_t const updated = count.soFar();
+      library.object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
+      if (block < kBlocksUntilSettled) continue;
+      ++settled.frames;
+      settled.updateAllocations += updated;
+      settled.calcAllocations += count.soFar() - updated;
+    }
+    // The answer for the newest frame once more, with the locks timed.
+    bench::Frame const& frame = stream.frames().back();
+    CalcOISValueInput input = frame.input;
+    bench::TimeLocks const locks;
+    for (int i = 0; i < 200; ++i) {
+      library.object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
+    }
+    heldShare.push_back(locks.heldShare());
+  }
+  library.Stop(camera);
+  settled.heldShare = MedianOf(std::move(heldShare));
+  return settled;
+}
+
+// Plays every stream and hands what its settled frames took to `use`.
+template <typename Use>
+void ForEachStream(bench::Library& library, Use use) {
   for (bool const overlapping : {false, true}) {
     for (auto const& [rate, samples] :
          {std::pair{"200 Hz", 214U}, {"1 kHz", 1067U}, {"4 kHz", 4267U}, {"8 kHz", 8533U}}) {
-      std::string const name = std::string(rate) + (overlapping ? " overlapping" : "");
-      bench::Stream stream(name, samples, overlapping);
-      bench::Pull pull(bench::ProviderName(0));
-      std::vector<double> x;
-      std::vector<double> y;
-      int const camera = 0;
-      int matched = 0;
-      std::uint64_t updateAllocations = 0;
-      std::uint64_t calcAllocations = 0;
-      std::vector<double> heldShare;
-      library.Start(0);
-      for (int block = 0; block < 60; ++block) {
-        stream.Advance();
-        for (bench::Frame const& frame : stream.frames()) {
-          CalcOISValueInput input = frame.input;
-          pull.Deliver(frame.batch);
-          bench::CountAllocations count;
-          library.object().UpdateSensorData(0, frame.number, input.timestamp0);
-          std::uint64_t const updated = count.soFar();
-          library.object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
-          if (block >= 10) updateAllocations += updated;
-          if (block >= 10) calcAllocations += count.soFar() - updated;
-        }
-        // The answer for the newest frame once more, with the locks timed.
-        bench::Frame const& frame = stream.frames().back();
-        CalcOISValueInput input = frame.input;
-        bench::TimeLocks const locks;
-        for (int i = 0; i < 200; ++i) {
-          library.object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
-        }
-        heldShare.push_back(locks.heldShare());
-      }
-      library.Stop(0);
-      double const frames = 50.0 * static_cast<double>(stream.frames().size());
-      table.Add(name, "heap allocations of an update", static_cast<double>(updateAllocations) / frames, "", {0.0, {}});
-      table.Add(name, "heap allocations of a calc", static_cast<double>(calcAllocations) / frames, "", {0.0, {}});
-      table.Add(name, "share of calc with the lock held", MedianOf(heldShare), "", {0.5, {}});
+      bench::Stream stream(std::string(rate) + (overlapping ? " overlapping" : ""), samples, overlapping);
+      use(stream.name(), PlaySettled(library, stream));
     }
   }
+}
+
+void MeasureFrames(bench::Library& library, bench::Table& table) {
+  ForEachStream(library, [&table](std::string const& name, Settled const& settled) {
+    auto const frames = static_cast<double>(settled.frames);
+    table.Add(name, "heap allocations of an update", static_cast<double>(settled.updateAllocations) / frames, "",
+              {0.0, {}});
+    table.Add(name, "heap allocations of a calc", static_cast<double>(settled.calcAllocations) / frames, "", {0.0, {}});
+    table.Add(name, "share of calc with the lock held", settled.heldShare, "", {0.5, {}});
+  });
+}
+
+// What --heap prints: the allocations of the settled frames of all streams.
+int PrintAllocations(std::string const& path) {
+  bench::Library library(path);
+  std::uint64_t allocations = 0;
+  ForEachStream(library, [&allocations](std::string const& /*name*/, Settled const& settled) {
+    allocations += settled.updateAllocations + settled.calcAllocations;
+  });
+  std::printf("%llu\n", static_cast<unsigned long long>(allocations));
+  return 0;
 }
 
 constexpr int kBlockOffset = 8192;
@@ -179,9 +213,11 @@ int main(int argc, char** argv) {
   std::string path;
   std::string jsonPath;
   bool start = false;
+  bool heap = false;
   app.add_option("--library", path, "the library (default: lib/libvcam_shadingutil.so beside this program)");
   app.add_option("--json", jsonPath, "a file for the figures");
   app.add_flag("--start", start, "only print the ns that loading and creating take");
+  app.add_flag("--heap", heap, "only print how often settled frames take memory");
   try {
     app.parse(argc, argv);
   } catch (CLI::ParseError const& error) {
@@ -190,6 +226,7 @@ int main(int argc, char** argv) {
   try {
     if (path.empty()) path = shadingctl::DefaultLibraryPath();
     if (start) return PrintStart(path);
+    if (heap) return PrintAllocations(path);
     std::string directory = (std::filesystem::temp_directory_path() / "call_costs.XXXXXX").string();
     if (mkdtemp(directory.data()) == nullptr) throw UnusableInput(directory + ": cannot be made");
     bench::Table table;
