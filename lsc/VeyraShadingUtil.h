@@ -150,7 +150,7 @@ class LSC_EXPORT VeyraShadingUtil {
   void ReadProperties();
   void ReadSensorMap(char const* caller);  // messages bear the name of `caller`
 
-  // QuerySensorData for a reader of any kind, who is called with mMonitorMutex held.
+  // QuerySensorData for a reader of any kind, which is called with mMonitorMutex held.
   void Query(lsc::SampleReader& reader, int sensorId, unsigned int frameNumber, unsigned long timestamp);
 
   // The first registered monitor that has the sensorId, or either of the pair; null when there is none.
