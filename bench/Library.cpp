@@ -2,9 +2,9 @@
 
 #include <dlfcn.h>
 
+#include "hosting/HostLibrary.h"
+#include "hosting/UnusableInput.h"
 #include "platform/desktop/Device.h"
-#include "tools/shadingctl/HostLibrary.h"
-#include "tools/shadingctl/UnusableInput.h"
 
 namespace bench {
 
@@ -16,7 +16,7 @@ char const* const kQuerySymbol =
 void* Symbol(std::string const& path, char const* name) {
   void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
   void* const symbol = library == nullptr ? nullptr : dlsym(library, name);
-  if (symbol == nullptr) throw shadingctl::UnusableInput(path + ": does not export " + name);
+  if (symbol == nullptr) throw hosting::UnusableInput(path + ": does not export " + name);
   return symbol;
 }
 
@@ -37,7 +37,7 @@ void Configure(bool systemLog, bool file) {
 
 Library::Library(std::string const& path) {
   Configure(false, false);
-  mObject = &shadingctl::LoadShadingLibrary(path);
+  mObject = &hosting::LoadShadingLibrary(path);
   mLevel = static_cast<int*>(Symbol(path, "gLogLevel"));
   mQuery = reinterpret_cast<decltype(mQuery)>(Symbol(path, kQuerySymbol));
   SetLevel(0);
@@ -47,7 +47,7 @@ void Library::SetSinks(bool systemLog, bool file) { Configure(systemLog, file); 
 
 void Library::Start(int camera, unsigned int sensorMode) {
   if (!mObject->RegisterAndStartSensorMonitor(camera, SensorType(camera))) {
-    throw shadingctl::UnusableInput("camera " + std::to_string(camera) + " does not start");
+    throw hosting::UnusableInput("camera " + std::to_string(camera) + " does not start");
   }
   mObject->StoreRollingShutter(camera, sensorMode);
 }

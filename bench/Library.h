@@ -17,7 +17,7 @@ constexpr int SensorType(int camera) { return camera + 3; }
 class Library {
  public:
   // Configures the played device with kCameras cameras, logging to no sink, and loads the library. Throws
-  // shadingctl::UnusableInput.
+  // UnusableInput.
   explicit Library(std::string const& path);
 
   VeyraShadingUtil& object() { return *mObject; }

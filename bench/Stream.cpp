@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/shadingctl/RecordingSession.h"
+#include "hosting/RecordingSession.h"
 
 namespace bench {
 
@@ -61,8 +61,8 @@ Stream::Stream(std::string name, std::uint32_t samplesPerBlock, bool overlapping
 }
 
 Stream::Stream(std::string name, std::string const& recordingDirectory) : mName(std::move(name)) {
-  shadingctl::RecordingSession session(recordingDirectory);
-  shadingctl::Delivery delivery;
+  hosting::RecordingSession session(recordingDirectory);
+  hosting::Delivery delivery;
   std::int64_t firstNs = 0;
   std::int64_t lastNs = 0;
   while (session.Next(delivery)) {

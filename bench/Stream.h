@@ -28,7 +28,7 @@ class Stream {
   // `overlapping`, every second batch brings every second sample of the last quarter of the batch before.
   Stream(std::string name, std::uint32_t samplesPerBlock, bool overlapping);
 
-  // The recording in the directory; throws shadingctl::UnusableInput.
+  // The recording in the directory; throws UnusableInput.
   Stream(std::string name, std::string const& recordingDirectory);
 
   static constexpr std::uint32_t kBlockFrames = 64;

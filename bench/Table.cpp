@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "tools/shadingctl/UnusableInput.h"
+#include "hosting/UnusableInput.h"
 
 namespace bench {
 
@@ -69,7 +69,7 @@ void WriteJson(std::string const& path, nlohmann::json const& document) {
   std::ofstream file(path);
   file << document.dump(2) << '\n';
   file.close();
-  if (!file) throw shadingctl::UnusableInput(path + ": cannot be written");
+  if (!file) throw hosting::UnusableInput(path + ": cannot be written");
 }
 
 }  // namespace bench

@@ -37,7 +37,7 @@ class Table {
 // Machine, date and command line.
 nlohmann::json Circumstances(int argc, char const* const* argv);
 
-// Writes the document; throws shadingctl::UnusableInput when the file cannot be written.
+// Writes the document; throws UnusableInput when the file cannot be written.
 void WriteJson(std::string const& path, nlohmann::json const& document);
 
 }  // namespace bench

@@ -18,17 +18,17 @@
 #include "bench/Hooks.h"
 #include "bench/Library.h"
 #include "bench/Table.h"
+#include "hosting/HostLibrary.h"
+#include "hosting/UnusableInput.h"
 #include "platform/HalSensor.h"
 #include "platform/HwConfiguration.h"
 #include "platform/desktop/CalibrationMount.h"
 #include "platform/desktop/Device.h"
-#include "tools/shadingctl/HostLibrary.h"
-#include "tools/shadingctl/UnusableInput.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using shadingctl::UnusableInput;
+using hosting::UnusableInput;
 
 double Ns(Clock::duration duration) { return std::chrono::duration<double, std::nano>(duration).count(); }
 
@@ -182,7 +182,7 @@ void MeasureCalibration(bench::Library& library, std::string const& directory, b
 // What --start prints: ns to load the library and to create its object, in a process that has the platform already.
 int PrintStart(std::string const& path) {
   auto const begin = Clock::now();
-  shadingctl::LoadShadingLibrary(path);
+  hosting::LoadShadingLibrary(path);
   std::printf("%.0f\n", Ns(Clock::now() - begin));
   return 0;
 }
@@ -224,7 +224,7 @@ int main(int argc, char** argv) {
     return app.exit(error) == 0 ? 0 : 2;
   }
   try {
-    if (path.empty()) path = shadingctl::DefaultLibraryPath();
+    if (path.empty()) path = hosting::DefaultLibraryPath();
     if (start) return PrintStart(path);
     if (heap) return PrintAllocations(path);
     std::string directory = (std::filesystem::temp_directory_path() / "call_costs.XXXXXX").string();

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "bench/Library.h"
-#include "tools/shadingctl/HostLibrary.h"
-#include "tools/shadingctl/UnusableInput.h"
+#include "hosting/HostLibrary.h"
+#include "hosting/UnusableInput.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ __attribute__((noinline, used)) void CalcOnce(bench::Frame* frame) {
   asm volatile("");
 }
 __attribute__((noinline, used)) void StartOnce() {
-  object = &shadingctl::LoadShadingLibrary(shadingctl::DefaultLibraryPath());
+  object = &hosting::LoadShadingLibrary(hosting::DefaultLibraryPath());
   asm volatile("");
 }
 }
@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
       StartOnce();
       return 0;
     }
-    bench::Library library(shadingctl::DefaultLibraryPath());
+    bench::Library library(hosting::DefaultLibraryPath());
     object = &library.object();
     library.Start(0);
     bench::Stream stream(argv[2], static_cast<std::uint32_t>(std::strtoul(argv[1], nullptr, 10)),
@@ -60,7 +60,7 @@ int main(int argc, char** argv) {
       }
     }
     std::printf("%lu frames, last position %g %g\n", blocks * stream.frames().size(), x.at(0), y.at(0));
-  } catch (shadingctl::UnusableInput const& unusable) {
+  } catch (hosting::UnusableInput const& unusable) {
     std::fprintf(stderr, "%s\n", unusable.what());
     return 3;
   }

@@ -7,8 +7,8 @@
 #include <exception>
 
 #include "bench/Groups.h"
-#include "tools/shadingctl/HostLibrary.h"
-#include "tools/shadingctl/UnusableInput.h"
+#include "hosting/HostLibrary.h"
+#include "hosting/UnusableInput.h"
 
 int main(int argc, char** argv) {
   // Memory that goes back to the system in one round would have to be fetched in the next.
@@ -30,7 +30,7 @@ int main(int argc, char** argv) {
     return app.exit(error) == 0 ? 0 : 2;
   }
   try {
-    if (libraryPath.empty()) libraryPath = shadingctl::DefaultLibraryPath();
+    if (libraryPath.empty()) libraryPath = hosting::DefaultLibraryPath();
     bench::Library library(libraryPath);
     bench::Table table;
     if (!bench::MeasureStreams(library, recording, rounds, table)) return 1;
@@ -42,7 +42,7 @@ int main(int argc, char** argv) {
                 document["date"].get<std::string>().c_str(), document["command"].get<std::string>().c_str());
     table.Print();
     if (!jsonPath.empty()) bench::WriteJson(jsonPath, document);
-  } catch (shadingctl::UnusableInput const& unusable) {
+  } catch (hosting::UnusableInput const& unusable) {
     std::fprintf(stderr, "%s\n", unusable.what());
     return 3;
   }

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "tools/shadingctl/Commands.h"
+#include "tools/shadingctl/commands/Commands.h"
 
 namespace {
 

@@ -1,0 +1,33 @@
+#include "hosting/HostLibrary.h"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "hosting/UnusableInput.h"
+
+namespace hosting {
+
+std::string DefaultLibraryPath() {
+  std::error_code error;
+  auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
+  if (error) throw UnusableInput(fmt::format("/proc/self/exe: cannot be read: {}", error.message()));
+  return (program.parent_path().parent_path() / "lib" / "libvcam_shadingutil.so").string();
+}
+
+VeyraShadingUtil& LoadShadingLibrary(std::string const& path) {
+  // A path without a slash would be searched for in the system's directories.
+  std::string const file = path.find('/') == std::string::npos ? "./" + path : path;
+  void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) throw UnusableInput(fmt::format("{}: cannot be loaded: {}", path, dlerror()));
+  void* const symbol = dlsym(library, "createInstance");
+  if (symbol == nullptr) throw UnusableInput(fmt::format("{}: is no shading library: {}", path, dlerror()));
+  auto const createInstance = reinterpret_cast<VeyraShadingUtil* (*)()>(symbol);
+  VeyraShadingUtil* const object = createInstance();
+  if (object == nullptr) throw UnusableInput(fmt::format("{}: createInstance hands out no object", path));
+  return *object;
+}
+
+}  // namespace hosting

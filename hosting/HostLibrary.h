@@ -1,0 +1,21 @@
+// Loads the shading library as a camera process does.
+#pragma once
+
+#include <string>
+
+class VeyraShadingUtil;
+
+namespace hosting {
+
+// lib/libvcam_shadingutil.so beside the directory of the running program.
+std::string DefaultLibraryPath();
+
+// Loads the library at `path`, looks createInstance up and answers the object that it hands out. The library reads its
+// properties and its sensor map in this call, so the device is configured before. The library stays loaded, as its
+// object lives until the process ends.
+//
+// Throws UnusableInput, with the loader's own words, when the library cannot be loaded, has no createInstance or hands
+// out no object.
+VeyraShadingUtil& LoadShadingLibrary(std::string const& path);
+
+}  // namespace hosting

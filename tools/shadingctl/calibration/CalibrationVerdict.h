@@ -1,0 +1,48 @@
+// What a camera's calibration means for its pictures, in words and numbers.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/shadingctl/calibration/CameraCalibration.h"
+
+namespace shadingctl {
+
+struct Verdict {
+  bool sound = false;         // the data are there and marked valid
+  std::string reason;         // one line
+  std::string defaultAnswer;  // what the caller gets instead; empty when it gets the data
+};
+
+Verdict JudgeTable(CameraCalibration const& camera);
+Verdict JudgeBlock(CameraCalibration const& camera);
+
+// What kind of block the caller gets.
+enum class BlockKind { kStored, kMirrored, kDefaultFill, kUntouched, kNotAsked };
+BlockKind KindOf(CameraCalibration const& camera);
+char const* Name(BlockKind kind);  // "as stored", "mirrored", "default fill", "untouched", "not asked"
+
+// One part of the record and what it says.
+struct RecordPart {
+  std::string bytes;  // "0", "1-4"
+  std::string hex;    // "17 05 2c 9a"; "--" for a byte that the file does not supply
+  std::string meaning;
+};
+std::vector<RecordPart> ExplainRecord(CameraCalibration const& camera);
+
+constexpr double kUnity = 0x2000;  // the value that leaves a pixel as it is, and that of the default fill
+
+struct RowStatistics {
+  unsigned int minimum = 0;
+  unsigned int maximum = 0;
+  double mean = 0;
+};
+struct BlockStatistics {
+  std::vector<RowStatistics> rows;  // the whole ones, 9 at most
+  RowStatistics all;                // of those rows
+};
+
+// Of a block as handed out: rows of 130 16-bit values, low byte first.
+BlockStatistics Measure(std::vector<unsigned char> const& block);
+
+}  // namespace shadingctl

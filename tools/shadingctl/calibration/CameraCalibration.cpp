@@ -1,0 +1,141 @@
+#include "tools/shadingctl/calibration/CameraCalibration.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+#include "platform/desktop/BuiltInCalibration.h"
+#include "platform/desktop/CalibrationMount.h"
+
+namespace shadingctl {
+namespace {
+
+namespace fs = std::filesystem;
+using Keys = std::map<std::string, std::vector<std::int32_t>>;
+
+constexpr char const* kFeature = "FeatureShading";
+
+Keys const* FindFeature(desktop::DeviceSettings const& settings) {
+  auto const feature = settings.configuration.find(kFeature);
+  return feature == settings.configuration.end() || feature->second.empty() ? nullptr : &feature->second;
+}
+
+CalibrationPlaces PlacesOf(desktop::DeviceSettings const& settings, int sensorIndex) {
+  CalibrationPlaces places;
+  Keys const* const keys = FindFeature(settings);
+  if (keys == nullptr) return places;
+  places.hasFeature = true;
+  auto const record = keys->find(fmt::format("multiGolden[{}]", sensorIndex));
+  if (record != keys->end() && !record->second.empty()) places.recordOffset = record->second[0];
+  auto const block = keys->find(fmt::format("PNCCaliData[{}]", sensorIndex));
+  if (block != keys->end() && block->second.size() >= 2) places.block = {block->second[0], block->second[1]};
+  return places;
+}
+
+DumpFile LookAtFile(int sensorIndex, std::optional<std::int32_t> recordOffset) {
+  DumpFile look;
+  look.name = desktop::CalibrationFileName(sensorIndex);
+  if (look.name.empty()) {
+    look.problem = "a phone has no dump file for this sensor index";
+    return look;
+  }
+  fs::path const path = fs::path(desktop::kCalibrationDirectory) / look.name;
+  std::error_code failure;
+  auto const kind = fs::status(path, failure).type();
+  if (kind != fs::file_type::regular && kind != fs::file_type::not_found && kind != fs::file_type::none) {
+    look.problem = "is no regular file, every byte reads as 0";
+    return look;
+  }
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  if (file == nullptr) {
+    look.problem = "cannot be opened: " + std::generic_category().message(errno);
+    return look;
+  }
+  look.size = static_cast<std::int64_t>(fs::file_size(path, failure));
+  if (recordOffset && *recordOffset >= 0 && std::fseek(file.get(), *recordOffset, SEEK_SET) == 0) {
+    look.recordBytes = std::fread(look.record.data(), 1, look.record.size(), file.get());
+  }
+  return look;
+}
+
+// An error's message begins with its source line, which says nothing about the camera: "( 108) [Operation] text".
+std::string WithoutLine(std::string const& message) {
+  std::size_t const end = message.empty() || message.front() != '(' ? std::string::npos : message.find(") ");
+  std::string text = end == std::string::npos ? message : message.substr(end + 2);
+  text.erase(text.find_last_not_of(" \n") + 1);
+  return text;
+}
+
+void ReadMessages(CameraCalibration& camera) {
+  for (std::string const& message : camera.messages) {
+    char const* const text = message.c_str();
+    CameraCalibration::Record record;
+    unsigned int valid = 0;
+    if (std::sscanf(text, "[VeyraGetMultiTableIndex] multi_tbl_idx:%d otpValid:%d gradient:%d flag:%d flag_f:%d",
+                    &record.table, &record.valid, &record.gradient, &record.flag, &record.furtherFlag) == 5) {
+      camera.record = record;
+    } else if (std::sscanf(text, "[VeyraGetPNCCaliData] otpValid 0x%x", &valid) == 1) {
+      camera.blockValid = valid;
+    } else if (message.rfind("[VeyraSwapPNCCaliData] dataLen:", 0) == 0) {
+      camera.mirrored = true;
+    }
+  }
+}
+
+bool TellsOfBlock(std::string const& message) { return message.rfind("[VeyraGetPNCCaliData] [0]:", 0) == 0; }
+
+}  // namespace
+
+std::vector<int> CamerasOf(desktop::DeviceSettings const& settings) {
+  std::set<int> cameras;
+  for (desktop::ImageSensor const& sensor : settings.sensors) cameras.insert(sensor.sensorIndex);
+  for (int i = 0; i < kSensorSlotCount; ++i) {
+    CalibrationPlaces const places = PlacesOf(settings, i);
+    if (places.recordOffset || places.block) cameras.insert(i);
+  }
+  return {cameras.lower_bound(0), cameras.lower_bound(kSensorSlotCount)};
+}
+
+CameraCalibration AskCalibration(VeyraShadingUtil& library, desktop::Device& device, int sensorIndex) {
+  CameraCalibration camera;
+  camera.sensorIndex = sensorIndex;
+  camera.places = PlacesOf(device.Settings(), sensorIndex);
+  camera.file = LookAtFile(sensorIndex, camera.places.recordOffset);
+
+  std::vector<std::string> heard;
+  device.ListenToLog([&](desktop::LogMessage const& message) { heard.push_back(WithoutLine(message.text)); });
+  int const mask = 1 << sensorIndex;
+  library.VeyraGetMultiTableIndex(camera.table, mask);
+  camera.messages.swap(heard);
+
+  // A settled answer comes from the cache; every other one begins with a question to the configuration.
+  device.RecordCalls(true);
+  int again = 0;
+  library.VeyraGetMultiTableIndex(again, mask);
+  camera.settled = device.TakeCalls().empty() && heard.empty();
+  device.RecordCalls(false);
+
+  heard.clear();
+  std::int64_t const length = camera.places.block ? camera.places.block->length : 0;
+  if (length <= kBlockLimit) {
+    camera.blockAsked = true;
+    std::vector<unsigned char> buffer(static_cast<std::size_t>(length > 1 ? length : 1));
+    library.VeyraGetPNCCaliData(buffer.data(), mask);
+    if (!heard.empty() && TellsOfBlock(heard.back())) {
+      buffer.resize(static_cast<std::size_t>(length - 1));
+      camera.block = std::move(buffer);
+    }
+    camera.messages.insert(camera.messages.end(), heard.begin(), heard.end());
+  }
+  device.ListenToLog({});
+  ReadMessages(camera);
+  return camera;
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,89 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/dumps/HallDumpWriter.h"
+
+namespace shadingctl {
+namespace {
+
+std::map<std::string, Format> const kFormats = {
+    {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
+
+struct Arguments {
+  std::vector<std::string> directories;
+  std::string format = "table";
+  std::string output;  // empty: standard output
+  bool samples = false;
+};
+
+// The frames of a camera stand together, previews before captures, in the order of their numbers.
+bool IsBefore(NamedDump const& left, NamedDump const& right) {
+  auto const key = [](NamedDump const& named) {
+    DumpName const& name = named.dump.name;
+    return std::make_tuple(name.camera, name.kind, name.frame(), name.startOfFrameUs);
+  };
+  return key(left) < key(right);
+}
+
+int RunDumps(Arguments const& arguments) {
+  std::vector<NamedDump> dumps;
+  int exitCode = kExitDone;
+  auto const complain = [&](std::string const& complaint) {
+    fmt::print(stderr, "{}\n", complaint);
+    exitCode = std::max(exitCode, kExitDifference);
+  };
+  for (std::string const& directory : arguments.directories) {
+    try {
+      ReadDumps(directory, dumps, complain);
+    } catch (hosting::UnusableInput const& unusable) {
+      complain(std::string("shadingctl: ") + unusable.what());
+      exitCode = kExitUnusable;
+    }
+  }
+  if (dumps.empty()) {
+    if (exitCode != kExitUnusable) fmt::print(stderr, "shadingctl: expected OIS hall dump files, found none to read\n");
+    return kExitUnusable;
+  }
+  std::stable_sort(dumps.begin(), dumps.end(), IsBefore);
+  OutputFile output = arguments.output.empty() ? OutputFile() : OutputFile(arguments.output);
+  WriteDumps(kFormats.at(arguments.format), output, dumps, arguments.samples);
+  output.Finish();
+  return exitCode;
+}
+
+constexpr char const* kExamples = R"(A DIR that has a folder data/vendor/camera_dump, as `shadingctl replay --dump-dir`
+leaves it, is read there.
+
+Exit code: 0 every file was read, 1 a file is no dump or is broken, 3 a DIR cannot
+be read or holds nothing that can.
+
+Examples:
+  shadingctl dumps camera_dump
+  shadingctl dumps camera_dump --samples
+  shadingctl dumps monday tuesday --format csv -o dumps.csv)";
+
+}  // namespace
+
+void AddDumpsCommand(CLI::App& app, Command& chosen) {
+  auto const arguments = std::make_shared<Arguments>();
+  CLI::App* const command = app.add_subcommand("dumps", "Check OIS hall dump files and list their frames");
+  command->footer(kExamples);
+  command->add_option("DIR", arguments->directories, "Directories with dump files, as pulled from a phone")->required();
+  command->add_option("--format", arguments->format, "How to show the result")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"table", "csv", "json"}));
+  command->add_option("-o,--output", arguments->output, "Write the result to this file");
+  command->add_flag("--samples", arguments->samples, "List the samples of each span too; JSON always does");
+  command->callback([arguments, &chosen] { chosen = [arguments] { return RunDumps(*arguments); }; });
+}
+
+}  // namespace shadingctl

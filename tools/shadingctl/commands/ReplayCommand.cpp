@@ -1,0 +1,248 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hosting/HostLibrary.h"
+#include "hosting/RecordingSession.h"
+#include "platform/desktop/DeviceFile.h"
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/output/Progress.h"
+#include "tools/shadingctl/output/ResultWriter.h"
+#include "tools/shadingctl/replay/Replay.h"
+#include "tools/shadingctl/session/SyntheticSession.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr char const* kLogProperty = "vendor.veyra.3a.lscutil.log";
+constexpr char const* kModeProperty = "vendor.debug.ois.hall.calculation";
+constexpr char const* kPreviewDumpProperty = "vendor.debug.preview.lsc.ois.dump";
+constexpr char const* kCaptureDumpProperty = "vendor.debug.capture.lsc.ois.dump";
+constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
+
+std::map<std::string, int> const kModes = {{"mean", 1}, {"maximum", 2}, {"middle", 3}, {"last", 4}};
+std::map<std::string, Format> const kFormats = {
+    {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
+
+struct Arguments {
+  std::string recording;  // empty: the built-in session
+  std::string output;     // empty: standard output
+  std::string device;     // empty: the device of the environment, or the built-in one
+  std::string library;    // empty: the one built beside the tool
+  std::string log;        // empty: none
+  std::string format = "table";
+  std::string mode;  // empty: as the device says
+  std::vector<std::string> dumps;
+  std::string dumpDirectory;  // with `dumps` only
+  std::optional<int> camera;
+  int type = kShadingPreview;
+  int logLevel = 4;
+  bool resetMatched = false;
+  bool quiet = false;
+};
+
+bool Dumps(Arguments const& arguments, DumpKind kind) {
+  return std::find(arguments.dumps.begin(), arguments.dumps.end(), Name(kind)) != arguments.dumps.end();
+}
+
+// Called when everything with a relative path is open.
+void StartDumping(Arguments const& arguments) {
+  if (arguments.dumps.empty()) return;
+  bool const isPreview = arguments.type == kShadingPreview || arguments.type == kShadingPreviewPair2;
+  DumpKind const kind = isPreview ? DumpKind::kPreview : DumpKind::kCapture;
+  if (!Dumps(arguments, kind)) {
+    fmt::print(stderr, "shadingctl: frames of type {} write {} dumps, which --dump does not name: there will be none\n",
+               arguments.type, Name(kind));
+  }
+  SendDumpsBelow(arguments.dumpDirectory);
+}
+
+desktop::DeviceSettings SettingsFor(Arguments const& arguments) {
+  desktop::DeviceSettings settings =
+      arguments.device.empty() ? desktop::Device::Get().Settings() : desktop::LoadDevice(arguments.device);
+  settings.properties[kLogProperty] = arguments.logLevel;
+  if (!arguments.mode.empty()) settings.properties[kModeProperty] = kModes.at(arguments.mode);
+  if (!arguments.dumps.empty()) {
+    settings.properties[kPreviewDumpProperty] = Dumps(arguments, DumpKind::kPreview) ? 1 : 0;
+    settings.properties[kCaptureDumpProperty] = Dumps(arguments, DumpKind::kCapture) ? 1 : 0;
+  }
+  settings.log.systemLog = true;  // the tool reads the library's messages there
+  settings.log.maximumLevel = kEveryMessage;
+  return settings;
+}
+
+// The camera asked for with its sensor type, or the first one of the sensor map. A camera that the map does not list
+// has no type; the library refuses it whatever it is.
+Camera CameraOf(desktop::DeviceSettings const& settings, std::optional<int> wanted) {
+  std::vector<std::int32_t> pairs;
+  auto const feature = settings.configuration.find("FeatureOisCompensationSupport");
+  if (feature != settings.configuration.end()) {
+    auto const key = feature->second.find("sensorMaps");
+    if (key != feature->second.end()) pairs = key->second;
+  }
+  for (std::size_t i = 0; i + 1 < pairs.size(); i += 2) {
+    if (!wanted || pairs[i] == *wanted) return {pairs[i], pairs[i + 1]};
+  }
+  return {wanted.value_or(0), 0};
+}
+
+std::string ModeOf(desktop::DeviceSettings const& settings) {
+  auto const property = settings.properties.find(kModeProperty);
+  int const mode = property == settings.properties.end() ? 1 : property->second;
+  for (auto const& [name, value] : kModes) {
+    if (value == mode) return name;
+  }
+  return fmt::format("{} (none)", mode);
+}
+
+// A recording may be opened again later on, so it keeps its place when dumps change the working directory.
+std::unique_ptr<hosting::Session> OpenSession(std::string const& recording, bool keepsPlace) {
+  if (recording.empty()) return std::make_unique<SyntheticSession>(SyntheticOptions{});
+  return std::make_unique<hosting::RecordingSession>(keepsPlace ? std::filesystem::absolute(recording).string()
+                                                                : recording);
+}
+
+MessageSink SinkInto(std::optional<OutputFile>& log) {
+  if (!log) return {};
+  return [&log](std::optional<std::uint32_t> frame, std::string_view message) {
+    log->WriteQuietly(frame ? fmt::format("{}: {}\n", *frame, message) : fmt::format("-: {}\n", message));
+  };
+}
+
+void PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Summary& summary, bool quiet) {
+  auto const start = std::chrono::steady_clock::now();
+  {
+    Progress progress(!quiet, [&] { return session.FrameCount(); });
+    for (hosting::Delivery delivery; session.Next(delivery); progress.Step())
+      writer.Add(replay.Play(delivery, summary));
+  }
+  std::chrono::nanoseconds const passed = std::chrono::steady_clock::now() - start;
+  summary.Close(session.oddities(), replay.batches(), passed.count());
+}
+
+// The summary stands where it does not mix with rows that another program reads.
+void ShowSummary(Summary const& summary, Arguments const& arguments) {
+  if (arguments.quiet) return;
+  bool const toFile = !arguments.output.empty();
+  if (!toFile && arguments.format == "json") return;  // it is part of the object
+  if (!toFile && arguments.format == "csv") {
+    fmt::print(stderr, "{}", summary.Text());
+    return;
+  }
+  OutputFile console;
+  console.Write((toFile ? "" : "\n") + summary.Text());
+  console.Finish();
+}
+
+int RunReplay(Arguments const& arguments) {
+  std::unique_ptr<hosting::Session> const session = OpenSession(arguments.recording, !arguments.dumps.empty());
+  desktop::Device& device = desktop::Device::Get();
+  desktop::DeviceSettings const settings = SettingsFor(arguments);
+  device.Configure(settings);
+  std::string const path = arguments.library.empty() ? hosting::DefaultLibraryPath() : arguments.library;
+  VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
+
+  std::optional<OutputFile> log;
+  if (!arguments.log.empty()) log.emplace(arguments.log);
+  OutputFile output = arguments.output.empty() ? OutputFile() : OutputFile(arguments.output);
+  auto const writer = MakeResultWriter(kFormats.at(arguments.format), output);
+  Summary summary(arguments.logLevel);
+  StartDumping(arguments);
+
+  Replay::Options options;
+  options.camera = CameraOf(settings, arguments.camera);
+  options.type = static_cast<CustShadingType>(arguments.type);
+  options.resetMatched = arguments.resetMatched;
+  options.logLevel = arguments.logLevel;
+  {
+    Replay replay(library, device, options, SinkInto(log));
+    writer->Begin({session->Name(), path, options.camera.sensorId, options.camera.sensorType, arguments.type,
+                   ModeOf(settings), arguments.logLevel, arguments.resetMatched});
+    PlayAll(*session, replay, *writer, summary, arguments.quiet);
+    if (!replay.complaint().empty()) fmt::print(stderr, "shadingctl: {}\n", replay.complaint());
+  }
+  writer->End(summary);
+  output.Finish();
+  if (log) log->Finish();
+  ShowSummary(summary, arguments);
+  return kExitDone;
+}
+
+constexpr char const* kExamples = R"(Each frame is matched in one way:
+  start       a sample within 1500 us of the frame's start
+  carried     none, but the flag of an earlier frame made the span begin at the
+              oldest end of the window, which may be half a second old
+  no_start    none, and no flag: the position stays
+  single      a span of one entry: the position stays
+  no_samples  nothing at or after the frame's time, or too little history
+  off         the camera is not enabled
+
+Examples:
+  shadingctl replay
+  shadingctl replay RECORDING --reset-matched
+  shadingctl replay RECORDING --format csv --output result.csv
+  shadingctl replay --dump preview,capture --dump-dir /tmp/dumps
+  shadingctl replay --mode last --log library.log --quiet)";
+
+}  // namespace
+
+void AddReplayCommand(CLI::App& app, Command& chosen) {
+  auto const arguments = std::make_shared<Arguments>();
+  CLI::App* const command = app.add_subcommand("replay", "Play a recorded or the built-in session to the library");
+  command->footer(kExamples);
+  command->add_option("RECORDING", arguments->recording,
+                      "Directory with frames.csv and hall.csv; without it, a built-in session");
+  command->add_option("--format", arguments->format, "How to show the result")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"table", "csv", "json"}));
+  command->add_option("-o,--output", arguments->output,
+                      "Write the result to this file, the summary to standard output");
+  command->add_option("--mode", arguments->mode, "How a span becomes a position; by default as the device says")
+      ->check(CLI::IsMember({"mean", "maximum", "middle", "last"}));
+  command
+      ->add_option("--type", arguments->type,
+                   "Kind of frame as the host numbers it: previews 0 and 4, captures 1, 5 and 6")
+      ->capture_default_str()
+      ->capture_default_str()
+      ->check(CLI::IsMember({0, 1, 4, 5, 6}));
+  command->add_option("--camera", arguments->camera, "Sensor id; by default the first of the device's sensor map");
+  command->add_flag("--reset-matched", arguments->resetMatched,
+                    "Clear the flag before each frame: without a start the position stays");
+  command
+      ->add_option("--log-level", arguments->logLevel,
+                   "The library's own level: below 4 it tells no ages, below 1 no spans")
+      ->capture_default_str()
+      ->check(CLI::Range(0, 9));
+  auto* const dump = command
+                         ->add_option("--dump", arguments->dumps,
+                                      "Let the library write OIS hall dump files: preview (of frame types 0 and 4), "
+                                      "capture (of 1, 5 and 6), or both with a comma between")
+                         ->delimiter(',')
+                         ->expected(1, 2)
+                         ->allow_extra_args(false)
+                         ->check(CLI::IsMember({"preview", "capture"}));
+  auto* const dumpDirectory =
+      command->add_option("--dump-dir", arguments->dumpDirectory,
+                          "Where to: one file per matched frame in DIR/data/vendor/camera_dump, which is made");
+  dump->needs(dumpDirectory);
+  dumpDirectory->needs(dump)->type_name("DIR");
+  command->add_option("--device", arguments->device, "Directory with device.json; by default a built-in device");
+  command->add_option("--library", arguments->library, "The shading library; by default the one built beside the tool");
+  command->add_option("--log", arguments->log, "Write every message of the library to this file");
+  command->add_flag("--quiet", arguments->quiet, "The rows only: no summary, no progress bar");
+  command->callback([arguments, &chosen] { chosen = [arguments] { return RunReplay(*arguments); }; });
+}
+
+}  // namespace shadingctl

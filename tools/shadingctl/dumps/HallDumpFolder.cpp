@@ -1,0 +1,84 @@
+#include "tools/shadingctl/dumps/HallDumpFolder.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#include "hosting/UnusableInput.h"
+
+namespace shadingctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+// More than the longest dump: 207 lines of at most 340 characters.
+constexpr std::size_t kMaxSize = std::size_t{128} * 1024;
+
+// The file's beginning, one byte more than a dump can have at the most. Throws BrokenDump.
+std::string ReadText(fs::path const& path) {
+  std::error_code failure;
+  if (!fs::is_regular_file(path, failure)) throw BrokenDump(1, "expected a regular file");
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  std::string text(kMaxSize, '\0');
+  if (file != nullptr) text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+  if (file == nullptr || std::ferror(file.get()) != 0) {
+    throw BrokenDump(1, fmt::format("expected a readable file: {}", std::generic_category().message(errno)));
+  }
+  return text;
+}
+
+HallDump ReadDump(fs::path const& path) {
+  auto const name = ParseDumpName(path.filename().string());
+  if (!name) {
+    throw BrokenDump(1,
+                     "expected a name like preview_camera_0_frame_1_oishall.txt or "
+                     "capture_camera_0_frame_1_2000_oishall.txt");
+  }
+  return ParseDump(*name, ReadText(path));
+}
+
+std::vector<fs::path> EntriesOf(fs::path const& directory) {
+  std::vector<fs::path> entries;
+  std::error_code failure;
+  for (fs::directory_iterator entry(directory, failure), end; !failure && entry != end; entry.increment(failure)) {
+    entries.push_back(entry->path());
+  }
+  if (failure)
+    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", directory.string(), failure.message()));
+  std::sort(entries.begin(), entries.end());
+  return entries;
+}
+
+}  // namespace
+
+void ReadDumps(std::string const& directory, std::vector<NamedDump>& dumps,
+               std::function<void(std::string const&)> const& complain) {
+  std::error_code failure;
+  fs::path const below = fs::path(directory) / kDumpDirectory;
+  for (fs::path const& path : EntriesOf(fs::is_directory(below, failure) ? below : fs::path(directory))) {
+    try {
+      dumps.push_back({path.string(), ReadDump(path)});
+    } catch (BrokenDump const& broken) {
+      complain(fmt::format("{}:{}: {}", path.string(), broken.line(), broken.what()));
+    }
+  }
+}
+
+void SendDumpsBelow(std::string const& directory) {
+  fs::path const folder = fs::path(directory) / kDumpDirectory;
+  std::error_code failure;
+  fs::create_directories(folder, failure);
+  if (failure) throw hosting::UnusableInput(fmt::format("{}: cannot be made: {}", folder.string(), failure.message()));
+  if (!EntriesOf(folder).empty()) {
+    throw hosting::UnusableInput(fmt::format("{}: expected an empty folder, found older files", folder.string()));
+  }
+  fs::current_path(directory, failure);
+  if (failure) throw hosting::UnusableInput(fmt::format("{}: cannot be entered: {}", directory, failure.message()));
+}
+
+}  // namespace shadingctl

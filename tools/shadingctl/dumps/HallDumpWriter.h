@@ -1,0 +1,15 @@
+// OIS hall dumps, as a table to read, a line per frame, or JSON.
+#pragma once
+
+#include <vector>
+
+#include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/output/ResultWriter.h"
+
+namespace shadingctl {
+
+// `withSamples` lists the samples of the spans where the format does not hold them anyway.
+void WriteDumps(Format format, OutputFile& output, std::vector<NamedDump> const& dumps, bool withSamples);
+
+}  // namespace shadingctl

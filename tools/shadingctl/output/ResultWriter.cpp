@@ -1,0 +1,151 @@
+#include "tools/shadingctl/output/ResultWriter.h"
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+namespace shadingctl {
+namespace {
+
+template <class Number>
+std::string OrEmpty(std::optional<Number> const& number) {
+  return number ? fmt::format("{}", *number) : std::string();
+}
+
+std::string PositionOrEmpty(std::optional<double> const& position) {
+  return position ? PositionText(*position) : std::string();
+}
+
+class CsvWriter : public ResultWriter {
+ public:
+  explicit CsvWriter(OutputFile& output) : mOutput(output) {}
+
+  void Begin(ReplaySettings const& /*settings*/) override {
+    mOutput.Write(
+        "frame,timestamp_ns,type,match,samples,start_index,end_index,offset_us,start_distance_us,span_age_us,"
+        "hall_x,hall_y,message\n");
+  }
+
+  void Add(FrameResult const& r) override {
+    mOutput.Write(fmt::format("{},{},{},{},{},{},{},{},{},{},{},{},{}\n", r.frame, r.timestampNs, r.type, Name(r.match),
+                              OrEmpty(r.samples), OrEmpty(r.startIndex), OrEmpty(r.endIndex), OrEmpty(r.offsetUs),
+                              OrEmpty(r.startDistanceUs), OrEmpty(r.spanAgeUs), PositionOrEmpty(r.hallX),
+                              PositionOrEmpty(r.hallY), r.message));
+  }
+
+  void End(Summary const& /*summary*/) override {}
+
+ private:
+  OutputFile& mOutput;
+};
+
+// One object, a line for every frame, so that a long result can be written as it comes.
+class JsonWriter : public ResultWriter {
+ public:
+  explicit JsonWriter(OutputFile& output) : mOutput(output) {}
+
+  void Begin(ReplaySettings const& settings) override {
+    nlohmann::ordered_json const head = {{"session", settings.session},    {"library", settings.library},
+                                         {"camera", settings.camera},      {"sensor_type", settings.sensorType},
+                                         {"type", settings.type},          {"mode", settings.mode},
+                                         {"log_level", settings.logLevel}, {"reset_matched", settings.resetMatched}};
+    mOutput.Write("{\"settings\": " + Dump(head) + ",\n\"frames\": [");
+  }
+
+  void Add(FrameResult const& r) override {
+    nlohmann::ordered_json const row = {
+        {"frame", r.frame},
+        {"timestamp_ns", r.timestampNs},
+        {"type", r.type},
+        {"match", Name(r.match)},
+        {"samples", OrNull(r.samples)},
+        {"start_index", OrNull(r.startIndex)},
+        {"end_index", OrNull(r.endIndex)},
+        {"offset_us", OrNull(r.offsetUs)},
+        {"start_distance_us", OrNull(r.startDistanceUs)},
+        {"span_age_us", OrNull(r.spanAgeUs)},
+        {"hall_x", Position(r.hallX)},
+        {"hall_y", Position(r.hallY)},
+        {"message", r.message.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(r.message)}};
+    mOutput.Write((mFirst ? "\n" : ",\n") + Dump(row));
+    mFirst = false;
+  }
+
+  void End(Summary const& summary) override { mOutput.Write("\n],\n\"summary\": " + Dump(summary.Json()) + "}\n"); }
+
+ private:
+  // Paths may hold any bytes; those that are no UTF-8 are replaced.
+  static std::string Dump(nlohmann::ordered_json const& json) {
+    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  }
+
+  template <class Number>
+  static nlohmann::ordered_json OrNull(std::optional<Number> const& number) {
+    return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json(nullptr);
+  }
+
+  // The same nine digits as in the other formats.
+  static nlohmann::ordered_json Position(std::optional<double> const& position) {
+    return position ? nlohmann::ordered_json(std::strtod(PositionText(*position).c_str(), nullptr))
+                    : nlohmann::ordered_json(nullptr);
+  }
+
+  OutputFile& mOutput;
+  bool mFirst = true;
+};
+
+class TableWriter : public ResultWriter {
+ public:
+  explicit TableWriter(OutputFile& output) : mOutput(output) {}
+
+  void Begin(ReplaySettings const& settings) override {
+    mOutput.Write(fmt::format("{}: camera {}, sensor type {}, frame type {}, mode {}, log level {}{}\n\n",
+                              settings.session, settings.camera, settings.sensorType, settings.type, settings.mode,
+                              settings.logLevel, settings.resetMatched ? ", flag cleared before each frame" : ""));
+    WriteRow("frame", "time", "match", "samples", "span", "offset", "distance", "age", "hall x", "hall y", "note");
+    WriteRow("", "s", "", "", "entries", "us", "us/allowed", "us", "hall unit", "hall unit", "");
+  }
+
+  void Add(FrameResult const& r) override {
+    if (!mFirstNs) mFirstNs = r.timestampNs;
+    auto const sinceFirstNs = static_cast<std::int64_t>(r.timestampNs - *mFirstNs);
+    std::string const span = r.startIndex && r.endIndex ? fmt::format("{}-{}", *r.startIndex, *r.endIndex) : "";
+    std::string const distance =
+        r.startDistanceUs ? fmt::format("{}/{}", *r.startDistanceUs, kStartToleranceUs) : std::string();
+    WriteRow(r.frame, fmt::format("{:.3f}", static_cast<double>(sinceFirstNs) / 1e9), Name(r.match), OrEmpty(r.samples),
+             span, OrEmpty(r.offsetUs), distance, OrEmpty(r.spanAgeUs), PositionOrEmpty(r.hallX),
+             PositionOrEmpty(r.hallY), r.message);
+  }
+
+  void End(Summary const& /*summary*/) override {}
+
+ private:
+  template <class... Cells>
+  void WriteRow(Cells const&... cells) {
+    std::string row = fmt::format("{:>10} {:>9}  {:<10} {:>7} {:>7} {:>7} {:>12} {:>8}  {:>13} {:>13}  {}", cells...);
+    row.erase(row.find_last_not_of(' ') + 1);
+    mOutput.Write(row + "\n");
+  }
+
+  OutputFile& mOutput;
+  std::optional<std::uint64_t> mFirstNs;
+};
+
+}  // namespace
+
+std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output) {
+  switch (format) {
+    case Format::kTable:
+      return std::make_unique<TableWriter>(output);
+    case Format::kCsv:
+      return std::make_unique<CsvWriter>(output);
+    case Format::kJson:
+      return std::make_unique<JsonWriter>(output);
+  }
+  return nullptr;
+}
+
+}  // namespace shadingctl

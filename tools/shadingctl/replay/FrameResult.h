@@ -1,0 +1,63 @@
+// The outcome of one frame, as every output format shows it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/shadingctl/replay/LibraryMessages.h"
+
+namespace shadingctl {
+
+// How a frame was matched.
+enum class Match {
+  kStart,      // a sample within the tolerance of the frame's start
+  kCarried,    // none, but the flag of an earlier frame made the span begin at entry 0
+  kNoStart,    // none, and no flag: the position of an earlier frame stays
+  kSingle,     // a span of one entry: the position of an earlier frame stays
+  kNoSamples,  // nothing buffered at or after the time, or too little history
+  kOff,        // the camera is not enabled
+};
+constexpr std::size_t kMatchCount = 6;
+constexpr Match kMatches[kMatchCount] = {Match::kStart,  Match::kCarried,   Match::kNoStart,
+                                         Match::kSingle, Match::kNoSamples, Match::kOff};
+
+// "start", "carried", "no_start", "single", "no_samples", "off"
+char const* Name(Match match);
+
+// The library's tolerance between a sample and the frame's start, us. Only shown; the library decides by its own.
+constexpr int kStartToleranceUs = 1500;
+
+struct FrameResult {
+  std::uint32_t frame = 0;
+  std::uint64_t timestampNs = 0;
+  int type = 0;
+  Match match = Match::kOff;
+  std::optional<std::uint32_t> samples;
+  std::optional<std::int32_t> startIndex;
+  std::optional<std::int32_t> endIndex;
+  std::optional<std::int64_t> offsetUs;
+  std::optional<std::int64_t> startDistanceUs;
+  std::optional<std::int64_t> spanAgeUs;
+  std::optional<double> hallX;
+  std::optional<double> hallY;
+  std::string message;  // why there is no start; without commas and quotes
+};
+
+// A position with nine significant digits, which tell every single-precision number from its neighbours.
+std::string PositionText(double position);
+
+// What the host saw of a call besides the messages.
+struct CallOutcome {
+  bool supported = false;   // IsSupportSensor
+  bool flagHanded = false;  // oisMatched was set before the call
+  bool startFound = false;  // the call set it
+};
+
+// Tells from the library's outputs and messages how a frame was matched; fills everything but the frame's own columns
+// and the position.
+FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages);
+
+}  // namespace shadingctl

@@ -1,0 +1,66 @@
+// The closing summary of a replay, gathered frame by frame.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "hosting/Session.h"
+#include "tools/shadingctl/replay/FrameResult.h"
+#include "tools/shadingctl/replay/Histogram.h"
+#include "tools/shadingctl/replay/SampleHealth.h"
+
+namespace shadingctl {
+
+// The smallest and the largest of some values; empty before the first.
+struct Range {
+  std::optional<double> lowest;
+  std::optional<double> highest;
+  void Add(double value);
+};
+
+// What the library did with the batches, told by its messages.
+struct BatchCounts {
+  std::optional<std::uint64_t> split;    // empty below log level 1
+  std::optional<std::uint64_t> dropped;  // empty below log level 4
+};
+
+// Constant memory, however long the session is.
+class Summary {
+ public:
+  explicit Summary(int logLevel) : mLogLevel(logLevel) {}
+
+  void Add(FrameResult const& result);
+  void AddSamples(std::vector<NSCam::Utils::SensorData> const& batch) { mHealth.Add(batch); }
+  void AddLibraryTime(std::int64_t updateNs, std::int64_t calculateNs);
+  void Close(hosting::Oddities const& oddities, BatchCounts const& batches, std::int64_t replayNs);
+
+  std::string Text() const;
+  nlohmann::ordered_json Json() const;
+
+ private:
+  std::uint64_t CountOf(Match match) const { return mMatches[static_cast<std::size_t>(match)]; }
+  double Percent(std::uint64_t count) const;
+  double RecordedNs() const;  // from the earliest frame to the latest
+
+  int mLogLevel;
+  std::uint64_t mFrames = 0;
+  std::uint32_t mFirstFrame = 0;
+  std::uint32_t mLastFrame = 0;
+  std::uint64_t mEarliestNs = 0;
+  std::uint64_t mLatestNs = 0;
+  std::array<std::uint64_t, kMatchCount> mMatches{};
+  Range mHallX;  // of the frames that got a position
+  Range mHallY;
+  Histogram mCarriedAgeUs;
+  std::int64_t mUpdateNs = 0;
+  std::int64_t mCalculateNs = 0;
+  std::int64_t mReplayNs = 0;
+  SampleHealth mHealth;
+  BatchCounts mBatches;
+  hosting::Oddities mOddities;
+};
+
+}  // namespace shadingctl
