@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "hosting/RecordingSession.h"
+#include "hosting/FrameRecording.h"
 
 namespace bench {
 
@@ -61,15 +61,18 @@ Stream::Stream(std::string name, std::uint32_t samplesPerBlock, bool overlapping
 }
 
 Stream::Stream(std::string name, std::string const& recordingDirectory) : mName(std::move(name)) {
-  hosting::RecordingSession session(recordingDirectory);
-  hosting::Delivery delivery;
+  hosting::FrameRecording session(recordingDirectory);
+  Samples batch;
   std::int64_t firstNs = 0;
   std::int64_t lastNs = 0;
-  while (session.Next(delivery)) {
+  for (hosting::Call call; session.Next(call);) {
+    if (auto* const update = std::get_if<hosting::UpdateSensorData>(&call.operation)) batch = std::move(update->batch);
+    auto const* const calc = std::get_if<hosting::CalcOisValue>(&call.operation);
+    if (calc == nullptr) continue;
     Frame frame;
-    frame.number = delivery.frame.number;
-    frame.input = InputAt(delivery.frame.timestampNs, delivery.frame.exposureNs);
-    frame.batch = delivery.samples;
+    frame.number = calc->frame;
+    frame.input = InputAt(calc->pairs[0].timestampNs, calc->pairs[0].exposureNs);
+    frame.batch = std::move(batch);
     for (Sample const& sample : frame.batch) {
       if (firstNs == 0) firstNs = sample.timestamp;
       lastNs = std::max(lastNs, sample.timestamp);

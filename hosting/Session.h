@@ -1,26 +1,68 @@
-// What a replay plays: frames, and the samples that the platform delivers with each of them.
+// What a replay plays: the calls of a host to the library, in order, with the samples that the platform delivers.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "platform/SensorProvider.h"
 
 namespace hosting {
 
-struct Frame {
-  std::uint32_t number = 0;
-  std::uint64_t timestampNs = 0;
-  std::uint64_t exposureNs = 0;
+// RegisterSensorMonitor, StartSensorMonitor, or both in one call.
+struct StartMonitor {
+  enum class Operation { kRegister, kStart, kRegisterAndStart };
+  Operation operation = Operation::kRegisterAndStart;
+  std::optional<std::int32_t> sensorType;  // nullopt: the type that the device's sensor map gives the camera
+  std::optional<bool> answer;              // of the recorded call
+};
+
+// StopSensorMonitor.
+struct StopMonitor {
+  std::optional<std::int32_t> sensorType;  // as in StartMonitor
+};
+
+// StoreRollingShutter, and the readout time that the sensor driver reports in it.
+struct StoreRollingShutter {
+  std::uint32_t sensorMode = 0;
   std::uint32_t rollingShutterNs = 0;
 };
 
-// One frame and the samples that are delivered with it, in the order of delivery.
-struct Delivery {
-  Frame frame;
-  std::vector<NSCam::Utils::SensorData> samples;
+// UpdateSensorData, and the batch that the platform delivers in it.
+struct UpdateSensorData {
+  std::uint32_t frame = 0;
+  std::uint64_t timestampNs = 0;
+  std::vector<NSCam::Utils::SensorData> batch;  // in the order of delivery
+};
+
+struct ExposurePair {
+  std::uint64_t timestampNs = 0;
+  std::uint64_t exposureNs = 0;
+};
+
+// CalcOISValue.
+struct CalcOisValue {
+  // What the recorded call left behind.
+  struct Answer {
+    bool matched = false;        // the flag
+    std::optional<float> hallX;  // the first element of each vector; nullopt where the vector was empty
+    std::optional<float> hallY;
+  };
+
+  std::uint32_t frame = 0;
+  std::optional<std::int32_t> type;  // nullopt: whichever the replay is asked for
+  std::array<ExposurePair, 3> pairs;
+  std::optional<bool> matched;  // the flag that the host handed in; nullopt: as the call before left it
+  std::optional<Answer> answer;
+};
+
+struct Call {
+  std::optional<std::uint64_t> timeNs;  // when the host called, on the clock of the frames
+  std::optional<std::int32_t> camera;   // nullopt: whichever the replay is asked for
+  std::variant<StartMonitor, StopMonitor, StoreRollingShutter, UpdateSensorData, CalcOisValue> operation;
 };
 
 // Something odd in a session that does not end its replay: how often, and where first ("FILE:LINE" or "frame N").
@@ -37,7 +79,7 @@ struct Oddities {
   Oddity undeliveredSamples;    // samples of frames after the last listed one: they never come
 };
 
-// A source of deliveries, read once from front to back.
+// A source of calls, read once from front to back.
 class Session {
  public:
   virtual ~Session() = default;
@@ -45,13 +87,13 @@ class Session {
   // What to call it in a result.
   virtual std::string Name() const = 0;
 
-  // Replaces `delivery` by the next one; false at the end. Throws UnusableInput where the session is broken.
-  virtual bool Next(Delivery& delivery) = 0;
+  // Replaces `call` by the next one; false at the end. Throws UnusableInput where the session is broken.
+  virtual bool Next(Call& call) = 0;
 
   // What was odd so far; complete once Next has answered false.
   virtual Oddities const& oddities() const = 0;
 
-  // How many frames there are in all, as far as that can be said without reading everything.
+  // How many positions are computed in all, as far as that can be said without reading everything.
   virtual std::optional<std::uint64_t> FrameCount() const = 0;
 };
 

@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "hosting/FrameRecording.h"
 #include "hosting/HostLibrary.h"
-#include "hosting/RecordingSession.h"
 #include "platform/desktop/DeviceFile.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
@@ -110,8 +110,8 @@ std::string ModeOf(desktop::DeviceSettings const& settings) {
 // A recording may be opened again later on, so it keeps its place when dumps change the working directory.
 std::unique_ptr<hosting::Session> OpenSession(std::string const& recording, bool keepsPlace) {
   if (recording.empty()) return std::make_unique<SyntheticSession>(SyntheticOptions{});
-  return std::make_unique<hosting::RecordingSession>(keepsPlace ? std::filesystem::absolute(recording).string()
-                                                                : recording);
+  return std::make_unique<hosting::FrameRecording>(keepsPlace ? std::filesystem::absolute(recording).string()
+                                                              : recording);
 }
 
 MessageSink SinkInto(std::optional<OutputFile>& log) {
@@ -125,8 +125,12 @@ void PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Su
   auto const start = std::chrono::steady_clock::now();
   {
     Progress progress(!quiet, [&] { return session.FrameCount(); });
-    for (hosting::Delivery delivery; session.Next(delivery); progress.Step())
-      writer.Add(replay.Play(delivery, summary));
+    for (hosting::Call call; session.Next(call);) {
+      std::optional<FrameResult> const result = replay.Play(call, summary);
+      if (!result) continue;
+      writer.Add(*result);
+      progress.Step();
+    }
   }
   std::chrono::nanoseconds const passed = std::chrono::steady_clock::now() - start;
   summary.Close(session.oddities(), replay.batches(), passed.count());

@@ -2,13 +2,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
+#include <type_traits>
 #include <utility>
 
 namespace shadingctl {
 namespace {
-
-constexpr unsigned int kSensorMode = 0;  // a recording has one mode; its readout time may change all the same
 
 // Handed in where the flag is set: the library sets the flag to 1 when it finds a start and otherwise leaves it, so
 // this value still stands after a call that found none.
@@ -24,32 +24,31 @@ class Stopwatch {
   std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
 };
 
+hosting::ExposurePair const& PairOf(hosting::CalcOisValue const& calc, std::int32_t type) {
+  if (type == kShadingCapturePair1) return calc.pairs[1];
+  return calc.pairs[type == kShadingPreviewPair2 || type == kShadingCapturePair2 ? 2 : 0];
+}
+
+CalcOISValueInput InputOf(hosting::CalcOisValue const& calc) {
+  auto const& pairs = calc.pairs;
+  return {pairs[0].timestampNs, pairs[1].timestampNs, pairs[2].timestampNs,
+          pairs[0].exposureNs,  pairs[1].exposureNs,  pairs[2].exposureNs};
+}
+
 }  // namespace
 
 Replay::Replay(VeyraShadingUtil& library, desktop::Device& device, Options const& options, MessageSink sink)
-    : mLibrary(library),
-      mDevice(device),
-      mOptions(options),
-      mSink(std::move(sink)),
-      mSupported(library.IsSupportSensor(options.camera.sensorId)),
-      mProviderName(fmt::format("OIS_MONITOR-{}-{}", options.camera.sensorId, options.camera.sensorType)) {
+    : mLibrary(library), mDevice(device), mOptions(options), mSink(std::move(sink)) {
   if (mOptions.logLevel != 0) mBatches.split = 0;
   if (mOptions.logLevel >= 4) mBatches.dropped = 0;
   mDevice.ListenToLog([this](desktop::LogMessage const& message) {
     if (message.sink == desktop::Sink::kSystemLog) Listen(message.text);
   });
-  bool const started = mLibrary.RegisterAndStartSensorMonitor(mOptions.camera.sensorId, mOptions.camera.sensorType);
-  if (!mSupported) {
-    mComplaint =
-        fmt::format("camera {} is not in the device's sensor map: every frame is off", mOptions.camera.sensorId);
-  } else if (!started) {
-    mComplaint = fmt::format("camera {}: the platform refused its samples", mOptions.camera.sensorId);
-  }
 }
 
 Replay::~Replay() {
-  mFrame.reset();
-  mLibrary.StopSensorMonitor(mOptions.camera.sensorId, mOptions.camera.sensorType);
+  BeginCall(std::nullopt);
+  for (Camera const& monitor : mMonitors) mLibrary.StopSensorMonitor(monitor.sensorId, monitor.sensorType);
   mDevice.ListenToLog({});
 }
 
@@ -58,63 +57,134 @@ void Replay::Listen(std::string_view message) {
   if (mSink) mSink(mFrame, message);
 }
 
-void Replay::StoreRollingShutter(std::uint32_t rollingShutterNs) {
-  if (mRollingShutterNs == rollingShutterNs) return;
-  mRollingShutterNs = rollingShutterNs;
-  mDevice.SetRollingShutter(mOptions.camera.sensorId, kSensorMode, rollingShutterNs);
-  unsigned int const answeredNs = mLibrary.StoreRollingShutter(mOptions.camera.sensorId, kSensorMode);
-  if (answeredNs != rollingShutterNs && mComplaint.empty()) {
-    mComplaint = fmt::format("camera {}: the device's driver reports a readout of {} ns, not the recorded {} ns",
-                             mOptions.camera.sensorId, answeredNs, rollingShutterNs);
+void Replay::BeginCall(std::optional<std::uint32_t> frame) {
+  mFrame = frame;
+  mMessages.BeginFrame();
+}
+
+void Replay::Complain(std::string const& complaint) {
+  if (mComplaint.empty()) mComplaint = complaint;
+}
+
+Camera Replay::CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const {
+  return {sensorId, sensorType.value_or(mOptions.camera.sensorType)};
+}
+
+// As the library finds the monitor of a pair: either half of it suffices.
+std::vector<Camera>::iterator Replay::FindMonitor(Camera const& camera) {
+  return std::find_if(mMonitors.begin(), mMonitors.end(), [&](Camera const& monitor) {
+    return monitor.sensorId == camera.sensorId || monitor.sensorType == camera.sensorType;
+  });
+}
+
+std::optional<FrameResult> Replay::Play(hosting::Call const& call, Summary& summary) {
+  std::int32_t const sensorId = call.camera.value_or(mOptions.camera.sensorId);
+  return std::visit(
+      [&](auto const& operation) -> std::optional<FrameResult> {
+        using Operation = std::decay_t<decltype(operation)>;
+        if constexpr (std::is_same_v<Operation, hosting::CalcOisValue>) {
+          return Play(sensorId, operation, summary);
+        } else if constexpr (std::is_same_v<Operation, hosting::UpdateSensorData>) {
+          Play(sensorId, operation, summary);
+        } else {
+          BeginCall(std::nullopt);
+          Play(sensorId, operation);
+        }
+        return std::nullopt;
+      },
+      call.operation);
+}
+
+void Replay::Play(std::int32_t sensorId, hosting::StartMonitor const& start) {
+  using Operation = hosting::StartMonitor::Operation;
+  Camera const camera = CameraOf(sensorId, start.sensorType);
+  bool const supported = mLibrary.IsSupportSensor(sensorId);
+  bool const registers = start.operation != Operation::kStart && supported && camera.sensorType != -1;
+  if (registers && FindMonitor(camera) == mMonitors.end()) {
+    mMonitors.push_back(camera);
+    mCameras[sensorId].newestStoredNs.reset();
+  }
+  if (!Start(start.operation, camera)) {
+    Complain(supported ? fmt::format("camera {}: the platform refused its samples", sensorId)
+                       : fmt::format("camera {} is not in the device's sensor map: every frame is off", sensorId));
   }
 }
 
-FrameResult Replay::Play(hosting::Delivery const& delivery, Summary& summary) {
-  hosting::Frame const& frame = delivery.frame;
-  mFrame = frame.number;
-  mMessages.BeginFrame();
-  StoreRollingShutter(frame.rollingShutterNs);
-  mDevice.QueueSamples(mProviderName, delivery.samples);
+bool Replay::Start(hosting::StartMonitor::Operation operation, Camera const& camera) {
+  switch (operation) {
+    case hosting::StartMonitor::Operation::kRegister:
+      return mLibrary.RegisterSensorMonitor(camera.sensorId, camera.sensorType);
+    case hosting::StartMonitor::Operation::kStart:
+      return mLibrary.StartSensorMonitor(camera.sensorId, camera.sensorType);
+    case hosting::StartMonitor::Operation::kRegisterAndStart:
+      return mLibrary.RegisterAndStartSensorMonitor(camera.sensorId, camera.sensorType);
+  }
+  return false;
+}
 
-  Stopwatch const updateWatch;
-  mLibrary.UpdateSensorData(mOptions.camera.sensorId, frame.number, frame.timestampNs);
-  std::int64_t const updateNs = updateWatch.PassedNs();
+void Replay::Play(std::int32_t sensorId, hosting::StopMonitor const& stop) {
+  Camera const camera = CameraOf(sensorId, stop.sensorType);
+  mLibrary.StopSensorMonitor(camera.sensorId, camera.sensorType);
+  auto const monitor = FindMonitor(camera);
+  if (monitor != mMonitors.end()) mMonitors.erase(monitor);
+}
 
+void Replay::Play(std::int32_t sensorId, hosting::StoreRollingShutter const& store) {
+  mDevice.SetRollingShutter(sensorId, store.sensorMode, store.rollingShutterNs);
+  unsigned int const answeredNs = mLibrary.StoreRollingShutter(sensorId, store.sensorMode);
+  if (answeredNs == store.rollingShutterNs) return;
+  Complain(fmt::format("camera {}: the device's driver reports a readout of {} ns, not the recorded {} ns", sensorId,
+                       answeredNs, store.rollingShutterNs));
+}
+
+void Replay::Play(std::int32_t sensorId, hosting::UpdateSensorData const& update, Summary& summary) {
+  BeginCall(update.frame);
+  auto const monitor = std::find_if(mMonitors.begin(), mMonitors.end(),
+                                    [&](Camera const& camera) { return camera.sensorId == sensorId; });
+  if (monitor != mMonitors.end()) {
+    mDevice.QueueSamples(fmt::format("OIS_MONITOR-{}-{}", monitor->sensorId, monitor->sensorType), update.batch);
+  }
+  Stopwatch const watch;
+  mLibrary.UpdateSensorData(sensorId, update.frame, update.timestampNs);
+  summary.AddUpdate(update.batch, watch.PassedNs());
+  JudgeBatch(mCameras[sensorId], mMessages.Frame());
+}
+
+FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& calc, Summary& summary) {
+  BeginCall(calc.frame);
+  CameraState& state = mCameras[sensorId];
+  std::int32_t const type = calc.type.value_or(mOptions.type);
   CallOutcome outcome;
-  outcome.supported = mSupported;
-  outcome.flagHanded = mMatched != 0 && !mOptions.resetMatched;
-  mMatched = outcome.flagHanded ? kCarriedFlag : 0;
-  CalcOISValueInput input{frame.timestampNs, frame.timestampNs, frame.timestampNs,
-                          frame.exposureNs,  frame.exposureNs,  frame.exposureNs};
-  Stopwatch const calculateWatch;
-  mLibrary.CalcOISValue(mOptions.type, input, &mHallX, &mHallY, frame.number, mOptions.camera.sensorId, mMatched);
-  std::int64_t const calculateNs = calculateWatch.PassedNs();
-  outcome.startFound = mMatched == 1;
+  outcome.supported = mLibrary.IsSupportSensor(sensorId);
+  outcome.flagHanded = calc.matched.value_or(state.matched != 0) && !mOptions.resetMatched;
+  state.matched = outcome.flagHanded ? kCarriedFlag : 0;
+  CalcOISValueInput input = InputOf(calc);
+  Stopwatch const watch;
+  mLibrary.CalcOISValue(static_cast<CustShadingType>(type), input, &state.hallX, &state.hallY, calc.frame, sensorId,
+                        state.matched);
+  std::int64_t const calculateNs = watch.PassedNs();
+  outcome.startFound = state.matched == 1;
 
-  FrameMessages const messages = mMessages.Frame();
-  JudgeBatch(messages);
-  FrameResult result = Judge(outcome, messages);
-  result.frame = frame.number;
-  result.timestampNs = frame.timestampNs;
-  result.type = mOptions.type;
-  if (!mHallX.empty()) result.hallX = mHallX.front();
-  if (!mHallY.empty()) result.hallY = mHallY.front();
-  summary.Add(result);
-  summary.AddSamples(delivery.samples);
-  summary.AddLibraryTime(updateNs, calculateNs);
+  FrameResult result = Judge(outcome, mMessages.Frame());
+  result.frame = calc.frame;
+  result.timestampNs = PairOf(calc, type).timestampNs;
+  result.type = type;
+  if (!state.hallX.empty()) result.hallX = state.hallX.front();
+  if (!state.hallY.empty()) result.hallY = state.hallY.front();
+  summary.Add(result, calculateNs);
   return result;
 }
 
 // A batch that begins before the newest stored sample is either split, which the library says, or dropped, which it
 // does not.
-void Replay::JudgeBatch(FrameMessages const& messages) {
+void Replay::JudgeBatch(CameraState& state, FrameMessages const& messages) {
   if (messages.split && mBatches.split) ++*mBatches.split;
   if (!messages.batch) return;
-  if (!messages.split && mNewestStoredNs && messages.batch->firstNs < *mNewestStoredNs) {
+  if (!messages.split && state.newestStoredNs && messages.batch->firstNs < *state.newestStoredNs) {
     if (mBatches.dropped) ++*mBatches.dropped;
     return;
   }
-  mNewestStoredNs = messages.batch->lastNs;
+  state.newestStoredNs = messages.batch->lastNs;
 }
 
 }  // namespace shadingctl

@@ -1,8 +1,9 @@
-// The host: plays a session to the library, frame by frame, in a host's calling order.
+// The host: makes the calls of a session, one after the other.
 #pragma once
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,15 +26,15 @@ struct Camera {
 // Where the library's messages go besides: the frame's number (empty outside of any) and the message.
 using MessageSink = std::function<void(std::optional<std::uint32_t> frame, std::string_view message)>;
 
-// One camera's life at the library: started at construction, stopped at destruction. The device's messages are listened
-// to in between, so there is one of these at a time.
+// Monitors that the session leaves running are stopped at destruction. The device's messages are listened to in
+// between, so there is one of these at a time.
 class Replay {
  public:
   struct Options {
-    Camera camera;
-    CustShadingType type = kShadingPreview;
-    bool resetMatched = false;  // clear the flag before each frame
-    int logLevel = 0;           // what the library was constructed with
+    Camera camera;                           // of the calls that name none
+    CustShadingType type = kShadingPreview;  // of the frames that name none
+    bool resetMatched = false;               // clear the flag before each frame
+    int logLevel = 0;                        // what the library was constructed with
   };
 
   // `library` must have been constructed with the settings that `device` has now. `sink` may be empty.
@@ -42,34 +43,47 @@ class Replay {
   Replay(Replay const&) = delete;
   Replay& operator=(Replay const&) = delete;
 
-  // What the host should tell its user about the start; empty when it went well.
+  // What the host should tell its user about the calls so far; empty when they went well.
   std::string const& complaint() const { return mComplaint; }
 
-  // One frame: its batch, its update, its position. Adds to `summary`.
-  FrameResult Play(hosting::Delivery const& delivery, Summary& summary);
+  // Makes one call and adds to `summary`. A call that computes a position has a result.
+  std::optional<FrameResult> Play(hosting::Call const& call, Summary& summary);
 
   BatchCounts const& batches() const { return mBatches; }
 
  private:
+  // What a host keeps of a camera.
+  struct CameraState {
+    std::vector<double> hallX;  // the caller's vectors and flag, kept from frame to frame
+    std::vector<double> hallY;
+    int matched = 0;
+    std::optional<std::int64_t> newestStoredNs;
+  };
+
+  void Play(std::int32_t sensorId, hosting::StartMonitor const& start);
+  void Play(std::int32_t sensorId, hosting::StopMonitor const& stop);
+  void Play(std::int32_t sensorId, hosting::StoreRollingShutter const& store);
+  void Play(std::int32_t sensorId, hosting::UpdateSensorData const& update, Summary& summary);
+  FrameResult Play(std::int32_t sensorId, hosting::CalcOisValue const& calc, Summary& summary);
+
+  bool Start(hosting::StartMonitor::Operation operation, Camera const& camera);
   void Listen(std::string_view message);
-  void StoreRollingShutter(std::uint32_t rollingShutterNs);
-  void JudgeBatch(FrameMessages const& messages);
+  void BeginCall(std::optional<std::uint32_t> frame);
+  void Complain(std::string const& complaint);
+  Camera CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const;
+  std::vector<Camera>::iterator FindMonitor(Camera const& camera);
+  void JudgeBatch(CameraState& state, FrameMessages const& messages);
 
   VeyraShadingUtil& mLibrary;
   desktop::Device& mDevice;
   Options const mOptions;
   MessageSink const mSink;
-  bool const mSupported;
-  std::string const mProviderName;
   std::string mComplaint;
 
   LibraryMessages mMessages;
   std::optional<std::uint32_t> mFrame;  // at work
-  std::optional<std::uint32_t> mRollingShutterNs;
-  std::vector<double> mHallX;  // the caller's vectors and flag, kept from frame to frame
-  std::vector<double> mHallY;
-  int mMatched = 0;
-  std::optional<std::int64_t> mNewestStoredNs;
+  std::vector<Camera> mMonitors;        // the library's, in its order
+  std::map<std::int32_t, CameraState> mCameras;
   BatchCounts mBatches;
 };
 

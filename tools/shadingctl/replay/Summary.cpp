@@ -9,7 +9,12 @@ void Range::Add(double value) {
   highest = highest ? std::max(*highest, value) : value;
 }
 
-void Summary::Add(FrameResult const& result) {
+void Summary::AddUpdate(std::vector<NSCam::Utils::SensorData> const& batch, std::int64_t updateNs) {
+  mHealth.Add(batch);
+  mUpdateNs += updateNs;
+}
+
+void Summary::Add(FrameResult const& result, std::int64_t calculateNs) {
   if (mFrames == 0) {
     mFirstFrame = result.frame;
     mEarliestNs = mLatestNs = result.timestampNs;
@@ -23,10 +28,6 @@ void Summary::Add(FrameResult const& result) {
   if (gotPosition && result.hallX) mHallX.Add(*result.hallX);
   if (gotPosition && result.hallY) mHallY.Add(*result.hallY);
   if (result.match == Match::kCarried && result.spanAgeUs) mCarriedAgeUs.Add(*result.spanAgeUs);
-}
-
-void Summary::AddLibraryTime(std::int64_t updateNs, std::int64_t calculateNs) {
-  mUpdateNs += updateNs;
   mCalculateNs += calculateNs;
 }
 

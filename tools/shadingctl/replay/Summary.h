@@ -32,9 +32,9 @@ class Summary {
  public:
   explicit Summary(int logLevel) : mLogLevel(logLevel) {}
 
-  void Add(FrameResult const& result);
-  void AddSamples(std::vector<NSCam::Utils::SensorData> const& batch) { mHealth.Add(batch); }
-  void AddLibraryTime(std::int64_t updateNs, std::int64_t calculateNs);
+  // The durations are those of the library's calls.
+  void AddUpdate(std::vector<NSCam::Utils::SensorData> const& batch, std::int64_t updateNs);
+  void Add(FrameResult const& result, std::int64_t calculateNs);
   void Close(hosting::Oddities const& oddities, BatchCounts const& batches, std::int64_t replayNs);
 
   std::string Text() const;

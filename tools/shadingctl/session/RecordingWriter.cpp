@@ -30,18 +30,23 @@ RecordingSize WriteRecording(hosting::Session& session, std::string const& direc
   hallFile.Write("frame,timestamp_ns,hall_x,hall_y\n");
   RecordingSize size;
   std::string rows;
-  for (hosting::Delivery delivery; session.Next(delivery);) {
-    hosting::Frame const& frame = delivery.frame;
-    frameFile.Write(
-        fmt::format("{},{},{},{}\n", frame.number, frame.timestampNs, frame.exposureNs, frame.rollingShutterNs));
-    rows.clear();
-    for (auto const& sample : delivery.samples) {
-      fmt::format_to(std::back_inserter(rows), "{},{},{:.6f},{:.6f}\n", frame.number, sample.timestamp, sample.oisHallX,
-                     sample.oisHallY);
+  std::uint32_t rollingShutterNs = 0;
+  for (hosting::Call call; session.Next(call);) {
+    if (auto const* const store = std::get_if<hosting::StoreRollingShutter>(&call.operation)) {
+      rollingShutterNs = store->rollingShutterNs;
+    } else if (auto const* const update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
+      rows.clear();
+      for (auto const& sample : update->batch) {
+        fmt::format_to(std::back_inserter(rows), "{},{},{:.6f},{:.6f}\n", update->frame, sample.timestamp,
+                       sample.oisHallX, sample.oisHallY);
+      }
+      hallFile.Write(rows);
+      size.samples += update->batch.size();
+    } else if (auto const* const calc = std::get_if<hosting::CalcOisValue>(&call.operation)) {
+      frameFile.Write(fmt::format("{},{},{},{}\n", calc->frame, calc->pairs[0].timestampNs, calc->pairs[0].exposureNs,
+                                  rollingShutterNs));
+      ++size.frames;
     }
-    hallFile.Write(rows);
-    ++size.frames;
-    size.samples += delivery.samples.size();
   }
   frameFile.Finish();
   hallFile.Finish();

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 namespace shadingctl {
 namespace {
@@ -77,21 +78,43 @@ SyntheticSession::SyntheticSession(SyntheticOptions const& options)
   mOptions.pauseNs = std::min(options.pauseNs, options.frames / kLongestTrouble * options.frameIntervalNs);
 }
 
-bool SyntheticSession::Next(hosting::Delivery& delivery) {
-  delivery.samples.clear();
+bool SyntheticSession::Next(hosting::Call& call) {
+  if (mCalls.empty() && !mStopped) QueueCalls();
+  if (mCalls.empty()) return false;
+  call = std::move(mCalls.front());
+  mCalls.pop_front();
+  return true;
+}
+
+void SyntheticSession::QueueCalls() {
   while (mNextFrame < mOptions.frames && IsDropped(mNextFrame)) ++mNextFrame;
-  if (mNextFrame >= mOptions.frames) return false;
+  if (mNextFrame >= mOptions.frames) {
+    Queue(hosting::StopMonitor{});
+    mStopped = true;
+    return;
+  }
   std::uint32_t const index = mNextFrame++;
   std::int64_t const timestampNs = kFirstFrameNs + index * mOptions.frameIntervalNs;
   std::int64_t const rollingShutterNs = std::min(kLongestRollingShutterNs, mOptions.frameIntervalNs * 24 / 25);
+  if (index == 0) {  // the first frame is never dropped
+    Queue(hosting::StartMonitor{});
+    Queue(hosting::StoreRollingShutter{0, static_cast<std::uint32_t>(rollingShutterNs)});
+  }
 
-  delivery.frame.number = index + 1;
-  delivery.frame.timestampNs = static_cast<std::uint64_t>(timestampNs);
-  delivery.frame.exposureNs = static_cast<std::uint64_t>(ExposureNs(index));
-  delivery.frame.rollingShutterNs = static_cast<std::uint32_t>(rollingShutterNs);
-  if (!IsLate(index)) TakeSamplesUntil(timestampNs + rollingShutterNs + kDeliveryDelayNs, delivery);
-  Note(delivery);
-  return true;
+  hosting::UpdateSensorData update;
+  update.frame = index + 1;
+  update.timestampNs = static_cast<std::uint64_t>(timestampNs);
+  if (!IsLate(index)) update.batch = TakeSamplesUntil(timestampNs + rollingShutterNs + kDeliveryDelayNs);
+  Note(update);
+  Queue(std::move(update));
+  hosting::CalcOisValue calc;
+  calc.frame = index + 1;
+  calc.pairs.fill({static_cast<std::uint64_t>(timestampNs), static_cast<std::uint64_t>(ExposureNs(index))});
+  Queue(calc);
+}
+
+void SyntheticSession::Queue(decltype(hosting::Call::operation) operation) {
+  mCalls.emplace_back().operation = std::move(operation);
 }
 
 // One frame in each row of mDropSpacing, never the session's first.
@@ -106,16 +129,18 @@ bool SyntheticSession::IsLate(std::uint32_t index) const {
   return index >= first && index - first < mOptions.lateFrames;
 }
 
-void SyntheticSession::TakeSamplesUntil(std::int64_t timeNs, hosting::Delivery& delivery) {
-  RepeatEndOfBatchBefore(delivery);
+SyntheticSession::Batch SyntheticSession::TakeSamplesUntil(std::int64_t timeNs) {
+  Batch batch;
+  RepeatEndOfBatchBefore(batch);
   for (;;) {
     if (!mPending) mPending = NextSample();
     if (mPending->timestamp > timeNs) break;
-    delivery.samples.push_back(*mPending);
+    batch.push_back(*mPending);
     mPending.reset();
   }
-  for (auto const& sample : delivery.samples) mEndOfBatch.push_back(sample);
+  for (auto const& sample : batch) mEndOfBatch.push_back(sample);
   while (mEndOfBatch.size() > kRepeated) mEndOfBatch.pop_front();
+  return batch;
 }
 
 NSCam::Utils::SensorData SyntheticSession::NextSample() {
@@ -135,22 +160,22 @@ NSCam::Utils::SensorData SyntheticSession::NextSample() {
   return sample;
 }
 
-void SyntheticSession::RepeatEndOfBatchBefore(hosting::Delivery& delivery) {
+void SyntheticSession::RepeatEndOfBatchBefore(Batch& batch) {
   if ((Chance(mOverlapChance) + 1.0) / 2.0 >= mOptions.overlap) return;
   std::size_t const count = std::min<std::size_t>(mEndOfBatch.size(), 2 + mOverlapChance() % (kRepeated - 1));
   for (std::size_t i = mEndOfBatch.size() - count; i < mEndOfBatch.size(); ++i) {
     NSCam::Utils::SensorData repeated = mEndOfBatch[i];
     repeated.timestamp += static_cast<std::int64_t>(Chance(mOverlapChance) * static_cast<double>(kRepeatedShiftNs));
-    delivery.samples.push_back(repeated);
+    batch.push_back(repeated);
   }
 }
 
-void SyntheticSession::Note(hosting::Delivery const& delivery) {
+void SyntheticSession::Note(hosting::UpdateSensorData const& update) {
   auto const count = [&](hosting::Oddity& oddity) {
-    if (oddity.count++ == 0) oddity.firstPlace = fmt::format("frame {}", delivery.frame.number);
+    if (oddity.count++ == 0) oddity.firstPlace = fmt::format("frame {}", update.frame);
   };
-  if (delivery.samples.empty()) count(mOddities.framesWithoutSamples);
-  for (auto const& sample : delivery.samples) {
+  if (update.batch.empty()) count(mOddities.framesWithoutSamples);
+  for (auto const& sample : update.batch) {
     if (mLastSampleNs && sample.timestamp < *mLastSampleNs) count(mOddities.sampleTimesBackward);
     mLastSampleNs = sample.timestamp;
   }

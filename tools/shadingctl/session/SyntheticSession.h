@@ -5,6 +5,7 @@
 #include <deque>
 #include <optional>
 #include <random>
+#include <vector>
 
 #include "hosting/Session.h"
 
@@ -29,21 +30,27 @@ class SyntheticSession : public hosting::Session {
   explicit SyntheticSession(SyntheticOptions const& options);
 
   std::string Name() const override { return "built-in session"; }
-  bool Next(hosting::Delivery& delivery) override;
+  bool Next(hosting::Call& call) override;
   hosting::Oddities const& oddities() const override { return mOddities; }
   std::optional<std::uint64_t> FrameCount() const override { return mOptions.frames; }
 
  private:
+  using Batch = std::vector<NSCam::Utils::SensorData>;
+
+  void QueueCalls();  // of the next frame, or those at the end
+  void Queue(decltype(hosting::Call::operation) operation);
   bool IsDropped(std::uint32_t index);
   bool IsLate(std::uint32_t index) const;
-  void TakeSamplesUntil(std::int64_t timeNs, hosting::Delivery& delivery);
+  Batch TakeSamplesUntil(std::int64_t timeNs);
   NSCam::Utils::SensorData NextSample();
-  void RepeatEndOfBatchBefore(hosting::Delivery& delivery);
-  void Note(hosting::Delivery const& delivery);
+  void RepeatEndOfBatchBefore(Batch& batch);
+  void Note(hosting::UpdateSensorData const& update);
 
   SyntheticOptions mOptions;
   std::uint32_t mDropSpacing;  // one of so many frames in a row is dropped; 0: none
   std::uint32_t mDroppedInRow = 0;
+  std::deque<hosting::Call> mCalls;  // made and not handed out yet
+  bool mStopped = false;
   std::uint32_t mNextFrame = 0;  // index: the frame's number less 1
   std::int64_t mNextSample = 0;  // index
   std::optional<NSCam::Utils::SensorData> mPending;

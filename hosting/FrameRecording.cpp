@@ -1,0 +1,122 @@
+#include "hosting/FrameRecording.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+namespace hosting {
+namespace {
+
+enum FrameColumn : std::size_t { kFrame, kTimestamp, kExposure, kRollingShutter };
+enum HallColumn : std::size_t { kHallFrame, kHallTimestamp, kHallX, kHallY };
+
+constexpr std::uint32_t kSensorMode = 0;  // of every frame: this version has no modes
+
+void Count(Oddity& oddity, CsvFile const& file) {
+  if (oddity.count++ == 0) oddity.firstPlace = file.Place();
+}
+
+template <class Operation>
+Call CallOf(Operation operation) {
+  Call call;
+  call.operation = std::move(operation);
+  return call;
+}
+
+}  // namespace
+
+FrameRecording::FrameRecording(std::string directory)
+    : mDirectory(std::move(directory)),
+      mFrameFile(mDirectory + "/frames.csv", {"frame", "timestamp_ns", "exposure_ns", "rolling_shutter_ns"}),
+      mHallFile(mDirectory + "/hall.csv", {"frame", "timestamp_ns", "hall_x", "hall_y"}) {
+  ReadHallRow();
+  mCalls.push_back(CallOf(StartMonitor{}));
+}
+
+bool FrameRecording::Next(Call& call) {
+  if (mCalls.empty() && !mStopped) QueueCalls();
+  if (mCalls.empty()) return false;
+  call = std::move(mCalls.front());
+  mCalls.pop_front();
+  return true;
+}
+
+void FrameRecording::QueueCalls() {
+  std::optional<std::uint32_t> const storedNs = mLastFrame ? std::optional(mLastFrame->rollingShutterNs) : std::nullopt;
+  std::optional<FrameRow> const frame = ReadFrameRow();
+  if (!frame) {
+    for (; mHallRow; ReadHallRow()) Count(mOddities.undeliveredSamples, mHallFile);
+    mCalls.push_back(CallOf(StopMonitor{}));
+    mStopped = true;
+    return;
+  }
+  if (storedNs != frame->rollingShutterNs) {
+    mCalls.push_back(CallOf(StoreRollingShutter{kSensorMode, frame->rollingShutterNs}));
+  }
+  UpdateSensorData update;
+  update.frame = frame->number;
+  update.timestampNs = frame->exposure.timestampNs;
+  update.batch = ReadBatch(frame->number);
+  mCalls.push_back(CallOf(std::move(update)));
+  CalcOisValue calc;
+  calc.frame = frame->number;
+  calc.pairs.fill(frame->exposure);
+  mCalls.push_back(CallOf(std::move(calc)));
+}
+
+std::optional<FrameRecording::FrameRow> FrameRecording::ReadFrameRow() {
+  if (!mFrameFile.Next()) return std::nullopt;
+  FrameRow row;
+  row.number = mFrameFile.Unsigned32(kFrame);
+  row.exposure.timestampNs = mFrameFile.Unsigned64(kTimestamp);
+  row.exposure.exposureNs = mFrameFile.Unsigned64(kExposure);
+  row.rollingShutterNs = mFrameFile.Unsigned32(kRollingShutter);
+  if (mLastFrame && row.number <= mLastFrame->number) {
+    mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLastFrame->number));
+  }
+  if (mLastFrame && row.exposure.timestampNs < mLastFrame->exposure.timestampNs) {
+    Count(mOddities.frameTimesBackward, mFrameFile);
+  }
+  mLastFrame = row;
+  return row;
+}
+
+std::vector<NSCam::Utils::SensorData> FrameRecording::ReadBatch(std::uint32_t frame) {
+  std::vector<NSCam::Utils::SensorData> batch;
+  for (; mHallRow && mHallRow->frame <= frame; ReadHallRow()) {
+    if (mHallRow->frame < frame) Count(mOddities.unlistedSamples, mHallFile);
+    batch.push_back(mHallRow->sample);
+  }
+  if (batch.empty()) Count(mOddities.framesWithoutSamples, mFrameFile);
+  return batch;
+}
+
+void FrameRecording::ReadHallRow() {
+  std::optional<HallRow> const before = std::exchange(mHallRow, std::nullopt);
+  if (!mHallFile.Next()) return;
+  HallRow row;
+  row.frame = mHallFile.Unsigned32(kHallFrame);
+  row.sample.timestamp = mHallFile.Signed64(kHallTimestamp);
+  row.sample.oisHallX = mHallFile.Finite(kHallX);
+  row.sample.oisHallY = mHallFile.Finite(kHallY);
+  if (before && row.frame < before->frame) {
+    mHallFile.Complain(kHallFrame, fmt::format("at least {}, the frame of the row before", before->frame));
+  }
+  if (before && row.sample.timestamp < before->sample.timestamp) Count(mOddities.sampleTimesBackward, mHallFile);
+  mHallRow = row;
+}
+
+std::optional<std::uint64_t> FrameRecording::FrameCount() const {
+  std::string const path = mDirectory + "/frames.csv";
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;  // a pipe can be read only once
+  std::ifstream file(path, std::ios::binary);
+  auto const lines = std::count(std::istreambuf_iterator<char>(file), {}, '\n');
+  return static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(lines - 1, 1));
+}
+
+}  // namespace hosting
