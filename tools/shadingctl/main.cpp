@@ -16,6 +16,7 @@ constexpr char const* kExamples = R"(Examples:
   shadingctl replay /tmp/session --reset-matched
   shadingctl calibration                           cameras' calibration data
   shadingctl dumps camera_dump                     OIS hall dump files of a phone
+  shadingctl doctor libvcam_shadingutil.so         a library before it is installed
 
 Exit codes: 0 done, 1 a check found a difference, 2 wrong usage, 3 unusable input.)";
 
@@ -29,6 +30,7 @@ int Run(int argc, char** argv) {
   shadingctl::AddGenerateCommand(app, chosen);
   shadingctl::AddCalibrationCommand(app, chosen);
   shadingctl::AddDumpsCommand(app, chosen);
+  shadingctl::AddDoctorCommand(app, chosen);
   try {
     app.parse(argc, argv);
   } catch (CLI::ParseError const& error) {

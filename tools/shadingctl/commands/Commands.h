@@ -22,5 +22,6 @@ void AddReplayCommand(CLI::App& app, Command& chosen);
 void AddGenerateCommand(CLI::App& app, Command& chosen);
 void AddCalibrationCommand(CLI::App& app, Command& chosen);
 void AddDumpsCommand(CLI::App& app, Command& chosen);
+void AddDoctorCommand(CLI::App& app, Command& chosen);
 
 }  // namespace shadingctl

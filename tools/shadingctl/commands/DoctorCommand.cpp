@@ -1,0 +1,87 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/doctor/DiagnosisWriter.h"
+#include "tools/shadingctl/doctor/LoadTrial.h"
+#include "tools/shadingctl/doctor/ShadingInterface.h"
+
+namespace shadingctl {
+namespace {
+
+// A library with its debug information takes some MiB.
+constexpr std::size_t kMaximumBytes = std::size_t{256} << 20U;
+
+struct Arguments {
+  std::string library;
+  std::string format = "table";
+  std::string output;  // empty: standard output
+  bool load = false;
+};
+
+std::string ReadWhole(std::string const& path) {
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rb"), std::fclose);
+  std::string bytes;
+  std::vector<char> buffer(std::size_t{1} << 16U);
+  std::size_t count = 0;
+  while (file && (count = std::fread(buffer.data(), 1, buffer.size(), file.get())) > 0) {
+    bytes.append(buffer.data(), count);
+    if (bytes.size() > kMaximumBytes) {
+      throw hosting::UnusableInput(
+          fmt::format("{}: expected a library of at most {} bytes, found more", path, kMaximumBytes));
+    }
+  }
+  if (!file || std::ferror(file.get()) != 0) {
+    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", path, std::strerror(errno)));
+  }
+  return bytes;
+}
+
+int RunDoctor(Arguments const& arguments) {
+  std::vector<Finding> findings = Diagnose(ReadElf(ReadWhole(arguments.library), arguments.library, kTableName));
+  if (arguments.load) findings.push_back(TryToLoad(arguments.library));
+  OutputFile output = arguments.output.empty() ? OutputFile() : OutputFile(arguments.output);
+  if (arguments.format == "json") {
+    WriteDiagnosisJson(output, arguments.library, findings);
+  } else {
+    WriteDiagnosisTable(output, findings);
+  }
+  output.Finish();
+  return IsSound(findings) ? kExitDone : kExitDifference;
+}
+
+constexpr char const* kExamples = R"(The file is read, not run, so that a phone's library can be judged on a desk.
+docs/doctor.md says what each line means.
+
+Exit code: 0 no fault, 1 a fault, 3 not a whole shared object for x86-64 or AArch64.
+
+Examples:
+  shadingctl doctor libvcam_shadingutil.so
+  shadingctl doctor build/release/lib/libvcam_shadingutil.so --load
+  shadingctl doctor libvcam_shadingutil.so --format json -o doctor.json)";
+
+}  // namespace
+
+void AddDoctorCommand(CLI::App& app, Command& chosen) {
+  auto const arguments = std::make_shared<Arguments>();
+  CLI::App* const command = app.add_subcommand("doctor", "Judge a built library before it is installed");
+  command->footer(kExamples);
+  command->add_option("LIBRARY", arguments->library, "The shared object, of this or of the phone's processor")
+      ->required();
+  command->add_option("--format", arguments->format, "How to show the result")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"table", "json"}));
+  command->add_option("-o,--output", arguments->output, "Write the result to this file");
+  command->add_flag("--load", arguments->load, "Load it too, in a process of its own, and ask for its object");
+  command->callback([arguments, &chosen] { chosen = [arguments] { return RunDoctor(*arguments); }; });
+}
+
+}  // namespace shadingctl

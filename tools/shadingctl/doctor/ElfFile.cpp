@@ -1,0 +1,133 @@
+#include "tools/shadingctl/doctor/ElfFile.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "tools/shadingctl/doctor/ElfImage.h"
+#include "tools/shadingctl/doctor/ElfPointers.h"
+
+namespace shadingctl {
+namespace {
+
+// More than any table of operations; a file may claim what it likes.
+constexpr std::uint64_t kMaximumTableBytes = 4096;
+
+Processor ReadProcessor(ElfImage const& image) {
+  if (image.header().e_type != ET_DYN) image.Fail("expected a shared object, found another kind of ELF file");
+  switch (image.header().e_machine) {
+    case EM_X86_64:
+      return Processor::kX86_64;
+    case EM_AARCH64:
+      return Processor::kAArch64;
+    default:
+      image.Fail(fmt::format("expected code for x86-64 or AArch64, found ELF machine {}", image.header().e_machine));
+  }
+}
+
+void ReadSegments(ElfImage const& image, ElfFile& file) {
+  for (GElf_Phdr const& header : image.segments()) {
+    ElfSegment const segment = {header.p_offset,
+                                header.p_filesz,
+                                header.p_vaddr,
+                                header.p_align,
+                                (header.p_flags & PF_W) != 0,
+                                (header.p_flags & PF_X) != 0};
+    if (header.p_type == PT_LOAD) file.loads.push_back(segment);
+    if (header.p_type == PT_GNU_STACK) file.stack = segment;
+    if (header.p_type == PT_GNU_RELRO) file.readOnlyLater = segment;
+  }
+}
+
+void ReadDynamic(ElfImage const& image, ElfSection const& section, ElfFile& file) {
+  Elf_Data* const records = image.Records(section);
+  GElf_Dyn entry;
+  for (int i = 0; gelf_getdyn(records, i, &entry) != nullptr && entry.d_tag != DT_NULL; ++i) {
+    std::uint64_t const value = entry.d_un.d_val;
+    if (entry.d_tag == DT_SONAME) file.soname = image.Text(section, value);
+    if (entry.d_tag == DT_NEEDED) file.needed.push_back(image.Text(section, value));
+    if (entry.d_tag == DT_TEXTREL || (entry.d_tag == DT_FLAGS && (value & DF_TEXTREL) != 0)) file.relocatesCode = true;
+    if (entry.d_tag == DT_BIND_NOW || (entry.d_tag == DT_FLAGS && (value & DF_BIND_NOW) != 0) ||
+        (entry.d_tag == DT_FLAGS_1 && (value & DF_1_NOW) != 0)) {
+      file.bindsNow = true;
+    }
+  }
+}
+
+void ReadSymbols(ElfImage const& image, ElfSection const& section, ElfFile& file) {
+  Elf_Data* const records = image.Records(section);
+  GElf_Sym symbol;
+  for (int i = 1; gelf_getsym(records, i, &symbol) != nullptr; ++i) {
+    if (GELF_ST_BIND(symbol.st_info) == STB_LOCAL) continue;
+    std::string name = image.Text(section, symbol.st_name);
+    if (symbol.st_shndx == SHN_UNDEF) {
+      file.imports.push_back(std::move(name));
+      continue;
+    }
+    if (symbol.st_shndx == SHN_ABS) continue;  // names a version or a place, not code or data
+    ElfExport offered = {std::move(name), symbol.st_value, symbol.st_size, std::nullopt};
+    if (GELF_ST_TYPE(symbol.st_info) == STT_FUNC) offered.firstInstruction = image.At<std::uint32_t>(symbol.st_value);
+    file.exports.push_back(std::move(offered));
+  }
+}
+
+// A property is its type and size, 4 bytes each, and its value, padded to 8 bytes.
+void ReadProperties(std::string_view properties, Processor processor, ElfFile& file) {
+  std::uint32_t const wanted =
+      processor == Processor::kAArch64 ? GNU_PROPERTY_AARCH64_FEATURE_1_AND : GNU_PROPERTY_X86_FEATURE_1_AND;
+  while (properties.size() >= 8) {
+    std::uint32_t head[2];
+    std::memcpy(head, properties.data(), sizeof head);
+    properties.remove_prefix(sizeof head);
+    if (head[0] == wanted && head[1] == 4 && properties.size() >= 4) {
+      std::memcpy(&file.branchFeatures, properties.data(), 4);
+    }
+    properties.remove_prefix(std::min<std::size_t>(properties.size(), (std::size_t{head[1]} + 7) / 8 * 8));
+  }
+}
+
+void ReadNotes(ElfImage const& image, ElfSection const& section, ElfFile& file) {
+  Elf_Data* const records = image.Records(section);
+  auto const bytes = [&](std::size_t offset, std::size_t count) -> std::string_view {
+    return {static_cast<char const*>(records->d_buf) + offset, count};
+  };
+  GElf_Nhdr note;
+  std::size_t nameOffset = 0;
+  std::size_t contentOffset = 0;
+  for (std::size_t at = 0;
+       records->d_buf != nullptr && (at = gelf_getnote(records, at, &note, &nameOffset, &contentOffset)) > 0;) {
+    if (bytes(nameOffset, note.n_namesz) != std::string_view("GNU", 4)) continue;
+    std::string_view const content = bytes(contentOffset, note.n_descsz);
+    if (note.n_type == NT_GNU_BUILD_ID) {
+      file.buildId.clear();
+      for (char const byte : content) file.buildId += fmt::format("{:02x}", static_cast<unsigned char>(byte));
+    }
+    if (note.n_type == NT_GNU_PROPERTY_TYPE_0) ReadProperties(content, file.processor, file);
+  }
+}
+
+}  // namespace
+
+ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& tableName) {
+  ElfImage const image(std::move(bytes), path);
+  ElfFile file;
+  file.processor = ReadProcessor(image);
+  ReadSegments(image, file);
+  for (ElfSection const& section : image.sections()) {
+    if (section.header.sh_type == SHT_DYNAMIC) ReadDynamic(image, section, file);
+    if (section.header.sh_type == SHT_DYNSYM) ReadSymbols(image, section, file);
+    if (section.header.sh_type == SHT_NOTE) ReadNotes(image, section, file);
+  }
+  auto const table = std::find_if(file.exports.begin(), file.exports.end(),
+                                  [&](ElfExport const& offered) { return offered.name == tableName; });
+  if (table != file.exports.end()) {
+    file.table = ReadPointers(image, table->address, std::min(table->bytes, kMaximumTableBytes));
+  }
+  return file;
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,60 @@
+// What an ELF shared object says about itself. Nothing of it is run.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace shadingctl {
+
+enum class Processor { kX86_64, kAArch64 };
+
+// A name that the file offers.
+struct ElfExport {
+  std::string name;  // mangled, without a version
+  std::uint64_t address = 0;
+  std::uint64_t bytes = 0;
+  std::optional<std::uint32_t> firstInstruction;  // the first 4 bytes of a function
+};
+
+struct ElfSegment {
+  std::uint64_t fileOffset = 0;
+  std::uint64_t fileBytes = 0;
+  std::uint64_t address = 0;
+  std::uint64_t alignment = 0;
+  bool writable = false;
+  bool executable = false;
+};
+
+// What the loader writes into one pointer: the address of `symbol`, or, where that is empty, `address` in this file.
+struct ElfPointer {
+  std::string symbol;
+  std::uint64_t address = 0;
+};
+
+struct ElfFile {
+  Processor processor = Processor::kX86_64;
+  std::string soname;  // empty: none
+  std::vector<std::string> needed;
+  std::vector<ElfExport> exports;
+  std::vector<std::string> imports;
+  std::vector<ElfSegment> loads;
+  std::optional<ElfSegment> stack;            // how the stack is to be mapped
+  std::optional<ElfSegment> readOnlyLater;    // read-only once relocations are applied
+  bool bindsNow = false;                      // every symbol is bound at load
+  bool relocatesCode = false;                 // the loader has to write into code
+  std::string buildId;                        // hexadecimal; empty: none
+  std::uint32_t branchFeatures = 0;           // GNU property of the processor: bits of kBranchFeatures
+  std::map<std::uint64_t, ElfPointer> table;  // by address: the pointers in the object that ReadElf was asked for
+};
+
+// Of ElfFile::branchFeatures, by processor: indirect-branch tracking and shadow stack, or BTI and PAC.
+constexpr std::uint32_t kBranchFeatures = 3;
+
+// Reads the content of a file; `tableName` is the (mangled) object whose pointers are wanted. Throws UnusableInput,
+// which names `path`, for what is no 64-bit little-endian shared object of one of the two processors, or not whole.
+ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& tableName);
+
+}  // namespace shadingctl
