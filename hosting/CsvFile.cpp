@@ -1,11 +1,13 @@
 #include "hosting/CsvFile.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 #include <system_error>
@@ -14,6 +16,8 @@
 #define CSV_IO_NO_THREAD
 #include <libfccp/csv.h>
 
+#include "hosting/FileDescriptor.h"
+#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 
 namespace hosting {
@@ -23,14 +27,24 @@ namespace {
 // last line to find it. A zero byte would end a line unnoticed, so it is refused.
 class FileBytes : public io::ByteSourceBase {
  public:
-  explicit FileBytes(std::string const& path) : mPath(path), mFile(std::fopen(path.c_str(), "rb"), &std::fclose) {
-    if (mFile == nullptr) Fail(errno);
+  // A pipe is waited for when it is read, not here, so that the wait can be interrupted.
+  explicit FileBytes(std::string const& path)
+      : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {
+    struct stat status = {};
+    if (!mFile || fstat(mFile.number(), &status) != 0) Fail(errno);
+    mMustWait = !S_ISREG(status.st_mode);
   }
 
   int read(char* buffer, int size) override {
     auto const wanted = static_cast<std::size_t>(size);
-    std::size_t got = std::fread(buffer, 1, wanted, mFile.get());
-    if (std::ferror(mFile.get()) != 0) Fail(errno);
+    std::size_t got = 0;
+    while (got < wanted) {
+      if (mMustWait) WaitForInput(mFile.number());
+      ssize_t const more = ::read(mFile.number(), buffer + got, wanted - got);
+      if (more == 0) break;
+      if (more > 0) got += static_cast<std::size_t>(more);
+      if (more < 0 && errno != EINTR && errno != EAGAIN) Fail(errno);
+    }
     if (void const* zero = std::memchr(buffer, 0, got)) {
       throw UnusableInput(fmt::format("{}: expected text, found a zero byte at offset {}", mPath,
                                       mOffset + (static_cast<char const*>(zero) - buffer)));
@@ -47,7 +61,8 @@ class FileBytes : public io::ByteSourceBase {
   }
 
   std::string mPath;
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> mFile;
+  FileDescriptor mFile;
+  bool mMustWait = false;
   std::int64_t mOffset = 0;
   char mLast = '\n';
 };

@@ -1,0 +1,27 @@
+// Ctrl-C and its relatives: remembered at once, acted upon where the program can stop.
+#pragma once
+
+#include <exception>
+
+namespace hosting {
+
+// From now on SIGINT, SIGTERM and SIGHUP only set a flag and interrupt a blocked system call. A signal that the parent
+// process has chosen to ignore stays ignored.
+void RememberInterruptions();
+
+// The first signal that came; 0 as long as none did.
+int InterruptedBy();
+
+// More than one came: whoever still waits for another process gives up.
+bool IsInterruptedAgain();
+
+// Thrown where waiting for another process was interrupted.
+class Interrupted : public std::exception {
+ public:
+  char const* what() const noexcept override { return "interrupted"; }
+};
+
+// Waits until `descriptor` can be read without blocking. Throws Interrupted, also for a signal that came before.
+void WaitForInput(int descriptor);
+
+}  // namespace hosting
