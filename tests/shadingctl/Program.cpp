@@ -1,7 +1,10 @@
 #include "tests/shadingctl/Program.h"
 
+#include <signal.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -9,6 +12,11 @@
 #include <stdexcept>
 
 namespace shadingctl {
+namespace {
+
+std::string const kEnvironment = "env -u VCAM_DEVICE PATH='" PROGRAM_DIRECTORY "':\"$PATH\" ";
+
+}  // namespace
 
 TemporaryDirectory::TemporaryDirectory() {
   std::string path = (std::filesystem::temp_directory_path() / "shadingctl-XXXXXX").string();
@@ -53,9 +61,12 @@ std::string Replaced(std::string text, std::string const& from, std::string cons
   return text;
 }
 
-Outcome RunTool(std::string const& arguments) {
+Outcome RunTool(std::string const& arguments) { return RunScript("exec shadingctl " + arguments); }
+
+Outcome RunScript(std::string const& script) {
   TemporaryDirectory const directory;
-  std::string const command = "env -u VCAM_DEVICE '" SHADINGCTL_PROGRAM "' " + arguments + " >'" + directory.path() +
+  directory.Write("script", script + "\n");
+  std::string const command = kEnvironment + ("sh '" + directory.path()) + "/script' >'" + directory.path() +
                               "/out' 2>'" + directory.path() + "/err'";
   int const status = std::system(command.c_str());
   Outcome outcome;
@@ -63,6 +74,48 @@ Outcome RunTool(std::string const& arguments) {
   outcome.out = ReadFile(directory.path() + "/out");
   outcome.err = ReadFile(directory.path() + "/err");
   return outcome;
+}
+
+StartedTool::StartedTool(std::string const& arguments) {
+  int ends[2];
+  if (pipe(ends) != 0) throw std::runtime_error("no pipe");
+  std::string const command = kEnvironment + ("shadingctl " + arguments) + " 2>'" + mDirectory.path() + "/err'";
+  mProcess = fork();
+  if (mProcess == 0) {
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[0]);
+    close(ends[1]);
+    execl("/bin/sh", "sh", "-c", ("exec " + command).c_str(), nullptr);
+    _exit(127);
+  }
+  close(ends[1]);
+  mPipe = ends[0];
+}
+
+StartedTool::~StartedTool() {
+  close(mPipe);
+  if (mProcess > 0) Finish();
+}
+
+void StartedTool::Await(std::size_t bytes) {
+  char block[4096];
+  while (mOutcome.out.size() < bytes) {
+    ssize_t const got = read(mPipe, block, std::min(bytes - mOutcome.out.size(), sizeof block));
+    if (got <= 0) return;
+    mOutcome.out.append(block, static_cast<std::size_t>(got));
+  }
+}
+
+void StartedTool::Signal(int signal) const { kill(mProcess, signal); }
+
+Outcome StartedTool::Finish() {
+  Await(std::string::npos);
+  int status = 0;
+  waitpid(mProcess, &status, 0);
+  mProcess = -1;
+  if (WIFEXITED(status)) mOutcome.exitCode = WEXITSTATUS(status);
+  mOutcome.err = ReadFile(mDirectory.path() + "/err");
+  return mOutcome;
 }
 
 void WriteWorkedRecording(TemporaryDirectory const& directory) {

@@ -12,9 +12,6 @@ struct Outcome {
   std::string err;
 };
 
-// Runs the program with arguments in the shell's syntax, without a device in its environment.
-Outcome RunTool(std::string const& arguments);
-
 // A directory that goes away with the object.
 class TemporaryDirectory {
  public:
@@ -28,6 +25,33 @@ class TemporaryDirectory {
 
  private:
   std::string mPath;
+};
+
+// Runs the program with arguments in the shell's syntax, without a device in its environment.
+Outcome RunTool(std::string const& arguments);
+
+// Runs a shell script, in which `shadingctl` is the program, in the current directory.
+Outcome RunScript(std::string const& script);
+
+// The program at work in the background, with its standard output in a pipe.
+class StartedTool {
+ public:
+  explicit StartedTool(std::string const& arguments);
+  ~StartedTool();
+  StartedTool(StartedTool const&) = delete;
+  StartedTool& operator=(StartedTool const&) = delete;
+
+  // Waits for that much of its output.
+  void Await(std::size_t bytes);
+  void Signal(int signal) const;
+  // Reads the rest and waits for the end.
+  Outcome Finish();
+
+ private:
+  TemporaryDirectory const mDirectory;
+  int mProcess = -1;
+  int mPipe = -1;
+  Outcome mOutcome;
 };
 
 std::string ReadFile(std::string const& path);

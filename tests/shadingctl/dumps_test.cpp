@@ -201,7 +201,7 @@ TEST_F(ReplayedDumps, RelativePathsMeanWhatTheUserWrote) {
   mPlace.Write("session/device.json",
                R"({"configuration": {"FeatureOisCompensationSupport": {"sensorMaps": [4, 6]}},
                    "sensors": [{"sensorId": 4, "sensorIndex": 0, "device": 1}]})");
-  fs::create_symlink(fs::path(SHADINGCTL_PROGRAM).parent_path().parent_path() / "lib", "lib");
+  fs::create_symlink(fs::path(PROGRAM_DIRECTORY).parent_path() / "lib", "lib");
   Outcome const outcome = RunTool(
       "replay session --device session --library lib/libvcam_shadingutil.so --type 1 --dump capture --dump-dir dumps "
       "--quiet --format csv -o result.csv");

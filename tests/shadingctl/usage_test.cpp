@@ -54,5 +54,46 @@ INSTANTIATE_TEST_SUITE_P(
         CommandLine{"calibration -o /dev/full", 3, "/dev/full: cannot be written"},
         CommandLine{"calibration --camera 0 --raw /dev/full", 3, "/dev/full: cannot be written"}));
 
+INSTANTIATE_TEST_SUITE_P(
+    Numbers, Usage,
+    testing::Values(
+        CommandLine{"generate x --hall-rate nan", 2, "--hall-rate: expected a number from 1 to 100000, found 'nan'"},
+        CommandLine{"generate x --frame-rate inf", 2, "--frame-rate: expected a number from 1 to 1000, found 'inf'"},
+        CommandLine{"generate x --overlap -nan", 2, "--overlap: expected a number from 0 to 1, found '-nan'"},
+        CommandLine{"generate x --drop nan", 2, "--drop: expected a number from 0 to 0.5, found 'nan'"},
+        CommandLine{"generate x --drop 0x1p-2", 2, "--drop: expected a number from 0 to 0.5, found '0x1p-2'"},
+        CommandLine{"generate x --overlap 00.5", 2, "--overlap: expected a number from 0 to 1, found '00.5'"},
+        CommandLine{"generate x --frames 010", 2, "--frames: expected a whole number from 1 to 100000000, found '010'"},
+        CommandLine{"generate x --frames 0x10", 2, "found '0x10'"},
+        CommandLine{"generate x --frames 1e3", 2, "found '1e3'"},
+        CommandLine{"generate x --frames 10.", 2, "found '10.'"}, CommandLine{"generate x --frames ''", 2, "found ''"},
+        CommandLine{"generate x --frames 4294967297", 2, "found '4294967297'"},
+        CommandLine{"generate x --jitter-us 1000001", 2,
+                    "--jitter-us: expected a whole number from 0 to 1000000, found '1000001'"},
+        CommandLine{"generate x --seed -1", 2,
+                    "--seed: expected a whole number from 0 to 18446744073709551615, found '-1'"},
+        CommandLine{"generate x --seed 18446744073709551616", 2, "found '18446744073709551616'"},
+        CommandLine{"generate x --frames 49 --late 10", 2,
+                    "--late: expected at most 9, a fifth of the session, found 10"},
+        CommandLine{"generate x --frames 50 --frame-rate 100 --pause-us 100001", 2,
+                    "--pause-us: expected at most 100000, a fifth of the session, found 100001"},
+        CommandLine{"replay --camera 2147483648", 2,
+                    "--camera: expected a whole number from -2147483648 to 2147483647, found '2147483648'"},
+        CommandLine{"replay --log-level 04", 2, "--log-level: expected a whole number from 0 to 9, found '04'"},
+        CommandLine{"replay --type 00", 2, "--type: 00 not in {0,1,4,5,6}"},
+        CommandLine{"calibration --camera 01", 2, "--camera: expected a whole number from 0 to 13, found '01'"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    EmptyValues, Usage,
+    testing::Values(CommandLine{"replay ''", 2, "RECORDING: expected a value, found an empty text"},
+                    CommandLine{"replay --library ''", 2, "--library: expected a value, found an empty text"},
+                    CommandLine{"replay --device ''", 2, "--device: expected a value"},
+                    CommandLine{"replay -o ''", 2, "--output: expected a value"},
+                    CommandLine{"replay --log ''", 2, "--log: expected a value"},
+                    CommandLine{"replay --dump preview --dump-dir ''", 2, "--dump-dir: expected a value"},
+                    CommandLine{"generate ''", 2, "DIR: expected a value"},
+                    CommandLine{"calibration --camera 0 --raw ''", 2, "--raw: expected a value"},
+                    CommandLine{"dumps x ''", 2, "DIR: expected a value"}));
+
 }  // namespace
 }  // namespace shadingctl

@@ -1,9 +1,17 @@
 // shadingctl: the shading library on a desk, from the command line.
-#include <CLI/CLI.hpp>
-#include <cstdio>
-#include <exception>
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
 
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <sstream>
+
+#include "hosting/Interruption.h"
 #include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/output/OutputFile.h"
 
 namespace {
 
@@ -18,7 +26,20 @@ constexpr char const* kExamples = R"(Examples:
   shadingctl dumps camera_dump                     OIS hall dump files of a phone
   shadingctl doctor libvcam_shadingutil.so         a library before it is installed
 
-Exit codes: 0 done, 1 a check found a difference, 2 wrong usage, 3 unusable input.)";
+Exit codes: 0 done, 1 a check found a difference, 2 wrong usage, 3 unusable input or
+output, 130 interrupted.)";
+
+// The text of --help and --version is a result like any other; that of a refusal goes to standard error.
+int Answer(CLI::App const& app, CLI::ParseError const& error) {
+  std::ostringstream asked;
+  std::ostringstream refused;
+  int const code = app.exit(error, asked, refused);
+  shadingctl::TellPlainly(refused.str());
+  shadingctl::OutputFile console(shadingctl::kStandardOutput);
+  console.Write(asked.str());
+  console.Finish();
+  return code == 0 ? shadingctl::kExitDone : shadingctl::kExitUsage;
+}
 
 int Run(int argc, char** argv) {
   CLI::App app{"Loads the shading library as a camera process does, plays recordings to it and shows its answers."};
@@ -33,22 +54,42 @@ int Run(int argc, char** argv) {
   shadingctl::AddDoctorCommand(app, chosen);
   try {
     app.parse(argc, argv);
+    for (CLI::App const* const command : app.get_subcommands()) shadingctl::RefuseEmptyValues(*command);
   } catch (CLI::ParseError const& error) {
-    return app.exit(error) == 0 ? shadingctl::kExitDone : shadingctl::kExitUsage;
+    return Answer(app, error);
   }
   if (chosen) return chosen();
-  std::fputs("A subcommand is required\nRun with --help for more information.\n", stderr);
+  shadingctl::TellPlainly("A subcommand is required\nRun with --help for more information.\n");
   return shadingctl::kExitUsage;
+}
+
+// A standard stream that the parent process has closed would be the first file that is opened. What takes its place
+// can only be used the other way round, so that reading or writing it fails as it should.
+void OccupyStandardStreams() {
+  for (int const stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  OccupyStandardStreams();
+  hosting::RememberInterruptions();
+  signal(SIGPIPE, SIG_IGN);  // writing then fails, and what was begun is cleaned up
+  signal(SIGXFSZ, SIG_IGN);
   try {
     return Run(argc, argv);
+  } catch (hosting::Interrupted const&) {
+    shadingctl::Tell("interrupted; nothing was written");
+    return shadingctl::kExitSignal + hosting::InterruptedBy();
+  } catch (shadingctl::ReaderIsGone const&) {
+    // Everything is cleaned up; now end as a program does whose output nobody reads.
+    signal(SIGPIPE, SIG_DFL);
+    raise(SIGPIPE);
+    return shadingctl::kExitUnusable;
   } catch (std::exception const& error) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "shadingctl: %s\n", error.what());
+    shadingctl::Tell(error.what());
     return shadingctl::kExitUnusable;
   }
 }

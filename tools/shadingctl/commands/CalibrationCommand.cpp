@@ -2,8 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdlib>
-#include <map>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,52 +10,45 @@
 
 #include "hosting/HostLibrary.h"
 #include "hosting/UnusableInput.h"
-#include "platform/desktop/DeviceFile.h"
 #include "tools/shadingctl/calibration/CalibrationFiles.h"
 #include "tools/shadingctl/calibration/CalibrationVerdict.h"
 #include "tools/shadingctl/calibration/CalibrationWriter.h"
 #include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/output/FileIdentity.h"
 
 namespace shadingctl {
 namespace {
 
-std::map<std::string, Format> const kFormats = {
-    {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
-
 struct Arguments {
   std::optional<int> camera;  // empty: all
-  std::string format = "table";
-  std::string output;   // empty: standard output
-  std::string raw;      // empty: nowhere
-  std::string device;   // empty: the device of the environment, or the built-in one
-  std::string library;  // empty: the one built beside the tool
+  Format format = Format::kTable;
+  std::string output;
+  std::string raw;  // empty: nowhere
+  std::string device;
+  std::string library;
 };
 
-std::string DeviceDirectory(Arguments const& arguments) {
-  if (!arguments.device.empty()) return arguments.device;
-  char const* const directory = std::getenv("VCAM_DEVICE");
-  return directory == nullptr ? "" : directory;
-}
-
-void WriteRaw(CameraCalibration const& camera, std::string const& path) {
-  if (!camera.block) {
-    fmt::print(stderr, "shadingctl: {}: not written, as the library hands out no block\n", path);
-    return;
+// What the command reads, as far as it can name it.
+std::vector<std::string> InputsOf(ChosenDevice const& device, std::string const& library) {
+  std::vector<std::string> inputs = FilesOf(device, library);
+  std::error_code failure;
+  if (device.directory.empty()) return inputs;
+  for (auto const& entry : std::filesystem::directory_iterator(device.directory + "/eeprom", failure)) {
+    inputs.push_back(entry.path().string());
   }
-  OutputFile raw(path);
-  raw.Write({reinterpret_cast<char const*>(camera.block->data()), camera.block->size()});
-  raw.Finish();
+  return inputs;
 }
 
 // Nothing is left behind when this returns, whatever becomes of the output.
-std::vector<CameraCalibration> AskAll(Arguments const& arguments, std::string const& directory,
-                                      desktop::DeviceSettings const& settings, std::vector<int> const& indices) {
+std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string const& libraryPath,
+                                      std::vector<int> const& indices) {
   ScratchDirectory const scratch;
-  MountDumpFiles(directory, scratch);
+  MountDumpFiles(chosen.directory, scratch);
   desktop::Device& device = desktop::Device::Get();
-  device.Configure(settings);
-  VeyraShadingUtil& library =
-      hosting::LoadShadingLibrary(arguments.library.empty() ? hosting::DefaultLibraryPath() : arguments.library);
+  device.Configure(chosen.settings);
+  VeyraShadingUtil& library = hosting::LoadShadingLibrary(libraryPath);
   std::vector<CameraCalibration> cameras;
   cameras.reserve(indices.size());
   for (int const index : indices) cameras.push_back(AskCalibration(library, device, index));
@@ -64,18 +56,28 @@ std::vector<CameraCalibration> AskAll(Arguments const& arguments, std::string co
 }
 
 int RunCalibration(Arguments const& arguments) {
-  std::string const directory = DeviceDirectory(arguments);
-  desktop::DeviceSettings settings = directory.empty() ? desktop::BuiltInDevice() : desktop::LoadDevice(directory);
-  settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
-  std::vector<int> const indices = arguments.camera ? std::vector<int>{*arguments.camera} : CamerasOf(settings);
-  if (indices.empty()) throw hosting::UnusableInput(fmt::format("{}: expected a device with cameras", directory));
+  ChosenDevice device = ChooseDevice(arguments.device);
+  device.settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
+  std::vector<int> const indices = arguments.camera ? std::vector<int>{*arguments.camera} : CamerasOf(device.settings);
+  if (indices.empty())
+    throw hosting::UnusableInput(fmt::format("{}: expected a device with cameras", device.directory));
 
-  std::vector<CameraCalibration> const cameras = AskAll(arguments, directory, settings, indices);
-  OutputFile output = arguments.output.empty() ? OutputFile() : OutputFile(arguments.output);
-  WriteCalibration(kFormats.at(arguments.format), output,
-                   directory.empty() ? "the built-in device" : "the device in " + directory, cameras);
-  output.Finish();
-  if (!arguments.raw.empty()) WriteRaw(cameras.front(), arguments.raw);
+  std::string const library = ChooseLibrary(arguments.library);
+  std::vector<std::string> outputs = {arguments.output};
+  if (!arguments.raw.empty()) outputs.push_back(arguments.raw);
+  RefuseOverwriting(InputsOf(device, library), outputs);
+  // Opened before anything is mounted: what is below /mnt is out of reach after that.
+  OutputFile output(arguments.output);
+  std::optional<OutputFile> raw;
+  if (!arguments.raw.empty()) raw.emplace(arguments.raw);
+
+  std::vector<CameraCalibration> const cameras = AskAll(device, library, indices);
+  WriteCalibration(arguments.format, output,
+                   device.directory.empty() ? "the built-in device" : "the device in " + device.directory, cameras);
+  auto const& block = cameras.front().block;
+  if (raw && block) raw->Write({reinterpret_cast<char const*>(block->data()), block->size()});
+  OutputFile::FinishAll({&output, raw && block ? &*raw : nullptr});
+  if (raw && !block) Tell(fmt::format("{}: not written, as the library hands out no block", arguments.raw));
   bool const isSound = std::all_of(cameras.begin(), cameras.end(), [](CameraCalibration const& camera) {
     return JudgeTable(camera).sound && JudgeBlock(camera).sound;
   });
@@ -105,17 +107,12 @@ void AddCalibrationCommand(CLI::App& app, Command& chosen) {
   CLI::App* const command =
       app.add_subcommand("calibration", "Show cameras' calibration data and what the library makes of them");
   command->footer(kExamples);
-  auto* const camera = command->add_option("--camera", arguments->camera, "Sensor index; its mask is 1 << N")
-                           ->check(CLI::Range(0, kSensorSlotCount - 1));
+  auto* const camera =
+      AddNumber(*command, "--camera", arguments->camera, 0, kSensorSlotCount - 1, "Sensor index; its mask is 1 << N");
   command->add_flag("--all", "Every camera of the device; so it is without --camera")->excludes(camera);
-  command->add_option("--format", arguments->format, "How to show the result")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"table", "csv", "json"}));
-  command->add_option("-o,--output", arguments->output, "Write the result to this file");
+  AddResultOptions(*command, arguments->format, arguments->output);
   command->add_option("--raw", arguments->raw, "Write the camera's block to this file, as handed out")->needs(camera);
-  command->add_option("--device", arguments->device,
-                      "Directory with device.json and eeprom/; by default a built-in device");
-  command->add_option("--library", arguments->library, "The shading library; by default the one built beside the tool");
+  AddHostOptions(*command, arguments->device, arguments->library);
   command->callback([arguments, &chosen] { chosen = [arguments] { return RunCalibration(*arguments); }; });
 }
 

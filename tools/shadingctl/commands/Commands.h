@@ -13,6 +13,7 @@ constexpr int kExitDone = 0;
 constexpr int kExitDifference = 1;
 constexpr int kExitUsage = 2;
 constexpr int kExitUnusable = 3;
+constexpr int kExitSignal = 128;  // and the signal's number: 130 after Ctrl-C
 
 // What the command line asks for; runs after the command line was understood and answers the exit code.
 using Command = std::function<int()>;

@@ -10,9 +10,11 @@
 
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/doctor/DiagnosisWriter.h"
 #include "tools/shadingctl/doctor/LoadTrial.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
+#include "tools/shadingctl/output/FileIdentity.h"
 
 namespace shadingctl {
 namespace {
@@ -23,7 +25,7 @@ constexpr std::size_t kMaximumBytes = std::size_t{256} << 20U;
 struct Arguments {
   std::string library;
   std::string format = "table";
-  std::string output;  // empty: standard output
+  std::string output = kStandardOutput;
   bool load = false;
 };
 
@@ -46,9 +48,10 @@ std::string ReadWhole(std::string const& path) {
 }
 
 int RunDoctor(Arguments const& arguments) {
+  RefuseOverwriting({arguments.library}, {arguments.output});
   std::vector<Finding> findings = Diagnose(ReadElf(ReadWhole(arguments.library), arguments.library, kTableName));
   if (arguments.load) findings.push_back(TryToLoad(arguments.library));
-  OutputFile output = arguments.output.empty() ? OutputFile() : OutputFile(arguments.output);
+  OutputFile output(arguments.output);
   if (arguments.format == "json") {
     WriteDiagnosisJson(output, arguments.library, findings);
   } else {
@@ -79,7 +82,7 @@ void AddDoctorCommand(CLI::App& app, Command& chosen) {
   command->add_option("--format", arguments->format, "How to show the result")
       ->capture_default_str()
       ->check(CLI::IsMember({"table", "json"}));
-  command->add_option("-o,--output", arguments->output, "Write the result to this file");
+  AddOutput(*command, arguments->output);
   command->add_flag("--load", arguments->load, "Load it too, in a process of its own, and ask for its object");
   command->callback([arguments, &chosen] { chosen = [arguments] { return RunDoctor(*arguments); }; });
 }

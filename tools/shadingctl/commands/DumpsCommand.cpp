@@ -1,8 +1,5 @@
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <map>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -10,18 +7,18 @@
 
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/dumps/HallDumpWriter.h"
+#include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/output/FileIdentity.h"
 
 namespace shadingctl {
 namespace {
 
-std::map<std::string, Format> const kFormats = {
-    {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
-
 struct Arguments {
   std::vector<std::string> directories;
-  std::string format = "table";
-  std::string output;  // empty: standard output
+  Format format = Format::kTable;
+  std::string output;
   bool samples = false;
 };
 
@@ -38,7 +35,7 @@ int RunDumps(Arguments const& arguments) {
   std::vector<NamedDump> dumps;
   int exitCode = kExitDone;
   auto const complain = [&](std::string const& complaint) {
-    fmt::print(stderr, "{}\n", complaint);
+    TellPlainly(complaint + "\n");
     exitCode = std::max(exitCode, kExitDifference);
   };
   for (std::string const& directory : arguments.directories) {
@@ -50,12 +47,15 @@ int RunDumps(Arguments const& arguments) {
     }
   }
   if (dumps.empty()) {
-    if (exitCode != kExitUnusable) fmt::print(stderr, "shadingctl: expected OIS hall dump files, found none to read\n");
+    if (exitCode != kExitUnusable) Tell("expected OIS hall dump files, found none to read");
     return kExitUnusable;
   }
   std::stable_sort(dumps.begin(), dumps.end(), IsBefore);
-  OutputFile output = arguments.output.empty() ? OutputFile() : OutputFile(arguments.output);
-  WriteDumps(kFormats.at(arguments.format), output, dumps, arguments.samples);
+  std::vector<std::string> inputs;
+  for (NamedDump const& named : dumps) inputs.push_back(named.file);
+  RefuseOverwriting(inputs, {arguments.output});
+  OutputFile output(arguments.output);
+  WriteDumps(arguments.format, output, dumps, arguments.samples);
   output.Finish();
   return exitCode;
 }
@@ -78,10 +78,7 @@ void AddDumpsCommand(CLI::App& app, Command& chosen) {
   CLI::App* const command = app.add_subcommand("dumps", "Check OIS hall dump files and list their frames");
   command->footer(kExamples);
   command->add_option("DIR", arguments->directories, "Directories with dump files, as pulled from a phone")->required();
-  command->add_option("--format", arguments->format, "How to show the result")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"table", "csv", "json"}));
-  command->add_option("-o,--output", arguments->output, "Write the result to this file");
+  AddResultOptions(*command, arguments->format, arguments->output);
   command->add_flag("--samples", arguments->samples, "List the samples of each span too; JSON always does");
   command->callback([arguments, &chosen] { chosen = [arguments] { return RunDumps(*arguments); }; });
 }

@@ -2,10 +2,15 @@
 
 #include <CLI/CLI.hpp>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/session/RecordingWriter.h"
 #include "tools/shadingctl/session/SyntheticSession.h"
 
@@ -18,21 +23,40 @@ struct Arguments {
   double frameRateHz = 60;
   double hallRateHz = 1000;
   std::int64_t jitterUs = 80;
-  std::int64_t pauseUs = 20000;
+  std::optional<std::int64_t> pauseUs;
+  std::optional<std::uint32_t> lateFrames;
   SyntheticOptions session;
 };
 
 std::int64_t IntervalNs(double rateHz) { return std::llround(1e9 / rateHz); }
 
-int Generate(Arguments const& arguments) {
+// Throws CLI::ValidationError when a trouble would take more than its part of the session.
+SyntheticOptions OptionsFrom(Arguments const& arguments) {
   SyntheticOptions options = arguments.session;
   options.frameIntervalNs = IntervalNs(arguments.frameRateHz);
   options.hallIntervalNs = IntervalNs(arguments.hallRateHz);
   options.jitterNs = arguments.jitterUs * 1000;
-  options.pauseNs = arguments.pauseUs * 1000;
+  auto const refuse = [&](char const* option, auto most, auto found) {
+    throw CLI::ValidationError(option,
+                               fmt::format("expected at most {}, a fifth of the session, found {}", most, found));
+  };
+  if (arguments.lateFrames) {
+    options.lateFrames = *arguments.lateFrames;
+    if (options.lateFrames > options.MostLateFrames()) refuse("--late", options.MostLateFrames(), options.lateFrames);
+  }
+  if (arguments.pauseUs) {
+    options.pauseNs = *arguments.pauseUs * 1000;
+    if (options.pauseNs > options.MostPauseNs()) refuse("--pause-us", options.MostPauseNs() / 1000, *arguments.pauseUs);
+  }
+  return options;
+}
+
+int Generate(Arguments const& arguments, SyntheticOptions const& options) {
   SyntheticSession session(options);
   RecordingSize const size = WriteRecording(session, arguments.directory, arguments.force);
-  fmt::print("{}: {} frames, {} samples\n", arguments.directory, size.frames, size.samples);
+  OutputFile console(kStandardOutput);
+  console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.frames, size.samples));
+  console.Finish();
   return kExitDone;
 }
 
@@ -50,28 +74,29 @@ void AddGenerateCommand(CLI::App& app, Command& chosen) {
   SyntheticOptions& session = arguments->session;
   CLI::App* const command = app.add_subcommand("generate", "Write a synthetic session as a recording");
   command->footer(kExamples);
-  command->option_defaults()->always_capture_default();
   command->add_option("DIR", arguments->directory, "Directory for frames.csv and hall.csv; made when missing")
       ->required();
-  command->add_option("--frames", session.frames, "Number of frames, the dropped ones included")
-      ->check(CLI::Range(1U, 100000000U));
-  command->add_option("--frame-rate", arguments->frameRateHz, "Frames a second")->check(CLI::Range(1.0, 1000.0));
-  command->add_option("--hall-rate", arguments->hallRateHz, "Hall samples a second")->check(CLI::Range(1.0, 100000.0));
-  command->add_option("--jitter-us", arguments->jitterUs, "A sample's time is off by at most so many us")
-      ->check(CLI::Range(0, 1000000));
-  command->add_option("--overlap", session.overlap, "Share of the batches that repeat the end of the one before")
-      ->check(CLI::Range(0.0, 1.0));
-  command->add_option("--drop", session.drop, "Share of the frames that are missing, at most a half")
-      ->check(CLI::Range(0.0, 0.5));
-  command->add_option("--late", session.lateFrames,
-                      "So many frames in a row get their samples only afterwards; at most a fifth of them");
-  command
-      ->add_option("--pause-us", arguments->pauseUs,
-                   "Once, there is no sample for so many us; at most a fifth of the session")
-      ->check(CLI::Range(0, 10000000));
-  command->add_option("--seed", session.seed, "Another seed, another session");
-  command->add_flag("--force", arguments->force, "Overwrite a recording that is there already");
-  command->callback([arguments, &chosen] { chosen = [arguments] { return Generate(*arguments); }; });
+  AddNumber(*command, "--frames", session.frames, 1U, 100000000U, "Number of frames, the dropped ones included");
+  AddNumber(*command, "--frame-rate", arguments->frameRateHz, 1.0, 1000.0, "Frames a second");
+  AddNumber(*command, "--hall-rate", arguments->hallRateHz, 1.0, 100000.0, "Hall samples a second");
+  AddNumber(*command, "--jitter-us", arguments->jitterUs, std::int64_t{0}, std::int64_t{1000000},
+            "A sample's time is off by at most so many us");
+  AddNumber(*command, "--overlap", session.overlap, 0.0, 1.0,
+            "Share of the batches that repeat the end of the one before");
+  AddNumber(*command, "--drop", session.drop, 0.0, 0.5, "Share of the frames that are missing");
+  AddNumber(
+      *command, "--late", arguments->lateFrames, 0U, 20000000U,
+      "So many frames in a row get their samples only afterwards; at most a fifth of the frames. By default 8, or "
+      "as many as that allows");
+  AddNumber(*command, "--pause-us", arguments->pauseUs, std::int64_t{0}, std::int64_t{20000000000000},
+            "Once, there is no sample for so many us; at most a fifth of the session. By default 20000, or as many as "
+            "that allows");
+  AddNumber(*command, "--seed", session.seed, std::uint64_t{0}, std::numeric_limits<std::uint64_t>::max(),
+            "Another seed, another session");
+  command->add_flag("--force", arguments->force, "Replace a recording that is there already");
+  command->callback([arguments, &chosen] {
+    chosen = [arguments, options = OptionsFrom(*arguments)] { return Generate(*arguments, options); };
+  });
 }
 
 }  // namespace shadingctl

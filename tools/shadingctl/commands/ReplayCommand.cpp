@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,9 +15,11 @@
 
 #include "hosting/FrameRecording.h"
 #include "hosting/HostLibrary.h"
-#include "platform/desktop/DeviceFile.h"
 #include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/Progress.h"
 #include "tools/shadingctl/output/ResultWriter.h"
@@ -33,16 +36,14 @@ constexpr char const* kCaptureDumpProperty = "vendor.debug.capture.lsc.ois.dump"
 constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
 
 std::map<std::string, int> const kModes = {{"mean", 1}, {"maximum", 2}, {"middle", 3}, {"last", 4}};
-std::map<std::string, Format> const kFormats = {
-    {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
 
 struct Arguments {
   std::string recording;  // empty: the built-in session
-  std::string output;     // empty: standard output
-  std::string device;     // empty: the device of the environment, or the built-in one
-  std::string library;    // empty: the one built beside the tool
-  std::string log;        // empty: none
-  std::string format = "table";
+  std::string output;
+  std::string device;
+  std::string library;
+  std::string log;  // empty: none
+  Format format = Format::kTable;
   std::string mode;  // empty: as the device says
   std::vector<std::string> dumps;
   std::string dumpDirectory;  // with `dumps` only
@@ -63,15 +64,13 @@ void StartDumping(Arguments const& arguments) {
   bool const isPreview = arguments.type == kShadingPreview || arguments.type == kShadingPreviewPair2;
   DumpKind const kind = isPreview ? DumpKind::kPreview : DumpKind::kCapture;
   if (!Dumps(arguments, kind)) {
-    fmt::print(stderr, "shadingctl: frames of type {} write {} dumps, which --dump does not name: there will be none\n",
-               arguments.type, Name(kind));
+    Tell(fmt::format("frames of type {} write {} dumps, which --dump does not name: there will be none", arguments.type,
+                     Name(kind)));
   }
   SendDumpsBelow(arguments.dumpDirectory);
 }
 
-desktop::DeviceSettings SettingsFor(Arguments const& arguments) {
-  desktop::DeviceSettings settings =
-      arguments.device.empty() ? desktop::Device::Get().Settings() : desktop::LoadDevice(arguments.device);
+desktop::DeviceSettings SettingsFor(Arguments const& arguments, desktop::DeviceSettings settings) {
   settings.properties[kLogProperty] = arguments.logLevel;
   if (!arguments.mode.empty()) settings.properties[kModeProperty] = kModes.at(arguments.mode);
   if (!arguments.dumps.empty()) {
@@ -136,32 +135,45 @@ void PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Su
   summary.Close(session.oddities(), replay.batches(), passed.count());
 }
 
-// The summary stands where it does not mix with rows that another program reads.
+// The summary stands where it does not mix with what another program reads.
 void ShowSummary(Summary const& summary, Arguments const& arguments) {
   if (arguments.quiet) return;
-  bool const toFile = !arguments.output.empty();
-  if (!toFile && arguments.format == "json") return;  // it is part of the object
-  if (!toFile && arguments.format == "csv") {
-    fmt::print(stderr, "{}", summary.Text());
+  bool const rowsAreShown = arguments.output == kStandardOutput;
+  if (rowsAreShown && arguments.format == Format::kJson) return;  // it is part of the object
+  if ((rowsAreShown && arguments.format == Format::kCsv) || arguments.log == kStandardOutput) {
+    TellPlainly(summary.Text());
     return;
   }
-  OutputFile console;
-  console.Write((toFile ? "" : "\n") + summary.Text());
+  OutputFile console(kStandardOutput);
+  console.Write((rowsAreShown ? "\n" : "") + summary.Text());
   console.Finish();
 }
 
+void RefuseOverwritingInputs(Arguments const& arguments, ChosenDevice const& device, std::string const& library) {
+  std::vector<std::string> inputs = FilesOf(device, library);
+  if (!arguments.recording.empty()) {
+    inputs.push_back(arguments.recording + "/frames.csv");
+    inputs.push_back(arguments.recording + "/hall.csv");
+  }
+  std::vector<std::string> outputs = {arguments.output};
+  if (!arguments.log.empty()) outputs.push_back(arguments.log);
+  RefuseOverwriting(inputs, outputs);
+}
+
 int RunReplay(Arguments const& arguments) {
+  ChosenDevice const chosen = ChooseDevice(arguments.device);
+  std::string const path = ChooseLibrary(arguments.library);
+  RefuseOverwritingInputs(arguments, chosen, path);
   std::unique_ptr<hosting::Session> const session = OpenSession(arguments.recording, !arguments.dumps.empty());
   desktop::Device& device = desktop::Device::Get();
-  desktop::DeviceSettings const settings = SettingsFor(arguments);
+  desktop::DeviceSettings const settings = SettingsFor(arguments, chosen.settings);
   device.Configure(settings);
-  std::string const path = arguments.library.empty() ? hosting::DefaultLibraryPath() : arguments.library;
   VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
 
   std::optional<OutputFile> log;
   if (!arguments.log.empty()) log.emplace(arguments.log);
-  OutputFile output = arguments.output.empty() ? OutputFile() : OutputFile(arguments.output);
-  auto const writer = MakeResultWriter(kFormats.at(arguments.format), output);
+  OutputFile output(arguments.output);
+  auto const writer = MakeResultWriter(arguments.format, output);
   Summary summary(arguments.logLevel);
   StartDumping(arguments);
 
@@ -175,11 +187,10 @@ int RunReplay(Arguments const& arguments) {
     writer->Begin({session->Name(), path, options.camera.sensorId, options.camera.sensorType, arguments.type,
                    ModeOf(settings), arguments.logLevel, arguments.resetMatched});
     PlayAll(*session, replay, *writer, summary, arguments.quiet);
-    if (!replay.complaint().empty()) fmt::print(stderr, "shadingctl: {}\n", replay.complaint());
+    if (!replay.complaint().empty()) Tell(replay.complaint());
   }
   writer->End(summary);
-  output.Finish();
-  if (log) log->Finish();
+  OutputFile::FinishAll({&output, log ? &*log : nullptr});
   ShowSummary(summary, arguments);
   return kExitDone;
 }
@@ -208,27 +219,21 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
   command->footer(kExamples);
   command->add_option("RECORDING", arguments->recording,
                       "Directory with frames.csv and hall.csv; without it, a built-in session");
-  command->add_option("--format", arguments->format, "How to show the result")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"table", "csv", "json"}));
-  command->add_option("-o,--output", arguments->output,
-                      "Write the result to this file, the summary to standard output");
+  AddResultOptions(*command, arguments->format, arguments->output);
   command->add_option("--mode", arguments->mode, "How a span becomes a position; by default as the device says")
       ->check(CLI::IsMember({"mean", "maximum", "middle", "last"}));
   command
-      ->add_option("--type", arguments->type,
-                   "Kind of frame as the host numbers it: previews 0 and 4, captures 1, 5 and 6")
-      ->capture_default_str()
-      ->capture_default_str()
-      ->check(CLI::IsMember({0, 1, 4, 5, 6}));
-  command->add_option("--camera", arguments->camera, "Sensor id; by default the first of the device's sensor map");
+      ->add_option_function<std::string>(
+          "--type", [arguments](std::string const& digit) { arguments->type = digit[0] - '0'; },
+          "Kind of frame as the host numbers it: previews 0 and 4, captures 1, 5 and 6")
+      ->default_str("0")
+      ->check(CLI::IsMember({"0", "1", "4", "5", "6"}));
+  AddNumber(*command, "--camera", arguments->camera, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
+            "Sensor id; by default the first of the device's sensor map");
   command->add_flag("--reset-matched", arguments->resetMatched,
                     "Clear the flag before each frame: without a start the position stays");
-  command
-      ->add_option("--log-level", arguments->logLevel,
-                   "The library's own level: below 4 it tells no ages, below 1 no spans")
-      ->capture_default_str()
-      ->check(CLI::Range(0, 9));
+  AddNumber(*command, "--log-level", arguments->logLevel, 0, 9,
+            "The library's own level: below 4 it tells no ages, below 1 no spans");
   auto* const dump = command
                          ->add_option("--dump", arguments->dumps,
                                       "Let the library write OIS hall dump files: preview (of frame types 0 and 4), "
@@ -242,9 +247,9 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
                           "Where to: one file per matched frame in DIR/data/vendor/camera_dump, which is made");
   dump->needs(dumpDirectory);
   dumpDirectory->needs(dump)->type_name("DIR");
-  command->add_option("--device", arguments->device, "Directory with device.json; by default a built-in device");
-  command->add_option("--library", arguments->library, "The shading library; by default the one built beside the tool");
-  command->add_option("--log", arguments->log, "Write every message of the library to this file");
+  AddHostOptions(*command, arguments->device, arguments->library);
+  command->add_option("--log", arguments->log, "Write every message of the library to this file; - is standard output")
+      ->type_name("FILE");
   command->add_flag("--quiet", arguments->quiet, "The rows only: no summary, no progress bar");
   command->callback([arguments, &chosen] { chosen = [arguments] { return RunReplay(*arguments); }; });
 }

@@ -1,34 +1,129 @@
 #include "tools/shadingctl/output/OutputFile.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <filesystem>
 #include <system_error>
 
+#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
+#include "tools/shadingctl/output/FileIdentity.h"
 
 namespace shadingctl {
+namespace {
 
-OutputFile::OutputFile() : mName("standard output"), mFile(stdout, [](std::FILE*) { return 0; }) {}
+constexpr std::size_t kBlock = std::size_t{64} * 1024;  // handed to the system at once
+constexpr unsigned int kPermissions = 0666;             // of a new file, less the process's mask
+constexpr unsigned int kModeBits = 07777;               // of an old file, kept
 
-OutputFile::OutputFile(std::string const& path) : mName(path), mFile(std::fopen(path.c_str(), "wb"), &std::fclose) {
-  if (mFile == nullptr) Fail(errno);
+}  // namespace
+
+OutputFile::OutputFile(std::string const& path) : mName(path) {
+  mBuffer.reserve(kBlock);
+  struct stat status = {};
+  if (path == kStandardOutput) {
+    mName = "standard output";
+    mIsStandardOutput = true;
+    mFile = hosting::FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
+    if (!mFile) Fail(errno);
+  } else if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    mFile = hosting::FileDescriptor(open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+    if (!mFile && errno == EINTR) throw hosting::Interrupted();  // a pipe without a reader
+    if (!mFile) Fail(errno);
+  } else {
+    OpenBesideTarget(WithoutLinks(path), status.st_nlink != 0, status.st_mode);
+  }
+  mIsTerminal = isatty(mFile.number()) == 1;
+}
+
+void OutputFile::OpenBesideTarget(std::string const& target, bool exists, unsigned int mode) {
+  std::filesystem::path const path(target);
+  std::string const directory = path.has_parent_path() ? path.parent_path().string() : ".";
+  mTarget = path.filename().string();
+  mDirectory = hosting::FileDescriptor(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!mDirectory) Fail(errno);
+  if (mTarget.empty()) Fail(EISDIR);
+  if (exists && faccessat(mDirectory.number(), mTarget.c_str(), W_OK, AT_EACCESS) != 0) Fail(errno);
+  for (unsigned int attempt = 0; !mFile; ++attempt) {
+    std::string const name = fmt::format(".shadingctl-{}-{}", getpid(), attempt);
+    mFile = hosting::FileDescriptor(
+        openat(mDirectory.number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPermissions));
+    if (mFile) mTemporary = name;
+    if (!mFile && errno != EEXIST) Fail(errno);
+  }
+  if (exists && fchmod(mFile.number(), mode & kModeBits) != 0) {
+    int const error = errno;
+    unlinkat(mDirectory.number(), mTemporary.c_str(), 0);  // no destructor follows a constructor that throws
+    Fail(error);
+  }
+}
+
+OutputFile::~OutputFile() {
+  if (!mTemporary.empty()) unlinkat(mDirectory.number(), mTemporary.c_str(), 0);
 }
 
 void OutputFile::Write(std::string_view text) {
-  if (std::fwrite(text.data(), 1, text.size(), mFile.get()) != text.size()) Fail(errno);
+  mBuffer += text;
+  if (mIsTerminal || mBuffer.size() >= kBlock) WriteOut();
 }
 
 void OutputFile::WriteQuietly(std::string_view text) noexcept {
-  if (std::fwrite(text.data(), 1, text.size(), mFile.get()) != text.size() && mKeptError == 0) mKeptError = errno;
+  if (mKeptError != 0) return;
+  try {
+    Write(text);
+  } catch (std::exception const&) {
+    mKeptError = errno;
+  }
 }
 
-void OutputFile::Finish() {
+void OutputFile::WriteOut() {
+  std::string_view rest = mBuffer;
+  while (!rest.empty()) {
+    ssize_t const written = write(mFile.number(), rest.data(), rest.size());
+    if (written >= 0) {
+      rest.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EAGAIN) {
+      pollfd wanted = {mFile.number(), POLLOUT, 0};
+      poll(&wanted, 1, -1);
+    } else if (errno != EINTR || hosting::IsInterruptedAgain()) {
+      int const error = errno;
+      mBuffer.clear();
+      Fail(error);
+    }
+  }
+  mBuffer.clear();
+}
+
+void OutputFile::FinishAll(std::initializer_list<OutputFile*> files) {
+  for (OutputFile* const file : files) {
+    if (file != nullptr) file->Complete();
+  }
+  for (OutputFile* const file : files) {
+    if (file != nullptr) file->Publish();
+  }
+}
+
+void OutputFile::Complete() {
   if (mKeptError != 0) Fail(mKeptError);
-  if (std::fflush(mFile.get()) != 0) Fail(errno);
+  WriteOut();
+  if (IsHeldBack() && mFile && !mFile.Close()) Fail(errno);
+}
+
+void OutputFile::Publish() {
+  if (mTemporary.empty()) return;
+  if (renameat(mDirectory.number(), mTemporary.c_str(), mDirectory.number(), mTarget.c_str()) != 0) Fail(errno);
+  mTemporary.clear();
 }
 
 void OutputFile::Fail(int error) const {
+  if (mIsStandardOutput && error == EPIPE) throw ReaderIsGone();
+  if (error == EINTR) throw hosting::Interrupted();
   throw hosting::UnusableInput(fmt::format("{}: cannot be written: {}", mName, std::generic_category().message(error)));
 }
 

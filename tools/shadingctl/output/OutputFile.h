@@ -1,33 +1,65 @@
-// Where a result goes: a file that is made anew, or standard output.
+// Where a result goes: a file that appears whole or not at all, or standard output.
 #pragma once
 
-#include <cstdio>
-#include <memory>
+#include <exception>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
+#include "hosting/FileDescriptor.h"
+
 namespace shadingctl {
 
+// The name of standard output, wherever the name of a file is asked for.
+constexpr char kStandardOutput[] = "-";
+
+// Nobody reads standard output any more.
+class ReaderIsGone : public std::exception {};
+
+// Collects a file beside its target, under another name, and renames it when it is complete: until then, and after any
+// failure, the target holds what it held before. A target that is no regular file (a pipe, a terminal, /dev/null) is
+// written directly, as standard output is. A symbolic link stays one; the file that it names is the target.
+//
+// The directory is found when the object is made: a later change of the working directory or of what is mounted where
+// does not matter.
+//
 // Everything that fails (no such directory, a full disk) throws UnusableInput: "FILE: cannot be written: REASON".
 class OutputFile {
  public:
-  // Standard output.
-  OutputFile();
-  // Makes the file, or empties it.
+  // `path` may be kStandardOutput.
   explicit OutputFile(std::string const& path);
+  ~OutputFile();
+  OutputFile(OutputFile&&) = delete;
 
   void Write(std::string_view text);
   // The same where nothing may be thrown: a failure is kept for Finish.
   void WriteQuietly(std::string_view text) noexcept;
-  // Hands everything to the system; a result is complete only after this.
-  void Finish();
+
+  // Hands everything to the system and gives the file its name.
+  void Finish() { FinishAll({this}); }
+  // The same for files that belong together: none gets its name before all are complete. Null pointers are passed over.
+  static void FinishAll(std::initializer_list<OutputFile*> files);
+
+  // False for standard output, pipes, devices: what was written there can be seen already.
+  bool IsHeldBack() const { return mDirectory.number() >= 0; }
+  bool IsTerminal() const { return mIsTerminal; }
 
  private:
+  void OpenBesideTarget(std::string const& target, bool exists, unsigned int mode);
+  void WriteOut();
+  void Complete();
+  void Publish();
   [[noreturn]] void Fail(int error) const;
 
-  std::string mName;
+  std::string mName;  // for messages
+  bool mIsStandardOutput = false;
+  bool mIsTerminal = false;
+  std::string mBuffer;
   int mKeptError = 0;
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> mFile;
+  hosting::FileDescriptor mFile;
+  hosting::FileDescriptor mDirectory;  // of the target, where that is renamed to
+  std::string mTarget;                 // names in it
+  std::string mTemporary;              // empty once it has been renamed
 };
 
 }  // namespace shadingctl

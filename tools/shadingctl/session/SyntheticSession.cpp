@@ -17,7 +17,6 @@ constexpr std::int64_t kDeliveryDelayNs = 1000000;           // from the end of 
 constexpr std::int64_t kLongestExposureNs = 10000000;
 constexpr std::int64_t kShortestExposureNs = 4000000;
 constexpr std::int64_t kExposureTurn = 300;       // frames from the longest exposure to the shortest, and back
-constexpr std::uint32_t kLongestTrouble = 5;      // late samples and the pause take at most this part of the session
 constexpr std::size_t kRepeated = 4;              // samples at most that a batch repeats
 constexpr std::int64_t kRepeatedShiftNs = 20000;  // a repeated sample's time differs by at most this
 constexpr double kHallSteps = 1e6;                // a position is a multiple of 1/1000000
@@ -73,9 +72,8 @@ SyntheticSession::SyntheticSession(SyntheticOptions const& options)
       mSampleChance(options.seed),
       mOverlapChance(options.seed + 1),
       mDropChance(options.seed + 2) {
-  // Neither may swallow a short session.
-  mOptions.lateFrames = std::min(options.lateFrames, options.frames / kLongestTrouble);
-  mOptions.pauseNs = std::min(options.pauseNs, options.frames / kLongestTrouble * options.frameIntervalNs);
+  mOptions.lateFrames = std::min(options.lateFrames, options.MostLateFrames());
+  mOptions.pauseNs = std::min(options.pauseNs, options.MostPauseNs());
 }
 
 bool SyntheticSession::Next(hosting::Call& call) {

@@ -21,6 +21,10 @@ struct SyntheticOptions {
   std::uint32_t lateFrames = 8;             // so many frames in a row get their samples only afterwards; at most 1/5
   std::int64_t pauseNs = 20000000;          // once, the stabiliser takes no sample for so long; at most 1/5
   std::uint64_t seed = 1;
+
+  // What the constructor of SyntheticSession reduces the two troubles to, lest they swallow a short session.
+  std::uint32_t MostLateFrames() const { return frames / 5; }
+  std::int64_t MostPauseNs() const { return frames / 5 * frameIntervalNs; }
 };
 
 // The same everywhere for the same options: integers and exact floating-point steps only, in a fixed order. Holds a few

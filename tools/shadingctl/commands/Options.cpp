@@ -1,0 +1,62 @@
+#include "tools/shadingctl/commands/Options.h"
+
+#include <stdlib.h>
+
+#include <map>
+
+#include "hosting/HostLibrary.h"
+#include "platform/desktop/DeviceFile.h"
+
+namespace shadingctl {
+
+void AddOutput(CLI::App& command, std::string& output) {
+  output = kStandardOutput;
+  command.add_option("-o,--output", output, "Write the result to this file when it is complete; - is standard output")
+      ->type_name("FILE");
+}
+
+void AddResultOptions(CLI::App& command, Format& format, std::string& output) {
+  static std::map<std::string, Format> const formats = {
+      {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
+  command
+      .add_option_function<std::string>(
+          "--format", [&format](std::string const& name) { format = formats.at(name); }, "How to show the result")
+      ->default_str("table")
+      ->check(CLI::IsMember({"table", "csv", "json"}));
+  AddOutput(command, output);
+}
+
+void AddHostOptions(CLI::App& command, std::string& device, std::string& library) {
+  command
+      .add_option("--device", device,
+                  "Directory with device.json; by default that in VCAM_DEVICE, or else a built-in device")
+      ->type_name("DIR");
+  command.add_option("--library", library, "The shading library; by default the one built beside the tool")
+      ->type_name("FILE");
+}
+
+ChosenDevice ChooseDevice(std::string const& option) {
+  char const* const variable = getenv("VCAM_DEVICE");
+  std::string const directory = !option.empty() ? option : variable != nullptr ? variable : "";
+  // The device reads the variable at its first use, and ends the process when that fails.
+  unsetenv("VCAM_DEVICE");
+  return {directory, directory.empty() ? desktop::BuiltInDevice() : desktop::LoadDevice(directory)};
+}
+
+std::string ChooseLibrary(std::string const& option) { return option.empty() ? hosting::DefaultLibraryPath() : option; }
+
+std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& library) {
+  std::vector<std::string> files = {library};
+  if (!device.directory.empty()) files.push_back(device.directory + "/device.json");
+  return files;
+}
+
+void RefuseEmptyValues(CLI::App const& command) {
+  for (CLI::Option const* const option : command.get_options()) {
+    for (std::string const& value : option->results()) {
+      if (value.empty()) throw CLI::ValidationError(option->get_name(), "expected a value, found an empty text");
+    }
+  }
+}
+
+}  // namespace shadingctl

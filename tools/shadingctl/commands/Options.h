@@ -1,0 +1,79 @@
+// Options that several commands have, and one way to read a number.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <type_traits>
+
+#include "platform/desktop/Device.h"
+#include "tools/shadingctl/output/ResultWriter.h"
+
+namespace shadingctl {
+
+// The number that the whole text says in decimal notation, as far as it lies in the range. NaN, infinity, other bases,
+// leading zeros (octal elsewhere) and plus signs are refused.
+template <class Number>
+std::optional<Number> ParseNumber(std::string const& text, Number least, Number most) {
+  std::string const digits = text.substr(text.rfind('-', 0) == 0 ? 1 : 0);
+  bool const hasLeadingZero = digits.size() > 1 && digits[0] == '0' && digits[1] != '.';
+  Number number{};
+  auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  bool const isWhole = error == std::errc{} && end == text.data() + text.size();
+  if (!isWhole || hasLeadingZero || !(number >= least && number <= most)) return std::nullopt;
+  return number;
+}
+
+// Adds an option that takes a number from `least` to `most`; the help and every refusal say so. `target` is of that
+// type, which is the default then, or an std::optional of it.
+template <class Target, class Number>
+CLI::Option* AddNumber(CLI::App& command, std::string const& name, Target& target, Number least, Number most,
+                       std::string const& description) {
+  char const* const kind = std::is_floating_point_v<Number> ? "a number" : "a whole number";
+  std::string const expected = fmt::format("expected {} from {} to {}", kind, least, most);
+  auto* const option = command.add_option_function<std::string>(
+      name,
+      [&target, name, expected, least, most](std::string const& text) {
+        auto const number = ParseNumber<Number>(text, least, most);
+        if (!number) throw CLI::ValidationError(name, fmt::format("{}, found '{}'", expected, text));
+        target = *number;
+      },
+      description);
+  option->type_name(fmt::format("{}..{}", least, most));
+  if constexpr (std::is_arithmetic_v<Target>) option->default_str(fmt::format("{}", target));
+  return option;
+}
+
+// -o,--output; `output` is kStandardOutput without the option.
+void AddOutput(CLI::App& command, std::string& output);
+
+// --format, and the former.
+void AddResultOptions(CLI::App& command, Format& format, std::string& output);
+
+// --device and --library.
+void AddHostOptions(CLI::App& command, std::string& device, std::string& library);
+
+struct ChosenDevice {
+  std::string directory;  // empty: the built-in device
+  desktop::DeviceSettings settings;
+};
+
+// The device that --device names, or else VCAM_DEVICE, or else the built-in one. The environment is not asked again.
+// Throws UnusableFile.
+ChosenDevice ChooseDevice(std::string const& option);
+
+// The library to load: that of the option, or the one built beside the tool.
+std::string ChooseLibrary(std::string const& option);
+
+// The files that a host with these choices reads.
+std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& library);
+
+// Refuses options and arguments whose value is empty, as that of an unset variable in a script is. Throws
+// CLI::ValidationError.
+void RefuseEmptyValues(CLI::App const& command);
+
+}  // namespace shadingctl
