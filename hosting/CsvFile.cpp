@@ -28,8 +28,11 @@ namespace {
 class FileBytes : public io::ByteSourceBase {
  public:
   // A pipe is waited for when it is read, not here, so that the wait can be interrupted.
-  explicit FileBytes(std::string const& path)
-      : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)) {
+  // Sets `lastLineEnds` to whether the file ends with an end of line, once that is known.
+  FileBytes(std::string const& path, bool& lastLineEnds)
+      : mPath(path),
+        mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)),
+        mLastLineEnds(lastLineEnds) {
     struct stat status = {};
     if (!mFile || fstat(mFile.number(), &status) != 0) Fail(errno);
     mMustWait = !S_ISREG(status.st_mode);
@@ -51,7 +54,10 @@ class FileBytes : public io::ByteSourceBase {
     }
     mOffset += static_cast<std::int64_t>(got);
     if (got > 0) mLast = buffer[got - 1];
-    if (got < wanted && mLast != '\n') mLast = buffer[got++] = '\n';
+    if (got < wanted && mLast != '\n') {
+      mLast = buffer[got++] = '\n';
+      mLastLineEnds = false;
+    }
     return static_cast<int>(got);
   }
 
@@ -65,38 +71,89 @@ class FileBytes : public io::ByteSourceBase {
   bool mMustWait = false;
   std::int64_t mOffset = 0;
   char mLast = '\n';
+  bool& mLastLineEnds;
 };
 
 }  // namespace
 
-struct CsvFile::Reader : io::CSVReader<kColumns, io::trim_chars<' ', '\t'>, io::no_quote_escape<','>,
-                                       io::throw_on_overflow, io::empty_line_comment> {
-  using CSVReader::CSVReader;
+class CsvFile::Reader {
+ public:
+  virtual ~Reader() = default;
+  virtual void ReadHeader(std::vector<Column> const& columns) = 0;
+  virtual bool Names(char const* column) const = 0;
+  virtual bool ReadRow(std::vector<char*>& fields) = 0;
+  virtual unsigned int line() const = 0;
+  virtual bool LastLineEnds() const = 0;
 };
 
-CsvFile::CsvFile(std::string path, Columns const& columns) : mPath(std::move(path)), mColumns(columns) {
-  mReader = std::make_unique<Reader>(mPath, std::unique_ptr<io::ByteSourceBase>(std::make_unique<FileBytes>(mPath)));
+// The parser takes the number of its columns at compile time, and each of them as an argument of its own.
+template <std::size_t N>
+class CsvFile::ReaderOf : public CsvFile::Reader {
+ public:
+  explicit ReaderOf(std::string const& path)
+      : mParser(path, std::unique_ptr<io::ByteSourceBase>(std::make_unique<FileBytes>(path, mLastLineEnds))) {}
+
+  void ReadHeader(std::vector<Column> const& columns) override { ReadHeader(columns, std::make_index_sequence<N>()); }
+  bool Names(char const* column) const override { return mParser.has_column(column); }
+  bool ReadRow(std::vector<char*>& fields) override { return ReadRow(fields, std::make_index_sequence<N>()); }
+  unsigned int line() const override { return mParser.get_file_line(); }
+  bool LastLineEnds() const override { return mLastLineEnds; }
+
+ private:
+  template <std::size_t... I>
+  void ReadHeader(std::vector<Column> const& columns, std::index_sequence<I...> /*indices*/) {
+    mParser.read_header(io::ignore_extra_column | io::ignore_missing_column, columns[I].name...);
+  }
+
+  template <std::size_t... I>
+  bool ReadRow(std::vector<char*>& fields, std::index_sequence<I...> /*indices*/) {
+    return mParser.read_row(fields[I]...);
+  }
+
+  bool mLastLineEnds = true;  // before the parser, which may read the whole file at once
+  io::CSVReader<N, io::trim_chars<' ', '\t'>, io::no_quote_escape<','>, io::throw_on_overflow, io::empty_line_comment>
+      mParser;
+};
+
+template <std::size_t N>
+CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLine lastLine)
+    : mPath(std::move(path)),
+      mColumns(columns.begin(), columns.end()),
+      mFields(N, nullptr),
+      mLastLineMustEnd(lastLine == LastLine::kMustEnd),
+      mReader(std::make_unique<ReaderOf<N>>(mPath)) {
   try {
-    mReader->read_header(io::ignore_extra_column, columns[0], columns[1], columns[2], columns[3]);
-  } catch (io::error::missing_column_in_header const& error) {
-    throw UnusableInput(
-        fmt::format("{}: {}: expected this column, the header does not name it", Place(), error.column_name));
+    mReader->ReadHeader(mColumns);
   } catch (io::error::duplicated_column_in_header const& error) {
     throw UnusableInput(
         fmt::format("{}: {}: expected this column once, the header names it again", Place(), error.column_name));
   } catch (io::error::header_missing const&) {
-    throw UnusableInput(fmt::format("{}:1: expected a header that names the columns {}, {}, {} and {}, found nothing",
-                                    mPath, columns[0], columns[1], columns[2], columns[3]));
+    std::vector<char const*> names;
+    for (Column const& column : mColumns) {
+      if (column.required) names.push_back(column.name);
+    }
+    char const* const last = names.back();
+    names.pop_back();
+    throw UnusableInput(fmt::format("{}:1: expected a header that names the columns {} and {}, found nothing", mPath,
+                                    fmt::join(names, ", "), last));
   } catch (io::error::base const& error) {
     throw UnusableInput(fmt::format("{}: {}", Place(), error.what()));
   }
+  for (Column const& column : mColumns) {
+    if (!column.required || mReader->Names(column.name)) continue;
+    throw UnusableInput(fmt::format("{}: {}: expected this column, the header does not name it", Place(), column.name));
+  }
 }
+
+template CsvFile::CsvFile(std::string, std::array<Column, 2> const&, LastLine);
+template CsvFile::CsvFile(std::string, std::array<Column, 4> const&, LastLine);
+template CsvFile::CsvFile(std::string, std::array<Column, 20> const&, LastLine);
 
 CsvFile::~CsvFile() = default;
 
 bool CsvFile::Next() {
   try {
-    return mReader->read_row(mFields[0], mFields[1], mFields[2], mFields[3]);
+    if (mReader->ReadRow(mFields)) return true;
   } catch (io::error::too_few_columns const&) {
     throw UnusableInput(fmt::format("{}: expected as many fields as the header names, found fewer", Place()));
   } catch (io::error::too_many_columns const&) {
@@ -104,20 +161,30 @@ bool CsvFile::Next() {
   } catch (io::error::base const& error) {
     throw UnusableInput(fmt::format("{}: {}", Place(), error.what()));
   }
+  if (mLastLineMustEnd && !mReader->LastLineEnds()) {
+    throw UnusableInput(fmt::format("{}: expected the end of a line, found the end of the file: it was cut", Place()));
+  }
+  return false;
 }
 
-std::uint64_t CsvFile::line() const { return mReader->get_file_line(); }
+std::uint64_t CsvFile::line() const { return mReader->line(); }
 
 std::string CsvFile::Place() const { return fmt::format("{}:{}", mPath, line()); }
 
 void CsvFile::Complain(std::size_t column, std::string const& expected) const {
   throw UnusableInput(
-      fmt::format("{}: {}: expected {}, found '{}'", Place(), mColumns[column], expected, mFields[column]));
+      fmt::format("{}: {}: expected {}, found '{}'", Place(), mColumns[column].name, expected, mFields[column]));
+}
+
+std::string_view CsvFile::Text(std::size_t column) const {
+  if (mFields[column] != nullptr) return mFields[column];
+  throw UnusableInput(
+      fmt::format("{}: {}: expected a value, the header does not name this column", Place(), mColumns[column].name));
 }
 
 template <class Number>
 Number CsvFile::Parse(std::size_t column, char const* expected) const {
-  std::string_view const text = mFields[column];
+  std::string_view const text = Text(column);
   Number number{};
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc{} || end != text.data() + text.size()) Complain(column, expected);
@@ -132,6 +199,10 @@ std::uint64_t CsvFile::Unsigned64(std::size_t column) const {
   return Parse<std::uint64_t>(column, "a whole number from 0 to 18446744073709551615");
 }
 
+std::int32_t CsvFile::Signed32(std::size_t column) const {
+  return Parse<std::int32_t>(column, "a whole number of 32 bits");
+}
+
 std::int64_t CsvFile::Signed64(std::size_t column) const {
   return Parse<std::int64_t>(column, "a whole number of 64 bits");
 }
@@ -141,6 +212,12 @@ float CsvFile::Finite(std::size_t column) const {
   auto const number = Parse<float>(column, kExpected);
   if (!std::isfinite(number)) Complain(column, kExpected);
   return number;
+}
+
+bool CsvFile::Flag(std::size_t column) const {
+  std::string_view const text = Text(column);
+  if (text != "0" && text != "1") Complain(column, "0 or 1");
+  return text == "1";
 }
 
 }  // namespace hosting

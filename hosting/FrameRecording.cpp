@@ -12,7 +12,10 @@ namespace hosting {
 namespace {
 
 enum FrameColumn : std::size_t { kFrame, kTimestamp, kExposure, kRollingShutter };
+constexpr std::array<CsvFile::Column, 4> kFrameColumns = {
+    {{"frame"}, {"timestamp_ns"}, {"exposure_ns"}, {"rolling_shutter_ns"}}};
 enum HallColumn : std::size_t { kHallFrame, kHallTimestamp, kHallX, kHallY };
+constexpr std::array<CsvFile::Column, 4> kHallColumns = {{{"frame"}, {"timestamp_ns"}, {"hall_x"}, {"hall_y"}}};
 
 constexpr std::uint32_t kSensorMode = 0;  // of every frame: this version has no modes
 
@@ -31,8 +34,8 @@ Call CallOf(Operation operation) {
 
 FrameRecording::FrameRecording(std::string directory)
     : mDirectory(std::move(directory)),
-      mFrameFile(mDirectory + "/frames.csv", {"frame", "timestamp_ns", "exposure_ns", "rolling_shutter_ns"}),
-      mHallFile(mDirectory + "/hall.csv", {"frame", "timestamp_ns", "hall_x", "hall_y"}) {
+      mFrameFile(mDirectory + "/frames.csv", kFrameColumns),
+      mHallFile(mDirectory + "/hall.csv", kHallColumns) {
   ReadHallRow();
   mCalls.push_back(CallOf(StartMonitor{}));
 }

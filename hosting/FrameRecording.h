@@ -20,6 +20,7 @@ class FrameRecording : public Session {
   explicit FrameRecording(std::string directory);
 
   std::string Name() const override { return mDirectory; }
+  Settings const& settings() const override { return mSettings; }
   bool Next(Call& call) override;
   Oddities const& oddities() const override { return mOddities; }
   std::optional<std::uint64_t> FrameCount() const override;
@@ -43,6 +44,7 @@ class FrameRecording : public Session {
   std::string mDirectory;
   CsvFile mFrameFile;
   CsvFile mHallFile;
+  Settings mSettings;       // nothing is known
   std::deque<Call> mCalls;  // read and not handed out yet
   bool mStopped = false;
   std::optional<FrameRow> mLastFrame;

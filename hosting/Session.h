@@ -76,7 +76,16 @@ struct Oddities {
   Oddity sampleTimesBackward;   // samples that are earlier than the sample delivered before
   Oddity framesWithoutSamples;  // frames with which nothing is delivered
   Oddity unlistedSamples;       // samples of frames that are not listed: they come with the next listed frame
-  Oddity undeliveredSamples;    // samples of frames after the last listed one: they never come
+  Oddity undeliveredSamples;    // samples of frames or calls that are not listed: they never come
+  Oddity lostCalls;             // calls that the recording left out
+  Oddity lostSamples;           // samples that were delivered and that the recording left out
+};
+
+// How the library was set up when the session took place, as far as that is known.
+struct Settings {
+  std::optional<std::vector<std::int32_t>> cameras;  // those of the sensor map
+  std::optional<std::int32_t> calculationMode;       // the property "vendor.debug.ois.hall.calculation"
+  bool batchesAsFiled = false;  // samples as the library stored them: batches that it discarded are missing
 };
 
 // A source of calls, read once from front to back.
@@ -86,6 +95,8 @@ class Session {
 
   // What to call it in a result.
   virtual std::string Name() const = 0;
+
+  virtual Settings const& settings() const = 0;
 
   // Replaces `call` by the next one; false at the end. Throws UnusableInput where the session is broken.
   virtual bool Next(Call& call) = 0;

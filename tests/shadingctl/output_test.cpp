@@ -55,7 +55,8 @@ TEST_F(Files, AnOutputThatIsAnInputOrAnotherOutputIsRefused) {
   ASSERT_EQ(RunTool("replay rec --quiet --dump preview --dump-dir dumps").exitCode, 0);
   std::string const dump = "dumps/data/vendor/camera_dump/preview_camera_0_frame_7_oishall.txt";
   fs::create_directory("twins");
-  fs::create_symlink("hall.csv", "twins/frames.csv");
+  fs::create_symlink("hall.csv", "twins/calls.csv");
+  ASSERT_EQ(RunTool("generate --frames 1 calls").exitCode, 0);
   struct {
     std::string command;
     std::string complaint;
@@ -63,6 +64,9 @@ TEST_F(Files, AnOutputThatIsAnInputOrAnotherOutputIsRefused) {
       {"replay rec -o rec/hall.csv", "rec/hall.csv: is the same file as rec/hall.csv, which is read"},
       {"replay rec -o ./rec/../rec//frames.csv",
        "./rec/../rec//frames.csv: is the same file as rec/frames.csv, which is read"},
+      {"replay calls -o calls/calls.csv", "calls/calls.csv: is the same file as calls/calls.csv, which is read"},
+      {"replay calls -o calls/recording.csv",
+       "calls/recording.csv: is the same file as calls/recording.csv, which is read"},
       {"replay rec --log link.csv", "link.csv: is the same file as rec/hall.csv, which is read"},
       {"replay other -o same.csv", "same.csv: is the same file as other/frames.csv, which is read"},
       {"replay rec -o old --log old", "old: is the same file as old, which is written too"},
@@ -78,7 +82,7 @@ TEST_F(Files, AnOutputThatIsAnInputOrAnotherOutputIsRefused) {
        "which is read"},
       {"calibration --camera 0 --raw -", "standard output: is the same file as standard output, which is written too"},
       {"dumps dumps -o " + dump, dump + ": is the same file as " + dump + ", which is read"},
-      {"generate --force twins", "twins/hall.csv: is the same file as twins/frames.csv, which is written too"},
+      {"generate --force twins", "twins/hall.csv: is the same file as twins/calls.csv, which is written too"},
   };
   auto const before = Contents(".");
   for (auto const& row : rows) {

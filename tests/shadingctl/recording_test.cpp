@@ -179,7 +179,7 @@ TEST(Generate, WhatItWritesReplaysAsTheBuiltInSession) {
 
   Outcome const again = RunTool("generate --seed 2 " + recording);
   EXPECT_EQ(again.exitCode, 3);
-  EXPECT_EQ(again.err, "shadingctl: " + recording + "/frames.csv: is there already; --force writes it anew\n");
+  EXPECT_EQ(again.err, "shadingctl: " + recording + "/recording.csv: is there already; --force writes it anew\n");
   EXPECT_EQ(RunTool("generate --seed 2 --force " + recording).exitCode, 0);
   EXPECT_NE(RunTool("replay --quiet --format csv " + recording).out, RunTool("replay --quiet --format csv").out);
 }

@@ -55,7 +55,7 @@ int Generate(Arguments const& arguments, SyntheticOptions const& options) {
   SyntheticSession session(options);
   RecordingSize const size = WriteRecording(session, arguments.directory, arguments.force);
   OutputFile console(kStandardOutput);
-  console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.frames, size.samples));
+  console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.calculations, size.samples));
   console.Finish();
   return kExitDone;
 }
@@ -74,8 +74,7 @@ void AddGenerateCommand(CLI::App& app, Command& chosen) {
   SyntheticOptions& session = arguments->session;
   CLI::App* const command = app.add_subcommand("generate", "Write a synthetic session as a recording");
   command->footer(kExamples);
-  command->add_option("DIR", arguments->directory, "Directory for frames.csv and hall.csv; made when missing")
-      ->required();
+  command->add_option("DIR", arguments->directory, "Directory for the recording; made when missing")->required();
   AddNumber(*command, "--frames", session.frames, 1U, 100000000U, "Number of frames, the dropped ones included");
   AddNumber(*command, "--frame-rate", arguments->frameRateHz, 1.0, 1000.0, "Frames a second");
   AddNumber(*command, "--hall-rate", arguments->hallRateHz, 1.0, 100000.0, "Hall samples a second");

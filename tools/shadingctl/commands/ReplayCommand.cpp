@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "hosting/FrameRecording.h"
 #include "hosting/HostLibrary.h"
+#include "hosting/Recording.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
@@ -23,6 +23,7 @@
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/Progress.h"
 #include "tools/shadingctl/output/ResultWriter.h"
+#include "tools/shadingctl/replay/DeviceCameras.h"
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/session/SyntheticSession.h"
 
@@ -70,7 +71,11 @@ void StartDumping(Arguments const& arguments) {
   SendDumpsBelow(arguments.dumpDirectory);
 }
 
-desktop::DeviceSettings SettingsFor(Arguments const& arguments, desktop::DeviceSettings settings) {
+// Options win over the recording, and the recording over the device.
+desktop::DeviceSettings SettingsFor(Arguments const& arguments, hosting::Settings const& recorded,
+                                    desktop::DeviceSettings settings) {
+  if (recorded.cameras) SetCameras(*recorded.cameras, settings);
+  if (recorded.calculationMode) settings.properties[kModeProperty] = *recorded.calculationMode;
   settings.properties[kLogProperty] = arguments.logLevel;
   if (!arguments.mode.empty()) settings.properties[kModeProperty] = kModes.at(arguments.mode);
   if (!arguments.dumps.empty()) {
@@ -80,21 +85,6 @@ desktop::DeviceSettings SettingsFor(Arguments const& arguments, desktop::DeviceS
   settings.log.systemLog = true;  // the tool reads the library's messages there
   settings.log.maximumLevel = kEveryMessage;
   return settings;
-}
-
-// The camera asked for with its sensor type, or the first one of the sensor map. A camera that the map does not list
-// has no type; the library refuses it whatever it is.
-Camera CameraOf(desktop::DeviceSettings const& settings, std::optional<int> wanted) {
-  std::vector<std::int32_t> pairs;
-  auto const feature = settings.configuration.find("FeatureOisCompensationSupport");
-  if (feature != settings.configuration.end()) {
-    auto const key = feature->second.find("sensorMaps");
-    if (key != feature->second.end()) pairs = key->second;
-  }
-  for (std::size_t i = 0; i + 1 < pairs.size(); i += 2) {
-    if (!wanted || pairs[i] == *wanted) return {pairs[i], pairs[i + 1]};
-  }
-  return {wanted.value_or(0), 0};
 }
 
 std::string ModeOf(desktop::DeviceSettings const& settings) {
@@ -109,8 +99,7 @@ std::string ModeOf(desktop::DeviceSettings const& settings) {
 // A recording may be opened again later on, so it keeps its place when dumps change the working directory.
 std::unique_ptr<hosting::Session> OpenSession(std::string const& recording, bool keepsPlace) {
   if (recording.empty()) return std::make_unique<SyntheticSession>(SyntheticOptions{});
-  return std::make_unique<hosting::FrameRecording>(keepsPlace ? std::filesystem::absolute(recording).string()
-                                                              : recording);
+  return hosting::OpenRecording(keepsPlace ? std::filesystem::absolute(recording).string() : recording);
 }
 
 MessageSink SinkInto(std::optional<OutputFile>& log) {
@@ -152,8 +141,9 @@ void ShowSummary(Summary const& summary, Arguments const& arguments) {
 void RefuseOverwritingInputs(Arguments const& arguments, ChosenDevice const& device, std::string const& library) {
   std::vector<std::string> inputs = FilesOf(device, library);
   if (!arguments.recording.empty()) {
-    inputs.push_back(arguments.recording + "/frames.csv");
-    inputs.push_back(arguments.recording + "/hall.csv");
+    for (char const* const file : {"/recording.csv", "/calls.csv", "/frames.csv", "/hall.csv"}) {
+      inputs.push_back(arguments.recording + file);
+    }
   }
   std::vector<std::string> outputs = {arguments.output};
   if (!arguments.log.empty()) outputs.push_back(arguments.log);
@@ -166,7 +156,7 @@ int RunReplay(Arguments const& arguments) {
   RefuseOverwritingInputs(arguments, chosen, path);
   std::unique_ptr<hosting::Session> const session = OpenSession(arguments.recording, !arguments.dumps.empty());
   desktop::Device& device = desktop::Device::Get();
-  desktop::DeviceSettings const settings = SettingsFor(arguments, chosen.settings);
+  desktop::DeviceSettings const settings = SettingsFor(arguments, session->settings(), chosen.settings);
   device.Configure(settings);
   VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
 
@@ -217,10 +207,11 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
   auto const arguments = std::make_shared<Arguments>();
   CLI::App* const command = app.add_subcommand("replay", "Play a recorded or the built-in session to the library");
   command->footer(kExamples);
-  command->add_option("RECORDING", arguments->recording,
-                      "Directory with frames.csv and hall.csv; without it, a built-in session");
+  command->add_option("RECORDING", arguments->recording, "Directory of a recording; without it, a built-in session");
   AddResultOptions(*command, arguments->format, arguments->output);
-  command->add_option("--mode", arguments->mode, "How a span becomes a position; by default as the device says")
+  command
+      ->add_option("--mode", arguments->mode,
+                   "How a span becomes a position; by default as the recording or the device says")
       ->check(CLI::IsMember({"mean", "maximum", "middle", "last"}));
   command
       ->add_option_function<std::string>(

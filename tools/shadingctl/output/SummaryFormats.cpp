@@ -73,6 +73,8 @@ std::string Summary::Text() const {
   text += OddityText(mOddities.sampleTimesBackward, "samples earlier than the sample before");
   text += OddityText(mOddities.unlistedSamples, "samples of frames that are not listed (delivered with the next one)");
   text += OddityText(mOddities.undeliveredSamples, "samples after the last listed frame (not delivered)");
+  text += OddityText(mOddities.lostCalls, "calls that the recording lost");
+  text += OddityText(mOddities.lostSamples, "samples that the recording lost");
   return text;
 }
 
@@ -133,7 +135,9 @@ nlohmann::ordered_json Summary::Json() const {
         {"frames_without_samples", OddityJson(mOddities.framesWithoutSamples)},
         {"sample_times_backward", OddityJson(mOddities.sampleTimesBackward)},
         {"unlisted_samples", OddityJson(mOddities.unlistedSamples)},
-        {"undelivered_samples", OddityJson(mOddities.undeliveredSamples)}}}};
+        {"undelivered_samples", OddityJson(mOddities.undeliveredSamples)},
+        {"lost_calls", OddityJson(mOddities.lostCalls)},
+        {"lost_samples", OddityJson(mOddities.lostSamples)}}}};
 }
 
 }  // namespace shadingctl

@@ -12,16 +12,12 @@
 #include "hosting/Session.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
+#include "tools/shadingctl/replay/DeviceCameras.h"
 #include "tools/shadingctl/replay/FrameResult.h"
 #include "tools/shadingctl/replay/LibraryMessages.h"
 #include "tools/shadingctl/replay/Summary.h"
 
 namespace shadingctl {
-
-struct Camera {
-  std::int32_t sensorId = 0;
-  std::int32_t sensorType = 0;
-};
 
 // Where the library's messages go besides: the frame's number (empty outside of any) and the message.
 using MessageSink = std::function<void(std::optional<std::uint32_t> frame, std::string_view message)>;

@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <iterator>
 #include <system_error>
 #include <vector>
 
 #include "hosting/Interruption.h"
+#include "hosting/RecordingRows.h"
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
@@ -45,43 +45,42 @@ class MadeDirectory {
 
 RecordingSize WriteRecording(hosting::Session& session, std::string const& directory, bool overwrite) {
   MadeDirectory made(directory);
-  std::string const framePath = directory + "/frames.csv";
-  std::string const hallPath = directory + "/hall.csv";
-  for (std::string const& path : {framePath, hallPath}) {
-    std::error_code error;
+  std::string const settingsPath = directory + "/recording.csv";
+  std::string const callsPath = directory + "/calls.csv";
+  std::string const samplesPath = directory + "/hall.csv";
+  std::string const framesPath = directory + "/frames.csv";  // of a recording of version 1
+  std::error_code error;
+  for (std::string const& path : {settingsPath, callsPath, samplesPath, framesPath}) {
     if (!overwrite && fs::exists(path, error)) {
       throw hosting::UnusableInput(fmt::format("{}: is there already; --force writes it anew", path));
     }
   }
 
-  RefuseOverwriting({}, {framePath, hallPath});
-  OutputFile frameFile(framePath);
-  OutputFile hallFile(hallPath);
-  frameFile.Write("frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n");
-  hallFile.Write("frame,timestamp_ns,hall_x,hall_y\n");
+  RefuseOverwriting({}, {settingsPath, callsPath, samplesPath});
+  OutputFile settingsFile(settingsPath);
+  OutputFile callsFile(callsPath);
+  OutputFile samplesFile(samplesPath);
+  settingsFile.Write(hosting::SettingsText(session.settings()));
+  callsFile.Write(hosting::CallsHeader());
+  samplesFile.Write(hosting::SamplesHeader());
   RecordingSize size;
   std::string rows;
-  std::uint32_t rollingShutterNs = 0;
   for (hosting::Call call; session.Next(call);) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
-    if (auto const* const store = std::get_if<hosting::StoreRollingShutter>(&call.operation)) {
-      rollingShutterNs = store->rollingShutterNs;
-    } else if (auto const* const update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
+    rows.clear();
+    hosting::AppendCall(rows, ++size.calls, call);
+    callsFile.Write(rows);
+    if (std::holds_alternative<hosting::CalcOisValue>(call.operation)) ++size.calculations;
+    if (auto const* const update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
       rows.clear();
-      for (auto const& sample : update->batch) {
-        fmt::format_to(std::back_inserter(rows), "{},{},{:.6f},{:.6f}\n", update->frame, sample.timestamp,
-                       sample.oisHallX, sample.oisHallY);
-      }
-      hallFile.Write(rows);
+      hosting::AppendSamples(rows, size.calls, update->batch);
+      samplesFile.Write(rows);
       size.samples += update->batch.size();
-    } else if (auto const* const calc = std::get_if<hosting::CalcOisValue>(&call.operation)) {
-      frameFile.Write(fmt::format("{},{},{},{}\n", calc->frame, calc->pairs[0].timestampNs, calc->pairs[0].exposureNs,
-                                  rollingShutterNs));
-      ++size.frames;
     }
   }
-  OutputFile::FinishAll({&frameFile, &hallFile});
+  OutputFile::FinishAll({&callsFile, &samplesFile, &settingsFile});
   made.Keep();
+  fs::remove(framesPath, error);  // one that stays is not read
   return size;
 }
 

@@ -34,6 +34,7 @@ class SyntheticSession : public hosting::Session {
   explicit SyntheticSession(SyntheticOptions const& options);
 
   std::string Name() const override { return "built-in session"; }
+  hosting::Settings const& settings() const override { return mSettings; }
   bool Next(hosting::Call& call) override;
   hosting::Oddities const& oddities() const override { return mOddities; }
   std::optional<std::uint64_t> FrameCount() const override { return mOptions.frames; }
@@ -53,6 +54,7 @@ class SyntheticSession : public hosting::Session {
   SyntheticOptions mOptions;
   std::uint32_t mDropSpacing;  // one of so many frames in a row is dropped; 0: none
   std::uint32_t mDroppedInRow = 0;
+  hosting::Settings mSettings;
   std::deque<hosting::Call> mCalls;  // made and not handed out yet
   bool mStopped = false;
   std::uint32_t mNextFrame = 0;  // index: the frame's number less 1

@@ -1,0 +1,51 @@
+#include "tools/shadingctl/replay/DeviceCameras.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace shadingctl {
+namespace {
+
+constexpr char const* kFeature = "FeatureOisCompensationSupport";
+constexpr char const* kKey = "sensorMaps";
+
+std::vector<Camera> SensorMap(desktop::DeviceSettings const& settings) {
+  std::vector<Camera> map;
+  auto const feature = settings.configuration.find(kFeature);
+  if (feature == settings.configuration.end()) return map;
+  auto const key = feature->second.find(kKey);
+  if (key == feature->second.end()) return map;
+  std::vector<std::int32_t> const& pairs = key->second;
+  for (std::size_t i = 0; i + 1 < pairs.size(); i += 2) map.push_back({pairs[i], pairs[i + 1]});
+  return map;
+}
+
+void AddImageSensor(std::int32_t sensorId, desktop::DeviceSettings& settings) {
+  desktop::ImageSensor added;
+  added.sensorId = sensorId;
+  for (auto const& sensor : settings.sensors) {
+    if (sensor.sensorId == sensorId) return;
+    added.sensorIndex = std::max(added.sensorIndex, sensor.sensorIndex + 1);
+  }
+  settings.sensors.push_back(std::move(added));
+}
+
+}  // namespace
+
+Camera CameraOf(desktop::DeviceSettings const& settings, std::optional<std::int32_t> wanted) {
+  for (Camera const& camera : SensorMap(settings)) {
+    if (!wanted || camera.sensorId == *wanted) return camera;
+  }
+  return {wanted.value_or(0), 0};
+}
+
+void SetCameras(std::vector<std::int32_t> const& cameras, desktop::DeviceSettings& settings) {
+  std::vector<std::int32_t> pairs;
+  for (std::int32_t const sensorId : cameras) {
+    pairs.insert(pairs.end(), {sensorId, CameraOf(settings, sensorId).sensorType});
+    AddImageSensor(sensorId, settings);
+  }
+  settings.configuration[kFeature][kKey] = std::move(pairs);
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,25 @@
+// The cameras of the played device whose lens positions the library may follow.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/desktop/Device.h"
+
+namespace shadingctl {
+
+struct Camera {
+  std::int32_t sensorId = 0;
+  std::int32_t sensorType = 0;
+};
+
+// The camera asked for with its sensor type, or the first one of the sensor map. A camera that the map does not list
+// has no type; the library refuses it whatever it is.
+Camera CameraOf(desktop::DeviceSettings const& settings, std::optional<std::int32_t> wanted);
+
+// Makes these cameras the sensor map, and gives the device an image sensor for each that it lacks. A camera that was
+// not in the map gets the type 0: the library only logs the map's types.
+void SetCameras(std::vector<std::int32_t> const& cameras, desktop::DeviceSettings& settings);
+
+}  // namespace shadingctl
