@@ -114,7 +114,7 @@ class TableWriter : public ResultWriter {
     auto const sinceFirstNs = static_cast<std::int64_t>(r.timestampNs - *mFirstNs);
     std::string const span = r.startIndex && r.endIndex ? fmt::format("{}-{}", *r.startIndex, *r.endIndex) : "";
     std::string const distance =
-        r.startDistanceUs ? fmt::format("{}/{}", *r.startDistanceUs, kStartToleranceUs) : std::string();
+        r.startDistanceUs ? fmt::format("{}/{}", *r.startDistanceUs, kToleranceUs) : std::string();
     WriteRow(r.frame, fmt::format("{:.3f}", static_cast<double>(sinceFirstNs) / 1e9), Name(r.match), OrEmpty(r.samples),
              span, OrEmpty(r.offsetUs), distance, OrEmpty(r.spanAgeUs), PositionOrEmpty(r.hallX),
              PositionOrEmpty(r.hallY), r.message);

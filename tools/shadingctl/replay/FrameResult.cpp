@@ -5,12 +5,11 @@
 namespace shadingctl {
 namespace {
 
-constexpr std::uint64_t kNeededHistory = 100;  // samples that the library wants before it answers
-
 Match MatchOf(CallOutcome const& outcome, FrameMessages const& messages) {
   if (!outcome.supported || messages.notRegistered) return Match::kOff;
-  if (messages.nothingMatched || messages.zeroTime || messages.samples == 0U) return Match::kNoSamples;
-  if (messages.done) return outcome.startFound ? Match::kStart : Match::kCarried;
+  if (messages.nothingMatched || messages.zeroTime || (messages.times && messages.times->samples == 0))
+    return Match::kNoSamples;
+  if (messages.done()) return outcome.startFound ? Match::kStart : Match::kCarried;
   return outcome.startFound || outcome.flagHanded ? Match::kSingle : Match::kNoStart;
 }
 
@@ -18,7 +17,7 @@ Match MatchOf(CallOutcome const& outcome, FrameMessages const& messages) {
 std::optional<std::int64_t> StartDistanceUs(CallOutcome const& outcome, FrameMessages const& messages) {
   if (outcome.startFound) {
     if (!messages.start || !messages.span) return std::nullopt;
-    FrameMessages::Start const& start = *messages.start;
+    StartFound const& start = *messages.start;
     return messages.span->first == start.index ? start.distanceUs : start.nextDistanceUs;
   }
   auto const& first = messages.firstCandidate;
@@ -42,8 +41,8 @@ std::string Explain(Match match, CallOutcome const& outcome, FrameMessages const
     case Match::kNoSamples:
       if (messages.zeroTime) return "the frame's time is 0";
       if (!messages.buffered) return "nothing at or after the frame's time or too little history";
-      if (*messages.buffered >= kNeededHistory) return "nothing at or after the frame's time";
-      return fmt::format("too little history: {} of {} samples", *messages.buffered, kNeededHistory);
+      if (*messages.buffered >= kWindowSize) return "nothing at or after the frame's time";
+      return fmt::format("too little history: {} of {} samples", *messages.buffered, kWindowSize);
     case Match::kOff:
       return outcome.supported ? "the camera has no monitor" : "the camera is not in the device's sensor map";
   }
@@ -70,26 +69,33 @@ char const* Name(Match match) {
   return "";
 }
 
+char const* Name(SpanEnd end) { return end == SpanEnd::kNear ? "near" : "last"; }
+
 std::string PositionText(double position) { return fmt::format("{:.9g}", position); }
 
 FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages) {
   FrameResult result;
   result.match = MatchOf(outcome, messages);
-  result.samples = messages.samples;
-  result.offsetUs = messages.offsetUs;
   result.message = Explain(result.match, outcome, messages);
+  if (!messages.times) return result;
+  FrameTimesTold const& times = *messages.times;
+  result.samples = times.samples;
+  result.offsetUs = times.offsetUs;
   // Without a start the library reports a span of entries 0 to 0, which says nothing.
   bool const hasSpan =
       result.match == Match::kStart || result.match == Match::kCarried || result.match == Match::kSingle;
-  if (!hasSpan) return result;
-  if (messages.span) {
-    result.startIndex = messages.span->first;
-    result.endIndex = messages.span->last;
-  }
+  if (!hasSpan || !messages.span) return result;
+  result.startIndex = messages.span->first;
+  result.endIndex = messages.span->last;
   result.startDistanceUs = StartDistanceUs(outcome, messages);
-  if (messages.spanStartUs && messages.startOfFrameUs) {
-    result.spanAgeUs = *messages.startOfFrameUs - *messages.spanStartUs;
-  }
+  auto const timing = TimeSpan(AlignedTable(messages.source, times.offsetUs), *messages.span,
+                               {static_cast<std::int64_t>(times.startOfFrameUs), times.readoutUs});
+  if (!timing) return result;
+  result.spanAgeUs = timing->ageUs;
+  result.end = timing->endIsNear() ? SpanEnd::kNear : SpanEnd::kLast;
+  result.endDistanceUs = timing->endDistanceUs;
+  result.coverage = timing->coverage;
+  result.repeatedSamples = timing->repeated;
   return result;
 }
 

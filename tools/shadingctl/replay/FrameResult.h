@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/shadingctl/replay/LibraryMessages.h"
+#include "tools/shadingctl/messages/FrameMessages.h"
+#include "tools/shadingctl/replay/FrameTiming.h"
 
 namespace shadingctl {
 
@@ -27,8 +28,14 @@ constexpr Match kMatches[kMatchCount] = {Match::kStart,  Match::kCarried,   Matc
 // "start", "carried", "no_start", "single", "no_samples", "off"
 char const* Name(Match match);
 
-// The library's tolerance between a sample and the frame's start, us. Only shown; the library decides by its own.
-constexpr int kStartToleranceUs = 1500;
+// How the end of a span was found.
+enum class SpanEnd {
+  kNear,  // a sample within the tolerance of it
+  kLast,  // none: the window's last entry stands in its place
+};
+
+// "near", "last"
+char const* Name(SpanEnd end);
 
 struct FrameResult {
   std::uint32_t frame = 0;
@@ -44,6 +51,11 @@ struct FrameResult {
   std::optional<double> hallX;
   std::optional<double> hallY;
   std::string message;  // why there is no start; without commas and quotes
+  std::optional<SpanEnd> end;
+  std::optional<std::int64_t> endDistanceUs;
+  std::optional<double> coverage;                // of the readout by the span, 0 to 1
+  std::optional<std::uint64_t> repeatedSamples;  // in the span
+  std::optional<double> readoutDistance;         // from the mean of the readout's own samples, in the samples' unit
 };
 
 // A position with nine significant digits, which tell every single-precision number from its neighbours.

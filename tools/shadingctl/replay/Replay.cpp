@@ -53,13 +53,13 @@ Replay::~Replay() {
 }
 
 void Replay::Listen(std::string_view message) {
-  mMessages.Read(message);
+  mMessages.Add(message);
   if (mSink) mSink(mFrame, message);
 }
 
 void Replay::BeginCall(std::optional<std::uint32_t> frame) {
   mFrame = frame;
-  mMessages.BeginFrame();
+  mMessages.Clear();
 }
 
 void Replay::Complain(std::string const& complaint) {
@@ -147,7 +147,7 @@ void Replay::Play(std::int32_t sensorId, hosting::UpdateSensorData const& update
   Stopwatch const watch;
   mLibrary.UpdateSensorData(sensorId, update.frame, update.timestampNs);
   summary.AddUpdate(update.batch, watch.PassedNs());
-  JudgeBatch(mCameras[sensorId], mMessages.Frame());
+  JudgeBatch(mCameras[sensorId], mMessages);
 }
 
 FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& calc, Summary& summary) {
@@ -165,7 +165,7 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   std::int64_t const calculateNs = watch.PassedNs();
   outcome.startFound = state.matched == 1;
 
-  FrameResult result = Judge(outcome, mMessages.Frame());
+  FrameResult result = Judge(outcome, mMessages);
   result.frame = calc.frame;
   result.timestampNs = PairOf(calc, type).timestampNs;
   result.type = type;
@@ -180,11 +180,12 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
 void Replay::JudgeBatch(CameraState& state, FrameMessages const& messages) {
   if (messages.split && mBatches.split) ++*mBatches.split;
   if (!messages.batch) return;
-  if (!messages.split && state.newestStoredNs && messages.batch->firstNs < *state.newestStoredNs) {
+  auto const firstNs = static_cast<std::int64_t>(messages.batch->firstNs);
+  if (!messages.split && state.newestStoredNs && firstNs < *state.newestStoredNs) {
     if (mBatches.dropped) ++*mBatches.dropped;
     return;
   }
-  state.newestStoredNs = messages.batch->lastNs;
+  state.newestStoredNs = static_cast<std::int64_t>(messages.batch->lastNs);
 }
 
 }  // namespace shadingctl

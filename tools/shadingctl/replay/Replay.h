@@ -12,9 +12,9 @@
 #include "hosting/Session.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
+#include "tools/shadingctl/messages/FrameMessages.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
 #include "tools/shadingctl/replay/FrameResult.h"
-#include "tools/shadingctl/replay/LibraryMessages.h"
 #include "tools/shadingctl/replay/Summary.h"
 
 namespace shadingctl {
@@ -76,7 +76,7 @@ class Replay {
   MessageSink const mSink;
   std::string mComplaint;
 
-  LibraryMessages mMessages;
+  FrameMessages mMessages;
   std::optional<std::uint32_t> mFrame;  // at work
   std::vector<Camera> mMonitors;        // the library's, in its order
   std::map<std::int32_t, CameraState> mCameras;

@@ -1,0 +1,62 @@
+// How a frame's span lies to its readout. docs/replay-output.md explains every figure.
+//
+// Times are aligned ones, in us: the library's own, in which a frame's readout begins at its timestamp less its
+// exposure time. Differences wrap as the library's do, so times that cannot be real do no harm.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "tools/shadingctl/messages/FrameMessages.h"
+
+namespace shadingctl {
+
+// The library's tolerance between a sample and either end of the readout, us. Only shown and counted by; the library
+// decides by its own.
+constexpr int kToleranceUs = 1500;
+
+constexpr std::size_t kWindowSize = 100;  // samples that the library looks at, and the least that its history must hold
+
+struct AlignedSample {
+  std::int64_t timeUs = 0;
+  float hallX = 0;
+  float hallY = 0;
+};
+
+// The library's table of the window: a sample in the same us as the one taken before is left out, and one in us 0 at
+// the front.
+std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window, std::int64_t offsetUs);
+
+struct Readout {
+  std::int64_t startUs = 0;
+  std::uint32_t lengthUs = 0;
+};
+
+struct LensPosition {
+  double x = 0;
+  double y = 0;
+};
+
+double Distance(LensPosition const& one, LensPosition const& other);
+
+// Both ends of a span as the library looks for them: the end one readout after the first entry, wherever that is.
+struct SpanTiming {
+  std::int64_t ageUs = 0;  // from the first entry to the start of the readout; negative when the entry is later
+  std::int64_t endDistanceUs = 0;
+  std::optional<double>
+      coverage;              // share of the readout between the first and the last entry; nullopt without a readout
+  std::size_t repeated = 0;  // samples of the span that were told before
+  bool endIsNear() const { return endDistanceUs < kToleranceUs; }
+};
+
+// nullopt when the table does not hold the span.
+std::optional<SpanTiming> TimeSpan(std::vector<AlignedSample> const& table, SpanFound const& span,
+                                   Readout const& readout);
+
+// The samples from `first` to `last` that were told before: later than the sample before them by less than a quarter of
+// the table's median interval, with the same position.
+std::size_t CountRepeated(std::vector<AlignedSample> const& table, std::size_t first, std::size_t last);
+
+}  // namespace shadingctl
