@@ -69,11 +69,12 @@ struct Device::Backstage {
 
   void Deliver(LogMessage message);
 
-  // The calls. NoteCall keeps one line, given like printf's, while recordsCalls; what concerns the log notes its line
-  // only while recordsLogCalls.
+  // The calls. NoteCall hands its line, given like printf's, to the watcher and keeps it while recordsCalls; what
+  // concerns the log notes its line only while recordsLogCalls.
   Locked<std::vector<std::string>> calls;
   std::atomic<bool> recordsCalls{false};
   std::atomic<bool> recordsLogCalls{false};
+  std::atomic<void (*)(char const*)> callWatcher{nullptr};
 
   void NoteCall(char const* format, ...) __attribute__((format(printf, 2, 3)));
 };

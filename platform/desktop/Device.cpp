@@ -83,12 +83,15 @@ void Device::Backstage::Deliver(LogMessage message) {
 }
 
 void Device::Backstage::NoteCall(char const* format, ...) {
-  if (!recordsCalls.load(std::memory_order_relaxed)) return;
+  auto* const watch = callWatcher.load(std::memory_order_acquire);
+  bool const keeps = recordsCalls.load(std::memory_order_relaxed);
+  if (watch == nullptr && !keeps) return;
   std::va_list arguments;
   va_start(arguments, format);
   std::string line = FormatText(format, arguments).value_or(format);
   va_end(arguments);
-  calls.With([&](std::vector<std::string>& lines) { lines.push_back(std::move(line)); });
+  if (watch != nullptr) watch(line.c_str());
+  if (keeps) calls.With([&](std::vector<std::string>& lines) { lines.push_back(std::move(line)); });
 }
 
 Device::Device() : mBackstage(std::make_unique<Backstage>()) { mBackstage->Play(FirstDevice()); }
@@ -108,6 +111,7 @@ DeviceSettings Device::Settings() const {
 
 void Device::Reset() {
   RecordCalls(false);
+  WatchCalls(nullptr);
   ListenToLog({});
   RecordLog(false);
   TakeLog();
@@ -168,6 +172,10 @@ void Device::ListenToLog(std::function<void(LogMessage const&)> listener) {
 void Device::RecordCalls(bool on, bool loggingToo) {
   mBackstage->recordsCalls = on;
   mBackstage->recordsLogCalls = on && loggingToo;
+}
+
+void Device::WatchCalls(void (*watcher)(char const* call)) {
+  mBackstage->callWatcher.store(watcher, std::memory_order_release);
 }
 
 std::vector<std::string> Device::TakeCalls() {

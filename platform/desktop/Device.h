@@ -61,8 +61,13 @@ enum class Fault {
   kNoSensorHandle,  // IHalSensorList::openSensor answers null
   kSilentDriver,    // IHalSensor::sendCommand leaves the value as it was
   kFailedListRead,  // GetIntegerListConfiguration answers -1
+  kNoFeature,       // GetKeyCount answers 0
+  kNoValues,        // GetValuesCount answers 0
+  kFailedRead,      // GetIntegerConfiguration answers -1
+  kFailedPull,      // SensorProvider::getAllSensorData answers false and hands out nothing
+  kRefusedDisable,  // SensorProvider::disableSensor answers false
 };
-constexpr std::size_t kFaultCount = 6;
+constexpr std::size_t kFaultCount = 11;
 
 // The one device of the process. It plays the built-in device until Configure is called, or the device in the directory
 // that the environment variable VCAM_DEVICE names (read at the first use; a device that cannot be read ends the process
@@ -106,6 +111,11 @@ class Device {
   // library only when `loggingToo` is set. Off at first.
   void RecordCalls(bool on, bool loggingToo = false);
   std::vector<std::string> TakeCalls();
+
+  // Calls `watcher` at the beginning of every platform call that RecordCalls would keep, with its line, on the thread
+  // that makes it and without a lock of the device: it may call the Device, and several threads may be in it at once.
+  // Null ends it. Log calls are among them only while recorded.
+  void WatchCalls(void (*watcher)(char const* call));
 
   // How many image sensors were opened and not released yet.
   int OpenSensorHandles() const;

@@ -34,6 +34,7 @@ int ReadValues(char const* feature, char const* key, int* out, std::size_t count
 
 unsigned int GetKeyCount(char const* feature) {
   Stage().NoteCall("GetKeyCount %s", feature);
+  if (Stage().Fails(desktop::Fault::kNoFeature)) return 0;
   return Stage().settings.With([&](DeviceSettings const& settings) {
     auto const keys = settings.configuration.find(feature);
     return keys == settings.configuration.end() ? 0U : static_cast<unsigned int>(keys->second.size());
@@ -42,6 +43,7 @@ unsigned int GetKeyCount(char const* feature) {
 
 unsigned int GetValuesCount(char const* feature, char const* key) {
   Stage().NoteCall("GetValuesCount %s %s", feature, key);
+  if (Stage().Fails(desktop::Fault::kNoValues)) return 0;
   auto const claimed = Stage().claimedValuesCount.With([](std::optional<unsigned int> count) { return count; });
   if (claimed) return *claimed;
   return Stage().settings.With([&](DeviceSettings const& settings) {
@@ -52,6 +54,7 @@ unsigned int GetValuesCount(char const* feature, char const* key) {
 
 int GetIntegerConfiguration(char const* feature, char const* key, int* value) {
   Stage().NoteCall("GetIntegerConfiguration %s %s", feature, key);
+  if (Stage().Fails(desktop::Fault::kFailedRead)) return -1;
   return ReadValues(feature, key, value, 1);
 }
 

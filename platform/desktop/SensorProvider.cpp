@@ -36,12 +36,13 @@ bool SensorProvider::enableSensor(eSensorType type, unsigned int mode) {
 
 bool SensorProvider::disableSensor(eSensorType type) {
   Stage().NoteCall("disableSensor %s %d", Named(this).name.c_str(), type);
-  return true;
+  return !Stage().Fails(desktop::Fault::kRefusedDisable);
 }
 
 bool SensorProvider::getAllSensorData(eSensorType type, std::vector<SensorData>& samples) {
   NamedProvider& provider = Named(this);
   Stage().NoteCall("getAllSensorData %s %d", provider.name.c_str(), type);
+  if (Stage().Fails(desktop::Fault::kFailedPull)) return false;
   // Whatever is enabled: a user whom the platform refused keeps pulling, and is to find what the host queued.
   provider.queue.With([&](std::vector<SensorData>& queued) {
     if (queued.empty()) return;

@@ -1,16 +1,12 @@
 // Several of the host's threads at once. What this shows, it shows under a thread sanitizer; elsewhere it must merely
 // give each camera its own positions.
 
-#include <stdlib.h>
-
 #include <atomic>
-#include <filesystem>
 #include <thread>
 
-#include "platform/desktop/BuiltInCalibration.h"
-#include "platform/desktop/CalibrationMount.h"
 #include "platform/desktop/Device.h"
 #include "tests/host/HostView.h"
+#include "tests/support/MountedCalibration.h"
 
 namespace {
 
@@ -41,23 +37,6 @@ void RunCamera(ShadingTable& shading, int sensorId, int sensorType, unsigned int
   }
   shading.Stop(sensorId, sensorType);
 }
-
-// The built-in cameras' dump files where the library looks for them, while the object lives. Made before the first
-// thread.
-class MountedCalibration {
- public:
-  MountedCalibration() {
-    EXPECT_NE(mkdtemp(mDirectory.data()), nullptr);
-    EXPECT_EQ(desktop::WriteBuiltInCalibration(mDirectory), "");
-    EXPECT_EQ(desktop::MountCalibration(mDirectory), "") << "needs root or user namespaces";
-  }
-  ~MountedCalibration() { std::filesystem::remove_all(mDirectory); }
-  MountedCalibration(MountedCalibration const&) = delete;
-  MountedCalibration& operator=(MountedCalibration const&) = delete;
-
- private:
-  std::string mDirectory = (std::filesystem::temp_directory_path() / "threadsXXXXXX").string();
-};
 
 // Asks for every camera's table and block until `done`; counts the rounds in which all answers are right.
 void AskCalibration(ShadingTable& shading, std::atomic<bool> const& done, unsigned int& rounds, bool& right) {
