@@ -23,6 +23,7 @@ CallRecording::CallRecording(std::string directory, Settings settings)
       mSettings(std::move(settings)),
       mCallFile(mDirectory + "/calls.csv", kCallColumns, CsvFile::LastLine::kMustEnd),
       mSampleFile(mDirectory + "/hall.csv", kCallSampleColumns, CsvFile::LastLine::kMustEnd) {
+  mSettings.recordsCalls = true;
   ReadSampleRow();
 }
 

@@ -85,6 +85,7 @@ struct Oddities {
 struct Settings {
   std::optional<std::vector<std::int32_t>> cameras;  // those of the sensor map
   std::optional<std::int32_t> calculationMode;       // the property "vendor.debug.ois.hall.calculation"
+  bool recordsCalls = false;                         // the calls name their cameras and types
   bool batchesAsFiled = false;  // samples as the library stored them: batches that it discarded are missing
 };
 

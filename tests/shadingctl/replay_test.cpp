@@ -13,7 +13,7 @@ namespace {
 
 constexpr char const* kHeader =
     "frame,timestamp_ns,type,match,samples,start_index,end_index,offset_us,start_distance_us,span_age_us,hall_x,hall_y,"
-    "message\n";
+    "message,camera\n";
 
 TEST(Replay, BuiltInSessionIsTheSameEverywhere) {
   Outcome const outcome = RunTool("replay --format csv");
@@ -46,13 +46,13 @@ TEST(Replay, ModesAndTypesOfAFrameWorkedOutByHand) {
   std::string const row = "7,1000000000000,0,start,100,40,60,-5598,0,0,";
   for (auto const& [mode, position] : modes) {
     Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path() + " " + mode);
-    EXPECT_EQ(outcome.out, kHeader + row + position + ",\n") << mode << outcome.err;
+    EXPECT_EQ(outcome.out, kHeader + row + position + ",,0\n") << mode << outcome.err;
     EXPECT_EQ(outcome.err, "") << mode;
   }
   for (char const* type : {"1", "4", "5", "6"}) {
     std::string const typed = Replaced(row, ",0,start", std::string(",") + type + ",start");
     EXPECT_EQ(RunTool("replay --quiet --format csv --type " + (type + (" " + directory.path()))).out,
-              kHeader + typed + "136.666672,-10,\n");
+              kHeader + typed + "136.666672,-10,,0\n");
   }
 }
 
@@ -62,7 +62,7 @@ TEST(Replay, ACameraThatIsNotInTheSensorMapIsOff) {
   Outcome const outcome = RunTool("replay --quiet --format csv --camera 1 " + directory.path());
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_EQ(outcome.out,
-            kHeader + std::string("7,1000000000000,0,off,,,,,,,,,the camera is not in the device's sensor map\n"));
+            kHeader + std::string("7,1000000000000,0,off,,,,,,,,,the camera is not in the device's sensor map,1\n"));
   EXPECT_EQ(outcome.err, "shadingctl: camera 1 is not in the device's sensor map: every frame is off\n");
   // The second camera of the map answers like the first.
   EXPECT_NE(RunTool("replay --quiet --format csv --camera 2 " + directory.path()).out.find(",start,"),
@@ -115,10 +115,10 @@ TEST(Replay, JsonHasNullWhereThereIsNoValue) {
                   "6,999999000000,10000000,20000000\n7,1000000000000,10000000,20000000\n");
   auto const json = nlohmann::json::parse(RunTool("replay --format json " + directory.path()).out);
   EXPECT_EQ(json["frames"].dump(),
-            R"([{"end_index":null,"frame":6,"hall_x":null,"hall_y":null,)"
+            R"([{"camera":0,"end_index":null,"frame":6,"hall_x":null,"hall_y":null,)"
             R"("match":"no_samples","message":"too little history: 0 of 100 samples","offset_us":-5598,"samples":0,)"
             R"("span_age_us":null,"start_distance_us":null,"start_index":null,"timestamp_ns":999999000000,"type":0},)"
-            R"({"end_index":60,"frame":7,"hall_x":136.666672,"hall_y":-10.0,"match":"start","message":null,)"
+            R"({"camera":0,"end_index":60,"frame":7,"hall_x":136.666672,"hall_y":-10.0,"match":"start","message":null,)"
             R"("offset_us":-5598,"samples":100,"span_age_us":0,"start_distance_us":0,"start_index":40,)"
             R"("timestamp_ns":1000000000000,"type":0}])");
   auto const& summary = json["summary"];
@@ -137,7 +137,7 @@ TEST(Replay, RowsGoToTheOutputFileAndMessagesToTheLog) {
   std::string const result = directory.path() + "/result.csv";
   std::string const log = directory.path() + "/library.log";
   Outcome const outcome = RunTool("replay --format csv -o " + result + " --log " + log + " " + directory.path());
-  EXPECT_EQ(ReadFile(result), kHeader + std::string("7,1000000000000,0,start,100,40,60,-5598,0,0,136.666672,-10,\n"));
+  EXPECT_EQ(ReadFile(result), kHeader + std::string("7,1000000000000,0,start,100,40,60,-5598,0,0,136.666672,-10,,0\n"));
   EXPECT_EQ(outcome.out.rfind("Frames     1 (7 to 7), 0.000 s\n", 0), 0U) << outcome.out;
   EXPECT_EQ(outcome.err, "");
   auto const messages = Lines(ReadFile(log));

@@ -49,7 +49,7 @@ struct Arguments {
   std::vector<std::string> dumps;
   std::string dumpDirectory;  // with `dumps` only
   std::optional<int> camera;
-  int type = kShadingPreview;
+  std::optional<int> type;
   int logLevel = 4;
   bool resetMatched = false;
   bool quiet = false;
@@ -59,13 +59,13 @@ bool Dumps(Arguments const& arguments, DumpKind kind) {
   return std::find(arguments.dumps.begin(), arguments.dumps.end(), Name(kind)) != arguments.dumps.end();
 }
 
-// Called when everything with a relative path is open.
-void StartDumping(Arguments const& arguments) {
+// Called when everything with a relative path is open. Without a `type`, the recording says that of each frame.
+void StartDumping(Arguments const& arguments, std::optional<int> type) {
   if (arguments.dumps.empty()) return;
-  bool const isPreview = arguments.type == kShadingPreview || arguments.type == kShadingPreviewPair2;
+  bool const isPreview = type == kShadingPreview || type == kShadingPreviewPair2;
   DumpKind const kind = isPreview ? DumpKind::kPreview : DumpKind::kCapture;
-  if (!Dumps(arguments, kind)) {
-    Tell(fmt::format("frames of type {} write {} dumps, which --dump does not name: there will be none", arguments.type,
+  if (type && !Dumps(arguments, kind)) {
+    Tell(fmt::format("frames of type {} write {} dumps, which --dump does not name: there will be none", *type,
                      Name(kind)));
   }
   SendDumpsBelow(arguments.dumpDirectory);
@@ -109,32 +109,32 @@ MessageSink SinkInto(std::optional<OutputFile>& log) {
   };
 }
 
-void PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Summary& summary, bool quiet) {
+void PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Summaries& summaries, bool quiet) {
   auto const start = std::chrono::steady_clock::now();
   {
     Progress progress(!quiet, [&] { return session.FrameCount(); });
     for (hosting::Call call; session.Next(call);) {
-      std::optional<FrameResult> const result = replay.Play(call, summary);
+      std::optional<FrameResult> const result = replay.Play(call, summaries);
       if (!result) continue;
       writer.Add(*result);
       progress.Step();
     }
   }
   std::chrono::nanoseconds const passed = std::chrono::steady_clock::now() - start;
-  summary.Close(session.oddities(), replay.batches(), passed.count());
+  summaries.Close(session.oddities(), passed.count());
 }
 
 // The summary stands where it does not mix with what another program reads.
-void ShowSummary(Summary const& summary, Arguments const& arguments) {
+void ShowSummary(Summaries const& summaries, Arguments const& arguments) {
   if (arguments.quiet) return;
   bool const rowsAreShown = arguments.output == kStandardOutput;
   if (rowsAreShown && arguments.format == Format::kJson) return;  // it is part of the object
   if ((rowsAreShown && arguments.format == Format::kCsv) || arguments.log == kStandardOutput) {
-    TellPlainly(summary.Text());
+    TellPlainly(summaries.Text());
     return;
   }
   OutputFile console(kStandardOutput);
-  console.Write((rowsAreShown ? "\n" : "") + summary.Text());
+  console.Write((rowsAreShown ? "\n" : "") + summaries.Text());
   console.Finish();
 }
 
@@ -148,6 +148,35 @@ void RefuseOverwritingInputs(Arguments const& arguments, ChosenDevice const& dev
   std::vector<std::string> outputs = {arguments.output};
   if (!arguments.log.empty()) outputs.push_back(arguments.log);
   RefuseOverwriting(inputs, outputs);
+}
+
+Replay::Options OptionsFrom(Arguments const& arguments, desktop::DeviceSettings const& settings) {
+  Replay::Options options;
+  options.camera = CameraOf(settings, arguments.camera);
+  options.onlyCamera = arguments.camera.has_value();
+  options.type = arguments.type;
+  options.resetMatched = arguments.resetMatched;
+  // Whoever asks for something else than what was recorded expects other answers.
+  options.checkAnswers = arguments.mode.empty() && !arguments.type && !arguments.resetMatched;
+  return options;
+}
+
+ReplaySettings SettingsOf(Arguments const& arguments, hosting::Session const& session, Replay::Options const& options,
+                          std::string const& library, std::string const& mode) {
+  hosting::Settings const& recorded = session.settings();
+  ReplaySettings settings;
+  settings.session = session.Name();
+  settings.library = library;
+  bool const isOneCamera =
+      !recorded.recordsCalls || arguments.camera || (recorded.cameras && recorded.cameras->size() == 1);
+  if (isOneCamera) settings.camera = options.camera.sensorId;
+  if (!recorded.recordsCalls) settings.sensorType = options.camera.sensorType;
+  settings.type = arguments.type;
+  if (!recorded.recordsCalls && !arguments.type) settings.type = kShadingPreview;
+  settings.mode = mode;
+  settings.logLevel = arguments.logLevel;
+  settings.resetMatched = arguments.resetMatched;
+  return settings;
 }
 
 int RunReplay(Arguments const& arguments) {
@@ -164,25 +193,21 @@ int RunReplay(Arguments const& arguments) {
   if (!arguments.log.empty()) log.emplace(arguments.log);
   OutputFile output(arguments.output);
   auto const writer = MakeResultWriter(arguments.format, output);
-  Summary summary(arguments.logLevel);
-  StartDumping(arguments);
+  Summaries summaries(arguments.logLevel);
 
-  Replay::Options options;
-  options.camera = CameraOf(settings, arguments.camera);
-  options.type = static_cast<CustShadingType>(arguments.type);
-  options.resetMatched = arguments.resetMatched;
-  options.logLevel = arguments.logLevel;
+  Replay::Options const options = OptionsFrom(arguments, settings);
+  ReplaySettings const head = SettingsOf(arguments, *session, options, path, ModeOf(settings));
+  StartDumping(arguments, head.type);
   {
     Replay replay(library, device, options, SinkInto(log));
-    writer->Begin({session->Name(), path, options.camera.sensorId, options.camera.sensorType, arguments.type,
-                   ModeOf(settings), arguments.logLevel, arguments.resetMatched});
-    PlayAll(*session, replay, *writer, summary, arguments.quiet);
+    writer->Begin(head);
+    PlayAll(*session, replay, *writer, summaries, arguments.quiet);
     if (!replay.complaint().empty()) Tell(replay.complaint());
   }
-  writer->End(summary);
+  writer->End(summaries);
   OutputFile::FinishAll({&output, log ? &*log : nullptr});
-  ShowSummary(summary, arguments);
-  return kExitDone;
+  ShowSummary(summaries, arguments);
+  return summaries.differentAnswers() > 0 ? kExitDifference : kExitDone;
 }
 
 constexpr char const* kExamples = R"(Each frame is matched in one way:
@@ -216,11 +241,13 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
   command
       ->add_option_function<std::string>(
           "--type", [arguments](std::string const& digit) { arguments->type = digit[0] - '0'; },
-          "Kind of frame as the host numbers it: previews 0 and 4, captures 1, 5 and 6")
-      ->default_str("0")
+          "Kind of every frame as the host numbers it: previews 0 and 4, captures 1, 5 and 6; by default as the "
+          "recording says, or else 0")
       ->check(CLI::IsMember({"0", "1", "4", "5", "6"}));
-  AddNumber(*command, "--camera", arguments->camera, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
-            "Sensor id; by default the first of the device's sensor map");
+  AddNumber(
+      *command, "--camera", arguments->camera, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
+      "Sensor id: leave out what is recorded of other cameras. Where the recording names none, by default the first of "
+      "the device's sensor map");
   command->add_flag("--reset-matched", arguments->resetMatched,
                     "Clear the flag before each frame: without a start the position stays");
   AddNumber(*command, "--log-level", arguments->logLevel, 0, 9,

@@ -26,17 +26,17 @@ class CsvWriter : public ResultWriter {
   void Begin(ReplaySettings const& /*settings*/) override {
     mOutput.Write(
         "frame,timestamp_ns,type,match,samples,start_index,end_index,offset_us,start_distance_us,span_age_us,"
-        "hall_x,hall_y,message\n");
+        "hall_x,hall_y,message,camera\n");
   }
 
   void Add(FrameResult const& r) override {
-    mOutput.Write(fmt::format("{},{},{},{},{},{},{},{},{},{},{},{},{}\n", r.frame, r.timestampNs, r.type, Name(r.match),
-                              OrEmpty(r.samples), OrEmpty(r.startIndex), OrEmpty(r.endIndex), OrEmpty(r.offsetUs),
-                              OrEmpty(r.startDistanceUs), OrEmpty(r.spanAgeUs), PositionOrEmpty(r.hallX),
-                              PositionOrEmpty(r.hallY), r.message));
+    mOutput.Write(fmt::format("{},{},{},{},{},{},{},{},{},{},{},{},{},{}\n", r.frame, r.timestampNs, r.type,
+                              Name(r.match), OrEmpty(r.samples), OrEmpty(r.startIndex), OrEmpty(r.endIndex),
+                              OrEmpty(r.offsetUs), OrEmpty(r.startDistanceUs), OrEmpty(r.spanAgeUs),
+                              PositionOrEmpty(r.hallX), PositionOrEmpty(r.hallY), r.message, r.camera));
   }
 
-  void End(Summary const& /*summary*/) override {}
+  void End(Summaries const& /*summaries*/) override {}
 
  private:
   OutputFile& mOutput;
@@ -48,10 +48,11 @@ class JsonWriter : public ResultWriter {
   explicit JsonWriter(OutputFile& output) : mOutput(output) {}
 
   void Begin(ReplaySettings const& settings) override {
-    nlohmann::ordered_json const head = {{"session", settings.session},    {"library", settings.library},
-                                         {"camera", settings.camera},      {"sensor_type", settings.sensorType},
-                                         {"type", settings.type},          {"mode", settings.mode},
-                                         {"log_level", settings.logLevel}, {"reset_matched", settings.resetMatched}};
+    nlohmann::ordered_json const head = {
+        {"session", settings.session},       {"library", settings.library},
+        {"camera", OrNull(settings.camera)}, {"sensor_type", OrNull(settings.sensorType)},
+        {"type", OrNull(settings.type)},     {"mode", settings.mode},
+        {"log_level", settings.logLevel},    {"reset_matched", settings.resetMatched}};
     mOutput.Write("{\"settings\": " + Dump(head) + ",\n\"frames\": [");
   }
 
@@ -69,12 +70,15 @@ class JsonWriter : public ResultWriter {
         {"span_age_us", OrNull(r.spanAgeUs)},
         {"hall_x", Position(r.hallX)},
         {"hall_y", Position(r.hallY)},
-        {"message", r.message.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(r.message)}};
+        {"message", r.message.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(r.message)},
+        {"camera", r.camera}};
     mOutput.Write((mFirst ? "\n" : ",\n") + Dump(row));
     mFirst = false;
   }
 
-  void End(Summary const& summary) override { mOutput.Write("\n],\n\"summary\": " + Dump(summary.Json()) + "}\n"); }
+  void End(Summaries const& summaries) override {
+    mOutput.Write("\n],\n\"summary\": " + Dump(summaries.Json()) + "}\n");
+  }
 
  private:
   // Paths may hold any bytes; those that are no UTF-8 are replaced.
@@ -102,11 +106,16 @@ class TableWriter : public ResultWriter {
   explicit TableWriter(OutputFile& output) : mOutput(output) {}
 
   void Begin(ReplaySettings const& settings) override {
-    mOutput.Write(fmt::format("{}: camera {}, sensor type {}, frame type {}, mode {}, log level {}{}\n\n",
-                              settings.session, settings.camera, settings.sensorType, settings.type, settings.mode,
-                              settings.logLevel, settings.resetMatched ? ", flag cleared before each frame" : ""));
-    WriteRow("frame", "time", "match", "samples", "span", "offset", "distance", "age", "hall x", "hall y", "note");
-    WriteRow("", "s", "", "", "entries", "us", "us/allowed", "us", "hall unit", "hall unit", "");
+    mShowsCamera = !settings.camera;
+    mOutput.Write(fmt::format("{}: {}{}, {}, mode {}, log level {}{}\n\n", settings.session,
+                              settings.camera ? fmt::format("camera {}", *settings.camera) : "cameras as recorded",
+                              settings.sensorType ? fmt::format(", sensor type {}", *settings.sensorType) : "",
+                              settings.type ? fmt::format("frame type {}", *settings.type) : "frame types as recorded",
+                              settings.mode, settings.logLevel,
+                              settings.resetMatched ? ", flag cleared before each frame" : ""));
+    WriteRow("camera", "frame", "time", "match", "samples", "span", "offset", "distance", "age", "hall x", "hall y",
+             "note");
+    WriteRow("", "", "s", "", "", "entries", "us", "us/allowed", "us", "hall unit", "hall unit", "");
   }
 
   void Add(FrameResult const& r) override {
@@ -115,22 +124,24 @@ class TableWriter : public ResultWriter {
     std::string const span = r.startIndex && r.endIndex ? fmt::format("{}-{}", *r.startIndex, *r.endIndex) : "";
     std::string const distance =
         r.startDistanceUs ? fmt::format("{}/{}", *r.startDistanceUs, kToleranceUs) : std::string();
-    WriteRow(r.frame, fmt::format("{:.3f}", static_cast<double>(sinceFirstNs) / 1e9), Name(r.match), OrEmpty(r.samples),
-             span, OrEmpty(r.offsetUs), distance, OrEmpty(r.spanAgeUs), PositionOrEmpty(r.hallX),
+    WriteRow(r.camera, r.frame, fmt::format("{:.3f}", static_cast<double>(sinceFirstNs) / 1e9), Name(r.match),
+             OrEmpty(r.samples), span, OrEmpty(r.offsetUs), distance, OrEmpty(r.spanAgeUs), PositionOrEmpty(r.hallX),
              PositionOrEmpty(r.hallY), r.message);
   }
 
-  void End(Summary const& /*summary*/) override {}
+  void End(Summaries const& /*summaries*/) override {}
 
  private:
-  template <class... Cells>
-  void WriteRow(Cells const&... cells) {
-    std::string row = fmt::format("{:>10} {:>9}  {:<10} {:>7} {:>7} {:>7} {:>12} {:>8}  {:>13} {:>13}  {}", cells...);
+  template <class Camera, class... Cells>
+  void WriteRow(Camera const& camera, Cells const&... cells) {
+    std::string row = mShowsCamera ? fmt::format("{:>6} ", camera) : std::string();
+    row += fmt::format("{:>10} {:>9}  {:<10} {:>7} {:>7} {:>7} {:>12} {:>8}  {:>13} {:>13}  {}", cells...);
     row.erase(row.find_last_not_of(' ') + 1);
     mOutput.Write(row + "\n");
   }
 
   OutputFile& mOutput;
+  bool mShowsCamera = false;
   std::optional<std::uint64_t> mFirstNs;
 };
 

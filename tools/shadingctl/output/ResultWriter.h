@@ -2,11 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/replay/FrameResult.h"
-#include "tools/shadingctl/replay/Summary.h"
+#include "tools/shadingctl/replay/Summaries.h"
 
 namespace shadingctl {
 
@@ -16,9 +17,9 @@ enum class Format { kTable, kCsv, kJson };
 struct ReplaySettings {
   std::string session;
   std::string library;
-  int camera = 0;
-  int sensorType = 0;
-  int type = 0;
+  std::optional<int> camera;      // nullopt: several, as recorded
+  std::optional<int> sensorType;  // nullopt: as recorded
+  std::optional<int> type;        // nullopt: as recorded
   std::string mode;
   int logLevel = 0;
   bool resetMatched = false;
@@ -30,7 +31,7 @@ class ResultWriter {
   virtual ~ResultWriter() = default;
   virtual void Begin(ReplaySettings const& settings) = 0;
   virtual void Add(FrameResult const& result) = 0;
-  virtual void End(Summary const& summary) = 0;
+  virtual void End(Summaries const& summaries) = 0;
 };
 
 // A writer for `format`; `output` must outlive it.

@@ -68,6 +68,10 @@ std::string Summary::Text() const {
   text += fmt::format("Replay     {:.3f} s, {:.0f} times real time\n", static_cast<double>(mReplayNs) / 1e9,
                       recordedNs / static_cast<double>(std::max<std::int64_t>(mReplayNs, 1)));
   text += SamplesText(mHealth.Summarize(), mBatches);
+  if (mRecordedAnswers > 0) {
+    text += fmt::format("Answers    {} recorded, {} given again, {} different\n", mRecordedAnswers,
+                        mRecordedAnswers - mDifferentAnswers, mDifferentAnswers);
+  }
   text += OddityText(mOddities.frameTimesBackward, "frames earlier than the frame before");
   text += OddityText(mOddities.framesWithoutSamples, "frames without samples");
   text += OddityText(mOddities.sampleTimesBackward, "samples earlier than the sample before");
@@ -137,7 +141,8 @@ nlohmann::ordered_json Summary::Json() const {
         {"unlisted_samples", OddityJson(mOddities.unlistedSamples)},
         {"undelivered_samples", OddityJson(mOddities.undeliveredSamples)},
         {"lost_calls", OddityJson(mOddities.lostCalls)},
-        {"lost_samples", OddityJson(mOddities.lostSamples)}}}};
+        {"lost_samples", OddityJson(mOddities.lostSamples)}}},
+      {"answers", {{"recorded", mRecordedAnswers}, {"different", mDifferentAnswers}}}};
 }
 
 }  // namespace shadingctl

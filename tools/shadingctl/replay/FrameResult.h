@@ -51,6 +51,7 @@ struct FrameResult {
   std::optional<double> hallX;
   std::optional<double> hallY;
   std::string message;  // why there is no start; without commas and quotes
+  std::int32_t camera = 0;
   std::optional<SpanEnd> end;
   std::optional<std::int64_t> endDistanceUs;
   std::optional<double> coverage;                // of the readout by the span, 0 to 1

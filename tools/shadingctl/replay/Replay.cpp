@@ -35,12 +35,20 @@ CalcOISValueInput InputOf(hosting::CalcOisValue const& calc) {
           pairs[0].exposureNs,  pairs[1].exposureNs,  pairs[2].exposureNs};
 }
 
+// Every position is a single-precision number, however it is kept.
+bool IsSame(std::optional<float> recorded, std::optional<double> answered) {
+  return recorded.has_value() == answered.has_value() && (!recorded || double{*recorded} == *answered);
+}
+
+template <class Number>
+std::string TextOf(std::optional<Number> position) {
+  return position ? PositionText(*position) : "none";
+}
+
 }  // namespace
 
 Replay::Replay(VeyraShadingUtil& library, desktop::Device& device, Options const& options, MessageSink sink)
     : mLibrary(library), mDevice(device), mOptions(options), mSink(std::move(sink)) {
-  if (mOptions.logLevel != 0) mBatches.split = 0;
-  if (mOptions.logLevel >= 4) mBatches.dropped = 0;
   mDevice.ListenToLog([this](desktop::LogMessage const& message) {
     if (message.sink == desktop::Sink::kSystemLog) Listen(message.text);
   });
@@ -77,15 +85,16 @@ std::vector<Camera>::iterator Replay::FindMonitor(Camera const& camera) {
   });
 }
 
-std::optional<FrameResult> Replay::Play(hosting::Call const& call, Summary& summary) {
+std::optional<FrameResult> Replay::Play(hosting::Call const& call, Summaries& summaries) {
   std::int32_t const sensorId = call.camera.value_or(mOptions.camera.sensorId);
+  if (mOptions.onlyCamera && sensorId != mOptions.camera.sensorId) return std::nullopt;
   return std::visit(
       [&](auto const& operation) -> std::optional<FrameResult> {
         using Operation = std::decay_t<decltype(operation)>;
         if constexpr (std::is_same_v<Operation, hosting::CalcOisValue>) {
-          return Play(sensorId, operation, summary);
+          return Play(sensorId, operation, summaries.Of(sensorId));
         } else if constexpr (std::is_same_v<Operation, hosting::UpdateSensorData>) {
-          Play(sensorId, operation, summary);
+          Play(sensorId, operation, summaries.Of(sensorId));
         } else {
           BeginCall(std::nullopt);
           Play(sensorId, operation);
@@ -147,13 +156,13 @@ void Replay::Play(std::int32_t sensorId, hosting::UpdateSensorData const& update
   Stopwatch const watch;
   mLibrary.UpdateSensorData(sensorId, update.frame, update.timestampNs);
   summary.AddUpdate(update.batch, watch.PassedNs());
-  JudgeBatch(mCameras[sensorId], mMessages);
+  JudgeBatch(mCameras[sensorId], mMessages, summary);
 }
 
 FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& calc, Summary& summary) {
   BeginCall(calc.frame);
   CameraState& state = mCameras[sensorId];
-  std::int32_t const type = calc.type.value_or(mOptions.type);
+  std::int32_t const type = mOptions.type.value_or(calc.type.value_or(kShadingPreview));
   CallOutcome outcome;
   outcome.supported = mLibrary.IsSupportSensor(sensorId);
   outcome.flagHanded = calc.matched.value_or(state.matched != 0) && !mOptions.resetMatched;
@@ -166,26 +175,44 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   outcome.startFound = state.matched == 1;
 
   FrameResult result = Judge(outcome, mMessages);
+  result.camera = sensorId;
   result.frame = calc.frame;
   result.timestampNs = PairOf(calc, type).timestampNs;
   result.type = type;
   if (!state.hallX.empty()) result.hallX = state.hallX.front();
   if (!state.hallY.empty()) result.hallY = state.hallY.front();
   summary.Add(result, calculateNs);
+  if (calc.answer && mOptions.checkAnswers) CheckAnswer(*calc.answer, state, result, summary);
   return result;
 }
 
 // A batch that begins before the newest stored sample is either split, which the library says, or dropped, which it
 // does not.
-void Replay::JudgeBatch(CameraState& state, FrameMessages const& messages) {
-  if (messages.split && mBatches.split) ++*mBatches.split;
+void Replay::JudgeBatch(CameraState& state, FrameMessages const& messages, Summary& summary) {
+  if (messages.split) summary.CountSplitBatch();
   if (!messages.batch) return;
   auto const firstNs = static_cast<std::int64_t>(messages.batch->firstNs);
   if (!messages.split && state.newestStoredNs && firstNs < *state.newestStoredNs) {
-    if (mBatches.dropped) ++*mBatches.dropped;
+    summary.CountDroppedBatch();
     return;
   }
   state.newestStoredNs = static_cast<std::int64_t>(messages.batch->lastNs);
+}
+
+// The vectors of a frame without a position hold what the host left in them, which is its own affair.
+void Replay::CheckAnswer(hosting::CalcOisValue::Answer const& recorded, CameraState const& state,
+                         FrameResult const& result, Summary& summary) {
+  bool const hasPosition = result.match == Match::kStart || result.match == Match::kCarried;
+  bool const positionIsSame =
+      !hasPosition || (IsSame(recorded.hallX, result.hallX) && IsSame(recorded.hallY, result.hallY));
+  bool const isAsRecorded = recorded.matched == (state.matched != 0) && positionIsSame;
+  summary.AddAnswer(isAsRecorded);
+  if (isAsRecorded) return;
+  Complain(
+      fmt::format("camera {}, frame {}: the recording has the flag {} and the position ({}, {}), the library "
+                  "answers {} and ({}, {})",
+                  result.camera, result.frame, recorded.matched ? 1 : 0, TextOf(recorded.hallX), TextOf(recorded.hallY),
+                  state.matched != 0 ? 1 : 0, TextOf(result.hallX), TextOf(result.hallY)));
 }
 
 }  // namespace shadingctl

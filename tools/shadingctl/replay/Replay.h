@@ -15,7 +15,7 @@
 #include "tools/shadingctl/messages/FrameMessages.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
 #include "tools/shadingctl/replay/FrameResult.h"
-#include "tools/shadingctl/replay/Summary.h"
+#include "tools/shadingctl/replay/Summaries.h"
 
 namespace shadingctl {
 
@@ -27,10 +27,11 @@ using MessageSink = std::function<void(std::optional<std::uint32_t> frame, std::
 class Replay {
  public:
   struct Options {
-    Camera camera;                           // of the calls that name none
-    CustShadingType type = kShadingPreview;  // of the frames that name none
-    bool resetMatched = false;               // clear the flag before each frame
-    int logLevel = 0;                        // what the library was constructed with
+    Camera camera;                     // of the calls that name none
+    bool onlyCamera = false;           // leave out the calls that name another one
+    std::optional<std::int32_t> type;  // of all frames; without it their own, or else a preview
+    bool resetMatched = false;         // clear the flag before each frame
+    bool checkAnswers = false;         // compare recorded answers with those of the library
   };
 
   // `library` must have been constructed with the settings that `device` has now. `sink` may be empty.
@@ -39,13 +40,11 @@ class Replay {
   Replay(Replay const&) = delete;
   Replay& operator=(Replay const&) = delete;
 
-  // What the host should tell its user about the calls so far; empty when they went well.
+  // What the host should tell its user about the calls so far, the first of it; empty when they went well.
   std::string const& complaint() const { return mComplaint; }
 
-  // Makes one call and adds to `summary`. A call that computes a position has a result.
-  std::optional<FrameResult> Play(hosting::Call const& call, Summary& summary);
-
-  BatchCounts const& batches() const { return mBatches; }
+  // Makes one call and adds to the summary of its camera. A call that computes a position has a result.
+  std::optional<FrameResult> Play(hosting::Call const& call, Summaries& summaries);
 
  private:
   // What a host keeps of a camera.
@@ -68,7 +67,9 @@ class Replay {
   void Complain(std::string const& complaint);
   Camera CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const;
   std::vector<Camera>::iterator FindMonitor(Camera const& camera);
-  void JudgeBatch(CameraState& state, FrameMessages const& messages);
+  void JudgeBatch(CameraState& state, FrameMessages const& messages, Summary& summary);
+  void CheckAnswer(hosting::CalcOisValue::Answer const& recorded, CameraState const& state, FrameResult const& result,
+                   Summary& summary);
 
   VeyraShadingUtil& mLibrary;
   desktop::Device& mDevice;
@@ -80,7 +81,6 @@ class Replay {
   std::optional<std::uint32_t> mFrame;  // at work
   std::vector<Camera> mMonitors;        // the library's, in its order
   std::map<std::int32_t, CameraState> mCameras;
-  BatchCounts mBatches;
 };
 
 }  // namespace shadingctl

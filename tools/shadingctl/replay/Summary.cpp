@@ -9,6 +9,11 @@ void Range::Add(double value) {
   highest = highest ? std::max(*highest, value) : value;
 }
 
+Summary::Summary(int logLevel) : mLogLevel(logLevel) {
+  if (logLevel != 0) mBatches.split = 0;
+  if (logLevel >= 4) mBatches.dropped = 0;
+}
+
 void Summary::AddUpdate(std::vector<NSCam::Utils::SensorData> const& batch, std::int64_t updateNs) {
   mHealth.Add(batch);
   mUpdateNs += updateNs;
@@ -31,9 +36,13 @@ void Summary::Add(FrameResult const& result, std::int64_t calculateNs) {
   mCalculateNs += calculateNs;
 }
 
-void Summary::Close(hosting::Oddities const& oddities, BatchCounts const& batches, std::int64_t replayNs) {
+void Summary::AddAnswer(bool isAsRecorded) {
+  ++mRecordedAnswers;
+  if (!isAsRecorded) ++mDifferentAnswers;
+}
+
+void Summary::Close(hosting::Oddities const& oddities, std::int64_t replayNs) {
   mOddities = oddities;
-  mBatches = batches;
   mReplayNs = replayNs;
 }
 

@@ -30,17 +30,26 @@ struct BatchCounts {
 // Constant memory, however long the session is.
 class Summary {
  public:
-  explicit Summary(int logLevel) : mLogLevel(logLevel) {}
+  explicit Summary(int logLevel);
 
   // The durations are those of the library's calls.
   void AddUpdate(std::vector<NSCam::Utils::SensorData> const& batch, std::int64_t updateNs);
   void Add(FrameResult const& result, std::int64_t calculateNs);
-  void Close(hosting::Oddities const& oddities, BatchCounts const& batches, std::int64_t replayNs);
+  void CountSplitBatch() { Count(mBatches.split); }
+  void CountDroppedBatch() { Count(mBatches.dropped); }
+  // An answer that the recording holds too.
+  void AddAnswer(bool isAsRecorded);
+  void Close(hosting::Oddities const& oddities, std::int64_t replayNs);
+
+  std::uint64_t differentAnswers() const { return mDifferentAnswers; }
 
   std::string Text() const;
   nlohmann::ordered_json Json() const;
 
  private:
+  static void Count(std::optional<std::uint64_t>& counter) {
+    if (counter) ++*counter;
+  }
   std::uint64_t CountOf(Match match) const { return mMatches[static_cast<std::size_t>(match)]; }
   double Percent(std::uint64_t count) const;
   double RecordedNs() const;  // from the earliest frame to the latest
@@ -60,6 +69,8 @@ class Summary {
   std::int64_t mReplayNs = 0;
   SampleHealth mHealth;
   BatchCounts mBatches;
+  std::uint64_t mRecordedAnswers = 0;
+  std::uint64_t mDifferentAnswers = 0;
   hosting::Oddities mOddities;
 };
 

@@ -1,0 +1,244 @@
+// What a replay makes of the calls that a recording of version 2 holds.
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/shadingctl/Program.h"
+
+namespace shadingctl {
+namespace {
+
+using std::string_literals::operator""s;
+
+std::string const kFirstColumns = "kind,camera,sensor_type,sensor_mode,rolling_shutter_ns";
+std::string const kLastColumns =
+    "frame,timestamp_ns,type,exposure_ns,timestamp1_ns,exposure1_ns,timestamp2_ns,exposure2_ns,matched,answer,hall_x,"
+    "hall_y";
+
+std::string Start(std::string const& camera, std::string const& sensorType) {
+  return "register_start," + camera + "," + sensorType + ",,,,,,,,,,,,,,";
+}
+std::string Stop(std::string const& camera, std::string const& sensorType) {
+  return "stop," + camera + "," + sensorType + ",,,,,,,,,,,,,,";
+}
+std::string Readout(std::string const& camera, std::string const& mode, std::string const& ns) {
+  return "readout," + camera + ",," + mode + "," + ns + ",,,,,,,,,,,,";
+}
+std::string Update(std::string const& camera) { return "update," + camera + ",,,,7,1000000000000,,,,,,,,,,"; }
+
+// Pair 0 is that of the worked recording; pair 1 has an exposure of 1 ms, pair 2 is 4 ms later.
+std::string Calc(std::string const& camera, std::string const& type, std::string const& flagAndAnswer = ",,,") {
+  return "calculate," + camera + ",,,,7,1000000000000," + type +
+         ",10000000,1000000000000,1000000,1000004000000,10000000," + flagAndAnswer;
+}
+
+// Every update delivers the samples of the worked recording, those of camera 2 with x and y swapped.
+void WriteCalls(TemporaryDirectory const& directory, std::vector<std::string> const& calls,
+                std::string const& settings = "") {
+  directory.Write("recording.csv", "key,value\nversion,2\n" + settings);
+  std::ostringstream rows;
+  std::ostringstream samples;
+  rows << "call," << kFirstColumns << "," << kLastColumns << "\n";
+  samples << "call,timestamp_ns,hall_x,hall_y\n";
+  for (std::size_t i = 0; i < calls.size(); ++i) {
+    rows << i + 1 << "," << calls[i] << "\n";
+    if (calls[i].rfind("update", 0) != 0) continue;
+    bool const isSwapped = calls[i].rfind("update,2", 0) == 0;
+    for (long k = -60; k < 60; ++k) {
+      samples << i + 1 << "," << 999984402000 + k * 1000000 << ",";
+      samples << (isSwapped ? -k : k * k) << "," << (isSwapped ? k * k : -k) << "\n";
+    }
+  }
+  directory.Write("calls.csv", rows.str());
+  directory.Write("hall.csv", samples.str());
+}
+
+struct Played {
+  char const* name;
+  std::vector<std::string> calls;
+  std::string rows;  // without the header
+  std::string settings = {};
+  std::string options = {};
+};
+
+std::ostream& operator<<(std::ostream& stream, Played const& played) { return stream << played.name; }
+
+class PlayedCalls : public testing::TestWithParam<Played> {};
+
+TEST_P(PlayedCalls, GiveTheseRows) {
+  TemporaryDirectory const directory;
+  WriteCalls(directory, GetParam().calls, GetParam().settings);
+  Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path() + " " + GetParam().options);
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_EQ(outcome.out.substr(outcome.out.find('\n') + 1), GetParam().rows);
+}
+
+std::string const kStart0 = Start("0", "3");
+std::string const kReadout0 = Readout("0", "0", "20000000");
+std::string const kUpdate0 = Update("0");
+
+// Entry k + 40 of the window is sample k.
+// Pair 0: see Program.h. Pair 1: the offset is -709 us, so sample k is aligned to 999985111 us + k ms; the frame starts
+// at 999999000 us, sample 14 is 111 us later, and 34 lies at its end. Mean of k * k: (13685 - 819) / 21.
+// Pair 2: 4 ms later than pair 0, so from sample 4 to 24. Mean of k * k: (4900 - 14) / 21.
+std::string Pair0(char const* type) {
+  return "7,1000000000000,"s + type + ",start,100,40,60,-5598,0,0,136.666672,-10,,0\n";
+}
+std::string const kPair1 = "7,1000000000000,5,start,100,54,74,-709,111,-111,612.666687,-24,,0\n";
+std::string Pair2(char const* type) {
+  return "7,1000004000000,"s + type + ",start,100,44,64,-5598,0,0,232.666672,-14,,0\n";
+}
+std::string const kNoHistory = "7,1000000000000,0,no_samples,0,,,-5598,,,,,too little history: 0 of 100 samples,0\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, PlayedCalls,
+    testing::Values(
+        Played{"EachTypeHasItsPair",
+               {kStart0, kReadout0, kUpdate0, Calc("0", "0"), Calc("0", "1"), Calc("0", "4"), Calc("0", "5"),
+                Calc("0", "6")},
+               Pair0("0") + Pair0("1") + Pair2("4") + kPair1 + Pair2("6")},
+        Played{"TheOptionTakesThePlaceOfTypes",
+               {kStart0, kReadout0, kUpdate0, Calc("0", "0"), Calc("0", "4")},
+               kPair1 + kPair1,
+               "",
+               "--type 5"},
+        Played{"AComputationBeforeItsUpdateKnowsNothing",
+               {kStart0, kReadout0, Calc("0", "0"), kUpdate0, Calc("0", "0")},
+               kNoHistory + Pair0("0")},
+        // The window ends 10 ms after the start: k * k from 0 to 10 has the mean 385 / 11.
+        Played{"AModeSwitchMovesTheEnd",
+               {kStart0, kReadout0, kUpdate0, Readout("0", "1", "10000000"), Calc("0", "0")},
+               "7,1000000000000,0,start,100,40,50,-5598,0,0,35,-5,,0\n"},
+        Played{"AStopTakesTheHistoryAndTheReadout",
+               {kStart0, kReadout0, kUpdate0, Stop("0", "3"), Calc("0", "0"), kStart0, Calc("0", "0")},
+               "7,1000000000000,0,off,,,,,,,,,the camera has no monitor,0\n" + Replaced(kNoHistory, "-5598", "-166")},
+        Played{
+            "RegisteringAndStartingApartIsTheSame",
+            {Replaced(kStart0, "register_start", "register"), Calc("0", "0"), Replaced(kStart0, "register_", ""),
+             kReadout0, kUpdate0, Calc("0", "0")},
+            "7,1000000000000,0,no_samples,0,,,-166,,,,,nothing at or after the frame's time or too little history,0\n" +
+                Pair0("0")},
+        Played{"TwoCamerasDoNotMix",
+               {kStart0, Start("2", "5"), kReadout0, Readout("2", "0", "10000000"), kUpdate0, Update("2"),
+                Calc("2", "0"), Calc("0", "0")},
+               "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n" + Pair0("0")},
+        Played{"OneOfTwoCameras",
+               {kStart0, Start("2", "5"), kReadout0, Readout("2", "0", "10000000"), kUpdate0, Update("2"),
+                Calc("2", "0"), Calc("0", "0")},
+               "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n",
+               "cameras,0 2\n",
+               "--camera 2"},
+        // Camera 9 is none of the built-in device.
+        Played{"CamerasOfTheRecordingTakeThePlaceOfTheDevices",
+               {Start("9", "4"), Readout("9", "3", "20000000"), Update("9"), Calc("9", "0"), Calc("0", "0")},
+               Replaced(Pair0("0"), ",,0\n", ",,9\n") +
+                   "7,1000000000000,0,off,,,,,,,,,the camera is not in the device's sensor map,0\n",
+               "cameras,9\n"},
+        Played{"TheRecordingSaysTheMode",
+               {kStart0, kReadout0, kUpdate0, Calc("0", "0")},
+               Replaced(Pair0("0"), "136.666672,-10", "400,-20"),
+               "calculation_mode,4\n"},
+        Played{"TheOptionWinsOverTheRecordedMode",
+               {kStart0, kReadout0, kUpdate0, Calc("0", "0")},
+               Pair0("0"),
+               "calculation_mode,4\n",
+               "--mode mean"},
+        // Without a camera and a type: whatever the replay is asked for.
+        Played{"ACallThatNamesNoCameraIsTheOneAskedFor",
+               {Start("", ""), Readout("", "", "20000000"), Update(""), Calc("", "")},
+               Replaced(Pair0("0"), ",,0\n", ",,2\n"),
+               "",
+               "--camera 2"}),
+    [](auto const& played) { return played.param.name; });
+
+// An exposure of 200 ms starts 118 ms before the oldest sample.
+TEST(Calls, TheFlagIsHandedInAsRecorded) {
+  TemporaryDirectory const directory;
+  auto const far = [](std::string const& flag) {
+    return Replaced(Calc("0", "0", flag + ",,,"), ",10000000,1000000000000,", ",200000000,1000000000000,");
+  };
+  WriteCalls(directory,
+             {kStart0, kReadout0, kUpdate0, far(""), far("1"), far(""), Calc("0", "0"), far(""), far("0"), far("")});
+  std::string matches;
+  for (std::string const& line : Lines(RunTool("replay --quiet --format csv " + directory.path()).out)) {
+    matches += Fields(line)[3] + " ";
+  }
+  EXPECT_EQ(matches, "match no_start carried carried start carried no_start no_start ");
+}
+
+TEST(Calls, RecordedAnswersAreCompared) {
+  struct {
+    char const* name;
+    std::string flagAndAnswer;
+    std::string options;
+    int exitCode;
+    std::string summary;
+    std::string complaint;
+  } const rows[] = {
+      {"the same", "0,1,136.66667,-10", "", 0, "Answers    1 recorded, 1 given again, 0 different\n", ""},
+      {"another position", "0,1,136.66669,-10", "", 1, "Answers    1 recorded, 0 given again, 1 different\n",
+       "shadingctl: camera 0, frame 7: the recording has the flag 1 and the position (136.666687, -10), the library "
+       "answers 1 and (136.666672, -10)\n"},
+      {"another flag", "0,0,136.66667,-10", "", 1, "1 different\n", "the flag 0 and"},
+      {"no position", "0,1,,", "", 1, "1 different\n", "the position (none, none), the library"},
+      {"asked for otherwise", "0,1,1,2", "--mode last", 0, "Found", ""},
+  };
+  for (auto const& row : rows) {
+    TemporaryDirectory const directory;
+    WriteCalls(directory, {kStart0, kReadout0, kUpdate0, Calc("0", "0", row.flagAndAnswer), kUpdate0});
+    // The second update repeats the first one's batch: something is found, and the summary has a line after the
+    // answers.
+    Outcome const outcome = RunTool("replay -o /dev/null " + directory.path() + " " + row.options);
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.name;
+    EXPECT_NE(outcome.out.find(row.summary), std::string::npos) << row.name << outcome.out;
+    EXPECT_NE(outcome.err.find(row.complaint), std::string::npos) << row.name << outcome.err;
+    EXPECT_EQ(outcome.err.empty(), row.complaint.empty()) << row.name << outcome.err;
+    EXPECT_EQ(outcome.out.find("Answers") == std::string::npos, row.summary == "Found") << row.name;
+  }
+}
+
+TEST(Calls, EachOfSeveralCamerasHasItsSummary) {
+  TemporaryDirectory const directory;
+  WriteCalls(directory, {kStart0, Start("2", "5"), kReadout0, Readout("2", "0", "10000000"), kUpdate0, Update("2"),
+                         Calc("2", "0"), Calc("0", "0"), Calc("0", "1")});
+  Outcome const table = RunTool("replay " + directory.path());
+  EXPECT_NE(table.out.find("Camera     0\nFrames     2 (7 to 7), 0.000 s\n"), std::string::npos) << table.out;
+  EXPECT_NE(table.out.find("\nCamera     2\nFrames     1 (7 to 7), 0.000 s\n"), std::string::npos) << table.out;
+  EXPECT_NE(table.out.find("cameras as recorded, frame types as recorded, mode mean"), std::string::npos);
+  std::string const json = RunTool("replay --format json " + directory.path()).out;
+  EXPECT_NE(json.find(R"("summary": {"cameras":[{"frames":2)"), std::string::npos) << json;
+  EXPECT_NE(json.find(R"(,"camera":2}]})"), std::string::npos) << json;
+}
+
+// The blocks of the page are the files of a recording, in their order.
+TEST(Calls, TheExampleOfThePageIsARecording) {
+  std::string const page = ReadFile(RECORDING_PAGE);
+  TemporaryDirectory const directory;
+  std::size_t end = page.find("## Example");
+  for (char const* const file : {"recording.csv", "calls.csv", "hall.csv"}) {
+    std::size_t const begin = page.find("```\n", end) + 4;
+    end = page.find("```\n", begin);
+    directory.Write(file, page.substr(begin, end - begin));
+    end += 4;
+  }
+  Outcome const outcome = RunTool("replay --format csv " + directory.path());
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_EQ(outcome.out.substr(outcome.out.find('\n') + 1),
+            "41,1639493638769,0,no_samples,0,,,-5667,,,,,too little history: 2 of 100 samples,0\n"
+            "41,1639494904798,5,no_samples,0,,,-853,,,,,too little history: 2 of 100 samples,0\n");
+  std::string const summary = Replaced(outcome.err, directory.path(), "DIR");
+  EXPECT_NE(summary.find("batches split by the library: 1, dropped: 0\n"
+                         "Answers    2 recorded, 2 given again, 0 different\n"
+                         "Found      samples earlier than the sample before: 1, first at DIR/hall.csv:4\n"
+                         "Found      calls that the recording lost: 1, first at DIR/calls.csv:10\n"
+                         "Found      samples that the recording lost: 1, first at DIR/calls.csv:10\n"),
+            std::string::npos)
+      << summary;
+}
+
+}  // namespace
+}  // namespace shadingctl
