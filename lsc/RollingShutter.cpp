@@ -11,8 +11,9 @@ namespace {
 constexpr char kCallerName[] = "VeyraShadingUtil";
 constexpr std::uint32_t kCommandRollingShutter = 0x400F;  // of the platform's sensor driver
 
-// What the driver reports for the mode, in ns; 0 when there is no sensor list, no handle or no answer.
-std::uint32_t AskDriver(int sensorId, std::uint32_t sensorMode) {
+// The rolling-shutter time that the driver reports for the mode, in ns; 0 when there is no sensor list, no handle or no
+// answer. The driver may replace the mode by the one that it answers for.
+std::uint32_t AskDriver(int sensorId, std::uint32_t& sensorMode) {
   std::uint32_t rollingShutterNs = 0;
   NSCam::IHalSensorList* const list = NSCam::IHalSensorList::get();
   if (list == nullptr) return 0;

@@ -18,8 +18,8 @@ static_assert(sizeof(SensorStaticInformation) == 17512, "the driver fills the wh
 class IHalSensor {
  public:
   // Asks the driver. For command 0x400F (rolling shutter) `argument1` is the address of an unsigned 32-bit value that
-  // receives the time in ns, `argument2` is 0 and `argument3` is the address of the unsigned 32-bit sensor mode. A
-  // driver that does not know leaves the value as it was.
+  // receives the time in ns, `argument2` is 0 and `argument3` is the address of the unsigned 32-bit sensor mode, which
+  // the driver may replace. A driver that does not know the mode leaves the time as it was.
   virtual int sendCommand(std::uint32_t sensorDevice, std::uint32_t command, std::uintptr_t argument1,
                           std::uintptr_t argument2, std::uintptr_t argument3) = 0;
 

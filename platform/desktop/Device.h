@@ -20,7 +20,8 @@ struct ImageSensor {
   std::int32_t sensorIndex = 0;
   std::uint32_t device = 0;                                      // sensor-device identifier
   std::map<std::uint32_t, std::uint32_t> rollingShutterNs = {};  // sensor mode -> rolling-shutter time, ns
-  std::int32_t calibrationRowOrder = 0;                          // field of the static information; 2: rows mirrored
+  std::map<std::uint32_t, std::uint32_t> answeredMode = {};  // sensor mode -> mode that the driver puts in its place
+  std::int32_t calibrationRowOrder = 0;                      // field of the static information; 2: rows mirrored
 };
 
 // The logging libraries' settings.

@@ -44,7 +44,8 @@ class Sensor final : public IHalSensor {
     }
     // NOLINTBEGIN(performance-no-int-to-ptr): the interface passes addresses as integers
     auto* const rollingShutterNs = reinterpret_cast<std::uint32_t*>(argument1);
-    std::uint32_t const mode = *reinterpret_cast<std::uint32_t const*>(argument3);
+    auto* const modeInPlace = reinterpret_cast<std::uint32_t*>(argument3);
+    std::uint32_t const mode = *modeInPlace;
     // NOLINTEND(performance-no-int-to-ptr)
     Stage().NoteCall("sendCommand %u 0x%x %lu %u", sensorDevice, command, argument2, mode);
     if (Stage().Fails(Fault::kSilentDriver) || argument2 != 0) return -1;
@@ -55,6 +56,10 @@ class Sensor final : public IHalSensor {
         AskFirst(matches, [&](ImageSensor const& sensor) { return sensor.rollingShutterNs.at(mode); });
     if (!answerNs) return -1;
     *rollingShutterNs = *answerNs;
+    *modeInPlace = AskFirst(matches, [&](ImageSensor const& sensor) {
+                     auto const answered = sensor.answeredMode.find(mode);
+                     return answered == sensor.answeredMode.end() ? mode : answered->second;
+                   }).value_or(mode);
     return 0;
   }
 

@@ -173,6 +173,13 @@ TEST_F(Registry, RollingShutterIsAskedOfTheDriverAndKeptInTheMonitor) {
                                     "[StoreRollingShutter] rolling shutter:33000000 sensorMode:7",
                                     "[QueryRollingShutter] query rolling shutter:33000000"));
 
+  auto settings = device.Settings();
+  settings.sensors[0].answeredMode = {{6, 77}};
+  device.Configure(settings);
+  EXPECT_EQ(library->StoreRollingShutter(0, 6), 20'000'000U);
+  EXPECT_THAT(Logged(), ElementsAre("[StoreRollingShutter] rolling shutter:20000000 sensorMode:77"))
+      << "the mode that the driver answered for";
+
   for (Fault const fault : {Fault::kNoSensorList, Fault::kNoSensorHandle, Fault::kSilentDriver}) {
     library->StoreRollingShutter(0, 7);
     device.SetFault(fault, true);
