@@ -28,40 +28,46 @@ constexpr char const* kEepromPaths[kSensorSlotCount] = {
     "",
     ""};
 
-std::int64_t RegularFileSize(int descriptor) {
-  struct stat status = {};
-  if (descriptor < 0 || fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
-  return status.st_size;
-}
-
 }  // namespace
 
 char const* EepromPath(int sensorIndex) { return kEepromPaths[sensorIndex]; }
 
 // O_NONBLOCK: a pipe in place of the file must not hold the host's thread.
 EepromFile::EepromFile(int sensorIndex)
-    : mDescriptor(open(EepromPath(sensorIndex), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)),
-      mSize(RegularFileSize(mDescriptor)) {}
+    : mDescriptor(open(EepromPath(sensorIndex), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {
+  struct stat status = {};
+  if (!isOpen() || fstat(mDescriptor, &status) != 0 || !S_ISREG(status.st_mode)) return;
+  mIsRegular = true;
+  mReportedSize = status.st_size;
+}
 
 EepromFile::~EepromFile() {
   if (isOpen()) close(mDescriptor);
 }
 
 bool EepromFile::holds(std::int32_t offset, std::int32_t count) const {
-  return offset >= 0 && count >= 0 && offset <= mSize && mSize - offset >= count;
+  if (offset < 0 || count <= 0) return false;
+  std::int64_t const last = std::int64_t{offset} + count - 1;
+  if (mReportedSize != 0) return last < mReportedSize;
+  unsigned char lastByte = 0;
+  return readSome(last, &lastByte, 1) == 1;
 }
 
 void EepromFile::read(std::int32_t offset, unsigned char* bytes, std::size_t count) const {
+  std::size_t const supplied = readSome(offset, bytes, count);
+  std::fill(bytes + supplied, bytes + count, static_cast<unsigned char>(0));
+}
+
+std::size_t EepromFile::readSome(std::int64_t offset, unsigned char* bytes, std::size_t count) const {
+  if (!mIsRegular || offset < 0) return 0;
   std::size_t done = 0;
-  if (offset >= 0 && offset < mSize) {
-    while (done < count) {
-      ssize_t const got = pread(mDescriptor, bytes + done, count - done, offset + static_cast<off_t>(done));
-      if (got < 0 && errno == EINTR) continue;
-      if (got <= 0) break;  // the end, also of a file that has become shorter meanwhile
-      done += static_cast<std::size_t>(got);
-    }
+  while (done < count) {
+    ssize_t const got = pread(mDescriptor, bytes + done, count - done, offset + static_cast<off_t>(done));
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;  // the end, also of a file that has become shorter meanwhile
+    done += static_cast<std::size_t>(got);
   }
-  std::fill(bytes + done, bytes + count, static_cast<unsigned char>(0));
+  return done;
 }
 
 }  // namespace lsc

@@ -21,15 +21,20 @@ class EepromFile {
 
   bool isOpen() const { return mDescriptor >= 0; }
 
-  // Whether the file is long enough for `count` bytes at `offset`; so no memory need be taken for more than it holds.
+  // Whether the file supplies the last of `count` bytes at `offset`; so no memory need be taken for more than it holds.
+  // Some special file systems report size 0 for files that do supply bytes: such a file is read to find out.
   bool holds(std::int32_t offset, std::int32_t count) const;
 
   // Reads `count` bytes at `offset` (both as configured, so any value) to `bytes`, which must hold them.
   void read(std::int32_t offset, unsigned char* bytes, std::size_t count) const;
 
  private:
+  // Reads up to `count` bytes; answers how many the file supplied.
+  std::size_t readSome(std::int64_t offset, unsigned char* bytes, std::size_t count) const;
+
   int mDescriptor;
-  std::int64_t mSize;  // bytes; 0 for what is no regular file
+  bool mIsRegular = false;
+  std::int64_t mReportedSize = 0;  // bytes; 0 also where the system does not know
 };
 
 }  // namespace lsc

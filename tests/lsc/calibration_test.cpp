@@ -1,9 +1,14 @@
 // Calibration data: from an EEPROM dump file, which is trusted in nothing, to the caller.
 
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -21,9 +26,31 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using Bytes = std::vector<unsigned char>;
 
+// How the system serves a read: at most so many bytes at once, and interrupted each time before.
+struct Reading {
+  std::size_t bytesAtOnce = ~std::size_t{0};
+  bool isInterrupted = false;
+};
+Reading reading;
+bool wasInterrupted = false;
+
 constexpr char kRearFile[] = "rear_camera_eeprom_data.bin";
 constexpr int kRear = 0x01;
 constexpr int kFront = 0x02;
+
+}  // namespace
+
+// The system's, as far as `reading` lets it.
+extern "C" ssize_t pread(int descriptor, void* bytes, std::size_t count, off_t offset) {
+  wasInterrupted = reading.isInterrupted && !wasInterrupted;
+  if (wasInterrupted) {
+    errno = EINTR;
+    return -1;
+  }
+  return syscall(SYS_pread64, descriptor, bytes, std::min(count, reading.bytesAtOnce), offset);
+}
+
+namespace {
 
 // A directory that stands for the phone's, mounted once; the tests fill it.
 fs::path const& CalibrationDirectory() {
@@ -378,6 +405,49 @@ TEST_F(Pnc, WhatIsNoRegularFileSuppliesNothing) {
     EXPECT_THAT(Logged(), testing::Not(testing::Contains(testing::HasSubstr("Error"))));
     fs::remove_all(place);
   }
+}
+
+TEST_F(Pnc, ReadsThatAreShortOrInterruptedGiveTheWholeOfTheBytes) {
+  Bytes file = FileWithBlock(2341, 1);
+  file[0] = 1;  // a record at the very beginning
+  file[5] = 9;
+  WriteFile(kRearFile, file);
+  Configure("multiGolden[0]", {0});
+  for (Reading const& served : {Reading{}, Reading{1, false}, Reading{7, true}, Reading{~std::size_t{0}, true}}) {
+    reading = served;
+    EXPECT_EQ(Index(kRear), 4) << served.bytesAtOnce << served.isInterrupted;
+    EXPECT_EQ(Block(kRear, 2340), DataOf(file)) << served.bytesAtOnce << served.isInterrupted;
+  }
+  reading = {};
+}
+
+// The process's own memory is a regular file whose size is reported as 0 and whose offsets are addresses.
+TEST_F(Pnc, AFileThatReportsNoSizeIsReadAllTheSame) {
+  constexpr std::int32_t kAddress = 0x10000000;
+  constexpr std::size_t kMapped = 8192;
+  Bytes const block = FileWithBlock(2341, 1);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
+  void* const memory = mmap(reinterpret_cast<void*>(std::uintptr_t{kAddress}), kMapped, PROT_READ | PROT_WRITE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0);
+  ASSERT_NE(memory, MAP_FAILED);
+  std::memcpy(memory, block.data(), block.size());
+  fs::create_symlink("/proc/self/mem", CalibrationDirectory() / kRearFile);
+  static_cast<unsigned char*>(memory)[0] = 1;
+  static_cast<unsigned char*>(memory)[5] = 9;
+  Configure("multiGolden[0]", {kAddress});
+  Configure("PNCCaliData[0]", {kAddress + kOffset, 2341});
+  EXPECT_EQ(Index(kRear), 4);
+  EXPECT_EQ(Block(kRear, 2340), DataOf(block));
+
+  auto settings = device.Settings();
+  settings.log = {false, false, 5};
+  device.Configure(settings);
+  desktop::FailAllocations(100);  // no memory is taken for bytes that are not supplied
+  Configure("PNCCaliData[0]", {kAddress + static_cast<std::int32_t>(kMapped) - 8, 9});
+  EXPECT_EQ(Block(kRear, 8), DefaultFill(8));
+  EXPECT_EQ(desktop::FailedAllocations(), 0);
+  desktop::FailAllocations(0);
+  munmap(memory, kMapped);
 }
 
 TEST_F(Pnc, AFileThatShrinksWhileItIsReadSuppliesZeros) {
