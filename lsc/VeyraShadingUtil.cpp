@@ -32,7 +32,7 @@ VeyraShadingUtil::VeyraShadingUtil() : mMultiTableIdxLoaded{} {
 }
 
 VeyraShadingUtil::~VeyraShadingUtil() {
-  mSensorMaps.clear();
+  decltype(mSensorMaps)().swap(mSensorMaps);  // clear() would keep the memory until after the monitors are gone
   // A vector would release its first element first.
   while (!mSensorMonitors.empty()) mSensorMonitors.pop_back();
 }
