@@ -1,4 +1,4 @@
-#include "lsc/Configuration.h"
+// What the library reads once, when its object is constructed: four system properties and the sensor map.
 
 #include <algorithm>
 #include <memory>
@@ -14,19 +14,13 @@ namespace {
 constexpr char kOisFeature[] = "FeatureOisCompensationSupport";
 constexpr char kSensorMapKey[] = "sensorMaps";
 
-// Whether `size` bytes can be had right now. A container cannot answer that without an exception.
-bool MemoryCanBeHad(std::size_t size) {
+// Whether `size` bytes can be allocated right now: a container that cannot would end the process.
+bool CanAllocate(std::size_t size) {
   std::unique_ptr<char[]> const trial(new (std::nothrow) char[size]);
   return trial != nullptr;
 }
 
 }  // namespace
-
-int SensorDevToIndex(int sensorDev) {
-  return sensorDev == 0 ? -1 : __builtin_ctz(static_cast<unsigned int>(sensorDev));
-}
-
-bool HasSensorSlot(int sensorIndex) { return sensorIndex >= 0 && sensorIndex < kSensorSlotCount; }
 
 void VeyraShadingUtil::ReadProperties() {
   using NSCam::Utils::Properties::property_get_int32;
@@ -47,7 +41,7 @@ void VeyraShadingUtil::ReadSensorMap(char const* caller) {
   if (GetIntegerListConfiguration(kOisFeature, kSensorMapKey, values.get(), count) != 0) return;
 
   unsigned int const pairCount = count / 2;
-  if (!MemoryCanBeHad(pairCount * sizeof(decltype(mSensorMaps)::value_type))) return;
+  if (!CanAllocate(pairCount * sizeof(decltype(mSensorMaps)::value_type))) return;
   mSensorMaps.reserve(pairCount);
   for (unsigned int i = 0; i < count; i += 2) {
     mSensorMaps.emplace_back(values[i], values[i + 1]);

@@ -1,4 +1,4 @@
-// The rolling-shutter time of a camera's sensor mode: asked of the driver, kept in the camera's monitor.
+// The rolling-shutter time of a camera's sensor mode: asked of the driver, stored in the camera's monitor.
 
 #include <cstdint>
 
@@ -13,7 +13,7 @@ constexpr std::uint32_t kCommandRollingShutter = 0x400F;  // of the platform's s
 
 // The rolling-shutter time that the driver reports for the mode, in ns; 0 when there is no sensor list, no handle or no
 // answer. The driver may replace the mode by the one that it answers for.
-std::uint32_t AskDriver(int sensorId, std::uint32_t& sensorMode) {
+std::uint32_t AskDriver(int sensorId, std::uint32_t& sensorMode) noexcept {
   std::uint32_t rollingShutterNs = 0;
   NSCam::IHalSensorList* const list = NSCam::IHalSensorList::get();
   if (list == nullptr) return 0;

@@ -1,7 +1,5 @@
 #include "lsc/VeyraShadingUtil.h"
 
-#include <algorithm>
-#include <iterator>
 #include <new>
 
 int gLogLevel = 1;
@@ -9,30 +7,31 @@ int g_oisDebug = 1;
 int g_preOisDump = 0;
 int g_capOisDump = 0;
 
-VeyraShadingUtil* VeyraShadingUtil::mSingleInstance = nullptr;
+std::atomic<VeyraShadingUtil*> VeyraShadingUtil::mSingleInstance = nullptr;
 lsc::Mutex VeyraShadingUtil::mSingleMutex;
 
+// Double-checked locking: a thread that reads the pointer with acquire ordering sees the constructed object.
 VeyraShadingUtil* createInstance() {
-  // The exported member is a plain pointer; the ordering that double-checked locking needs comes from the accesses.
-  VeyraShadingUtil* instance = __atomic_load_n(&VeyraShadingUtil::mSingleInstance, __ATOMIC_ACQUIRE);
+  VeyraShadingUtil* instance = VeyraShadingUtil::mSingleInstance.load(std::memory_order_acquire);
   if (instance != nullptr) return instance;
 
   lsc::MutexLock const lock(VeyraShadingUtil::mSingleMutex);
-  if (VeyraShadingUtil::mSingleInstance == nullptr) {
+  instance = VeyraShadingUtil::mSingleInstance.load(std::memory_order_relaxed);
+  if (instance == nullptr) {
     instance = new (std::nothrow) VeyraShadingUtil;
-    __atomic_store_n(&VeyraShadingUtil::mSingleInstance, instance, __ATOMIC_RELEASE);
+    VeyraShadingUtil::mSingleInstance.store(instance, std::memory_order_release);
   }
-  return VeyraShadingUtil::mSingleInstance;
+  return instance;
 }
 
-VeyraShadingUtil::VeyraShadingUtil() : mMultiTableIdxLoaded{} {
-  std::fill(std::begin(mMultiTableIdx), std::end(mMultiTableIdx), 1);
+VeyraShadingUtil::VeyraShadingUtil() noexcept : mMultiTableIdxLoaded{} {
+  for (auto& index : mMultiTableIdx) index.store(1, std::memory_order_relaxed);
   ReadProperties();
   ReadSensorMap(__func__);
 }
 
 VeyraShadingUtil::~VeyraShadingUtil() {
   decltype(mSensorMaps)().swap(mSensorMaps);  // clear() would keep the memory until after the monitors are gone
-  // A vector would release its first element first.
+  // A vector would destroy its first element first.
   while (!mSensorMonitors.empty()) mSensorMonitors.pop_back();
 }

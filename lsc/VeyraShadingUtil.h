@@ -1,92 +1,68 @@
 // libvcam_shadingutil.so: the shading utilities of a phone camera's lens-shading stage.
 //
-// A host loads the library, looks up createInstance and works through the object that it hands out. The order of the
-// virtual operations is the library's interface: it never changes, and nothing virtual is ever added before its end.
+// A host loads the library, looks up createInstance and works through the object that it returns. The order of the
+// virtual operations is the library's binary interface: it never changes, and new ones are only ever added at the end.
 //
 // Naming a camera. A sensorId (the host's and platform's camera number) names it to the monitor, rolling-shutter and
 // OIS operations; a sensor-device mask (one bit per camera, the lowest set bit counts) to the calibration operations.
 //
 // Times. Timestamps, exposure and rolling-shutter times cross this interface in nanoseconds, all on one clock.
 //
-// Locks, in the order in which they are taken: mMonitorMutex, then a buffer's mDataMutex. mSingleMutex stands alone.
+// Lock order: mMonitorMutex, then a buffer's mDataMutex. mSingleMutex is never held together with another.
 //
-// Memory. The object itself, the log's buffer and the sizes that come from configuration and calibration files are
-// allocated so that a lack of memory is an answer; the containers end the process then, as everywhere in a process that
-// is built without exceptions.
+// Exceptions. The library throws none. One that reaches it from a platform call or from an allocation ends the process
+// at once (std::terminate), with the stack as it was: unwinding would leave locks held. Everything through which one
+// could enter is noexcept; virtual operations are not declared so, since overrides would have to repeat it. Lack of
+// memory is an answer only for the object itself, for a log message, and for sizes that come from files or
+// configuration.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "lsc/Mutex.h"
-#include "lsc/sensor/FrameQueue.h"
+#include "lsc/FrameInput.h"
+#include "lsc/Globals.h"
+#include "lsc/SensorIndex.h"
+#include "lsc/base/FrameQueue.h"
+#include "lsc/base/Mutex.h"
+#include "lsc/base/SampleRange.h"
 #include "platform/SensorProvider.h"
 
-namespace lsc {
-class SampleReader;
-}
-
-// Visible to the version script (lsc/exports.map), which decides what the library offers.
-#define LSC_EXPORT __attribute__((visibility("default")))
-
 static_assert(sizeof(unsigned long) == 8, "timestamps cross the interface as unsigned long: 64-bit systems only");
-
-// Kind of frame, as the host's shading stage numbers it. It selects which of the three timestamps and exposure times of
-// CalcOISValueInput counts, and which dump file is written. Every other value is answered with a warning.
-enum CustShadingType : std::int32_t {
-  kShadingPreview = 0,       // pair 0, preview dump
-  kShadingCapture = 1,       // pair 0, capture dump
-  kShadingPreviewPair2 = 4,  // pair 2, preview dump
-  kShadingCapturePair1 = 5,  // pair 1, capture dump
-  kShadingCapturePair2 = 6,  // pair 2, capture dump
-};
-
-// One frame's times, in ns.
-struct CalcOISValueInput {
-  std::uint64_t timestamp0;
-  std::uint64_t timestamp1;
-  std::uint64_t timestamp2;
-  std::uint64_t exposureTime0;
-  std::uint64_t exposureTime1;
-  std::uint64_t exposureTime2;
-};
-
-// Number of cameras that the calibration operations tell apart.
-constexpr int kSensorSlotCount = 14;
 
 // Life cycle: created by the first createInstance, which reads four system properties and the sensor map; lives until
 // the process ends. The host does not own it and must not delete it.
 //
-// Every operation may be called from several threads at once, and none of them throws. Bad input gives a false or 0
-// result or an untouched output, with a message where the host can do something about it.
+// Thread safety: every operation may be called from any thread at any time. Bad input gives a false or 0 result or an
+// untouched output, with a message where the host can do something about it.
 class LSC_EXPORT VeyraShadingUtil {
  public:
   class VeyraSensorData;
   class VeyraSensorMonitor;
 
-  // Reads the system properties into the globals and the sensor map from the hardware configuration. Cannot fail: what
-  // is missing leaves its default.
-  VeyraShadingUtil();
+  // Reads the system properties into the globals and the sensor map from the hardware configuration. What is missing
+  // there leaves its default.
+  VeyraShadingUtil() noexcept;
 
   VeyraShadingUtil(VeyraShadingUtil const&) = delete;
   VeyraShadingUtil& operator=(VeyraShadingUtil const&) = delete;
 
   // Which of the five golden shading tables (1 to 5) fits the camera module, from the gradient in its multi-golden
-  // record; 1 when there is no valid record. `multiTableIndex` is written on every path. Settled once per camera, then
-  // answered from a cache without a lock; a dump file that does not open settles nothing. A mask that names none of the
-  // kSensorSlotCount cameras gives 1.
+  // record; 1 when there is no valid record or the mask names no camera. `multiTableIndex` is written on every path.
+  // Settled once per camera, then answered from a cache without a lock; a dump file that does not open settles nothing.
   virtual void VeyraGetMultiTableIndex(int& multiTableIndex, int sensorDev);
 
-  // Copies the camera module's PNC calibration block to `out`: L - 1 bytes, where L is the length that the hardware
-  // configuration gives for the block (2341 on a phone: 9 rows of 130 16-bit values and the valid byte). `out` must
-  // hold them. A block that is marked invalid comes as the default fill, 0x2000 in every value. Without a
-  // configuration, a dump file or a usable length (4k or 4k + 1, at least 4; at least 2341 when the rows are to be
-  // mirrored), and for a mask that names no camera, `out` stays untouched.
+  // Copies the camera module's PNC calibration block to `out`: L - 1 bytes, where L is the block length in the hardware
+  // configuration (2341 on a phone: 9 rows of 130 16-bit values and the valid byte). A block that is marked invalid
+  // comes as the default fill, 0x2000 in every value. `out` stays untouched without a configuration, a dump file or a
+  // usable length (4k or 4k + 1, at least 4; at least 2341 when rows are mirrored), and for a mask that names no
+  // camera.
   virtual void VeyraGetPNCCaliData(void* out, int sensorDev);
 
-  // Releases the monitors, last registered first, which ends their sensors.
+  // Destroys the monitors, last registered first, which disables their sensors.
   virtual ~VeyraShadingUtil();
 
   // RegisterSensorMonitor, then StartSensorMonitor; each takes and releases mMonitorMutex. False when either is.
@@ -100,27 +76,27 @@ class LSC_EXPORT VeyraShadingUtil {
   // provider (the monitor then stays silent), false when no monitor matches.
   virtual bool StartSensorMonitor(int sensorId, int sensorType);
 
-  // Ends the sensor of the monitor that has this sensorId or this sensorType and destroys the monitor, its history and
-  // its rolling-shutter time.
+  // Disables the sensor of the monitor that has this sensorId or this sensorType and destroys the monitor, its history
+  // and its rolling-shutter time.
   virtual void StopSensorMonitor(int sensorId, int sensorType);
 
-  // Files the samples that the platform has gathered for the camera under `frameNumber`; call it once per frame.
-  // `timestamp` (ns) is only reported.
+  // Inserts the samples that the platform has gathered for the camera into its history under `frameNumber`; call it
+  // once per frame. `timestamp` (ns) is only logged.
   virtual void UpdateSensorData(int sensorId, unsigned int frameNumber, unsigned long timestamp);
 
-  // Asks the sensor driver (without a lock held) for the rolling-shutter time of the mode and keeps it with the
+  // Asks the sensor driver, without a lock held, for the rolling-shutter time of the mode and stores it with the
   // camera's monitor, if there is one. Returns the time in ns; 0 when the driver did not answer.
   virtual unsigned int StoreRollingShutter(int sensorId, unsigned int sensorMode);
 
-  // The kept rolling-shutter time in ns; 0 when there is no monitor or nothing was stored since its registration.
+  // The stored rolling-shutter time in ns; 0 without a monitor or when nothing was stored since its registration.
   virtual unsigned int QueryRollingShutter(int sensorId);
 
   // Whether the sensor map lists the camera. Takes no lock.
   virtual bool IsSupportSensor(int sensorId);
 
-  // The lens position that held while the frame was read out: on success (*outOisX)[0] and (*outOisY)[0], in the unit
-  // of the samples, and a second element 0.0 in each. When nothing can be matched both stay as they were, so that the
-  // caller keeps its last position; a null vector makes the call do nothing at all.
+  // The lens position during the frame's readout: on success (*outOisX)[0] and (*outOisY)[0], in the unit of the
+  // samples, and a second element 0.0 in each. When nothing matches, both stay as they were, so that the caller keeps
+  // its last position. A null vector makes the call do nothing.
   //
   // `oisMatched` belongs to the caller and is set to 1 when a sample was found at the start of the frame. While it is
   // non-zero, a frame without such a sample takes its position from the oldest end of the window of samples, which may
@@ -130,49 +106,60 @@ class LSC_EXPORT VeyraShadingUtil {
                             int& oisMatched);
 
   // Mirrors the 9 rows of 130 16-bit values at `data`: value 0 of a row stays, values 1 to 129 are reversed. Bytes from
-  // 2340 on stay, and a `length` (bytes) below 2340 or a null `data` changes nothing.
-  void VeyraSwapPNCCaliData(char* data, int length);
+  // 2340 on stay; a `length` (bytes) below 2340 or a null `data` changes nothing.
+  void VeyraSwapPNCCaliData(char* data, int length) noexcept;
 
-  // Replaces `samples` by the 100 buffered samples around `timestamp` (ns), or, when that is 0, by the samples of
+  // Replaces `samples` by the 100 samples of the history around `timestamp` (ns) or, when that is 0, by the samples of
   // `frameNumber`; leaves it as it was when there are none.
   void QuerySensorData(std::vector<NSCam::Utils::SensorData>& samples, int sensorId, unsigned int frameNumber,
-                       unsigned long timestamp);
+                       unsigned long timestamp) noexcept;
 
   // Whether the camera is in the sensor map and has a monitor, started or not.
-  bool IsEnabled(int sensorId);
+  bool IsEnabled(int sensorId) noexcept;
 
-  // The one object; null until createInstance made it. Written with mSingleMutex held and release ordering, so that a
-  // thread that reads it with acquire ordering needs no lock.
-  static VeyraShadingUtil* mSingleInstance;
+  // The one object; null until createInstance made it, stored with mSingleMutex held and read without.
+  static std::atomic<VeyraShadingUtil*> mSingleInstance;
   static lsc::Mutex mSingleMutex;
 
  private:
   void ReadProperties();
   void ReadSensorMap(char const* caller);  // messages bear the name of `caller`
 
-  // QuerySensorData for a reader of any kind, which is called with mMonitorMutex held.
-  void Query(lsc::SampleReader& reader, int sensorId, unsigned int frameNumber, unsigned long timestamp);
-
   // The first registered monitor that has the sensorId, or either of the pair; null when there is none.
   VeyraSensorMonitor* FindMonitor(int sensorId) const LSC_REQUIRES(mMonitorMutex);
   VeyraSensorMonitor* FindMonitor(int sensorId, int sensorType) const LSC_REQUIRES(mMonitorMutex);
 
-  // Per sensor index: whether the multi-table index is settled, and its value (1 before). A settled flag is set after
-  // its value with release ordering and read with acquire ordering, so the settled path needs no lock.
-  bool mMultiTableIdxLoaded[kSensorSlotCount];
-  std::int32_t mMultiTableIdx[kSensorSlotCount];
+  void AddMonitor(int sensorId, int sensorType) noexcept LSC_REQUIRES(mMonitorMutex);
+
+  // The samples that QuerySensorData copies, in place: valid while mMonitorMutex is held. Writes the same messages;
+  // `outputSize` is the size that they give when nothing is found.
+  lsc::SampleRange FindSamples(int sensorId, unsigned int frameNumber, unsigned long timestamp,
+                               std::size_t outputSize) noexcept LSC_REQUIRES(mMonitorMutex);
+
+  // Per sensor index: whether the multi-table index is settled, and its value (1 before). The flag is set after the
+  // value, with release ordering.
+  std::atomic<bool> mMultiTableIdxLoaded[kSensorSlotCount];
+  std::atomic<std::int32_t> mMultiTableIdx[kSensorSlotCount];
 
   lsc::Mutex mMonitorMutex;  // held for the whole of every operation on a monitor, platform calls and messages included
 
-  // In the order of registration; at most one monitor per sensorId and one per sensorType. The only holder.
+  // In the order of registration; at most one monitor per sensorId and one per sensorType. The only owner.
   std::vector<std::shared_ptr<VeyraSensorMonitor>> mSensorMonitors LSC_GUARDED_BY(mMonitorMutex);
 
   // (sensorId, sensorType) as configured; written by the constructor only.
   std::vector<std::pair<std::int32_t, std::int32_t>> mSensorMaps;
 };
 
-// The recent samples of one motion sensor, grouped by frame: at most mMaxFrames entries, none of them empty, all
-// samples in ascending order of time from the oldest entry to the newest. Holds that order whatever times are pushed.
+// Hosts see plain values of these sizes under the exported names and in the object.
+static_assert(sizeof(std::atomic<bool>) == 1 && std::atomic<bool>::is_always_lock_free);
+static_assert(sizeof(std::atomic<std::int32_t>) == 4 && std::atomic<std::int32_t>::is_always_lock_free);
+static_assert(sizeof(std::atomic<VeyraShadingUtil*>) == 8 && std::atomic<VeyraShadingUtil*>::is_always_lock_free);
+
+// The history of one motion sensor: the samples of at most mMaxFrames frames. No frame is empty, and all samples are in
+// ascending order of time from the oldest frame to the newest, whatever times are pushed.
+//
+// Thread safety: operations take mDataMutex, except those that find or return a frame by number; these, and every use
+// of a range that was found, rely on mMonitorMutex to keep writers away.
 class VeyraShadingUtil::VeyraSensorData {
  public:
   using Samples = lsc::Samples;
@@ -180,52 +167,52 @@ class VeyraShadingUtil::VeyraSensorData {
   explicit VeyraSensorData(unsigned int maxFrames);
   ~VeyraSensorData();
 
-  // Sorts `batch` and files it as the newest entry; the oldest goes when there are too many. A batch that begins before
-  // the newest entry ended is merged with it and both are cut at the midpoint between the two times, so `batch` then
-  // holds the part that became the new entry. A batch that begins before the newest entry did is not stored.
-  void pushValue(unsigned int frameNumber, Samples& batch) LSC_EXCLUDES(mDataMutex);
+  // Sorts `batch` and appends it as the newest frame, evicting the oldest when there are too many. A batch that begins
+  // before the newest frame ended is merged with it, and both are cut at the midpoint between the two times; `batch`
+  // then holds the part that became the new frame. A batch that begins before the newest frame did is discarded.
+  void pushValue(unsigned int frameNumber, Samples& batch) noexcept LSC_EXCLUDES(mDataMutex);
 
-  // Replaces `out` by the samples of the newest entry of that number; as it was when there is none. Takes no lock: the
-  // caller keeps pushValue and clear away, as mMonitorMutex does.
-  void getDataByFrame(unsigned int frameNumber, Samples& out);
-
-  // The same for a reader of any kind.
-  void readByFrame(unsigned int frameNumber, lsc::SampleReader& reader);
+  // Replaces `out` by the samples of the newest frame of that number; leaves it as it was when there is none.
+  void getDataByFrame(unsigned int frameNumber, Samples& out) noexcept;
 
   // Replaces `out` by 100 samples in the order of time: 50 before the first one at or after `time` (ns), that one and
-  // the 49 after it, moved to stay within what is buffered. `out` is as it was when no sample is at or after `time`, or
-  // fewer than 100 are buffered. Times are compared as unsigned values, so one before 0 is later than all others.
-  void getDataByTimestamp(unsigned long time, Samples& out) LSC_EXCLUDES(mDataMutex);
+  // the 49 after it, shifted to stay inside the history. Leaves it as it was when no sample is at or after `time`, or
+  // the history holds fewer than 100. Times are compared as unsigned values, so one before 0 is later than all others.
+  void getDataByTimestamp(unsigned long time, Samples& out) noexcept LSC_EXCLUDES(mDataMutex);
 
-  // The same for a reader of any kind, with the same messages.
-  void readByTimestamp(unsigned long time, lsc::SampleReader& reader) LSC_EXCLUDES(mDataMutex);
+  // The samples that the two operations above copy, in place; empty when there are none. With the same messages.
+  lsc::SampleRange findByFrame(unsigned int frameNumber) const;
+  lsc::SampleRange findByTimestamp(unsigned long time) LSC_EXCLUDES(mDataMutex);
 
-  // What became of a batch: the samples that made the new entry or, when none was made, the batch itself, sorted.
-  struct Filed {
+  // What became of a batch: the samples of the new frame or, when it was discarded, those of the sorted batch.
+  struct Insertion {
     std::size_t count;
     std::int64_t firstNs;
     std::int64_t lastNs;
-    std::size_t frameCount;  // entries after it
+    std::size_t frameCount;  // frames in the history afterwards
   };
 
-  // As pushValue, with the same messages, but takes the batch's memory instead of copying it and leaves another one
-  // with whatever content in its place. The batch must not be empty.
-  Filed file(unsigned int frameNumber, Samples& batch) LSC_EXCLUDES(mDataMutex);
+  // As pushValue, with the same messages, but exchanges the batch's memory instead of copying it: the contents of
+  // `batch` are unspecified afterwards. Requires: `batch` is not empty.
+  Insertion insert(unsigned int frameNumber, Samples& batch) noexcept LSC_EXCLUDES(mDataMutex);
 
   void clear() LSC_EXCLUDES(mDataMutex);
 
  private:
-  // Files the batch, which must not be empty, and answers the new entry's samples; null when none was made.
-  Samples const* place(unsigned int frameNumber, Samples& batch) LSC_REQUIRES(mDataMutex);
+  // Inserts a non-empty batch; answers the new frame's samples, or null when the batch was discarded.
+  Samples const* insertSorted(unsigned int frameNumber, Samples& batch) LSC_REQUIRES(mDataMutex);
+
+  lsc::SampleRange locate(unsigned long time) const LSC_REQUIRES(mDataMutex);
 
   unsigned int mMaxFrames;
   lsc::Mutex mDataMutex;
   lsc::FrameQueue mFrameQueue LSC_GUARDED_BY(mDataMutex);
 };
 
-// One camera's motion sensor: pulls what the platform gathers and keeps it in a buffer. Registered with nothing
-// running; enableSensor starts it with an empty history; disableSensor, or destruction, ends it. Every operation is
-// called with mMonitorMutex held.
+// One camera's motion sensor: pulls what the platform gathers into a history. Registered with nothing running;
+// enableSensor starts it with an empty history; disableSensor, or destruction, ends it.
+//
+// Thread safety: none; every operation requires mMonitorMutex.
 class VeyraShadingUtil::VeyraSensorMonitor {
  public:
   VeyraSensorMonitor(int sensorId, int sensorType);
@@ -235,18 +222,19 @@ class VeyraShadingUtil::VeyraSensorMonitor {
 
   // Obtains a provider and asks it for samples. False only when the platform refused; a monitor without a provider
   // stays silent, and tries again at the next call.
-  bool enableSensor();
+  bool enableSensor() noexcept;
 
-  void disableSensor();
+  void disableSensor() noexcept;
 
-  // Pulls the batch and files it under `frameNumber`. `frameTime` (ns) is only reported.
-  void updateSensorData(unsigned int frameNumber, unsigned long frameTime);
+  // Pulls the pending samples and inserts them under `frameNumber`. `frameTime` (ns) is only logged.
+  void updateSensorData(unsigned int frameNumber, unsigned long frameTime) noexcept;
 
-  // By time (ns) when that is not 0, else by frame number when that is not 0; `out` is replaced or as it was.
-  void getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber, unsigned long time);
+  // By time (ns) when that is not 0, else by frame number when that is not 0; `out` is replaced or stays as it was.
+  void getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber, unsigned long time) noexcept;
 
-  // The same for a reader of any kind, with the same messages.
-  void readSensorData(lsc::SampleReader& reader, unsigned int frameNumber, unsigned long time);
+  // The samples that getSensorData copies, in place; empty when there are none. Writes the same messages; `outputSize`
+  // is the size that they give when nothing is found.
+  lsc::SampleRange findSensorData(unsigned int frameNumber, unsigned long time, std::size_t outputSize);
 
   bool isFor(int sensorId) const { return mSensorId == sensorId; }
   bool isForEither(int sensorId, int sensorType) const { return mSensorId == sensorId || mSensorType == sensorType; }
@@ -267,16 +255,9 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   bool mEnabled = false;              // enabling was asked of the platform, whatever it answered
   VeyraSensorData mSensorData;
   std::shared_ptr<NSCam::Utils::SensorProvider> mSensorProvider;
-  VeyraSensorData::Samples mBatch;  // memory for the next batch; what it holds between updates means nothing
+  VeyraSensorData::Samples mBatch;  // scratch memory for the next batch
 };
 
-// The process's one object, made by the first call; null when there is no memory for it, and the next call tries again.
-// May be called from any thread.
+// The process's one object, constructed by the first call; null when there is no memory for it, and the next call tries
+// again. May be called from any thread.
 extern "C" LSC_EXPORT VeyraShadingUtil* createInstance();
-
-// Set once, by the constructor, from the system properties; read wherever they count. Before it runs gLogLevel and
-// g_oisDebug are 1 and the dump switches 0.
-extern LSC_EXPORT int gLogLevel;     // "vendor.veyra.3a.lscutil.log": 0 few messages, non-zero more, 4 and above all
-extern LSC_EXPORT int g_oisDebug;    // "vendor.debug.ois.hall.calculation": 1 mean, 2 maximum, 3 middle, 4 last entry
-extern LSC_EXPORT int g_preOisDump;  // "vendor.debug.preview.lsc.ois.dump": non-zero writes preview dumps
-extern LSC_EXPORT int g_capOisDump;  // "vendor.debug.capture.lsc.ois.dump": non-zero writes capture dumps

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "lsc/VeyraShadingUtil.h"
+#include "lsc/SensorIndex.h"
 
 namespace lsc {
 namespace {
@@ -33,7 +33,7 @@ constexpr char const* kEepromPaths[kSensorSlotCount] = {
 char const* EepromPath(int sensorIndex) { return kEepromPaths[sensorIndex]; }
 
 // O_NONBLOCK: a pipe in place of the file must not hold the host's thread.
-EepromFile::EepromFile(int sensorIndex)
+EepromFile::EepromFile(int sensorIndex) noexcept
     : mDescriptor(open(EepromPath(sensorIndex), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {
   struct stat status = {};
   if (!isOpen() || fstat(mDescriptor, &status) != 0 || !S_ISREG(status.st_mode)) return;
@@ -45,7 +45,7 @@ EepromFile::~EepromFile() {
   if (isOpen()) close(mDescriptor);
 }
 
-bool EepromFile::holds(std::int32_t offset, std::int32_t count) const {
+bool EepromFile::holds(std::int32_t offset, std::int32_t count) const noexcept {
   if (offset < 0 || count <= 0) return false;
   std::int64_t const last = std::int64_t{offset} + count - 1;
   if (mReportedSize != 0) return last < mReportedSize;
@@ -53,12 +53,12 @@ bool EepromFile::holds(std::int32_t offset, std::int32_t count) const {
   return readSome(last, &lastByte, 1) == 1;
 }
 
-void EepromFile::read(std::int32_t offset, unsigned char* bytes, std::size_t count) const {
+void EepromFile::read(std::int32_t offset, unsigned char* bytes, std::size_t count) const noexcept {
   std::size_t const supplied = readSome(offset, bytes, count);
   std::fill(bytes + supplied, bytes + count, static_cast<unsigned char>(0));
 }
 
-std::size_t EepromFile::readSome(std::int64_t offset, unsigned char* bytes, std::size_t count) const {
+std::size_t EepromFile::readSome(std::int64_t offset, unsigned char* bytes, std::size_t count) const noexcept {
   if (!mIsRegular || offset < 0) return 0;
   std::size_t done = 0;
   while (done < count) {

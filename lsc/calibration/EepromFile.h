@@ -14,7 +14,7 @@ char const* EepromPath(int sensorIndex);
 // supply, and anything but a regular file, a directory or a device for instance, supplies none.
 class EepromFile {
  public:
-  explicit EepromFile(int sensorIndex);
+  explicit EepromFile(int sensorIndex) noexcept;
   ~EepromFile();
   EepromFile(EepromFile const&) = delete;
   EepromFile& operator=(EepromFile const&) = delete;
@@ -23,14 +23,14 @@ class EepromFile {
 
   // Whether the file supplies the last of `count` bytes at `offset`; so no memory need be taken for more than it holds.
   // Some special file systems report size 0 for files that do supply bytes: such a file is read to find out.
-  bool holds(std::int32_t offset, std::int32_t count) const;
+  bool holds(std::int32_t offset, std::int32_t count) const noexcept;
 
   // Reads `count` bytes at `offset` (both as configured, so any value) to `bytes`, which must hold them.
-  void read(std::int32_t offset, unsigned char* bytes, std::size_t count) const;
+  void read(std::int32_t offset, unsigned char* bytes, std::size_t count) const noexcept;
 
  private:
   // Reads up to `count` bytes; answers how many the file supplied.
-  std::size_t readSome(std::int64_t offset, unsigned char* bytes, std::size_t count) const;
+  std::size_t readSome(std::int64_t offset, unsigned char* bytes, std::size_t count) const noexcept;
 
   int mDescriptor;
   bool mIsRegular = false;

@@ -1,27 +1,26 @@
 #include "lsc/calibration/MultiTableIndex.h"
 
+#include <atomic>
 #include <cstdint>
-#include <cstdio>
+#include <optional>
 
-#include "lsc/Configuration.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/calibration/EepromFile.h"
-#include "lsc/calibration/ShadingFeature.h"
+#include "lsc/calibration/ShadingConfiguration.h"
 #include "lsc/log/Log.h"
-#include "platform/HwConfiguration.h"
 
 namespace lsc {
 namespace {
 
-// Places in the record.
+// Byte positions in the record.
 constexpr int kValidByte = 0;
 constexpr int kMagnitudeByte = 5;
 constexpr int kSignByte = 6;
 constexpr int kFurtherFlagByte = 10;
 
 constexpr int kFirstNegativeSign = 129;  // not 128: 128 counts as positive
-constexpr int kSmallGradient = 4;        // up to here the first table fits
-constexpr int kLargeGradient = 9;        // from here on the outer tables fit
+constexpr int kSmallGradient = 4;        // largest magnitude for which the first table fits
+constexpr int kLargeGradient = 9;        // least magnitude for which the outer tables fit
 
 }  // namespace
 
@@ -50,19 +49,16 @@ void VeyraShadingUtil::VeyraGetMultiTableIndex(int& multiTableIndex, int sensorD
   multiTableIndex = lsc::kDefaultMultiTable;
   if (!HasSensorSlot(sensorIndex)) return;
 
-  // The members are plain values; what orders their accesses is the flag's release and acquire.
-  bool* const settled = &mMultiTableIdxLoaded[sensorIndex];
-  std::int32_t* const answer = &mMultiTableIdx[sensorIndex];
-  if (__atomic_load_n(settled, __ATOMIC_ACQUIRE)) {
-    multiTableIndex = __atomic_load_n(answer, __ATOMIC_RELAXED);
+  std::atomic<bool>& isSettled = mMultiTableIdxLoaded[sensorIndex];
+  std::atomic<std::int32_t>& settledIndex = mMultiTableIdx[sensorIndex];
+  if (isSettled.load(std::memory_order_acquire)) {
+    multiTableIndex = settledIndex.load(std::memory_order_relaxed);
     return;
   }
 
-  char key[lsc::kShadingKeySize] = {};
-  std::snprintf(key, sizeof key, "multiGolden[%d]", sensorIndex);
-  int offset = 0;
-  if (GetKeyCount(lsc::kShadingFeature) == 0 || GetIntegerConfiguration(lsc::kShadingFeature, key, &offset) != 0) {
-    __atomic_store_n(settled, true, __ATOMIC_RELEASE);
+  auto const offset = lsc::HasShadingFeature() ? lsc::MultiGoldenOffset(sensorIndex) : std::nullopt;
+  if (!offset) {
+    isSettled.store(true, std::memory_order_release);
     return;
   }
 
@@ -74,12 +70,12 @@ void VeyraShadingUtil::VeyraGetMultiTableIndex(int& multiTableIndex, int sensorD
       return;  // unsettled: the next call tries again
     }
     unsigned char record[lsc::kMultiGoldenSize];
-    file.read(offset, record, sizeof record);
+    file.read(*offset, record, sizeof record);
     golden = lsc::ReadMultiGolden(record);
   }
   multiTableIndex = golden.isValid() ? lsc::MultiTableForGradient(golden.gradient) : lsc::kDefaultMultiTable;
-  __atomic_store_n(answer, multiTableIndex, __ATOMIC_RELAXED);
-  __atomic_store_n(settled, true, __ATOMIC_RELEASE);
+  settledIndex.store(multiTableIndex, std::memory_order_relaxed);
+  isSettled.store(true, std::memory_order_release);
 
   LSC_LOGD("multi_tbl_idx:%d otpValid:%d gradient:%d flag:%d flag_f:%d", multiTableIndex, golden.valid, golden.gradient,
            golden.flag, golden.furtherFlag);

@@ -1,18 +1,15 @@
 #include "lsc/calibration/PncBlock.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <new>
 
-#include "lsc/Configuration.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/calibration/EepromFile.h"
-#include "lsc/calibration/ShadingFeature.h"
+#include "lsc/calibration/ShadingConfiguration.h"
 #include "lsc/log/Log.h"
 #include "platform/HalSensor.h"
-#include "platform/HwConfiguration.h"
 
 namespace lsc {
 
@@ -39,8 +36,8 @@ namespace {
 constexpr unsigned char kValid = 1;
 constexpr std::int32_t kRowsAreMirrored = 2;
 
-// Whether the sensor's static information asks for the mirror; no when there is no sensor list.
-bool AsksForMirror(int sensorIndex) {
+// Whether the sensor's static information asks for mirrored rows; false when there is no sensor list.
+bool NeedsMirror(int sensorIndex) noexcept {
   NSCam::IHalSensorList* const list = NSCam::IHalSensorList::get();
   if (list == nullptr) return false;
   NSCam::SensorStaticInformation information = {};
@@ -61,20 +58,15 @@ void VeyraShadingUtil::VeyraGetPNCCaliData(void* out, int sensorDev) {
   int const sensorIndex = SensorDevToIndex(sensorDev);
   if (out == nullptr || !HasSensorSlot(sensorIndex)) return;
 
-  if (GetKeyCount(lsc::kShadingFeature) == 0) {
+  if (!lsc::HasShadingFeature()) {
     LSC_LOGE("[%s] no match CameraHWConfiguration.config Shading\n", __func__);
     return;
   }
-  char key[lsc::kShadingKeySize] = {};
-  std::snprintf(key, sizeof key, "PNCCaliData[%d]", sensorIndex);
-  int place[2] = {};  // offset, length
-  if (GetIntegerListConfiguration(lsc::kShadingFeature, key, place, 2) != 0) return;
-  int const offset = place[0];
-  int const length = place[1];
-  if (!lsc::IsUsableBlockLength(length)) return;
+  auto const place = lsc::PncBlockPlace(sensorIndex);
+  if (!place || !lsc::IsUsableBlockLength(place->length)) return;
 
-  // A file that does not hold the whole block does not hold the valid byte at its end: no memory is taken for it.
-  auto const blockSize = static_cast<std::size_t>(length);
+  // A file without the block's last byte, the valid byte, has no valid block: no memory is taken for it.
+  auto const blockSize = static_cast<std::size_t>(place->length);
   std::size_t const dataSize = blockSize - 1;
   std::unique_ptr<unsigned char[]> block;
   unsigned char validByte = 0;
@@ -84,10 +76,10 @@ void VeyraShadingUtil::VeyraGetPNCCaliData(void* out, int sensorDev) {
       LSC_LOGE("Error opening file.");
       return;
     }
-    if (file.holds(offset, length)) {
+    if (file.holds(place->offset, place->length)) {
       block.reset(new (std::nothrow) unsigned char[blockSize]);
       if (!block) return;
-      file.read(offset, block.get(), blockSize);
+      file.read(place->offset, block.get(), blockSize);
       validByte = block[dataSize];
       block[dataSize] = 0;
     }
@@ -97,7 +89,7 @@ void VeyraShadingUtil::VeyraGetPNCCaliData(void* out, int sensorDev) {
   std::uint32_t firstWord = lsc::kPncDefaultFill;
   std::uint32_t lastWord = lsc::kPncDefaultFill;
   if (validByte == lsc::kValid) {
-    if (lsc::AsksForMirror(sensorIndex)) {
+    if (lsc::NeedsMirror(sensorIndex)) {
       if (dataSize < lsc::kPncMirroredSize) return;
       VeyraSwapPNCCaliData(reinterpret_cast<char*>(block.get()), static_cast<int>(dataSize));
     }
@@ -110,7 +102,7 @@ void VeyraShadingUtil::VeyraGetPNCCaliData(void* out, int sensorDev) {
   LSC_LOGD("[0]:0x%x, [END]:0x%x ", firstWord, lastWord);
 }
 
-void VeyraShadingUtil::VeyraSwapPNCCaliData(char* data, int length) {
+void VeyraShadingUtil::VeyraSwapPNCCaliData(char* data, int length) noexcept {
   if (data == nullptr || length < lsc::kPncMirroredSize) return;
 
   lsc::MirrorRows(reinterpret_cast<unsigned char*>(data));

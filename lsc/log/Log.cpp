@@ -8,8 +8,8 @@
 
 namespace lsc {
 
-void WriteToFileSink(VCam::Utils::VLog::VLogLevel level, char const* format, ...) {
-  // Not on the stack: the host's threads may have small ones.
+void WriteToFileSink(VCam::Utils::VLog::VLogLevel level, char const* format, ...) noexcept {
+  // On the heap: the host's threads may have small stacks.
   std::unique_ptr<char[]> const buffer(new (std::nothrow) char[kLogBufferSize]);
   if (!buffer) return;
 
@@ -19,7 +19,7 @@ void WriteToFileSink(VCam::Utils::VLog::VLogLevel level, char const* format, ...
   va_end(arguments);
   if (length < 0) return;
 
-  // The formatter counts what the whole message would take; the sink must not read past what the buffer holds.
+  // The formatter returns the length of the whole message; the sink must not read past the end of the buffer.
   buffer[kLogBufferSize - 1] = '\0';
   auto const held = static_cast<unsigned long>(std::min(length, kLogBufferSize - 1));
   VCam::Utils::VLog::VLogger::logNormalDetails(kLscLogModule, kLscLogTag, level, buffer.get(), held);

@@ -9,14 +9,16 @@
 //
 // `text` is a printf format, a string literal. The message's two texts, one per sink, are literals put together here at
 // compile time: both begin with the name of the function that logs, an error's with the source line before it; the
-// system log's text of a warning or an error ends in the place in the source.
+// system log's text of a warning or an error ends with the place in the source.
 //
-// Arguments are evaluated once for each sink that takes the message, and not at all when no gate lets it through: they
-// must have no side effects. The gates are asked anew for every message. A closed condition costs one load and a
-// branch.
+// Arguments are evaluated once for each sink that takes the message, and not at all when the message is not wanted:
+// they must have no side effects. Whether it is wanted is asked anew for every message. A closed condition on gLogLevel
+// costs one load and a branch.
+//
+// Thread safety: messages may be written from any thread at once.
 #pragma once
 
-#include "lsc/VeyraShadingUtil.h"
+#include "lsc/Globals.h"
 #include "platform/Log.h"
 #include "platform/VLogger.h"
 
@@ -25,7 +27,7 @@ namespace lsc {
 constexpr unsigned int kLscLogModule = 128;        // the library's number in the maker's logging library
 constexpr char kLscLogTag[] = "VeyraShadingUtil";  // in both sinks
 constexpr int kLogBufferSize = 1024;               // bytes of a message for the file sink, terminator included
-constexpr int kLogDetailLevel = 4;                 // gLogLevel from which each sample and candidate is told
+constexpr int kLogDetailLevel = 4;                 // gLogLevel from which each sample and candidate is logged
 
 // Priorities of the system log.
 constexpr int kPriorityDebug = 3;
@@ -33,26 +35,33 @@ constexpr int kPriorityInfo = 4;
 constexpr int kPriorityWarning = 5;
 constexpr int kPriorityError = 6;
 
+// The logging library's answers: whether messages of the level are wanted at all, and which sinks are on.
+inline bool IsWanted(VCam::Utils::VLog::VLogLevel level) noexcept {
+  return VCam::Utils::VLog::VLogger::isLogDetailsEnabled(kLscLogModule, level);
+}
+inline bool SystemLogIsOn() noexcept { return VCam::Utils::VLog::VLogger::isDefaultModeEnabled(); }
+inline bool FileSinkIsOn() noexcept { return VCam::Utils::VLog::VLogger::isFileModeEnabled(); }
+
 // Formats one message on the heap and hands it to the file sink, cut to kLogBufferSize - 1 characters. A message for
 // which there is no memory, or that cannot be formatted, is dropped.
-void WriteToFileSink(VCam::Utils::VLog::VLogLevel level, char const* format, ...) __attribute__((format(printf, 2, 3)));
+void WriteToFileSink(VCam::Utils::VLog::VLogLevel level, char const* format, ...) noexcept
+    __attribute__((format(printf, 2, 3)));
 
-// Whether a message under the condition "at least 4" may be written; for what exists only to be logged.
+// Whether LSC_LOGI_DETAIL may write; for loops that do nothing else.
 inline bool DetailIsLogged() { return gLogLevel >= kLogDetailLevel; }
 
 }  // namespace lsc
 
-#define LSC_LOG_TO_SINKS(level, writeToSystemLog, writeToFile)                        \
-  do {                                                                                \
-    using VCam::Utils::VLog::VLogger;                                                 \
-    if (VLogger::isLogDetailsEnabled(lsc::kLscLogModule, VCam::Utils::VLog::level)) { \
-      if (VLogger::isDefaultModeEnabled()) writeToSystemLog;                          \
-      if (VLogger::isFileModeEnabled()) writeToFile;                                  \
-    }                                                                                 \
+#define LSC_LOG_TO_SINKS(level, writeToSystemLog, writeToFile) \
+  do {                                                         \
+    if (lsc::IsWanted(VCam::Utils::VLog::level)) {             \
+      if (lsc::SystemLogIsOn()) writeToSystemLog;              \
+      if (lsc::FileSinkIsOn()) writeToFile;                    \
+    }                                                          \
   } while (false)
 
-// The forms that end in _FOR are for a function that does a part of an operation's work: `function` is the operation's
-// name, which the message bears.
+// The forms that end in _FOR are for functions that do part of an operation's work: the message bears the operation's
+// name, `function`.
 
 // Information and debug: the same text for both sinks.
 #define LSC_LOG_PLAIN(level, priority, function, text, ...)                                                           \

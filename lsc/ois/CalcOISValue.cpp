@@ -1,5 +1,4 @@
-// One frame's lens position, step by step. What each step decides is computed by the other files of this folder; here
-// the registry is asked, and the caller's vectors are filled.
+// One frame's lens position, step by step. The other files of this folder compute what each step decides.
 
 #include <optional>
 #include <vector>
@@ -9,18 +8,52 @@
 #include "lsc/ois/FrameTimes.h"
 #include "lsc/ois/HallDump.h"
 #include "lsc/ois/HallReduction.h"
-#include "lsc/ois/HallWindow.h"
-#include "lsc/ois/TableSpan.h"
-#include "lsc/ois/WindowSpan.h"
+#include "lsc/ois/MatchMessages.h"
+#include "lsc/ois/ReadoutMatch.h"
 
 namespace {
 
-using lsc::FrameTimes;
 using lsc::HallRun;
-using lsc::HallWindow;
+using lsc::SampleRange;
 
-// Leaves two elements in the vector, whatever it held; its memory serves again.
-void FillOutput(std::vector<double>& output, float hall0) {
+// What a frame needs of its window, copied to the stack while mMonitorMutex is held: the samples of its span and, for
+// messages, the whole window.
+class FrameSamples {
+ public:
+  // Requires: the range is not empty.
+  void matchAndCopy(SampleRange const& range, lsc::Readout const& readout, bool fallBackToOldest,
+                    bool messagesAreWanted);
+
+  bool startIsNear;
+  HallRun span;
+
+  // For messages only.
+  lsc::ReadoutMatch match;
+  HallRun window;
+
+ private:
+  void copyWindow(SampleRange const& range, lsc::ReadoutMatch const& found);
+
+  lsc::HallSample mStorage[lsc::kWindowSize];
+};
+
+// Flattened: calls would cost 20 ns with the lock held.
+[[gnu::flatten]] void FrameSamples::matchAndCopy(SampleRange const& range, lsc::Readout const& readout,
+                                                 bool fallBackToOldest, bool messagesAreWanted) {
+  lsc::ReadoutMatch const found = lsc::MatchReadout(range, readout, fallBackToOldest);
+  startIsNear = found.start.has_value();
+  if (messagesAreWanted) return copyWindow(range, found);
+  span = lsc::CopyHall(found.spanFirst, found.spanSize, mStorage);
+}
+
+[[gnu::cold, gnu::noinline]] void FrameSamples::copyWindow(SampleRange const& range, lsc::ReadoutMatch const& found) {
+  match = found;
+  window = lsc::CopyHall(range.first(), range.size(), mStorage);
+  span = {mStorage + (found.spanSize > 0 ? range.indexOf(found.spanFirst) : 0), found.spanSize};
+}
+
+// Leaves two elements in the vector and reuses its memory.
+void FillOutput(std::vector<double>& output, float hall0) noexcept {
   output.resize(2);
   output[0] = static_cast<double>(hall0);
   output[1] = 0.0;
@@ -34,28 +67,36 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
   if (outOisX == nullptr || outOisY == nullptr) return;
   if (!IsEnabled(sensorId)) return;
 
-  FrameTimes times = {};
+  lsc::FrameTimes times = {};
   std::uint32_t const rollingShutterNs = QueryRollingShutter(sensorId);
   if (auto const selected = lsc::SelectFrameTimes(type, input, rollingShutterNs)) {
     times = *selected;
   } else {
-    LSC_LOGW("Unknown type %d", type);  // the query at time 0 that follows answers nothing
+    LSC_LOGW("Unknown type %d", type);  // the query at time 0 that follows finds nothing
   }
 
-  std::int64_t const offsetUs = lsc::OffsetUs(times.exposureUs, times.shutterUs);
-  HallWindow window(gLogLevel == 0 ? lsc::PlainReadout(times, offsetUs, oisMatched != 0) : std::nullopt);
-  Query(window, sensorId, 0, times.timestampNs);
+  lsc::Readout const readout = {times.startOfFrameUs, times.shutterUs,
+                                lsc::OffsetUs(times.exposureUs, times.shutterUs)};
+  bool const fallBackToOldest = oisMatched != 0;
+  bool const messagesAreWanted = gLogLevel != 0;
+  std::size_t sampleCount = 0;
+  FrameSamples samples;
+  {
+    lsc::MutexLock const lock(mMonitorMutex);
+    SampleRange const range = FindSamples(sensorId, 0, times.timestampNs, 0);
+    sampleCount = range.size();
+    if (!range.empty()) samples.matchAndCopy(range, readout, fallBackToOldest, messagesAreWanted);
+  }
   LSC_LOGI_NONZERO(
       "camera_id = %d, type = %d, oisCount = %d, sof_timestamp = %llu, exposure_time = %llu, "
       "shutter_time = %u, timeDiff = %lld",
-      sensorId, type, static_cast<int>(window.size()), static_cast<unsigned long long>(times.startOfFrameUs),
-      static_cast<unsigned long long>(times.exposureUs), times.shutterUs, static_cast<long long>(offsetUs));
-  if (window.size() == 0) return;
+      sensorId, type, static_cast<int>(sampleCount), static_cast<unsigned long long>(times.startOfFrameUs),
+      static_cast<unsigned long long>(times.exposureUs), times.shutterUs, static_cast<long long>(readout.offsetUs));
+  if (sampleCount == 0) return;
 
-  if (window.startIsNear()) oisMatched = 1;
-  HallRun const span =
-      window.isSpan() ? window.run() : lsc::FindSpanInTable(__func__, window.run(), times, offsetUs, oisMatched);
-  if (!span.hasTwoEntries()) {
+  if (messagesAreWanted) lsc::LogMatch(__func__, samples.window, readout, samples.match, fallBackToOldest);
+  if (samples.startIsNear) oisMatched = 1;
+  if (!samples.span.hasTwoEntries()) {
     LSC_LOGI_DETAIL(
         "Match OIS data fail, transfer the last ois data to tsf. type = %d, frame_id =%d, "
         "sof_timestamp = %lld,                 camera_id = %d, out_frame_ois_size(%d, %d)",
@@ -64,12 +105,12 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
     return;
   }
 
-  if (auto const position = lsc::ReduceSpan(span, g_oisDebug)) {
+  if (auto const position = lsc::ReduceSpan(samples.span, g_oisDebug)) {
     FillOutput(*outOisX, position->x);
     FillOutput(*outOisY, position->y);
   }
 
-  if (lsc::HallDumpIsOn()) lsc::WriteHallDump(type, frameId, sensorId, times, span, *outOisX, *outOisY);
+  if (lsc::HallDumpIsOn()) lsc::WriteHallDump(type, frameId, sensorId, times, samples.span, *outOisX, *outOisY);
 
   if (!outOisX->empty() && !outOisY->empty()) {
     LSC_LOGI(

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-#include "lsc/TimeUnits.h"
+#include "lsc/base/TimeUnits.h"
 
 namespace lsc {
 namespace {
 
-// Tuned on devices: the stabiliser's samples trail the exposure by this share of it and by this constant delay.
+// Empirical, tuned on devices: the stabiliser's samples trail the exposure by this share of it and by a constant delay.
 constexpr float kOffsetFactor = -0.5432F;
 constexpr std::int64_t kOffsetConstantUs = 166;
 

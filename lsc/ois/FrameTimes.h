@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "lsc/VeyraShadingUtil.h"
+#include "lsc/FrameInput.h"
 
 namespace lsc {
 
@@ -15,12 +15,12 @@ struct FrameTimes {
   std::uint64_t startOfFrameUs;  // timestamp less exposure; wraps when the exposure is the longer one
 };
 
-// nullopt for a kind of frame that is not known.
+// nullopt for an unknown kind of frame.
 std::optional<FrameTimes> SelectFrameTimes(CustShadingType type, CalcOISValueInput const& input,
                                            std::uint32_t rollingShutterNs);
 
-// What is subtracted from every sample's time, in us: negative, so samples move forward in time, by a little more than
-// half of the shorter one of exposure and readout. The factor and the constant are empirical.
+// The offset that is subtracted from every sample time, in us: at most -166, so samples move forward in time, by a
+// little more than half of the shorter one of exposure and readout.
 std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs);
 
 }  // namespace lsc

@@ -24,7 +24,7 @@ double ElementOrZero(std::vector<double> const& values, std::size_t index) {
   return index < values.size() ? values[index] : 0.0;
 }
 
-// One line `<tab>"key": value` with six decimals. Not by the formatted output, whose decimal point is the locale's.
+// One line `<tab>"key": value` with six decimals. std::to_chars: independent of the locale.
 void WriteValue(std::FILE* file, char const* key, double value) {
   char text[352];  // a double has at most 309 digits before the point
   auto const end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 6).ptr;
@@ -49,7 +49,7 @@ void WriteContent(std::FILE* file, unsigned int frameId, FrameTimes const& times
 }  // namespace
 
 void WriteHallDump(CustShadingType type, unsigned int frameId, int sensorId, FrameTimes const& times, HallRun span,
-                   std::vector<double> const& outOisX, std::vector<double> const& outOisY) {
+                   std::vector<double> const& outOisX, std::vector<double> const& outOisY) noexcept {
   char name[kNameSize] = {};
   if (g_preOisDump != 0 && IsPreview(type)) {
     std::snprintf(name, sizeof name, "data/vendor/camera_dump/preview_camera_%d_frame_%d_oishall.txt", sensorId,

@@ -1,10 +1,11 @@
-// Samples as the computation keeps them.
+// What the computation keeps of samples: time and position.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "lsc/TimeUnits.h"
+#include "lsc/base/SampleRange.h"
+#include "lsc/base/TimeUnits.h"
 
 namespace lsc {
 
@@ -15,7 +16,7 @@ struct HallSample {
 };
 
 // Samples in a row, in ascending order of time. The first one of every microsecond is an entry; the others of that
-// microsecond are not looked at.
+// microsecond do not count.
 struct HallRun {
   HallSample const* samples;
   std::size_t size;
@@ -23,10 +24,14 @@ struct HallRun {
   bool hasTwoEntries() const { return size > 0 && ToUs(samples[0].timeNs) != ToUs(samples[size - 1].timeNs); }
 };
 
-// Hands every entry of the run, at least one, to `visit`.
+// Copies `size` samples from `position` on to `out`, which must have room for them.
+HallRun CopyHall(SampleCursor const& position, std::size_t size, HallSample* out);
+
+// Calls visit(sample) once per entry. Requires: the run is not empty.
 template <typename Visit>
 void ForEachEntry(HallRun run, Visit visit) {
-  // Microsecond 0 is the longest one: times are truncated to it from both sides.
+  // Microsecond 0 is twice as long as the others: times are truncated to it from both sides. Samples farther apart than
+  // that need no division to tell that they are different entries.
   constexpr auto kLongestUsNs = static_cast<std::uint64_t>(2 * kNsPerUs);
   HallSample const* entry = run.samples;
   visit(*entry);

@@ -1,9 +1,8 @@
-// The list of monitors: every operation that finds one, under mMonitorMutex.
+// The list of monitors and the operations on one of them, with mMonitorMutex held. Queries: SampleQuery.cpp.
 
 #include <algorithm>
 #include <memory>
 
-#include "lsc/SampleWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 
@@ -27,6 +26,10 @@ VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId
   return nullptr;
 }
 
+[[gnu::cold]] void VeyraShadingUtil::AddMonitor(int sensorId, int sensorType) noexcept {
+  mSensorMonitors.push_back(std::make_shared<VeyraSensorMonitor>(sensorId, sensorType));
+}
+
 [[gnu::cold]] bool VeyraShadingUtil::RegisterAndStartSensorMonitor(int sensorId, int sensorType) {
   return RegisterSensorMonitor(sensorId, sensorType) && StartSensorMonitor(sensorId, sensorType);
 }
@@ -40,7 +43,7 @@ VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId
     LSC_LOGW("Sensor Monitor already registered sensorId:%d sensorType:%d", monitor->sensorId(), monitor->sensorType());
     return true;
   }
-  mSensorMonitors.push_back(std::make_shared<VeyraSensorMonitor>(sensorId, sensorType));
+  AddMonitor(sensorId, sensorType);
   LSC_LOGI("Register Sensor Monitor sensorId:%d sensorType:%d", sensorId, sensorType);
   return true;
 }
@@ -79,25 +82,7 @@ void VeyraShadingUtil::UpdateSensorData(int sensorId, unsigned int frameNumber, 
   }
 }
 
-void VeyraShadingUtil::Query(lsc::SampleReader& reader, int sensorId, unsigned int frameNumber,
-                             unsigned long timestamp) {
-  constexpr char kOperation[] = "QuerySensorData";
-  lsc::MutexLock const lock(mMonitorMutex);
-  if (VeyraSensorMonitor* const monitor = FindMonitor(sensorId)) {
-    monitor->readSensorData(reader, frameNumber, timestamp);
-    LSC_LOGI_NONZERO_FOR(kOperation, " get sensor data size:%zu", reader.size());
-  } else {
-    LSC_LOGW_FOR(kOperation, "Sensor Monitor not registered sensorId:%d", sensorId);
-  }
-}
-
-void VeyraShadingUtil::QuerySensorData(std::vector<NSCam::Utils::SensorData>& samples, int sensorId,
-                                       unsigned int frameNumber, unsigned long timestamp) {
-  lsc::SampleCopy copy(samples);
-  Query(copy, sensorId, frameNumber, timestamp);
-}
-
-bool VeyraShadingUtil::IsEnabled(int sensorId) {
+bool VeyraShadingUtil::IsEnabled(int sensorId) noexcept {
   if (!IsSupportSensor(sensorId)) return false;
 
   lsc::MutexLock const lock(mMonitorMutex);

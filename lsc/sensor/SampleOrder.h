@@ -1,7 +1,7 @@
 // The order of samples: by time, as a signed value.
 #pragma once
 
-#include "lsc/sensor/FrameQueue.h"
+#include "lsc/base/FrameQueue.h"
 
 namespace lsc {
 

@@ -1,6 +1,7 @@
+// A monitor and the platform: provider, enabling, pulling. Queries: SampleQuery.cpp.
+
 #include <cstdio>
 
-#include "lsc/SampleWindow.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "lsc/log/Log.h"
 
@@ -20,7 +21,7 @@ VeyraShadingUtil::VeyraSensorMonitor::VeyraSensorMonitor(int sensorId, int senso
 
 VeyraShadingUtil::VeyraSensorMonitor::~VeyraSensorMonitor() { disableSensor(); }
 
-[[gnu::cold]] bool VeyraShadingUtil::VeyraSensorMonitor::enableSensor() {
+[[gnu::cold]] bool VeyraShadingUtil::VeyraSensorMonitor::enableSensor() noexcept {
   if (!mSensorProvider) {
     char name[sizeof("OIS_MONITOR--2147483648--2147483648")];
     std::snprintf(name, sizeof name, "OIS_MONITOR-%d-%d", mSensorId, mSensorType);
@@ -36,7 +37,7 @@ VeyraShadingUtil::VeyraSensorMonitor::~VeyraSensorMonitor() { disableSensor(); }
   return accepted;
 }
 
-[[gnu::cold]] void VeyraShadingUtil::VeyraSensorMonitor::disableSensor() {
+[[gnu::cold]] void VeyraShadingUtil::VeyraSensorMonitor::disableSensor() noexcept {
   if (!mSensorProvider) return;
 
   mSensorProvider->disableSensor(PlatformType(mSensorType));
@@ -45,7 +46,8 @@ VeyraShadingUtil::VeyraSensorMonitor::~VeyraSensorMonitor() { disableSensor(); }
   LSC_LOGI_NONZERO(" disable sensor %d", mSensorType);
 }
 
-void VeyraShadingUtil::VeyraSensorMonitor::updateSensorData(unsigned int frameNumber, unsigned long frameTime) {
+void VeyraShadingUtil::VeyraSensorMonitor::updateSensorData(unsigned int frameNumber,
+                                                            unsigned long frameTime) noexcept {
   if (!mSensorProvider) return;
 
   mBatch.clear();
@@ -54,30 +56,8 @@ void VeyraShadingUtil::VeyraSensorMonitor::updateSensorData(unsigned int frameNu
     LSC_LOGW("no sensor data for type %d", mSensorType);
     return;
   }
-  VeyraSensorData::Filed const filed = mSensorData.file(frameNumber, mBatch);
+  VeyraSensorData::Insertion const inserted = mSensorData.insert(frameNumber, mBatch);
   LSC_LOGI_DETAIL("update sensor data F:(%u) TS:(%llu) size:%lu, queue size:%lu, timestamp interv:%llu - %llu",
-                  frameNumber, static_cast<unsigned long long>(frameTime), filed.count, filed.frameCount,
-                  static_cast<unsigned long long>(filed.firstNs), static_cast<unsigned long long>(filed.lastNs));
-}
-
-void VeyraShadingUtil::VeyraSensorMonitor::readSensorData(lsc::SampleReader& reader, unsigned int frameNumber,
-                                                          unsigned long time) {
-  if (!mSensorProvider) return;
-
-  constexpr char kOperation[] = "getSensorData";
-  if (time != 0) {
-    mSensorData.readByTimestamp(time, reader);
-  } else if (frameNumber != 0) {
-    mSensorData.readByFrame(frameNumber, reader);
-  } else {
-    LSC_LOGW_FOR(kOperation, "timestamp or frameNumber should not be zero");
-  }
-  LSC_LOGI_NONZERO_FOR(kOperation, " get sensor data F:(%u) TS:(%llu) data size:%lu", frameNumber,
-                       static_cast<unsigned long long>(time), reader.size());
-}
-
-void VeyraShadingUtil::VeyraSensorMonitor::getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber,
-                                                         unsigned long time) {
-  lsc::SampleCopy copy(out);
-  readSensorData(copy, frameNumber, time);
+                  frameNumber, static_cast<unsigned long long>(frameTime), inserted.count, inserted.frameCount,
+                  static_cast<unsigned long long>(inserted.firstNs), static_cast<unsigned long long>(inserted.lastNs));
 }

@@ -7,7 +7,7 @@
 
 #include "platform/desktop/Backstage.h"
 
-int __android_log_print(int priority, char const* tag, char const* format, ...) {
+int __android_log_print(int priority, char const* tag, char const* format, ...) noexcept {
   auto& stage = desktop::Device::Get().backstage();
   if (stage.recordsLogCalls.load(std::memory_order_relaxed)) stage.NoteCall("__android_log_print %d", priority);
   if (!stage.logIsHeard.load(std::memory_order_relaxed)) return 1;

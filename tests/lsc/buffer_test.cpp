@@ -120,7 +120,7 @@ TEST_F(Buffer, PlacesABatchAgainstTheNewestFrame) {
 TEST_F(Buffer, KeepsThirtyFramesAndTheNewestOfANumber) {
   for (unsigned int frame = 0; frame <= 30; ++frame) Push(frame, {static_cast<std::int64_t>(100 * frame)});
   Samples batch = SamplesAt({3'000});
-  EXPECT_EQ(buffer.file(31, batch).frameCount, 30U);
+  EXPECT_EQ(buffer.insert(31, batch).frameCount, 30U);
   EXPECT_EQ(Frame(1), Times{42});
   EXPECT_EQ(Frame(2), Times{200});
 

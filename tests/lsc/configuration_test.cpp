@@ -1,6 +1,6 @@
 // What the constructor reads, and how cameras are named.
 
-#include "lsc/Configuration.h"
+#include "lsc/SensorIndex.h"
 
 #include "platform/desktop/Memory.h"
 #include "tests/support/PlayedDevice.h"

@@ -5,30 +5,16 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
+#include <tuple>
 
 #include "lsc/ois/FrameTimes.h"
 #include "lsc/ois/HallReduction.h"
-#include "lsc/ois/HallTable.h"
-#include "lsc/ois/ReadoutSpan.h"
+#include "lsc/ois/ReadoutMatch.h"
 #include "lsc/sensor/SplitTime.h"
 #include "tests/support/PlayedDevice.h"
 
 namespace {
-
-using lsc::HallTable;
-using testing::ElementsAre;
-
-HallTable TableOf(std::vector<std::int64_t> const& alignedUs) {
-  HallTable table = {};
-  for (auto const timeUs : alignedUs) table.alignedUs[table.count++] = timeUs;
-  return table;
-}
-
-std::vector<lsc::HallSample> HallSamplesAt(std::vector<std::int64_t> const& timesNs) {
-  std::vector<lsc::HallSample> samples;
-  for (auto const timeNs : timesNs) samples.push_back({timeNs, 0.0F, 0.0F});
-  return samples;
-}
 
 TEST(Offset, IsAShareOfTheShorterTimePlusAConstantTruncatedTowardZero) {
   struct {
@@ -72,74 +58,176 @@ TEST(FrameTimes, EachKindTakesItsPair) {
   }
 }
 
-TEST(HallTableTest, LeavesOutRepeatedMicroseconds) {
-  struct {
-    char const* what;
-    std::vector<std::int64_t> timesNs;
-    std::vector<std::int64_t> alignedUs;  // for an offset of -10
-  } const rows[] = {
-      {"a first sample in microsecond 0, from either side", {-999, 999, 1'000}, {11}},
-      {"the second one of a microsecond", {5'000, 5'999, 6'000}, {15, 16}},
-      {"only neighbours are compared", {5'000, 6'000, 5'500}, {15, 16, 15}},
-      {"times before 0 are truncated toward 0", {-1'999, -1'000, 1'999}, {9, 11}},
-  };
-  for (auto const& row : rows) {
-    auto const samples = HallSamplesAt(row.timesNs);
-    HallTable const table = lsc::BuildHallTable({samples.data(), samples.size()}, -10);
-    std::vector<std::int64_t> alignedUs;
-    for (int i = 0; i < table.count; ++i) alignedUs.push_back(table.alignedUs[i]);
-    EXPECT_EQ(alignedUs, row.alignedUs) << row.what;
+// A history of the given frames, all of whose samples make up the window unless a row says otherwise.
+struct History {
+  explicit History(std::vector<std::vector<std::int64_t>> const& framesNs) : queue(framesNs.size()) {
+    for (auto const& timesNs : framesNs) {
+      queue.next() = SamplesAt(timesNs);
+      queue.push(0);
+    }
   }
+  lsc::SampleRange All() const { return {queue, queue.sampleCount(), queue.sampleCount()}; }
+
+  lsc::FrameQueue queue;
+};
+
+constexpr int kNone = -1;
+
+// Indices in the window; kNone where there is none.
+struct Found {
+  int startCandidate, start, endCandidate, end, spanBegin, spanSize;
+
+  bool operator==(Found const& other) const {
+    return std::tie(startCandidate, start, endCandidate, end, spanBegin, spanSize) ==
+           std::tie(other.startCandidate, other.start, other.endCandidate, other.end, other.spanBegin, other.spanSize);
+  }
+};
+std::ostream& operator<<(std::ostream& out, Found const& found) {
+  return out << "start " << found.startCandidate << "->" << found.start << ", end " << found.endCandidate << "->"
+             << found.end << ", span " << found.spanBegin << " +" << found.spanSize;
 }
 
-TEST(ReadoutSpan, StartIsTheNearerOfTheFirstEntryWithinTheToleranceAndTheNext) {
+Found Match(lsc::SampleRange const& window, lsc::Readout const& readout, bool fallBackToOldest) {
+  auto const match = lsc::MatchReadout(window, readout, fallBackToOldest);
+  auto const index = [](auto const& near, auto member) { return near ? static_cast<int>((*near).*member) : kNone; };
+  return {index(match.start, &lsc::NearEntry::candidate),
+          index(match.start, &lsc::NearEntry::chosen),
+          index(match.end, &lsc::NearEntry::candidate),
+          index(match.end, &lsc::NearEntry::chosen),
+          match.spanSize > 0 ? static_cast<int>(window.indexOf(match.spanFirst)) : kNone,
+          static_cast<int>(match.spanSize)};
+}
+
+constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+constexpr auto kLatestUs = static_cast<std::uint64_t>(kMax / 1'000);  // 9223372036854775
+
+// With an offset of -10, a sample at 5'990'000 ns is aligned with 6'000 us.
+TEST(ReadoutMatch, StartIsTheCloserOfTheFirstEntryWithinTheToleranceAndTheNext) {
   struct {
     char const* what;
-    std::vector<std::int64_t> alignedUs;
+    std::vector<std::vector<std::int64_t>> framesNs;
     std::uint64_t startOfFrameUs;
-    int candidate, startIndex;  // -1: none
+    int candidate, start;
   } const rows[] = {
-      {"no entry but the last is near", {1'000, 9'000}, 9'000, -1, -1},
-      {"one entry is no run", {9'000}, 9'000, -1, -1},
-      {"1499 is within, from below", {1'000, 9'000}, 2'499, 0, 0},
-      {"1500 is not", {1'000, 9'000}, 2'500, -1, -1},
-      {"1499 is within, from above", {5'000, 9'000}, 3'501, 0, 0},
-      {"the next one is nearer", {1'000, 2'000, 3'000}, 1'501, 0, 1},
-      {"a tie takes the first", {1'000, 2'000, 3'000}, 1'500, 0, 0},
-      {"the first within the tolerance decides, not the nearest of all", {1'000, 1'200, 1'400, 2'400}, 2'400, 0, 1},
-      {"an entry at time 0 is no candidate", {0, 1'000, 5'000}, 100, 1, 1},
-      {"a time before 0 is far away", {-100, 3'000, 5'000}, 100, -1, -1},
-      {"a start of frame that wrapped", {-100, 3'000, 5'000}, ~std::uint64_t{0}, 0, 0},
+      {"only the last entry is near", {{1'000'000}, {8'990'000}}, 9'000, kNone, kNone},
+      {"one sample", {{8'990'000}}, 9'000, kNone, kNone},
+      {"1499 is within, from below", {{990'000, 8'990'000}}, 2'499, 0, 0},
+      {"1500 is not", {{990'000, 8'990'000}}, 2'500, kNone, kNone},
+      {"1499 is within, from above", {{4'990'000, 8'990'000}}, 3'501, 0, 0},
+      {"1500 is not, from above", {{4'990'000, 8'990'000}}, 3'500, kNone, kNone},
+      {"the next one is closer", {{990'000}, {1'990'000, 2'990'000}}, 1'501, 0, 1},
+      {"a tie takes the first", {{990'000}, {1'990'000, 2'990'000}}, 1'500, 0, 0},
+      {"the first within the tolerance, not the closest", {{990'000, 1'190'000, 1'390'000, 2'390'000}}, 2'400, 0, 1},
+      {"samples of one microsecond are one entry", {{990'000, 990'500}, {990'999, 1'990'000}}, 1'501, 0, 3},
+      {"of which there is no next one", {{990'000, 990'500}, {990'999}}, 1'000, kNone, kNone},
+      {"leading samples of microsecond 0 are no entries", {{-999, 999, 1'000, 2'000}}, 10, 2, 2},
+      {"later samples of microsecond 0 are", {{-1'000, 0, 999, 5'000}}, 9, 0, 0},
+      {"an entry at time 0 is no candidate", {{-10'000, 990'000, 4'990'000}}, 100, 1, 1},
+      {"a time before 0 is far from one after it", {{-110'000, 2'990'000, 4'990'000}}, 100, kNone, kNone},
+      {"a start of frame before 0", {{-110'000, 2'990'000, 4'990'000}}, ~std::uint64_t{0}, 0, 0},
+      {"the next one is not closer on the other side of 0", {{-110'000, -9'000}}, ~std::uint64_t{0}, 0, 0},
+      {"1499 before a start of frame before 0", {{-1'510'000, 0}}, ~std::uint64_t{0}, 0, 0},
+      {"1500 before it", {{-1'511'000, 0}}, ~std::uint64_t{0}, kNone, kNone},
+      {"the latest time", {{kMax - 2'000, kMax}}, kLatestUs + 10, 0, 1},
+      {"later than any", {{kMax - 2'000, kMax}}, kLatestUs + 10 + 1'500, kNone, kNone},
+      {"far later", {{kMax - 2'000, kMax}}, (std::uint64_t{1} << 63) - 1, kNone, kNone},
+      {"the earliest time", {{kMin, kMin + 2'000}}, ~kLatestUs + 1 + 10, 0, 0},
+      {"earlier than any", {{kMin, kMin + 2'000}}, std::uint64_t{1} << 63, kNone, kNone},
   };
   for (auto const& row : rows) {
-    auto const start = lsc::FindStart(TableOf(row.alignedUs), row.startOfFrameUs);
-    EXPECT_EQ(start ? start->candidate : -1, row.candidate) << row.what;
-    EXPECT_EQ(start ? start->startIndex : -1, row.startIndex) << row.what;
+    Found const found = Match(History(row.framesNs).All(), {row.startOfFrameUs, 0, -10}, false);
+    EXPECT_EQ(found.startCandidate, row.candidate) << row.what;
+    EXPECT_EQ(found.start, row.start) << row.what;
   }
 }
 
-TEST(ReadoutSpan, EndIsSearchedFromTheStartEntryOn) {
+TEST(ReadoutMatch, EndIsSearchedFromTheSpansFirstEntryOn) {
   struct {
     char const* what;
-    std::vector<std::int64_t> alignedUs;
-    int startIndex;
+    std::vector<std::vector<std::int64_t>> framesNs;
+    std::uint64_t startOfFrameUs;
     std::uint32_t shutterUs;
-    int candidate, endIndex;  // -1: none
+    Found found;
   } const rows[] = {
-      {"the nearer of two", {0, 5'000, 10'000, 11'000, 12'000}, 0, 10'600, 2, 3},
-      {"a tie takes the first", {0, 5'000, 10'000, 11'000, 12'000}, 0, 10'500, 2, 2},
-      {"a short readout ends at the next entry", {0, 1'000, 2'000}, 0, 1'400, 0, 1},
-      {"no readout ends at the start entry", {0, 1'000, 2'000}, 1, 0, 1, 1},
-      {"on entry 0 too", {0, 1'000, 2'000}, 0, 0, 0, 0},
-      {"too long a readout", {0, 1'000, 2'000}, 0, 9'000, -1, -1},
-      {"a start at the last entry", {0, 1'000, 2'000}, 2, 0, -1, -1},
-      {"no entry at all", {}, 0, 1'000, -1, -1},
+      {"the closer of two",
+       {{990'000, 5'990'000, 10'990'000}, {11'990'000, 12'990'000}},
+       1'000,
+       10'600,
+       {0, 0, 2, 3, 0, 4}},
+      {"a tie takes the first",
+       {{990'000, 5'990'000, 10'990'000}, {11'990'000, 12'990'000}},
+       1'000,
+       10'500,
+       {0, 0, 2, 2, 0, 3}},
+      {"a readout below the tolerance", {{990'000, 1'990'000, 2'990'000}}, 1'000, 1'400, {0, 0, 0, 1, 0, 2}},
+      {"no readout", {{990'000, 1'990'000, 2'990'000}}, 1'990, 0, {0, 1, 1, 1, 1, 1}},
+      {"too long a readout", {{990'000, 1'990'000}, {1'990'999}}, 1'000, 9'000, {0, 0, kNone, kNone, 0, 3}},
+      {"a start at the last entry", {{990'000, 1'990'000, 1'990'100}}, 1'990, 0, {0, 1, kNone, kNone, 1, 2}},
+      {"an end across 0",
+       {{-2'010'000, -1'010'000, 990'000}},
+       ~std::uint64_t{1'999},
+       2'000,
+       {0, 0, kNone, kNone, 0, 3}},
+      {"an entry at time 0 may end it",
+       {{-2'010'000, -10'000, 990'000}},
+       ~std::uint64_t{1'999},
+       2'000,
+       {0, 0, 1, 1, 0, 2}},
+      {"the longest readout", {{kMax - 1'000, kMax}}, kLatestUs + 9, 4'294'967, {0, 0, kNone, kNone, 0, 2}},
   };
   for (auto const& row : rows) {
-    HallTable const table = TableOf(row.alignedUs);
-    auto const end = lsc::FindEnd(table, row.startIndex, lsc::EndTargetUs(table, row.startIndex, row.shutterUs));
-    EXPECT_EQ(end ? end->candidate : -1, row.candidate) << row.what;
-    EXPECT_EQ(end ? end->endIndex : -1, row.endIndex) << row.what;
+    EXPECT_EQ(Match(History(row.framesNs).All(), {row.startOfFrameUs, row.shutterUs, -10}, false), row.found)
+        << row.what;
+  }
+}
+
+TEST(ReadoutMatch, WithoutANearStartTheSpanBeginsWithTheFirstEntryOrIsEmpty) {
+  struct {
+    char const* what;
+    std::vector<std::vector<std::int64_t>> framesNs;
+    std::uint32_t shutterUs;
+    Found found;  // with the fallback
+  } const rows[] = {
+      {"to the end of the readout", {{990'000, 2'990'000, 5'990'000}}, 2'000, {kNone, kNone, 1, 1, 0, 2}},
+      {"to the last sample", {{990'000, 2'990'000, 5'990'000}}, 90'000, {kNone, kNone, kNone, kNone, 0, 3}},
+      {"one sample", {{990'000}}, 2'000, {kNone, kNone, kNone, kNone, 0, 1}},
+      {"behind leading samples of microsecond 0", {{0}, {999, 1'000}}, 0, {kNone, kNone, kNone, kNone, 2, 1}},
+      {"no entry at all", {{-999, 0, 999}}, 2'000, {kNone, kNone, kNone, kNone, kNone, 0}},
+  };
+  for (auto const& row : rows) {
+    History const history(row.framesNs);
+    EXPECT_EQ(Match(history.All(), {90'000, row.shutterUs, -10}, true), row.found) << row.what;
+    EXPECT_EQ(Match(history.All(), {90'000, row.shutterUs, -10}, false), (Found{kNone, kNone, kNone, kNone, kNone, 0}))
+        << row.what;
+  }
+}
+
+// 300 samples 1 ms apart in 10 frames: sample i is aligned with (i + 1) ms.
+TEST(ReadoutMatch, NothingOutsideTheWindowIsFound) {
+  std::vector<std::vector<std::int64_t>> framesNs(10);
+  for (int i = 0; i < 300; ++i) framesNs[static_cast<std::size_t>(i / 30)].push_back(i * 1'000'000 + 990'000);
+  History const history(framesNs);
+  struct {
+    char const* what;
+    std::size_t remaining;  // from the window's first sample
+    std::uint64_t startOfFrameUs;
+    std::uint32_t shutterUs;
+    Found found;
+  } const rows[] = {
+      {"at the oldest end", 300, 1'000, 16'000, {0, 0, 15, 16, 0, 17}},
+      {"to the oldest window's end", 300, 91'000, 20'000, {89, 90, kNone, kNone, 90, 10}},
+      {"in the middle", 200, 121'000, 30'000, {19, 20, 49, 50, 20, 31}},
+      {"just before the window", 200, 99'600, 16'000, {0, 0, 15, 16, 0, 17}},
+      {"too far before the window", 200, 99'501, 16'000, {0, 0, 15, 16, 0, 17}},
+      {"as far as that", 200, 99'500, 16'000, {kNone, kNone, kNone, kNone, kNone, 0}},
+      {"behind the window", 200, 202'000, 16'000, {kNone, kNone, kNone, kNone, kNone, 0}},
+      {"at the newest end", 100, 299'000, 500, {97, 98, 98, 98, 98, 1}},
+      {"beyond the newest end", 100, 281'000, 30'000, {79, 80, kNone, kNone, 80, 20}},
+  };
+  for (auto const& row : rows) {
+    lsc::SampleRange const window(history.queue, row.remaining, 100);
+    EXPECT_EQ(Match(window, {row.startOfFrameUs, row.shutterUs, -10}, false), row.found) << row.what;
   }
 }
 
@@ -170,8 +258,6 @@ TEST(Reduction, EachModeReducesTheFirstSamplesOfTheMicrosecondsInItsOwnWay) {
 }
 
 TEST(SplitTime, IsTheMidpointRoundedTowardZeroWithoutOverflow) {
-  constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
-  constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
   struct {
     std::int64_t beginsNs, endsNs, splitNs;
   } const rows[] = {{250, 300, 275},

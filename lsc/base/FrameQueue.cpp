@@ -1,4 +1,4 @@
-#include "lsc/sensor/FrameQueue.h"
+#include "lsc/base/FrameQueue.h"
 
 namespace lsc {
 namespace {
@@ -11,7 +11,7 @@ std::size_t PowerOfTwoFrom(std::size_t count) {
 
 }  // namespace
 
-FrameQueue::FrameQueue(std::size_t maxFrames) : mSlots(PowerOfTwoFrom(maxFrames)), mMask(mSlots.size() - 1) {}
+FrameQueue::FrameQueue(std::size_t maxFrames) noexcept : mSlots(PowerOfTwoFrom(maxFrames)), mMask(mSlots.size() - 1) {}
 
 void FrameQueue::clear() {
   for (Frame& frame : mSlots) Samples().swap(frame.second);

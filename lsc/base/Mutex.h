@@ -13,13 +13,13 @@
 #define LSC_GUARDED_BY(mutex) LSC_THREAD_ATTRIBUTE(guarded_by(mutex))
 #define LSC_REQUIRES(...) LSC_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 #define LSC_EXCLUDES(...) LSC_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
-#define LSC_NO_LOCK_CHECK LSC_THREAD_ATTRIBUTE(no_thread_safety_analysis)
+#define LSC_NO_THREAD_SAFETY_ANALYSIS LSC_THREAD_ATTRIBUTE(no_thread_safety_analysis)
 
 namespace lsc {
 
 class LSC_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
  public:
-  void lock() LSC_THREAD_ATTRIBUTE(acquire_capability()) { mMutex.lock(); }
+  void lock() noexcept LSC_THREAD_ATTRIBUTE(acquire_capability()) { mMutex.lock(); }
   void unlock() LSC_THREAD_ATTRIBUTE(release_capability()) { mMutex.unlock(); }
 
  private:
@@ -29,7 +29,9 @@ class LSC_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
 // Holds a Mutex for its own scope.
 class LSC_THREAD_ATTRIBUTE(scoped_lockable) MutexLock {
  public:
-  explicit MutexLock(Mutex& mutex) LSC_THREAD_ATTRIBUTE(acquire_capability(mutex)) : mMutex(mutex) { mMutex.lock(); }
+  explicit MutexLock(Mutex& mutex) noexcept LSC_THREAD_ATTRIBUTE(acquire_capability(mutex)) : mMutex(mutex) {
+    mMutex.lock();
+  }
   ~MutexLock() LSC_THREAD_ATTRIBUTE(release_capability()) { mMutex.unlock(); }
   MutexLock(MutexLock const&) = delete;
   MutexLock& operator=(MutexLock const&) = delete;

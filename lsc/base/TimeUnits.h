@@ -1,4 +1,4 @@
-// The one place where times change their unit.
+// The one place where times are converted from one unit to another.
 #pragma once
 
 #include <cstdint>
