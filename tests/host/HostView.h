@@ -30,6 +30,13 @@ class ShadingTable {
                     unsigned int const& frame, int const& sensorId, int& matched) = 0;
 };
 
+// The mangled name of a vector of samples, where it is the first parameter of an operation.
+#ifdef _LIBCPP_VERSION
+#define SENSOR_DATA_VECTOR "NSt3__16vectorIN5NSCam5Utils10SensorDataENS0_9allocatorIS4_EEEE"
+#else
+#define SENSOR_DATA_VECTOR "St6vectorIN5NSCam5Utils10SensorDataESaIS3_EE"
+#endif
+
 struct SharedObject {
   SharedObject() : handle(dlopen(LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL)) { EXPECT_NE(handle, nullptr) << dlerror(); }
 

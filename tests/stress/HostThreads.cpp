@@ -19,12 +19,6 @@ namespace {
 
 using Samples = std::vector<NSCam::Utils::SensorData>;
 
-#ifdef _LIBCPP_VERSION
-#define SENSOR_DATA_VECTOR "NSt3__16vectorIN5NSCam5Utils10SensorDataENS1_9allocatorIS5_EEEE"
-#else
-#define SENSOR_DATA_VECTOR "St6vectorIN5NSCam5Utils10SensorDataESaIS3_EE"
-#endif
-
 constexpr std::int64_t kStartNs = 1'000'000'000'000;
 constexpr std::int64_t kFrameNs = 16'000'000;
 constexpr std::int64_t kSampleNs = 1'000'000;
