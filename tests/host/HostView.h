@@ -8,6 +8,15 @@
 #include <cstdint>
 #include <vector>
 
+// The exported operation QuerySensorData; a standard library's vector is part of its name.
+#ifdef _LIBCPP_VERSION
+constexpr char kQuerySensorData[] =
+    "_ZN16VeyraShadingUtil15QuerySensorDataERNSt3__16vectorIN5NSCam5Utils10SensorDataENS1_9allocatorIS5_EEEEijm";
+#else
+constexpr char kQuerySensorData[] =
+    "_ZN16VeyraShadingUtil15QuerySensorDataERSt6vectorIN5NSCam5Utils10SensorDataESaIS3_EEijm";
+#endif
+
 struct FrameInput {
   std::uint64_t timestampNs[3];
   std::uint64_t exposureNs[3];

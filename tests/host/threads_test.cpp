@@ -79,4 +79,50 @@ TEST(Threads, TwoCamerasAndTheCalibrationAtOnce) {
   EXPECT_TRUE(rounds[0] > 0 && rounds[1] > 0);
 }
 
+// One camera: one thread feeds it, one computes, one stops it and starts it again.
+TEST(Threads, OneCameraIsUpdatedComputedAndRestartedAtOnce) {
+  SharedObject const library;
+  ShadingTable& shading = *library.Create();
+  constexpr int kRestarts = 200;
+  std::atomic<bool> done{false};
+  std::atomic<std::uint64_t> newestNs{1'000'000'000'000};
+  std::thread updating([&] {
+    for (unsigned int frame = 1; !done; ++frame, newestNs += kFrameNs) {
+      std::vector<NSCam::Utils::SensorData> samples(100);
+      for (std::size_t i = 0; i < samples.size(); ++i) {
+        samples[i].timestamp = static_cast<std::int64_t>(newestNs + i * 160'000);
+        samples[i].oisHallX = 5.0F;
+      }
+      desktop::Device::Get().QueueSamples("OIS_MONITOR-0-3", samples);
+      shading.Update(0, frame, newestNs);
+    }
+  });
+  unsigned int positions = 0;
+  unsigned int wrong = 0;
+  std::thread computing([&] {
+    std::vector<double> x, y;
+    for (unsigned int frame = 1; !done; ++frame) {
+      FrameInput input = {{newestNs, 0, 0}, {4'000'000, 0, 0}};
+      int matched = 0;
+      x.assign(1, -1.0);
+      shading.Calc(0, input, &x, &y, frame, 0, matched);
+      if (x == std::vector<double>{5.0, 0.0})
+        ++positions;
+      else if (x != std::vector<double>{-1.0})
+        ++wrong;
+    }
+  });
+  for (int i = 0; i < kRestarts; ++i) {
+    EXPECT_TRUE(shading.RegisterAndStart(0, 3));
+    EXPECT_EQ(shading.StoreRollingShutter(0, 0), 15'980'096U);
+    for (std::uint64_t const seenNs = newestNs; newestNs < seenNs + 3 * kFrameNs;) std::this_thread::yield();
+    shading.Stop(0, 3);
+  }
+  done = true;
+  updating.join();
+  computing.join();
+  EXPECT_EQ(wrong, 0U);
+  EXPECT_GT(positions, 0U);
+}
+
 }  // namespace

@@ -53,7 +53,7 @@ class HostThread {
  public:
   HostThread(SharedObject const& library, std::array<Camera, 3>& cameras, unsigned int seed, Counts& counts)
       : mTable(*library.Create()),
-        mQuery(library.Find<Query>("_ZN16VeyraShadingUtil15QuerySensorDataER" SENSOR_DATA_VECTOR "ijm")),
+        mQuery(library.Find<Query>(kQuerySensorData)),
         mIsEnabled(library.Find<IsEnabled>("_ZN16VeyraShadingUtil9IsEnabledEi")),
         mCameras(cameras),
         mChance(seed),
