@@ -6,7 +6,7 @@
 #include "bench/Groups.h"
 #include "bench/Rounds.h"
 #include "bench/Variants.h"
-#include "model/PlainModel.h"
+#include "model/ReferenceModel.h"
 #include "platform/desktop/Device.h"
 
 namespace bench {
@@ -44,14 +44,14 @@ bool AnswersAgree(Stream& stream, std::vector<Named> const& variants) {
   return false;
 }
 
-// Plays the stream on at the most talkative level and compares the texts of all messages with the plain model's.
+// Plays the stream on at the most talkative level and compares the texts of all messages with the reference model's.
 bool MessagesAgree(Library& library, Stream& stream) {
   library.Start(0);
   library.SetLevel(4);
   Library::SetSinks(false, true);
   desktop::Device& device = desktop::Device::Get();
   auto const shipped = ShippedLibrary(library, 0);
-  model::PlainModel model(0, SensorType(0));
+  model::ReferenceModel model(0, SensorType(0));
   model.StoreRollingShutter(kRollingShutterNs, 0);
   model.logLevel = 4;
   model.keepsMessages = true;
@@ -78,7 +78,7 @@ bool MessagesAgree(Library& library, Stream& stream) {
   Library::SetSinks(false, false);
   library.Stop(0);
   if (agree && compared > stream.frames().size()) return true;
-  std::fprintf(stderr, "%s: the library's messages are not those of the transcription\n", stream.name().c_str());
+  std::fprintf(stderr, "%s: the library's messages are not those of the reference model\n", stream.name().c_str());
   return false;
 }
 
@@ -187,8 +187,8 @@ void Report(Rounds const& rounds, Stream const& stream, std::vector<std::string>
             "ns");
   Table::Target faster;
   if (targets.timesFaster > 0) faster.atLeast = targets.timesFaster;
-  table.Add(group, "transcription / library, update + calc", rounds.Median([&](Rounds::Round const& round) {
-    return net("transcription/both")(round) / net("library/both")(round);
+  table.Add(group, "reference model / library, update + calc", rounds.Median([&](Rounds::Round const& round) {
+    return net("reference model/both")(round) / net("library/both")(round);
   }),
             "", faster);
 }
@@ -199,7 +199,7 @@ bool MeasureStream(Library& library, Stream& stream, bool isRegular, Targets con
   library.Start(0);
   std::vector<Named> variants;
   variants.emplace_back("library", ShippedLibrary(library, 0));
-  variants.emplace_back("transcription", Transcription());
+  variants.emplace_back("reference model", Reference());
   if (isRegular) {  // they do not know the rules for what a recording has besides
     variants.emplace_back("ring", Ring());
     variants.emplace_back("map", TimeOrderedMap());

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <map>
 
-#include "model/PlainModel.h"
+#include "model/ReferenceModel.h"
 
 namespace bench {
 
@@ -69,9 +69,9 @@ class LibraryVariant final : public Variant {
   CalcOISValueInput mInput{};
 };
 
-class TranscriptionVariant final : public Variant {
+class ReferenceModelVariant final : public Variant {
  public:
-  TranscriptionVariant() : mPull("transcription"), mModel(0, 3) { mModel.StoreRollingShutter(kRollingShutterNs, 0); }
+  ReferenceModelVariant() : mPull("reference model"), mModel(0, 3) { mModel.StoreRollingShutter(kRollingShutterNs, 0); }
 
   void Update(Frame const& frame) override {
     Samples batch;
@@ -86,7 +86,7 @@ class TranscriptionVariant final : public Variant {
 
  private:
   Pull mPull;
-  model::PlainModel mModel;
+  model::ReferenceModel mModel;
 };
 
 // Answers from a window in place. The streams have no two samples in one microsecond, so entry and sample are one.
@@ -249,7 +249,7 @@ std::unique_ptr<Variant> PlatformOnly(std::size_t memories) {
 std::unique_ptr<Variant> ShippedLibrary(Library& library, int camera) {
   return std::make_unique<LibraryVariant>(library, camera);
 }
-std::unique_ptr<Variant> Transcription() { return std::make_unique<TranscriptionVariant>(); }
+std::unique_ptr<Variant> Reference() { return std::make_unique<ReferenceModelVariant>(); }
 std::unique_ptr<Variant> Ring() { return std::make_unique<RingVariant>(); }
 std::unique_ptr<Variant> TimeOrderedMap() { return std::make_unique<MapVariant>(); }
 

@@ -34,8 +34,8 @@ std::unique_ptr<Variant> PlatformOnly(std::size_t memories);
 // The shipped library, with a camera that is started.
 std::unique_ptr<Variant> ShippedLibrary(Library& library, int camera);
 
-// The described steps one by one.
-std::unique_ptr<Variant> Transcription();
+// The reference model in model/
+std::unique_ptr<Variant> Reference();
 
 // One flat ring of samples in the order of time, searched from the newest end.
 std::unique_ptr<Variant> Ring();

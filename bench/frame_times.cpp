@@ -1,4 +1,4 @@
-// What a frame costs: the shipped library through its virtual table, beside the plain transcription of its steps, two
+// What a frame costs: the shipped library through its virtual table, beside the reference model, two
 // floors and two other ways to keep the samples. docs/performance.md explains the figures.
 #include <malloc.h>
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(Host, FromLoadToStopThroughTheTable) {
+TEST(Host, AHostWorksFromLoadToStopThroughTheTableAlone) {
   SharedObject const library;
   EXPECT_EQ(*library.Find<int*>("gLogLevel"), 1);
   EXPECT_EQ(*library.Find<int*>("g_oisDebug"), 1);

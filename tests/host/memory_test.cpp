@@ -94,7 +94,7 @@ TEST_F(Heap, UnevenBatchesSettle) {
 // The sensor map's memory is gone when the monitors go, which is when their sensors are disabled.
 std::size_t heapAtDisable = 0;
 
-TEST(Destruction, TheSensorMapGoesBeforeTheMonitors) {
+TEST(Destruction, ReleasesTheSensorMapBeforeTheMonitors) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "the sanitizer's heap is not counted";
 #endif

@@ -55,7 +55,7 @@ void AskCalibration(ShadingTable& shading, std::atomic<bool> const& done, unsign
   } while (!done);
 }
 
-TEST(Threads, TwoCamerasAndTheCalibrationAtOnce) {
+TEST(Threads, TwoCamerasAndTheCalibrationAnswerRightAtOnce) {
   MountedCalibration const calibrationFiles;
   SharedObject const library;
   ShadingTable& shading = *library.Create();

@@ -37,7 +37,7 @@ class Buffer : public PlayedDevice {
   VeyraShadingUtil::VeyraSensorData buffer{30};
 };
 
-TEST_F(Buffer, PlacesABatchAgainstTheNewestFrame) {
+TEST_F(Buffer, ABatchIsAppendedSplitOrDiscardedByTheNewestFramesTimes) {
   Times const none = {42};
   struct {
     char const* what;
@@ -117,7 +117,7 @@ TEST_F(Buffer, PlacesABatchAgainstTheNewestFrame) {
   }
 }
 
-TEST_F(Buffer, KeepsThirtyFramesAndTheNewestOfANumber) {
+TEST_F(Buffer, ThirtyFramesAreKeptAndTheNewestOfANumberIsReturned) {
   for (unsigned int frame = 0; frame <= 30; ++frame) Push(frame, {static_cast<std::int64_t>(100 * frame)});
   Samples batch = SamplesAt({3'000});
   EXPECT_EQ(buffer.insert(31, batch).frameCount, 30U);
@@ -129,7 +129,7 @@ TEST_F(Buffer, KeepsThirtyFramesAndTheNewestOfANumber) {
   EXPECT_EQ(Frame(2), Times{42});
 }
 
-TEST_F(Buffer, AnswersTheHundredSamplesAroundATime) {
+TEST_F(Buffer, ALookUpByTimeReturnsTheHundredSamplesAroundIt) {
   for (unsigned int frame = 0; frame < 10; ++frame) {
     Samples batch = EvenSamples(30, 1'000 + 3'000 * frame, 100);  // sample i of all is at 1000 + 100 i
     buffer.pushValue(frame, batch);
@@ -158,7 +158,7 @@ TEST_F(Buffer, AnswersTheHundredSamplesAroundATime) {
   }
 }
 
-TEST_F(Buffer, LeavesTheOutputWhenNothingMatches) {
+TEST_F(Buffer, ALookUpThatFindsNothingLeavesTheOutput) {
   struct {
     char const* what;
     int count;

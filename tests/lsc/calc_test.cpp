@@ -19,7 +19,7 @@ class Calc : public FrameSession {
   }
 };
 
-TEST_F(Calc, MatchedFrameAtEachLogLevel) {
+TEST_F(Calc, AMatchedFrameWritesTheMessagesOfItsLogLevel) {
   std::vector<std::string> const final = {
       "[CalcOISValue] camera_id = 0, frame_id = 42, g_oisDebug = 1, out_frame_ois_size(2, 2), "
       "out_frame_ois0(x = 60.000000, y=-60.000000), out_frame_ois1(x = 0.000000, y=0.000000)"};
@@ -63,7 +63,7 @@ TEST_F(Calc, MatchedFrameAtEachLogLevel) {
   EXPECT_EQ(log[201], final[0]);
 }
 
-TEST_F(Calc, EveryKindOfFrameAndEveryMode) {
+TEST_F(Calc, EachKindOfFrameTakesItsTimesAndEachModeItsReduction) {
   Start(0);
   struct {
     int type, mode;
@@ -86,10 +86,9 @@ TEST_F(Calc, EveryKindOfFrameAndEveryMode) {
   EXPECT_THAT(y, IsEmpty());
   EXPECT_THAT(Logged(), ElementsAre("[CalcOISValue] camera_id = 0, frame_id = 42, g_oisDebug = 0, "
                                     "out_frame_ois_size(1, 0)"));
-  g_oisDebug = 1;
 }
 
-TEST_F(Calc, WhatDoesNotMatchLeavesTheCallersValues) {
+TEST_F(Calc, AFrameWithoutAMatchLeavesTheCallersValues) {
   struct {
     char const* what;
     std::uint64_t timestampNs;

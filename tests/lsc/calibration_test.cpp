@@ -208,7 +208,7 @@ TEST_F(MultiTable, WithoutConfigurationTheDefaultIsSettledInSilence) {
   EXPECT_THAT(Logged(), IsEmpty());
 }
 
-TEST_F(MultiTable, CamerasWithoutADumpFileAndMasksWithoutACamera) {
+TEST_F(MultiTable, CamerasWithoutADumpFileReportItAndMasksWithoutACameraDoNothing) {
   Configure("multiGolden[13]", {0});
   for (int attempt = 0; attempt < 2; ++attempt) {
     EXPECT_EQ(IndexAgain(0x2000), 1);
@@ -285,7 +285,7 @@ TEST_F(Pnc, AnInvalidOrIncompleteBlockGivesTheDefaultFill) {
   }
 }
 
-TEST_F(Pnc, LengthsWithinTheLimitsAndOutsideThem) {
+TEST_F(Pnc, OnlyLengthsOfWholeWordsAreHandedOut) {
   Bytes const file = FileWithBlock(6000, 1);
   struct {
     std::int32_t length;
@@ -368,7 +368,7 @@ TEST_F(Pnc, TheMirrorIsItsOwnInverseAndRefusesWhatIsTooShort) {
   EXPECT_EQ(bytes, data);
 }
 
-TEST_F(Pnc, WhatIsMissingIsReportedOrNot) {
+TEST_F(Pnc, AMissingFeatureOrFileIsReportedAMissingKeyOrBufferIsNot) {
   auto const silent = [this] { EXPECT_THAT(Block(kRear, 2340), Each(0xEE)); };
   silent();
   EXPECT_THAT(Logged(), ElementsAre(MatchesRegex("\\( *[0-9]+\\) \\[VeyraGetPNCCaliData\\] Error opening file\\.")));
@@ -387,7 +387,7 @@ TEST_F(Pnc, WhatIsMissingIsReportedOrNot) {
                                        "CameraHWConfiguration.config Shading\n")));
 }
 
-TEST_F(Pnc, WhatIsNoRegularFileSuppliesNothing) {
+TEST_F(Pnc, AnythingButARegularFileSuppliesNoBytes) {
   Configure("multiGolden[0]", {0});
   struct {
     char const* what;
@@ -463,7 +463,7 @@ TEST_F(Pnc, AFileThatShrinksWhileItIsReadSuppliesZeros) {
   EXPECT_EQ(bytes, expected);
 }
 
-TEST_F(Pnc, NoMemoryIsTakenForWhatTheFileDoesNotHold) {
+TEST_F(Pnc, NoMemoryIsTakenForBytesThatTheFileDoesNotHold) {
   WriteFile(kRearFile, FileWithBlock(2341, 1));
   auto settings = device.Settings();
   settings.log = {false, false, 5};  // a message would take memory of its own

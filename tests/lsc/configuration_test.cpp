@@ -41,8 +41,6 @@ TEST_F(Configuration, PropertiesAreReadInOrderWithTheirDefaults) {
   device.Configure(settings);
   VeyraShadingUtil const configured;
   EXPECT_THAT((std::vector<int>{gLogLevel, g_preOisDump, g_capOisDump, g_oisDebug}), ElementsAre(-1, 2, 3, 4));
-  g_preOisDump = g_capOisDump = 0;
-  g_oisDebug = 1;
 }
 
 TEST_F(Configuration, SensorMapIsReadAsPairsInOrder) {

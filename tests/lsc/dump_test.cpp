@@ -30,8 +30,6 @@ class Dump : public FrameSession {
     fs::create_directories(kDirectory);
   }
   ~Dump() override {
-    g_preOisDump = g_capOisDump = 0;
-    g_oisDebug = 1;
     fs::current_path(home);
     fs::remove_all(place);
   }
@@ -112,7 +110,7 @@ TEST_F(Dump, TheTextIsTheSameInEveryLocale) {
   }
 }
 
-TEST_F(Dump, WhatTheCallerDoesNotHaveIsWrittenAsZero) {
+TEST_F(Dump, ElementsThatTheCallerLacksAreWrittenAsZero) {
   StartDumping(ShortSession());
   g_oisDebug = 0;
   x = {3.5};

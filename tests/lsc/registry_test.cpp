@@ -21,7 +21,7 @@ class Registry : public PlayedDevice {
   std::unique_ptr<VeyraShadingUtil> library = NewLibrary(0);
 };
 
-TEST_F(Registry, AMonitorsLife) {
+TEST_F(Registry, AMonitorIsRegisteredStartedFedAndDestroyed) {
   library = NewLibrary(4);
   Called();
   EXPECT_TRUE(library->RegisterAndStartSensorMonitor(0, 3));

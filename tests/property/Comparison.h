@@ -1,4 +1,4 @@
-// Plays a generated session through the shipped library and through the plain model, and compares everything that a
+// Plays a generated session through the shipped library and through the reference model, and compares everything that a
 // host or the platform can see.
 #pragma once
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "model/PlainModel.h"
+#include "model/ReferenceModel.h"
 #include "platform/desktop/Device.h"
 #include "tests/property/Session.h"
 
@@ -49,7 +49,7 @@ class Comparison {
   void CompareRecords(std::vector<std::string> platformCalls);
 
   VeyraShadingUtil& mLibrary;
-  model::PlainModel mModel;
+  model::ReferenceModel mModel;
   Session const& mSession;
   Reached& mReached;
   std::uint32_t mSampleNumber = 0;

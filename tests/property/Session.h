@@ -7,7 +7,7 @@
 #include <iosfwd>
 #include <vector>
 
-#include "model/PlainModel.h"
+#include "model/ReferenceModel.h"
 
 namespace property {
 

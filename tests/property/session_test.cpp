@@ -1,4 +1,4 @@
-// Generated sessions: the shipped library does, letter for letter, what the plain model does.
+// Generated sessions: the shipped library does, letter for letter, what the reference model does.
 //
 // RC_PARAMS ("seed=7 max_success=50000") asks for other or more sessions than those of the fixed seed.
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 
 #include "tests/property/Comparison.h"
 
-TEST(Session, LibraryAgreesWithPlainModel) {
+TEST(Session, LibraryAgreesWithReferenceModel) {
   property::Reached reached;
   ASSERT_TRUE(rc::check([&] {
     property::Session const session = *property::AnySession();

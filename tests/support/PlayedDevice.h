@@ -44,6 +44,23 @@ inline std::vector<std::int64_t> TimesOf(Samples const& samples) {
   return timesNs;
 }
 
+// The library's globals, put back when the object goes.
+class KeptGlobals {
+ public:
+  ~KeptGlobals() {
+    gLogLevel = mLogLevel;
+    g_oisDebug = mOisDebug;
+    g_preOisDump = mPreOisDump;
+    g_capOisDump = mCapOisDump;
+  }
+
+ private:
+  int mLogLevel = gLogLevel;
+  int mOisDebug = g_oisDebug;
+  int mPreOisDump = g_preOisDump;
+  int mCapOisDump = g_capOisDump;
+};
+
 class PlayedDevice : public ::testing::Test {
  protected:
   PlayedDevice() {
@@ -75,4 +92,7 @@ class PlayedDevice : public ::testing::Test {
   }
 
   desktop::Device& device = desktop::Device::Get();
+
+ private:
+  KeptGlobals mKeptGlobals;
 };

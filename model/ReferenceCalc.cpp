@@ -1,7 +1,7 @@
 // The part of the model that turns a window of samples into one position.
 #include <algorithm>
 
-#include "model/PlainModel.h"
+#include "model/ReferenceModel.h"
 
 namespace model {
 
@@ -27,7 +27,7 @@ std::int64_t Printed(std::uint64_t timeUs) { return static_cast<std::int64_t>(ti
 
 }  // namespace
 
-void PlainModel::CalcOISValue(std::int32_t type, CalcOISValueInput const& input, std::vector<double>* outOisX,
+void ReferenceModel::CalcOISValue(std::int32_t type, CalcOISValueInput const& input, std::vector<double>* outOisX,
                               std::vector<double>* outOisY, std::uint32_t frameId, int& oisMatched) {
   if (outOisX == nullptr || outOisY == nullptr) return;
   if (!IsEnabled()) return;

@@ -25,9 +25,9 @@ struct Message {
 
 // One camera whose monitor is registered and started. Samples that bear the same time keep the order in which they
 // came; the library may order them otherwise. No dump is written.
-class PlainModel {
+class ReferenceModel {
  public:
-  PlainModel(int sensorId, int sensorType) : mSensorId(sensorId), mSensorType(sensorType) {}
+  ReferenceModel(int sensorId, int sensorType) : mSensorId(sensorId), mSensorType(sensorType) {}
 
   // The library's globals of the like names.
   int logLevel = 0;

@@ -1,4 +1,4 @@
-#include "model/PlainModel.h"
+#include "model/ReferenceModel.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,13 +20,13 @@ std::int64_t SplitTimeNs(std::int64_t firstNs, std::int64_t lastNs) {
 
 }  // namespace
 
-void PlainModel::Write(int level, char const* format, std::va_list arguments) {
+void ReferenceModel::Write(int level, char const* format, std::va_list arguments) {
   char text[1024];
   std::vsnprintf(text, sizeof text, format, arguments);
   messages.push_back({level, text});
 }
 
-void PlainModel::Info(char const* format, ...) {
+void ReferenceModel::Info(char const* format, ...) {
   if (!keepsMessages) return;
   std::va_list arguments;
   va_start(arguments, format);
@@ -34,7 +34,7 @@ void PlainModel::Info(char const* format, ...) {
   va_end(arguments);
 }
 
-void PlainModel::Warning(char const* format, ...) {
+void ReferenceModel::Warning(char const* format, ...) {
   if (!keepsMessages) return;
   std::va_list arguments;
   va_start(arguments, format);
@@ -42,11 +42,11 @@ void PlainModel::Warning(char const* format, ...) {
   va_end(arguments);
 }
 
-void PlainModel::UpdateSensorData(std::uint32_t frameNumber, std::uint64_t timestampNs, Samples& batch) {
+void ReferenceModel::UpdateSensorData(std::uint32_t frameNumber, std::uint64_t timestampNs, Samples& batch) {
   updateSensorData(frameNumber, timestampNs, batch);
 }
 
-void PlainModel::updateSensorData(std::uint32_t frameNumber, std::uint64_t timestampNs, Samples& batch) {
+void ReferenceModel::updateSensorData(std::uint32_t frameNumber, std::uint64_t timestampNs, Samples& batch) {
   if (batch.empty()) {
     Warning("[updateSensorData] no sensor data for type %d", mSensorType);
     return;
@@ -59,7 +59,7 @@ void PlainModel::updateSensorData(std::uint32_t frameNumber, std::uint64_t times
   }
 }
 
-void PlainModel::pushValue(std::uint32_t frameNumber, Samples& batch) {
+void ReferenceModel::pushValue(std::uint32_t frameNumber, Samples& batch) {
   if (batch.empty()) return;
   std::stable_sort(batch.begin(), batch.end(), IsEarlier);
   if (!mFrameQueue.empty()) {
@@ -87,29 +87,29 @@ void PlainModel::pushValue(std::uint32_t frameNumber, Samples& batch) {
   if (mFrameQueue.size() > kMaxFrames) mFrameQueue.pop_front();
 }
 
-void PlainModel::StoreRollingShutter(std::uint32_t rollingShutterNs, std::uint32_t sensorMode) {
+void ReferenceModel::StoreRollingShutter(std::uint32_t rollingShutterNs, std::uint32_t sensorMode) {
   mRollingShutterNs = rollingShutterNs;
   if (logLevel != 0) {
     Info("[StoreRollingShutter] rolling shutter:%u sensorMode:%u", rollingShutterNs, sensorMode);
   }
 }
 
-std::uint32_t PlainModel::QueryRollingShutter() {
+std::uint32_t ReferenceModel::QueryRollingShutter() {
   if (logLevel != 0) Info("[QueryRollingShutter] query rolling shutter:%u", mRollingShutterNs);
   return mRollingShutterNs;
 }
 
-bool PlainModel::IsEnabled() {
+bool ReferenceModel::IsEnabled() {
   if (logLevel >= 4) Info("[IsEnabled] sensor:%d enabled", mSensorId);
   return true;
 }
 
-void PlainModel::QuerySensorData(Samples& out, std::uint32_t frameNumber, std::uint64_t timestampNs) {
+void ReferenceModel::QuerySensorData(Samples& out, std::uint32_t frameNumber, std::uint64_t timestampNs) {
   getSensorData(out, frameNumber, timestampNs);
   if (logLevel != 0) Info("[QuerySensorData]  get sensor data size:%zu", out.size());
 }
 
-void PlainModel::getSensorData(Samples& out, std::uint32_t frameNumber, std::uint64_t timestampNs) {
+void ReferenceModel::getSensorData(Samples& out, std::uint32_t frameNumber, std::uint64_t timestampNs) {
   if (timestampNs != 0) {
     getDataByTimestamp(timestampNs, out);
   } else if (frameNumber != 0) {
@@ -122,13 +122,13 @@ void PlainModel::getSensorData(Samples& out, std::uint32_t frameNumber, std::uin
   }
 }
 
-void PlainModel::getDataByFrame(std::uint32_t frameNumber, Samples& out) {
+void ReferenceModel::getDataByFrame(std::uint32_t frameNumber, Samples& out) {
   for (auto const& [number, samples] : mFrameQueue) {
     if (number == frameNumber) out = samples;
   }
 }
 
-void PlainModel::getDataByTimestamp(std::uint64_t timeNs, Samples& out) {
+void ReferenceModel::getDataByTimestamp(std::uint64_t timeNs, Samples& out) {
   Samples joined;
   for (auto const& [number, samples] : mFrameQueue) joined.insert(joined.end(), samples.begin(), samples.end());
   if (logLevel != 0) Info("[getDataByTimestamp]  total data size:%zu", joined.size());
