@@ -28,7 +28,7 @@ std::int64_t Printed(std::uint64_t timeUs) { return static_cast<std::int64_t>(ti
 }  // namespace
 
 void ReferenceModel::CalcOISValue(std::int32_t type, CalcOISValueInput const& input, std::vector<double>* outOisX,
-                              std::vector<double>* outOisY, std::uint32_t frameId, int& oisMatched) {
+                                  std::vector<double>* outOisY, std::uint32_t frameId, int& oisMatched) {
   if (outOisX == nullptr || outOisY == nullptr) return;
   if (!IsEnabled()) return;
 
