@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr char const* kVersion = "shadingctl 1.0";
+constexpr char const* kVersion = "shadingctl " PROJECT_VERSION;  // from the top CMakeLists.txt
 
 constexpr char const* kExamples = R"(Examples:
   shadingctl replay                                a built-in session, as a table
