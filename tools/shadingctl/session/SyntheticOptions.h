@@ -1,0 +1,81 @@
+// What a synthetic session is made of. docs/recording-format.md describes every option.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace shadingctl {
+
+// A time that goes from one value to the other and back, once in kFramesOfASweep frames.
+struct Sweep {
+  std::int64_t fromNs = 0;
+  std::int64_t toNs = 0;
+};
+constexpr std::uint32_t kFramesOfASweep = 600;
+
+// What is wrong with the stabiliser.
+struct LensTrouble {
+  bool constant = false;  // locked or off: both axes stay where they were at first
+  bool xIsDead = false;   // one axis stays
+  bool yIsDead = false;
+  std::optional<double> endStop;  // positions end at plus and minus this
+  double step = 0;                // in every second half of a second the position is off by this
+  double grain = 0;               // positions are multiples of this
+};
+
+// What is wrong with the clock of the samples, as seen from that of the frames.
+struct ClockTrouble {
+  std::int64_t offsetNs = 0;  // they say a time that is later by this
+  std::int64_t jumpNs = 0;    // the same from the middle of the session on
+  std::int64_t unitNs = 1;    // times are multiples of this unit, and say how many
+};
+
+// The sensor switches from mode 0 to mode 1 and back.
+struct ModeSwitches {
+  std::uint32_t everyFrames = 0;  // 0: never
+  std::int64_t readoutNs = 0;     // of mode 1
+  std::uint32_t lateFrames = 0;   // so many frames are computed before the host tells the library
+};
+
+struct SyntheticCamera {
+  std::optional<std::int32_t> sensorId;  // nullopt: whichever the replay is asked for
+  std::optional<std::int32_t> sensorType;
+};
+
+struct SyntheticOptions {
+  std::uint32_t frames = 300;               // of each camera, numbered from 1, the dropped ones included
+  std::int64_t frameIntervalNs = 16666667;  // 60 frames a second
+  double drop = 0.01;                       // share of the frames that are missing
+  Sweep exposureNs = {10000000, 4000000};
+  std::array<std::optional<Sweep>, 2> laterExposuresNs;  // of pairs 1 and 2; nullopt: the pair is the same as pair 0
+  std::optional<Sweep> readoutNs;                        // of mode 0; nullopt: as that of a 60 Hz mode, or shorter
+  ModeSwitches modes;
+
+  std::int64_t hallIntervalNs = 1000000;  // 1 kHz
+  std::int64_t hallPhaseNs = 0;           // the first sample is later by this
+  std::int64_t jitterNs = 80000;          // a sample's time is off by at most this
+  std::int64_t pauseNs = 20000000;        // once, the stabiliser takes no sample for so long; at most 1/5
+  LensTrouble lens;
+  ClockTrouble clock;
+
+  std::int64_t deliveryDelayNs = 1000000;  // from the end of a frame's readout to its batch
+  double overlap = 0.5;                    // share of the batches that repeat the end of the batch before
+  std::uint32_t lateFrames = 8;            // so many frames in a row get their samples only afterwards; at most 1/5
+  double lost = 0;                         // share of the batches that never come
+  double discarded = 0;  // share of the batches that repeat all of the batch before, so the library discards them
+
+  std::vector<SyntheticCamera> cameras = {{}};  // one at least
+  std::vector<std::int32_t> types;              // a computation of each for every frame; empty: one that names no type
+  bool calculateFirst = false;                  // before the frame's update
+  std::uint32_t restarts = 0;                   // the monitor is stopped and started so often, evenly spread
+
+  std::uint64_t seed = 1;
+
+  // What the two troubles are reduced to, lest they swallow a short session.
+  std::uint32_t MostLateFrames() const { return frames / 5; }
+  std::int64_t MostPauseNs() const { return frames / 5 * frameIntervalNs; }
+};
+
+}  // namespace shadingctl
