@@ -14,8 +14,7 @@ using Clock = std::chrono::steady_clock;
 
 thread_local std::uint64_t allocations = 0;
 
-// The time of a thread, cut into pieces at every outermost lock and unlock. Reading the clock holds the processor up,
-// in every piece alike.
+// A thread's time, cut at every outermost lock and unlock. Reading the clock costs every piece the same.
 struct Locks {
   bool isTimed = false;
   int depth = 0;
@@ -38,7 +37,7 @@ MutexFunction Next(char const* name) { return reinterpret_cast<MutexFunction>(dl
 
 double Ns(Clock::duration duration) { return std::chrono::duration<double, std::nano>(duration).count(); }
 
-// Of one piece in which nothing is done.
+// The cost of an empty piece.
 double EmptyPieceNs() {
   static double const emptyNs = [] {
     constexpr int kPieces = 20000;

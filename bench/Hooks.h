@@ -1,11 +1,11 @@
-// Stands in front of malloc and of the mutexes' functions, for this program and the libraries that it loads.
+// Interposes malloc and the mutex functions, for this program and the libraries that it loads.
 #pragma once
 
 #include <cstdint>
 
 namespace bench {
 
-// How often the current thread has asked for memory since the construction.
+// Allocations by the current thread since construction.
 class CountAllocations {
  public:
   CountAllocations();
@@ -15,8 +15,8 @@ class CountAllocations {
   std::uint64_t mBefore;
 };
 
-// Times the current thread while it lives, with and without at least one mutex held, in the same pass and with the same
-// disturbance. What the looks at the clock take is measured and taken off.
+// Divides the current thread's time into the parts with and without a mutex held, in one pass. The cost of reading the
+// clock is measured and subtracted.
 class TimeLocks {
  public:
   TimeLocks();
@@ -24,7 +24,7 @@ class TimeLocks {
   TimeLocks(TimeLocks const&) = delete;
   TimeLocks& operator=(TimeLocks const&) = delete;
 
-  // Of the time since the construction, the part with a mutex held.
+  // Share of the time since construction with a mutex held.
   double heldShare() const;
 };
 

@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kWarmUpRounds = 3;
 constexpr double kNsPerSecond = 1e9;
 
-// Keeps what a run took instead of printing it.
+// Stores the time of a run instead of printing it.
 class Keeper final : public benchmark::BenchmarkReporter {
  public:
   explicit Keeper(Rounds::Round& round) : mRound(round) {}

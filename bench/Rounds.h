@@ -15,16 +15,16 @@ class Rounds {
   // `block` runs `units` times what is measured (frames, calls); `prepare` comes before it and is not measured.
   void Add(std::string const& name, std::size_t units, std::function<void()> prepare, std::function<void()> block);
 
-  // As above, with a block that takes the time itself and answers it in ns.
+  // As above, with a block that measures itself and returns its ns.
   void AddTimed(std::string const& name, std::size_t units, std::function<double()> block);
 
   // Runs all blocks that were added, through Google Benchmark, and forgets them; the first rounds only warm up.
   void Run(std::size_t rounds);
 
-  // Of one round, ns for one unit.
+  // ns per unit in one round.
   using Round = std::map<std::string, double>;
 
-  // Median over the rounds of what `figure` makes of one.
+  // Median of figure(round) over all rounds.
   double Median(std::function<double(Round const&)> const& figure) const;
   double Median(std::string const& name) const;
 

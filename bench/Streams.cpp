@@ -44,7 +44,7 @@ bool AnswersAgree(Stream& stream, std::vector<Named> const& variants) {
   return false;
 }
 
-// Plays the stream on at the most talkative level and compares the texts of all messages with the reference model's.
+// Plays the stream on at log level 4 and compares the texts of all messages with the reference model's.
 bool MessagesAgree(Library& library, Stream& stream) {
   library.Start(0);
   library.SetLevel(4);
@@ -143,7 +143,7 @@ void AddFloors(Rounds& rounds, Stream const& stream, Floor& floor, Answer& answe
       });
 }
 
-// What the targets are for a stream; 0 where there is none.
+// The targets for a stream; 0 for none.
 struct Targets {
   double timesFaster = 0;
   bool overlapping = false;
@@ -200,7 +200,7 @@ bool MeasureStream(Library& library, Stream& stream, bool isRegular, Targets con
   std::vector<Named> variants;
   variants.emplace_back("library", ShippedLibrary(library, 0));
   variants.emplace_back("reference model", Reference());
-  if (isRegular) {  // they do not know the rules for what a recording has besides
+  if (isRegular) {  // they lack the rules for irregular streams
     variants.emplace_back("ring", Ring());
     variants.emplace_back("map", TimeOrderedMap());
   }

@@ -27,9 +27,9 @@ class Variant {
 
 constexpr std::size_t kHistoryFrames = 30;
 
-// Only what the platform does for an update, which fills so many memories in turn: one that stays near the processor,
-// or those of a history, of which each was last touched kHistoryFrames frames ago.
-std::unique_ptr<Variant> PlatformOnly(std::size_t memories);
+// The platform's part of an update alone, filling `buffers` vectors in turn: one stays in the cache, each of
+// kHistoryFrames was last touched that many frames ago.
+std::unique_ptr<Variant> PlatformOnly(std::size_t buffers);
 
 // The shipped library, with a camera that is started.
 std::unique_ptr<Variant> ShippedLibrary(Library& library, int camera);
@@ -43,13 +43,13 @@ std::unique_ptr<Variant> Ring();
 // A tree of samples by time.
 std::unique_ptr<Variant> TimeOrderedMap();
 
-// The windows of a block's frames, side by side as they are nowhere else, and the least that an answer takes: one pass
-// over the hundred samples that adds up those of the readout.
+// Lower bounds for a calculation: one pass over the window's 100 samples, contiguous in memory, that sums those of the
+// readout.
 class Floor {
  public:
   explicit Floor(Stream const& stream);
   void InPlace(std::size_t frame, Answer& answer) const;
-  // With a copy of the hundred samples first, in memory taken for the call or in memory that is kept.
+  // After copying the 100 samples to memory allocated for the call, or to a buffer that is kept.
   void Copy(std::size_t frame, Answer& answer) const;
   void CopyIntoKeptMemory(std::size_t frame, Answer& answer);
 

@@ -1,5 +1,5 @@
-// What else the library costs: heap, lock, calibration, size and start. This program counts the allocations and times
-// the locks of the library by standing in front of the C library's functions.
+// What else the library costs: heap, lock, calibration, size and start. Allocations are counted and locks are timed by
+// interposing the C library's functions.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -50,7 +50,7 @@ double NsPerCall(Call call, int calls = 200, int blocks = 101) {
   return MedianOf(std::move(ns));
 }
 
-// What settled frames of a stream took at level 0.
+// Cost of a stream's settled frames at log level 0.
 struct Settled {
   std::uint64_t frames = 0;
   std::uint64_t updateAllocations = 0;
@@ -97,7 +97,7 @@ Settled PlaySettled(bench::Library& library, bench::Stream& stream) {
   return settled;
 }
 
-// Plays every stream and hands what its settled frames took to `use`.
+// Plays every stream and calls use(cost of its settled frames).
 template <typename Use>
 void ForEachStream(bench::Library& library, Use use) {
   for (bool const overlapping : {false, true}) {

@@ -1,5 +1,5 @@
-// A settled session at level 0, or only the start of the library, for an instruction counter: UpdateOnce, CalcOnce and
-// StartOnce are what is counted (check-costs).
+// Runs a settled session at log level 0, or only loads the library, under an instruction counter that counts inside
+// UpdateOnce, CalcOnce and StartOnce (bench/check-costs).
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -17,7 +17,7 @@ int matched = 0;
 
 }  // namespace
 
-// Under names that a counter finds.
+// C linkage: the instruction counter finds the functions by these names.
 extern "C" {
 __attribute__((noinline, used)) void UpdateOnce(bench::Frame const* frame) {
   object->UpdateSensorData(0, frame->number, frame->input.timestamp0);

@@ -1,5 +1,5 @@
-// What the library does with one camera's samples and frames, written down as plainly as possible: the whole history is
-// joined, sorted and scanned anew for every answer. Tests compare the library with it, benchmarks time it.
+// The reference model: what the library does with one camera's samples and frames, in the most straightforward way. The
+// whole history is joined, sorted and scanned for every answer. Tests compare the library with it, benchmarks time it.
 #pragma once
 
 #include <cstdarg>

@@ -6,12 +6,12 @@
 
 namespace lsc {
 
-// The dump file of a sensor index from 0 to kSensorSlotCount - 1; empty (and so never to be opened) for those that have
-// none.
+// Path of the dump file of a sensor index (0 to kSensorSlotCount - 1); empty, so that opening it fails, for those that
+// have none.
 char const* EepromPath(int sensorIndex);
 
-// An open dump file, read only. Its contents are not trusted: reading answers 0 for every byte that the file does not
-// supply, and anything but a regular file, a directory or a device for instance, supplies none.
+// A dump file, open for reading. Every byte that it does not supply reads as 0; anything but a regular file (a
+// directory, a device) supplies none.
 class EepromFile {
  public:
   explicit EepromFile(int sensorIndex) noexcept;
@@ -29,7 +29,7 @@ class EepromFile {
   void read(std::int32_t offset, unsigned char* bytes, std::size_t count) const noexcept;
 
  private:
-  // Reads up to `count` bytes; answers how many the file supplied.
+  // Reads up to `count` bytes; returns how many the file supplied.
   std::size_t readSome(std::int64_t offset, unsigned char* bytes, std::size_t count) const noexcept;
 
   int mDescriptor;

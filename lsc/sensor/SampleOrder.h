@@ -9,7 +9,7 @@ inline bool IsEarlier(NSCam::Utils::SensorData const& a, NSCam::Utils::SensorDat
   return a.timestamp < b.timestamp;
 }
 
-// Samples of equal times end up in no particular order.
+// Not stable: samples of equal times end up in unspecified order.
 void SortByTime(Samples& samples);
 
 }  // namespace lsc

@@ -1,4 +1,4 @@
-// Where two overlapping runs of samples are cut.
+// The time at which two overlapping batches are cut.
 #pragma once
 
 #include <cstdint>

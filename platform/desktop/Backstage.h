@@ -15,8 +15,8 @@
 
 namespace desktop {
 
-// A value that is reached only with its lock held; `use` must not keep its address. No such lock is taken inside
-// another, except that of a SampleQueue inside that of the map of them all.
+// A value and the mutex that guards it; `use` must not keep a pointer to the value. These mutexes are not nested,
+// except a SampleQueue's inside that of the map of all queues.
 template <typename Value>
 class Locked {
  public:
@@ -31,19 +31,18 @@ class Locked {
   Value mValue;
 };
 
-// What was delivered to one provider and not pulled yet. A pull copies and clears it, so its memory serves again.
+// Samples delivered to one provider and not pulled yet. A pull copies and clears the vector, which keeps its capacity.
 using SampleQueue = Locked<std::vector<NSCam::Utils::SensorData>>;
 
 // The state of the device. The library asks about the log before every message and pulls once per frame, so the
-// switches that decide whether there is anything to do are atomic and an answer takes no lock; their order among each
-// other means nothing.
+// switches that decide whether there is anything to do are atomic, without any order among them, and take no lock.
 struct Device::Backstage {
   Locked<DeviceSettings> settings;
-  std::atomic<bool> systemLog{true};  // settings.log once more
+  std::atomic<bool> systemLog{true};  // copies of settings.log
   std::atomic<bool> file{false};
   std::atomic<int> maximumLevel{5};
 
-  // Replaces the settings and the switches that repeat them.
+  // Replaces the settings and the switches copied from them.
   void Play(DeviceSettings newSettings);
 
   std::atomic<unsigned int> faults{0};  // one bit per Fault
@@ -54,7 +53,7 @@ struct Device::Backstage {
   Locked<std::optional<unsigned int>> claimedValuesCount;
   std::atomic<int> openSensorHandles{0};
 
-  // The queue of the provider of this name, made at the first mention. It never moves and never goes.
+  // The queue of the provider of this name, created at first use. The reference stays valid.
   SampleQueue& Queue(std::string const& providerName);
   Locked<std::map<std::string, SampleQueue>> queues;
 
@@ -65,7 +64,7 @@ struct Device::Backstage {
     std::function<void(LogMessage const&)> listener;
   };
   Locked<Log> log;
-  std::atomic<bool> logIsHeard{false};  // somebody keeps or listens: only then is a message worth formatting
+  std::atomic<bool> logIsHeard{false};  // recorded or listened to; otherwise messages are not formatted
 
   void Deliver(LogMessage message);
 

@@ -30,7 +30,7 @@ constexpr std::int32_t kBlockLength = kRows * kValuesPerRow * 2 + 1;
 constexpr int kUnity = 0x2000;  // a value of 1.0
 constexpr std::int32_t kMirrored = 2;
 
-constexpr unsigned char kErased = 0xFF;  // what an EEPROM holds where nothing was written
+constexpr unsigned char kErased = 0xFF;  // an EEPROM's erased byte
 
 struct Camera {
   std::size_t fileSize;
@@ -102,7 +102,7 @@ void PutRow(Bytes& file, std::size_t at, Camera const& camera, int row) {
   for (std::size_t k = 0; k < values.size(); ++k) Put(file, at + 2 * k, values[k]);
 }
 
-// A module's header and what else a maker keeps in front of the record; its bytes mean nothing to anybody here.
+// The module's header and other maker's data in front of the record: filler here.
 void PutOtherData(Bytes& file, std::size_t upTo) {
   std::uint32_t state = 0x2545F491;
   for (std::size_t at = 0x40; at < upTo; ++at) {

@@ -31,7 +31,7 @@ struct LogSinks {
   int maximumLevel = 5;   // messages of a VLogLevel up to this one are wanted
 };
 
-// What a device answers. docs/device-file.md describes the file that holds it.
+// What the device answers to platform calls. docs/device-file.md describes the file that holds it.
 struct DeviceSettings {
   std::map<std::string, std::int32_t> properties;
   std::map<std::string, std::map<std::string, std::vector<std::int32_t>>> configuration;  // feature -> key -> values
@@ -39,7 +39,7 @@ struct DeviceSettings {
   LogSinks log;
 };
 
-// The device that is played when nobody says otherwise: two cameras with OIS (sensor 0 with type 3, sensor 2 with
+// The default device: two cameras with OIS (sensor 0 with type 3, sensor 2 with
 // type 5), the others without, and calibration for all seven (BuiltInCalibration.h).
 DeviceSettings BuiltInDevice();
 
@@ -54,7 +54,7 @@ struct LogMessage {
   std::string text;  // file sink: exactly the `length` bytes handed over
 };
 
-// What fails on demand.
+// Platform calls that fail on demand.
 enum class Fault {
   kNoProvider,      // SensorProvider::createInstance answers an empty pointer
   kRefusedEnable,   // SensorProvider::enableSensor answers false
@@ -80,7 +80,7 @@ class Device {
  public:
   static Device& Get();
 
-  // Plays these settings from now on. Samples that are queued, records and faults stay.
+  // Replaces the settings. Queued samples, records and faults stay.
   void Configure(DeviceSettings settings);
   DeviceSettings Settings() const;
 
@@ -100,7 +100,7 @@ class Device {
   // GetValuesCount answers `count` for every key, whatever is stored; nullopt ends that.
   void ClaimValuesCount(std::optional<unsigned int> count);
 
-  // Keeps what is logged; TakeLog hands it out, oldest first, and forgets it. Off at first.
+  // Records messages; TakeLog returns them, oldest first, and clears the record. Off at first.
   void RecordLog(bool on);
   std::vector<LogMessage> TakeLog();
 
@@ -121,7 +121,7 @@ class Device {
   // How many image sensors were opened and not released yet.
   int OpenSensorHandles() const;
 
-  // What the platform libraries ask and report; not for hosts.
+  // For the platform libraries, not for hosts.
   struct Backstage;
   Backstage& backstage() { return *mBackstage; }
 

@@ -28,7 +28,7 @@ using Place = json::json_pointer;
   throw UnusableFile(file + ": " + text + ": expected " + expected);
 }
 
-// One value of the file, which knows where it stands.
+// A JSON value with its path in the file, for error messages.
 class Node {
  public:
   Node(std::string const& file, Place place, json const& value)
@@ -67,7 +67,7 @@ class Node {
     }
   }
 
-  // `alternative` ends the complaint, where something else would do as well.
+  // `alternative` is appended to the message where another form is accepted as well.
   template <typename Integer>
   Integer ToInteger(Integer minimum = std::numeric_limits<Integer>::min(),
                     Integer maximum = std::numeric_limits<Integer>::max(), char const* alternative = "") const {
@@ -113,7 +113,7 @@ std::string ReadWhole(std::string const& file) {
   return text;
 }
 
-// Watches the parser for a key that comes twice in one object, of which it would keep the last and say nothing.
+// Reports duplicate keys, of which the parser would silently keep the last.
 class KeyWatch {
  public:
   explicit KeyWatch(std::string const& file) : mFile(file) {}
@@ -169,7 +169,7 @@ std::uint32_t ToSensorMode(std::string const& key, Node const& member) {
   std::uint32_t mode = 0;
   auto const [end, error] = std::from_chars(key.data(), key.data() + key.size(), mode);
   bool const whole = error == std::errc() && end == key.data() + key.size();
-  // Written in one way only, so that no mode comes twice.
+  // Canonical decimals only: "1" and "01" would be the same mode twice.
   if (!whole || std::to_string(mode) != key) member.Refuse("a sensor mode from 0 to 4294967295 as the key");
   return mode;
 }

@@ -16,8 +16,8 @@ using desktop::ImageSensor;
 
 constexpr std::uint32_t kRollingShutterCommand = 0x400F;
 
-// Fills what the library does not read, so that a reader at the wrong place is seen: not 0, and in no width the 2 that
-// asks for mirrored rows.
+// Filler for the fields that the library does not read, so that a read at a wrong offset shows: neither 0 nor, in any
+// width, the 2 that asks for mirrored rows.
 constexpr int kFiller = 0xA5;
 
 desktop::Device::Backstage& Stage() { return desktop::Device::Get().backstage(); }

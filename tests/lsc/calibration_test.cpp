@@ -1,4 +1,4 @@
-// Calibration data: from an EEPROM dump file, which is trusted in nothing, to the caller.
+// Calibration data, from an EEPROM dump file, of which nothing is trusted, to the caller.
 
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -40,7 +40,7 @@ constexpr int kFront = 0x02;
 
 }  // namespace
 
-// The system's, as far as `reading` lets it.
+// Stands in for the C library's pread and serves reads as `reading` says.
 extern "C" ssize_t pread(int descriptor, void* bytes, std::size_t count, off_t offset) {
   wasInterrupted = reading.isInterrupted && !wasInterrupted;
   if (wasInterrupted) {
@@ -104,7 +104,7 @@ class Calibration : public PlayedDevice {
     return index;
   }
 
-  // What a caller's buffer of 0xEE holds after the call, as far as `size`, and that nothing beyond is written.
+  // The first `size` bytes of a caller's buffer of 0xEE after the call; checks that nothing beyond is written.
   Bytes Block(int mask, std::size_t size) {
     Bytes out(size + 64, 0xEE);
     library->VeyraGetPNCCaliData(out.data(), mask);

@@ -12,7 +12,7 @@
 
 namespace property {
 
-// What the sessions reached, so that a property which no longer tries anything is seen.
+// What the sessions reached, so that a generator that no longer reaches it fails the test.
 struct Reached {
   std::uint64_t sessions = 0;
   std::uint64_t splits = 0;           // overlapping batches
@@ -24,8 +24,8 @@ struct Reached {
   std::uint64_t oldestPositions = 0;  // of these, calls that begin at the oldest sample
 };
 
-// Samples that bear the same time may stand in any order. They are alike but for a number of their own, by which
-// nothing is lost or doubled unseen.
+// Samples of the same time may come in any order. They differ in a serial number only, which shows lost and duplicated
+// samples.
 class Comparison {
  public:
   // Starts the camera's monitor anew.

@@ -1,4 +1,4 @@
-// What the tests of the library stand on: the played device, freshly reset, and short words for what they feed it.
+// Fixture of the library's tests: the played device, freshly reset, and builders of samples.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -44,7 +44,7 @@ inline std::vector<std::int64_t> TimesOf(Samples const& samples) {
   return timesNs;
 }
 
-// The library's globals, put back when the object goes.
+// Restores the library's globals on destruction.
 class KeptGlobals {
  public:
   ~KeptGlobals() {
@@ -68,7 +68,7 @@ class PlayedDevice : public ::testing::Test {
     device.RecordLog(true);
   }
 
-  // A library object of its own on the device as it is now, at this log level. What its construction logs is forgotten.
+  // A library object of its own on the device as it is now, at this log level. Its construction's messages are dropped.
   std::unique_ptr<VeyraShadingUtil> NewLibrary(int logLevel) {
     auto settings = device.Settings();
     settings.properties["vendor.veyra.3a.lscutil.log"] = logLevel;
