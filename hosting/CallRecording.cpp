@@ -107,7 +107,7 @@ UpdateSensorData CallRecording::ReadUpdate(std::uint64_t number, Times& times) {
   times.frameNs = update.timestampNs;
 
   ReadBatch(number, times, update.batch);
-  if (update.batch.empty()) Count(mOddities.framesWithoutSamples, mCallFile);
+  if (update.batch.empty()) Count(mOddities.emptyBatches, mCallFile);
   if (!mCallFile.Has(kCallSamples)) return update;
   std::uint64_t const samples = mCallFile.Unsigned64(kCallSamples);
   if (samples < update.batch.size()) {

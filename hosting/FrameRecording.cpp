@@ -94,7 +94,7 @@ std::vector<NSCam::Utils::SensorData> FrameRecording::ReadBatch(std::uint32_t fr
     if (mHallRow->frame < frame) Count(mOddities.unlistedSamples, mHallFile);
     batch.push_back(mHallRow->sample);
   }
-  if (batch.empty()) Count(mOddities.framesWithoutSamples, mFrameFile);
+  if (batch.empty()) Count(mOddities.emptyBatches, mFrameFile);
   return batch;
 }
 

@@ -17,9 +17,15 @@ std::string DefaultLibraryPath() {
   return (program.parent_path().parent_path() / "lib" / "libvcam_shadingutil.so").string();
 }
 
+namespace {
+
+// A path without a slash would be searched for in the system's directories.
+std::string FileOf(std::string const& path) { return path.find('/') == std::string::npos ? "./" + path : path; }
+
+}  // namespace
+
 VeyraShadingUtil& LoadShadingLibrary(std::string const& path) {
-  // A path without a slash would be searched for in the system's directories.
-  std::string const file = path.find('/') == std::string::npos ? "./" + path : path;
+  std::string const file = FileOf(path);
   void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) throw UnusableInput(fmt::format("{}: cannot be loaded: {}", path, dlerror()));
   void* const symbol = dlsym(library, "createInstance");
@@ -28,6 +34,11 @@ VeyraShadingUtil& LoadShadingLibrary(std::string const& path) {
   VeyraShadingUtil* const object = createInstance();
   if (object == nullptr) throw UnusableInput(fmt::format("{}: createInstance hands out no object", path));
   return *object;
+}
+
+int* FindSwitch(std::string const& path, char const* name) {
+  void* const library = dlopen(FileOf(path).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+  return library == nullptr ? nullptr : static_cast<int*>(dlsym(library, name));
 }
 
 }  // namespace hosting

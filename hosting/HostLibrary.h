@@ -18,4 +18,7 @@ std::string DefaultLibraryPath();
 // out no object.
 VeyraShadingUtil& LoadShadingLibrary(std::string const& path);
 
+// A plain int that the loaded library at `path` exports, such as gLogLevel; null when it exports none of that name.
+int* FindSwitch(std::string const& path, char const* name);
+
 }  // namespace hosting

@@ -72,13 +72,13 @@ struct Oddity {
 };
 
 struct Oddities {
-  Oddity frameTimesBackward;    // frames that are earlier than the frame before
-  Oddity sampleTimesBackward;   // samples that are earlier than the sample delivered before
-  Oddity framesWithoutSamples;  // frames with which nothing is delivered
-  Oddity unlistedSamples;       // samples of frames that are not listed: they come with the next listed frame
-  Oddity undeliveredSamples;    // samples of frames or calls that are not listed: they never come
-  Oddity lostCalls;             // calls that the recording left out
-  Oddity lostSamples;           // samples that were delivered and that the recording left out
+  Oddity frameTimesBackward;   // frames that are earlier than the frame before
+  Oddity sampleTimesBackward;  // samples that are earlier than the sample delivered before
+  Oddity emptyBatches;         // frames with which no sample is delivered
+  Oddity unlistedSamples;      // samples of frames that are not listed: they come with the next listed frame
+  Oddity undeliveredSamples;   // samples of frames or calls that are not listed: they never come
+  Oddity lostCalls;            // calls that the recording left out
+  Oddity lostSamples;          // samples that were delivered and that the recording left out
 };
 
 // How the library was set up when the session took place, as far as that is known.

@@ -108,6 +108,11 @@ void StartedTool::Await(std::size_t bytes) {
 
 void StartedTool::Signal(int signal) const { kill(mProcess, signal); }
 
+bool StartedTool::IsRunning() const {
+  siginfo_t info = {};
+  return waitid(P_PID, static_cast<id_t>(mProcess), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == 0;
+}
+
 Outcome StartedTool::Finish() {
   Await(std::string::npos);
   int status = 0;

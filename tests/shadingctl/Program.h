@@ -44,6 +44,7 @@ class StartedTool {
   // Waits for that much of its output.
   void Await(std::size_t bytes);
   void Signal(int signal) const;
+  bool IsRunning() const;
   // Reads the rest and waits for the end.
   Outcome Finish();
 

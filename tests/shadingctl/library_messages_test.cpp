@@ -18,7 +18,7 @@ FrameMessages Read(std::string const& message) {
 TEST(LibraryMessages, OnlyTheCalculationsOwnQuestionTellsThatThereIsNoMonitor) {
   std::string const warning = "Sensor Monitor not registered sensorId:0 (IsEnabled){#12:file}";
   FrameResult const asked = Judge({true, false, false}, Read("[IsEnabled] " + warning));
-  EXPECT_EQ(Name(asked.match) + (", " + asked.message), "off, the camera has no monitor");
+  EXPECT_EQ(Name(asked.match) + (", " + asked.message), "off, camera without a monitor");
   EXPECT_FALSE(Read("[UpdateSensorData] " + warning).notRegistered);
 }
 

@@ -151,7 +151,7 @@ TEST_F(Files, InterruptedGenerationLeavesNothing) {
   for (char const* const arguments :
        {"generate --frames 100000000 rec --force", "generate --frames 100000000 new/session"}) {
     StartedTool tool(arguments);
-    while (Contents(".").size() < before.size() + 2) usleep(1000);  // until it is at work on both files
+    while (Contents(".").size() < before.size() + 2 && tool.IsRunning()) usleep(1000);  // until it is at work
     tool.Signal(SIGINT);
     Outcome const outcome = tool.Finish();
     EXPECT_EQ(outcome.exitCode, 130);

@@ -26,7 +26,8 @@ TEST(Replay, BuiltInSessionIsTheSameEverywhere) {
 
   std::string summary;
   for (auto const& line : Lines(outcome.err)) {
-    bool const isDuration = line.rfind("Library ", 0) == 0 || line.rfind("Replay ", 0) == 0;
+    bool const isDuration = line.rfind("Library ", 0) == 0 || line.rfind("Replay ", 0) == 0 ||
+                            line.find("at log level 0") != std::string::npos;
     if (!isDuration) summary += line + "\n";
   }
   EXPECT_EQ(summary, ReadFile(GOLDEN "/builtin-summary.txt"));
@@ -61,9 +62,10 @@ TEST(Replay, ACameraThatIsNotInTheSensorMapIsOff) {
   WriteWorkedRecording(directory);
   Outcome const outcome = RunTool("replay --quiet --format csv --camera 1 " + directory.path());
   EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(outcome.out,
-            kHeader + std::string("7,1000000000000,0,off,,,,,,,,,the camera is not in the device's sensor map,1\n"));
-  EXPECT_EQ(outcome.err, "shadingctl: camera 1 is not in the device's sensor map: every frame is off\n");
+  EXPECT_EQ(outcome.out, kHeader + std::string("7,1000000000000,0,off,,,,,,,,,camera not in the sensor map,1\n"));
+  EXPECT_EQ(outcome.err,
+            "shadingctl: camera 1 is not in the device's sensor map: every frame is off\n"
+            "shadingctl: NOTHING MATCHED: not one frame has a sample at its start\n");
   // The second camera of the map answers like the first.
   EXPECT_NE(RunTool("replay --quiet --format csv --camera 2 " + directory.path()).out.find(",start,"),
             std::string::npos);
@@ -101,9 +103,9 @@ TEST(Replay, TableShowsUnitsAndTheTolerance) {
   EXPECT_EQ(Replaced(RunTool("replay --quiet " + directory.path()).out, directory.path(), "DIR"),
             R"(DIR: camera 0, sensor type 3, frame type 0, mode mean, log level 4
 
-     frame      time  match      samples    span  offset     distance      age         hall x        hall y  note
-                   s                     entries      us   us/allowed       us      hall unit     hall unit
-         7     0.000  start          100   40-60   -5598       0/1500        0     136.666672           -10
+     frame      time match     samples    span  offset from start      age        hall x        hall y note
+                   s                   entries      us us/allowed       us     hall unit     hall unit
+         7     0.000 start         100   40-60   -5598     0/1500        0    136.666672           -10
 )");
 }
 
@@ -116,19 +118,120 @@ TEST(Replay, JsonHasNullWhereThereIsNoValue) {
   auto const json = nlohmann::json::parse(RunTool("replay --format json " + directory.path()).out);
   EXPECT_EQ(json["frames"].dump(),
             R"([{"camera":0,"end_index":null,"frame":6,"hall_x":null,"hall_y":null,)"
-            R"("match":"no_samples","message":"too little history: 0 of 100 samples","offset_us":-5598,"samples":0,)"
+            R"("match":"warm_up","message":"0 of 100 samples so far","offset_us":-5598,"samples":0,)"
             R"("span_age_us":null,"start_distance_us":null,"start_index":null,"timestamp_ns":999999000000,"type":0},)"
             R"({"camera":0,"end_index":60,"frame":7,"hall_x":136.666672,"hall_y":-10.0,"match":"start","message":null,)"
             R"("offset_us":-5598,"samples":100,"span_age_us":0,"start_distance_us":0,"start_index":40,)"
             R"("timestamp_ns":1000000000000,"type":0}])");
-  auto const& summary = json["summary"];
-  EXPECT_EQ(summary["matches"].dump(), R"({"carried":0,"no_samples":1,"no_start":0,"off":0,"single":0,"start":1})");
-  EXPECT_EQ(summary["match_rate"], 0.5);
+  EXPECT_EQ(json["schema"], "shadingctl-replay");
+  EXPECT_EQ(json["version"], 1);
+  EXPECT_EQ(json["complete"], true);
+  EXPECT_TRUE(json["error"].is_null());
+  auto const& summary = json["summary"]["cameras"][0];
+  EXPECT_EQ(summary["camera"], 0);
+  EXPECT_EQ(summary["matches"].dump(),
+            R"({"carried":0,"no_start":0,"no_window":0,"off":0,"single":0,"start":1,"warm_up":1})");
+  EXPECT_EQ(summary["match_rate"], 1.0);
+  EXPECT_EQ(summary["match_rate_of_all"], 0.5);
   EXPECT_EQ(summary["recorded_ns"], 1000000);
   EXPECT_TRUE(summary["carried_age_us"]["median"].is_null());
   EXPECT_EQ(summary["samples"]["rate_hz"], 1000.0);
   EXPECT_EQ(summary["samples"]["jitter_us"], 0.0);
-  EXPECT_EQ(summary["found"]["frames_without_samples"]["first"], directory.path() + "/frames.csv:2");
+  EXPECT_EQ(json["summary"]["found"]["empty_batches"]["first"], directory.path() + "/frames.csv:2");
+}
+
+// One frame at 1000 s whose history is `count` samples, the last one `lastUs` after it.
+struct SparseWindow {
+  char const* name;
+  int count;
+  int intervalUs;
+  int lastUs;
+  char const* exposureNs;
+  char const* expected;  // match and message
+};
+
+TEST(Replay, WhyThereIsNoStartIsSaidOfTheWindow) {
+  SparseWindow const rows[] = {
+      // Sample 300 of 400 is at the frame, so the window begins at sample 250, 5000 us earlier. With a readout of 1 ms
+      // the offset is -709 us; the frame starts 20000 us before its time: 20000 - 5000 + 709. A nearer sample, number
+      // 93, was delivered and lies outside of the window.
+      {"10 kHz", 400, 100, 9900, "20000000", "no_start,nearest in window 15709 us from start"},
+      {"long exposure", 100, 1000, 9000, "999000000000", "no_start,nearest in window 998910 ms from start"},
+      // Offset -166 us without an exposure: the last sample is 166 us after the start, the one before 9834 us before.
+      {"last sample", 100, 10000, 0, "0", "no_start,only the window's last is near enough"},
+      {"exposure beyond the time", 100, 1000, 9000, "18446744073709551615",
+       "no_start,exposure longer than the frame's time"},
+      {"exposure a microsecond beyond", 100, 1000, 9000, "1000000001000",
+       "no_start,exposure longer than the frame's time"},
+      {"99 samples", 99, 1000, 9000, "10000000", "warm_up,99 of 100 samples so far"},
+      {"nothing late enough", 100, 1000, -1, "10000000", "no_window,nothing at or after its time"},
+  };
+  for (auto const& row : rows) {
+    TemporaryDirectory const directory;
+    directory.Write("frames.csv", "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n7,1000000000000," +
+                                      std::string(row.exposureNs) + ",1000000\n");
+    std::string hall = "frame,timestamp_ns,hall_x,hall_y\n";
+    for (long i = 0; i < row.count; ++i) {
+      long const us = row.lastUs - (row.count - 1 - i) * row.intervalUs;
+      hall += "7," + std::to_string(1000000000000 + us * 1000) + ",1,2\n";
+    }
+    directory.Write("hall.csv", hall);
+    auto const lines = Lines(RunTool("replay --quiet --format csv " + directory.path()).out);
+    ASSERT_EQ(lines.size(), 2U) << row.name;
+    auto const fields = Fields(lines[1]);
+    EXPECT_EQ(fields[3] + "," + fields[12], row.expected) << row.name;
+    EXPECT_EQ(fields[8] + fields[9], "") << row.name << ": neither a distance nor an age";
+  }
+}
+
+TEST(Replay, AHistoryThatNeverHoldsEnoughIsAFailureOfItsOwn) {
+  struct {
+    char const* options;
+    char const* told;
+  } const rows[] = {
+      // 30 frames at 120 a second are 0.25 s: 50 samples.
+      {"--frames 100 --frame-rate 120 --hall-rate 200",
+       "Warm-up    30 of the first 30 frames, before the history held 100 samples: counted apart\n"
+       "Matched    no_window 70 (100.0 %)\n"
+       "Match rate 0.0 % of the 70 frames after the warm-up have a sample at their start (0.0 % of all 100)\n"
+       "Position   x none, y none\n"
+       "History    TOO SHORT for 70 frames after the warm-up: its 30 frames hold 50 of 100 samples at most.\n"},
+      // 0.5 s: 99.5 samples, so that the history holds 99 and 100 in turns.
+      {"--frames 130 --frame-rate 60 --hall-rate 199",
+       "History    TOO SHORT for 50 frames after the warm-up: its 30 frames hold 99 of 100 samples at most.\n"},
+      {"--frames 20 --frame-rate 60 --hall-rate 200",
+       "Warm-up    20 of the first 30 frames, before the history held 100 samples: counted apart\n"
+       "Matched    none\n"
+       "Match rate none, as there is no frame after the warm-up\n"},
+  };
+  for (auto const& row : rows) {
+    TemporaryDirectory const directory;
+    std::string const options = " --jitter-us 0 --overlap 0 --drop 0 --late 0 --pause-us 0 --force ";
+    ASSERT_EQ(RunTool("generate " + (row.options + options) + directory.path()).exitCode, 0);
+    std::string const summary = RunTool("replay --format csv " + directory.path()).err;
+    EXPECT_NE(summary.find(row.told), std::string::npos) << row.options << "\n" << summary;
+  }
+  TemporaryDirectory const directory;
+  ASSERT_EQ(RunTool("generate --frames 40 --frame-rate 120 --hall-rate 200 " + directory.path()).exitCode, 0);
+  for (char const* const level : {"1", "4"}) {
+    auto const lines = Lines(RunTool("replay --quiet --format csv " + directory.path() + " --log-level " + level).out);
+    EXPECT_EQ(Fields(lines.back())[12].substr(0, 15), "30 frames hold ") << lines.back();
+  }
+}
+
+TEST(Replay, ASilentComputationIsMeasuredBesideTheOthersAndChangesNothing) {
+  TemporaryDirectory const directory;
+  auto const timesOf = [](std::string const& arguments) {
+    return nlohmann::json::parse(RunTool("replay --format json " + arguments).out)["summary"]["cameras"][0]["library"];
+  };
+  auto const loud = timesOf("--log-level 4 --dump preview --dump-dir " + directory.path());
+  EXPECT_EQ(loud["silent_calculate_ns"]["frames"], 30) << "one in ten of 297";
+  double const medianNs = loud["silent_calculate_ns"]["median"];
+  EXPECT_GT(medianNs, 0);
+  EXPECT_LT(medianNs * 5 * 297, loud["calculate_ns"].get<double>()) << "messages make most of the time";
+  auto const silent = timesOf("--log-level 0");
+  EXPECT_EQ(silent["silent_calculate_ns"]["frames"], 0);
+  EXPECT_TRUE(silent["silent_calculate_ns"]["median"].is_null());
 }
 
 TEST(Replay, RowsGoToTheOutputFileAndMessagesToTheLog) {

@@ -14,7 +14,9 @@
 #include <vector>
 
 #include "hosting/HostLibrary.h"
+#include "hosting/Interruption.h"
 #include "hosting/Recording.h"
+#include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
@@ -53,6 +55,7 @@ struct Arguments {
   int logLevel = 4;
   bool resetMatched = false;
   bool quiet = false;
+  bool wide = false;
 };
 
 bool Dumps(Arguments const& arguments, DumpKind kind) {
@@ -109,11 +112,31 @@ MessageSink SinkInto(std::optional<OutputFile>& log) {
   };
 }
 
-void PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Summaries& summaries, bool quiet) {
+// How a replay ended.
+struct Ending {
+  std::string error;  // empty: the session was played to its end
+  int exitCode = kExitDone;
+};
+
+// The next call; none at the end of the session, and where it is broken or the user has had enough.
+bool NextCall(hosting::Session& session, hosting::Call& call, Ending& ending) {
+  try {
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    return session.Next(call);
+  } catch (hosting::Interrupted const& interrupted) {
+    ending = {interrupted.what(), kExitSignal + hosting::InterruptedBy()};
+  } catch (hosting::UnusableInput const& unusable) {
+    ending = {unusable.what(), kExitUnusable};
+  }
+  return false;
+}
+
+Ending PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Summaries& summaries, bool quiet) {
+  Ending ending;
   auto const start = std::chrono::steady_clock::now();
   {
     Progress progress(!quiet, [&] { return session.FrameCount(); });
-    for (hosting::Call call; session.Next(call);) {
+    for (hosting::Call call; NextCall(session, call, ending);) {
       std::optional<FrameResult> const result = replay.Play(call, summaries);
       if (!result) continue;
       writer.Add(*result);
@@ -122,6 +145,28 @@ void PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Su
   }
   std::chrono::nanoseconds const passed = std::chrono::steady_clock::now() - start;
   summaries.Close(session.oddities(), passed.count());
+  return ending;
+}
+
+// What the user must not overlook, although the replay went well.
+void TellProblems(Summaries const& summaries, std::string const& complaint, Ending const& ending) {
+  if (!complaint.empty()) Tell(complaint);
+  if (summaries.CountOf(Match::kStart) == 0 && ending.error.empty()) {
+    Tell(summaries.frames() == 0 ? "NOTHING MATCHED: no position was computed"
+                                 : "NOTHING MATCHED: not one frame has a sample at its start");
+  }
+  if (!ending.error.empty()) Tell(ending.error);
+}
+
+// Files get their names when the replay is complete only; what was written directly is out already.
+void FinishOutputs(OutputFile& output, std::optional<OutputFile>& log, Ending const& ending) {
+  auto const finished = [&](OutputFile& file) -> OutputFile* {
+    if (ending.error.empty() || !file.IsHeldBack()) return &file;
+    Tell(fmt::format("{}: not written, as the replay is not complete", file.name()));
+    return nullptr;
+  };
+  OutputFile* const outputOrNone = finished(output);
+  OutputFile::FinishAll({outputOrNone, log ? finished(*log) : nullptr});
 }
 
 // The summary stands where it does not mix with what another program reads.
@@ -192,21 +237,27 @@ int RunReplay(Arguments const& arguments) {
   std::optional<OutputFile> log;
   if (!arguments.log.empty()) log.emplace(arguments.log);
   OutputFile output(arguments.output);
-  auto const writer = MakeResultWriter(arguments.format, output);
+  auto const writer = MakeResultWriter(arguments.format, output, arguments.wide);
   Summaries summaries(arguments.logLevel);
 
-  Replay::Options const options = OptionsFrom(arguments, settings);
+  Replay::Options options = OptionsFrom(arguments, settings);
+  options.switches = {hosting::FindSwitch(path, "gLogLevel"), hosting::FindSwitch(path, "g_preOisDump"),
+                      hosting::FindSwitch(path, "g_capOisDump")};
   ReplaySettings const head = SettingsOf(arguments, *session, options, path, ModeOf(settings));
   StartDumping(arguments, head.type);
+  Ending ending;
+  std::string complaint;
   {
     Replay replay(library, device, options, SinkInto(log));
     writer->Begin(head);
-    PlayAll(*session, replay, *writer, summaries, arguments.quiet);
-    if (!replay.complaint().empty()) Tell(replay.complaint());
+    ending = PlayAll(*session, replay, *writer, summaries, arguments.quiet);
+    complaint = replay.complaint();
   }
-  writer->End(summaries);
-  OutputFile::FinishAll({&output, log ? &*log : nullptr});
+  writer->End(summaries, ending.error);
+  FinishOutputs(output, log, ending);
   ShowSummary(summaries, arguments);
+  TellProblems(summaries, complaint, ending);
+  if (ending.exitCode != kExitDone) return ending.exitCode;
   return summaries.differentAnswers() > 0 ? kExitDifference : kExitDone;
 }
 
@@ -216,7 +267,8 @@ constexpr char const* kExamples = R"(Each frame is matched in one way:
               oldest end of the window, which may be half a second old
   no_start    none, and no flag: the position stays
   single      a span of one entry: the position stays
-  no_samples  nothing at or after the frame's time, or too little history
+  no_window   nothing at or after the frame's time, or too little history
+  warm_up     too little history, as the camera has just been started: no failure
   off         the camera is not enabled
 
 Examples:
@@ -235,8 +287,10 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
   command->add_option("RECORDING", arguments->recording, "Directory of a recording; without it, a built-in session");
   AddResultOptions(*command, arguments->format, arguments->output);
   command
-      ->add_option("--mode", arguments->mode,
-                   "How a span becomes a position; by default as the recording or the device says")
+      ->add_option(
+          "--mode", arguments->mode,
+          "How a span becomes a position (middle: of an even number the lower one); by default as the recording "
+          "or the device says")
       ->check(CLI::IsMember({"mean", "maximum", "middle", "last"}));
   command
       ->add_option_function<std::string>(
@@ -268,6 +322,7 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
   AddHostOptions(*command, arguments->device, arguments->library);
   command->add_option("--log", arguments->log, "Write every message of the library to this file; - is standard output")
       ->type_name("FILE");
+  command->add_flag("--wide", arguments->wide, "All columns of the table, however narrow the terminal is");
   command->add_flag("--quiet", arguments->quiet, "The rows only: no summary, no progress bar");
   command->callback([arguments, &chosen] { chosen = [arguments] { return RunReplay(*arguments); }; });
 }

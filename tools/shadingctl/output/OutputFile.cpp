@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -66,6 +67,12 @@ void OutputFile::OpenBesideTarget(std::string const& target, bool exists, unsign
 
 OutputFile::~OutputFile() {
   if (!mTemporary.empty()) unlinkat(mDirectory.number(), mTemporary.c_str(), 0);
+}
+
+std::optional<std::size_t> OutputFile::TerminalWidth() const {
+  winsize size = {};
+  if (!mIsTerminal || ioctl(mFile.number(), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return std::nullopt;
+  return size.ws_col;
 }
 
 void OutputFile::Write(std::string_view text) {

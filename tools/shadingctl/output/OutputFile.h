@@ -3,6 +3,7 @@
 
 #include <exception>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -40,9 +41,12 @@ class OutputFile {
   // The same for files that belong together: none gets its name before all are complete. Null pointers are passed over.
   static void FinishAll(std::initializer_list<OutputFile*> files);
 
+  std::string const& name() const { return mName; }
+
   // False for standard output, pipes, devices: what was written there can be seen already.
   bool IsHeldBack() const { return mDirectory.number() >= 0; }
-  bool IsTerminal() const { return mIsTerminal; }
+  // Columns; empty for what is no terminal, or one that does not say.
+  std::optional<std::size_t> TerminalWidth() const;
 
  private:
   void OpenBesideTarget(std::string const& target, bool exists, unsigned int mode);

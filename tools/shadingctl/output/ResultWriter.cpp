@@ -6,6 +6,9 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <string>
+
+#include "tools/shadingctl/output/TableWriter.h"
 
 namespace shadingctl {
 namespace {
@@ -36,7 +39,7 @@ class CsvWriter : public ResultWriter {
                               PositionOrEmpty(r.hallX), PositionOrEmpty(r.hallY), r.message, r.camera));
   }
 
-  void End(Summaries const& /*summaries*/) override {}
+  void End(Summaries const& /*summaries*/, std::string const& /*error*/) override {}
 
  private:
   OutputFile& mOutput;
@@ -53,7 +56,8 @@ class JsonWriter : public ResultWriter {
         {"camera", OrNull(settings.camera)}, {"sensor_type", OrNull(settings.sensorType)},
         {"type", OrNull(settings.type)},     {"mode", settings.mode},
         {"log_level", settings.logLevel},    {"reset_matched", settings.resetMatched}};
-    mOutput.Write("{\"settings\": " + Dump(head) + ",\n\"frames\": [");
+    mOutput.Write(fmt::format("{{\"schema\": \"{}\", \"version\": {},\n\"settings\": {},\n\"frames\": [", kReplaySchema,
+                              kReplayVersion, Dump(head)));
   }
 
   void Add(FrameResult const& r) override {
@@ -76,8 +80,11 @@ class JsonWriter : public ResultWriter {
     mFirst = false;
   }
 
-  void End(Summaries const& summaries) override {
-    mOutput.Write("\n],\n\"summary\": " + Dump(summaries.Json()) + "}\n");
+  void End(Summaries const& summaries, std::string const& error) override {
+    nlohmann::ordered_json const problem =
+        error.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(error);
+    mOutput.Write(fmt::format("\n],\n\"complete\": {},\n\"error\": {},\n\"summary\": {}}}\n", error.empty(),
+                              Dump(problem), Dump(summaries.Json())));
   }
 
  private:
@@ -101,56 +108,12 @@ class JsonWriter : public ResultWriter {
   bool mFirst = true;
 };
 
-class TableWriter : public ResultWriter {
- public:
-  explicit TableWriter(OutputFile& output) : mOutput(output) {}
-
-  void Begin(ReplaySettings const& settings) override {
-    mShowsCamera = !settings.camera;
-    mOutput.Write(fmt::format("{}: {}{}, {}, mode {}, log level {}{}\n\n", settings.session,
-                              settings.camera ? fmt::format("camera {}", *settings.camera) : "cameras as recorded",
-                              settings.sensorType ? fmt::format(", sensor type {}", *settings.sensorType) : "",
-                              settings.type ? fmt::format("frame type {}", *settings.type) : "frame types as recorded",
-                              settings.mode, settings.logLevel,
-                              settings.resetMatched ? ", flag cleared before each frame" : ""));
-    WriteRow("camera", "frame", "time", "match", "samples", "span", "offset", "distance", "age", "hall x", "hall y",
-             "note");
-    WriteRow("", "", "s", "", "", "entries", "us", "us/allowed", "us", "hall unit", "hall unit", "");
-  }
-
-  void Add(FrameResult const& r) override {
-    if (!mFirstNs) mFirstNs = r.timestampNs;
-    auto const sinceFirstNs = static_cast<std::int64_t>(r.timestampNs - *mFirstNs);
-    std::string const span = r.startIndex && r.endIndex ? fmt::format("{}-{}", *r.startIndex, *r.endIndex) : "";
-    std::string const distance =
-        r.startDistanceUs ? fmt::format("{}/{}", *r.startDistanceUs, kToleranceUs) : std::string();
-    WriteRow(r.camera, r.frame, fmt::format("{:.3f}", static_cast<double>(sinceFirstNs) / 1e9), Name(r.match),
-             OrEmpty(r.samples), span, OrEmpty(r.offsetUs), distance, OrEmpty(r.spanAgeUs), PositionOrEmpty(r.hallX),
-             PositionOrEmpty(r.hallY), r.message);
-  }
-
-  void End(Summaries const& /*summaries*/) override {}
-
- private:
-  template <class Camera, class... Cells>
-  void WriteRow(Camera const& camera, Cells const&... cells) {
-    std::string row = mShowsCamera ? fmt::format("{:>6} ", camera) : std::string();
-    row += fmt::format("{:>10} {:>9}  {:<10} {:>7} {:>7} {:>7} {:>12} {:>8}  {:>13} {:>13}  {}", cells...);
-    row.erase(row.find_last_not_of(' ') + 1);
-    mOutput.Write(row + "\n");
-  }
-
-  OutputFile& mOutput;
-  bool mShowsCamera = false;
-  std::optional<std::uint64_t> mFirstNs;
-};
-
 }  // namespace
 
-std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output) {
+std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, bool wide) {
   switch (format) {
     case Format::kTable:
-      return std::make_unique<TableWriter>(output);
+      return MakeTableWriter(output, wide);
     case Format::kCsv:
       return std::make_unique<CsvWriter>(output);
     case Format::kJson:

@@ -11,6 +11,10 @@
 
 namespace shadingctl {
 
+// What a JSON result calls itself. The version grows when a field changes its meaning or goes; new fields may come.
+constexpr char kReplaySchema[] = "shadingctl-replay";
+constexpr int kReplayVersion = 1;
+
 enum class Format { kTable, kCsv, kJson };
 
 // What was replayed, and how.
@@ -31,10 +35,12 @@ class ResultWriter {
   virtual ~ResultWriter() = default;
   virtual void Begin(ReplaySettings const& settings) = 0;
   virtual void Add(FrameResult const& result) = 0;
-  virtual void End(Summaries const& summaries) = 0;
+  // `error` says why the replay ended early; empty when it did not.
+  virtual void End(Summaries const& summaries, std::string const& error) = 0;
 };
 
-// A writer for `format`; `output` must outlive it.
-std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output);
+// A writer for `format`; `output` must outlive it. A table shows all columns when `wide` is set or the output is no
+// terminal, and otherwise those that fit.
+std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, bool wide);
 
 }  // namespace shadingctl

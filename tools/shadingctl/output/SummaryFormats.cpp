@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #include "tools/shadingctl/replay/Summary.h"
@@ -11,6 +12,14 @@ namespace {
 template <class Number>
 std::string OrUntold(std::optional<Number> const& number) {
   return number ? fmt::format("{}", *number) : "not told at this log level";
+}
+
+// A part that is neither nothing nor all is never rounded to either.
+std::string PercentText(std::uint64_t part, std::uint64_t all) {
+  std::string const text = fmt::format("{:.1f}", 100.0 * static_cast<double>(part) / static_cast<double>(all));
+  if (text == "100.0" && part < all) return ">99.9 %";
+  if (text == "0.0" && part > 0) return "<0.1 %";
+  return text + " %";
 }
 
 std::string RangeText(Range const& range) {
@@ -32,53 +41,78 @@ std::string SamplesText(SampleHealth::Report const& health, BatchCounts const& b
   return text;
 }
 
-std::string OddityText(hosting::Oddity const& oddity, char const* what) {
-  if (oddity.count == 0) return {};
-  return fmt::format("Found      {}: {}, first at {}\n", what, oddity.count, oddity.firstPlace);
-}
-
 }  // namespace
 
 std::string Summary::Text() const {
-  double const recordedNs = RecordedNs();
   std::string text = fmt::format("Frames     {}", mFrames);
-  if (mFrames > 0) text += fmt::format(" ({} to {}), {:.3f} s", mFirstFrame, mLastFrame, recordedNs / 1e9);
-  text += mFrames == 0 ? "\nMatched    none" : "\nMatched    ";
-  char const* separator = "";
-  for (Match const match : kMatches) {
-    if (CountOf(match) == 0) continue;
-    text += fmt::format("{}{} {} ({:.1f} %)", separator, Name(match), CountOf(match), Percent(CountOf(match)));
-    separator = ", ";
-  }
-  text += fmt::format("\nMatch rate {:.1f} % of the frames have a sample at their start\n",
-                      Percent(CountOf(Match::kStart)));
+  if (mFrames > 0) text += fmt::format(" ({} to {}), {:.3f} s", mFirstFrame, mLastFrame, RecordedNs() / 1e9);
+  text += "\n" + MatchText();
   text += fmt::format("Position   x {}, y {}\n", RangeText(mHallX), RangeText(mHallY));
-  if (CountOf(Match::kCarried) > 0) {
-    text += "Carried    position from the oldest end of the window; its age: ";
-    text += mCarriedAgeUs.Median()
-                ? fmt::format("{:.1f} ms (median), {:.1f} ms at most\n", *mCarriedAgeUs.Median() / 1e3,
-                              static_cast<double>(mCarriedAgeUs.largest()) / 1e3)
-                : "not told at this log level\n";
-  }
-  auto const frames = static_cast<double>(std::max<std::uint64_t>(mFrames, 1));
-  text += fmt::format(
-      "Library    update {:.1f} ms, calculation {:.1f} ms; {:.1f} us and {:.1f} us a frame, at log level {}\n",
-      static_cast<double>(mUpdateNs) / 1e6, static_cast<double>(mCalculateNs) / 1e6,
-      static_cast<double>(mUpdateNs) / 1e3 / frames, static_cast<double>(mCalculateNs) / 1e3 / frames, mLogLevel);
-  text += fmt::format("Replay     {:.3f} s, {:.0f} times real time\n", static_cast<double>(mReplayNs) / 1e9,
-                      recordedNs / static_cast<double>(std::max<std::int64_t>(mReplayNs, 1)));
+  text += CarriedText() + HistoryText() + LibraryText();
   text += SamplesText(mHealth.Summarize(), mBatches);
   if (mRecordedAnswers > 0) {
     text += fmt::format("Answers    {} recorded, {} given again, {} different\n", mRecordedAnswers,
                         mRecordedAnswers - mDifferentAnswers, mDifferentAnswers);
   }
-  text += OddityText(mOddities.frameTimesBackward, "frames earlier than the frame before");
-  text += OddityText(mOddities.framesWithoutSamples, "frames without samples");
-  text += OddityText(mOddities.sampleTimesBackward, "samples earlier than the sample before");
-  text += OddityText(mOddities.unlistedSamples, "samples of frames that are not listed (delivered with the next one)");
-  text += OddityText(mOddities.undeliveredSamples, "samples after the last listed frame (not delivered)");
-  text += OddityText(mOddities.lostCalls, "calls that the recording lost");
-  text += OddityText(mOddities.lostSamples, "samples that the recording lost");
+  return text;
+}
+
+std::string Summary::MatchText() const {
+  std::uint64_t const warmUp = CountOf(Match::kWarmUp);
+  std::string text;
+  if (warmUp > 0) {
+    text += fmt::format("Warm-up    {} of the first {} frames, before the history held {} samples: counted apart\n",
+                        warmUp, kHistoryFrames, kWindowSize);
+  }
+  text += "Matched    ";
+  std::string counts;
+  for (Match const match : kMatches) {
+    if (CountOf(match) == 0 || match == Match::kWarmUp) continue;
+    counts += fmt::format("{}{} {} ({})", counts.empty() ? "" : ", ", Name(match), CountOf(match),
+                          PercentText(CountOf(match), WarmFrames()));
+  }
+  text += (counts.empty() ? "none" : counts) + "\nMatch rate ";
+  if (WarmFrames() == 0) return text + "none, as there is no frame after the warm-up\n";
+  std::uint64_t const starts = CountOf(Match::kStart);
+  text += fmt::format("{} of the {} frames {}have a sample at their start", PercentText(starts, WarmFrames()),
+                      WarmFrames(), warmUp > 0 ? "after the warm-up " : "");
+  return text + (warmUp > 0 ? fmt::format(" ({} of all {})\n", PercentText(starts, mFrames), mFrames) : "\n");
+}
+
+std::string Summary::CarriedText() const {
+  if (CountOf(Match::kCarried) == 0) return {};
+  std::string const text = "Carried    position from the oldest end of the window; its age: ";
+  if (mCarriedAgeUs.count() == 0 && mCarriedLater == 0) return text + "not told at this log level\n";
+  std::string ages;
+  if (auto const medianUs = mCarriedAgeUs.Median()) {
+    ages = fmt::format("median {:.1f} ms (within {:.1f} %), largest {:.1f} ms", *medianUs / 1e3,
+                       100 * Histogram::kMedianError, static_cast<double>(mCarriedAgeUs.largest()) / 1e3);
+  }
+  if (mCarriedLater > 0) {
+    ages += fmt::format("{}{} are later than their frame", ages.empty() ? "none; " : "; ", mCarriedLater);
+  }
+  return text + ages + "\n";
+}
+
+std::string Summary::HistoryText() const {
+  if (mShortHistory == 0) return {};
+  return fmt::format(
+      "History    TOO SHORT for {} frames after the warm-up: its {} frames hold {} of {} samples at most.\n"
+      "           No position can be computed then, however long the session is: too few samples a frame.\n",
+      mShortHistory, kHistoryFrames, mLongestShortHistory, kWindowSize);
+}
+
+std::string Summary::LibraryText() const {
+  auto const perFrameUs = [&](std::int64_t ns) {
+    return static_cast<double>(ns) / 1e3 / static_cast<double>(std::max<std::uint64_t>(mFrames, 1));
+  };
+  std::string text = fmt::format("Library    at log level {}: update {:.1f} us, calculation {:.1f} us a frame{}\n",
+                                 mLogLevel, perFrameUs(mUpdateNs), perFrameUs(mCalculateNs),
+                                 mLogLevel == 0 ? "" : ", the forming and reading of its messages included");
+  if (auto const silentNs = mSilentCalculateNs.Median()) {
+    text += fmt::format("           at log level 0: calculation {:.1f} us (median of {} that were asked twice)\n",
+                        *silentNs / 1e3, mSilentCalculateNs.count());
+  }
   return text;
 }
 
@@ -89,9 +123,16 @@ nlohmann::ordered_json OrNull(std::optional<Number> const& number) {
   return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json(nullptr);
 }
 
-nlohmann::ordered_json OddityJson(hosting::Oddity const& oddity) {
-  return {{"count", oddity.count},
-          {"first", oddity.count == 0 ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(oddity.firstPlace)}};
+// To six decimals; 0 and 1 only where it is nothing or all.
+double Share(std::uint64_t part, std::uint64_t all) {
+  constexpr double kSteps = 1e6;
+  double const rounded = std::round(kSteps * static_cast<double>(part) / static_cast<double>(all));
+  return (part == 0 || part == all ? rounded : std::clamp(rounded, 1.0, kSteps - 1)) / kSteps;
+}
+
+// What the text shows too: more digits would say more than is known.
+std::optional<double> Tenths(std::optional<double> const& number) {
+  return number ? std::optional<double>(std::round(*number * 10) / 10) : std::nullopt;
 }
 
 nlohmann::ordered_json RangeJson(Range const& range) {
@@ -107,42 +148,51 @@ nlohmann::ordered_json RangeJson(Range const& range) {
 nlohmann::ordered_json Summary::Json() const {
   nlohmann::ordered_json matches;
   for (Match const match : kMatches) matches[Name(match)] = CountOf(match);
+  auto const rate = [&](std::uint64_t frames) -> nlohmann::ordered_json {
+    return frames == 0 ? nlohmann::ordered_json(nullptr)
+                       : nlohmann::ordered_json(Share(CountOf(Match::kStart), frames));
+  };
+  bool const tellsHistory = mLogLevel > 0;
   auto const ages = mCarriedAgeUs.count();
   SampleHealth::Report const health = mHealth.Summarize();
-  return {
-      {"frames", mFrames},
-      {"recorded_ns", mLatestNs - mEarliestNs},
-      {"matches", matches},
-      {"match_rate", Percent(CountOf(Match::kStart)) / 100.0},
-      {"hall_x", RangeJson(mHallX)},
-      {"hall_y", RangeJson(mHallY)},
-      {"carried_age_us",
-       {{"median", OrNull(mCarriedAgeUs.Median())},
-        {"largest", ages == 0 ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(mCarriedAgeUs.largest())}}},
-      {"library", {{"log_level", mLogLevel}, {"update_ns", mUpdateNs}, {"calculate_ns", mCalculateNs}}},
-      {"replay_ns", mReplayNs},
-      {"samples",
-       {{"delivered", health.delivered},
-        {"batches", health.batches},
-        {"repeated", health.repeated},
-        {"rate_hz", OrNull(health.rateHz)},
-        {"interval_us", OrNull(health.intervalUs)},
-        {"jitter_us", OrNull(health.jitterUs)},
-        {"longest_us", OrNull(health.longestUs)},
-        {"gaps", health.gaps},
-        {"duplicates", health.duplicates},
-        {"backward_steps", health.backwardSteps},
-        {"batches_split", OrNull(mBatches.split)},
-        {"batches_dropped", OrNull(mBatches.dropped)}}},
-      {"found",
-       {{"frame_times_backward", OddityJson(mOddities.frameTimesBackward)},
-        {"frames_without_samples", OddityJson(mOddities.framesWithoutSamples)},
-        {"sample_times_backward", OddityJson(mOddities.sampleTimesBackward)},
-        {"unlisted_samples", OddityJson(mOddities.unlistedSamples)},
-        {"undelivered_samples", OddityJson(mOddities.undeliveredSamples)},
-        {"lost_calls", OddityJson(mOddities.lostCalls)},
-        {"lost_samples", OddityJson(mOddities.lostSamples)}}},
-      {"answers", {{"recorded", mRecordedAnswers}, {"different", mDifferentAnswers}}}};
+  return {{"frames", mFrames},
+          {"warm_up_frames", CountOf(Match::kWarmUp)},
+          {"recorded_ns", mLatestNs - mEarliestNs},
+          {"matches", matches},
+          {"match_rate", rate(WarmFrames())},
+          {"match_rate_of_all", rate(mFrames)},
+          {"hall_x", RangeJson(mHallX)},
+          {"hall_y", RangeJson(mHallY)},
+          {"carried_age_us",
+           {{"median", OrNull(Tenths(mCarriedAgeUs.Median()))},
+            {"median_error", Histogram::kMedianError},
+            {"largest", ages == 0 ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(mCarriedAgeUs.largest())},
+            {"later", mCarriedLater}}},
+          {"history",
+           {{"needed_samples", kWindowSize},
+            {"frames", kHistoryFrames},
+            {"too_short", tellsHistory ? nlohmann::ordered_json(mShortHistory) : nullptr},
+            {"longest_too_short", mShortHistory > 0 ? nlohmann::ordered_json(mLongestShortHistory) : nullptr}}},
+          {"library",
+           {{"log_level", mLogLevel},
+            {"update_ns", mUpdateNs},
+            {"calculate_ns", mCalculateNs},
+            {"silent_calculate_ns",
+             {{"median", OrNull(Tenths(mSilentCalculateNs.Median()))}, {"frames", mSilentCalculateNs.count()}}}}},
+          {"samples",
+           {{"delivered", health.delivered},
+            {"batches", health.batches},
+            {"repeated", health.repeated},
+            {"rate_hz", OrNull(Tenths(health.rateHz))},
+            {"interval_us", OrNull(Tenths(health.intervalUs))},
+            {"jitter_us", OrNull(Tenths(health.jitterUs))},
+            {"longest_us", OrNull(Tenths(health.longestUs))},
+            {"gaps", health.gaps},
+            {"duplicates", health.duplicates},
+            {"backward_steps", health.backwardSteps},
+            {"batches_split", OrNull(mBatches.split)},
+            {"batches_dropped", OrNull(mBatches.dropped)}}},
+          {"answers", {{"recorded", mRecordedAnswers}, {"different", mDifferentAnswers}}}};
 }
 
 }  // namespace shadingctl

@@ -5,10 +5,16 @@
 namespace shadingctl {
 namespace {
 
+bool IsWarmingUp(CallOutcome const& outcome, FrameMessages const& messages) {
+  return !outcome.hasBeenWarm && outcome.updates <= kHistoryFrames && !messages.zeroTime &&
+         HistoryOf(outcome, messages) < kWindowSize;
+}
+
 Match MatchOf(CallOutcome const& outcome, FrameMessages const& messages) {
   if (!outcome.supported || messages.notRegistered) return Match::kOff;
-  if (messages.nothingMatched || messages.zeroTime || (messages.times && messages.times->samples == 0))
-    return Match::kNoSamples;
+  if (messages.nothingMatched || messages.zeroTime || (messages.times && messages.times->samples == 0)) {
+    return IsWarmingUp(outcome, messages) ? Match::kWarmUp : Match::kNoWindow;
+  }
   if (messages.done()) return outcome.startFound ? Match::kStart : Match::kCarried;
   return outcome.startFound || outcome.flagHanded ? Match::kSingle : Match::kNoStart;
 }
@@ -25,26 +31,45 @@ std::optional<std::int64_t> StartDistanceUs(CallOutcome const& outcome, FrameMes
   return std::nullopt;
 }
 
+// Of a frame with a window, but without a start. The window may be far from the frame although nearer samples were
+// delivered, so it is named.
+std::string ExplainNoStart(CallOutcome const& outcome, FrameMessages const& messages) {
+  constexpr std::int64_t kLongUs = 1000000;  // told in ms from here on
+  if (outcome.startsBeforeTime) return "exposure longer than the frame's time";
+  auto const table =
+      messages.times ? AlignedTable(messages.source, messages.times->offsetUs) : std::vector<AlignedSample>();
+  auto const nearest =
+      table.empty() ? std::nullopt : FindNearest(table, static_cast<std::int64_t>(messages.times->startOfFrameUs));
+  if (!nearest) return fmt::format("none within {} us of the start", kToleranceUs);
+  std::int64_t const us = nearest->distanceUs;
+  if (us < kToleranceUs) return "only the window's last is near enough";  // no span can begin there
+  return us < kLongUs ? fmt::format("nearest in window {} us from start", us)
+                      : fmt::format("nearest in window {} ms from start", us / 1000);
+}
+
+std::string ExplainNoWindow(FrameMessages const& messages) {
+  if (messages.zeroTime) return "the frame's time is 0";
+  if (!messages.buffered) return "no sample at its time or too few";
+  if (*messages.buffered >= kWindowSize) return "nothing at or after its time";
+  return fmt::format("{} frames hold {} of {} samples", kHistoryFrames, *messages.buffered, kWindowSize);
+}
+
+// In few enough characters for a line of the table on a terminal of 80.
 std::string Explain(Match match, CallOutcome const& outcome, FrameMessages const& messages) {
-  std::string nearest = "no sample within the tolerance of the frame's start";
-  if (messages.nearestCandidate) {
-    nearest = fmt::format("the nearest sample is {} us from the frame's start", messages.nearestCandidate->distanceUs);
-  }
   switch (match) {
     case Match::kStart:
       return {};
     case Match::kCarried:
     case Match::kNoStart:
-      return nearest;
+      return ExplainNoStart(outcome, messages);
     case Match::kSingle:
-      return outcome.startFound ? "the span has one entry" : "the span has one entry; " + nearest;
-    case Match::kNoSamples:
-      if (messages.zeroTime) return "the frame's time is 0";
-      if (!messages.buffered) return "nothing at or after the frame's time or too little history";
-      if (*messages.buffered >= kWindowSize) return "nothing at or after the frame's time";
-      return fmt::format("too little history: {} of {} samples", *messages.buffered, kWindowSize);
+      return outcome.startFound ? "only one entry" : fmt::format("one entry; none within {} us", kToleranceUs);
+    case Match::kNoWindow:
+      return ExplainNoWindow(messages);
+    case Match::kWarmUp:
+      return fmt::format("{} of {} samples so far", HistoryOf(outcome, messages), kWindowSize);
     case Match::kOff:
-      return outcome.supported ? "the camera has no monitor" : "the camera is not in the device's sensor map";
+      return outcome.supported ? "camera without a monitor" : "camera not in the sensor map";
   }
   return {};
 }
@@ -61,8 +86,10 @@ char const* Name(Match match) {
       return "no_start";
     case Match::kSingle:
       return "single";
-    case Match::kNoSamples:
-      return "no_samples";
+    case Match::kNoWindow:
+      return "no_window";
+    case Match::kWarmUp:
+      return "warm_up";
     case Match::kOff:
       return "off";
   }
@@ -73,10 +100,16 @@ char const* Name(SpanEnd end) { return end == SpanEnd::kNear ? "near" : "last"; 
 
 std::string PositionText(double position) { return fmt::format("{:.9g}", position); }
 
+std::uint64_t HistoryOf(CallOutcome const& outcome, FrameMessages const& messages) {
+  return messages.buffered.value_or(outcome.delivered);
+}
+
 FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages) {
   FrameResult result;
   result.match = MatchOf(outcome, messages);
   result.message = Explain(result.match, outcome, messages);
+  result.startFound = outcome.startFound;
+  result.historySamples = messages.buffered;
   if (!messages.times) return result;
   FrameTimesTold const& times = *messages.times;
   result.samples = times.samples;
@@ -87,6 +120,7 @@ FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages) {
   if (!hasSpan || !messages.span) return result;
   result.startIndex = messages.span->first;
   result.endIndex = messages.span->last;
+  if (outcome.startsBeforeTime) return result;  // nothing can be far from what has no time
   result.startDistanceUs = StartDistanceUs(outcome, messages);
   auto const timing = TimeSpan(AlignedTable(messages.source, times.offsetUs), *messages.span,
                                {static_cast<std::int64_t>(times.startOfFrameUs), times.readoutUs});

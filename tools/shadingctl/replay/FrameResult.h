@@ -14,18 +14,19 @@ namespace shadingctl {
 
 // How a frame was matched.
 enum class Match {
-  kStart,      // a sample within the tolerance of the frame's start
-  kCarried,    // none, but the flag of an earlier frame made the span begin at entry 0
-  kNoStart,    // none, and no flag: the position of an earlier frame stays
-  kSingle,     // a span of one entry: the position of an earlier frame stays
-  kNoSamples,  // nothing buffered at or after the time, or too little history
-  kOff,        // the camera is not enabled
+  kStart,     // a sample within the tolerance of the frame's start
+  kCarried,   // none, but the flag of an earlier frame made the span begin at entry 0
+  kNoStart,   // none, and no flag: the position of an earlier frame stays
+  kSingle,    // a span of one entry: the position of an earlier frame stays
+  kNoWindow,  // nothing buffered at or after the time, or too little history
+  kWarmUp,    // too little history because the monitor has just been started: no failure
+  kOff,       // the camera is not enabled
 };
-constexpr std::size_t kMatchCount = 6;
-constexpr Match kMatches[kMatchCount] = {Match::kStart,  Match::kCarried,   Match::kNoStart,
-                                         Match::kSingle, Match::kNoSamples, Match::kOff};
+constexpr std::size_t kMatchCount = 7;
+constexpr Match kMatches[kMatchCount] = {Match::kStart,    Match::kCarried, Match::kNoStart, Match::kSingle,
+                                         Match::kNoWindow, Match::kWarmUp,  Match::kOff};
 
-// "start", "carried", "no_start", "single", "no_samples", "off"
+// "start", "carried", "no_start", "single", "no_window", "warm_up", "off"
 char const* Name(Match match);
 
 // How the end of a span was found.
@@ -36,6 +37,9 @@ enum class SpanEnd {
 
 // "near", "last"
 char const* Name(SpanEnd end);
+
+// The library's history forgets all but the batches of so many frames. Only counted by; the library decides by its own.
+constexpr std::uint64_t kHistoryFrames = 30;
 
 struct FrameResult {
   std::uint32_t frame = 0;
@@ -57,6 +61,10 @@ struct FrameResult {
   std::optional<double> coverage;                // of the readout by the span, 0 to 1
   std::optional<std::uint64_t> repeatedSamples;  // in the span
   std::optional<double> readoutDistance;         // from the mean of the readout's own samples, in the samples' unit
+
+  // In no row.
+  bool startFound = false;                      // a sample lies within the tolerance of the frame's start
+  std::optional<std::uint64_t> historySamples;  // that the library held
 };
 
 // A position with nine significant digits, which tell every single-precision number from its neighbours.
@@ -67,7 +75,19 @@ struct CallOutcome {
   bool supported = false;   // IsSupportSensor
   bool flagHanded = false;  // oisMatched was set before the call
   bool startFound = false;  // the call set it
+
+  // The exposure is longer than the frame's time, so the start of the frame has no time.
+  bool startsBeforeTime = false;
+
+  // Since the camera's monitor was started, this frame included.
+  std::uint64_t updates = 0;
+  std::uint64_t delivered = 0;  // samples
+  bool hasBeenWarm = false;     // an earlier frame found enough of them
 };
+
+// The samples in the library's history, in its own words, or, where it is silent, as many as were delivered, which is
+// the same until frames are forgotten.
+std::uint64_t HistoryOf(CallOutcome const& outcome, FrameMessages const& messages);
 
 // Tells from the library's outputs and messages how a frame was matched; fills everything but the frame's own columns
 // and the position.

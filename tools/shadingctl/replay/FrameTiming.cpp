@@ -43,6 +43,15 @@ std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window,
   return table;
 }
 
+std::optional<NearestEntry> FindNearest(std::vector<AlignedSample> const& table, std::int64_t timeUs) {
+  std::optional<NearestEntry> nearest;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    std::int64_t const distanceUs = DistanceUs(table[i].timeUs, timeUs);
+    if (!nearest || distanceUs < nearest->distanceUs) nearest = {i, distanceUs};
+  }
+  return nearest;
+}
+
 double Distance(LensPosition const& one, LensPosition const& other) {
   return std::hypot(one.x - other.x, one.y - other.y);
 }

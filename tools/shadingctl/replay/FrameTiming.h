@@ -29,6 +29,13 @@ struct AlignedSample {
 // the front.
 std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window, std::int64_t offsetUs);
 
+// The entry that is nearest to a time; nullopt in an empty table.
+struct NearestEntry {
+  std::size_t index = 0;
+  std::int64_t distanceUs = 0;
+};
+std::optional<NearestEntry> FindNearest(std::vector<AlignedSample> const& table, std::int64_t timeUs);
+
 struct Readout {
   std::int64_t startUs = 0;
   std::uint32_t lengthUs = 0;

@@ -27,8 +27,10 @@ class Histogram {
   std::uint64_t count() const { return mCount; }
   std::int64_t largest() const { return mLargest; }  // 0 as long as there are no values
 
-  // The mean of the bin in which the middle value lies (the upper one of two); empty without values.
+  // The mean of the bin in which the middle value lies (the upper one of two); empty without values. At most
+  // kMedianError of it away from that value, or less than 1.
   std::optional<double> Median() const;
+  static constexpr double kMedianError = 1.0 / 64;
 
   // The bins after that of `above`, up to and including that of `upTo`.
   Part Between(double above, double upTo) const;

@@ -14,6 +14,9 @@ namespace {
 // this value still stands after a call that found none.
 constexpr int kCarriedFlag = 2;
 
+// One computation in so many is made at log level 0 as well, to measure it: enough for a median, and no burden.
+constexpr std::uint64_t kSilentInterval = 10;
+
 class Stopwatch {
  public:
   std::int64_t PassedNs() const {
@@ -61,6 +64,7 @@ Replay::~Replay() {
 }
 
 void Replay::Listen(std::string_view message) {
+  if (!mIsListening) return;
   mMessages.Add(message);
   if (mSink) mSink(mFrame, message);
 }
@@ -111,7 +115,10 @@ void Replay::Play(std::int32_t sensorId, hosting::StartMonitor const& start) {
   bool const registers = start.operation != Operation::kStart && supported && camera.sensorType != -1;
   if (registers && FindMonitor(camera) == mMonitors.end()) {
     mMonitors.push_back(camera);
-    mCameras[sensorId].newestStoredNs.reset();
+    CameraState& state = mCameras[sensorId];
+    state.newestStoredNs.reset();
+    state.updates = state.delivered = 0;
+    state.hasBeenWarm = false;
   }
   if (!Start(start.operation, camera)) {
     Complain(supported ? fmt::format("camera {}: the platform refused its samples", sensorId)
@@ -156,7 +163,10 @@ void Replay::Play(std::int32_t sensorId, hosting::UpdateSensorData const& update
   Stopwatch const watch;
   mLibrary.UpdateSensorData(sensorId, update.frame, update.timestampNs);
   summary.AddUpdate(update.batch, watch.PassedNs());
-  JudgeBatch(mCameras[sensorId], mMessages, summary);
+  CameraState& state = mCameras[sensorId];
+  ++state.updates;
+  state.delivered += update.batch.size();
+  JudgeBatch(state, mMessages, summary);
 }
 
 FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& calc, Summary& summary) {
@@ -167,6 +177,15 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   outcome.supported = mLibrary.IsSupportSensor(sensorId);
   outcome.flagHanded = calc.matched.value_or(state.matched != 0) && !mOptions.resetMatched;
   state.matched = outcome.flagHanded ? kCarriedFlag : 0;
+  hosting::ExposurePair const& pair = PairOf(calc, type);
+  outcome.startsBeforeTime = pair.exposureNs / 1000 > pair.timestampNs / 1000;  // in us, as the library reckons
+  outcome.updates = state.updates;
+  outcome.delivered = state.delivered;
+  outcome.hasBeenWarm = state.hasBeenWarm;
+  int const* const logLevel = mOptions.switches.logLevel;
+  if (logLevel != nullptr && *logLevel != 0 && mCalculations++ % kSilentInterval == 0) {
+    summary.AddSilentCalculation(AskSilently(state, type, calc, sensorId));
+  }
   CalcOISValueInput input = InputOf(calc);
   Stopwatch const watch;
   mLibrary.CalcOISValue(static_cast<CustShadingType>(type), input, &state.hallX, &state.hallY, calc.frame, sensorId,
@@ -174,16 +193,38 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   std::int64_t const calculateNs = watch.PassedNs();
   outcome.startFound = state.matched == 1;
 
+  state.hasBeenWarm = state.hasBeenWarm || HistoryOf(outcome, mMessages) >= kWindowSize;
   FrameResult result = Judge(outcome, mMessages);
   result.camera = sensorId;
   result.frame = calc.frame;
-  result.timestampNs = PairOf(calc, type).timestampNs;
+  result.timestampNs = pair.timestampNs;
   result.type = type;
   if (!state.hallX.empty()) result.hallX = state.hallX.front();
   if (!state.hallY.empty()) result.hallY = state.hallY.front();
   summary.Add(result, calculateNs);
   if (calc.answer && mOptions.checkAnswers) CheckAnswer(*calc.answer, state, result, summary);
   return result;
+}
+
+// The computation as it is to come, on a copy of the caller's state, without messages and dumps. The library keeps
+// nothing of a computation.
+std::int64_t Replay::AskSilently(CameraState state, std::int32_t type, hosting::CalcOisValue const& calc,
+                                 std::int32_t sensorId) {
+  LibrarySwitches const& switches = mOptions.switches;
+  int const logLevel = std::exchange(*switches.logLevel, 0);
+  int const previewDump = switches.previewDump == nullptr ? 0 : std::exchange(*switches.previewDump, 0);
+  int const captureDump = switches.captureDump == nullptr ? 0 : std::exchange(*switches.captureDump, 0);
+  mIsListening = false;
+  CalcOISValueInput input = InputOf(calc);
+  Stopwatch const watch;
+  mLibrary.CalcOISValue(static_cast<CustShadingType>(type), input, &state.hallX, &state.hallY, calc.frame, sensorId,
+                        state.matched);
+  std::int64_t const calculateNs = watch.PassedNs();
+  mIsListening = true;
+  *switches.logLevel = logLevel;
+  if (switches.previewDump != nullptr) *switches.previewDump = previewDump;
+  if (switches.captureDump != nullptr) *switches.captureDump = captureDump;
+  return calculateNs;
 }
 
 // A batch that begins before the newest stored sample is either split, which the library says, or dropped, which it

@@ -22,6 +22,13 @@ namespace shadingctl {
 // Where the library's messages go besides: the frame's number (empty outside of any) and the message.
 using MessageSink = std::function<void(std::optional<std::uint32_t> frame, std::string_view message)>;
 
+// The library's globals that a host may change between two calls; null where the library exports none.
+struct LibrarySwitches {
+  int* logLevel = nullptr;
+  int* previewDump = nullptr;
+  int* captureDump = nullptr;
+};
+
 // Monitors that the session leaves running are stopped at destruction. The device's messages are listened to in
 // between, so there is one of these at a time.
 class Replay {
@@ -32,6 +39,7 @@ class Replay {
     std::optional<std::int32_t> type;  // of all frames; without it their own, or else a preview
     bool resetMatched = false;         // clear the flag before each frame
     bool checkAnswers = false;         // compare recorded answers with those of the library
+    LibrarySwitches switches;          // without them nothing is measured at log level 0
   };
 
   // `library` must have been constructed with the settings that `device` has now. `sink` may be empty.
@@ -53,6 +61,9 @@ class Replay {
     std::vector<double> hallY;
     int matched = 0;
     std::optional<std::int64_t> newestStoredNs;
+    std::uint64_t updates = 0;  // since the monitor was started, as are the next two
+    std::uint64_t delivered = 0;
+    bool hasBeenWarm = false;
   };
 
   void Play(std::int32_t sensorId, hosting::StartMonitor const& start);
@@ -70,6 +81,8 @@ class Replay {
   void JudgeBatch(CameraState& state, FrameMessages const& messages, Summary& summary);
   void CheckAnswer(hosting::CalcOisValue::Answer const& recorded, CameraState const& state, FrameResult const& result,
                    Summary& summary);
+  std::int64_t AskSilently(CameraState state, std::int32_t type, hosting::CalcOisValue const& calc,
+                           std::int32_t sensorId);
 
   VeyraShadingUtil& mLibrary;
   desktop::Device& mDevice;
@@ -79,7 +92,9 @@ class Replay {
 
   FrameMessages mMessages;
   std::optional<std::uint32_t> mFrame;  // at work
-  std::vector<Camera> mMonitors;        // the library's, in its order
+  bool mIsListening = true;
+  std::uint64_t mCalculations = 0;
+  std::vector<Camera> mMonitors;  // the library's, in its order
   std::map<std::int32_t, CameraState> mCameras;
 };
 

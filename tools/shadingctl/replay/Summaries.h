@@ -1,4 +1,4 @@
-// The closing summaries of a replay, one for each camera.
+// The closing summary of a replay: one for each camera, and what was found in the session.
 #pragma once
 
 #include <cstdint>
@@ -18,20 +18,25 @@ class Summaries {
   // Made at the first mention.
   Summary& Of(std::int32_t sensorId) { return mByCamera.try_emplace(sensorId, mLogLevel).first->second; }
 
-  // What is odd belongs to the session as a whole and stands in the last summary.
+  // At the end of the session.
   void Close(hosting::Oddities const& oddities, std::int64_t replayNs);
+
+  // Frames of all cameras.
+  std::uint64_t frames() const;
+  std::uint64_t CountOf(Match match) const;
 
   // Recorded answers that the library did not give again, of all cameras.
   std::uint64_t differentAnswers() const;
 
-  // That of the only camera, or every camera's below its number.
+  // That of the only camera, or every camera's below its number, and what concerns the whole session.
   std::string Text() const;
-  // That of the only camera, or a list "cameras" of them.
   nlohmann::ordered_json Json() const;
 
  private:
   int mLogLevel;
   std::map<std::int32_t, Summary> mByCamera;
+  std::int64_t mReplayNs = 0;
+  hosting::Oddities mOddities;
 };
 
 }  // namespace shadingctl

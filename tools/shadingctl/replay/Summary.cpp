@@ -32,22 +32,20 @@ void Summary::Add(FrameResult const& result, std::int64_t calculateNs) {
   bool const gotPosition = result.match == Match::kStart || result.match == Match::kCarried;
   if (gotPosition && result.hallX) mHallX.Add(*result.hallX);
   if (gotPosition && result.hallY) mHallY.Add(*result.hallY);
-  if (result.match == Match::kCarried && result.spanAgeUs) mCarriedAgeUs.Add(*result.spanAgeUs);
+  if (result.match == Match::kCarried && result.spanAgeUs) {
+    if (*result.spanAgeUs < 0) ++mCarriedLater;
+    if (*result.spanAgeUs >= 0) mCarriedAgeUs.Add(*result.spanAgeUs);
+  }
+  if (result.match == Match::kNoWindow && result.historySamples && *result.historySamples < kWindowSize) {
+    ++mShortHistory;
+    mLongestShortHistory = std::max(mLongestShortHistory, *result.historySamples);
+  }
   mCalculateNs += calculateNs;
 }
 
 void Summary::AddAnswer(bool isAsRecorded) {
   ++mRecordedAnswers;
   if (!isAsRecorded) ++mDifferentAnswers;
-}
-
-void Summary::Close(hosting::Oddities const& oddities, std::int64_t replayNs) {
-  mOddities = oddities;
-  mReplayNs = replayNs;
-}
-
-double Summary::Percent(std::uint64_t count) const {
-  return mFrames == 0 ? 0 : 100.0 * static_cast<double>(count) / static_cast<double>(mFrames);
 }
 
 double Summary::RecordedNs() const { return static_cast<double>(mLatestNs - mEarliestNs); }

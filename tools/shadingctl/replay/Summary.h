@@ -39,20 +39,26 @@ class Summary {
   void CountDroppedBatch() { Count(mBatches.dropped); }
   // An answer that the recording holds too.
   void AddAnswer(bool isAsRecorded);
-  void Close(hosting::Oddities const& oddities, std::int64_t replayNs);
+  void AddSilentCalculation(std::int64_t calculateNs) { mSilentCalculateNs.Add(calculateNs); }  // at log level 0
 
   std::uint64_t differentAnswers() const { return mDifferentAnswers; }
 
   std::string Text() const;
   nlohmann::ordered_json Json() const;
 
+  double RecordedNs() const;  // from the earliest frame to the latest
+  std::uint64_t frames() const { return mFrames; }
+  std::uint64_t CountOf(Match match) const { return mMatches[static_cast<std::size_t>(match)]; }
+
  private:
   static void Count(std::optional<std::uint64_t>& counter) {
     if (counter) ++*counter;
   }
-  std::uint64_t CountOf(Match match) const { return mMatches[static_cast<std::size_t>(match)]; }
-  double Percent(std::uint64_t count) const;
-  double RecordedNs() const;  // from the earliest frame to the latest
+  std::uint64_t WarmFrames() const { return mFrames - CountOf(Match::kWarmUp); }
+  std::string MatchText() const;
+  std::string CarriedText() const;
+  std::string HistoryText() const;
+  std::string LibraryText() const;
 
   int mLogLevel;
   std::uint64_t mFrames = 0;
@@ -63,15 +69,17 @@ class Summary {
   std::array<std::uint64_t, kMatchCount> mMatches{};
   Range mHallX;  // of the frames that got a position
   Range mHallY;
-  Histogram mCarriedAgeUs;
+  Histogram mCarriedAgeUs;          // of those that are not later than the frame
+  std::uint64_t mCarriedLater = 0;  // the others
+  std::uint64_t mShortHistory = 0;  // frames after the warm-up whose history was too short all the same
+  std::uint64_t mLongestShortHistory = 0;
   std::int64_t mUpdateNs = 0;
   std::int64_t mCalculateNs = 0;
-  std::int64_t mReplayNs = 0;
+  Histogram mSilentCalculateNs;
   SampleHealth mHealth;
   BatchCounts mBatches;
   std::uint64_t mRecordedAnswers = 0;
   std::uint64_t mDifferentAnswers = 0;
-  hosting::Oddities mOddities;
 };
 
 }  // namespace shadingctl

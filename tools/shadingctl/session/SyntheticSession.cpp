@@ -39,7 +39,7 @@ void SyntheticSession::Note(std::optional<std::int32_t> camera, hosting::UpdateS
   auto const count = [&](hosting::Oddity& oddity) {
     if (oddity.count++ == 0) oddity.firstPlace = fmt::format("frame {}", update.frame);
   };
-  if (update.batch.empty()) count(mOddities.framesWithoutSamples);
+  if (update.batch.empty()) count(mOddities.emptyBatches);
   for (auto const& sample : update.batch) {
     auto const [last, isFirst] = mLastSampleNs.try_emplace(camera, sample.timestamp);
     if (!isFirst && sample.timestamp < last->second) count(mOddities.sampleTimesBackward);

@@ -1,0 +1,102 @@
+// Replays that do not come to their end: interrupted, or of a recording that proves broken in the middle.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tests/shadingctl/Program.h"
+
+namespace shadingctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(Ending, AnInterruptedReplayShowsWhatWasPlayed) {
+  TemporaryDirectory const recording;  // more rows than the pipe to the test holds: no replay can end before it is read
+  ASSERT_EQ(RunTool("generate --frames 4000 --hall-rate 300 " + recording.path()).exitCode, 0);
+  struct {
+    char const* options;
+    int signal;
+    int exitCode;
+    bool showsSummary;  // on standard error or in the object
+  } const rows[] = {
+      {"--format json", SIGINT, 130, false},
+      {"--format csv", SIGINT, 130, true},
+      {"--format csv", SIGTERM, 143, true},
+      {"--format csv --quiet", SIGINT, 130, false},
+  };
+  for (auto const& row : rows) {
+    StartedTool tool("replay --log-level 0 " + (row.options + (" " + recording.path())));
+    tool.Await(1000);
+    tool.Signal(row.signal);
+    Outcome const outcome = tool.Finish();
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.options;
+    EXPECT_EQ(outcome.out.back(), '\n') << "the last row is whole";
+    EXPECT_EQ(outcome.err.find("Frames     ") != std::string::npos, row.showsSummary) << outcome.err;
+    EXPECT_NE(outcome.err.find("shadingctl: interrupted\n"), std::string::npos) << outcome.err;
+    if (outcome.out.front() != '{') continue;
+    auto const json = nlohmann::json::parse(outcome.out);
+    EXPECT_EQ(json["complete"], false);
+    EXPECT_EQ(json["error"], "interrupted");
+    EXPECT_EQ(json["summary"]["cameras"][0]["frames"], json["frames"].size());
+    EXPECT_LT(json["frames"].size(), 3000U);
+  }
+}
+
+class SmallRecording : public testing::Test {
+ protected:
+  SmallRecording() { WriteWorkedRecording(mRecording); }
+
+  std::string Path(char const* name) const { return mRecording.path() + "/" + name; }
+
+  TemporaryDirectory const mRecording;
+};
+
+TEST_F(SmallRecording, AWaitForAPipeCanBeInterrupted) {
+  fs::remove(Path("frames.csv"));
+  ASSERT_EQ(mkfifo(Path("frames.csv").c_str(), 0600), 0);
+  StartedTool tool("replay --format json -o " + Path("result") + " " + mRecording.path());
+  int writer = -1;
+  while (writer < 0 && tool.IsRunning()) writer = open(Path("frames.csv").c_str(), O_WRONLY | O_NONBLOCK);
+  ASSERT_EQ(write(writer, "frame,", 6), 6) << "there is a reader, which waits for more now";
+  tool.Signal(SIGINT);
+  Outcome const outcome = tool.Finish();
+  close(writer);
+  EXPECT_EQ(outcome.exitCode, 130);
+  EXPECT_EQ(outcome.err, "shadingctl: interrupted; nothing was written\n");
+  EXPECT_FALSE(fs::exists(Path("result")));
+}
+
+TEST_F(SmallRecording, ThatIsBrokenShowsWhatCameBefore) {
+  mRecording.Write("frames.csv", ReadFile(Path("frames.csv")) + "7,1,1,1\n");
+  std::string const complaint =
+      Path("frames.csv") + ":3: frame: expected a number above 7, the frame before, found '7'";
+  Outcome const json = RunTool("replay --format json " + mRecording.path());
+  EXPECT_EQ(json.exitCode, 3);
+  EXPECT_EQ(json.err, "shadingctl: " + complaint + "\n");
+  auto const result = nlohmann::json::parse(json.out);
+  EXPECT_EQ(result["complete"], false);
+  EXPECT_EQ(result["error"], complaint);
+  EXPECT_EQ(result["frames"].size(), 1U);
+  EXPECT_EQ(result["summary"]["cameras"][0]["frames"], 1);
+
+  Outcome const table = RunTool("replay " + mRecording.path());
+  EXPECT_EQ(table.exitCode, 3);
+  EXPECT_NE(table.out.find("\nFrames     1 (7 to 7)"), std::string::npos) << "the summary all the same";
+
+  Outcome const files = RunTool("replay -o " + Path("result") + " --log " + Path("log") + " " + mRecording.path());
+  EXPECT_EQ(files.exitCode, 3);
+  EXPECT_EQ(files.out.rfind("Frames     ", 0), 0U);
+  EXPECT_EQ(files.err, "shadingctl: " + Path("result") + ": not written, as the replay is not complete\n" +
+                           "shadingctl: " + Path("log") + ": not written, as the replay is not complete\n" +
+                           "shadingctl: " + complaint + "\n");
+  EXPECT_FALSE(fs::exists(Path("result")) || fs::exists(Path("log")));
+}
+
+}  // namespace
+}  // namespace shadingctl

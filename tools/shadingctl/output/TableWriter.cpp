@@ -1,0 +1,114 @@
+#include "tools/shadingctl/output/TableWriter.h"
+
+#include <fmt/format.h>
+
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/shadingctl/output/TableLayout.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr int kTimeDecimals = 3;
+constexpr int kPositionDecimals = 4;  // where it has less room than its nine digits take
+
+template <class Number>
+std::string OrEmpty(std::optional<Number> const& number) {
+  return number ? fmt::format("{}", *number) : std::string();
+}
+
+class TableWriter : public ResultWriter {
+ public:
+  TableWriter(OutputFile& output, bool wide) : mOutput(output) {
+    if (!wide) mWidth = output.TerminalWidth();
+  }
+
+  void Begin(ReplaySettings const& settings) override {
+    mShowsCamera = !settings.camera;
+    mOutput.Write(fmt::format("{}: {}{}, {}, mode {}, log level {}{}\n\n", settings.session,
+                              settings.camera ? fmt::format("camera {}", *settings.camera) : "cameras as recorded",
+                              settings.sensorType ? fmt::format(", sensor type {}", *settings.sensorType) : "",
+                              settings.type ? fmt::format("frame type {}", *settings.type) : "frame types as recorded",
+                              settings.mode, settings.logLevel,
+                              settings.resetMatched ? ", flag cleared before each frame" : ""));
+  }
+
+  void Add(FrameResult const& r) override {
+    if (!mFirst) {
+      mFirst = r;
+      WriteHead();
+    }
+    std::vector<std::string> cells;
+    for (TableColumn const& column : mLayout.columns) cells.push_back(Cell(column, r));
+    mOutput.Write(TableRow(mLayout, cells, r.message));
+  }
+
+  void End(Summaries const& /*summaries*/, std::string const& /*error*/) override {
+    if (!mFirst) WriteHead();
+  }
+
+ private:
+  void WriteHead() {
+    mLayout = FitTable(mWidth, mFirst ? std::to_string(mFirst->frame).size() : 0, mShowsCamera);
+    std::vector<std::string> names;
+    std::vector<std::string> units;
+    for (TableColumn const& column : mLayout.columns) {
+      names.emplace_back(column.name);
+      units.emplace_back(std::strlen(column.unit) <= column.width ? column.unit : "");
+    }
+    mOutput.Write(TableRow(mLayout, names, "note") + TableRow(mLayout, units, ""));
+  }
+
+  std::string Cell(TableColumn const& column, FrameResult const& r) const {
+    switch (column.column) {
+      case Column::kCamera:
+        return std::to_string(r.camera);
+      case Column::kFrame:
+        return std::to_string(r.frame);
+      case Column::kTime: {
+        auto const sinceFirstNs = static_cast<std::int64_t>(r.timestampNs - mFirst->timestampNs);
+        return FitNumber(static_cast<double>(sinceFirstNs) / 1e9, column.width, kTimeDecimals);
+      }
+      case Column::kMatch:
+        return Name(r.match);
+      case Column::kSamples:
+        return OrEmpty(r.samples);
+      case Column::kSpan:
+        return r.startIndex && r.endIndex ? fmt::format("{}-{}", *r.startIndex, *r.endIndex) : "";
+      case Column::kOffset:
+        return OrEmpty(r.offsetUs);
+      case Column::kDistance:
+        // Only of a start. How far away the span of another frame begins, its age says.
+        return r.startDistanceUs && r.startFound ? fmt::format("{}/{}", *r.startDistanceUs, kToleranceUs) : "";
+      case Column::kAge:
+        return OrEmpty(r.spanAgeUs);
+      case Column::kHallX:
+        return PositionCell(column, r.hallX);
+      case Column::kHallY:
+        return PositionCell(column, r.hallY);
+    }
+    return {};
+  }
+
+  std::string PositionCell(TableColumn const& column, std::optional<double> const& position) const {
+    if (!position) return {};
+    return mLayout.narrow ? FitNumber(*position, column.width, kPositionDecimals) : PositionText(*position);
+  }
+
+  OutputFile& mOutput;
+  bool mShowsCamera = false;
+  std::optional<std::size_t> mWidth;
+  TableLayout mLayout;
+  std::optional<FrameResult> mFirst;
+};
+
+}  // namespace
+
+std::unique_ptr<ResultWriter> MakeTableWriter(OutputFile& output, bool wide) {
+  return std::make_unique<TableWriter>(output, wide);
+}
+
+}  // namespace shadingctl
