@@ -5,7 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cfloat>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -18,21 +20,28 @@
 
 #include "hosting/FileDescriptor.h"
 #include "hosting/Interruption.h"
+#include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 
 namespace hosting {
+
+// What is noticed while the parser's bytes go by.
+struct FileNotes {
+  std::string firstLine;     // its beginning
+  bool lastLineEnds = true;  // known once everything is read
+};
+
 namespace {
+
+constexpr std::size_t kNotedLine = 200;  // more than a message shows of it
 
 // The bytes of a file for the parser, with an end of line at the end in any case: the parser looks one byte past the
 // last line to find it. A zero byte would end a line unnoticed, so it is refused.
 class FileBytes : public io::ByteSourceBase {
  public:
   // A pipe is waited for when it is read, not here, so that the wait can be interrupted.
-  // Sets `lastLineEnds` to whether the file ends with an end of line, once that is known.
-  FileBytes(std::string const& path, bool& lastLineEnds)
-      : mPath(path),
-        mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)),
-        mLastLineEnds(lastLineEnds) {
+  FileBytes(std::string const& path, FileNotes& notes)
+      : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)), mNotes(notes) {
     struct stat status = {};
     if (!mFile || fstat(mFile.number(), &status) != 0) Fail(errno);
     mMustWait = !S_ISREG(status.st_mode);
@@ -52,11 +61,15 @@ class FileBytes : public io::ByteSourceBase {
       throw UnusableInput(fmt::format("{}: expected text, found a zero byte at offset {}", mPath,
                                       mOffset + (static_cast<char const*>(zero) - buffer)));
     }
+    if (mOffset == 0) {
+      std::string_view const beginning(buffer, std::min(got, kNotedLine));
+      mNotes.firstLine = beginning.substr(0, beginning.find_first_of("\r\n"));
+    }
     mOffset += static_cast<std::int64_t>(got);
     if (got > 0) mLast = buffer[got - 1];
     if (got < wanted && mLast != '\n') {
       mLast = buffer[got++] = '\n';
-      mLastLineEnds = false;
+      mNotes.lastLineEnds = false;
     }
     return static_cast<int>(got);
   }
@@ -71,7 +84,7 @@ class FileBytes : public io::ByteSourceBase {
   bool mMustWait = false;
   std::int64_t mOffset = 0;
   char mLast = '\n';
-  bool& mLastLineEnds;
+  FileNotes& mNotes;
 };
 
 }  // namespace
@@ -83,7 +96,7 @@ class CsvFile::Reader {
   virtual bool Names(char const* column) const = 0;
   virtual bool ReadRow(std::vector<char*>& fields) = 0;
   virtual unsigned int line() const = 0;
-  virtual bool LastLineEnds() const = 0;
+  virtual FileNotes const& notes() const = 0;
 };
 
 // The parser takes the number of its columns at compile time, and each of them as an argument of its own.
@@ -91,13 +104,13 @@ template <std::size_t N>
 class CsvFile::ReaderOf : public CsvFile::Reader {
  public:
   explicit ReaderOf(std::string const& path)
-      : mParser(path, std::unique_ptr<io::ByteSourceBase>(std::make_unique<FileBytes>(path, mLastLineEnds))) {}
+      : mParser(path, std::unique_ptr<io::ByteSourceBase>(std::make_unique<FileBytes>(path, mNotes))) {}
 
   void ReadHeader(std::vector<Column> const& columns) override { ReadHeader(columns, std::make_index_sequence<N>()); }
   bool Names(char const* column) const override { return mParser.has_column(column); }
   bool ReadRow(std::vector<char*>& fields) override { return ReadRow(fields, std::make_index_sequence<N>()); }
   unsigned int line() const override { return mParser.get_file_line(); }
-  bool LastLineEnds() const override { return mLastLineEnds; }
+  FileNotes const& notes() const override { return mNotes; }
 
  private:
   template <std::size_t... I>
@@ -110,7 +123,7 @@ class CsvFile::ReaderOf : public CsvFile::Reader {
     return mParser.read_row(fields[I]...);
   }
 
-  bool mLastLineEnds = true;  // before the parser, which may read the whole file at once
+  FileNotes mNotes;  // before the parser, which may read the whole file at once
   io::CSVReader<N, io::trim_chars<' ', '\t'>, io::no_quote_escape<','>, io::throw_on_overflow, io::empty_line_comment>
       mParser;
 };
@@ -125,8 +138,8 @@ CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLin
   try {
     mReader->ReadHeader(mColumns);
   } catch (io::error::duplicated_column_in_header const& error) {
-    throw UnusableInput(
-        fmt::format("{}: {}: expected this column once, the header names it again", Place(), error.column_name));
+    throw UnusableInput(fmt::format("{}: {}: expected this column once, the header names it again: {}", Place(),
+                                    error.column_name, Quoted(mReader->notes().firstLine)));
   } catch (io::error::header_missing const&) {
     std::vector<char const*> names;
     for (Column const& column : mColumns) {
@@ -141,7 +154,8 @@ CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLin
   }
   for (Column const& column : mColumns) {
     if (!column.required || mReader->Names(column.name)) continue;
-    throw UnusableInput(fmt::format("{}: {}: expected this column, the header does not name it", Place(), column.name));
+    throw UnusableInput(fmt::format("{}: {}: expected this column, the header does not name it: {}", Place(),
+                                    column.name, Quoted(mReader->notes().firstLine)));
   }
 }
 
@@ -161,7 +175,7 @@ bool CsvFile::Next() {
   } catch (io::error::base const& error) {
     throw UnusableInput(fmt::format("{}: {}", Place(), error.what()));
   }
-  if (mLastLineMustEnd && !mReader->LastLineEnds()) {
+  if (mLastLineMustEnd && !mReader->notes().lastLineEnds) {
     throw UnusableInput(fmt::format("{}: expected the end of a line, found the end of the file: it was cut", Place()));
   }
   return false;
@@ -173,7 +187,7 @@ std::string CsvFile::Place() const { return fmt::format("{}:{}", mPath, line());
 
 void CsvFile::Complain(std::size_t column, std::string const& expected) const {
   throw UnusableInput(
-      fmt::format("{}: {}: expected {}, found '{}'", Place(), mColumns[column].name, expected, mFields[column]));
+      fmt::format("{}: {}: expected {}, found {}", Place(), mColumns[column].name, expected, Quoted(mFields[column])));
 }
 
 std::string_view CsvFile::Text(std::size_t column) const {
@@ -208,10 +222,17 @@ std::int64_t CsvFile::Signed64(std::size_t column) const {
 }
 
 float CsvFile::Finite(std::size_t column) const {
-  constexpr char const* kExpected = "a decimal number";
-  auto const number = Parse<float>(column, kExpected);
-  if (!std::isfinite(number)) Complain(column, kExpected);
-  return number;
+  std::string_view const text = Text(column);
+  char const* const last = text.data() + text.size();
+  float number = 0;
+  auto const [end, error] = std::from_chars(text.data(), last, number);
+  bool const isRead = error != std::errc::invalid_argument && end == last;
+  if (!isRead || !std::isfinite(number)) Complain(column, "a decimal number");
+  if (error == std::errc{}) return number;
+  double wide = 0;
+  bool const isTiny = std::from_chars(text.data(), last, wide).ec == std::errc{} && std::abs(wide) < 1;
+  if (!isTiny) Complain(column, fmt::format("a number that single precision holds, at most {:.8g}", FLT_MAX));
+  return 0;
 }
 
 bool CsvFile::Flag(std::size_t column) const {

@@ -3,9 +3,11 @@
 #include <dlfcn.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
+#include "hosting/LibraryFile.h"
 #include "hosting/UnusableInput.h"
 
 namespace hosting {
@@ -22,10 +24,24 @@ namespace {
 // A path without a slash would be searched for in the system's directories.
 std::string FileOf(std::string const& path) { return path.find('/') == std::string::npos ? "./" + path : path; }
 
+bool IsLoaded(void const* address) {
+  Dl_info info = {};
+  return address != nullptr && dladdr(address, &info) != 0;
+}
+
+// The host calls through the object's table; one that is not there would end the process.
+bool HasTable(VeyraShadingUtil const* object) {
+  constexpr int kEntries = 13;
+  void const* const* const table = *reinterpret_cast<void const* const* const*>(object);
+  if (!IsLoaded(table)) return false;
+  return std::all_of(table, table + kEntries, IsLoaded);
+}
+
 }  // namespace
 
 VeyraShadingUtil& LoadShadingLibrary(std::string const& path) {
   std::string const file = FileOf(path);
+  CheckLibraryFile(path);
   void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) throw UnusableInput(fmt::format("{}: cannot be loaded: {}", path, dlerror()));
   void* const symbol = dlsym(library, "createInstance");
@@ -33,6 +49,9 @@ VeyraShadingUtil& LoadShadingLibrary(std::string const& path) {
   auto const createInstance = reinterpret_cast<VeyraShadingUtil* (*)()>(symbol);
   VeyraShadingUtil* const object = createInstance();
   if (object == nullptr) throw UnusableInput(fmt::format("{}: createInstance hands out no object", path));
+  if (!HasTable(object)) {
+    throw UnusableInput(fmt::format("{}: createInstance hands out an object without a table of operations", path));
+  }
   return *object;
 }
 

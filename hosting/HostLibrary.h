@@ -14,8 +14,8 @@ std::string DefaultLibraryPath();
 // properties and its sensor map in this call, so the device is configured before. The library stays loaded, as its
 // object lives until the process ends.
 //
-// Throws UnusableInput, with the loader's own words, when the library cannot be loaded, has no createInstance or hands
-// out no object.
+// Throws UnusableInput when the file is no whole library for this processor, cannot be loaded (with the loader's own
+// words), has no createInstance, or hands out no object with a table of operations.
 VeyraShadingUtil& LoadShadingLibrary(std::string const& path);
 
 // A plain int that the loaded library at `path` exports, such as gLogLevel; null when it exports none of that name.

@@ -133,6 +133,12 @@ class KeyWatch {
     return true;
   }
 
+  Place Here() const {
+    Place place;
+    for (Level const& level : mLevels) place = level.isList ? place / level.index : place / level.key;
+    return place;
+  }
+
  private:
   struct Level {
     bool isList;
@@ -141,20 +147,16 @@ class KeyWatch {
     std::set<std::string> keys;
   };
 
-  Place Here() const {
-    Place place;
-    for (Level const& level : mLevels) place = level.isList ? place / level.index : place / level.key;
-    return place;
-  }
-
   std::string const& mFile;
   std::vector<Level> mLevels;
 };
 
 json Parse(std::string const& file, std::string const& text) {
+  KeyWatch watch(file);
   try {
-    KeyWatch watch(file);
     return json::parse(text, std::ref(watch));
+  } catch (json::out_of_range const&) {
+    Refuse(file, watch.Here(), "a number that a double holds");
   } catch (json::parse_error const& error) {
     // error.byte counts from 1 and is the last character that was read.
     std::string const before = text.substr(0, error.byte == 0 ? 0 : error.byte - 1);

@@ -131,6 +131,8 @@ INSTANTIATE_TEST_SUITE_P(
                    ": /configuration/F/k/1: expected an integer from -2147483648 to 2147483647"},
         BrokenFile{"ValueText", R"({"configuration": {"F": {"k": "1"}}})",
                    ": /configuration/F/k: expected an integer from -2147483648 to 2147483647 or a list of them"},
+        BrokenFile{"NumberBeyondADouble", R"({"sensors": [{}, {"device": 1e999}]})",
+                   ": /sensors/1/device: expected a number that a double holds"},
         BrokenFile{"SensorsNoList", R"({"sensors": {}})", ": /sensors: expected a list"},
         BrokenFile{"SensorTwice", R"({"sensors": [{"sensorId": 5, "sensorIndex": 0, "device": 1}, {"sensorId": 5}]})",
                    ": /sensors/1/sensorId: expected a sensorId that no other sensor has"},

@@ -69,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(
         Broken{"UnknownBatches", kSettings + "batches,some\n", "", "",
                "DIR/recording.csv:3: value: expected delivered or filed, found 'some'"},
         Broken{"NoKind", kSettings, "call,camera\n", kSamples,
-               "DIR/calls.csv:1: kind: expected this column, the header does not name it"},
+               "DIR/calls.csv:1: kind: expected this column, the header does not name it: 'call,camera'"},
         Call("UnknownKind", "3,halt,0,,,,,,,,,,,,,\n",
              "DIR/calls.csv:4: kind: expected one of register, start, register_start, stop, readout, update and "
              "calculate, found 'halt'"),

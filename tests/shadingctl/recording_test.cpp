@@ -52,10 +52,12 @@ INSTANTIATE_TEST_SUITE_P(
         Broken{"EmptyFile", "", kHall,
                "DIR/frames.csv:1: expected a header that names the columns frame, timestamp_ns, exposure_ns and "
                "rolling_shutter_ns, found nothing"},
-        Broken{"MissingColumn", kFrames, "frame,timestamp_ns,hall_x\n1,900,1\n",
-               "DIR/hall.csv:1: hall_y: expected this column, the header does not name it"},
+        Broken{
+            "MissingColumn", kFrames, "frame,timestamp_ns,hall_x\n1,900,1\n",
+            "DIR/hall.csv:1: hall_y: expected this column, the header does not name it: 'frame,timestamp_ns,hall_x'"},
         Broken{"ColumnTwice", kFrames, "frame,hall_x,timestamp_ns,hall_x,hall_y\n",
-               "DIR/hall.csv:1: hall_x: expected this column once, the header names it again"},
+               "DIR/hall.csv:1: hall_x: expected this column once, the header names it again: "
+               "'frame,hall_x,timestamp_ns,hall_x,hall_y'"},
         Broken{"TooFewFields", kFrames, Hall("1,950,1\n"),
                "DIR/hall.csv:3: expected as many fields as the header names, found fewer"},
         Broken{"TooManyFields", kFrames, Hall("1,950,1,2,3\n"),
@@ -69,7 +71,13 @@ INSTANTIATE_TEST_SUITE_P(
         Broken{"EndlessPosition", kFrames, Hall("1,950,inf,2\n"),
                "DIR/hall.csv:3: hall_x: expected a decimal number, found 'inf'"},
         Broken{"PositionBeyondSinglePrecision", kFrames, Hall("1,950,1e39,2\n"),
-               "DIR/hall.csv:3: hall_x: expected a decimal number, found '1e39'"},
+               "DIR/hall.csv:3: hall_x: expected a number that single precision holds, at most 3.4028235e+38, found "
+               "'1e39'"},
+        Broken{"PositionBeyondAnyPrecision", kFrames, Hall("1,950,1,-1e999\n"),
+               "DIR/hall.csv:3: hall_y: expected a number that single precision holds, at most 3.4028235e+38, found "
+               "'-1e999'"},
+        Broken{"ControlBytes", kFrames, Hall("1,950,\x1b[2J,2\n"),
+               "DIR/hall.csv:3: hall_x: expected a decimal number, found '\\x1b[2J'"},
         Broken{"TimeBeyond64Bits", kFrames, Hall("1,9223372036854775808,1,2\n"),
                "DIR/hall.csv:3: timestamp_ns: expected a whole number of 64 bits, found '9223372036854775808'"},
         Broken{"NegativeExposure", Frames("6,2000,-1,20\n"), kHall,

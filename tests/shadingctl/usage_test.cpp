@@ -36,9 +36,8 @@ INSTANTIATE_TEST_SUITE_P(
         CommandLine{"replay --format xml", 2, "xml"}, CommandLine{"replay --log-level -1", 2, "--log-level"},
         CommandLine{"generate", 2, "DIR is required"}, CommandLine{"generate x --drop 0.9", 2, "--drop"},
         CommandLine{"replay --device /no/device", 3, "/no/device/device.json: cannot be read"},
-        CommandLine{"replay --library /no/library.so", 3,
-                    "/no/library.so: cannot be loaded: /no/library.so: cannot open shared object file"},
-        CommandLine{"replay --library " GOLDEN "/builtin.csv", 3, "invalid ELF header"},
+        CommandLine{"replay --library /no/library.so", 3, "/no/library.so: cannot be read: No such file or directory"},
+        CommandLine{"replay --library " GOLDEN "/builtin.csv", 3, "builtin.csv: is no library: expected an ELF file"},
         CommandLine{"replay --library " OTHER_LIBRARY, 3, "liblog.so: is no shading library: "},
         CommandLine{"replay -o /no/result.csv", 3, "/no/result.csv: cannot be written: No such file or directory"},
         CommandLine{"replay --format csv -o /dev/full", 3, "/dev/full: cannot be written: No space left on device"},
@@ -50,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(
         CommandLine{"calibration --all --camera 1", 2, "excludes"},
         CommandLine{"calibration --raw block.bin", 2, "--camera"}, CommandLine{"calibration --format xml", 2, "xml"},
         CommandLine{"calibration --device /no/device", 3, "/no/device/device.json: cannot be read"},
-        CommandLine{"calibration --library /no/library.so", 3, "/no/library.so: cannot be loaded"},
+        CommandLine{"calibration --library /no/library.so", 3, "/no/library.so: cannot be read"},
         CommandLine{"calibration -o /dev/full", 3, "/dev/full: cannot be written"},
         CommandLine{"calibration --camera 0 --raw /dev/full", 3, "/dev/full: cannot be written"}));
 

@@ -8,8 +8,12 @@
 #include <limits>
 #include <system_error>
 
+#include "hosting/QuotedText.h"
+
 namespace shadingctl {
 namespace {
+
+using hosting::Quoted;
 
 constexpr std::size_t kDecimals = 6;
 
@@ -47,17 +51,6 @@ bool IsFixed(std::string_view text, double& number) {
                         text.find('.', point + 1) == std::string_view::npos && (text[0] != '0' || point == 1);
   if (!hasShape) return false;
   return std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc();
-}
-
-// What stands in a line, for a message: without bytes that a terminal would act on, and not too much of it.
-std::string Quoted(std::string_view line) {
-  constexpr std::size_t kShown = 60;
-  std::string text = "'";
-  for (char const c : line.substr(0, kShown)) {
-    auto const byte = static_cast<unsigned char>(c);
-    text += c == '\t' ? "\\t" : byte < 0x20 || byte >= 0x7F ? fmt::format("\\x{:02x}", byte) : std::string(1, c);
-  }
-  return text + (line.size() > kShown ? "...'" : "'");
 }
 
 // Goes through a text line by line.
