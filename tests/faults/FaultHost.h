@@ -15,6 +15,12 @@ struct Answer {
   std::string answer;
 };
 
+// True on this thread while it is inside a call of the library.
+extern thread_local bool isInsideLibrary;
+
+// Empty when every answer is the usual one or a documented default.
+std::string JudgeAnswers(std::vector<Answer> const& answers);
+
 class FaultHost {
  public:
   // Loads the library on the built-in device; `logLevel` 4 with the file sink on, so that every message is formatted.
@@ -35,6 +41,9 @@ class FaultHost {
   std::string AskTable(int camera);
   std::string AskBlock(int camera);
   std::string Stop(int sensorId);
+
+  // After a session in which something failed: empty when another camera lacks nothing and no lock is left behind.
+  std::string UseAfterwards();
 
   SharedObject const& library() const { return mLibrary; }
 
