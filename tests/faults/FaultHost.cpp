@@ -123,7 +123,7 @@ std::string FaultHost::Calc(int sensorId, unsigned int frame) {
 
 std::string FaultHost::AskSamples(int sensorId, unsigned int frame) {
   using Query = void (*)(ShadingTable*, Samples&, int, unsigned int, unsigned long);
-  auto const query = mLibrary.Find<Query>("_ZN16VeyraShadingUtil15QuerySensorDataER" SENSOR_DATA_VECTOR "ijm");
+  auto const query = mLibrary.Find<Query>(kQuerySensorData);
   Samples samples;
   Inside([&] { query(mTable, samples, sensorId, frame, 0); });
   return std::to_string(samples.size());

@@ -11,7 +11,7 @@
 // The exported operation QuerySensorData; a standard library's vector is part of its name.
 #ifdef _LIBCPP_VERSION
 constexpr char kQuerySensorData[] =
-    "_ZN16VeyraShadingUtil15QuerySensorDataERNSt3__16vectorIN5NSCam5Utils10SensorDataENS1_9allocatorIS5_EEEEijm";
+    "_ZN16VeyraShadingUtil15QuerySensorDataERNSt3__16vectorIN5NSCam5Utils10SensorDataENS0_9allocatorIS4_EEEEijm";
 #else
 constexpr char kQuerySensorData[] =
     "_ZN16VeyraShadingUtil15QuerySensorDataERSt6vectorIN5NSCam5Utils10SensorDataESaIS3_EEijm";
@@ -38,13 +38,6 @@ class ShadingTable {
   virtual void Calc(std::int32_t type, FrameInput& input, std::vector<double>* x, std::vector<double>* y,
                     unsigned int const& frame, int const& sensorId, int& matched) = 0;
 };
-
-// The mangled name of a vector of samples, where it is the first parameter of an operation.
-#ifdef _LIBCPP_VERSION
-#define SENSOR_DATA_VECTOR "NSt3__16vectorIN5NSCam5Utils10SensorDataENS0_9allocatorIS4_EEEE"
-#else
-#define SENSOR_DATA_VECTOR "St6vectorIN5NSCam5Utils10SensorDataESaIS3_EE"
-#endif
 
 struct SharedObject {
   SharedObject() : handle(dlopen(LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL)) { EXPECT_NE(handle, nullptr) << dlerror(); }
