@@ -22,7 +22,7 @@ bool CanAllocate(std::size_t size) {
 
 }  // namespace
 
-void VeyraShadingUtil::ReadProperties() {
+void VeyraShadingUtil::ReadProperties() noexcept {
   using NSCam::Utils::Properties::property_get_int32;
   gLogLevel = property_get_int32("vendor.veyra.3a.lscutil.log", 0);
   g_preOisDump = property_get_int32("vendor.debug.preview.lsc.ois.dump", 0);
@@ -32,7 +32,7 @@ void VeyraShadingUtil::ReadProperties() {
 
 // The list of (sensorId, sensorType) pairs, flat. Nothing about its size is trusted: an odd count, or one for which
 // there is no memory, leaves the map empty.
-void VeyraShadingUtil::ReadSensorMap(char const* caller) {
+void VeyraShadingUtil::ReadSensorMap(char const* caller) noexcept {
   unsigned int const count = GetValuesCount(kOisFeature, kSensorMapKey);
   if (count == 0 || count % 2 != 0) return;
 

@@ -122,14 +122,15 @@ class LSC_EXPORT VeyraShadingUtil {
   static lsc::Mutex mSingleMutex;
 
  private:
-  void ReadProperties();
-  void ReadSensorMap(char const* caller);  // messages bear the name of `caller`
+  void ReadProperties() noexcept;
+  void ReadSensorMap(char const* caller) noexcept;  // messages bear the name of `caller`
 
   // The first registered monitor that has the sensorId, or either of the pair; null when there is none.
-  VeyraSensorMonitor* FindMonitor(int sensorId) const LSC_REQUIRES(mMonitorMutex);
-  VeyraSensorMonitor* FindMonitor(int sensorId, int sensorType) const LSC_REQUIRES(mMonitorMutex);
+  VeyraSensorMonitor* FindMonitor(int sensorId) const noexcept LSC_REQUIRES(mMonitorMutex);
+  VeyraSensorMonitor* FindMonitor(int sensorId, int sensorType) const noexcept LSC_REQUIRES(mMonitorMutex);
 
   void AddMonitor(int sensorId, int sensorType) noexcept LSC_REQUIRES(mMonitorMutex);
+  void RemoveMonitor(VeyraSensorMonitor const* monitor) noexcept LSC_REQUIRES(mMonitorMutex);
 
   // The samples that QuerySensorData copies, in place: valid while mMonitorMutex is held. Writes the same messages;
   // `outputSize` is the size that they give when nothing is found.
@@ -181,8 +182,8 @@ class VeyraShadingUtil::VeyraSensorData {
   void getDataByTimestamp(unsigned long time, Samples& out) noexcept LSC_EXCLUDES(mDataMutex);
 
   // The samples that the two operations above copy, in place; empty when there are none. With the same messages.
-  lsc::SampleRange findByFrame(unsigned int frameNumber) const;
-  lsc::SampleRange findByTimestamp(unsigned long time) LSC_EXCLUDES(mDataMutex);
+  lsc::SampleRange findByFrame(unsigned int frameNumber) const noexcept;
+  lsc::SampleRange findByTimestamp(unsigned long time) noexcept LSC_EXCLUDES(mDataMutex);
 
   // What became of a batch: the samples of the new frame or, when it was discarded, those of the sorted batch.
   struct Insertion {
@@ -196,13 +197,13 @@ class VeyraShadingUtil::VeyraSensorData {
   // `batch` are unspecified afterwards. Requires: `batch` is not empty.
   Insertion insert(unsigned int frameNumber, Samples& batch) noexcept LSC_EXCLUDES(mDataMutex);
 
-  void clear() LSC_EXCLUDES(mDataMutex);
+  void clear() noexcept LSC_EXCLUDES(mDataMutex);
 
  private:
   // Inserts a non-empty batch; answers the new frame's samples, or null when the batch was discarded.
   Samples const* insertSorted(unsigned int frameNumber, Samples& batch) LSC_REQUIRES(mDataMutex);
 
-  lsc::SampleRange locate(unsigned long time) const LSC_REQUIRES(mDataMutex);
+  lsc::SampleRange locate(unsigned long time) const noexcept LSC_REQUIRES(mDataMutex);
 
   unsigned int mMaxFrames;
   lsc::Mutex mDataMutex;
@@ -234,7 +235,7 @@ class VeyraShadingUtil::VeyraSensorMonitor {
 
   // The samples that getSensorData copies, in place; empty when there are none. Writes the same messages; `outputSize`
   // is the size that they give when nothing is found.
-  lsc::SampleRange findSensorData(unsigned int frameNumber, unsigned long time, std::size_t outputSize);
+  lsc::SampleRange findSensorData(unsigned int frameNumber, unsigned long time, std::size_t outputSize) noexcept;
 
   bool isFor(int sensorId) const { return mSensorId == sensorId; }
   bool isForEither(int sensorId, int sensorType) const { return mSensorId == sensorId || mSensorType == sensorType; }

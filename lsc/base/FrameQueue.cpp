@@ -13,7 +13,7 @@ std::size_t PowerOfTwoFrom(std::size_t count) {
 
 FrameQueue::FrameQueue(std::size_t maxFrames) noexcept : mSlots(PowerOfTwoFrom(maxFrames)), mMask(mSlots.size() - 1) {}
 
-void FrameQueue::clear() {
+void FrameQueue::clear() noexcept {
   for (Frame& frame : mSlots) Samples().swap(frame.second);
   mSize = 0;
   mSampleCount = 0;

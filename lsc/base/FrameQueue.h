@@ -67,7 +67,7 @@ class FrameQueue {
   }
 
   // Drops all frames and gives the memory of their samples back.
-  void clear();
+  void clear() noexcept;
 
  private:
   // Capacity that is kept: 8 times the average frame, so that batches of uneven sizes settle, and in any case 128

@@ -22,7 +22,7 @@ class FrameSamples {
  public:
   // Requires: the range is not empty.
   void matchAndCopy(SampleRange const& range, lsc::Readout const& readout, bool fallBackToOldest,
-                    bool messagesAreWanted);
+                    bool messagesAreWanted) noexcept;
 
   bool startIsNear;
   HallRun span;
@@ -39,7 +39,7 @@ class FrameSamples {
 
 // Flattened: calls would cost 20 ns with the lock held.
 [[gnu::flatten]] void FrameSamples::matchAndCopy(SampleRange const& range, lsc::Readout const& readout,
-                                                 bool fallBackToOldest, bool messagesAreWanted) {
+                                                 bool fallBackToOldest, bool messagesAreWanted) noexcept {
   lsc::ReadoutMatch const found = lsc::MatchReadout(range, readout, fallBackToOldest);
   startIsNear = found.start.has_value();
   if (messagesAreWanted) return copyWindow(range, found);

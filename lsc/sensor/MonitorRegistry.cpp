@@ -12,14 +12,14 @@ constexpr int kNoSensor = -1;  // a host's "none", in place of a sensorId or a s
 
 }  // namespace
 
-VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId) const {
+VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId) const noexcept {
   for (auto const& monitor : mSensorMonitors) {
     if (monitor->isFor(sensorId)) return monitor.get();
   }
   return nullptr;
 }
 
-VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId, int sensorType) const {
+VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId, int sensorType) const noexcept {
   for (auto const& monitor : mSensorMonitors) {
     if (monitor->isForEither(sensorId, sensorType)) return monitor.get();
   }
@@ -28,6 +28,11 @@ VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId
 
 [[gnu::cold]] void VeyraShadingUtil::AddMonitor(int sensorId, int sensorType) noexcept {
   mSensorMonitors.push_back(std::make_shared<VeyraSensorMonitor>(sensorId, sensorType));
+}
+
+[[gnu::cold]] void VeyraShadingUtil::RemoveMonitor(VeyraSensorMonitor const* monitor) noexcept {
+  mSensorMonitors.erase(std::find_if(mSensorMonitors.begin(), mSensorMonitors.end(),
+                                     [monitor](auto const& held) { return held.get() == monitor; }));
 }
 
 [[gnu::cold]] bool VeyraShadingUtil::RegisterAndStartSensorMonitor(int sensorId, int sensorType) {
@@ -68,8 +73,7 @@ VeyraShadingUtil::VeyraSensorMonitor* VeyraShadingUtil::FindMonitor(int sensorId
     return;
   }
   monitor->disableSensor();
-  mSensorMonitors.erase(std::find_if(mSensorMonitors.begin(), mSensorMonitors.end(),
-                                     [monitor](auto const& held) { return held.get() == monitor; }));
+  RemoveMonitor(monitor);
   LSC_LOGI("Stop sensorId:%d sensorType:%d, mSensorMonitors.size:%lu", sensorId, sensorType, mSensorMonitors.size());
 }
 

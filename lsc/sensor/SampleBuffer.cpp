@@ -123,7 +123,7 @@ VeyraShadingUtil::VeyraSensorData::Insertion VeyraShadingUtil::VeyraSensorData::
 }
 
 // Takes no lock: every call comes with mMonitorMutex held, which keeps pushValue and clear away.
-SampleRange VeyraShadingUtil::VeyraSensorData::findByFrame(unsigned int frameNumber) const
+SampleRange VeyraShadingUtil::VeyraSensorData::findByFrame(unsigned int frameNumber) const noexcept
     LSC_NO_THREAD_SAFETY_ANALYSIS {
   std::size_t remaining = 0;
   for (std::size_t frame = mFrameQueue.size(); frame-- > 0;) {
@@ -134,7 +134,7 @@ SampleRange VeyraShadingUtil::VeyraSensorData::findByFrame(unsigned int frameNum
   return {};
 }
 
-SampleRange VeyraShadingUtil::VeyraSensorData::locate(unsigned long time) const {
+SampleRange VeyraShadingUtil::VeyraSensorData::locate(unsigned long time) const noexcept {
   constexpr char kOperation[] = "getDataByTimestamp";
   std::size_t const count = mFrameQueue.sampleCount();
   LSC_LOGI_NONZERO_FOR(kOperation, " total data size:%lu", count);
@@ -151,7 +151,7 @@ SampleRange VeyraShadingUtil::VeyraSensorData::locate(unsigned long time) const 
   return {mFrameQueue, first, lsc::kWindowSize};
 }
 
-SampleRange VeyraShadingUtil::VeyraSensorData::findByTimestamp(unsigned long time) {
+SampleRange VeyraShadingUtil::VeyraSensorData::findByTimestamp(unsigned long time) noexcept {
   lsc::MutexLock const lock(mDataMutex);
   return locate(time);
 }
@@ -165,7 +165,7 @@ void VeyraShadingUtil::VeyraSensorData::getDataByTimestamp(unsigned long time, S
   locate(time).copyTo(out);
 }
 
-void VeyraShadingUtil::VeyraSensorData::clear() {
+void VeyraShadingUtil::VeyraSensorData::clear() noexcept {
   lsc::MutexLock const lock(mDataMutex);
   mFrameQueue.clear();
 }

@@ -23,7 +23,7 @@ lsc::SampleRange VeyraShadingUtil::FindSamples(int sensorId, unsigned int frameN
 }
 
 lsc::SampleRange VeyraShadingUtil::VeyraSensorMonitor::findSensorData(unsigned int frameNumber, unsigned long time,
-                                                                      std::size_t outputSize) {
+                                                                      std::size_t outputSize) noexcept {
   constexpr char kOperation[] = "getSensorData";
   lsc::SampleRange found;
   if (!mSensorProvider) return found;

@@ -27,10 +27,17 @@ void ThrowFromCall(char const* call) {
   }
 }
 
-// Writes the names of the functions on the stack to standard error, without taking memory.
+// Writes the names of the functions on the stack to standard error, without operator new. An address on the stack is
+// that of the instruction after the call.
 [[noreturn]] void TellStack() {
   void* frames[64];
-  backtrace_symbols_fd(frames, backtrace(frames, 64), STDERR_FILENO);
+  int const count = backtrace(frames, 64);
+  for (int i = 0; i < count; ++i) {
+    Dl_info function = {};
+    if (dladdr(static_cast<char*>(frames[i]) - 1, &function) != 0 && function.dli_sname != nullptr) {
+      dprintf(STDERR_FILENO, "%s\n", function.dli_sname);
+    }
+  }
   std::abort();
 }
 
