@@ -49,6 +49,7 @@ int Run(int argc, char** argv) {
   shadingctl::Command chosen;
   shadingctl::AddReplayCommand(app, chosen);
   shadingctl::AddGenerateCommand(app, chosen);
+  shadingctl::AddBudgetCommand(app, chosen);
   shadingctl::AddCalibrationCommand(app, chosen);
   shadingctl::AddDumpsCommand(app, chosen);
   shadingctl::AddDoctorCommand(app, chosen);

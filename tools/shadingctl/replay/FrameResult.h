@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "hosting/LibraryNumbers.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
 #include "tools/shadingctl/replay/FrameTiming.h"
 
@@ -38,8 +39,7 @@ enum class SpanEnd {
 // "near", "last"
 char const* Name(SpanEnd end);
 
-// The library's history forgets all but the batches of so many frames. Only counted by; the library decides by its own.
-constexpr std::uint64_t kHistoryFrames = 30;
+using hosting::kHistoryFrames;
 
 struct FrameResult {
   std::uint32_t frame = 0;

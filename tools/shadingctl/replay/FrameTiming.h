@@ -9,15 +9,13 @@
 #include <optional>
 #include <vector>
 
+#include "hosting/LibraryNumbers.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
 
 namespace shadingctl {
 
-// The library's tolerance between a sample and either end of the readout, us. Only shown and counted by; the library
-// decides by its own.
-constexpr int kToleranceUs = 1500;
-
-constexpr std::size_t kWindowSize = 100;  // samples that the library looks at, and the least that its history must hold
+using hosting::kToleranceUs;
+using hosting::kWindowSize;
 
 struct AlignedSample {
   std::int64_t timeUs = 0;

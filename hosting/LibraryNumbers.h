@@ -1,0 +1,15 @@
+// Numbers of the library that its hosts show, count by and compute with. The library decides by its own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace hosting {
+
+constexpr int kToleranceUs = 1500;  // between a sample and either end of a readout, exclusively
+
+constexpr std::size_t kWindowSize = 100;  // samples that the library looks at, and the least that its history must hold
+
+constexpr std::uint64_t kHistoryFrames = 30;  // the history forgets all but the batches of so many frames
+
+}  // namespace hosting

@@ -1,0 +1,48 @@
+// Whether samples and frames fit together, before there is a phone. docs/budget.md explains every figure.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "tools/shadingctl/budget/PhaseOutcome.h"
+
+namespace shadingctl {
+
+// Up to which values of one setting, the others as they are, every frame is well. nullopt: for none, or for any.
+struct Limits {
+  std::optional<std::int64_t> longestExposureNs;  // the start of the readout lies in the window
+  std::optional<double> lowestToleranceHz;        // of samples: one of them is near every start
+  std::optional<double> lowestHistoryHz;          // the history holds enough of them
+  std::optional<double> lowestSpanHz;             // a short readout has two of them
+  std::optional<double> highestStartHz;           // the start of the readout lies in the window
+  std::optional<double> highestEndHz;             // its end does
+};
+
+// The frame rate holds the sample rate so evenly that only a few phases come, the same ones for a whole session.
+struct Lock {
+  std::int64_t phases = 0;
+  double lowestMatch = 0;  // share of the frames that match when the phases lie as badly as they can
+  double highestMatch = 0;
+};
+
+struct Budget {
+  Timing timing;
+  std::int64_t reachBackNs = 0;                 // from the start of the readout to the timestamp, in times of samples
+  std::optional<std::int64_t> windowBackNs;     // from its first entry to the timestamp, at the worst phase
+  std::optional<std::int64_t> windowAheadNs;    // from the timestamp to its last entry, at the worst phase
+  std::int64_t fewestSamples = 0;               // in the history
+  std::array<double, kObstacleCount> shares{};  // of the phases
+  double bothEndsNear = 0;                      // share of the phases
+  std::optional<double> worstCoverage;          // of the phases that match
+  std::optional<double> medianCoverage;
+  std::optional<Lock> lock;
+  Limits limits;
+
+  double shareOf(Obstacle obstacle) const { return shares[static_cast<std::size_t>(obstacle)]; }
+  double matched() const { return shareOf(Obstacle::kNone); }
+};
+
+Budget MakeBudget(Timing const& timing);
+
+}  // namespace shadingctl

@@ -1,0 +1,128 @@
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/shadingctl/budget/Budget.h"
+#include "tools/shadingctl/budget/BudgetFormats.h"
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/output/OutputFile.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr std::int64_t kLongestUs = 4000000;
+constexpr std::int64_t kSweptExposuresUs[] = {100,   200,   500,   1000,  2000,  4000,  6000,   8000,
+                                              10000, 15000, 20000, 30000, 40000, 60000, 100000, 200000};
+constexpr double kSweptRatesHz[] = {50, 100, 200, 300, 400, 500, 800, 1000, 1500, 2000, 4000, 8000, 16000};
+
+struct Arguments {
+  std::optional<double> hallRateHz;
+  double frameRateHz = 60;
+  std::optional<std::int64_t> exposureUs;
+  std::int64_t readoutUs = 0;
+  std::int64_t deliveryDelayUs = 1000;
+  std::string sweep;  // empty: none
+  Format format = Format::kTable;
+  std::string output;
+};
+
+Budget BudgetOf(Arguments const& arguments, double hallRateHz, std::int64_t exposureUs) {
+  Timing timing;
+  timing.hallIntervalNs = std::llround(1e9 / hallRateHz);
+  timing.frameIntervalNs = std::llround(1e9 / arguments.frameRateHz);
+  timing.exposureNs = exposureUs * 1000;
+  timing.readoutNs = arguments.readoutUs * 1000;
+  timing.deliveryDelayNs = arguments.deliveryDelayUs * 1000;
+  return MakeBudget(timing);
+}
+
+// The values of a sweep and, where it is given, the one of the command line.
+template <class Number, std::size_t N>
+std::vector<Number> Values(Number const (&swept)[N], std::optional<Number> const& given) {
+  std::vector<Number> values(swept, swept + N);
+  if (given) values.push_back(*given);
+  std::sort(values.begin(), values.end());
+  values.erase(std::unique(values.begin(), values.end()), values.end());
+  return values;
+}
+
+std::vector<Budget> BudgetsOf(Arguments const& arguments) {
+  std::vector<Budget> budgets;
+  if (arguments.sweep == "exposure") {
+    for (std::int64_t const us : Values(kSweptExposuresUs, arguments.exposureUs)) {
+      budgets.push_back(BudgetOf(arguments, *arguments.hallRateHz, us));
+    }
+  } else if (arguments.sweep == "hall-rate") {
+    for (double const hz : Values(kSweptRatesHz, arguments.hallRateHz)) {
+      budgets.push_back(BudgetOf(arguments, hz, *arguments.exposureUs));
+    }
+  } else {
+    budgets.push_back(BudgetOf(arguments, *arguments.hallRateHz, *arguments.exposureUs));
+  }
+  return budgets;
+}
+
+std::string TextOf(std::vector<Budget> const& budgets, Arguments const& arguments) {
+  if (arguments.format == Format::kCsv) return BudgetCsv(budgets);
+  if (arguments.format == Format::kJson) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (Budget const& budget : budgets) list.push_back(BudgetJson(budget));
+    return nlohmann::ordered_json{{"budgets", std::move(list)}}.dump(2) + "\n";
+  }
+  return arguments.sweep.empty() ? BudgetText(budgets.front()) : BudgetTable(budgets);
+}
+
+int ShowBudget(Arguments const& arguments) {
+  OutputFile output(arguments.output);
+  output.Write(TextOf(BudgetsOf(arguments), arguments));
+  output.Finish();
+  return kExitDone;
+}
+
+// Only what is swept may be missing.
+void RefuseMissing(Arguments const& arguments) {
+  if (!arguments.hallRateHz && arguments.sweep != "hall-rate") throw CLI::RequiredError("--hall-rate");
+  if (!arguments.exposureUs && arguments.sweep != "exposure") throw CLI::RequiredError("--exposure-us");
+}
+
+constexpr char const* kExamples = R"(Samples and frames are taken to come evenly. docs/budget.md has the formulas.
+
+Examples:
+  shadingctl budget --hall-rate 200 --frame-rate 60 --exposure-us 1266 --readout-us 15980
+  shadingctl budget --hall-rate 1000 --frame-rate 15 --readout-us 33000 --sweep exposure
+  shadingctl budget --frame-rate 60 --exposure-us 10000 --readout-us 15980 --sweep hall-rate --format csv)";
+
+}  // namespace
+
+void AddBudgetCommand(CLI::App& app, Command& chosen) {
+  auto const arguments = std::make_shared<Arguments>();
+  CLI::App* const command =
+      app.add_subcommand("budget", "Tell whether rates, exposure and readout fit together, without a recording");
+  command->footer(kExamples);
+  AddNumber(*command, "--hall-rate", arguments->hallRateHz, 1.0, 100000.0, "Hall samples a second");
+  AddNumber(*command, "--frame-rate", arguments->frameRateHz, 1.0, 1000.0, "Frames a second")
+      ->required()
+      ->default_str("");
+  AddNumber(*command, "--exposure-us", arguments->exposureUs, std::int64_t{0}, kLongestUs, "Exposure time");
+  AddNumber(*command, "--readout-us", arguments->readoutUs, std::int64_t{0}, kLongestUs, "Readout time")
+      ->required()
+      ->default_str("");
+  AddNumber(*command, "--delivery-delay-us", arguments->deliveryDelayUs, std::int64_t{0}, std::int64_t{1000000},
+            "From the end of a frame's readout to the delivery of its samples");
+  command->add_option("--sweep", arguments->sweep, "A table over this setting, whose own option may then be missing")
+      ->check(CLI::IsMember({"exposure", "hall-rate"}));
+  AddResultOptions(*command, arguments->format, arguments->output);
+  command->callback([arguments, &chosen] {
+    RefuseMissing(*arguments);
+    chosen = [arguments] { return ShowBudget(*arguments); };
+  });
+}
+
+}  // namespace shadingctl
