@@ -19,18 +19,14 @@ constexpr char const* kEepromPaths[kSensorSlotCount] = {
     "/mnt/vendor/persist/camera/front_second_camera_eeprom_data.bin",
     "/mnt/vendor/persist/camera/rear_third_camera_eeprom_data.bin",
     "/mnt/vendor/persist/camera/front_third_camera_eeprom_data.bin",
-    "/mnt/vendor/persist/camera/rear_fourth_camera_eeprom_data.bin",
-    "",
-    "",
-    "",
-    "",
-    "",
-    "",
-    ""};
+    "/mnt/vendor/persist/camera/rear_fourth_camera_eeprom_data.bin"};
 
 }  // namespace
 
-char const* EepromPath(int sensorIndex) { return kEepromPaths[sensorIndex]; }
+char const* EepromPath(int sensorIndex) {
+  char const* const path = kEepromPaths[sensorIndex];
+  return path != nullptr ? path : "";
+}
 
 // O_NONBLOCK: a pipe in place of the file must not hold the host's thread.
 EepromFile::EepromFile(int sensorIndex) noexcept

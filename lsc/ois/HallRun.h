@@ -25,7 +25,12 @@ struct HallRun {
 };
 
 // Copies `size` samples from `position` on to `out`, which must have room for them.
-HallRun CopyHall(SampleCursor const& position, std::size_t size, HallSample* out);
+inline HallRun CopyHall(SampleCursor const& position, std::size_t size, HallSample* out) {
+  ForEachChunk(position, size, [to = out](NSCam::Utils::SensorData const* samples, std::size_t count) mutable {
+    for (std::size_t i = 0; i < count; ++i) *to++ = {samples[i].timestamp, samples[i].oisHallX, samples[i].oisHallY};
+  });
+  return {out, size};
+}
 
 // Calls visit(sample) once per entry. Requires: the run is not empty.
 template <typename Visit>
