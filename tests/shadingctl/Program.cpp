@@ -1,5 +1,6 @@
 #include "tests/shadingctl/Program.h"
 
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -38,6 +39,21 @@ std::string ReadFile(std::string const& path) {
   std::ostringstream text;
   text << file.rdbuf();
   return text.str();
+}
+
+void ExpectGolden(std::string const& text, std::string const& name) {
+  std::string const path = GOLDEN "/" + name;
+  if (std::getenv("UPDATE_GOLDEN") != nullptr) {
+    std::ofstream(path, std::ios::binary) << text;
+    ADD_FAILURE() << path << " is renewed: read the difference before it is committed";
+    return;
+  }
+  std::vector<std::string> const golden = Lines(ReadFile(path));
+  std::vector<std::string> const now = Lines(text);
+  for (std::size_t i = 0; i < std::min(golden.size(), now.size()); ++i) {
+    ASSERT_EQ(now[i], golden[i]) << path << ":" << i + 1;
+  }
+  EXPECT_EQ(now.size(), golden.size()) << path;
 }
 
 std::vector<std::string> Lines(std::string const& text) {

@@ -56,6 +56,11 @@ class StartedTool {
 };
 
 std::string ReadFile(std::string const& path);
+
+// Compares a text with the golden file of that name. With UPDATE_GOLDEN in the environment the file is written instead
+// and the test fails, so that nobody takes the renewal for a comparison.
+void ExpectGolden(std::string const& text, std::string const& name);
+
 std::vector<std::string> Lines(std::string const& text);
 
 // The comma-separated fields of a line.

@@ -23,7 +23,7 @@ TEST(Calibration, BuiltInCamerasAreAsCommitted) {
   setenv("TMPDIR", temporary.path().c_str(), 1);
   std::string const result = temporary.path() + "-result.txt";
   Outcome const outcome = RunTool("calibration --all -o " + result);
-  EXPECT_EQ(ReadFile(result), ReadFile(GOLDEN "/calibration.txt"));
+  ExpectGolden(ReadFile(result), "calibration.txt");
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_EQ(outcome.out, "");
   EXPECT_EQ(outcome.err, "");
@@ -138,7 +138,7 @@ TEST(Calibration, BrokenDataSayWhichDefaultTheCallerGetsAndWhy) {
     shown += std::string(row.name) + "\n  table: " + text(table["default"]) + ": " + text(table["reason"]) +
              "\n  block: " + text(block["kind"]) + ", " + text(block["default"]) + ": " + text(block["reason"]) + "\n";
   }
-  EXPECT_EQ(shown, ReadFile(GOLDEN "/broken-calibration.txt"));
+  ExpectGolden(shown, "broken-calibration.txt");
 }
 
 TEST(Calibration, ACameraWithoutADumpFileAndOneWithAFolderInItsPlace) {

@@ -116,7 +116,7 @@ TEST(Dumps, BrokenFilesAreReportedWithTheirLineAndTheRestIsRead) {
   std::string told = Replaced(outcome.err, directory.path() + "/", "");
   frame = 10;
   for (auto const& row : rows) told = Replaced(told, nameOf(frame++), row.name);
-  EXPECT_EQ(told, ReadFile(GOLDEN "/broken-dumps.txt"));
+  ExpectGolden(told, "broken-dumps.txt");
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_EQ(outcome.out,
             kCsvHeader + std::string("\npreview,9,42,42,,2,0.250000,12.500000,0.000000,0.000000,10000,20000\n"));
@@ -132,7 +132,7 @@ TEST(Dumps, AFileCutAnywhereIsNotTakenForAWholeOne) {
   EXPECT_EQ(Lines(outcome.out).size(), 2U);
 }
 
-TEST(Dumps, DirectoriesThatGiveNothing) {
+TEST(Dumps, ADirectoryThatCannotBeReadDoesNotHideTheOthers) {
   TemporaryDirectory const empty;
   Outcome const none = Dumps(empty.path());
   EXPECT_EQ(none.exitCode, 3);
