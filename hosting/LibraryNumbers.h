@@ -10,6 +10,10 @@ constexpr int kToleranceUs = 1500;  // between a sample and either end of a read
 
 constexpr std::size_t kWindowSize = 100;  // samples that the library looks at, and the least that its history must hold
 
+// Of them, those before and after the first one at or after the frame's timestamp, unless the history ends there.
+constexpr int kSamplesBefore = 50;
+constexpr int kSamplesAfter = 49;
+
 constexpr std::uint64_t kHistoryFrames = 30;  // the history forgets all but the batches of so many frames
 
 }  // namespace hosting

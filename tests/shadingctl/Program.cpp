@@ -70,6 +70,16 @@ std::vector<std::string> Fields(std::string const& line) {
   return fields;
 }
 
+std::string FirstFields(std::string const& text, std::size_t count) {
+  std::string shorter;
+  for (std::string const& line : Lines(text)) {
+    auto const fields = Fields(line);
+    for (std::size_t i = 0; i < fields.size() && i < count; ++i) shorter += (i == 0 ? "" : ",") + fields[i];
+    shorter += '\n';
+  }
+  return shorter;
+}
+
 std::string Replaced(std::string text, std::string const& from, std::string const& to) {
   for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
     text.replace(at, from.size(), to);

@@ -66,6 +66,9 @@ std::vector<std::string> Lines(std::string const& text);
 // The comma-separated fields of a line.
 std::vector<std::string> Fields(std::string const& line);
 
+// The first `count` comma-separated fields of every line.
+std::string FirstFields(std::string const& text, std::size_t count);
+
 // `text` with every `from` replaced.
 std::string Replaced(std::string text, std::string const& from, std::string const& to);
 

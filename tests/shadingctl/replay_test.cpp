@@ -13,7 +13,7 @@ namespace {
 
 constexpr char const* kHeader =
     "frame,timestamp_ns,type,match,samples,start_index,end_index,offset_us,start_distance_us,span_age_us,hall_x,hall_y,"
-    "message,camera\n";
+    "message,camera,end,end_distance_us,coverage,repeated_samples,readout_distance\n";
 
 TEST(Replay, BuiltInSessionIsTheSameEverywhere) {
   Outcome const outcome = RunTool("replay --format csv");
@@ -31,24 +31,30 @@ TEST(Replay, BuiltInSessionIsTheSameEverywhere) {
 TEST(Replay, ModesAndTypesOfAFrameWorkedOutByHand) {
   TemporaryDirectory const directory;
   WriteWorkedRecording(directory);
-  // x of the span: k * k for k from 0 to 20, sum 2870; y: -k.
-  std::pair<char const*, char const*> const modes[] = {
-      {"", "136.666672,-10"},  // the device says mean
-      {"--mode mean", "136.666672,-10"},
-      {"--mode maximum", "400,0"},
-      {"--mode middle", "100,-10"},
-      {"--mode last", "400,-20"},
+  // x of the span: k * k for k from 0 to 20, sum 2870; y: -k. Within 1500 us of the readout lie k from -1 to 21 too,
+  // whose mean is (3312 / 23, -10) = (144, -10).
+  struct {
+    char const* option;
+    char const* position;
+    char const* distance;
+  } const modes[] = {
+      {"", "136.666672,-10", "7.3333"},  // the device says mean
+      {"--mode mean", "136.666672,-10", "7.3333"},
+      {"--mode maximum", "400,0", "256.1952"},  // of 256 and 10
+      {"--mode middle", "100,-10", "44.0000"},
+      {"--mode last", "400,-20", "256.1952"},
   };
   std::string const row = "7,1000000000000,0,start,100,40,60,-5598,0,0,";
-  for (auto const& [mode, position] : modes) {
-    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path() + " " + mode);
-    EXPECT_EQ(outcome.out, kHeader + row + position + ",,0\n") << mode << outcome.err;
-    EXPECT_EQ(outcome.err, "") << mode;
+  for (auto const& [option, position, distance] : modes) {
+    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path() + " " + option);
+    EXPECT_EQ(outcome.out, kHeader + row + position + ",,0,near,0,1.0000,0," + distance + "\n")
+        << option << outcome.err;
+    EXPECT_EQ(outcome.err, "") << option;
   }
   for (char const* type : {"1", "4", "5", "6"}) {
     std::string const typed = Replaced(row, ",0,start", std::string(",") + type + ",start");
     EXPECT_EQ(RunTool("replay --quiet --format csv --type " + (type + (" " + directory.path()))).out,
-              kHeader + typed + "136.666672,-10,,0\n");
+              kHeader + typed + "136.666672,-10,,0,near,0,1.0000,0,7.3333\n");
   }
 }
 
@@ -57,7 +63,7 @@ TEST(Replay, ACameraThatIsNotInTheSensorMapIsOff) {
   WriteWorkedRecording(directory);
   Outcome const outcome = RunTool("replay --quiet --format csv --camera 1 " + directory.path());
   EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(outcome.out, kHeader + std::string("7,1000000000000,0,off,,,,,,,,,camera not in the sensor map,1\n"));
+  EXPECT_EQ(outcome.out, kHeader + std::string("7,1000000000000,0,off,,,,,,,,,camera not in the sensor map,1,,,,,\n"));
   EXPECT_EQ(outcome.err,
             "shadingctl: camera 1 is not in the device's sensor map: every frame is off\n"
             "shadingctl: NOTHING MATCHED: not one frame has a sample at its start\n");
@@ -98,9 +104,9 @@ TEST(Replay, TableShowsUnitsAndTheTolerance) {
   EXPECT_EQ(Replaced(RunTool("replay --quiet " + directory.path()).out, directory.path(), "DIR"),
             R"(DIR: camera 0, sensor type 3, frame type 0, mode mean, log level 4
 
-     frame      time match     samples    span  offset from start      age        hall x        hall y note
-                   s                   entries      us us/allowed       us     hall unit     hall unit
-         7     0.000 start         100   40-60   -5598     0/1500        0    136.666672           -10
+     frame      time match     samples    span  offset from start      age        hall x        hall y covers note
+                   s                   entries      us us/allowed       us     hall unit     hall unit      %
+         7     0.000 start         100   40-60   -5598     0/1500        0    136.666672           -10    100
 )");
 }
 
@@ -111,13 +117,14 @@ TEST(Replay, JsonHasNullWhereThereIsNoValue) {
                   "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n"
                   "6,999999000000,10000000,20000000\n7,1000000000000,10000000,20000000\n");
   auto const json = nlohmann::json::parse(RunTool("replay --format json " + directory.path()).out);
-  EXPECT_EQ(json["frames"].dump(),
-            R"([{"camera":0,"end_index":null,"frame":6,"hall_x":null,"hall_y":null,)"
-            R"("match":"warm_up","message":"0 of 100 samples so far","offset_us":-5598,"samples":0,)"
-            R"("span_age_us":null,"start_distance_us":null,"start_index":null,"timestamp_ns":999999000000,"type":0},)"
-            R"({"camera":0,"end_index":60,"frame":7,"hall_x":136.666672,"hall_y":-10.0,"match":"start","message":null,)"
-            R"("offset_us":-5598,"samples":100,"span_age_us":0,"start_distance_us":0,"start_index":40,)"
-            R"("timestamp_ns":1000000000000,"type":0}])");
+  EXPECT_EQ(
+      json["frames"].dump(),
+      R"([{"camera":0,"coverage":null,"end":null,"end_distance_us":null,"end_index":null,"frame":6,"hall_x":null,"hall_y":null,)"
+      R"("match":"warm_up","message":"0 of 100 samples so far","offset_us":-5598,)"
+      R"("readout_distance":null,"repeated_samples":null,"samples":0,"span_age_us":null,"start_distance_us":null,"start_index":null,"timestamp_ns":999999000000,"type":0},)"
+      R"({"camera":0,"coverage":1.0,"end":"near","end_distance_us":0,"end_index":60,"frame":7,"hall_x":136.666672,"hall_y":-10.0,"match":"start","message":null,)"
+      R"("offset_us":-5598,"readout_distance":7.3333,"repeated_samples":0,"samples":100,"span_age_us":0,"start_distance_us":0,"start_index":40,)"
+      R"("timestamp_ns":1000000000000,"type":0}])");
   EXPECT_EQ(json["schema"], "shadingctl-replay");
   EXPECT_EQ(json["version"], 1);
   EXPECT_EQ(json["complete"], true);
@@ -235,7 +242,9 @@ TEST(Replay, RowsGoToTheOutputFileAndMessagesToTheLog) {
   std::string const result = directory.path() + "/result.csv";
   std::string const log = directory.path() + "/library.log";
   Outcome const outcome = RunTool("replay --format csv -o " + result + " --log " + log + " " + directory.path());
-  EXPECT_EQ(ReadFile(result), kHeader + std::string("7,1000000000000,0,start,100,40,60,-5598,0,0,136.666672,-10,,0\n"));
+  EXPECT_EQ(
+      ReadFile(result),
+      kHeader + std::string("7,1000000000000,0,start,100,40,60,-5598,0,0,136.666672,-10,,0,near,0,1.0000,0,7.3333\n"));
   EXPECT_EQ(outcome.out.rfind("Frames     1 (7 to 7), 0.000 s\n", 0), 0U) << outcome.out;
   EXPECT_EQ(outcome.err, "");
   auto const messages = Lines(ReadFile(log));

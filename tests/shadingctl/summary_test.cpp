@@ -78,7 +78,11 @@ TEST(TableLayout, ColumnsGoInAFixedOrderThenGetNarrow) {
     char const* head;
   } const rows[] = {
       {std::nullopt,
-       "     frame      time match     samples    span  offset from start      age        hall x        hall y note\n"},
+       "     frame      time match     samples    span  offset from start      age        hall x        hall y covers "
+       "note\n"},
+      {148,
+       "     frame      time match     samples    span  offset from start      age        hall x        hall y covers "
+       "note\n"},
       {141,
        "     frame      time match     samples    span  offset from start      age        hall x        hall y note\n"},
       {140, "     frame      time match        span  offset from start      age        hall x        hall y note\n"},

@@ -26,6 +26,7 @@
 #include "tools/shadingctl/output/Progress.h"
 #include "tools/shadingctl/output/ResultWriter.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
+#include "tools/shadingctl/replay/PendingRows.h"
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/session/SyntheticSession.h"
 
@@ -131,18 +132,29 @@ bool NextCall(hosting::Session& session, hosting::Call& call, Ending& ending) {
   return false;
 }
 
-Ending PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Summaries& summaries, bool quiet) {
+Ending PlayAll(hosting::Session& session, Replay& replay, ResultWriter& writer, Summaries& summaries,
+               std::int32_t camera, bool quiet) {
   Ending ending;
   auto const start = std::chrono::steady_clock::now();
+  PendingRows pending;
+  auto const show = [&](FrameResult const& row) {
+    summaries.Of(row.camera).AddComplete(row);
+    writer.Add(row);
+  };
   {
     Progress progress(!quiet, [&] { return session.FrameCount(); });
     for (hosting::Call call; NextCall(session, call, ending);) {
-      std::optional<FrameResult> const result = replay.Play(call, summaries);
-      if (!result) continue;
-      writer.Add(*result);
-      progress.Step();
+      if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
+        for (auto const& sample : update->batch) pending.AddSample(call.camera.value_or(camera), sample);
+      }
+      if (std::optional<FrameResult> result = replay.Play(call, summaries)) {
+        pending.Add(std::move(*result));
+        progress.Step();
+      }
+      while (auto const row = pending.Take()) show(*row);
     }
   }
+  while (auto const row = pending.TakeAnyway()) show(*row);
   std::chrono::nanoseconds const passed = std::chrono::steady_clock::now() - start;
   summaries.Close(session.oddities(), passed.count());
   return ending;
@@ -250,7 +262,7 @@ int RunReplay(Arguments const& arguments) {
   {
     Replay replay(library, device, options, SinkInto(log));
     writer->Begin(head);
-    ending = PlayAll(*session, replay, *writer, summaries, arguments.quiet);
+    ending = PlayAll(*session, replay, *writer, summaries, options.camera.sensorId, arguments.quiet);
     complaint = replay.complaint();
   }
   writer->End(summaries, ending.error);

@@ -8,36 +8,19 @@
 #include <optional>
 #include <string>
 
+#include "tools/shadingctl/output/RowCsv.h"
 #include "tools/shadingctl/output/TableWriter.h"
 
 namespace shadingctl {
 namespace {
 
-template <class Number>
-std::string OrEmpty(std::optional<Number> const& number) {
-  return number ? fmt::format("{}", *number) : std::string();
-}
-
-std::string PositionOrEmpty(std::optional<double> const& position) {
-  return position ? PositionText(*position) : std::string();
-}
-
 class CsvWriter : public ResultWriter {
  public:
   explicit CsvWriter(OutputFile& output) : mOutput(output) {}
 
-  void Begin(ReplaySettings const& /*settings*/) override {
-    mOutput.Write(
-        "frame,timestamp_ns,type,match,samples,start_index,end_index,offset_us,start_distance_us,span_age_us,"
-        "hall_x,hall_y,message,camera\n");
-  }
+  void Begin(ReplaySettings const& /*settings*/) override { mOutput.Write(CsvHeader()); }
 
-  void Add(FrameResult const& r) override {
-    mOutput.Write(fmt::format("{},{},{},{},{},{},{},{},{},{},{},{},{},{}\n", r.frame, r.timestampNs, r.type,
-                              Name(r.match), OrEmpty(r.samples), OrEmpty(r.startIndex), OrEmpty(r.endIndex),
-                              OrEmpty(r.offsetUs), OrEmpty(r.startDistanceUs), OrEmpty(r.spanAgeUs),
-                              PositionOrEmpty(r.hallX), PositionOrEmpty(r.hallY), r.message, r.camera));
-  }
+  void Add(FrameResult const& row) override { mOutput.Write(CsvRow(row)); }
 
   void End(Summaries const& /*summaries*/, std::string const& /*error*/) override {}
 
@@ -72,10 +55,15 @@ class JsonWriter : public ResultWriter {
         {"offset_us", OrNull(r.offsetUs)},
         {"start_distance_us", OrNull(r.startDistanceUs)},
         {"span_age_us", OrNull(r.spanAgeUs)},
-        {"hall_x", Position(r.hallX)},
-        {"hall_y", Position(r.hallY)},
+        {"hall_x", Number(r.hallX, PositionText)},
+        {"hall_y", Number(r.hallY, PositionText)},
         {"message", r.message.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(r.message)},
-        {"camera", r.camera}};
+        {"camera", r.camera},
+        {"end", r.end ? nlohmann::ordered_json(Name(*r.end)) : nlohmann::ordered_json(nullptr)},
+        {"end_distance_us", OrNull(r.endDistanceUs)},
+        {"coverage", Number(r.coverage, ShareText)},
+        {"repeated_samples", OrNull(r.repeatedSamples)},
+        {"readout_distance", Number(r.readoutDistance, DistanceText)}};
     mOutput.Write((mFirst ? "\n" : ",\n") + Dump(row));
     mFirst = false;
   }
@@ -83,8 +71,8 @@ class JsonWriter : public ResultWriter {
   void End(Summaries const& summaries, std::string const& error) override {
     nlohmann::ordered_json const problem =
         error.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(error);
-    mOutput.Write(fmt::format("\n],\n\"complete\": {},\n\"error\": {},\n\"summary\": {}}}\n", error.empty(),
-                              Dump(problem), Dump(summaries.Json())));
+    mOutput.Write(fmt::format("\n],\n\"complete\": {},\n\"error\": {},\n\"summary\": {},\n\"findings\": {}}}\n",
+                              error.empty(), Dump(problem), Dump(summaries.Json()), Dump(summaries.FindingsJson())));
   }
 
  private:
@@ -98,10 +86,10 @@ class JsonWriter : public ResultWriter {
     return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json(nullptr);
   }
 
-  // The same nine digits as in the other formats.
-  static nlohmann::ordered_json Position(std::optional<double> const& position) {
-    return position ? nlohmann::ordered_json(std::strtod(PositionText(*position).c_str(), nullptr))
-                    : nlohmann::ordered_json(nullptr);
+  // With the digits of the other formats.
+  static nlohmann::ordered_json Number(std::optional<double> const& number, std::string (*text)(double)) {
+    return number ? nlohmann::ordered_json(std::strtod(text(*number).c_str(), nullptr))
+                  : nlohmann::ordered_json(nullptr);
   }
 
   OutputFile& mOutput;

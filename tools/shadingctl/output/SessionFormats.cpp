@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/shadingctl/output/FindingsFormats.h"
 #include "tools/shadingctl/replay/Summaries.h"
 
 namespace shadingctl {
@@ -35,8 +36,21 @@ std::string Summaries::Text() const {
   text += OddityText(mOddities.undeliveredSamples, "samples after the last listed frame (not delivered)");
   text += OddityText(mOddities.lostCalls, "calls that the recording lost");
   text += OddityText(mOddities.lostSamples, "samples that the recording lost");
-  return text + fmt::format("Replay     {:.3f} s, {:.0f} times real time\n", static_cast<double>(mReplayNs) / 1e9,
-                            recordedNs / static_cast<double>(std::max<std::int64_t>(mReplayNs, 1)));
+  text += fmt::format("Replay     {:.3f} s, {:.0f} times real time\n", static_cast<double>(mReplayNs) / 1e9,
+                      recordedNs / static_cast<double>(std::max<std::int64_t>(mReplayNs, 1)));
+  for (auto const& [sensorId, summary] : mByCamera) {
+    if (mByCamera.size() > 1) text += fmt::format("\nCamera     {}\n", sensorId);
+    text += FindingsText(summary.facts());
+  }
+  return text;
+}
+
+nlohmann::ordered_json Summaries::FindingsJson() const {
+  nlohmann::ordered_json all = nlohmann::ordered_json::array();
+  for (auto const& [sensorId, summary] : mByCamera) {
+    for (auto& finding : shadingctl::FindingsJson(summary.facts(), sensorId)) all.push_back(std::move(finding));
+  }
+  return all;
 }
 
 nlohmann::ordered_json Summaries::Json() const {

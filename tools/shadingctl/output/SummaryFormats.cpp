@@ -46,10 +46,10 @@ std::string SamplesText(SampleHealth::Report const& health, BatchCounts const& b
 std::string Summary::Text() const {
   std::string text = fmt::format("Frames     {}", mFrames);
   if (mFrames > 0) text += fmt::format(" ({} to {}), {:.3f} s", mFirstFrame, mLastFrame, RecordedNs() / 1e9);
-  text += "\n" + MatchText();
+  text += "\n" + MatchText() + EndsText();
   text += fmt::format("Position   x {}, y {}\n", RangeText(mHallX), RangeText(mHallY));
   text += CarriedText() + HistoryText() + LibraryText();
-  text += SamplesText(mHealth.Summarize(), mBatches);
+  text += SamplesText(mFacts.samples(), Batches());
   if (mRecordedAnswers > 0) {
     text += fmt::format("Answers    {} recorded, {} given again, {} different\n", mRecordedAnswers,
                         mRecordedAnswers - mDifferentAnswers, mDifferentAnswers);
@@ -77,6 +77,17 @@ std::string Summary::MatchText() const {
   text += fmt::format("{} of the {} frames {}have a sample at their start", PercentText(starts, WarmFrames()),
                       WarmFrames(), warmUp > 0 ? "after the warm-up " : "");
   return text + (warmUp > 0 ? fmt::format(" ({} of all {})\n", PercentText(starts, mFrames), mFrames) : "\n");
+}
+
+std::string Summary::EndsText() const {
+  MatchFacts const& match = mFacts.match();
+  auto const median = match.coverage.Median();
+  if (!median) return {};
+  auto const percent = [](double share) { return fmt::format("{:.1f} %", 100 * share); };
+  return fmt::format(
+      "Both ends  near a sample in {} of the {} frames; a span covers {} of its readout (median), {} at worst\n",
+      PercentText(match.bothNear, match.settled()), match.settled(), percent(*median / 1e6),
+      percent(match.worstCoverage));
 }
 
 std::string Summary::CarriedText() const {
@@ -130,6 +141,9 @@ double Share(std::uint64_t part, std::uint64_t all) {
   return (part == 0 || part == all ? rounded : std::clamp(rounded, 1.0, kSteps - 1)) / kSteps;
 }
 
+// To the four decimals of the rows.
+double Rounded(double number) { return std::round(number * 1e4) / 1e4; }
+
 // What the text shows too: more digits would say more than is known.
 std::optional<double> Tenths(std::optional<double> const& number) {
   return number ? std::optional<double>(std::round(*number * 10) / 10) : std::nullopt;
@@ -152,15 +166,26 @@ nlohmann::ordered_json Summary::Json() const {
     return frames == 0 ? nlohmann::ordered_json(nullptr)
                        : nlohmann::ordered_json(Share(CountOf(Match::kStart), frames));
   };
+  auto const distances = [&](Match match) -> nlohmann::ordered_json {
+    SessionFacts::Distances const told = mFacts.readoutDistances(match);
+    return {{"median", told.median ? nlohmann::ordered_json(Rounded(*told.median)) : nullptr},
+            {"largest", told.largest ? nlohmann::ordered_json(Rounded(*told.largest)) : nullptr}};
+  };
+  auto const coverage = mFacts.match().coverage.Median();
   bool const tellsHistory = mLogLevel > 0;
   auto const ages = mCarriedAgeUs.count();
-  SampleHealth::Report const health = mHealth.Summarize();
+  SampleHealth::Report const health = mFacts.samples();
   return {{"frames", mFrames},
           {"warm_up_frames", CountOf(Match::kWarmUp)},
           {"recorded_ns", mLatestNs - mEarliestNs},
           {"matches", matches},
           {"match_rate", rate(WarmFrames())},
           {"match_rate_of_all", rate(mFrames)},
+          {"both_ends_near", coverage ? nlohmann::ordered_json(mFacts.match().bothNear) : nullptr},
+          {"coverage",
+           {{"median", coverage ? nlohmann::ordered_json(Rounded(*coverage / 1e6)) : nullptr},
+            {"worst", coverage ? nlohmann::ordered_json(Rounded(mFacts.match().worstCoverage)) : nullptr}}},
+          {"readout_distance", {{"start", distances(Match::kStart)}, {"carried", distances(Match::kCarried)}}},
           {"hall_x", RangeJson(mHallX)},
           {"hall_y", RangeJson(mHallY)},
           {"carried_age_us",
@@ -190,8 +215,8 @@ nlohmann::ordered_json Summary::Json() const {
             {"gaps", health.gaps},
             {"duplicates", health.duplicates},
             {"backward_steps", health.backwardSteps},
-            {"batches_split", OrNull(mBatches.split)},
-            {"batches_dropped", OrNull(mBatches.dropped)}}},
+            {"batches_split", OrNull(Batches().split)},
+            {"batches_dropped", OrNull(Batches().dropped)}}},
           {"answers", {{"recorded", mRecordedAnswers}, {"different", mDifferentAnswers}}}};
 }
 

@@ -19,8 +19,10 @@ constexpr TableColumn kWide[] = {{Column::kCamera, "camera", "", 6},
                                  {Column::kDistance, "from start", "us/allowed", 10},
                                  {Column::kAge, "age", "us", 8},
                                  {Column::kHallX, "hall x", "hall unit", 13},
-                                 {Column::kHallY, "hall y", "hall unit", 13}};
-constexpr Column kDropOrder[] = {Column::kSamples, Column::kOffset, Column::kSpan, Column::kDistance, Column::kAge};
+                                 {Column::kHallY, "hall y", "hall unit", 13},
+                                 {Column::kCoverage, "covers", "%", 6}};
+constexpr Column kDropOrder[] = {Column::kCoverage, Column::kSamples,  Column::kOffset,
+                                 Column::kSpan,     Column::kDistance, Column::kAge};
 
 constexpr std::size_t kNarrowFrame = 5;  // digits
 constexpr std::size_t kNarrowTime = 7;   // to 999.999 s

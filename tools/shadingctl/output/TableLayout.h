@@ -8,7 +8,20 @@
 
 namespace shadingctl {
 
-enum class Column { kCamera, kFrame, kTime, kMatch, kSamples, kSpan, kOffset, kDistance, kAge, kHallX, kHallY };
+enum class Column {
+  kCamera,
+  kFrame,
+  kTime,
+  kMatch,
+  kSamples,
+  kSpan,
+  kOffset,
+  kDistance,
+  kAge,
+  kHallX,
+  kHallY,
+  kCoverage
+};
 
 struct TableColumn {
   Column column = Column::kFrame;
@@ -28,8 +41,8 @@ struct TableLayout {
 constexpr std::size_t kNoteWidth = 38;
 
 // All columns where `width` is empty. Otherwise, as far as it takes to leave the note its room, columns go in a fixed
-// order (samples, offset, span, distance, age), then the others become narrow, then the time goes. `frameDigits` is how
-// many digits the first frame's number has.
+// order (coverage, samples, offset, span, distance, age), then the others become narrow, then the time goes.
+// `frameDigits` is how many digits the first frame's number has.
 TableLayout FitTable(std::optional<std::size_t> width, std::size_t frameDigits, bool withCamera);
 
 // A row with its note, of as many lines as that needs; `cells` are in the order of the layout's columns.

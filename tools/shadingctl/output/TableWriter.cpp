@@ -89,6 +89,8 @@ class TableWriter : public ResultWriter {
         return PositionCell(column, r.hallX);
       case Column::kHallY:
         return PositionCell(column, r.hallY);
+      case Column::kCoverage:
+        return r.coverage ? fmt::format("{:.0f}", 100 * *r.coverage) : "";
     }
     return {};
   }

@@ -99,6 +99,8 @@ char const* Name(Match match) {
 char const* Name(SpanEnd end) { return end == SpanEnd::kNear ? "near" : "last"; }
 
 std::string PositionText(double position) { return fmt::format("{:.9g}", position); }
+std::string ShareText(double share) { return fmt::format("{:.4f}", share); }
+std::string DistanceText(double distance) { return fmt::format("{:.4f}", distance); }
 
 std::uint64_t HistoryOf(CallOutcome const& outcome, FrameMessages const& messages) {
   return messages.buffered.value_or(outcome.delivered);
@@ -112,6 +114,7 @@ FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages) {
   result.historySamples = messages.buffered;
   if (!messages.times) return result;
   FrameTimesTold const& times = *messages.times;
+  result.times = times;
   result.samples = times.samples;
   result.offsetUs = times.offsetUs;
   // Without a start the library reports a span of entries 0 to 0, which says nothing.

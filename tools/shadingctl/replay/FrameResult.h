@@ -65,10 +65,14 @@ struct FrameResult {
   // In no row.
   bool startFound = false;                      // a sample lies within the tolerance of the frame's start
   std::optional<std::uint64_t> historySamples;  // that the library held
+  std::optional<FrameTimesTold> times;
 };
 
-// A position with nine significant digits, which tell every single-precision number from its neighbours.
+// A position with nine significant digits, which tell every single-precision number from its neighbours; a share of 1;
+// a distance in the samples' unit.
 std::string PositionText(double position);
+std::string ShareText(double share);
+std::string DistanceText(double distance);
 
 // What the host saw of a call besides the messages.
 struct CallOutcome {

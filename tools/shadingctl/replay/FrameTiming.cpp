@@ -8,7 +8,8 @@ namespace {
 
 constexpr std::int64_t kRepeatPart = 4;  // of the median interval: far above the difference of a repeated time
 
-// Wraps as the library's arithmetic does.
+}  // namespace
+
 std::int64_t DifferenceUs(std::int64_t laterUs, std::int64_t earlierUs) {
   return static_cast<std::int64_t>(static_cast<std::uint64_t>(laterUs) - static_cast<std::uint64_t>(earlierUs));
 }
@@ -18,18 +19,6 @@ std::int64_t DistanceUs(std::int64_t oneUs, std::int64_t otherUs) {
   if (differenceUs >= 0) return differenceUs;
   return differenceUs == INT64_MIN ? INT64_MAX : -differenceUs;
 }
-
-std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table) {
-  if (table.size() < 2) return std::nullopt;
-  std::vector<std::int64_t> intervalsUs;
-  for (std::size_t i = 1; i < table.size(); ++i)
-    intervalsUs.push_back(DifferenceUs(table[i].timeUs, table[i - 1].timeUs));
-  auto const middle = intervalsUs.begin() + static_cast<std::ptrdiff_t>(intervalsUs.size() / 2);
-  std::nth_element(intervalsUs.begin(), middle, intervalsUs.end());
-  return *middle;
-}
-
-}  // namespace
 
 std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window, std::int64_t offsetUs) {
   std::vector<AlignedSample> table;
@@ -76,6 +65,16 @@ std::optional<SpanTiming> TimeSpan(std::vector<AlignedSample> const& table, Span
   }
   timing.repeated = CountRepeated(table, first, last);
   return timing;
+}
+
+std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table) {
+  if (table.size() < 2) return std::nullopt;
+  std::vector<std::int64_t> intervalsUs;
+  for (std::size_t i = 1; i < table.size(); ++i)
+    intervalsUs.push_back(DifferenceUs(table[i].timeUs, table[i - 1].timeUs));
+  auto const middle = intervalsUs.begin() + static_cast<std::ptrdiff_t>(intervalsUs.size() / 2);
+  std::nth_element(intervalsUs.begin(), middle, intervalsUs.end());
+  return *middle;
 }
 
 std::size_t CountRepeated(std::vector<AlignedSample> const& table, std::size_t first, std::size_t last) {

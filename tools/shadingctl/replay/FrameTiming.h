@@ -23,6 +23,12 @@ struct AlignedSample {
   float hallY = 0;
 };
 
+// later - earlier
+std::int64_t DifferenceUs(std::int64_t laterUs, std::int64_t earlierUs);
+
+// Either way; INT64_MAX where it is longer.
+std::int64_t DistanceUs(std::int64_t oneUs, std::int64_t otherUs);
+
 // The library's table of the window: a sample in the same us as the one taken before is left out, and one in us 0 at
 // the front.
 std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window, std::int64_t offsetUs);
@@ -59,6 +65,9 @@ struct SpanTiming {
 // nullopt when the table does not hold the span.
 std::optional<SpanTiming> TimeSpan(std::vector<AlignedSample> const& table, SpanFound const& span,
                                    Readout const& readout);
+
+// Of the times between the table's neighbours; nullopt with fewer than two.
+std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table);
 
 // The samples from `first` to `last` that were told before: later than the sample before them by less than a quarter of
 // the table's median interval, with the same position.

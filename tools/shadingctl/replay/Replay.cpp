@@ -116,7 +116,7 @@ void Replay::Play(std::int32_t sensorId, hosting::StartMonitor const& start) {
   if (registers && FindMonitor(camera) == mMonitors.end()) {
     mMonitors.push_back(camera);
     CameraState& state = mCameras[sensorId];
-    state.newestStoredNs.reset();
+    state.startsAnew = true;
     state.updates = state.delivered = 0;
     state.hasBeenWarm = false;
   }
@@ -162,11 +162,12 @@ void Replay::Play(std::int32_t sensorId, hosting::UpdateSensorData const& update
   }
   Stopwatch const watch;
   mLibrary.UpdateSensorData(sensorId, update.frame, update.timestampNs);
-  summary.AddUpdate(update.batch, watch.PassedNs());
+  std::int64_t const updateNs = watch.PassedNs();
   CameraState& state = mCameras[sensorId];
+  if (std::exchange(state.startsAnew, false)) summary.BeginHistory();
+  summary.AddUpdate(update.frame, update.batch, mMessages, updateNs);
   ++state.updates;
   state.delivered += update.batch.size();
-  JudgeBatch(state, mMessages, summary);
 }
 
 FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& calc, Summary& summary) {
@@ -202,6 +203,7 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   if (!state.hallX.empty()) result.hallX = state.hallX.front();
   if (!state.hallY.empty()) result.hallY = state.hallY.front();
   summary.Add(result, calculateNs);
+  summary.AddFacts(FactsOf(result, mMessages));
   if (calc.answer && mOptions.checkAnswers) CheckAnswer(*calc.answer, state, result, summary);
   return result;
 }
@@ -225,19 +227,6 @@ std::int64_t Replay::AskSilently(CameraState state, std::int32_t type, hosting::
   if (switches.previewDump != nullptr) *switches.previewDump = previewDump;
   if (switches.captureDump != nullptr) *switches.captureDump = captureDump;
   return calculateNs;
-}
-
-// A batch that begins before the newest stored sample is either split, which the library says, or dropped, which it
-// does not.
-void Replay::JudgeBatch(CameraState& state, FrameMessages const& messages, Summary& summary) {
-  if (messages.split) summary.CountSplitBatch();
-  if (!messages.batch) return;
-  auto const firstNs = static_cast<std::int64_t>(messages.batch->firstNs);
-  if (!messages.split && state.newestStoredNs && firstNs < *state.newestStoredNs) {
-    summary.CountDroppedBatch();
-    return;
-  }
-  state.newestStoredNs = static_cast<std::int64_t>(messages.batch->lastNs);
 }
 
 // The vectors of a frame without a position hold what the host left in them, which is its own affair.

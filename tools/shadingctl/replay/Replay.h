@@ -60,10 +60,10 @@ class Replay {
     std::vector<double> hallX;  // the caller's vectors and flag, kept from frame to frame
     std::vector<double> hallY;
     int matched = 0;
-    std::optional<std::int64_t> newestStoredNs;
     std::uint64_t updates = 0;  // since the monitor was started, as are the next two
     std::uint64_t delivered = 0;
     bool hasBeenWarm = false;
+    bool startsAnew = false;  // no update came since then
   };
 
   void Play(std::int32_t sensorId, hosting::StartMonitor const& start);
@@ -78,7 +78,6 @@ class Replay {
   void Complain(std::string const& complaint);
   Camera CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const;
   std::vector<Camera>::iterator FindMonitor(Camera const& camera);
-  void JudgeBatch(CameraState& state, FrameMessages const& messages, Summary& summary);
   void CheckAnswer(hosting::CalcOisValue::Answer const& recorded, CameraState const& state, FrameResult const& result,
                    Summary& summary);
   std::int64_t AskSilently(CameraState state, std::int32_t type, hosting::CalcOisValue const& calc,

@@ -31,6 +31,8 @@ class Summaries {
   // That of the only camera, or every camera's below its number, and what concerns the whole session.
   std::string Text() const;
   nlohmann::ordered_json Json() const;
+  // What happened and what helps, of all cameras.
+  nlohmann::ordered_json FindingsJson() const;
 
  private:
   int mLogLevel;

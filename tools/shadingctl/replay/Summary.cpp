@@ -9,14 +9,23 @@ void Range::Add(double value) {
   highest = highest ? std::max(*highest, value) : value;
 }
 
-Summary::Summary(int logLevel) : mLogLevel(logLevel) {
-  if (logLevel != 0) mBatches.split = 0;
-  if (logLevel >= 4) mBatches.dropped = 0;
+Summary::Summary(int logLevel) : mLogLevel(logLevel) {}
+
+void Summary::AddUpdate(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& batch,
+                        FrameMessages const& messages, std::int64_t updateNs) {
+  mFacts.AddBatch(frame, batch, messages.batch, messages.split);
+  mUpdateNs += updateNs;
 }
 
-void Summary::AddUpdate(std::vector<NSCam::Utils::SensorData> const& batch, std::int64_t updateNs) {
-  mHealth.Add(batch);
-  mUpdateNs += updateNs;
+void Summary::AddComplete(FrameResult const& result) {
+  if (result.readoutDistance) mFacts.AddReadoutDistance(result.match, *result.readoutDistance);
+}
+
+BatchCounts Summary::Batches() const {
+  BatchCounts counts;
+  if (mLogLevel != 0) counts.split = mFacts.batches().split;
+  if (mLogLevel >= 4) counts.dropped = mFacts.batches().discarded;
+  return counts;
 }
 
 void Summary::Add(FrameResult const& result, std::int64_t calculateNs) {

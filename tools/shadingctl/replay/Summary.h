@@ -8,6 +8,7 @@
 #include <string>
 
 #include "hosting/Session.h"
+#include "tools/shadingctl/findings/SessionFacts.h"
 #include "tools/shadingctl/replay/FrameResult.h"
 #include "tools/shadingctl/replay/Histogram.h"
 #include "tools/shadingctl/replay/SampleHealth.h"
@@ -33,15 +34,20 @@ class Summary {
   explicit Summary(int logLevel);
 
   // The durations are those of the library's calls.
-  void AddUpdate(std::vector<NSCam::Utils::SensorData> const& batch, std::int64_t updateNs);
+  void AddUpdate(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& batch, FrameMessages const& messages,
+                 std::int64_t updateNs);
   void Add(FrameResult const& result, std::int64_t calculateNs);
-  void CountSplitBatch() { Count(mBatches.split); }
-  void CountDroppedBatch() { Count(mBatches.dropped); }
+  void AddFacts(FrameFacts const& facts) { mFacts.AddFrame(facts); }
+  // The same result once all samples of its readout are there.
+  void AddComplete(FrameResult const& result);
+  // The camera's monitor starts with an empty history.
+  void BeginHistory() { mFacts.BeginHistory(); }
   // An answer that the recording holds too.
   void AddAnswer(bool isAsRecorded);
   void AddSilentCalculation(std::int64_t calculateNs) { mSilentCalculateNs.Add(calculateNs); }  // at log level 0
 
   std::uint64_t differentAnswers() const { return mDifferentAnswers; }
+  SessionFacts const& facts() const { return mFacts; }
 
   std::string Text() const;
   nlohmann::ordered_json Json() const;
@@ -51,9 +57,8 @@ class Summary {
   std::uint64_t CountOf(Match match) const { return mMatches[static_cast<std::size_t>(match)]; }
 
  private:
-  static void Count(std::optional<std::uint64_t>& counter) {
-    if (counter) ++*counter;
-  }
+  BatchCounts Batches() const;
+  std::string EndsText() const;
   std::uint64_t WarmFrames() const { return mFrames - CountOf(Match::kWarmUp); }
   std::string MatchText() const;
   std::string CarriedText() const;
@@ -76,8 +81,7 @@ class Summary {
   std::int64_t mUpdateNs = 0;
   std::int64_t mCalculateNs = 0;
   Histogram mSilentCalculateNs;
-  SampleHealth mHealth;
-  BatchCounts mBatches;
+  SessionFacts mFacts;
   std::uint64_t mRecordedAnswers = 0;
   std::uint64_t mDifferentAnswers = 0;
 };

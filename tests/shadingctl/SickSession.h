@@ -1,0 +1,44 @@
+// A session whose every sample can be told, to make it sick in one way at a time.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "tests/shadingctl/Program.h"
+
+namespace shadingctl {
+
+struct SickSession {
+  struct Frame {
+    std::uint32_t number = 0;
+    std::int64_t timeNs = 0;
+    std::int64_t exposureNs = 0;
+    std::int64_t readoutNs = 0;
+  };
+  struct Sample {
+    std::uint32_t frame = 0;  // with which it is delivered
+    std::int64_t timeNs = 0;
+    double x = 0;
+    double y = 0;
+  };
+
+  std::vector<Frame> frames;
+  std::vector<Sample> samples;
+
+  void Write(TemporaryDirectory const& directory) const;
+};
+
+struct SessionPlan {
+  double hallRateHz = 1000;
+  double frameRateHz = 60;
+  std::int64_t exposureUs = 10000;
+  std::int64_t readoutUs = 16000;
+  std::uint32_t frames = 200;
+  std::int64_t deliveryUs = 17500;  // from a frame's timestamp: what was taken until then comes with it
+};
+
+// Regular frames and samples of a lens that swings in both axes. Its samples fill the history before the first frame,
+// and come with the first frame.
+SickSession HealthySession(SessionPlan const& plan = {});
+
+}  // namespace shadingctl

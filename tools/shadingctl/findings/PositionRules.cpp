@@ -1,0 +1,84 @@
+// Rules about what a position stands for.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "tools/shadingctl/findings/RuleWords.h"
+#include "tools/shadingctl/findings/Rules.h"
+
+namespace shadingctl::rules {
+
+// carried. Any frame after the warm-up whose position was taken from the oldest end of the window.
+std::optional<SessionFinding> Carried(SessionFacts const& facts) {
+  MatchFacts const& match = facts.match();
+  if (match.carried.count == 0) return std::nullopt;
+  double const ageUs = match.carriedAgeUs.Median().value_or(0);
+  SessionFinding finding{
+      "carried",
+      fmt::format("{} had no sample at their start and took an old position instead, {} old (median)",
+                  FramesText(match.carried, facts), Milliseconds(ageUs)),
+      "clear oisMatched before each call, so that such a frame keeps the last position (--reset-matched)",
+      {{"median_age_us", ageUs}},
+      match.carried};
+  auto const distances = facts.readoutDistances(Match::kCarried);
+  if (distances.median) {
+    finding.text += fmt::format(" and {} units (median; {} at most) from the mean of their own readout's samples",
+                                Units(*distances.median), Units(*distances.largest));
+    finding.figures.emplace_back("median_distance", *distances.median);
+    finding.figures.emplace_back("largest_distance", *distances.largest);
+  }
+  if (auto const matched = facts.readoutDistances(Match::kStart).median; matched && distances.median) {
+    finding.text += fmt::format(", where frames with a start are {} away", Units(*matched));
+    finding.figures.emplace_back("median_distance_of_matched", *matched);
+  }
+  return finding;
+}
+
+// long_exposure. A frame gathers its light in exposure + readout, and the span is as long as the readout. Told when the
+// exposure is the longer one in one frame in a hundred; below that the span is at least as long as each row's exposure.
+std::optional<SessionFinding> LongExposure(SessionFacts const& facts) {
+  FrameList const& frames = facts.match().longExposures;
+  if (!IsWorthTelling(frames.count, facts)) return std::nullopt;
+  double const exposureUs = facts.MedianExposureUs().value_or(0);
+  double const readoutUs = facts.MedianReadoutUs().value_or(0);
+  double const share = readoutUs / std::max(exposureUs + readoutUs, 1.0);
+  return SessionFinding{
+      "long_exposure",
+      fmt::format("the exposure of {} is longer than the readout: the span stands for {:.0f} % of the time in which "
+                  "their light was gathered",
+                  FramesText(frames, facts), 100 * share),
+      "take the position as that of the readout, not of the whole exposure",
+      {{"exposure_us", exposureUs}, {"readout_us", readoutUs}, {"share", share}},
+      frames};
+}
+
+// repeated. Samples that were told before weigh twice in a mean. Told from one sample in a hundred of the spans on.
+std::optional<SessionFinding> Repeated(SessionFacts const& facts) {
+  MatchFacts const& match = facts.match();
+  double const share = Share(match.repeatedSamples, match.spanSamples);
+  if (share < kWorthTelling) return std::nullopt;
+  return SessionFinding{"repeated",
+                        fmt::format("{:.0f} % of the samples in the spans were told before, so they weigh twice, in {}",
+                                    100 * share, FramesText(match.repeated, facts)),
+                        "drop what a batch repeats from the one before",
+                        {{"share", share}},
+                        match.repeated};
+}
+
+// mode_switch. Any frame with another readout time than the one before.
+std::optional<SessionFinding> ModeSwitch(SessionFacts const& facts) {
+  SwitchFacts const& switches = facts.switches();
+  if (switches.frames.count == 0) return std::nullopt;
+  return SessionFinding{
+      "mode_switch",
+      fmt::format("the readout time changed {} (first from {} to {}); {} frames right after lack a near end",
+                  Times(switches.frames.count), Milliseconds(switches.firstFromUs), Milliseconds(switches.firstToUs),
+                  switches.unmatched.count),
+      "store the new readout time before the first frame of the new mode",
+      {{"switches", static_cast<double>(switches.frames.count)},
+       {"unmatched", static_cast<double>(switches.unmatched.count)}},
+      switches.frames};
+}
+
+}  // namespace shadingctl::rules

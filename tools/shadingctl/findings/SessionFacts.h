@@ -1,0 +1,159 @@
+// What a session's findings rest on: one camera's frames, batches and samples, in constant memory.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/SensorProvider.h"
+#include "tools/shadingctl/findings/FrameFacts.h"
+#include "tools/shadingctl/findings/StabiliserFacts.h"
+#include "tools/shadingctl/replay/Histogram.h"
+#include "tools/shadingctl/replay/SampleHealth.h"
+
+namespace shadingctl {
+
+// How many frames, and which came first.
+struct FrameList {
+  static constexpr std::size_t kNamed = 5;
+
+  std::uint64_t count = 0;
+  std::array<std::uint32_t, kNamed> first{};
+
+  void Add(std::uint32_t frame);
+  std::size_t named() const { return count < kNamed ? static_cast<std::size_t>(count) : kNamed; }
+};
+
+// The least and the greatest of some times.
+struct TimeRange {
+  std::int64_t least = INT64_MAX;
+  std::int64_t greatest = INT64_MIN;
+
+  void Add(std::int64_t value);
+  bool isEmpty() const { return greatest < least; }
+};
+
+// How much later than its frame's timestamp the newest delivered sample is. A jump is a change that stays; a batch that
+// is late comes back to where it was.
+class DeliveryFacts {
+ public:
+  static constexpr std::int64_t kJumpNs = 50000000;  // above the jitter of any host
+  static constexpr std::uint32_t kStays = 30;        // frames: as many as the library's history holds
+
+  void Add(std::uint32_t frame, std::int64_t leadNs);
+
+  TimeRange const& leadNs() const { return mLeadNs; }
+  FrameList const& jumps() const { return mJumps; }
+  std::int64_t largestJumpNs() const { return mLargestJumpNs; }
+
+ private:
+  TimeRange mLeadNs;
+  std::optional<std::int64_t> mLevelNs;
+  std::uint32_t mAway = 0;  // frames in a row that were away from the level, and the first of them
+  std::uint32_t mFirstAway = 0;
+  FrameList mJumps;
+  std::int64_t mLargestJumpNs = 0;
+};
+
+// Frames by what decided them. The warm-up is counted apart.
+struct MatchFacts {
+  std::uint64_t frames = 0;
+  std::uint64_t warmUp = 0;
+  std::uint64_t bothNear = 0;
+  std::array<FrameList, 10> starts;  // by StartCause, the warm-up apart
+  std::array<FrameList, 4> ends;     // by EndCause, of spans that began near the start
+  TimeRange shortfallNs;             // from the newest sample to the end of the readout, of frames that lack later ones
+  FrameList carried;
+  FrameList longExposures;  // longer than the readout
+  FrameList repeated;       // frames with samples in their span that were told before
+  std::uint64_t repeatedSamples = 0;
+  std::uint64_t spanSamples = 0;
+  Histogram coverage;  // in millionths, of the frames that got a position
+  double worstCoverage = 1;
+  Histogram lengthShare;  // the same of the span's length
+  Histogram carriedAgeUs;
+
+  FrameList const& of(StartCause cause) const { return starts[static_cast<std::size_t>(cause)]; }
+  FrameList const& of(EndCause cause) const { return ends[static_cast<std::size_t>(cause)]; }
+  std::uint64_t settled() const { return frames - warmUp; }
+};
+
+struct BatchFacts {
+  FrameList missing;            // frames without a batch
+  FrameList missingUnmatched;   // of these, those without both ends near
+  std::uint64_t discarded = 0;  // by the library
+  std::uint64_t split = 0;
+};
+
+struct SwitchFacts {
+  FrameList frames;     // the first ones with another readout time
+  FrameList unmatched;  // frames up to three after a switch without both ends near
+  std::uint32_t firstFromUs = 0;
+  std::uint32_t firstToUs = 0;
+};
+
+class SessionFacts {
+ public:
+  // One batch, in the order of delivery; empty where there was none. `stored` is the library's word on it.
+  void AddBatch(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& batch,
+                std::optional<BatchStored> const& stored, bool split);
+
+  void AddFrame(FrameFacts const& facts);
+
+  // The library has forgotten all samples.
+  void BeginHistory() { mNewestStoredNs.reset(); }
+
+  // How far the position of a frame is from the mean of its readout's own samples, in the samples' unit.
+  void AddReadoutDistance(Match match, double distance);
+
+  MatchFacts const& match() const { return mMatch; }
+  BatchFacts const& batches() const { return mBatches; }
+  SwitchFacts const& switches() const { return mSwitches; }
+  DeliveryFacts const& delivery() const { return mDelivery; }
+  StabiliserFacts const& stabiliser() const { return mStabiliser; }
+  SampleHealth::Report samples() const { return mHealth.Summarize(); }
+
+  std::optional<double> FrameIntervalUs() const;  // mean over the frame numbers; nullopt with fewer than two
+  // Delivered, those told before included; the first batch, which may hold any history, apart. nullopt without a
+  // second.
+  std::optional<double> SamplesPerFrame() const;
+  std::optional<double> MedianExposureUs() const { return mExposureUs.Median(); }
+  std::optional<double> MedianReadoutUs() const { return mReadoutUs.Median(); }
+  struct Distances {
+    std::optional<double> median;
+    std::optional<double> largest;
+  };
+  Distances readoutDistances(Match match) const;  // of kStart or kCarried
+
+ private:
+  void AddSpan(FrameFacts const& facts);
+  void AddSwitch(FrameFacts const& facts, bool bothNear);
+
+  struct Seen {
+    std::uint32_t frame = 0;
+    std::uint64_t timestampNs = 0;
+  };
+
+  MatchFacts mMatch;
+  BatchFacts mBatches;
+  SwitchFacts mSwitches;
+  DeliveryFacts mDelivery;
+  StabiliserFacts mStabiliser;
+  SampleHealth mHealth;
+  Histogram mExposureUs;
+  Histogram mReadoutUs;
+  Histogram mStartDistance;  // in millionths of the samples' unit
+  Histogram mCarriedDistance;
+  std::optional<Seen> mFirst;
+  std::optional<Seen> mLast;
+  std::optional<std::uint32_t> mReadoutNowUs;
+  std::uint32_t mSinceSwitch = 0;
+  std::optional<std::int64_t> mNewestSampleNs;
+  std::optional<std::int64_t> mNewestStoredNs;
+  bool mHasFreshBatch = false;
+  std::uint64_t mFirstBatch = 0;               // samples
+  std::optional<std::uint32_t> mMissingBatch;  // the frame
+};
+
+}  // namespace shadingctl

@@ -1,0 +1,164 @@
+// Rules about what the library's window reaches.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "tools/shadingctl/findings/RuleWords.h"
+#include "tools/shadingctl/findings/Rules.h"
+#include "tools/shadingctl/findings/SessionBudget.h"
+
+namespace shadingctl::rules {
+namespace {
+
+constexpr double kNeededSamplesPerFrame =
+    static_cast<double>(kWindowSize) / static_cast<double>(kHistoryFrames);  // that fill the history
+
+}  // namespace
+
+// history. The library keeps 30 frames and answers from 100 samples on: it needs 100 / 30 samples a frame. Any frame
+// after the warm-up that found fewer; or one in a hundred whose start lies before the history, unless the clocks
+// differ.
+std::optional<SessionFinding> History(SessionFacts const& facts) {
+  FrameList const& tooLittle = facts.match().of(StartCause::kTooLittleHistory);
+  FrameList const& beginsLate = facts.match().of(StartCause::kHistoryBeginsLate);
+  bool const tellsLate = IsWorthTelling(beginsLate.count, facts) && !HasSteadyOffset(facts);
+  if (tooLittle.count == 0 && !tellsLate) return std::nullopt;
+  double const samplesPerFrame = facts.SamplesPerFrame().value_or(0);
+  SessionFinding finding{
+      "history", "", "", {{"samples_per_frame", samplesPerFrame}, {"needed", kNeededSamplesPerFrame}}, tooLittle};
+  if (tooLittle.count > 0) {
+    finding.text = fmt::format(
+        "{} found fewer than 100 samples in the history of 30 frames, which takes {:.2f} samples "
+        "a frame ({:.2f} were delivered)",
+        FramesText(tooLittle, facts), kNeededSamplesPerFrame, samplesPerFrame);
+  }
+  if (tellsLate) {
+    finding.frames = Together(tooLittle, beginsLate);
+    finding.text += fmt::format("{}the start of {} lies before the whole history", finding.text.empty() ? "" : ", and ",
+                                FramesText(beginsLate, facts));
+  }
+  auto const frameUs = facts.FrameIntervalUs();
+  auto const rateHz = facts.samples().rateHz;
+  if (samplesPerFrame >= kNeededSamplesPerFrame || !frameUs || !rateHz) {
+    finding.advice = "deliver batches without pauses";
+  } else {
+    finding.advice =
+        fmt::format("at {:.0f} frames a second sample at {:.0f} Hz or more, or update every other frame only",
+                    kUsInS / *frameUs, std::ceil(kNeededSamplesPerFrame * kUsInS / *frameUs));
+  }
+  return finding;
+}
+
+// sampling. A start is near when it lies within 2 * 1500 - 1 us of some place in each sample interval; with random
+// phase that is so for 2999 us / interval of the frames. Told when frames whose window reaches over an end of the
+// readout have no sample near it, and the interval is longer than 2999 us. When the frame interval is so near a
+// multiple of the sample interval that the phase drifts by less than half an interval in the whole session, phase
+// decides all or nothing.
+std::optional<SessionFinding> Sampling(SessionFacts const& facts) {
+  MatchFacts const& match = facts.match();
+  FrameList const between = Together(match.of(StartCause::kBetweenSamples), match.of(EndCause::kBetweenSamples));
+  auto const samples = facts.samples();
+  if (between.count == 0 || !samples.intervalUs || *samples.intervalUs <= kNearWidthUs) return std::nullopt;
+  std::uint64_t const near = match.of(StartCause::kNear).count;
+  std::uint64_t const candidates = near + match.of(StartCause::kBetweenSamples).count;
+  double const chance = std::min(kNearWidthUs / *samples.intervalUs, 1.0);
+  SessionFinding finding{
+      "sampling",
+      fmt::format(
+          "samples are {} apart, and 1500 us are allowed: with random phase {:.0f} % of the starts can be near one, "
+          "{} of {} are ({:.0f} %)",
+          Milliseconds(*samples.intervalUs), 100 * chance, near, candidates, 100 * Share(near, candidates)),
+      fmt::format("sample at {:.0f} Hz or more", std::ceil(kUsInS / kNearWidthUs)),
+      {{"interval_us", *samples.intervalUs}, {"chance", chance}, {"near", Share(near, candidates)}},
+      between};
+  auto const frameUs = facts.FrameIntervalUs();
+  if (frameUs && samples.rateHz && *frameUs > 0) {
+    double const perFrame = *frameUs / (kUsInS / *samples.rateHz);
+    double const drift = std::abs(perFrame - std::round(perFrame)) * static_cast<double>(match.frames);
+    if (std::round(perFrame) >= 1 && drift < 0.5) {
+      finding.text += "; the frame rate is locked to the sample rate, so the phase decides for all frames alike";
+      finding.advice += ", or shift the phase of one of the two";
+      finding.figures.emplace_back("phase_drift_samples", drift);
+    }
+  }
+  return finding;
+}
+
+// reach_backward. The readout begins exposure + 0.5432 * min(exposure, readout) + 166 us before the frame's timestamp,
+// and the window 50 samples before it. Told when the window of one frame in a hundred begins after the start it looks
+// for.
+std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
+  FrameList const& late = facts.match().of(StartCause::kWindowBeginsLate);
+  if (!IsWorthTelling(late.count, facts)) return std::nullopt;
+  auto const budget = BudgetOf(facts);
+  if (!budget) return std::nullopt;
+  double const reachUs = hosting::kSamplesBefore * budget->hallIntervalUs;
+  SessionFinding finding{
+      "reach_backward",
+      fmt::format("the window of {} begins after the readout does: at {:.0f} Hz its 50 samples reach {} back, "
+                  "and a readout after {} of exposure begins {} before the timestamp",
+                  FramesText(late, facts), kUsInS / budget->hallIntervalUs, Milliseconds(reachUs),
+                  Milliseconds(budget->exposureUs), Milliseconds(budget->startBeforeTimestampUs)),
+      "",
+      {{"reach_us", reachUs}, {"start_before_timestamp_us", budget->startBeforeTimestampUs}},
+      late};
+  if (budget->limits.longestExposureNs) {
+    double const longestUs = static_cast<double>(*budget->limits.longestExposureNs) / 1e3;
+    finding.figures.emplace_back("longest_exposure_us", longestUs);
+    finding.advice = fmt::format("expose for {} at most", Milliseconds(longestUs));
+  }
+  if (budget->limits.highestStartHz) {
+    finding.figures.emplace_back("highest_hall_rate_hz", *budget->limits.highestStartHz);
+    finding.advice += fmt::format("{}hand over at most {:.0f} samples a second", finding.advice.empty() ? "" : ", or ",
+                                  std::floor(*budget->limits.highestStartHz));
+  }
+  return finding;
+}
+
+// reach_forward. The window ends 49 samples after the timestamp. Told when for one frame in a hundred the start is near
+// and the window ends before the readout, though later samples were there.
+std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
+  FrameList const& early = facts.match().of(EndCause::kWindowEndsEarly);
+  if (!IsWorthTelling(early.count, facts)) return std::nullopt;
+  auto const budget = BudgetOf(facts);
+  if (!budget) return std::nullopt;
+  double const reachUs = hosting::kSamplesAfter * budget->hallIntervalUs;
+  double const coverage = facts.match().coverage.Median().value_or(0) / 1e6;
+  double const length = facts.match().lengthShare.Median().value_or(0) / 1e6;
+  SessionFinding finding{
+      "reach_forward",
+      fmt::format("the span of {} ends with the window, 49 samples or {} after the timestamp, before the readout "
+                  "does: it is {:.0f} % as long as the readout and covers {:.0f} % of it (medians)",
+                  FramesText(early, facts), Milliseconds(reachUs), 100 * length, 100 * coverage),
+      "hand over fewer samples a second",
+      {{"reach_us", reachUs}, {"length_share", length}, {"coverage", coverage}},
+      early};
+  if (auto const highestHz = budget->limits.highestEndHz) {
+    finding.advice = fmt::format("hand over at most {:.0f} samples a second", std::floor(*highestHz));
+    finding.figures.emplace_back("highest_hall_rate_hz", *highestHz);
+  }
+  return finding;
+}
+
+// not_delivered. The end of the readout, or the timestamp, lies after the newest sample in the history. One frame in a
+// hundred, unless the clocks differ.
+std::optional<SessionFinding> NotDelivered(SessionFacts const& facts) {
+  MatchFacts const& match = facts.match();
+  FrameList const frames =
+      Together(match.of(EndCause::kNotDelivered),
+               Together(match.of(StartCause::kNothingAfter), match.of(StartCause::kWindowEndsEarly)));
+  if (!IsWorthTelling(frames.count, facts) || HasSteadyOffset(facts) || match.shortfallNs.isEmpty())
+    return std::nullopt;
+  double const leastUs = static_cast<double>(match.shortfallNs.least) / 1e3;
+  double const greatestUs = static_cast<double>(match.shortfallNs.greatest) / 1e3;
+  return SessionFinding{"not_delivered",
+                        fmt::format("{} were computed too early: their readout ended {} after the newest sample in the "
+                                    "library",
+                                    FramesText(frames, facts), FromTo(leastUs, greatestUs)),
+                        fmt::format("compute {} later, or have the platform deliver sooner", Milliseconds(greatestUs)),
+                        {{"shortfall_least_us", leastUs}, {"shortfall_greatest_us", greatestUs}},
+                        frames};
+}
+
+}  // namespace shadingctl::rules

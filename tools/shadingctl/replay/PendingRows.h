@@ -1,0 +1,48 @@
+// Rows that wait for the last samples of their readout, which may be delivered with a later frame.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <set>
+#include <tuple>
+#include <utility>
+
+#include "platform/SensorProvider.h"
+#include "tools/shadingctl/replay/FrameResult.h"
+
+namespace shadingctl {
+
+// Every row comes out in the order in which it came in, with its distance from the mean of its readout's own samples.
+// Those are the camera's samples from 1500 us before its readout to 1500 us after it, whenever they were delivered: as
+// many as a span with both ends near may hold. Samples with the same us and position count once. Constant memory.
+class PendingRows {
+ public:
+  // In any order; those that are there already are passed over.
+  void AddSample(std::int32_t camera, std::int64_t timeUs, float hallX, float hallY);
+  void AddSample(std::int32_t camera, NSCam::Utils::SensorData const& sample);
+
+  void Add(FrameResult row) { mRows.push_back(std::move(row)); }
+
+  // The next row, once it is complete. A row waits for no more than 30 others.
+  std::optional<FrameResult> Take();
+  // The next row, complete or not.
+  std::optional<FrameResult> TakeAnyway();
+
+ private:
+  // A batch may tell samples again that are so much older than the newest one, at slightly other times.
+  static constexpr std::int64_t kRepeatedUs = 100000;
+  static constexpr std::size_t kLongestWait = 30;    // rows: as many as the library's history has frames
+  static constexpr std::size_t kRemembered = 16384;  // samples of a camera: two seconds at 8 kHz
+
+  using Sample = std::tuple<std::int64_t, float, float>;
+
+  bool IsComplete(FrameResult const& row) const;
+  std::optional<double> DistanceOf(FrameResult const& row) const;
+
+  std::deque<FrameResult> mRows;
+  std::map<std::int32_t, std::set<Sample>> mSamples;
+};
+
+}  // namespace shadingctl
