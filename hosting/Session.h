@@ -43,14 +43,16 @@ struct ExposurePair {
   std::uint64_t exposureNs = 0;
 };
 
+// What a recorded call of CalcOISValue left behind.
+struct CalcOisAnswer {
+  bool matched = false;        // the flag
+  std::optional<float> hallX;  // the first element of each vector; nullopt where the vector was empty
+  std::optional<float> hallY;
+};
+
 // CalcOISValue.
 struct CalcOisValue {
-  // What the recorded call left behind.
-  struct Answer {
-    bool matched = false;        // the flag
-    std::optional<float> hallX;  // the first element of each vector; nullopt where the vector was empty
-    std::optional<float> hallY;
-  };
+  using Answer = CalcOisAnswer;  // not nested: clang would not let an optional make one
 
   std::uint32_t frame = 0;
   std::optional<std::int32_t> type;  // nullopt: whichever the replay is asked for

@@ -12,13 +12,15 @@
 
 namespace shadingctl {
 
+struct TakenSample {
+  std::int64_t timeNs = 0;  // when it was taken, on the clock of the frames
+  NSCam::Utils::SensorData sample;
+};
+
 // One camera's samples, one after the other.
 class SyntheticSamples {
  public:
-  struct Taken {
-    std::int64_t timeNs = 0;  // when it was taken, on the clock of the frames
-    NSCam::Utils::SensorData sample;
-  };
+  using Taken = TakenSample;  // not nested: clang would not let an optional make one
 
   // `options` must outlive it.
   SyntheticSamples(SyntheticOptions const& options, std::int64_t firstFrameNs, std::uint64_t seed);

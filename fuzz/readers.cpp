@@ -1,0 +1,131 @@
+// Any bytes through each reader of the tools: what it cannot use it refuses in its own way, with a message that names
+// the file, and what it accepts is within its bounds.
+#include <stdlib.h>
+
+#include <fstream>
+#include <string>
+
+#include "fuzz/ByteSource.h"
+#include "fuzz/Target.h"
+#include "hosting/Recording.h"
+#include "hosting/UnusableInput.h"
+#include "platform/desktop/DeviceFile.h"
+#include "tools/shadingctl/doctor/Diagnosis.h"
+#include "tools/shadingctl/doctor/ShadingInterface.h"
+#include "tools/shadingctl/dumps/HallDumpFile.h"
+#include "tools/shadingctl/messages/FrameMessages.h"
+
+namespace {
+
+using fuzz::ByteSource;
+using fuzz::Expect;
+
+std::string const& Directory() {
+  static std::string const directory = [] {
+    std::string path = "/dev/shm/fuzz-readers-XXXXXX";
+    if (mkdtemp(path.data()) == nullptr) fuzz::Fail("no directory for files");
+    return path;
+  }();
+  return directory;
+}
+
+void Write(char const* name, std::string const& content) {
+  std::ofstream(Directory() + "/" + name, std::ios::binary | std::ios::trunc) << content;
+}
+
+void Remove(char const* name) { remove((Directory() + "/" + name).c_str()); }
+
+void ExpectNamed(std::exception const& refusal, std::string const& name) {
+  Expect(std::string(refusal.what()).rfind(name, 0) == 0, std::string("a message without its file: ") + refusal.what());
+}
+
+// The files of a recording stand one after the other, with a line of % between them.
+void ReadRecording(std::string const& text, std::initializer_list<char const*> names) {
+  for (char const* const name : {"frames.csv", "hall.csv", "recording.csv", "calls.csv"}) Remove(name);
+  std::size_t begin = 0;
+  for (char const* const name : names) {
+    std::size_t const end = std::min(text.find("%\n", begin), text.size());
+    Write(name, text.substr(begin, end - begin));
+    begin = std::min(end + 2, text.size());
+  }
+  try {
+    auto const session = hosting::OpenRecording(Directory());
+    hosting::Call call;
+    std::size_t calls = 0;
+    while (session->Next(call)) ++calls;
+    Expect(calls <= 4 * text.size() + 16, "more calls than the text has room for");
+  } catch (hosting::UnusableInput const& unusable) {
+    ExpectNamed(unusable, Directory());
+  }
+}
+
+void ReadDevice(std::string const& text) {
+  Write("device.json", text);
+  try {
+    desktop::LoadDevice(Directory());
+  } catch (desktop::UnusableFile const& unusable) {
+    ExpectNamed(unusable, Directory());
+  }
+}
+
+void ReadDump(std::string const& text) {
+  std::size_t const end = std::min(text.find('\n'), text.size());
+  auto const name = shadingctl::ParseDumpName(text.substr(0, end));
+  try {
+    auto const dump =
+        shadingctl::ParseDump(name.value_or(shadingctl::DumpName{}), text.substr(std::min(end + 1, text.size())));
+    Expect(dump.samples.size() >= 2 && dump.samples.size() <= shadingctl::kMaxSpan, "a span that is no dump's");
+  } catch (shadingctl::BrokenDump const& broken) {
+    Expect(broken.line() >= 1, "a message without its line");
+  }
+}
+
+void ReadMessages(std::string const& text) {
+  shadingctl::FrameMessages frame;
+  for (std::size_t begin = 0; begin < text.size();) {
+    std::size_t const end = std::min(text.find('\n', begin), text.size());
+    frame.Add(text.substr(begin, end - begin));
+    begin = end + 1;
+  }
+}
+
+void ReadLibrary(std::string const& bytes) {
+  try {
+    auto const findings = shadingctl::Diagnose(shadingctl::ReadElf(bytes, "library", shadingctl::kTableName));
+    Expect(findings.size() >= 10, "a check says nothing");
+  } catch (hosting::UnusableInput const& unusable) {
+    ExpectNamed(unusable, "library: ");
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t count) {
+  ByteSource source(bytes, count);
+  // A letter, so that a corpus can be read and made by hand.
+  char const reader = source.Take<char>();
+  std::string const rest = source.TakeRest();
+  switch (reader) {
+    case 'f':
+      ReadRecording(rest, {"frames.csv", "hall.csv"});
+      break;
+    case 'c':
+      ReadRecording(rest, {"recording.csv", "calls.csv", "hall.csv"});
+      break;
+    case 'd':
+      ReadDevice(rest);
+      break;
+    case 'o':
+      ReadDump(rest);
+      break;
+    case 'm':
+      ReadMessages(rest);
+      break;
+    case 'e':
+      ReadLibrary(rest);
+      break;
+    default:
+      break;
+  }
+  return 0;
+}
