@@ -69,6 +69,16 @@ Head ReadHead(std::string const& path) {
 
 }  // namespace
 
+std::string RecordingDirectory(std::string const& name) {
+  std::filesystem::path const path(name);
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) return name;
+  for (char const* const file : {"recording.csv", "calls.csv", "frames.csv", "hall.csv"}) {
+    if (path.filename() == file) return path.has_parent_path() ? path.parent_path().string() : ".";
+  }
+  return name;
+}
+
 std::unique_ptr<Session> OpenRecording(std::string const& directory) {
   std::string const path = directory + "/recording.csv";
   std::error_code error;

@@ -12,4 +12,7 @@ namespace hosting {
 // Throws UnusableInput when it cannot be read or is of another version.
 std::unique_ptr<Session> OpenRecording(std::string const& directory);
 
+// The directory of the recording that a name stands for: itself, or that of a recording's file.
+std::string RecordingDirectory(std::string const& name);
+
 }  // namespace hosting

@@ -8,6 +8,9 @@
 
 namespace desktop {
 
+// The first cameras have sound data; those of the others are broken, each in its own way.
+constexpr int kBuiltInSoundCameras = 3;
+
 // The phone's name for the dump file of a sensor index; empty where it has none (7 to 13, and everything that is no
 // sensor index).
 std::string CalibrationFileName(int sensorIndex);

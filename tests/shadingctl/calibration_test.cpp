@@ -32,6 +32,16 @@ TEST(Calibration, BuiltInCamerasAreAsCommitted) {
   unsetenv("TMPDIR");
 }
 
+TEST(Calibration, TheBuiltInDeviceShowsItsSoundCamerasFirst) {
+  Outcome const some = RunTool("calibration --format csv");
+  EXPECT_EQ(some.exitCode, 0);
+  EXPECT_EQ(Lines(some.out).size(), 4U);
+  EXPECT_EQ(Lines(RunTool("calibration --all --format csv").out).size(), 8U);
+  std::string const table = RunTool("calibration").out;
+  EXPECT_NE(table.find("\nThe built-in device has cameras with broken data as well: --all shows them.\n"),
+            std::string::npos);
+}
+
 // 9 rows, in which value k of row r is 256 r + k, and the valid byte.
 std::string Block(char valid) {
   std::string block;

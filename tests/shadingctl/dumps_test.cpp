@@ -56,10 +56,10 @@ TEST(Dumps, FramesAreListedByCameraKindAndNumber) {
   write("preview_camera_0_frame_2147483647_oishall.txt", "2147483647");
   write("capture_camera_0_frame_5_-7_oishall.txt", "5");
   write("capture_camera_-1_frame_-1_999990000_oishall.txt", "-1");
-  directory.Write(
-      "preview_camera_0_frame_42_oishall.txt",
-      Replaced(Replaced(kDump, "\"OIS hall X\": 1.", "\"OIS hall X\": -340282346638528859811704183484516925440."),
-               "0.250000", "-nan"));
+  // The largest number, and the mean of one that is none.
+  directory.Write("preview_camera_0_frame_42_oishall.txt",
+                  Replaced(Replaced(Replaced(kDump, "-0.500000", "nan"), "0.250000", "-nan"), "\"OIS hall X\": 1.",
+                           "\"OIS hall X\": -340282346638528859811704183484516925440."));
   std::string const rest = ",2,0.250000,12.500000,0.000000,0.000000,10000,20000\n";
   Outcome const outcome = Dumps(directory.path());
   EXPECT_EQ(outcome.err, "");
@@ -71,6 +71,7 @@ TEST(Dumps, FramesAreListedByCameraKindAndNumber) {
   ASSERT_EQ(json.size(), 5U);
   EXPECT_EQ(json[0]["start_of_frame_us"], 999990000);
   EXPECT_EQ(json[0]["samples"].dump(), R"([{"x":-0.5,"y":12.25},{"x":1.0,"y":12.75}])");
+  EXPECT_TRUE(json[1]["samples"][0]["x"].is_null());
   EXPECT_TRUE(json[1]["hall0"]["x"].is_null());
   EXPECT_EQ(json[1]["samples"][1]["x"], -340282346638528859811704183484516925440.0);
 }
@@ -130,6 +131,46 @@ TEST(Dumps, AFileCutAnywhereIsNotTakenForAWholeOne) {
   Outcome const outcome = Dumps(directory.path());
   EXPECT_EQ(Lines(outcome.err).size(), kDump.size());
   EXPECT_EQ(Lines(outcome.out).size(), 2U);
+}
+
+// Samples (-0.5, 12.25), (1, 12.75) and, in the longer ones, (0.25, 12.5) between them: the position as it may be.
+TEST(Dumps, APositionComesFromItsSamples) {
+  std::string const longer = Replaced(kDump, "\t\"OIS hall X\": 1.0",
+                                      "\t\"OIS hall X\": 0.250000\n\t\"OIS hall Y\": 12.500000\n\t\"OIS hall X\": 1.0");
+  struct {
+    std::string dump;
+    char const* x;
+    char const* y;
+    bool isSound;
+  } const rows[] = {
+      {kDump, "0.250000", "12.500000", true},  // mean
+      {kDump, "0.250001", "12.500000", true},  // as near as six decimals tell
+      {kDump, "0.250002", "12.500000", false},
+      {kDump, "1.000000", "12.750000", true},    // maximum, last
+      {kDump, "-0.500000", "12.250000", true},   // middle: of two the first
+      {kDump, "-0.500000", "12.750000", false},  // no calculation mixes
+      {kDump, "0.250000", "12.750000", false},
+      {kDump, "0.000000", "0.000000", false},  // as before the first position
+      {kDump, "nan", "12.500000", false},
+      {longer, "0.250000", "12.500000", true},  // mean, middle
+      {longer, "-0.500000", "12.250000", false},
+  };
+  for (auto const& row : rows) {
+    TemporaryDirectory const directory;
+    std::string const position = std::string("hall0 X\": ") + row.x + "\n\t\"match ois hall0 y\": " + row.y;
+    std::string const file = directory.path() + "/preview_camera_0_frame_42_oishall.txt";
+    directory.Write("preview_camera_0_frame_42_oishall.txt",
+                    Replaced(row.dump, "hall0 X\": 0.250000\n\t\"match ois hall0 y\": 12.500000", position));
+    Outcome const outcome = Dumps(file);
+    std::string const line = row.dump == kDump ? ":6: " : ":8: ";
+    EXPECT_EQ(outcome.exitCode, row.isSound ? 0 : 1) << row.x << " " << row.y;
+    EXPECT_EQ(outcome.err, row.isSound ? ""
+                                       : file + line +
+                                             "expected the mean, maximum, middle or last of the samples, "
+                                             "found (" +
+                                             row.x + ", " + row.y + ")\n");
+    EXPECT_EQ(Lines(outcome.out).size(), 2U) << "listed in any case";
+  }
 }
 
 TEST(Dumps, ADirectoryThatCannotBeReadDoesNotHideTheOthers) {
@@ -222,6 +263,33 @@ TEST_F(ReplayedDumps, RelativePathsMeanWhatTheUserWrote) {
   EXPECT_EQ(off.err,
             "shadingctl: frames of type 1 write capture dumps, which --dump does not name: there will be none\n");
   EXPECT_EQ(FilesIn("none"), 0U);
+}
+
+// In a file system of 32 KiB, or of so many files, where the first dumps fit and the others do not.
+TEST_F(ReplayedDumps, ThatCannotBeWrittenAreCountedWithTheReason) {
+  if (RunScript("unshare -m true || unshare -Urm true").exitCode != 0) GTEST_SKIP() << "no mount namespace to be had";
+  struct {
+    char const* mount;
+    char const* prepare;
+    char const* told;  // after the number of dumps
+  } const rows[] = {
+      {"size=32k", "true", " cut: No space left on device\n"},
+      {"nr_inodes=20", "true", " are missing and 0 are cut: No space left on device\n"},
+      {"size=1m", "mkdir -p disk/data/vendor/camera_dump && mount -o remount,ro disk",
+       "of 285 dumps 285 are missing and 0 are cut: Read-only file system\n"},
+  };
+  for (auto const& row : rows) {
+    Outcome const outcome = RunScript(std::string("if [ -z \"$INSIDE\" ]; then INSIDE=1; export INSIDE\n"
+                                                  "  unshare -m true 2>/dev/null && exec unshare -m sh \"$0\"; exec "
+                                                  "unshare -Urm sh \"$0\"; fi\n"
+                                                  "mkdir -p disk && mount -t tmpfs -o ") +
+                                      row.mount + " tmpfs disk && " + row.prepare +
+                                      " && shadingctl replay --dump preview --dump-dir disk --format csv -o rows.csv");
+    EXPECT_EQ(outcome.exitCode, 3) << outcome.err;
+    EXPECT_EQ(outcome.err.rfind("shadingctl: disk/data/vendor/camera_dump: of 285 dumps ", 0), 0U) << outcome.err;
+    EXPECT_NE(outcome.err.find(row.told), std::string::npos) << outcome.err;
+    EXPECT_EQ(Lines(ReadFile("rows.csv")).size(), 298U) << "the rows are complete";
+  }
 }
 
 }  // namespace

@@ -31,7 +31,21 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         CommandLine{"--help", 0, "Examples:\n"}, CommandLine{"--version", 0, "shadingctl 1."},
         CommandLine{"replay --help", 0, "oldest end of the window"}, CommandLine{"generate --help", 0, "--hall-rate"},
-        CommandLine{"", 2, "subcommand is required"}, CommandLine{"repaly", 2, "repaly"},
+        CommandLine{"", 2, "subcommand is required"}, CommandLine{"-V", 0, "shadingctl 1."},
+        CommandLine{"repaly", 2, "not expected: repaly\nDid you mean replay?\n"},
+        CommandLine{"replay --quite", 2, "not expected: --quite\nDid you mean --quiet?\n"},
+        CommandLine{"generate x --hal-rate=5", 2, "Did you mean --hall-rate?\n"},
+        CommandLine{"--versoin", 2, "Did you mean --version?\n"},
+        CommandLine{"xyz", 2, "not expected: xyz\nRun with --help"}, CommandLine{"help", 0, "Subcommands:\n"},
+        CommandLine{"help replay", 0, "Usage: shadingctl replay "}, CommandLine{"help repaly", 2, "repaly"},
+        CommandLine{"replay -", 2, "RECORDING: - is standard input or output, which is no directory"},
+        CommandLine{"generate -", 2, "DIR: - is standard input or output"},
+        CommandLine{"dumps -", 2, "DIR: - is standard input or output"},
+        CommandLine{"doctor - --load", 2, "--load: expected a file"},
+        CommandLine{"replay --range 5", 2, "--range: expected FIRST:LAST, two frame numbers from 0 to 4294967295, "},
+        CommandLine{"replay --range 7:5", 2, "found '7:5'"}, CommandLine{"replay --range 05:7", 2, "found '05:7'"},
+        CommandLine{"replay --only start,some", 2, "some not in {start,carried,no_start,"},
+        CommandLine{"replay --summary -q", 2, "excludes"}, CommandLine{"replay --color red", 2, "red"},
         CommandLine{"replay --mode median", 2, "median"}, CommandLine{"replay --type 2", 2, "--type"},
         CommandLine{"replay --format xml", 2, "xml"}, CommandLine{"replay --log-level -1", 2, "--log-level"},
         CommandLine{"generate", 2, "DIR is required"}, CommandLine{"generate x --drop 0.9", 2, "--drop"},
@@ -97,6 +111,27 @@ INSTANTIATE_TEST_SUITE_P(
                     CommandLine{"generate ''", 2, "DIR: expected a value"},
                     CommandLine{"calibration --camera 0 --raw ''", 2, "--raw: expected a value"},
                     CommandLine{"dumps x ''", 2, "DIR: expected a value"}));
+
+// The option wins against a variable that names another device, or none that can be read.
+TEST(Device, OfTheOptionIsPlayedWhateverTheEnvironmentSays) {
+  TemporaryDirectory const directory;
+  directory.Write("device.json", R"({"configuration": {"FeatureOisCompensationSupport": {"sensorMaps": [4, 6]}},
+                                     "sensors": [{"sensorId": 4, "sensorIndex": 0, "device": 1}]})");
+  TemporaryDirectory const other;
+  other.Write("device.json", "{}");
+  for (std::string const& variable : {std::string("/no/device"), other.path()}) {
+    std::string const environment = "VCAM_DEVICE=" + variable + " shadingctl ";
+    Outcome const replay = RunScript(environment + "replay --device " + directory.path());
+    EXPECT_EQ(replay.exitCode, 0) << replay.err;
+    EXPECT_NE(replay.out.find(": camera 4, sensor type 6,"), std::string::npos);
+    Outcome const calibration = RunScript(environment + "calibration --format csv --device " + directory.path());
+    EXPECT_EQ(calibration.exitCode, 1) << calibration.err;
+    EXPECT_EQ(Lines(calibration.out).size(), 2U);
+  }
+  Outcome const broken = RunScript("VCAM_DEVICE=/no/device shadingctl replay");
+  EXPECT_EQ(broken.exitCode, 3);
+  EXPECT_EQ(broken.err, "shadingctl: /no/device/device.json: cannot be read: No such file or directory\n");
+}
 
 }  // namespace
 }  // namespace shadingctl

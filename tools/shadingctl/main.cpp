@@ -4,12 +4,16 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "hosting/Interruption.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/commands/Suggestion.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/OutputFile.h"
 
@@ -29,12 +33,33 @@ constexpr char const* kExamples = R"(Examples:
 Exit codes: 0 done, 1 a check found a difference, 2 wrong usage, 3 unusable input or
 output, 130 interrupted.)";
 
+// The command or option that the first unknown argument may stand for, as a line; empty when there is none like it.
+std::string SuggestionFor(CLI::App const& app) {
+  std::vector<std::string> const unknown = app.remaining(true);
+  if (unknown.empty()) return {};
+  std::vector<CLI::App*> const commands = app.get_subcommands();
+  std::vector<std::string> candidates;
+  if (unknown.front()[0] == '-') {
+    CLI::App const& command = commands.empty() ? app : *commands.front();
+    for (CLI::Option const* const option : command.get_options()) {
+      for (std::string const& name : option->get_lnames()) candidates.push_back("--" + name);
+    }
+  } else if (commands.empty()) {
+    for (CLI::App const* const command : app.get_subcommands({})) candidates.push_back(command->get_name());
+  }
+  std::string const typed = unknown.front().substr(0, unknown.front().find('='));
+  auto const suggestion = shadingctl::Suggest(typed, candidates);
+  return suggestion ? "Did you mean " + *suggestion + "?\n" : std::string();
+}
+
 // The text of --help and --version is a result like any other; that of a refusal goes to standard error.
 int Answer(CLI::App const& app, CLI::ParseError const& error) {
   std::ostringstream asked;
   std::ostringstream refused;
   int const code = app.exit(error, asked, refused);
-  shadingctl::TellPlainly(refused.str());
+  std::string told = refused.str();
+  if (code != 0) told.insert(std::min(told.find('\n') + 1, told.size()), SuggestionFor(app));
+  shadingctl::TellPlainly(told);
   shadingctl::OutputFile console(shadingctl::kStandardOutput);
   console.Write(asked.str());
   console.Finish();
@@ -42,9 +67,10 @@ int Answer(CLI::App const& app, CLI::ParseError const& error) {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App app{"Loads the shading library as a camera process does, plays recordings to it and shows its answers."};
+  CLI::App app{"Loads the shading library as a camera process does, plays recordings to it and shows its answers.",
+               "shadingctl"};
   app.require_subcommand(0, 1);  // none is told below, after a misspelt one was told
-  app.set_version_flag("--version", kVersion);
+  app.set_version_flag("-V,--version", kVersion);
   app.footer(kExamples);
   shadingctl::Command chosen;
   shadingctl::AddReplayCommand(app, chosen);
@@ -53,6 +79,7 @@ int Run(int argc, char** argv) {
   shadingctl::AddCalibrationCommand(app, chosen);
   shadingctl::AddDumpsCommand(app, chosen);
   shadingctl::AddDoctorCommand(app, chosen);
+  shadingctl::AddHelpCommand(app, chosen);
   try {
     app.parse(argc, argv);
     for (CLI::App const* const command : app.get_subcommands()) shadingctl::RefuseEmptyValues(*command);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "tools/shadingctl/calibration/CalibrationVerdict.h"
@@ -111,7 +112,8 @@ void WriteTables(OutputFile& output, std::string const& device, std::vector<Came
 // ---- JSON, from which the CSV takes its values
 
 nlohmann::ordered_json StatisticsJson(RowStatistics const& row) {
-  return {{"minimum", row.minimum}, {"maximum", row.maximum}, {"mean", row.mean}};
+  constexpr double kSteps = 1000;  // as many decimals as the CSV has
+  return {{"minimum", row.minimum}, {"maximum", row.maximum}, {"mean", std::round(row.mean * kSteps) / kSteps}};
 }
 
 template <class Number>
@@ -177,7 +179,10 @@ nlohmann::ordered_json CameraJson(CameraCalibration const& camera) {
 }
 
 void WriteJson(OutputFile& output, std::string const& device, std::vector<CameraCalibration> const& cameras) {
-  nlohmann::ordered_json json = {{"device", device}, {"cameras", nlohmann::ordered_json::array()}};
+  nlohmann::ordered_json json = {{"schema", "shadingctl-calibration"},
+                                 {"version", 1},
+                                 {"device", device},
+                                 {"cameras", nlohmann::ordered_json::array()}};
   for (CameraCalibration const& camera : cameras) json["cameras"].push_back(CameraJson(camera));
   output.Write(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
 }

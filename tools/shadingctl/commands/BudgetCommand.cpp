@@ -74,7 +74,9 @@ std::string TextOf(std::vector<Budget> const& budgets, Arguments const& argument
   if (arguments.format == Format::kJson) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (Budget const& budget : budgets) list.push_back(BudgetJson(budget));
-    return nlohmann::ordered_json{{"budgets", std::move(list)}}.dump(2) + "\n";
+    nlohmann::ordered_json const document = {
+        {"schema", "shadingctl-budget"}, {"version", 1}, {"budgets", std::move(list)}};
+    return document.dump(2) + "\n";
   }
   return arguments.sweep.empty() ? BudgetText(budgets.front()) : BudgetTable(budgets);
 }

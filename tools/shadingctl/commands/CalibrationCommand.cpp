@@ -10,6 +10,7 @@
 
 #include "hosting/HostLibrary.h"
 #include "hosting/UnusableInput.h"
+#include "platform/desktop/BuiltInCalibration.h"
 #include "tools/shadingctl/calibration/CalibrationFiles.h"
 #include "tools/shadingctl/calibration/CalibrationVerdict.h"
 #include "tools/shadingctl/calibration/CalibrationWriter.h"
@@ -22,13 +23,23 @@ namespace shadingctl {
 namespace {
 
 struct Arguments {
-  std::optional<int> camera;  // empty: all
+  std::optional<int> camera;
+  bool all = false;
   Format format = Format::kTable;
   std::string output;
   std::string raw;  // empty: nowhere
   std::string device;
   std::string library;
 };
+
+std::vector<int> CamerasToShow(Arguments const& arguments, ChosenDevice const& device) {
+  if (arguments.camera) return {*arguments.camera};
+  std::vector<int> cameras = CamerasOf(device.settings);
+  if (!device.directory.empty() || arguments.all) return cameras;
+  auto const isBroken = [](int camera) { return camera >= desktop::kBuiltInSoundCameras; };
+  cameras.erase(std::remove_if(cameras.begin(), cameras.end(), isBroken), cameras.end());
+  return cameras;
+}
 
 // What the command reads, as far as it can name it.
 std::vector<std::string> InputsOf(ChosenDevice const& device, std::string const& library) {
@@ -58,7 +69,7 @@ std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string co
 int RunCalibration(Arguments const& arguments) {
   ChosenDevice device = ChooseDevice(arguments.device);
   device.settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
-  std::vector<int> const indices = arguments.camera ? std::vector<int>{*arguments.camera} : CamerasOf(device.settings);
+  std::vector<int> const indices = CamerasToShow(arguments, device);
   if (indices.empty())
     throw hosting::UnusableInput(fmt::format("{}: expected a device with cameras", device.directory));
 
@@ -72,8 +83,12 @@ int RunCalibration(Arguments const& arguments) {
   if (!arguments.raw.empty()) raw.emplace(arguments.raw);
 
   std::vector<CameraCalibration> const cameras = AskAll(device, library, indices);
-  WriteCalibration(arguments.format, output,
-                   device.directory.empty() ? "the built-in device" : "the device in " + device.directory, cameras);
+  bool const isBuiltIn = device.directory.empty();
+  std::string const name = isBuiltIn ? "the built-in device" : "the device in " + device.directory;
+  WriteCalibration(arguments.format, output, name, cameras);
+  if (isBuiltIn && !arguments.all && !arguments.camera && arguments.format == Format::kTable) {
+    output.Write("\nThe built-in device has cameras with broken data as well: --all shows them.\n");
+  }
   auto const& block = cameras.front().block;
   if (raw && block) raw->Write({reinterpret_cast<char const*>(block->data()), block->size()});
   OutputFile::FinishAll({&output, raw && block ? &*raw : nullptr});
@@ -97,6 +112,7 @@ which needs root or user namespaces.
 
 Examples:
   shadingctl calibration
+  shadingctl calibration --all                     what broken data look like
   shadingctl calibration --camera 2 --raw block.bin
   shadingctl calibration --device my-phone --format csv -o calibration.csv)";
 
@@ -109,7 +125,10 @@ void AddCalibrationCommand(CLI::App& app, Command& chosen) {
   command->footer(kExamples);
   auto* const camera =
       AddNumber(*command, "--camera", arguments->camera, 0, kSensorSlotCount - 1, "Sensor index; its mask is 1 << N");
-  command->add_flag("--all", "Every camera of the device; so it is without --camera")->excludes(camera);
+  command
+      ->add_flag("--all", arguments->all,
+                 "Every camera of the device. Without it and --camera, the built-in device shows those with sound data")
+      ->excludes(camera);
   AddResultOptions(*command, arguments->format, arguments->output);
   command->add_option("--raw", arguments->raw, "Write the camera's block to this file, as handed out")->needs(camera);
   AddHostOptions(*command, arguments->device, arguments->library);

@@ -26,4 +26,7 @@ void AddCalibrationCommand(CLI::App& app, Command& chosen);
 void AddDumpsCommand(CLI::App& app, Command& chosen);
 void AddDoctorCommand(CLI::App& app, Command& chosen);
 
+// The help of all commands that have been added before it.
+void AddHelpCommand(CLI::App& app, Command& chosen);
+
 }  // namespace shadingctl

@@ -30,7 +30,8 @@ struct Arguments {
 };
 
 std::string ReadWhole(std::string const& path) {
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rb"), std::fclose);
+  char const* const name = path == kStandardInput ? "/dev/stdin" : path.c_str();
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(name, "rb"), std::fclose);
   std::string bytes;
   std::vector<char> buffer(std::size_t{1} << 16U);
   std::size_t count = 0;
@@ -77,14 +78,21 @@ void AddDoctorCommand(CLI::App& app, Command& chosen) {
   auto const arguments = std::make_shared<Arguments>();
   CLI::App* const command = app.add_subcommand("doctor", "Judge a built library before it is installed");
   command->footer(kExamples);
-  command->add_option("LIBRARY", arguments->library, "The shared object, of this or of the phone's processor")
+  command
+      ->add_option("LIBRARY", arguments->library,
+                   "The shared object, of this or of the phone's processor; - is standard input")
       ->required();
   command->add_option("--format", arguments->format, "How to show the result")
       ->capture_default_str()
       ->check(CLI::IsMember({"table", "json"}));
   AddOutput(*command, arguments->output);
   command->add_flag("--load", arguments->load, "Load it too, in a process of its own, and ask for its object");
-  command->callback([arguments, &chosen] { chosen = [arguments] { return RunDoctor(*arguments); }; });
+  command->callback([arguments, &chosen] {
+    if (arguments->load && arguments->library == kStandardInput) {
+      throw CLI::ValidationError("--load", "expected a file, found -, which is standard input");
+    }
+    chosen = [arguments] { return RunDoctor(*arguments); };
+  });
 }
 
 }  // namespace shadingctl

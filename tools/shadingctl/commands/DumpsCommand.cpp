@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
@@ -8,6 +10,7 @@
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/dumps/HallDumpCheck.h"
 #include "tools/shadingctl/dumps/HallDumpWriter.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
@@ -16,7 +19,7 @@ namespace shadingctl {
 namespace {
 
 struct Arguments {
-  std::vector<std::string> directories;
+  std::vector<std::string> names;  // of files and directories
   Format format = Format::kTable;
   std::string output;
   bool samples = false;
@@ -38,9 +41,9 @@ int RunDumps(Arguments const& arguments) {
     TellPlainly(complaint + "\n");
     exitCode = std::max(exitCode, kExitDifference);
   };
-  for (std::string const& directory : arguments.directories) {
+  for (std::string const& name : arguments.names) {
     try {
-      ReadDumps(directory, dumps, complain);
+      ReadDumps(name, dumps, complain);
     } catch (hosting::UnusableInput const& unusable) {
       complain(std::string("shadingctl: ") + unusable.what());
       exitCode = kExitUnusable;
@@ -49,6 +52,10 @@ int RunDumps(Arguments const& arguments) {
   if (dumps.empty()) {
     if (exitCode != kExitUnusable) Tell("expected OIS hall dump files, found none to read");
     return kExitUnusable;
+  }
+  for (NamedDump const& named : dumps) {
+    std::size_t const line = 2 * named.dump.samples.size() + 2;  // after the frame's and two for each sample
+    if (auto const problem = CheckPosition(named.dump)) complain(fmt::format("{}:{}: {}", named.file, line, *problem));
   }
   std::stable_sort(dumps.begin(), dumps.end(), IsBefore);
   std::vector<std::string> inputs;
@@ -63,8 +70,8 @@ int RunDumps(Arguments const& arguments) {
 constexpr char const* kExamples = R"(A DIR that has a folder data/vendor/camera_dump, as `shadingctl replay --dump-dir`
 leaves it, is read there.
 
-Exit code: 0 every file was read, 1 a file is no dump or is broken, 3 a DIR cannot
-be read or holds nothing that can.
+Exit code: 0 every file was read, 1 a file is no dump, is broken, or has a position
+that no calculation of its samples gives, 3 nothing can be read.
 
 Examples:
   shadingctl dumps camera_dump
@@ -77,7 +84,9 @@ void AddDumpsCommand(CLI::App& app, Command& chosen) {
   auto const arguments = std::make_shared<Arguments>();
   CLI::App* const command = app.add_subcommand("dumps", "Check OIS hall dump files and list their frames");
   command->footer(kExamples);
-  command->add_option("DIR", arguments->directories, "Directories with dump files, as pulled from a phone")->required();
+  command->add_option("DIR", arguments->names, "Directories with dump files, as pulled from a phone, or files")
+      ->required()
+      ->check(RefuseStandardStream);
   AddResultOptions(*command, arguments->format, arguments->output);
   command->add_flag("--samples", arguments->samples, "List the samples of each span too; JSON always does");
   command->callback([arguments, &chosen] { chosen = [arguments] { return RunDumps(*arguments); }; });

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/SyntheticArguments.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/session/RecordingWriter.h"
@@ -44,7 +45,9 @@ void AddGenerateCommand(CLI::App& app, Command& chosen) {
   auto const arguments = std::make_shared<Arguments>();
   CLI::App* const command = app.add_subcommand("generate", "Write a synthetic session as a recording");
   command->footer(kExamples);
-  command->add_option("DIR", arguments->directory, "Directory for the recording; made when missing")->required();
+  command->add_option("DIR", arguments->directory, "Directory for the recording; made when missing")
+      ->required()
+      ->check(RefuseStandardStream);
   arguments->session.AddTo(*command);
   command->add_flag("--force", arguments->force, "Replace a recording that is there already");
   command->callback([arguments, &chosen] {

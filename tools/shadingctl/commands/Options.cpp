@@ -51,6 +51,11 @@ std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& 
   return files;
 }
 
+std::string RefuseStandardStream(std::string const& name) {
+  if (name != kStandardOutput) return {};
+  return "- is standard input or output, which is no directory; ./- is the name of one";
+}
+
 void RefuseEmptyValues(CLI::App const& command) {
   for (CLI::Option const* const option : command.get_options()) {
     for (std::string const& value : option->results()) {

@@ -72,6 +72,9 @@ std::string ChooseLibrary(std::string const& option);
 // The files that a host with these choices reads.
 std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& library);
 
+// A check for names of directories, which standard input and output are not. Answers what is wrong.
+std::string RefuseStandardStream(std::string const& name);
+
 // Refuses options and arguments whose value is empty, as that of an unset variable in a script is. Throws
 // CLI::ValidationError.
 void RefuseEmptyValues(CLI::App const& command);

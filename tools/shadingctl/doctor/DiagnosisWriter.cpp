@@ -34,7 +34,8 @@ void WriteDiagnosisTable(OutputFile& output, std::vector<Finding> const& finding
 }
 
 void WriteDiagnosisJson(OutputFile& output, std::string const& library, std::vector<Finding> const& findings) {
-  nlohmann::ordered_json json = {{"version", 1},
+  nlohmann::ordered_json json = {{"schema", "shadingctl-doctor"},
+                                 {"version", 1},
                                  {"library", library},
                                  {"sound", IsSound(findings)},
                                  {"findings", nlohmann::ordered_json::array()}};

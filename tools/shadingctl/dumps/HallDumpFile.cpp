@@ -124,6 +124,11 @@ std::optional<DumpName> ParseDumpName(std::string_view text) {
   return text == "_oishall.txt" ? std::optional<DumpName>(name) : std::nullopt;
 }
 
+std::string FileNameOf(DumpName const& name) {
+  std::string const start = name.startOfFrameUs ? fmt::format("_{}", *name.startOfFrameUs) : "";
+  return fmt::format("{}_camera_{}_frame_{}{}_oishall.txt", Name(name.kind), name.camera, name.printedFrame, start);
+}
+
 HallDump ParseDump(DumpName const& name, std::string_view text) {
   HallDump dump;
   dump.name = name;

@@ -13,6 +13,9 @@ namespace shadingctl {
 
 constexpr std::size_t kMaxSpan = 100;  // entries of the library's table
 
+// More bytes than a dump can have: 207 lines of at most 340 characters.
+constexpr std::size_t kLargestDump = std::size_t{128} * 1024;
+
 enum class DumpKind { kPreview, kCapture };
 char const* Name(DumpKind kind);  // "preview", "capture"
 
@@ -27,6 +30,7 @@ struct DumpName {
 
 // What a file's name says; empty when the library gives no file that name.
 std::optional<DumpName> ParseDumpName(std::string_view name);
+std::string FileNameOf(DumpName const& name);
 
 struct Position {
   double x = 0;

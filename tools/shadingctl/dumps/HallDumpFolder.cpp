@@ -9,6 +9,7 @@
 #include <memory>
 #include <system_error>
 
+#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 
 namespace shadingctl {
@@ -16,30 +17,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// More than the longest dump: 207 lines of at most 340 characters.
-constexpr std::size_t kMaxSize = std::size_t{128} * 1024;
-
 // The file's beginning, one byte more than a dump can have at the most. Throws BrokenDump.
 std::string ReadText(fs::path const& path) {
   std::error_code failure;
   if (!fs::is_regular_file(path, failure)) throw BrokenDump(1, "expected a regular file");
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rb"), &std::fclose);
-  std::string text(kMaxSize, '\0');
+  std::string text(kLargestDump, '\0');
   if (file != nullptr) text.resize(std::fread(text.data(), 1, text.size(), file.get()));
   if (file == nullptr || std::ferror(file.get()) != 0) {
     throw BrokenDump(1, fmt::format("expected a readable file: {}", std::generic_category().message(errno)));
   }
   return text;
-}
-
-HallDump ReadDump(fs::path const& path) {
-  auto const name = ParseDumpName(path.filename().string());
-  if (!name) {
-    throw BrokenDump(1,
-                     "expected a name like preview_camera_0_frame_1_oishall.txt or "
-                     "capture_camera_0_frame_1_2000_oishall.txt");
-  }
-  return ParseDump(*name, ReadText(path));
 }
 
 std::vector<fs::path> EntriesOf(fs::path const& directory) {
@@ -54,15 +42,33 @@ std::vector<fs::path> EntriesOf(fs::path const& directory) {
   return entries;
 }
 
+// The files that a name stands for: its entries, those of the library's folder below it, or itself.
+std::vector<fs::path> FilesOf(fs::path const& name) {
+  std::error_code failure;
+  if (fs::exists(name, failure) && !fs::is_directory(name, failure)) return {name};
+  fs::path const below = name / kDumpDirectory;
+  return EntriesOf(fs::is_directory(below, failure) ? below : name);
+}
+
 }  // namespace
 
-void ReadDumps(std::string const& directory, std::vector<NamedDump>& dumps,
+HallDump ReadDump(std::string const& file) {
+  fs::path const path(file);
+  auto const name = ParseDumpName(path.filename().string());
+  if (!name) {
+    throw BrokenDump(1,
+                     "expected a name like preview_camera_0_frame_1_oishall.txt or "
+                     "capture_camera_0_frame_1_2000_oishall.txt");
+  }
+  return ParseDump(*name, ReadText(path));
+}
+
+void ReadDumps(std::string const& name, std::vector<NamedDump>& dumps,
                std::function<void(std::string const&)> const& complain) {
-  std::error_code failure;
-  fs::path const below = fs::path(directory) / kDumpDirectory;
-  for (fs::path const& path : EntriesOf(fs::is_directory(below, failure) ? below : fs::path(directory))) {
+  for (fs::path const& path : FilesOf(name)) {
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
     try {
-      dumps.push_back({path.string(), ReadDump(path)});
+      dumps.push_back({path.string(), ReadDump(path.string())});
     } catch (BrokenDump const& broken) {
       complain(fmt::format("{}:{}: {}", path.string(), broken.line(), broken.what()));
     }

@@ -1,4 +1,4 @@
-// The OIS hall dump files of a directory.
+// The OIS hall dump files of a directory, and where the library puts them.
 #pragma once
 
 #include <functional>
@@ -17,9 +17,13 @@ struct NamedDump {
   HallDump dump;
 };
 
-// Adds the dumps in `directory`, or, if that has a folder data/vendor/camera_dump, in there. `complain` gets every
-// entry that is no dump: "FILE:LINE: expected ...". Throws UnusableInput when the directory cannot be read.
-void ReadDumps(std::string const& directory, std::vector<NamedDump>& dumps,
+// Reads one file. Throws BrokenDump when its name or its text is none of a dump.
+HallDump ReadDump(std::string const& file);
+
+// Adds the dump with that name, or those in the directory of that name, or, if that has a folder
+// data/vendor/camera_dump, in there. `complain` gets every file that is no dump: "FILE:LINE: expected ...". Throws
+// UnusableInput when the directory cannot be read, and Interrupted.
+void ReadDumps(std::string const& name, std::vector<NamedDump>& dumps,
                std::function<void(std::string const&)> const& complain);
 
 // Makes the library's dumps go below `directory` from now on: makes the folder there, as the library does not, and goes

@@ -64,7 +64,7 @@ nlohmann::ordered_json PositionJson(Position const& position) { return {{"x", po
 
 // A line for every frame. A value that is no number becomes null.
 void WriteJson(OutputFile& output, std::vector<NamedDump> const& dumps) {
-  output.Write("{\"dumps\": [");
+  output.Write("{\"schema\": \"shadingctl-dumps\", \"version\": 1,\n\"dumps\": [");
   for (NamedDump const& named : dumps) {
     HallDump const& dump = named.dump;
     nlohmann::ordered_json json = {{"file", named.file},

@@ -31,10 +31,10 @@ struct Identity {
 Identity Of(struct stat const& status) { return {status.st_dev, status.st_ino, {}}; }
 
 // Empty for a device, which loses nothing, and for a file whose directory does not exist: opening it will say so.
-std::optional<Identity> Identify(std::string const& path) {
+std::optional<Identity> Identify(std::string const& path, int stream) {
   struct stat status = {};
   if (path == kStandardOutput) {
-    return fstat(STDOUT_FILENO, &status) == 0 ? std::optional<Identity>(Of(status)) : std::nullopt;
+    return fstat(stream, &status) == 0 ? std::optional<Identity>(Of(status)) : std::nullopt;
   }
   if (stat(path.c_str(), &status) == 0) {
     return S_ISCHR(status.st_mode) ? std::nullopt : std::optional<Identity>(Of(status));
@@ -71,10 +71,11 @@ std::string WithoutLinks(std::string const& path) {
 void RefuseOverwriting(std::vector<std::string> const& inputs, std::vector<std::string> const& outputs) {
   std::vector<Named> used;
   for (std::string const& input : inputs) {
-    if (auto const identity = Identify(input)) used.push_back({input, "which is read", *identity});
+    std::string const name = input == kStandardInput ? "standard input" : input;
+    if (auto const identity = Identify(input, STDIN_FILENO)) used.push_back({name, "which is read", *identity});
   }
   for (std::string const& path : outputs) {
-    auto const identity = Identify(path);
+    auto const identity = Identify(path, STDOUT_FILENO);
     if (!identity) continue;
     Named const output = {path == kStandardOutput ? "standard output" : path, "which is written too", *identity};
     for (Named const& other : used) RefuseIfSame(output, other);

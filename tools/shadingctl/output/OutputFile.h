@@ -45,6 +45,7 @@ class OutputFile {
 
   // False for standard output, pipes, devices: what was written there can be seen already.
   bool IsHeldBack() const { return mDirectory.number() >= 0; }
+  bool IsTerminal() const { return mIsTerminal; }
   // Columns; empty for what is no terminal, or one that does not say.
   std::optional<std::size_t> TerminalWidth() const;
 

@@ -18,7 +18,9 @@ class CsvWriter : public ResultWriter {
  public:
   explicit CsvWriter(OutputFile& output) : mOutput(output) {}
 
-  void Begin(ReplaySettings const& /*settings*/) override { mOutput.Write(CsvHeader()); }
+  void Begin(ReplaySettings const& settings) override {
+    if (!settings.rows.none) mOutput.Write(CsvHeader());
+  }
 
   void Add(FrameResult const& row) override { mOutput.Write(CsvRow(row)); }
 
@@ -38,7 +40,9 @@ class JsonWriter : public ResultWriter {
         {"session", settings.session},       {"library", settings.library},
         {"camera", OrNull(settings.camera)}, {"sensor_type", OrNull(settings.sensorType)},
         {"type", OrNull(settings.type)},     {"mode", settings.mode},
-        {"log_level", settings.logLevel},    {"reset_matched", settings.resetMatched}};
+        {"log_level", settings.logLevel},    {"reset_matched", settings.resetMatched},
+        {"only", Kinds(settings.rows)},      {"range", RangeOf(settings.rows)},
+        {"summary_only", settings.rows.none}};
     mOutput.Write(fmt::format("{{\"schema\": \"{}\", \"version\": {},\n\"settings\": {},\n\"frames\": [", kReplaySchema,
                               kReplayVersion, Dump(head)));
   }
@@ -81,6 +85,18 @@ class JsonWriter : public ResultWriter {
     return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
   }
 
+  static nlohmann::ordered_json Kinds(RowSelection const& rows) {
+    if (rows.only.empty()) return nullptr;
+    nlohmann::ordered_json kinds = nlohmann::ordered_json::array();
+    for (Match const match : rows.only) kinds.push_back(Name(match));
+    return kinds;
+  }
+
+  static nlohmann::ordered_json RangeOf(RowSelection const& rows) {
+    if (!rows.range) return nullptr;
+    return {rows.range->first, rows.range->last};
+  }
+
   template <class Number>
   static nlohmann::ordered_json OrNull(std::optional<Number> const& number) {
     return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json(nullptr);
@@ -98,10 +114,10 @@ class JsonWriter : public ResultWriter {
 
 }  // namespace
 
-std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, bool wide) {
+std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, TableStyle const& style) {
   switch (format) {
     case Format::kTable:
-      return MakeTableWriter(output, wide);
+      return MakeTableWriter(output, style);
     case Format::kCsv:
       return std::make_unique<CsvWriter>(output);
     case Format::kJson:

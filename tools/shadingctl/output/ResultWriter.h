@@ -6,6 +6,8 @@
 #include <string>
 
 #include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/output/RowSelection.h"
+#include "tools/shadingctl/output/TerminalColor.h"
 #include "tools/shadingctl/replay/FrameResult.h"
 #include "tools/shadingctl/replay/Summaries.h"
 
@@ -27,6 +29,7 @@ struct ReplaySettings {
   std::string mode;
   int logLevel = 0;
   bool resetMatched = false;
+  RowSelection rows;
 };
 
 // Keeps nothing but the row at hand.
@@ -39,8 +42,12 @@ class ResultWriter {
   virtual void End(Summaries const& summaries, std::string const& error) = 0;
 };
 
-// A writer for `format`; `output` must outlive it. A table shows all columns when `wide` is set or the output is no
-// terminal, and otherwise those that fit.
-std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, bool wide);
+struct TableStyle {
+  bool wide = false;  // all columns, also where a terminal has no room for them
+  Color color = Color::kAuto;
+};
+
+// A writer for `format`; `output` must outlive it. A table shows all columns when the output is no terminal.
+std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, TableStyle const& style);
 
 }  // namespace shadingctl

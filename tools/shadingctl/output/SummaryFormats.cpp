@@ -30,9 +30,10 @@ std::string RangeText(Range const& range) {
 std::string SamplesText(SampleHealth::Report const& health, BatchCounts const& batches) {
   std::string text = fmt::format("Samples    {} in {} batches\n", health.delivered, health.batches);
   if (health.rateHz) {
-    text +=
-        fmt::format("           {:.1f} a second, interval {:.1f} us (median), jitter {:.1f} us, longest {:.1f} us\n",
-                    *health.rateHz, *health.intervalUs, *health.jitterUs, *health.longestUs);
+    text += fmt::format(
+        "           {:.1f} a second, interval {:.1f} us (median, within {:.1f} %), jitter {:.1f} us, longest {:.1f} "
+        "us\n",
+        *health.rateHz, *health.intervalUs, 100 * Histogram::kMedianError, *health.jitterUs, *health.longestUs);
   }
   text += fmt::format("           gaps {}, backward steps {}, repeated {} ({} with the same time)\n", health.gaps,
                       health.backwardSteps, health.repeated, health.duplicates);
@@ -203,13 +204,16 @@ nlohmann::ordered_json Summary::Json() const {
             {"update_ns", mUpdateNs},
             {"calculate_ns", mCalculateNs},
             {"silent_calculate_ns",
-             {{"median", OrNull(Tenths(mSilentCalculateNs.Median()))}, {"frames", mSilentCalculateNs.count()}}}}},
+             {{"median", OrNull(Tenths(mSilentCalculateNs.Median()))},
+              {"median_error", Histogram::kMedianError},
+              {"frames", mSilentCalculateNs.count()}}}}},
           {"samples",
            {{"delivered", health.delivered},
             {"batches", health.batches},
             {"repeated", health.repeated},
             {"rate_hz", OrNull(Tenths(health.rateHz))},
             {"interval_us", OrNull(Tenths(health.intervalUs))},
+            {"interval_error", Histogram::kMedianError},
             {"jitter_us", OrNull(Tenths(health.jitterUs))},
             {"longest_us", OrNull(Tenths(health.longestUs))},
             {"gaps", health.gaps},

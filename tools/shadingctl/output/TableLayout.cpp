@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "tools/shadingctl/output/TerminalColor.h"
+
 namespace shadingctl {
 namespace {
 
@@ -84,14 +86,18 @@ TableLayout FitTable(std::optional<std::size_t> width, std::size_t frameDigits, 
   return layout;
 }
 
-std::string TableRow(TableLayout const& layout, std::vector<std::string> const& cells, std::string const& note) {
+std::string TableRow(TableLayout const& layout, std::vector<std::string> const& cells, std::string const& note,
+                     char const* matchColor) {
   std::string row;
+  std::size_t indent = 0;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     TableColumn const& column = layout.columns[i];
-    row += column.column == Column::kMatch ? fmt::format("{:<{}} ", cells[i], column.width)
-                                           : fmt::format("{:>{}} ", cells[i], column.width);
+    bool const isMatch = column.column == Column::kMatch;
+    std::string const cell =
+        isMatch ? fmt::format("{:<{}}", cells[i], column.width) : fmt::format("{:>{}}", cells[i], column.width);
+    row += (isMatch && matchColor != nullptr ? matchColor + cell + kPlain : cell) + " ";
+    indent += cell.size() + 1;
   }
-  std::size_t const indent = row.size();
   std::string_view rest = note;
   std::size_t end = layout.noteWidth ? BreakAt(rest, *layout.noteWidth) : rest.size();
   row += rest.substr(0, end);

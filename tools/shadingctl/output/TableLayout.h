@@ -45,8 +45,10 @@ constexpr std::size_t kNoteWidth = 38;
 // `frameDigits` is how many digits the first frame's number has.
 TableLayout FitTable(std::optional<std::size_t> width, std::size_t frameDigits, bool withCamera);
 
-// A row with its note, of as many lines as that needs; `cells` are in the order of the layout's columns.
-std::string TableRow(TableLayout const& layout, std::vector<std::string> const& cells, std::string const& note);
+// A row with its note, of as many lines as that needs; `cells` are in the order of the layout's columns. `matchColor`
+// is that of the kind of match, or null.
+std::string TableRow(TableLayout const& layout, std::vector<std::string> const& cells, std::string const& note,
+                     char const* matchColor = nullptr);
 
 // In at most `width` characters, wherever that is possible, by way of fewer decimals.
 std::string FitNumber(double number, std::size_t width, int decimals);

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -15,44 +16,64 @@ namespace {
 constexpr int kTimeDecimals = 3;
 constexpr int kPositionDecimals = 4;  // where it has less room than its nine digits take
 
+std::string ModeText(std::string const& mode) {
+  return mode == "middle" ? "middle (of an even number the lower one)" : mode;
+}
+
 template <class Number>
 std::string OrEmpty(std::optional<Number> const& number) {
   return number ? fmt::format("{}", *number) : std::string();
 }
 
+char const* ColorOf(Match match) {
+  switch (match) {
+    case Match::kStart:
+      return kGreen;
+    case Match::kCarried:
+      return kYellow;
+    case Match::kNoStart:
+    case Match::kSingle:
+    case Match::kNoWindow:
+      return kRed;
+    case Match::kWarmUp:
+    case Match::kOff:
+      return kFaint;
+  }
+  return kPlain;
+}
+
 class TableWriter : public ResultWriter {
  public:
-  TableWriter(OutputFile& output, bool wide) : mOutput(output) {
-    if (!wide) mWidth = output.TerminalWidth();
+  TableWriter(OutputFile& output, TableStyle const& style)
+      : mOutput(output), mUsesColor(UsesColor(style.color, output.IsTerminal())) {
+    if (!style.wide) mWidth = output.TerminalWidth();
   }
 
   void Begin(ReplaySettings const& settings) override {
     mShowsCamera = !settings.camera;
+    mShowsRows = !settings.rows.none;
     mOutput.Write(fmt::format("{}: {}{}, {}, mode {}, log level {}{}\n\n", settings.session,
                               settings.camera ? fmt::format("camera {}", *settings.camera) : "cameras as recorded",
                               settings.sensorType ? fmt::format(", sensor type {}", *settings.sensorType) : "",
                               settings.type ? fmt::format("frame type {}", *settings.type) : "frame types as recorded",
-                              settings.mode, settings.logLevel,
+                              ModeText(settings.mode), settings.logLevel,
                               settings.resetMatched ? ", flag cleared before each frame" : ""));
   }
 
   void Add(FrameResult const& r) override {
-    if (!mFirst) {
-      mFirst = r;
-      WriteHead();
-    }
+    if (mLayout.columns.empty()) WriteHead(std::to_string(r.frame).size());
     std::vector<std::string> cells;
     for (TableColumn const& column : mLayout.columns) cells.push_back(Cell(column, r));
-    mOutput.Write(TableRow(mLayout, cells, r.message));
+    mOutput.Write(TableRow(mLayout, cells, r.message, mUsesColor ? ColorOf(r.match) : nullptr));
   }
 
   void End(Summaries const& /*summaries*/, std::string const& /*error*/) override {
-    if (!mFirst) WriteHead();
+    if (mLayout.columns.empty() && mShowsRows) WriteHead(0);
   }
 
  private:
-  void WriteHead() {
-    mLayout = FitTable(mWidth, mFirst ? std::to_string(mFirst->frame).size() : 0, mShowsCamera);
+  void WriteHead(std::size_t frameDigits) {
+    mLayout = FitTable(mWidth, frameDigits, mShowsCamera);
     std::vector<std::string> names;
     std::vector<std::string> units;
     for (TableColumn const& column : mLayout.columns) {
@@ -68,10 +89,8 @@ class TableWriter : public ResultWriter {
         return std::to_string(r.camera);
       case Column::kFrame:
         return std::to_string(r.frame);
-      case Column::kTime: {
-        auto const sinceFirstNs = static_cast<std::int64_t>(r.timestampNs - mFirst->timestampNs);
-        return FitNumber(static_cast<double>(sinceFirstNs) / 1e9, column.width, kTimeDecimals);
-      }
+      case Column::kTime:
+        return FitNumber(static_cast<double>(r.sinceFirstNs) / 1e9, column.width, kTimeDecimals);
       case Column::kMatch:
         return Name(r.match);
       case Column::kSamples:
@@ -90,7 +109,7 @@ class TableWriter : public ResultWriter {
       case Column::kHallY:
         return PositionCell(column, r.hallY);
       case Column::kCoverage:
-        return r.coverage ? fmt::format("{:.0f}", 100 * *r.coverage) : "";
+        return r.coverage ? fmt::format("{:.0f}", std::floor(100 * *r.coverage)) : "";  // 100 is all of it
     }
     return {};
   }
@@ -101,16 +120,17 @@ class TableWriter : public ResultWriter {
   }
 
   OutputFile& mOutput;
+  bool mUsesColor;
   bool mShowsCamera = false;
+  bool mShowsRows = true;
   std::optional<std::size_t> mWidth;
-  TableLayout mLayout;
-  std::optional<FrameResult> mFirst;
+  TableLayout mLayout;  // without columns until the head is written
 };
 
 }  // namespace
 
-std::unique_ptr<ResultWriter> MakeTableWriter(OutputFile& output, bool wide) {
-  return std::make_unique<TableWriter>(output, wide);
+std::unique_ptr<ResultWriter> MakeTableWriter(OutputFile& output, TableStyle const& style) {
+  return std::make_unique<TableWriter>(output, style);
 }
 
 }  // namespace shadingctl

@@ -7,7 +7,6 @@
 
 namespace shadingctl {
 
-// A table with all columns when `wide` is set or `output` is no terminal, otherwise with those that fit.
-std::unique_ptr<ResultWriter> MakeTableWriter(OutputFile& output, bool wide);
+std::unique_ptr<ResultWriter> MakeTableWriter(OutputFile& output, TableStyle const& style);
 
 }  // namespace shadingctl

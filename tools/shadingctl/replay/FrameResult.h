@@ -63,6 +63,8 @@ struct FrameResult {
   std::optional<double> readoutDistance;         // from the mean of the readout's own samples, in the samples' unit
 
   // In no row.
+  std::int64_t sinceFirstNs = 0;  // from the session's first frame
+  std::int64_t startOfFrameUs = 0;
   bool startFound = false;                      // a sample lies within the tolerance of the frame's start
   std::optional<std::uint64_t> historySamples;  // that the library held
   std::optional<FrameTimesTold> times;

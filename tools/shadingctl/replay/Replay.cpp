@@ -179,7 +179,8 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   outcome.flagHanded = calc.matched.value_or(state.matched != 0) && !mOptions.resetMatched;
   state.matched = outcome.flagHanded ? kCarriedFlag : 0;
   hosting::ExposurePair const& pair = PairOf(calc, type);
-  outcome.startsBeforeTime = pair.exposureNs / 1000 > pair.timestampNs / 1000;  // in us, as the library reckons
+  std::uint64_t const startOfFrameUs = pair.timestampNs / 1000 - pair.exposureNs / 1000;  // as the library reckons
+  outcome.startsBeforeTime = pair.exposureNs / 1000 > pair.timestampNs / 1000;
   outcome.updates = state.updates;
   outcome.delivered = state.delivered;
   outcome.hasBeenWarm = state.hasBeenWarm;
@@ -199,6 +200,9 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   result.camera = sensorId;
   result.frame = calc.frame;
   result.timestampNs = pair.timestampNs;
+  if (!mFirstNs) mFirstNs = pair.timestampNs;
+  result.sinceFirstNs = static_cast<std::int64_t>(pair.timestampNs - *mFirstNs);
+  result.startOfFrameUs = static_cast<std::int64_t>(startOfFrameUs);
   result.type = type;
   if (!state.hallX.empty()) result.hallX = state.hallX.front();
   if (!state.hallY.empty()) result.hallY = state.hallY.front();

@@ -93,7 +93,8 @@ class Replay {
   std::optional<std::uint32_t> mFrame;  // at work
   bool mIsListening = true;
   std::uint64_t mCalculations = 0;
-  std::vector<Camera> mMonitors;  // the library's, in its order
+  std::optional<std::uint64_t> mFirstNs;  // timestamp of the first frame
+  std::vector<Camera> mMonitors;          // the library's, in its order
   std::map<std::int32_t, CameraState> mCameras;
 };
 

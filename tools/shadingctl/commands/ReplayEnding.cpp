@@ -1,0 +1,65 @@
+#include "tools/shadingctl/commands/ReplayEnding.h"
+
+#include <fmt/format.h>
+
+#include "tools/shadingctl/output/Console.h"
+
+namespace shadingctl {
+namespace {
+
+std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries) {
+  RowSelection const& rows = arguments.rows;
+  bool const isSelection = !rows.none && !rows.IsAll();
+  std::string const shown = isSelection ? fmt::format("Shown      {} of {} frames; the summary is of all\n",
+                                                      ending.shownFrames, summaries.frames())
+                                        : std::string();
+  return shown + summaries.Text();
+}
+
+// The summary stands where it does not mix with what another program reads.
+void ShowSummary(ReplayArguments const& arguments, std::string const& text) {
+  bool const resultIsShown = arguments.output == kStandardOutput;
+  if (resultIsShown && arguments.format == Format::kJson) return;  // it is part of the object
+  if ((resultIsShown && arguments.format == Format::kCsv) || arguments.log == kStandardOutput) {
+    TellPlainly(text);
+    return;
+  }
+  OutputFile console(kStandardOutput);
+  console.Write((resultIsShown ? "\n" : "") + text);
+  console.Finish();
+}
+
+}  // namespace
+
+void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
+                  OutputFile& output, std::optional<OutputFile>& log) {
+  bool const isComplete = ending.error.empty();
+  std::string const summary = SummaryText(arguments, ending, summaries);
+  bool const isResult =
+      arguments.rows.none && arguments.format != Format::kJson && (isComplete || !output.IsHeldBack());
+  if (isResult) output.Write(summary);
+  auto const finished = [&](OutputFile* file) -> OutputFile* {
+    if (file == nullptr || isComplete || !file->IsHeldBack()) return file;
+    Tell(fmt::format("{}: not written, as the replay is not complete", file->name()));
+    return nullptr;
+  };
+  OutputFile* const finishedOutput = finished(&output);
+  OutputFile::FinishAll({finishedOutput, finished(log ? &*log : nullptr)});
+  if (!isResult && !arguments.quiet) ShowSummary(arguments, summary);
+}
+
+int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries) {
+  if (!ending.complaint.empty()) Tell(ending.complaint);
+  if (summaries.CountOf(Match::kStart) == 0 && ending.error.empty()) {
+    Tell(summaries.frames() == 0 ? "NOTHING MATCHED: no position was computed"
+                                 : "NOTHING MATCHED: not one frame has a sample at its start");
+  }
+  std::string const dumps = ending.dumps.Complaint(arguments.dumpDirectory);
+  if (!dumps.empty()) Tell(dumps);
+  if (!ending.error.empty()) Tell(ending.error);
+  if (ending.exitCode != kExitDone) return ending.exitCode;
+  if (!dumps.empty()) return kExitUnusable;
+  return summaries.differentAnswers() > 0 ? kExitDifference : kExitDone;
+}
+
+}  // namespace shadingctl

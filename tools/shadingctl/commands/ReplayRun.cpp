@@ -1,0 +1,241 @@
+#include "tools/shadingctl/commands/ReplayRun.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <limits>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hosting/HostLibrary.h"
+#include "hosting/Interruption.h"
+#include "hosting/Recording.h"
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/commands/ReplayEnding.h"
+#include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/output/Progress.h"
+#include "tools/shadingctl/output/ResultWriter.h"
+#include "tools/shadingctl/replay/DeviceCameras.h"
+#include "tools/shadingctl/replay/PendingRows.h"
+#include "tools/shadingctl/replay/Replay.h"
+#include "tools/shadingctl/session/SyntheticSession.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr char const* kLogProperty = "vendor.veyra.3a.lscutil.log";
+constexpr char const* kModeProperty = "vendor.debug.ois.hall.calculation";
+constexpr char const* kPreviewDumpProperty = "vendor.debug.preview.lsc.ois.dump";
+constexpr char const* kCaptureDumpProperty = "vendor.debug.capture.lsc.ois.dump";
+constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
+
+std::map<std::string, int> const kModes = {{"mean", 1}, {"maximum", 2}, {"middle", 3}, {"last", 4}};
+
+bool Dumps(ReplayArguments const& arguments, DumpKind kind) {
+  return std::find(arguments.dumps.begin(), arguments.dumps.end(), Name(kind)) != arguments.dumps.end();
+}
+
+DumpKind KindOf(int type) {
+  bool const isPreview = type == kShadingPreview || type == kShadingPreviewPair2;
+  return isPreview ? DumpKind::kPreview : DumpKind::kCapture;
+}
+
+// Called when everything with a relative path is open. Without a `type`, the recording says that of each frame.
+void StartDumping(ReplayArguments const& arguments, std::optional<int> type) {
+  if (arguments.dumps.empty()) return;
+  if (type && !Dumps(arguments, KindOf(*type))) {
+    Tell(fmt::format("frames of type {} write {} dumps, which --dump does not name: there will be none", *type,
+                     Name(KindOf(*type))));
+  }
+  SendDumpsBelow(arguments.dumpDirectory);
+}
+
+// Options win over the recording, and the recording over the device.
+desktop::DeviceSettings SettingsFor(ReplayArguments const& arguments, hosting::Settings const& recorded,
+                                    desktop::DeviceSettings settings) {
+  if (recorded.cameras) SetCameras(*recorded.cameras, settings);
+  if (recorded.calculationMode) settings.properties[kModeProperty] = *recorded.calculationMode;
+  settings.properties[kLogProperty] = arguments.logLevel;
+  if (!arguments.mode.empty()) settings.properties[kModeProperty] = kModes.at(arguments.mode);
+  if (!arguments.dumps.empty()) {
+    settings.properties[kPreviewDumpProperty] = Dumps(arguments, DumpKind::kPreview) ? 1 : 0;
+    settings.properties[kCaptureDumpProperty] = Dumps(arguments, DumpKind::kCapture) ? 1 : 0;
+  }
+  settings.log.systemLog = true;  // the tool reads the library's messages there
+  settings.log.maximumLevel = kEveryMessage;
+  return settings;
+}
+
+std::string ModeOf(desktop::DeviceSettings const& settings) {
+  auto const property = settings.properties.find(kModeProperty);
+  int const mode = property == settings.properties.end() ? 1 : property->second;
+  for (auto const& [name, value] : kModes) {
+    if (value == mode) return name;
+  }
+  return fmt::format("{} (none)", mode);
+}
+
+// A recording may be opened again later on, so it keeps its place when dumps change the working directory.
+std::unique_ptr<hosting::Session> OpenSession(std::string const& recording, bool keepsPlace) {
+  if (recording.empty()) return std::make_unique<SyntheticSession>(SyntheticOptions{});
+  return hosting::OpenRecording(keepsPlace ? std::filesystem::absolute(recording).string() : recording);
+}
+
+MessageSink SinkInto(std::optional<OutputFile>& log) {
+  if (!log) return {};
+  return [&log](std::optional<std::uint32_t> frame, std::string_view message) {
+    log->WriteQuietly(frame ? fmt::format("{}: {}\n", *frame, message) : fmt::format("-: {}\n", message));
+  };
+}
+
+// The next call; none at the end of the session, and where it is broken or the user has had enough.
+bool NextCall(hosting::Session& session, hosting::Call& call, Ending& ending) {
+  try {
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    return session.Next(call);
+  } catch (hosting::Interrupted const& interrupted) {
+    ending.error = interrupted.what();
+    ending.exitCode = kExitSignal + hosting::InterruptedBy();
+  } catch (hosting::UnusableInput const& unusable) {
+    ending.error = unusable.what();
+    ending.exitCode = kExitUnusable;
+  }
+  return false;
+}
+
+// A frame that got a position leaves a dump of its kind, as far as that kind is wanted.
+void ExpectDump(ReplayArguments const& arguments, FrameResult const& result, HallDumpAudit& dumps) {
+  DumpName name;
+  name.kind = KindOf(result.type);
+  bool const hasPosition = result.match == Match::kStart || result.match == Match::kCarried;
+  if (!hasPosition || !Dumps(arguments, name.kind)) return;
+  name.camera = result.camera;
+  name.printedFrame = static_cast<std::int32_t>(result.frame);
+  if (name.kind == DumpKind::kCapture) name.startOfFrameUs = result.startOfFrameUs;
+  dumps.Expect(name);
+}
+
+Ending PlayAll(ReplayArguments const& arguments, hosting::Session& session, Replay& replay, ResultWriter& writer,
+               Summaries& summaries, std::int32_t camera, bool showsProgress) {
+  Ending ending;
+  auto const start = std::chrono::steady_clock::now();
+  PendingRows pending;
+  auto const show = [&](FrameResult const& row) {
+    summaries.Of(row.camera).AddComplete(row);
+    if (!arguments.rows.Includes(row)) return;
+    writer.Add(row);
+    ++ending.shownFrames;
+  };
+  {
+    Progress progress(showsProgress, [&] { return session.FrameCount(); });
+    for (hosting::Call call; NextCall(session, call, ending);) {
+      if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
+        for (auto const& sample : update->batch) pending.AddSample(call.camera.value_or(camera), sample);
+      }
+      if (std::optional<FrameResult> result = replay.Play(call, summaries)) {
+        ExpectDump(arguments, *result, ending.dumps);
+        pending.Add(std::move(*result));
+        progress.Step();
+      }
+      while (auto const row = pending.Take()) show(*row);
+    }
+  }
+  while (auto const row = pending.TakeAnyway()) show(*row);
+  std::chrono::nanoseconds const passed = std::chrono::steady_clock::now() - start;
+  summaries.Close(session.oddities(), passed.count());
+  ending.complaint = replay.complaint();
+  return ending;
+}
+
+void RefuseOverwritingInputs(ReplayArguments const& arguments, ChosenDevice const& device, std::string const& library) {
+  std::vector<std::string> inputs = FilesOf(device, library);
+  if (!arguments.recording.empty()) {
+    for (char const* const file : {"/recording.csv", "/calls.csv", "/frames.csv", "/hall.csv"}) {
+      inputs.push_back(arguments.recording + file);
+    }
+  }
+  std::vector<std::string> outputs = {arguments.output};
+  if (!arguments.log.empty()) outputs.push_back(arguments.log);
+  RefuseOverwriting(inputs, outputs);
+}
+
+Replay::Options OptionsFrom(ReplayArguments const& arguments, desktop::DeviceSettings const& settings) {
+  Replay::Options options;
+  options.camera = CameraOf(settings, arguments.camera);
+  options.onlyCamera = arguments.camera.has_value();
+  options.type = arguments.type;
+  options.resetMatched = arguments.resetMatched;
+  // Whoever asks for something else than what was recorded expects other answers.
+  options.checkAnswers = arguments.mode.empty() && !arguments.type && !arguments.resetMatched;
+  return options;
+}
+
+ReplaySettings SettingsOf(ReplayArguments const& arguments, hosting::Session const& session,
+                          Replay::Options const& options, std::string const& library, std::string const& mode) {
+  hosting::Settings const& recorded = session.settings();
+  ReplaySettings settings;
+  settings.session = session.Name();
+  settings.library = library;
+  bool const isOneCamera =
+      !recorded.recordsCalls || arguments.camera || (recorded.cameras && recorded.cameras->size() == 1);
+  if (isOneCamera) settings.camera = options.camera.sensorId;
+  if (!recorded.recordsCalls) settings.sensorType = options.camera.sensorType;
+  settings.type = arguments.type;
+  if (!recorded.recordsCalls && !arguments.type) settings.type = kShadingPreview;
+  settings.mode = mode;
+  settings.logLevel = arguments.logLevel;
+  settings.resetMatched = arguments.resetMatched;
+  settings.rows = arguments.rows;
+  return settings;
+}
+
+}  // namespace
+
+int RunReplay(ReplayArguments const& arguments) {
+  ChosenDevice const chosen = ChooseDevice(arguments.device);
+  std::string const path = ChooseLibrary(arguments.library);
+  RefuseOverwritingInputs(arguments, chosen, path);
+  std::unique_ptr<hosting::Session> const session = OpenSession(arguments.recording, !arguments.dumps.empty());
+  desktop::Device& device = desktop::Device::Get();
+  desktop::DeviceSettings const settings = SettingsFor(arguments, session->settings(), chosen.settings);
+  device.Configure(settings);
+  VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
+
+  std::optional<OutputFile> log;
+  if (!arguments.log.empty()) log.emplace(arguments.log);
+  OutputFile output(arguments.output);
+  auto const writer = MakeResultWriter(arguments.format, output, arguments.style);
+  Summaries summaries(arguments.logLevel);
+
+  Replay::Options options = OptionsFrom(arguments, settings);
+  options.switches = {hosting::FindSwitch(path, "gLogLevel"), hosting::FindSwitch(path, "g_preOisDump"),
+                      hosting::FindSwitch(path, "g_capOisDump")};
+  ReplaySettings const head = SettingsOf(arguments, *session, options, path, ModeOf(settings));
+  StartDumping(arguments, head.type);
+  // A bar and rows on one terminal would garble each other.
+  bool const terminalIsTaken = (!arguments.rows.none && output.IsTerminal()) || (log && log->IsTerminal());
+  Ending ending;
+  {
+    Replay replay(library, device, options, SinkInto(log));
+    writer->Begin(head);
+    ending = PlayAll(arguments, *session, replay, *writer, summaries, options.camera.sensorId,
+                     !arguments.quiet && !terminalIsTaken);
+  }
+  writer->End(summaries, ending.error);
+  FinishReplay(arguments, ending, summaries, output, log);
+  return TellProblems(arguments, ending, summaries);
+}
+
+}  // namespace shadingctl

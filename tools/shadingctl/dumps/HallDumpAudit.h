@@ -1,0 +1,32 @@
+// Whether the library has written its dumps: it cannot say when it has not.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "tools/shadingctl/dumps/HallDumpFile.h"
+
+namespace shadingctl {
+
+// Looks at the dump of each frame right after the frame, in the folder below the working directory.
+class HallDumpAudit {
+ public:
+  // The frame got a position, so that its dump should be there and whole.
+  void Expect(DumpName const& name);
+
+  std::uint64_t expected() const { return mExpected; }
+  std::uint64_t missing() const { return mMissing; }
+  std::uint64_t cut() const { return mCut; }
+
+  // What is missing below `directory`, and the reason that the system gives; empty when nothing is.
+  std::string Complaint(std::string const& directory) const;
+
+ private:
+  std::uint64_t mExpected = 0;
+  std::uint64_t mMissing = 0;
+  std::uint64_t mCut = 0;
+  std::string mReason;  // asked for at the first dump that was missing or cut
+};
+
+}  // namespace shadingctl
