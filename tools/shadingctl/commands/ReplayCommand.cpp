@@ -35,7 +35,7 @@ Examples:
   shadingctl replay --dump preview,capture --dump-dir /tmp/dumps
   shadingctl replay --mode last --log library.log --quiet)";
 
-RowSelection::Range ParseRange(std::string const& text) {
+FrameRange ParseRange(std::string const& text) {
   constexpr std::uint32_t kLast = std::numeric_limits<std::uint32_t>::max();
   std::size_t const colon = text.find(':');
   if (colon != std::string::npos) {

@@ -10,16 +10,16 @@
 
 namespace shadingctl {
 
-struct RowSelection {
-  // Frame numbers, both included.
-  struct Range {
-    std::uint32_t first = 0;
-    std::uint32_t last = 0;
-  };
+// Frame numbers, both included.
+struct FrameRange {
+  std::uint32_t first = 0;
+  std::uint32_t last = 0;
+};
 
-  std::vector<Match> only;     // empty: of every kind
-  std::optional<Range> range;  // empty: all
-  bool none = false;           // the summary only
+struct RowSelection {
+  std::vector<Match> only;          // empty: of every kind
+  std::optional<FrameRange> range;  // empty: all
+  bool none = false;                // the summary only
 
   bool IsAll() const { return only.empty() && !range && !none; }
 
