@@ -38,7 +38,8 @@ notices "a removed symbol" \
 notices "an added symbol" "/<elf-symbol name='gLogLevel'/d" gLogLevel
 notices "a moved entry" \
   "/name='RegisterSensorMonitor'/,/vtable-offset/ b; s/vtable-offset='5'/vtable-offset='6'/" "vtable"
-notices "a changed member" "s/layout-offset-in-bits='1152'/layout-offset-in-bits='1160'/" "offset changed"
+notices "a changed member" \
+  "/class-decl name='CalcOISValueInput'/,/class-decl>/ s/(layout-offset-in-bits=)'320'/\1'328'/" "offset changed"
 notices "a larger class" "s/(class-decl name='VeyraShadingUtil' size-in-bits=)'[0-9]+'/\1'2048'/" "size changed"
 notices "another value of an enumerator" \
   "s/(enumerator name='kShadingCapture' value=)'1'/\1'2'/" "kShadingCapture"
