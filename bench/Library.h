@@ -1,4 +1,4 @@
-// The shipped library, loaded as a host loads it, and the platform in front of which it runs.
+// The shipped library, loaded as a host loads it, on the stand-in platform.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,7 @@ class Library {
   VeyraShadingUtil& object() { return *mObject; }
   void SetLevel(int level) { *mLevel = level; }
 
-  // Which sinks take messages; with neither, no message is wanted at all.
+  // Which sinks take messages; with neither, no message is formatted.
   static void SetSinks(bool systemLog, bool file);
 
   // With kRollingShutterNs or, in the other sensor mode, kShortRollingShutterNs.

@@ -1,4 +1,4 @@
-// What a camera delivers while it is measured: a block of frames that is played again and again, later each time.
+// The input of a measured camera: a block of frames that is repeated with later times in each repetition.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Ways to keep a camera's samples and to answer a frame. All take their samples from the platform and give the same
-// answers on the measured streams.
+// Alternative designs for storing a camera's samples and computing a frame. All take their samples from the platform
+// and give the same answers on the measured streams.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// A byte string, read as whatever a fuzz target wants next. Past its end everything is 0.
+// Decodes a fuzz input value by value. Past its end every value is 0.
 #pragma once
 
 #include <cstddef>

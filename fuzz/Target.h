@@ -1,4 +1,4 @@
-// What every fuzz target defines, as libFuzzer and Replay.cpp call it, and how it tells a fault.
+// The entry points that libFuzzer and Replay.cpp call in every fuzz target, and how a target reports a fault.
 #pragma once
 
 #include <cstddef>

@@ -42,7 +42,7 @@ class CallRecording : public Session {
   CalcOisValue ReadCalc() const;
   ExposurePair ReadPair(std::size_t timestampColumn, std::size_t exposureColumn) const;
 
-  // Up to the samples of the call `number`, which are its batch when it is an update.
+  // Reads hall.csv up to and including the samples of call `number`; they are its batch when it is an update.
   void PassSamplesBefore(std::uint64_t number);
   void ReadBatch(std::uint64_t number, Times& times, std::vector<NSCam::Utils::SensorData>& batch);
   void ReadSampleRow();  // into mSampleRow; empty at the end of the file

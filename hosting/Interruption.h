@@ -1,4 +1,4 @@
-// Ctrl-C and its relatives: remembered at once, acted upon where the program can stop.
+// SIGINT, SIGTERM and SIGHUP: recorded when they arrive, acted upon where the program can stop.
 #pragma once
 
 #include <exception>
@@ -12,7 +12,7 @@ void RememberInterruptions();
 // The first signal that came; 0 as long as none did.
 int InterruptedBy();
 
-// More than one came: whoever still waits for another process gives up.
+// Whether more than one came; waiting for another process ends then.
 bool IsInterruptedAgain();
 
 // Thrown where waiting for another process was interrupted.

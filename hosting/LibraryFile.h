@@ -5,8 +5,8 @@
 
 namespace hosting {
 
-// Throws UnusableInput when `path` is no shared object for this processor or not as long as its headers say: the loader
-// would end the process with a signal at the first page that is missing.
+// Throws UnusableInput when `path` is not a shared object for this processor, or is shorter than its headers say: the
+// loader would be killed by a signal at the first missing page.
 void CheckLibraryFile(std::string const& path);
 
 }  // namespace hosting

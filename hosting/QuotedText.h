@@ -6,7 +6,7 @@
 
 namespace hosting {
 
-// The text between quotes, without bytes that a terminal would act on, and not too much of it.
+// Quotes the text: control characters are escaped, so that a terminal does not act on them, and long text is shortened.
 std::string Quoted(std::string_view text);
 
 }  // namespace hosting

@@ -12,7 +12,7 @@ namespace hosting {
 // Throws UnusableInput when it cannot be read or is of another version.
 std::unique_ptr<Session> OpenRecording(std::string const& directory);
 
-// The directory of the recording that a name stands for: itself, or that of a recording's file.
+// The directory of a recording given by its directory or by one of its files.
 std::string RecordingDirectory(std::string const& name);
 
 }  // namespace hosting

@@ -16,13 +16,13 @@ std::string SettingsText(Settings const& settings);
 std::string CallsHeader();
 std::string SamplesHeader();
 
-// One line of calls.csv. Numbers count the host's calls from 1 on; one that is left out tells that a call is missing.
-// An update says how many samples its batch has: `samples`, where some of them were lost, else all that it holds.
+// One line of calls.csv. Calls are numbered from 1; a gap in the numbers means that calls are missing.
+// An update states the size of its batch: `samples` where some of them were lost, else the samples that it holds.
 void AppendCall(std::string& text, std::uint64_t number, Call const& call,
                 std::optional<std::uint64_t> samples = std::nullopt);
 
-// The lines of hall.csv for the batch of the update `number`. Positions have as many digits as tell them from every
-// other single-precision number. Requires: finite positions, which is all that a recording can hold.
+// The lines of hall.csv for the batch of the update `number`. Positions are printed with enough digits to read back the
+// same single-precision number. Requires: finite positions; a recording cannot hold others.
 void AppendSamples(std::string& text, std::uint64_t number, std::vector<NSCam::Utils::SensorData> const& batch);
 
 }  // namespace hosting

@@ -67,7 +67,7 @@ struct Call {
   std::variant<StartMonitor, StopMonitor, StoreRollingShutter, UpdateSensorData, CalcOisValue> operation;
 };
 
-// Something odd in a session that does not end its replay: how often, and where first ("FILE:LINE" or "frame N").
+// An irregularity that does not end the replay: how often it occurs, and where first ("FILE:LINE" or "frame N").
 struct Oddity {
   std::uint64_t count = 0;
   std::string firstPlace;
@@ -83,7 +83,7 @@ struct Oddities {
   Oddity lostSamples;          // samples that were delivered and that the recording left out
 };
 
-// How the library was set up when the session took place, as far as that is known.
+// How the library was configured during the session, as far as the recording says.
 struct Settings {
   std::optional<std::vector<std::int32_t>> cameras;  // those of the sensor map
   std::optional<std::int32_t> calculationMode;       // the property "vendor.debug.ois.hall.calculation"
@@ -96,7 +96,7 @@ class Session {
  public:
   virtual ~Session() = default;
 
-  // What to call it in a result.
+  // The name of the session in a result.
   virtual std::string Name() const = 0;
 
   virtual Settings const& settings() const = 0;

@@ -1,4 +1,4 @@
-// A played device: what stands behind the platform's libraries on a desk.
+// The played device: the state behind the stand-in platform libraries.
 #pragma once
 
 #include <cstddef>

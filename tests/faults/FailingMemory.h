@@ -4,8 +4,8 @@
 
 namespace faults {
 
-// What the allocations inside the library came to. It lies in memory that a process shares with those that it starts,
-// so that the one that looks learns how far one went that ended.
+// Counts of the allocations inside the library. They lie in memory shared with child processes, so that a parent learns
+// how far a child got before it ended.
 struct Allocations {
   int seen;
   int thrown;   // failed with std::bad_alloc
@@ -15,7 +15,7 @@ struct Allocations {
 // Counts from 0 on and fails `count` allocations from number `first` on.
 Allocations& FailAllocations(int first, int count);
 
-// Ends that; what was counted stays.
+// No allocation fails any more; the counts stay.
 void StopFailing();
 
 }  // namespace faults

@@ -1,4 +1,4 @@
-// A host whose surroundings fail: one short session of a camera, answer by answer, and processes in which to run it.
+// A host whose platform or memory fails: one short session of a camera, checked answer by answer, in a child process.
 #pragma once
 
 #include <functional>
@@ -9,7 +9,7 @@
 
 namespace faults {
 
-// What a host sees of one call.
+// The results of one call, as a host sees them.
 struct Answer {
   std::string call;
   std::string answer;
@@ -42,7 +42,7 @@ class FaultHost {
   std::string AskBlock(int camera);
   std::string Stop(int sensorId);
 
-  // After a session in which something failed: empty when another camera lacks nothing and no lock is left behind.
+  // After a session with a failure: empty when another camera works as usual and no lock is still held.
   std::string UseAfterwards();
 
   SharedObject const& library() const { return mLibrary; }

@@ -1,5 +1,5 @@
-// The library as a host sees it that has nothing but the shared object and the order of its table. No header of the
-// library is included here or where this is used.
+// The library as seen by a host that knows only the shared object and the order of its virtual table. Neither this file
+// nor its users include a header of the library.
 #pragma once
 
 #include <dlfcn.h>

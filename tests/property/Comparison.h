@@ -12,7 +12,7 @@
 
 namespace property {
 
-// What the sessions reached, so that a generator that no longer reaches it fails the test.
+// How often the sessions reached each case; the test fails when its generator no longer reaches one.
 struct Reached {
   std::uint64_t sessions = 0;
   std::uint64_t splits = 0;           // overlapping batches
@@ -45,7 +45,7 @@ class Comparison {
   void StoreRollingShutter(Step const& step);
   void CompareFrame(std::uint32_t frameNumber, model::Samples const& before);
 
-  // Compares what was logged and called since the last time with what the model wrote; `platformCalls` come first.
+  // Compares the messages and platform calls since the last comparison with the model's; `platformCalls` come first.
   void CompareRecords(std::vector<std::string> platformCalls);
 
   VeyraShadingUtil& mLibrary;

@@ -1,4 +1,4 @@
-// Runs shadingctl and looks at what comes out.
+// Runs shadingctl and captures its output.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ struct Outcome {
   std::string err;
 };
 
-// A directory that goes away with the object.
+// A temporary directory, deleted at destruction.
 class TemporaryDirectory {
  public:
   TemporaryDirectory();
@@ -41,7 +41,7 @@ class StartedTool {
   StartedTool(StartedTool const&) = delete;
   StartedTool& operator=(StartedTool const&) = delete;
 
-  // Waits for that much of its output.
+  // Waits until it has written so many bytes.
   void Await(std::size_t bytes);
   void Signal(int signal) const;
   bool IsRunning() const;

@@ -1,4 +1,4 @@
-// A session whose every sample can be told, to make it sick in one way at a time.
+// A session given sample by sample, so that each test adds exactly one fault.
 #pragma once
 
 #include <cstdint>

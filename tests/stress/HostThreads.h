@@ -1,4 +1,4 @@
-// Eight threads of a host that share three cameras and keep getting in each other's way.
+// Eight threads of a host that compete for three cameras.
 #pragma once
 
 #include <atomic>
@@ -11,7 +11,7 @@ namespace stress {
 
 constexpr std::size_t kThreads = 8;
 
-// What the threads did and found.
+// What the threads did, and the wrong answers that they got.
 struct Counts {
   std::atomic<unsigned int> registered{0};
   std::atomic<unsigned int> refused{0};

@@ -1,4 +1,4 @@
-// One frame from end to end, on a session whose numbers can be followed by hand: 100 samples 1 ms apart, of which
+// One frame from end to end, in a session that can be computed by hand: 100 samples 1 ms apart, of which
 // number 50 lies exactly at the start of the frame and number 70 at the end of its readout.
 #pragma once
 

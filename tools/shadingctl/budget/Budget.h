@@ -1,4 +1,4 @@
-// Whether samples and frames fit together, before there is a phone. docs/budget.md explains every figure.
+// Whether sample rate, frame rate, exposure and readout fit together. docs/budget.md explains every figure.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 
 namespace shadingctl {
 
-// Up to which values of one setting, the others as they are, every frame is well. nullopt: for none, or for any.
+// Limits of one setting, the others unchanged, within which every frame matches. nullopt: no such limit.
 struct Limits {
   std::optional<std::int64_t> longestExposureNs;  // the start of the readout lies in the window
   std::optional<double> lowestToleranceHz;        // of samples: one of them is near every start
@@ -19,10 +19,10 @@ struct Limits {
   std::optional<double> highestEndHz;             // its end does
 };
 
-// The frame rate holds the sample rate so evenly that only a few phases come, the same ones for a whole session.
+// The ratio of frame rate and sample rate lets only a few phases occur, the same ones during the whole session.
 struct Lock {
   std::int64_t phases = 0;
-  double lowestMatch = 0;  // share of the frames that match when the phases lie as badly as they can
+  double lowestMatch = 0;  // share of the frames that match at the worst phases
   double highestMatch = 0;
 };
 

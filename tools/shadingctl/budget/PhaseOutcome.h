@@ -1,7 +1,7 @@
-// What becomes of a frame when samples and frames come evenly. docs/budget.md has the formulas.
+// The outcome of a frame when samples and frames are evenly spaced. docs/budget.md has the formulas.
 //
-// Samples are one hall interval apart and frames one frame interval. Then all that differs from frame to frame is the
-// phase: the time from the frame's timestamp to the first sample at or after it.
+// Samples are one hall interval apart and frames one frame interval. Frames then differ only by their phase: the time
+// from the frame's timestamp to the first sample at or after it.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace shadingctl {
 
-// More of the library's numbers, signed, in ns.
+// Constants of the library, signed, in ns.
 constexpr std::int64_t kMicrosecondNs = 1000;  // times are truncated to it
 constexpr std::int64_t kKeptFrames = hosting::kHistoryFrames;
 constexpr std::int64_t kWindow = hosting::kWindowSize;

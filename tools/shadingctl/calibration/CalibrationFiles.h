@@ -5,7 +5,7 @@
 
 namespace shadingctl {
 
-// A directory that is made with a name of its own and goes away with the object.
+// A temporary directory with a unique name, deleted with its content at destruction.
 class ScratchDirectory {
  public:
   ScratchDirectory();  // throws hosting::UnusableInput

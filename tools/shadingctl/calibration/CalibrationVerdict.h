@@ -1,4 +1,4 @@
-// What a camera's calibration means for its pictures, in words and numbers.
+// Whether a camera's calibration is usable, and what its images get otherwise, in words and numbers.
 #pragma once
 
 #include <string>

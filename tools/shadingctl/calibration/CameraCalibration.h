@@ -1,4 +1,4 @@
-// What one camera's calibration data are, and what the library makes of them.
+// One camera's calibration data, and the library's answers about them.
 #pragma once
 
 #include <array>
@@ -47,7 +47,7 @@ struct CameraCalibration {
 
   // The library's answer about the table, and its message about the record, if there was one.
   int table = 0;
-  bool settled = false;  // asked again it asks nobody
+  bool settled = false;  // a second query makes no platform call
   struct Record {
     int table = 0;
     int valid = 0;

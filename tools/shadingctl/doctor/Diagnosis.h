@@ -1,4 +1,4 @@
-// Whether a shared object is a sound build of the shading library, judged by what the file says.
+// Whether a shared object is a sound build of the shading library, judged from its file alone.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ namespace shadingctl {
 
 enum class Judgement {
   kSound,
-  kNote,   // nothing that a host suffers from
+  kNote,   // does no harm to a host
   kFault,  // the library must not be installed as it is
 };
 

@@ -1,4 +1,4 @@
-// What an ELF shared object says about itself. Nothing of it is run.
+// The parts of an ELF shared object that the checks need. None of its code is run.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace shadingctl {
 
 enum class Processor { kX86_64, kAArch64 };
 
-// A name that the file offers.
+// A symbol that the file exports.
 struct ElfExport {
   std::string name;  // mangled, without a version
   std::uint64_t address = 0;
@@ -41,8 +41,8 @@ struct ElfFile {
   std::vector<ElfExport> exports;
   std::vector<std::string> imports;
   std::vector<ElfSegment> loads;
-  std::optional<ElfSegment> stack;            // how the stack is to be mapped
-  std::optional<ElfSegment> readOnlyLater;    // read-only once relocations are applied
+  std::optional<ElfSegment> stack;            // PT_GNU_STACK: the permissions of the stack
+  std::optional<ElfSegment> readOnlyLater;    // PT_GNU_RELRO: read-only once relocations are applied
   bool bindsNow = false;                      // every symbol is bound at load
   bool relocatesCode = false;                 // the loader has to write into code
   std::string buildId;                        // hexadecimal; empty: none
@@ -53,8 +53,8 @@ struct ElfFile {
 // Of ElfFile::branchFeatures, by processor: indirect-branch tracking and shadow stack, or BTI and PAC.
 constexpr std::uint32_t kBranchFeatures = 3;
 
-// Reads the content of a file; `tableName` is the (mangled) object whose pointers are wanted. Throws UnusableInput,
-// which names `path`, for what is no 64-bit little-endian shared object of one of the two processors, or not whole.
+// Parses the content of a file; `tableName` is the mangled name of the object whose pointers are wanted. Throws
+// UnusableInput, which names `path`, unless it is a complete 64-bit little-endian shared object for x86-64 or AArch64.
 ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& tableName);
 
 }  // namespace shadingctl

@@ -17,7 +17,7 @@ struct ElfSection {
   Elf_Scn* handle;
 };
 
-// Every failure throws UnusableInput with the path, what was expected and what stood there.
+// Every failure throws UnusableInput with the path, what was expected and what was found.
 class ElfImage {
  public:
   ElfImage(std::string bytes, std::string path);

@@ -1,4 +1,4 @@
-// Loads a shading library in a process of its own, so that one that crashes or hangs is told like any other fault.
+// Loads a shading library in a process of its own, so that a crash or a hang is reported like any other fault.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// What every build of the shading library offers and needs, whatever its processor and its standard library.
+// What every build of the shading library exports and needs, for every processor and standard library.
 #pragma once
 
 #include <array>
@@ -32,8 +32,8 @@ constexpr std::array<char const*, 13> kTableEntries = {
     "unsigned int const&, int const&, int&)",
 };
 
-// What is exported beside the entries of the table. A name that stands twice is exported twice: a constructor for whole
-// objects and for parts of objects.
+// The exports besides the entries of the table. A constructor is exported twice, as the constructor of complete objects
+// and of base-class subobjects, and is listed twice.
 constexpr std::array<char const*, 20> kFurtherExports = {
     "createInstance",
     "gLogLevel",
@@ -82,8 +82,8 @@ constexpr std::array<char const*, 15> kRunTimeLibraries = {"libc.so",
                                                            "ld-linux-x86-64.so.2",
                                                            "ld-linux-aarch64.so.1"};
 
-// A mangled name as a person writes it, alike for every standard library: without the inline namespace of its
-// templates, and without the allocators that vectors have when nothing is said.
+// Demangles a name into a form that is the same for every standard library: without inline namespaces and without the
+// default allocators of vectors.
 std::string ReadableName(std::string const& mangled);
 
 }  // namespace shadingctl

@@ -1,4 +1,4 @@
-// Whether the library has written its dumps: it cannot say when it has not.
+// Checks that the library has written its dumps, since it does not report a failure.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ class HallDumpAudit {
   std::uint64_t missing() const { return mMissing; }
   std::uint64_t cut() const { return mCut; }
 
-  // What is missing below `directory`, and the reason that the system gives; empty when nothing is.
+  // The dumps missing or short below `directory`, with the system's reason; empty when all are complete.
   std::string Complaint(std::string const& directory) const;
 
  private:

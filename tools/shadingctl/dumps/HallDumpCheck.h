@@ -1,4 +1,4 @@
-// Whether a dump's position comes from the samples beside it.
+// Whether a dump's position follows from its samples.
 #pragma once
 
 #include <optional>

@@ -1,4 +1,4 @@
-// OIS hall dump files, which docs/dump-file.md describes: what a name and a text say, or where they are broken.
+// Parses the names and the contents of OIS hall dump files (docs/dump-file.md).
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@ namespace shadingctl {
 
 constexpr std::size_t kMaxSpan = 100;  // entries of the library's table
 
-// More bytes than a dump can have: 207 lines of at most 340 characters.
+// Larger than any dump: 207 lines of at most 340 characters.
 constexpr std::size_t kLargestDump = std::size_t{128} * 1024;
 
 enum class DumpKind { kPreview, kCapture };
@@ -28,7 +28,7 @@ struct DumpName {
   std::uint32_t frame() const { return static_cast<std::uint32_t>(printedFrame); }
 };
 
-// What a file's name says; empty when the library gives no file that name.
+// Parses a file's name; nullopt when the library gives no file such a name.
 std::optional<DumpName> ParseDumpName(std::string_view name);
 std::string FileNameOf(DumpName const& name);
 
@@ -46,7 +46,7 @@ struct HallDump {
   std::int32_t shutterUs = 0;
 };
 
-// A text that is not a dump's. what() is "expected EXPECTATION, found FINDING".
+// Thrown for text that is not a dump. what() is "expected EXPECTATION, found FINDING".
 class BrokenDump : public std::runtime_error {
  public:
   BrokenDump(std::size_t line, std::string const& what) : std::runtime_error(what), mLine(line) {}

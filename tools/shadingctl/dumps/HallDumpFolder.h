@@ -17,7 +17,7 @@ struct NamedDump {
   HallDump dump;
 };
 
-// Reads one file. Throws BrokenDump when its name or its text is none of a dump.
+// Reads one file. Throws BrokenDump when its name or its content is not that of a dump.
 HallDump ReadDump(std::string const& file);
 
 // Adds the dump with that name, or those in the directory of that name, or, if that has a folder
@@ -26,9 +26,9 @@ HallDump ReadDump(std::string const& file);
 void ReadDumps(std::string const& name, std::vector<NamedDump>& dumps,
                std::function<void(std::string const&)> const& complain);
 
-// Makes the library's dumps go below `directory` from now on: makes the folder there, as the library does not, and goes
-// to `directory`. Whatever is opened by a relative path is opened before. Throws UnusableInput when that is not
-// possible, or when there is something in the folder already, which would mix with what is to come.
+// Redirects the library's dumps below `directory` from now on: creates the dump folder, which the library does not, and
+// changes the working directory to `directory`; open relative paths before. Throws UnusableInput when that fails, or
+// when the folder is not empty, since old and new dumps could not be told apart.
 void SendDumpsBelow(std::string const& directory);
 
 }  // namespace shadingctl

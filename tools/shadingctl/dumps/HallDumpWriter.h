@@ -9,7 +9,7 @@
 
 namespace shadingctl {
 
-// `withSamples` lists the samples of the spans where the format does not hold them anyway.
+// `withSamples` lists the samples of the spans in formats that otherwise omit them.
 void WriteDumps(Format format, OutputFile& output, std::vector<NamedDump> const& dumps, bool withSamples);
 
 }  // namespace shadingctl

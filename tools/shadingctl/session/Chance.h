@@ -1,4 +1,4 @@
-// Chance that is the same on every machine: the standard distributions differ from library to library.
+// Random numbers that are the same on every machine; the distributions of the standard libraries differ.
 #pragma once
 
 #include <cstdint>

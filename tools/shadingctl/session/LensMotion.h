@@ -1,4 +1,4 @@
-// Where the lens of a hand-held phone stands, and what a troubled stabiliser makes of it.
+// The lens position of a hand-held phone over time, and the effect of a faulty stabiliser on it.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@ struct LensPoint {
   float y = 0;
 };
 
-// The position at a time since the first sample, which is not negative. The noises lie in [-1, 1). Made of exact
-// floating-point steps only, so the same on every machine; a multiple of 1/1000000.
+// The position at a time >= 0 since the first sample. The noises lie in [-1, 1). Uses exact floating-point operations
+// only, so the result is the same on every machine: a multiple of 1/1000000.
 LensPoint LensAt(std::int64_t sinceFirstNs, double noiseX, double noiseY, LensTrouble const& trouble);
 
 }  // namespace shadingctl

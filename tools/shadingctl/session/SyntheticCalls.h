@@ -13,13 +13,13 @@
 
 namespace shadingctl {
 
-// Each frame's batch comes some time after the end of its readout; its calls are made then.
+// A frame's batch is delivered some time after the end of its readout; the frame's calls are made then.
 class SyntheticCalls {
  public:
   // Of options.cameras[camera]; `options` must outlive it.
   SyntheticCalls(SyntheticOptions const& options, std::size_t camera);
 
-  // The next call, which bears its time; null at the end. It stays the next until Pop.
+  // The next call, with its time; null at the end. Does not advance: Pop does.
   hosting::Call* Next();
   void Pop() { mCalls.pop_front(); }
 

@@ -8,14 +8,14 @@
 
 namespace shadingctl {
 
-// A time that goes from one value to the other and back, once in kFramesOfASweep frames.
+// A time that varies from one value to the other and back with a period of kFramesOfASweep frames.
 struct Sweep {
   std::int64_t fromNs = 0;
   std::int64_t toNs = 0;
 };
 constexpr std::uint32_t kFramesOfASweep = 600;
 
-// What is wrong with the stabiliser.
+// Faults of the stabiliser.
 struct LensTrouble {
   bool constant = false;  // locked or off: both axes stay where they were at first
   bool xIsDead = false;   // one axis stays
@@ -25,7 +25,7 @@ struct LensTrouble {
   double grain = 0;               // positions are multiples of this
 };
 
-// What is wrong with the clock of the samples, as seen from that of the frames.
+// Faults of the samples' clock relative to that of the frames.
 struct ClockTrouble {
   std::int64_t offsetNs = 0;  // they say a time that is later by this
   std::int64_t jumpNs = 0;    // the same from the middle of the session on

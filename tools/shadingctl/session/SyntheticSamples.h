@@ -1,4 +1,4 @@
-// The samples that a stabiliser takes, and the batches in which they come.
+// The samples that a stabiliser takes, and the batches in which they are delivered.
 #pragma once
 
 #include <cstdint>
@@ -48,7 +48,7 @@ class SyntheticBatches {
   // `options` must outlive it.
   SyntheticBatches(SyntheticOptions const& options, std::int64_t firstFrameNs, std::uint64_t seed);
 
-  // What comes with the frame of this index at this time: all that was taken until then, and did not come before.
+  // The batch of the frame with this index at this time: all samples taken until then and not delivered before.
   Batch Take(std::uint32_t frameIndex, std::int64_t timeNs);
 
  private:
