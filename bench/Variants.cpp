@@ -97,7 +97,7 @@ void AnswerFrom(Iterator const first, At at, CalcOISValueInput const& input, Ans
   auto const distanceUs = [&](Iterator entry, std::int64_t targetUs) {
     return std::abs(at(entry).timestamp / 1000 - targetUs);
   };
-  // Moves on to the first entry near the target, or to the last but one.
+  // Advances to the first entry near the target, or to the last but one.
   auto const search = [&](Iterator& entry, std::size_t& index, std::int64_t targetUs) {
     std::int64_t const fromNs = (targetUs - kToleranceUs + 1) * 1000;
     for (; index < kWindow - 1 && at(entry).timestamp < fromNs; ++index) ++entry;

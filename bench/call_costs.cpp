@@ -1,5 +1,5 @@
-// What else the library costs: heap, lock, calibration, size and start. Allocations are counted and locks are timed by
-// interposing the C library's functions.
+// Costs besides the time of a frame: heap, lock, calibration, size and start. Allocations are counted and locks are
+// timed by interposing the C library's functions.
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
-// What a frame costs: the shipped library through its virtual table, beside the reference model, two floors and two
-// other ways to keep the samples. docs/performance.md explains the figures.
+// The time of a frame: the shipped library through its virtual table, compared with the reference model, two lower
+// bounds and two other ways to store the samples. docs/performance.md explains the figures.
 #include <malloc.h>
 
 #include <CLI/CLI.hpp>

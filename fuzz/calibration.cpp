@@ -50,7 +50,7 @@ Camera TakeCamera(ByteSource& source) {
   };
   camera.recordOffset = takeOffset();
   camera.blockOffset = takeOffset();
-  // What is usable has its output; more than any block would take more memory than a fuzzer has.
+  // Usable lengths get an output buffer; longer ones would exhaust the fuzzer's memory.
   std::int32_t const length = source.TakeOneOf({2341, 2340, 2345, 5, 4, 1, 0});
   camera.blockLength = source.TakeBelow(4) == 0 ? source.Take<std::int16_t>() : length;
   bool const isLong = source.TakeBelow(2) == 0;
@@ -61,7 +61,7 @@ Camera TakeCamera(ByteSource& source) {
   return camera;
 }
 
-// ---- What is right
+// ---- The expected answers
 
 unsigned char ByteAt(Camera const& camera, std::int64_t offset) {
   bool const isThere = !camera.isMissing && offset >= 0 && offset < static_cast<std::int64_t>(camera.file.size());

@@ -1,6 +1,6 @@
-// Any sequence of host operations: one camera is compared with the reference model in every answer, message and
-// platform call; in between another camera and arguments that name none are used, under arbitrary globals, and must
-// keep what every answer promises.
+// Any sequence of host operations. One camera is compared with the reference model in every answer, message and
+// platform call. In between, another camera and arguments that name no camera are used under arbitrary globals; their
+// answers must keep the documented promises.
 #include <algorithm>
 #include <cmath>
 #include <exception>

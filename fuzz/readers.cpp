@@ -1,5 +1,5 @@
-// Any bytes through each reader of the tools: what it cannot use it refuses in its own way, with a message that names
-// the file, and what it accepts is within its bounds.
+// Any bytes through each reader of the tools: input is refused with the reader's own exception, whose message names the
+// file, or what is read lies within the documented bounds.
 #include <stdlib.h>
 
 #include <fstream>

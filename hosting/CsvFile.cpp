@@ -25,7 +25,7 @@
 
 namespace hosting {
 
-// What is noticed while the parser's bytes go by.
+// Properties of the file noted while its bytes are handed to the parser.
 struct FileNotes {
   std::string firstLine;     // its beginning
   bool lastLineEnds = true;  // known once everything is read
@@ -39,7 +39,7 @@ constexpr std::size_t kNotedLine = 200;  // more than a message shows of it
 // last line to find it. A zero byte would end a line unnoticed, so it is refused.
 class FileBytes : public io::ByteSourceBase {
  public:
-  // A pipe is waited for when it is read, not here, so that the wait can be interrupted.
+  // Opening must not block on a pipe: the read waits for it, and that wait can be interrupted.
   FileBytes(std::string const& path, FileNotes& notes)
       : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)), mNotes(notes) {
     struct stat status = {};

@@ -29,7 +29,7 @@ bool IsLoaded(void const* address) {
   return address != nullptr && dladdr(address, &info) != 0;
 }
 
-// The host calls through the object's table; one that is not there would end the process.
+// The host calls through the object's virtual table: calling through a missing one would crash.
 bool HasTable(VeyraShadingUtil const* object) {
   constexpr int kEntries = 13;
   void const* const* const table = *reinterpret_cast<void const* const* const*>(object);

@@ -37,7 +37,7 @@ int InterruptedBy() { return firstSignal; }
 bool IsInterruptedAgain() { return signalCount > 1; }
 
 void WaitForInput(int descriptor) {
-  // The signals are held back from the look at the flag to the wait, or one in between would go unseen.
+  // Signals are blocked between the test of the flag and the wait; one in between would be missed.
   sigset_t held;
   sigset_t before;
   sigemptyset(&held);

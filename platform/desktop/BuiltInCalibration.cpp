@@ -53,7 +53,7 @@ constexpr std::array<Camera, kFileNames.size()> kCameras = {{
     {0, 0x0600, {}, 0x1000, 1, false, 0, 0},  // no file
 }};
 
-// How much darker a channel gets towards the corners; the two greens lie between red and blue.
+// Vignetting of a channel towards the corners; the two greens lie between red and blue.
 enum class Channel { kRed, kGreenOfBlue, kBlue, kGreenOfRed };
 constexpr std::array<Channel, 4> kChannelsInRow = {Channel::kRed, Channel::kGreenOfBlue, Channel::kBlue,
                                                    Channel::kGreenOfRed};
@@ -87,7 +87,7 @@ void Put(Bytes& file, std::size_t at, int value) {
   file[at + 1] = static_cast<unsigned char>(value >> 8);
 }
 
-// A row's values as they are to be handed out; a camera whose rows are stored mirrored has them in the mirrored places.
+// The values of a row in the order of the library's answer; cameras with mirrored rows store them mirrored.
 void PutRow(Bytes& file, std::size_t at, Camera const& camera, int row) {
   std::array<int, kValuesPerRow> values = {};
   values.fill(kUnity);
@@ -102,7 +102,7 @@ void PutRow(Bytes& file, std::size_t at, Camera const& camera, int row) {
   for (std::size_t k = 0; k < values.size(); ++k) Put(file, at + 2 * k, values[k]);
 }
 
-// The module's header and other maker's data in front of the record: filler here.
+// Filler in place of the module's header and the manufacturer's other data, which precede the record.
 void PutOtherData(Bytes& file, std::size_t upTo) {
   std::uint32_t state = 0x2545F491;
   for (std::size_t at = 0x40; at < upTo; ++at) {

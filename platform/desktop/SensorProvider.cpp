@@ -11,7 +11,7 @@ namespace {
 
 desktop::Device::Backstage& Stage() { return desktop::Device::Get().backstage(); }
 
-// Every provider is one of these. Two of one name share their queue.
+// The only kind of provider. Providers of the same name share one queue.
 struct NamedProvider final : SensorProvider {
   explicit NamedProvider(char const* user) : name(user), queue(Stage().Queue(name)) {}
 
@@ -43,7 +43,7 @@ bool SensorProvider::getAllSensorData(eSensorType type, std::vector<SensorData>&
   NamedProvider& provider = Named(this);
   Stage().NoteCall("getAllSensorData %s %d", provider.name.c_str(), type);
   if (Stage().Fails(desktop::Fault::kFailedPull)) return false;
-  // Whatever is enabled: a user whom the platform refused keeps pulling, and is to find what the host queued.
+  // Enabled or not: a user whose enableSensor was refused keeps pulling and must receive the queued samples.
   provider.queue.With([&](std::vector<SensorData>& queued) {
     if (queued.empty()) return;
     samples.assign(queued.begin(), queued.end());

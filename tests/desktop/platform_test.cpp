@@ -137,7 +137,7 @@ TEST_F(Platform, DriverAnswersItsOwnCameraModeAndCommandOnly) {
   EXPECT_EQ(device.OpenSensorHandles(), 0);
 }
 
-// The lines of the calls that the library's own tests do not ask for.
+// The recorded lines of calls that the library's own tests do not check.
 TEST_F(Platform, CallsLeaveTheirLinesWhileTheyAreRecorded) {
   auto const call = [] {
     GetKeyCount("F");

@@ -35,9 +35,9 @@ auto Inside(Call const& call) {
   return call();
 }
 
-// What each call may answer: first what it answers when nothing fails, then its documented defaults. Without memory
+// The possible answers of each call: first the one without a failure, then its documented defaults. Without memory
 // there is no object; without the sensor map nothing is registered; a refused start answers false and the monitor
-// stays; what is not pulled comes with the next batch, and until then a frame may find no position; without static
+// stays; samples of a failed pull come with the next batch, and until then a frame may find no position; without static
 // information a block is not mirrored.
 std::map<std::string, std::set<std::string>> const kAllowed = {
     {"create", {"object", "null"}}, {"register", {"true", "false"}},          {"start", {"true", "false"}},

@@ -1,5 +1,6 @@
-// Every allocation of a session fails once, in turn, alone and in bursts, each in a process of its own. One that may
-// answer null gives the documented answer, and everything goes on; any other ends the process at once. Nothing hangs.
+// Every allocation of a session fails once, in turn, alone and in bursts, each in a process of its own. After one that
+// may return null the call gives its documented answer and the session goes on; any other ends the process at once.
+// Nothing hangs.
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
-// Dump files that cannot be written, each in a process of its own: the frame's position is as ever, no file stays open,
-// and the next dump that can be written is whole.
+// Dump files that cannot be written, each in a process of its own: the frame's position is unchanged, no file stays
+// open, and the next dump that can be written is complete.
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>

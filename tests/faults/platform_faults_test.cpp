@@ -1,5 +1,5 @@
-// Every platform call of a session fails once, alone and in pairs. What depends on it takes its documented default,
-// what does not is answered as ever, nothing hangs, and a camera that is used afterwards lacks nothing.
+// Every platform call of a session fails once, alone and in pairs. Answers that depend on it are the documented
+// defaults, all others are unchanged, nothing hangs, and a camera that is used afterwards works as usual.
 #include <algorithm>
 #include <array>
 #include <map>

@@ -1,4 +1,4 @@
-// What the library holds of the heap. The C library counts it; under a sanitizer nobody does.
+// The heap memory that the library holds, as counted by the C library. Sanitizers replace the heap: skipped there.
 
 #include <malloc.h>
 
@@ -59,7 +59,7 @@ class Heap : public testing::Test {
   bool mIsCounted = true;
 };
 
-// The played device keeps the memory of one giant batch of its own, so it has held one before anything is counted.
+// The played device keeps the memory of its largest batch, so it gets a giant one before anything is counted.
 TEST_F(Heap, MemoryOfAGiantBatchIsGivenBackWithItsFrame) {
   struct {
     char const* what;
@@ -80,7 +80,7 @@ TEST_F(Heap, MemoryOfAGiantBatchIsGivenBackWithItsFrame) {
   }
 }
 
-// A session whose batches vary as a stabiliser's do takes its memory once.
+// A session with batches of usual sizes allocates only at its beginning.
 TEST_F(Heap, UnevenBatchesSettle) {
   auto const deliverUneven = [this](int frames) {
     for (int i = 0; i < frames; ++i, nextNs += kFrameNs) Deliver(nextNs, i % 7 == 0 ? 40 : i % 3 == 0 ? 1 : 17);
@@ -91,7 +91,7 @@ TEST_F(Heap, UnevenBatchesSettle) {
   EXPECT_EQ(HeapBytes(), settled);
 }
 
-// The sensor map's memory is gone when the monitors go, which is when their sensors are disabled.
+// The sensor map's memory is freed before the monitors are destroyed, when their sensors are disabled.
 std::size_t heapAtDisable = 0;
 
 TEST(Destruction, ReleasesTheSensorMapBeforeTheMonitors) {

@@ -1,4 +1,4 @@
-// What the built library offers and what it needs, as the tool chain reports it.
+// The exports and the dependencies of the built library, as the tool chain reports them.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

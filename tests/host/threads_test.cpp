@@ -1,5 +1,5 @@
-// Several of the host's threads at once. What this shows, it shows under a thread sanitizer; elsewhere it must merely
-// give each camera its own positions.
+// Several host threads at once. Data races show under a thread sanitizer; in other builds the test checks that each
+// camera gets its own positions.
 
 #include <atomic>
 #include <thread>

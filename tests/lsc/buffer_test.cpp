@@ -1,4 +1,4 @@
-// The history of samples: where a batch goes, and what a look-up answers.
+// The history of samples: insertion of batches, and look-ups.
 
 #include <limits>
 

@@ -170,7 +170,7 @@ TEST(Calibration, ACameraWithoutADumpFileAndOneWithAFolderInItsPlace) {
       << lines[2];
 }
 
-// Every process that this one starts is refused what the mount needs, as on a system that does not allow it.
+// Denies the mount to every child process, as a system without user namespaces does.
 void RefuseNamespaces() {
   sock_filter filter[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_unshare, 0, 1),

@@ -1,4 +1,4 @@
-// Recordings of version 2: what is read, what is refused, and what is counted.
+// Recordings of version 2: accepted and refused input, and counted irregularities.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// What a replay makes of the calls that a recording of version 2 holds.
+// Replays of the calls in a recording of version 2.
 #include <gtest/gtest.h>
 
 #include <ostream>

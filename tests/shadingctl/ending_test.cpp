@@ -1,4 +1,4 @@
-// Replays that do not come to their end: interrupted, or of a recording that proves broken in the middle.
+// Replays that end early: interrupted, or of a recording with an error in the middle.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>

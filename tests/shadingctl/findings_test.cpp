@@ -1,4 +1,4 @@
-// Each sickness of a session is found, and nothing is found in a healthy one.
+// Each fault of a session gives its finding, and a healthy session gives none.
 #include <gtest/gtest.h>
 
 #include <algorithm>

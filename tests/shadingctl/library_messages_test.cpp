@@ -22,8 +22,8 @@ TEST(LibraryMessages, OnlyTheCalculationsOwnQuestionTellsThatThereIsNoMonitor) {
   EXPECT_FALSE(Read("[UpdateSensorData] " + warning).notRegistered);
 }
 
-// A message that is cut anywhere tells nothing, and says that it is damaged; only the digits of a whole number at its
-// very end can be lost unseen.
+// A message cut anywhere gives no values and counts as damaged; only a cut inside an integer at its very end cannot be
+// noticed.
 TEST(LibraryMessages, MessagesThatAreCutAreDamaged) {
   for (std::string const message : {
            "[updateSensorData] update sensor data F:(9) TS:(5000) size:16, queue size:3, timestamp interv:60 - 7",

@@ -1,4 +1,4 @@
-// Libraries that are none, are cut, or hand out what cannot be called: told, never a crash.
+// Files that are no library, truncated libraries, and unusable objects: reported, never a crash.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -1,4 +1,4 @@
-// What becomes of files: nothing is overwritten by mistake, nothing is left half written.
+// Output files: nothing is overwritten by mistake, nothing is left half written.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What every file below a directory holds, links by where they lead.
+// The content of every file below a directory, and the target of every link.
 std::map<std::string, std::string> Contents(std::string const& directory) {
   std::map<std::string, std::string> contents;
   for (auto const& entry : fs::recursive_directory_iterator(directory)) {

@@ -1,4 +1,4 @@
-// What is read, what is refused, and what is counted.
+// Recordings of version 1: accepted and refused input, and counted irregularities.
 #include <gtest/gtest.h>
 
 #include <algorithm>

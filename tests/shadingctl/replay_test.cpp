@@ -1,4 +1,4 @@
-// What a replay shows, in every format.
+// The output of a replay in every format.
 #include <gtest/gtest.h>
 
 #include <algorithm>

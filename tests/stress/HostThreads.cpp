@@ -48,7 +48,7 @@ desktop::DeviceSettings ThreeCameras() {
   return settings;
 }
 
-// One thread's calls. What a call answers depends on the other threads; what it must never answer does not.
+// One thread's calls. Answers depend on the other threads, so the checks hold for every order of the calls.
 class HostThread {
  public:
   HostThread(SharedObject const& library, std::array<Camera, 3>& cameras, unsigned int seed, Counts& counts)

@@ -1,4 +1,4 @@
-// shadingctl: the shading library on a desk, from the command line.
+// shadingctl: runs the shading library away from the phone, from the command line.
 #include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
@@ -52,7 +52,7 @@ std::string SuggestionFor(CLI::App const& app) {
   return suggestion ? "Did you mean " + *suggestion + "?\n" : std::string();
 }
 
-// The text of --help and --version is a result like any other; that of a refusal goes to standard error.
+// --help and --version write to standard output, refusals to standard error.
 int Answer(CLI::App const& app, CLI::ParseError const& error) {
   std::ostringstream asked;
   std::ostringstream refused;
@@ -91,8 +91,8 @@ int Run(int argc, char** argv) {
   return shadingctl::kExitUsage;
 }
 
-// A standard stream that the parent process has closed would be the first file that is opened. What takes its place
-// can only be used the other way round, so that reading or writing it fails as it should.
+// If the parent process has closed a standard stream, the first file opened would get its number. The placeholder is
+// opened in the opposite direction, so that using the stream fails as it should.
 void OccupyStandardStreams() {
   for (int const stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
@@ -112,7 +112,7 @@ int main(int argc, char** argv) {
     shadingctl::Tell("interrupted; nothing was written");
     return shadingctl::kExitSignal + hosting::InterruptedBy();
   } catch (shadingctl::ReaderIsGone const&) {
-    // Everything is cleaned up; now end as a program does whose output nobody reads.
+    // Everything is cleaned up; end like any program whose reader is gone.
     signal(SIGPIPE, SIG_DFL);
     raise(SIGPIPE);
     return shadingctl::kExitUnusable;

@@ -13,7 +13,7 @@ constexpr std::int64_t kMostLockedPhases = 12;       // more of them are as good
 constexpr std::int64_t kSessionNs = 10'000'000'000;  // a session of which ...
 constexpr std::int64_t kDriftParts = 10;             // ... the phase drifts by less than this part of an interval
 
-// The median of those phases that match, out of many that lie evenly.
+// The median over evenly spaced phases, of those that match.
 std::optional<double> MedianCoverage(Timing const& timing) {
   std::vector<double> coverages;
   for (std::int64_t i = 0; i < kPhasesOfAMedian; ++i) {
@@ -32,7 +32,7 @@ Obstacle ObstacleAt(std::vector<PhaseRange> const& ranges, std::int64_t phaseNs)
   return std::prev(after)->outcome.obstacle;
 }
 
-// How many frames it takes until the phase comes again, give or take a drift that a session does not see.
+// Frames until the phase repeats, up to a drift that is negligible during a session.
 std::optional<std::int64_t> LockedPhases(Timing const& timing) {
   for (std::int64_t frames = 1; frames <= kMostLockedPhases; ++frames) {
     std::int64_t const spanNs = frames * timing.frameIntervalNs;
@@ -43,7 +43,7 @@ std::optional<std::int64_t> LockedPhases(Timing const& timing) {
   return std::nullopt;
 }
 
-// Which frames match changes where one of the phases enters another range.
+// The set of matching frames changes where one of the phases enters another range.
 std::optional<Lock> LockOf(Timing const& timing, std::vector<PhaseRange> const& ranges) {
   auto const phases = LockedPhases(timing);
   if (!phases) return std::nullopt;
@@ -64,7 +64,7 @@ std::optional<Lock> LockOf(Timing const& timing, std::vector<PhaseRange> const& 
   return lock;
 }
 
-// The exposure whose readout starts so long before the timestamp.
+// The exposure at which the readout starts so long before the timestamp.
 std::int64_t ExposureOfReachNs(std::int64_t reachNs, std::int64_t readoutNs) {
   auto const restNs = static_cast<double>(reachNs - kOffsetConstantNs);
   auto const shortNs = static_cast<std::int64_t>(restNs / (1 + kOffsetFactor));

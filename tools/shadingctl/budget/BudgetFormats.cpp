@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kHighestHz = 100000;  // a limit above it is none
 
-// Without what the rounding of an interval to whole ns adds.
+// Removes the error that rounding an interval to whole ns causes.
 double Rounded(double hz) { return std::round(hz * 1e3) / 1e3; }
 double RateHz(std::int64_t intervalNs) { return Rounded(1e9 / static_cast<double>(intervalNs)); }
 std::optional<double> Rounded(std::optional<double> const& hz) {
@@ -20,7 +20,7 @@ std::optional<double> Rounded(std::optional<double> const& hz) {
 double Microseconds(std::int64_t ns) { return static_cast<double>(ns) / 1e3; }
 std::string Milliseconds(std::int64_t ns) { return fmt::format("{:.3f} ms", static_cast<double>(ns) / 1e6); }
 
-// Neither 0 nor all is ever rounded to.
+// Rounds, but never to 0 % or 100 %.
 std::string Percent(double share) {
   double const percent = 100 * share;
   constexpr double kAlmost = 0.05;

@@ -6,8 +6,8 @@
 namespace shadingctl {
 namespace {
 
-// The library truncates times to us and wants a distance below the tolerance. So the sample may be 1499 us early, or
-// late by anything below 1500 us.
+// The library truncates times to us and requires a distance below the tolerance: a sample may be up to 1499 us early,
+// or late by less than 1500 us.
 constexpr std::int64_t kEarliestNs = -(kToleranceNs - kMicrosecondNs);
 
 std::int64_t FloorOf(std::int64_t dividend, std::int64_t divisor) {
@@ -35,7 +35,7 @@ std::int64_t ReachBackNs(std::int64_t exposureNs, std::int64_t readoutNs) {
 
 std::int64_t History::windowBegin() const { return std::min(std::max(oldest, -kBefore), newest - kWindow + 1); }
 
-// Updates come one frame interval apart and bring everything up to then.
+// Updates are one frame interval apart, and each delivers every sample taken until then.
 History HistoryAt(Timing const& timing, std::int64_t phaseNs) {
   std::int64_t const newestNs = timing.readoutNs + timing.deliveryDelayNs;
   std::int64_t const beforeNs = newestNs - kKeptFrames * timing.frameIntervalNs;  // the last one that has left

@@ -30,7 +30,7 @@ char const* RangeOfTable(int table) {
   }
 }
 
-// Why nothing can come from the configuration and the file, as far as both questions have that in common.
+// Why neither table nor block can be read: the reasons in configuration and file that both have in common.
 std::string WhatIsMissing(CameraCalibration const& camera, bool hasKey, char const* key, char const* values) {
   if (!camera.places.hasFeature) return "the device's configuration has no feature FeatureShading";
   if (!hasKey) return fmt::format("the device's configuration has no {} under {}[{}]", values, key, camera.sensorIndex);

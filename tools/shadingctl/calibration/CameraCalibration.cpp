@@ -114,7 +114,7 @@ CameraCalibration AskCalibration(VeyraShadingUtil& library, desktop::Device& dev
   library.VeyraGetMultiTableIndex(camera.table, mask);
   camera.messages.swap(heard);
 
-  // A settled answer comes from the cache; every other one begins with a question to the configuration.
+  // A settled answer is cached; any other one begins with a call to the configuration.
   device.RecordCalls(true);
   int again = 0;
   library.VeyraGetMultiTableIndex(again, mask);

@@ -88,7 +88,7 @@ int ShowBudget(Arguments const& arguments) {
   return kExitDone;
 }
 
-// Only what is swept may be missing.
+// Only the swept option may be missing.
 void RefuseMissing(Arguments const& arguments) {
   if (!arguments.hallRateHz && arguments.sweep != "hall-rate") throw CLI::RequiredError("--hall-rate");
   if (!arguments.exposureUs && arguments.sweep != "exposure") throw CLI::RequiredError("--exposure-us");

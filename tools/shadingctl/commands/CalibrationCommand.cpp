@@ -41,7 +41,7 @@ std::vector<int> CamerasToShow(Arguments const& arguments, ChosenDevice const& d
   return cameras;
 }
 
-// What the command reads, as far as it can name it.
+// The files that the command reads, as far as their names are known.
 std::vector<std::string> InputsOf(ChosenDevice const& device, std::string const& library) {
   std::vector<std::string> inputs = FilesOf(device, library);
   std::error_code failure;
@@ -52,7 +52,7 @@ std::vector<std::string> InputsOf(ChosenDevice const& device, std::string const&
   return inputs;
 }
 
-// Nothing is left behind when this returns, whatever becomes of the output.
+// Leaves no temporary file behind, even when the output fails.
 std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string const& libraryPath,
                                       std::vector<int> const& indices) {
   ScratchDirectory const scratch;
@@ -77,7 +77,7 @@ int RunCalibration(Arguments const& arguments) {
   std::vector<std::string> outputs = {arguments.output};
   if (!arguments.raw.empty()) outputs.push_back(arguments.raw);
   RefuseOverwriting(InputsOf(device, library), outputs);
-  // Opened before anything is mounted: what is below /mnt is out of reach after that.
+  // Opened before anything is mounted: files below /mnt cannot be reached afterwards.
   OutputFile output(arguments.output);
   std::optional<OutputFile> raw;
   if (!arguments.raw.empty()) raw.emplace(arguments.raw);

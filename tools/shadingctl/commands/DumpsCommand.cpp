@@ -25,7 +25,7 @@ struct Arguments {
   bool samples = false;
 };
 
-// The frames of a camera stand together, previews before captures, in the order of their numbers.
+// Sorted by camera, then previews before captures, then by frame number.
 bool IsBefore(NamedDump const& left, NamedDump const& right) {
   auto const key = [](NamedDump const& named) {
     DumpName const& name = named.dump.name;

@@ -16,7 +16,7 @@ std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, 
   return shown + summaries.Text();
 }
 
-// The summary stands where it does not mix with what another program reads.
+// The summary goes to the stream that does not carry the result.
 void ShowSummary(ReplayArguments const& arguments, std::string const& text) {
   bool const resultIsShown = arguments.output == kStandardOutput;
   if (resultIsShown && arguments.format == Format::kJson) return;  // it is part of the object

@@ -52,7 +52,7 @@ DumpKind KindOf(int type) {
   return isPreview ? DumpKind::kPreview : DumpKind::kCapture;
 }
 
-// Called when everything with a relative path is open. Without a `type`, the recording says that of each frame.
+// Requires: all relative paths are open. Without a `type`, each frame has the type that the recording states.
 void StartDumping(ReplayArguments const& arguments, std::optional<int> type) {
   if (arguments.dumps.empty()) return;
   if (type && !Dumps(arguments, KindOf(*type))) {
@@ -87,7 +87,7 @@ std::string ModeOf(desktop::DeviceSettings const& settings) {
   return fmt::format("{} (none)", mode);
 }
 
-// A recording may be opened again later on, so it keeps its place when dumps change the working directory.
+// Made absolute: the recording may be opened again after dumps have changed the working directory.
 std::unique_ptr<hosting::Session> OpenSession(std::string const& recording, bool keepsPlace) {
   if (recording.empty()) return std::make_unique<SyntheticSession>(SyntheticOptions{});
   return hosting::OpenRecording(keepsPlace ? std::filesystem::absolute(recording).string() : recording);
@@ -100,7 +100,7 @@ MessageSink SinkInto(std::optional<OutputFile>& log) {
   };
 }
 
-// The next call; none at the end of the session, and where it is broken or the user has had enough.
+// The next call; none at the end of the session, at an error in it, or after an interruption.
 bool NextCall(hosting::Session& session, hosting::Call& call, Ending& ending) {
   try {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
@@ -115,7 +115,7 @@ bool NextCall(hosting::Session& session, hosting::Call& call, Ending& ending) {
   return false;
 }
 
-// A frame that got a position leaves a dump of its kind, as far as that kind is wanted.
+// Expects a dump of the frame if it got a position and dumps of its kind are on.
 void ExpectDump(ReplayArguments const& arguments, FrameResult const& result, HallDumpAudit& dumps) {
   DumpName name;
   name.kind = KindOf(result.type);
@@ -177,7 +177,7 @@ Replay::Options OptionsFrom(ReplayArguments const& arguments, desktop::DeviceSet
   options.onlyCamera = arguments.camera.has_value();
   options.type = arguments.type;
   options.resetMatched = arguments.resetMatched;
-  // Whoever asks for something else than what was recorded expects other answers.
+  // With options that differ from the recording, other answers are expected.
   options.checkAnswers = arguments.mode.empty() && !arguments.type && !arguments.resetMatched;
   return options;
 }

@@ -48,7 +48,7 @@ CLI::Option* AddSweep(CLI::App& command, std::string const& name, Target& target
       ->type_name("US[:US]");
 }
 
-// A trouble that would swallow a short session.
+// Refuses a fault that would last for too much of a short session.
 template <class Number>
 void RefuseMoreThan(Number most, Number found, char const* option) {
   if (found <= most) return;

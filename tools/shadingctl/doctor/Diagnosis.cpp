@@ -49,7 +49,7 @@ Finding JudgeName(ElfFile const& file) {
                  fmt::format("expected {}, found {}", kLibraryName, file.soname.empty() ? "none" : file.soname));
 }
 
-// Sizes of what a host reads and writes itself.
+// Sizes of the objects that a host reads and writes itself.
 std::optional<std::uint64_t> BytesOf(std::string const& name) {
   if (name == "gLogLevel" || name == "g_oisDebug" || name == "g_preOisDump" || name == "g_capOisDump") return 4;
   if (name == "VeyraShadingUtil::mSingleInstance") return 8;
@@ -93,7 +93,7 @@ Findings JudgeExports(ElfFile const& file) {
   return findings;
 }
 
-// What stands at an entry of the table, as the loader fills it.
+// The content of a table entry after loading.
 std::string EntryText(ElfFile const& file, ElfPointer const& pointer) {
   if (!pointer.symbol.empty()) return ReadableName(pointer.symbol);
   auto const offered = std::find_if(file.exports.begin(), file.exports.end(), [&](ElfExport const& candidate) {

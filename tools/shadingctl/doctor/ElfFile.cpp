@@ -14,7 +14,7 @@
 namespace shadingctl {
 namespace {
 
-// More than any table of operations; a file may claim what it likes.
+// Larger than any table of operations; the size in a file may be arbitrary.
 constexpr std::uint64_t kMaximumTableBytes = 4096;
 
 Processor ReadProcessor(ElfImage const& image) {

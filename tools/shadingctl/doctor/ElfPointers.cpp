@@ -9,7 +9,7 @@
 namespace shadingctl {
 namespace {
 
-// Forms that a phone's linker writes and elf.h does not name.
+// Relocation formats that a phone's linker writes and elf.h does not define.
 constexpr std::uint32_t kAndroidRela = 0x60000002;
 constexpr std::uint32_t kAndroidRelr = 0x6fffff00;
 

@@ -19,7 +19,7 @@ namespace {
 constexpr char const* kCheck = "load";
 constexpr unsigned int kPatienceSeconds = 10;  // a library is loaded in milliseconds
 
-// The child's part: an empty answer is a good one.
+// Runs in the child process. Empty on success.
 [[noreturn]] void LoadAndAnswer(std::string const& path, int answerTo) {
   alarm(kPatienceSeconds);
   std::string answer;

@@ -14,7 +14,7 @@
 namespace shadingctl {
 namespace {
 
-// Tries what the library does, as it keeps the error to itself: a file of a dump's size in the folder, removed again.
+// Writes and removes a file of a dump's size in the folder, to obtain the error that the library does not report.
 std::string AskTheSystem() {
   std::string const path = fmt::format("{}/.shadingctl-{}", kDumpDirectory, getpid());
   std::string const content(kLargestDump, '0');

@@ -13,8 +13,8 @@ constexpr double kPrinted = 0.5e-6;  // a printed number differs by at most this
 
 bool IsSame(double one, double other) { return one == other || (std::isnan(one) && std::isnan(other)); }
 
-// The sum as the library forms it, in single precision and in the order of time, and how far the sum of the numbers
-// before they were printed may be from it.
+// The sum as the library computes it, in single precision and in the order of time, and a bound for its difference from
+// the sum of the unrounded numbers.
 bool IsMean(std::vector<Position> const& samples, double Position::*axis, double position) {
   float sum = 0;
   double largest = 0;

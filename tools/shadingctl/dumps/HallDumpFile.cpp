@@ -23,7 +23,7 @@ bool TakeText(std::string_view& rest, std::string_view text) {
   return true;
 }
 
-// An integer in the one way in which it is printed: no sign but a minus, no leading zero, no minus zero.
+// An integer in canonical notation: no plus sign, no leading zero, no minus zero.
 template <class Integer>
 bool TakeInteger(std::string_view& rest, Integer& number) {
   auto const [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
@@ -34,7 +34,7 @@ bool TakeInteger(std::string_view& rest, Integer& number) {
   return true;
 }
 
-// A number in fixed notation with six decimals, or one that is none.
+// A number in fixed notation with six decimals, or an infinity or NaN.
 bool IsFixed(std::string_view text, double& number) {
   if (!text.empty() && text.front() == '-') {
     if (!IsFixed(text.substr(1), number) || text[1] == '-') return false;
@@ -58,7 +58,7 @@ class Lines {
  public:
   explicit Lines(std::string_view text) : mText(text) {}
 
-  // The next line without its end; not passed yet.
+  // The next line without its line feed. Does not advance.
   std::string_view Peek() const { return mText.substr(0, mText.find('\n')); }
   bool IsAtEnd() const { return mText.empty(); }
 

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The file's beginning, one byte more than a dump can have at the most. Throws BrokenDump.
+// The beginning of the file, up to one byte more than the largest dump. Throws BrokenDump.
 std::string ReadText(fs::path const& path) {
   std::error_code failure;
   if (!fs::is_regular_file(path, failure)) throw BrokenDump(1, "expected a regular file");
@@ -42,7 +42,7 @@ std::vector<fs::path> EntriesOf(fs::path const& directory) {
   return entries;
 }
 
-// The files that a name stands for: its entries, those of the library's folder below it, or itself.
+// The files that a name denotes: the entries of a directory, those of the dump folder below it, or the file itself.
 std::vector<fs::path> FilesOf(fs::path const& name) {
   std::error_code failure;
   if (fs::exists(name, failure) && !fs::is_directory(name, failure)) return {name};

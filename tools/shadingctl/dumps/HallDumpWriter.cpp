@@ -62,7 +62,7 @@ void WriteCsv(OutputFile& output, std::vector<NamedDump> const& dumps, bool with
 
 nlohmann::ordered_json PositionJson(Position const& position) { return {{"x", position.x}, {"y", position.y}}; }
 
-// A line for every frame. A value that is no number becomes null.
+// A line for every frame. NaN and infinities become null.
 void WriteJson(OutputFile& output, std::vector<NamedDump> const& dumps) {
   output.Write("{\"schema\": \"shadingctl-dumps\", \"version\": 1,\n\"dumps\": [");
   for (NamedDump const& named : dumps) {

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A directory and whatever of its path is missing. What was made goes again unless it is kept.
+// Creates a directory with its missing parents, and removes them again at destruction unless Keep is called.
 class MadeDirectory {
  public:
   explicit MadeDirectory(fs::path const& directory) {

@@ -63,7 +63,7 @@ bool SyntheticBatches::IsLate(std::uint32_t frameIndex) const {
 SyntheticBatches::Batch SyntheticBatches::Take(std::uint32_t frameIndex, std::int64_t timeNs) {
   if (IsLate(frameIndex)) return {};
   Batch batch = RepeatedEnd();
-  // One that begins with the samples before it is discarded, whatever else it brings.
+  // The library discards a batch that begins with samples delivered before, whatever follows them.
   if (Happens(mDiscardChance, mOptions.discarded) && !mBefore.empty()) batch = mBefore;
   for (; mSamples.Next().timeNs <= timeNs; mSamples.Pop()) batch.push_back(mSamples.Next().sample);
   if (Happens(mLostChance, mOptions.lost)) return {};
