@@ -16,7 +16,7 @@ std::string DefaultLibraryPath() {
   std::error_code error;
   auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
   if (error) throw UnusableInput(fmt::format("/proc/self/exe: cannot be read: {}", error.message()));
-  return (program.parent_path().parent_path() / "lib" / "libvcam_shadingutil.so").string();
+  return (program.parent_path().parent_path() / LIBRARY_DIRECTORY / "libvcam_shadingutil.so").string();
 }
 
 namespace {

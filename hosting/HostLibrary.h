@@ -7,7 +7,7 @@ class VeyraShadingUtil;
 
 namespace hosting {
 
-// lib/libvcam_shadingutil.so beside the directory of the running program.
+// libvcam_shadingutil.so in the directory of libraries (lib) beside the directory of the running program.
 std::string DefaultLibraryPath();
 
 // Loads the library at `path`, calls its createInstance and returns the object. The library reads its properties and

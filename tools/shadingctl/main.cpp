@@ -79,6 +79,8 @@ int Run(int argc, char** argv) {
   shadingctl::AddCalibrationCommand(app, chosen);
   shadingctl::AddDumpsCommand(app, chosen);
   shadingctl::AddDoctorCommand(app, chosen);
+  shadingctl::AddCompletionCommand(app, chosen);
+  shadingctl::AddManCommand(app, chosen);
   shadingctl::AddHelpCommand(app, chosen);
   try {
     app.parse(argc, argv);

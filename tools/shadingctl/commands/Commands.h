@@ -26,6 +26,10 @@ void AddCalibrationCommand(CLI::App& app, Command& chosen);
 void AddDumpsCommand(CLI::App& app, Command& chosen);
 void AddDoctorCommand(CLI::App& app, Command& chosen);
 
+// The manual pages and completions of all commands, those that are added later included.
+void AddManCommand(CLI::App& app, Command& chosen);
+void AddCompletionCommand(CLI::App& app, Command& chosen);
+
 // The help of all commands that have been added before it.
 void AddHelpCommand(CLI::App& app, Command& chosen);
 

@@ -13,6 +13,7 @@ void AddHelpCommand(CLI::App& app, Command& chosen) {
   std::vector<std::string> names;
   for (CLI::App const* const other : app.get_subcommands({})) names.push_back(other->get_name());
   CLI::App* const command = app.add_subcommand("help", "Show the help of a command");
+  command->footer("Examples:\n  shadingctl help replay");
   command->add_option("COMMAND", *name, "The command; without it, all of them are listed")->check(CLI::IsMember(names));
   command->callback([&app, name, &chosen] {
     chosen = [&app, name] {
