@@ -119,12 +119,14 @@ TEST(Replay, JsonHasNullWhereThereIsNoValue) {
   auto const json = nlohmann::json::parse(RunTool("replay --format json " + directory.path()).out);
   EXPECT_EQ(
       json["frames"].dump(),
-      R"([{"camera":0,"coverage":null,"end":null,"end_distance_us":null,"end_index":null,"frame":6,"hall_x":null,"hall_y":null,)"
+      R"([{"camera":0,"coverage":null,"end":null,"end_distance_us":null,"end_index":null,"exposure_us":10000,"frame":6,"hall_x":null,"hall_y":null,)"
       R"("match":"warm_up","message":"0 of 100 samples so far","offset_us":-5598,)"
-      R"("readout_distance":null,"repeated_samples":null,"samples":0,"span_age_us":null,"start_distance_us":null,"start_index":null,"timestamp_ns":999999000000,"type":0},)"
-      R"({"camera":0,"coverage":1.0,"end":"near","end_distance_us":0,"end_index":60,"frame":7,"hall_x":136.666672,"hall_y":-10.0,"match":"start","message":null,)"
-      R"("offset_us":-5598,"readout_distance":7.3333,"repeated_samples":0,"samples":100,"span_age_us":0,"start_distance_us":0,"start_index":40,)"
-      R"("timestamp_ns":1000000000000,"type":0}])");
+      R"("readout_distance":null,"readout_us":20000,"repeated_samples":null,"samples":0,"span_age_us":null,"span_us":null,)"
+      R"("start_distance_us":null,"start_index":null,"start_of_frame_us":999989000,"timestamp_ns":999999000000,"type":0,"window_us":null},)"
+      R"({"camera":0,"coverage":1.0,"end":"near","end_distance_us":0,"end_index":60,"exposure_us":10000,"frame":7,"hall_x":136.666672,"hall_y":-10.0,"match":"start","message":null,)"
+      R"("offset_us":-5598,"readout_distance":7.3333,"readout_us":20000,"repeated_samples":0,"samples":100,"span_age_us":0,"span_us":[999990000,1000010000],)"
+      R"("start_distance_us":0,"start_index":40,"start_of_frame_us":999990000,)"
+      R"("timestamp_ns":1000000000000,"type":0,"window_us":[999950000,1000049000]}])");
   EXPECT_EQ(json["schema"], "shadingctl-replay");
   EXPECT_EQ(json["version"], 1);
   EXPECT_EQ(json["complete"], true);
@@ -140,6 +142,26 @@ TEST(Replay, JsonHasNullWhereThereIsNoValue) {
   EXPECT_EQ(summary["samples"]["rate_hz"], 1000.0);
   EXPECT_EQ(summary["samples"]["jitter_us"], 0.0);
   EXPECT_EQ(json["summary"]["found"]["empty_batches"]["first"], directory.path() + "/frames.csv:2");
+}
+
+TEST(Replay, JsonHoldsEveryBatchAsDeliveredWhenAsked) {
+  TemporaryDirectory const directory;
+  WriteWorkedRecording(directory);
+  directory.Write("hall.csv", ReadFile(directory.path() + "/hall.csv") + "7,999924402000,-1.5,0.1\n");
+  std::string const command = "replay --format json " + directory.path();
+  auto const json = nlohmann::json::parse(RunTool(command + " --samples").out);
+  ASSERT_EQ(json["batches"].size(), 1U);
+  auto const& batch = json["batches"][0];
+  EXPECT_EQ(batch["camera"], 0);
+  EXPECT_EQ(batch["frame"], 7);
+  ASSERT_EQ(batch["samples"].size(), 121U);
+  EXPECT_EQ(batch["samples"][0].dump(), "[999924402000,3600,60]");
+  EXPECT_EQ(batch["samples"][120].dump(), "[999924402000,-1.5,0.100000001]");
+  EXPECT_FALSE(nlohmann::json::parse(RunTool(command).out).contains("batches"));
+  EXPECT_EQ(nlohmann::json::parse(RunTool(command + " --samples --camera 2").out)["batches"][0]["camera"], 2);
+  Outcome const table = RunTool("replay --samples");
+  EXPECT_EQ(table.exitCode, 2);
+  EXPECT_NE(table.err.find("--samples: expected --format json"), std::string::npos) << table.err;
 }
 
 // One frame at 1000 s whose history is `count` samples, the last one `lastUs` after it.

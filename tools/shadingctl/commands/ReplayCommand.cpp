@@ -131,7 +131,13 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
   command->add_option("--log", arguments->log, "Write every message of the library to this file; - is standard output")
       ->type_name("FILE");
   AddRowOptions(*command, *arguments);
-  command->callback([arguments, &chosen] { chosen = [arguments] { return RunReplay(*arguments); }; });
+  command->add_flag("--samples", arguments->samples, "JSON holds every batch of samples as well, for report and trace");
+  command->callback([arguments, &chosen] {
+    if (arguments->samples && arguments->format != Format::kJson) {
+      throw CLI::ValidationError("--samples", "expected --format json, which alone holds samples");
+    }
+    chosen = [arguments] { return RunReplay(*arguments); };
+  });
 }
 
 }  // namespace shadingctl

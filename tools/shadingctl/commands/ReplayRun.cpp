@@ -142,7 +142,9 @@ Ending PlayAll(ReplayArguments const& arguments, hosting::Session& session, Repl
     Progress progress(showsProgress, [&] { return session.FrameCount(); });
     for (hosting::Call call; NextCall(session, call, ending);) {
       if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
-        for (auto const& sample : update->batch) pending.AddSample(call.camera.value_or(camera), sample);
+        std::int32_t const sampled = call.camera.value_or(camera);
+        for (auto const& sample : update->batch) pending.AddSample(sampled, sample);
+        if (!arguments.camera || *arguments.camera == sampled) writer.AddBatch({sampled, update->frame, update->batch});
       }
       if (std::optional<FrameResult> result = replay.Play(call, summaries)) {
         ExpectDump(arguments, *result, ending.dumps);
@@ -198,6 +200,7 @@ ReplaySettings SettingsOf(ReplayArguments const& arguments, hosting::Session con
   settings.logLevel = arguments.logLevel;
   settings.resetMatched = arguments.resetMatched;
   settings.rows = arguments.rows;
+  settings.samples = arguments.samples;
   return settings;
 }
 

@@ -25,6 +25,7 @@ struct ReplayArguments {
   int logLevel = 4;
   bool resetMatched = false;
   bool quiet = false;
+  bool samples = false;  // JSON holds every batch
   RowSelection rows;
   TableStyle style;
 };

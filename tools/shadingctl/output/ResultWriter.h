@@ -1,10 +1,15 @@
 // The result of a replay in one of three formats, row by row. docs/replay-output.md describes them.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "platform/SensorProvider.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/RowSelection.h"
 #include "tools/shadingctl/output/TerminalColor.h"
@@ -30,14 +35,24 @@ struct ReplaySettings {
   int logLevel = 0;
   bool resetMatched = false;
   RowSelection rows;
+  bool samples = false;  // JSON holds every batch
 };
 
-// Keeps nothing but the row at hand.
+// What the platform delivered in one update.
+struct DeliveredBatch {
+  std::int32_t camera = 0;
+  std::uint32_t frame = 0;  // of the update
+  std::vector<NSCam::Utils::SensorData> const& samples;
+};
+
+// Keeps nothing but the row at hand; batches wait in a temporary file.
 class ResultWriter {
  public:
   virtual ~ResultWriter() = default;
   virtual void Begin(ReplaySettings const& settings) = 0;
   virtual void Add(FrameResult const& result) = 0;
+  // For JSON with samples; other results pass over it.
+  virtual void AddBatch(DeliveredBatch const& /*batch*/) {}
   // `error` says why the replay ended early; empty when it did not.
   virtual void End(Summaries const& summaries, std::string const& error) = 0;
 };
@@ -49,5 +64,8 @@ struct TableStyle {
 
 // A writer for `format`; `output` must outlive it. A table shows all columns when the output is no terminal.
 std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, TableStyle const& style);
+
+// JSON that goes wherever `write` takes it, piece by piece.
+std::unique_ptr<ResultWriter> MakeJsonWriter(std::function<void(std::string_view)> write);
 
 }  // namespace shadingctl

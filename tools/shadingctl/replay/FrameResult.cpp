@@ -117,6 +117,8 @@ FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages) {
   result.times = times;
   result.samples = times.samples;
   result.offsetUs = times.offsetUs;
+  auto const table = AlignedTable(messages.source, times.offsetUs);
+  if (!table.empty()) result.window = AlignedRange{table.front().timeUs, table.back().timeUs};
   // Without a start the library reports a span of entries 0 to 0, which says nothing.
   bool const hasSpan =
       result.match == Match::kStart || result.match == Match::kCarried || result.match == Match::kSingle;
@@ -125,9 +127,11 @@ FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages) {
   result.endIndex = messages.span->last;
   if (outcome.startsBeforeTime) return result;  // nothing can be far from what has no time
   result.startDistanceUs = StartDistanceUs(outcome, messages);
-  auto const timing = TimeSpan(AlignedTable(messages.source, times.offsetUs), *messages.span,
-                               {static_cast<std::int64_t>(times.startOfFrameUs), times.readoutUs});
+  auto const timing =
+      TimeSpan(table, *messages.span, {static_cast<std::int64_t>(times.startOfFrameUs), times.readoutUs});
   if (!timing) return result;
+  result.spanTime = AlignedRange{table[static_cast<std::size_t>(messages.span->first)].timeUs,
+                                 table[static_cast<std::size_t>(messages.span->last)].timeUs};
   result.spanAgeUs = timing->ageUs;
   result.end = timing->endIsNear() ? SpanEnd::kNear : SpanEnd::kLast;
   result.endDistanceUs = timing->endDistanceUs;

@@ -62,7 +62,11 @@ struct FrameResult {
   std::optional<std::uint64_t> repeatedSamples;  // in the span
   std::optional<double> readoutDistance;         // from the mean of the readout's own samples, in the samples' unit
 
-  // In no row.
+  // In JSON rows only.
+  std::optional<AlignedRange> window;    // from the first to the last of the library's entries
+  std::optional<AlignedRange> spanTime;  // the same of the span
+
+  // In no row, except what JSON tells of the times.
   std::int64_t sinceFirstNs = 0;  // from the session's first frame
   std::int64_t startOfFrameUs = 0;
   bool startFound = false;                      // a sample lies within the tolerance of the frame's start

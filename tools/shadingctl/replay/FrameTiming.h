@@ -40,6 +40,12 @@ struct NearestEntry {
 };
 std::optional<NearestEntry> FindNearest(std::vector<AlignedSample> const& table, std::int64_t timeUs);
 
+// Aligned times, both included.
+struct AlignedRange {
+  std::int64_t firstUs = 0;
+  std::int64_t lastUs = 0;
+};
+
 struct Readout {
   std::int64_t startUs = 0;
   std::uint32_t lengthUs = 0;
