@@ -82,8 +82,12 @@ TEST(Calibration, SoundDataGiveExitCode0AndTheirNumbersInEveryFormat) {
   PlayedCamera const camera(kPlaces, 0, kWhole);
   Outcome const json = camera.Run("--format json");
   EXPECT_EQ(json.exitCode, 0) << json.err;
-  auto const shown = nlohmann::json::parse(json.out)["cameras"];
+  auto shown = nlohmann::json::parse(json.out)["cameras"];
   ASSERT_EQ(shown.size(), 1U);
+  EXPECT_EQ(shown[0]["table"]["record_parts"][3]["bytes"], "6");
+  EXPECT_EQ(shown[0]["table"]["record_parts"][3]["hex"], "81");
+  EXPECT_EQ(shown[0]["table"]["record_parts"][3]["meaning"], "its sign: negative (129 to 255)");
+  shown[0]["table"].erase("record_parts");
   EXPECT_EQ(shown[0]["table"].dump(),
             R"({"default":null,"flag":-127,"flag_f":7,"gradient":-6,"index":3,"reason":"gradient -6 lies in -8 to -5",)"
             R"("record":"01 2d 2d 2d 2d 06 81 2d 2d 2d 07","record_offset":16,"settled":true,"sound":true,)"
@@ -99,6 +103,21 @@ TEST(Calibration, SoundDataGiveExitCode0AndTheirNumbersInEveryFormat) {
             "gradient -6 lies in -8 to -5,as stored,,32,2341,1,false,false,0,2177,1088.500,"
             "valid; the sensor does not ask for mirrored rows,"
             "64.500,320.500,576.500,832.500,1088.500,1344.500,1600.500,1856.500,2112.500");
+}
+
+TEST(Calibration, JsonHoldsTheBlockAsStoredAndAsHandedOut) {
+  auto const blockOf = [](int rowOrder, std::string const& file) {
+    return nlohmann::json::parse(PlayedCamera(kPlaces, rowOrder, file).Run("--format json").out)["cameras"][0]["block"];
+  };
+  auto const mirrored = blockOf(2, kWhole);
+  ASSERT_EQ(mirrored["stored"].size(), 9U);
+  ASSERT_EQ(mirrored["values"].size(), 9U);
+  EXPECT_EQ(mirrored["stored"][2][1], 513);  // 256 * 2 + 1
+  EXPECT_EQ(mirrored["values"][2][0], 512);
+  EXPECT_EQ(mirrored["values"][2][1], 641);  // 256 * 2 + 129
+  auto const cut = blockOf(2, kWhole.substr(0, 32 + 260 + 259));
+  EXPECT_EQ(cut["stored"].size(), 1U) << "the second row lacks a byte";
+  EXPECT_EQ(cut["values"][8][129], 0x2000);
 }
 
 TEST(Calibration, RawIsTheBlockAsHandedOut) {

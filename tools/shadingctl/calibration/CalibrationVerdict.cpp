@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <numeric>
 
 namespace shadingctl {
 namespace {
@@ -13,21 +14,14 @@ constexpr std::size_t kValuesPerRow = 130;
 constexpr int kValid = 1;
 constexpr int kMirroredLength = static_cast<int>(kRows * kValuesPerRow * 2) + 1;
 
-char const* RangeOfTable(int table) {
-  switch (table) {
-    case 1:
-      return "lies in -4 to 4";
-    case 2:
-      return "lies in 5 to 8";
-    case 3:
-      return "lies in -8 to -5";
-    case 4:
-      return "is 9 or more";
-    case 5:
-      return "is -9 or less";
-    default:
-      return "is in no known range";
+std::string RangeOfTable(int table) {
+  for (TableRange const& range : kTableRanges) {
+    if (range.table != table) continue;
+    if (!range.from) return fmt::format("is {} or less", *range.to);
+    if (!range.to) return fmt::format("is {} or more", *range.from);
+    return fmt::format("lies in {} to {}", *range.from, *range.to);
   }
+  return "is in no known range";
 }
 
 // Why neither table nor block can be read: the reasons in configuration and file that both have in common.
@@ -164,21 +158,21 @@ std::vector<RecordPart> ExplainRecord(CameraCalibration const& camera) {
           {"10", HexOf(file, 10, 10), "flag_f: only logged"}};
 }
 
+std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& block) {
+  std::vector<std::vector<unsigned int>> rows(std::min(block.size() / (2 * kValuesPerRow), kRows));
+  std::size_t at = 0;
+  for (auto& row : rows) {
+    for (std::size_t k = 0; k < kValuesPerRow; ++k, at += 2) row.push_back(block[at] + 256U * block[at + 1]);
+  }
+  return rows;
+}
+
 BlockStatistics Measure(std::vector<unsigned char> const& block) {
   BlockStatistics statistics;
-  std::size_t const rows = std::min(block.size() / (2 * kValuesPerRow), kRows);
-  for (std::size_t r = 0; r < rows; ++r) {
-    RowStatistics row = {0xFFFF, 0, 0};
-    unsigned int sum = 0;
-    for (std::size_t k = 0; k < kValuesPerRow; ++k) {
-      std::size_t const at = 2 * (r * kValuesPerRow + k);
-      unsigned int const value = block[at] + 256U * block[at + 1];
-      row.minimum = std::min(row.minimum, value);
-      row.maximum = std::max(row.maximum, value);
-      sum += value;
-    }
-    row.mean = sum / static_cast<double>(kValuesPerRow);
-    statistics.rows.push_back(row);
+  for (auto const& values : RowsOf(block)) {
+    auto const [least, most] = std::minmax_element(values.begin(), values.end());
+    unsigned int const sum = std::accumulate(values.begin(), values.end(), 0U);
+    statistics.rows.push_back({*least, *most, sum / static_cast<double>(kValuesPerRow)});
   }
   statistics.all = Join(statistics.rows);
   return statistics;

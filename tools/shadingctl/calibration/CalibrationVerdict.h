@@ -1,6 +1,7 @@
 // Whether a camera's calibration is usable, and what its images get otherwise, in words and numbers.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,14 @@ struct Verdict {
 
 Verdict JudgeTable(CameraCalibration const& camera);
 Verdict JudgeBlock(CameraCalibration const& camera);
+
+// The gradients that lead to a table; nullopt where nothing limits them.
+struct TableRange {
+  int table = 0;
+  std::optional<int> from;
+  std::optional<int> to;
+};
+constexpr TableRange kTableRanges[] = {{5, std::nullopt, -9}, {3, -8, -5}, {1, -4, 4}, {2, 5, 8}, {4, 9, std::nullopt}};
 
 // What kind of block the caller gets.
 enum class BlockKind { kStored, kMirrored, kDefaultFill, kUntouched, kNotAsked };
@@ -42,7 +51,10 @@ struct BlockStatistics {
   RowStatistics all;                // of those rows
 };
 
-// Of a block as handed out: rows of 130 16-bit values, low byte first.
+// The whole rows of a block, 9 at most: 130 16-bit values, low byte first.
+std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& block);
+
+// Of a block as handed out.
 BlockStatistics Measure(std::vector<unsigned char> const& block);
 
 }  // namespace shadingctl

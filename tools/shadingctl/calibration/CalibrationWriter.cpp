@@ -132,7 +132,10 @@ nlohmann::ordered_json TableJson(CameraCalibration const& camera) {
                                  {"settled", camera.settled}, {"record_offset", OrNull(camera.places.recordOffset)},
                                  {"record", nullptr},         {"valid_byte", nullptr},
                                  {"gradient", nullptr},       {"flag", nullptr},
-                                 {"flag_f", nullptr}};
+                                 {"flag_f", nullptr},         {"record_parts", nlohmann::ordered_json::array()}};
+  for (RecordPart const& part : ExplainRecord(camera)) {
+    json["record_parts"].push_back({{"bytes", part.bytes}, {"hex", part.hex}, {"meaning", part.meaning}});
+  }
   if (camera.record) {
     DumpFile const& file = camera.file;
     json["record"] = fmt::format("{:02x}", fmt::join(file.record.begin(), file.record.begin() + file.recordBytes, " "));
@@ -159,11 +162,14 @@ nlohmann::ordered_json BlockJson(CameraCalibration const& camera) {
                                  {"minimum", nullptr},
                                  {"maximum", nullptr},
                                  {"mean", nullptr},
-                                 {"rows", nlohmann::ordered_json::array()}};
+                                 {"rows", nlohmann::ordered_json::array()},
+                                 {"stored", RowsOf(camera.file.block)},
+                                 {"values", nlohmann::ordered_json::array()}};
   if (!camera.block) return json;
   BlockStatistics const statistics = Measure(*camera.block);
   if (!statistics.rows.empty()) json.update(StatisticsJson(statistics.all));
   for (RowStatistics const& row : statistics.rows) json["rows"].push_back(StatisticsJson(row));
+  json["values"] = RowsOf(*camera.block);
   return json;
 }
 
@@ -178,10 +184,19 @@ nlohmann::ordered_json CameraJson(CameraCalibration const& camera) {
           {"messages", camera.messages}};
 }
 
+nlohmann::ordered_json TablesJson() {
+  nlohmann::ordered_json tables = nlohmann::ordered_json::array();
+  for (TableRange const& range : kTableRanges) {
+    tables.push_back({{"index", range.table}, {"from", OrNull(range.from)}, {"to", OrNull(range.to)}});
+  }
+  return tables;
+}
+
 void WriteJson(OutputFile& output, std::string const& device, std::vector<CameraCalibration> const& cameras) {
   nlohmann::ordered_json json = {{"schema", "shadingctl-calibration"},
                                  {"version", 1},
                                  {"device", device},
+                                 {"tables", TablesJson()},
                                  {"cameras", nlohmann::ordered_json::array()}};
   for (CameraCalibration const& camera : cameras) json["cameras"].push_back(CameraJson(camera));
   output.Write(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");

@@ -38,7 +38,13 @@ CalibrationPlaces PlacesOf(desktop::DeviceSettings const& settings, int sensorIn
   return places;
 }
 
-DumpFile LookAtFile(int sensorIndex, std::optional<std::int32_t> recordOffset) {
+// As many of `size` bytes as the file supplies there.
+std::size_t ReadAt(std::FILE* file, std::int32_t offset, unsigned char* bytes, std::size_t size) {
+  if (offset < 0 || std::fseek(file, offset, SEEK_SET) != 0) return 0;
+  return std::fread(bytes, 1, size, file);
+}
+
+DumpFile LookAtFile(int sensorIndex, CalibrationPlaces const& places) {
   DumpFile look;
   look.name = desktop::CalibrationFileName(sensorIndex);
   if (look.name.empty()) {
@@ -58,8 +64,12 @@ DumpFile LookAtFile(int sensorIndex, std::optional<std::int32_t> recordOffset) {
     return look;
   }
   look.size = static_cast<std::int64_t>(fs::file_size(path, failure));
-  if (recordOffset && *recordOffset >= 0 && std::fseek(file.get(), *recordOffset, SEEK_SET) == 0) {
-    look.recordBytes = std::fread(look.record.data(), 1, look.record.size(), file.get());
+  if (places.recordOffset) {
+    look.recordBytes = ReadAt(file.get(), *places.recordOffset, look.record.data(), look.record.size());
+  }
+  if (places.block && places.block->length > 1 && places.block->length <= kBlockLimit) {
+    look.block.resize(static_cast<std::size_t>(places.block->length - 1));
+    look.block.resize(ReadAt(file.get(), places.block->offset, look.block.data(), look.block.size()));
   }
   return look;
 }
@@ -106,7 +116,7 @@ CameraCalibration AskCalibration(VeyraShadingUtil& library, desktop::Device& dev
   CameraCalibration camera;
   camera.sensorIndex = sensorIndex;
   camera.places = PlacesOf(device.Settings(), sensorIndex);
-  camera.file = LookAtFile(sensorIndex, camera.places.recordOffset);
+  camera.file = LookAtFile(sensorIndex, camera.places);
 
   std::vector<std::string> heard;
   device.ListenToLog([&](desktop::LogMessage const& message) { heard.push_back(WithoutLine(message.text)); });

@@ -37,7 +37,8 @@ struct DumpFile {
   std::string problem;               // why it cannot be read; else empty
   std::optional<std::int64_t> size;  // bytes, of a file that can be read
   std::array<unsigned char, kRecordSize> record{};
-  std::size_t recordBytes = 0;  // how many of them the file supplies
+  std::size_t recordBytes = 0;       // how many of them the file supplies
+  std::vector<unsigned char> block;  // without its valid byte; as much as the file supplies
 };
 
 struct CameraCalibration {
