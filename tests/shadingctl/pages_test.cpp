@@ -78,7 +78,7 @@ TEST_P(BashCompletion, Offers) {
 INSTANTIATE_TEST_SUITE_P(
     All, BashCompletion,
     testing::Values(Typed{"shadingctl ca", "calibration;"}, Typed{"shadingctl --v", "--version;"},
-                    Typed{"shadingctl replay --re", "--reset-matched;"},
+                    Typed{"shadingctl replay --res", "--reset-matched;"},
                     Typed{"shadingctl replay --format \"\"", "table;csv;json;"},
                     Typed{"shadingctl replay --format =", "table;csv;json;"},
                     Typed{"shadingctl replay --format = j", "json;"}, Typed{"shadingctl replay s", "some file.csv;"},

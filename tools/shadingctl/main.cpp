@@ -26,6 +26,7 @@ constexpr char const* kExamples = R"(Examples:
   shadingctl replay RECORDING --format csv -o result.csv
   shadingctl generate /tmp/session --hall-rate 500 --seed 7
   shadingctl replay /tmp/session --reset-matched
+  shadingctl replay /tmp/session --report report.html
   shadingctl calibration                           cameras' calibration data
   shadingctl dumps camera_dump                     OIS hall dump files of a phone
   shadingctl doctor libvcam_shadingutil.so         a library before it is installed
@@ -79,6 +80,8 @@ int Run(int argc, char** argv) {
   shadingctl::AddCalibrationCommand(app, chosen);
   shadingctl::AddDumpsCommand(app, chosen);
   shadingctl::AddDoctorCommand(app, chosen);
+  shadingctl::AddReportCommand(app, chosen);
+  shadingctl::AddTraceCommand(app, chosen);
   shadingctl::AddCompletionCommand(app, chosen);
   shadingctl::AddManCommand(app, chosen);
   shadingctl::AddHelpCommand(app, chosen);

@@ -25,6 +25,8 @@ void AddGenerateCommand(CLI::App& app, Command& chosen);
 void AddCalibrationCommand(CLI::App& app, Command& chosen);
 void AddDumpsCommand(CLI::App& app, Command& chosen);
 void AddDoctorCommand(CLI::App& app, Command& chosen);
+void AddReportCommand(CLI::App& app, Command& chosen);
+void AddTraceCommand(CLI::App& app, Command& chosen);
 
 // The manual pages and completions of all commands, those that are added later included.
 void AddManCommand(CLI::App& app, Command& chosen);

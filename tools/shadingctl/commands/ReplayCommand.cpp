@@ -33,6 +33,7 @@ Examples:
   shadingctl replay RECORDING --summary
   shadingctl replay RECORDING --format csv --output result.csv
   shadingctl replay --dump preview,capture --dump-dir /tmp/dumps
+  shadingctl replay RECORDING --report report.html
   shadingctl replay --mode last --log library.log --quiet)";
 
 FrameRange ParseRange(std::string const& text) {
@@ -131,6 +132,10 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
   command->add_option("--log", arguments->log, "Write every message of the library to this file; - is standard output")
       ->type_name("FILE");
   AddRowOptions(*command, *arguments);
+  command
+      ->add_option("--report", arguments->report,
+                   "Write the page of this replay to this file as well, with all its frames and samples")
+      ->type_name("FILE");
   command->add_flag("--samples", arguments->samples, "JSON holds every batch of samples as well, for report and trace");
   command->callback([arguments, &chosen] {
     if (arguments->samples && arguments->format != Format::kJson) {

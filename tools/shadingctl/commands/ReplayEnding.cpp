@@ -32,19 +32,20 @@ void ShowSummary(ReplayArguments const& arguments, std::string const& text) {
 }  // namespace
 
 void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
-                  OutputFile& output, std::optional<OutputFile>& log) {
+                  ReplayFiles const& files) {
   bool const isComplete = ending.error.empty();
   std::string const summary = SummaryText(arguments, ending, summaries);
   bool const isResult =
-      arguments.rows.none && arguments.format != Format::kJson && (isComplete || !output.IsHeldBack());
-  if (isResult) output.Write(summary);
+      arguments.rows.none && arguments.format != Format::kJson && (isComplete || !files.output->IsHeldBack());
+  if (isResult) files.output->Write(summary);
   auto const finished = [&](OutputFile* file) -> OutputFile* {
     if (file == nullptr || isComplete || !file->IsHeldBack()) return file;
     Tell(fmt::format("{}: not written, as the replay is not complete", file->name()));
     return nullptr;
   };
-  OutputFile* const finishedOutput = finished(&output);
-  OutputFile::FinishAll({finishedOutput, finished(log ? &*log : nullptr)});
+  OutputFile* const output = finished(files.output);
+  OutputFile* const log = finished(files.log);
+  OutputFile::FinishAll({output, log, finished(files.report)});
   if (!isResult && !arguments.quiet) ShowSummary(arguments, summary);
 }
 

@@ -1,7 +1,6 @@
 // What `shadingctl replay` does when the last call has been played: results, summary, problems.
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "tools/shadingctl/commands/Commands.h"
@@ -21,10 +20,17 @@ struct Ending {
   HallDumpAudit dumps;
 };
 
+// Its outputs; null where there is none.
+struct ReplayFiles {
+  OutputFile* output = nullptr;
+  OutputFile* log = nullptr;
+  OutputFile* report = nullptr;
+};
+
 // Finishes the outputs and shows the summary. Files get their names only when the session was played to its end; what
 // was written directly is out already.
 void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
-                  OutputFile& output, std::optional<OutputFile>& log);
+                  ReplayFiles const& files);
 
 // Tells what the user must not overlook, and answers the exit code.
 int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries);

@@ -21,6 +21,7 @@
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/ReplayEnding.h"
+#include "tools/shadingctl/commands/ReplayReport.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
@@ -128,12 +129,13 @@ void ExpectDump(ReplayArguments const& arguments, FrameResult const& result, Hal
 }
 
 Ending PlayAll(ReplayArguments const& arguments, hosting::Session& session, Replay& replay, ResultWriter& writer,
-               Summaries& summaries, std::int32_t camera, bool showsProgress) {
+               ReplayReport* report, Summaries& summaries, std::int32_t camera, bool showsProgress) {
   Ending ending;
   auto const start = std::chrono::steady_clock::now();
   PendingRows pending;
   auto const show = [&](FrameResult const& row) {
     summaries.Of(row.camera).AddComplete(row);
+    if (report != nullptr) report->Add(row);
     if (!arguments.rows.Includes(row)) return;
     writer.Add(row);
     ++ending.shownFrames;
@@ -144,7 +146,10 @@ Ending PlayAll(ReplayArguments const& arguments, hosting::Session& session, Repl
       if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
         std::int32_t const sampled = call.camera.value_or(camera);
         for (auto const& sample : update->batch) pending.AddSample(sampled, sample);
-        if (!arguments.camera || *arguments.camera == sampled) writer.AddBatch({sampled, update->frame, update->batch});
+        DeliveredBatch const batch = {sampled, update->frame, update->batch};
+        bool const isPlayed = !arguments.camera || *arguments.camera == sampled;
+        if (isPlayed) writer.AddBatch(batch);
+        if (isPlayed && report != nullptr) report->AddBatch(batch);
       }
       if (std::optional<FrameResult> result = replay.Play(call, summaries)) {
         ExpectDump(arguments, *result, ending.dumps);
@@ -170,6 +175,7 @@ void RefuseOverwritingInputs(ReplayArguments const& arguments, ChosenDevice cons
   }
   std::vector<std::string> outputs = {arguments.output};
   if (!arguments.log.empty()) outputs.push_back(arguments.log);
+  if (!arguments.report.empty()) outputs.push_back(arguments.report);
   RefuseOverwriting(inputs, outputs);
 }
 
@@ -219,6 +225,8 @@ int RunReplay(ReplayArguments const& arguments) {
   std::optional<OutputFile> log;
   if (!arguments.log.empty()) log.emplace(arguments.log);
   OutputFile output(arguments.output);
+  std::optional<ReplayReport> report;
+  if (!arguments.report.empty()) report.emplace(arguments.report);
   auto const writer = MakeResultWriter(arguments.format, output, arguments.style);
   Summaries summaries(arguments.logLevel);
 
@@ -233,11 +241,13 @@ int RunReplay(ReplayArguments const& arguments) {
   {
     Replay replay(library, device, options, SinkInto(log));
     writer->Begin(head);
-    ending = PlayAll(arguments, *session, replay, *writer, summaries, options.camera.sensorId,
-                     !arguments.quiet && !terminalIsTaken);
+    if (report) report->Begin(head);
+    ending = PlayAll(arguments, *session, replay, *writer, report ? &*report : nullptr, summaries,
+                     options.camera.sensorId, !arguments.quiet && !terminalIsTaken);
   }
   writer->End(summaries, ending.error);
-  FinishReplay(arguments, ending, summaries, output, log);
+  if (report) report->End(summaries, ending.error);
+  FinishReplay(arguments, ending, summaries, {&output, log ? &*log : nullptr, report ? &report->file() : nullptr});
   return TellProblems(arguments, ending, summaries);
 }
 

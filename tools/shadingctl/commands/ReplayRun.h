@@ -15,7 +15,8 @@ struct ReplayArguments {
   std::string output;
   std::string device;
   std::string library;
-  std::string log;  // empty: none
+  std::string log;     // empty: none
+  std::string report;  // empty: none
   Format format = Format::kTable;
   std::string mode;  // empty: as the device says
   std::vector<std::string> dumps;

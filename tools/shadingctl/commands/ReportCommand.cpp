@@ -1,0 +1,83 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/report/Page.h"
+#include "tools/shadingctl/report/ResultDocument.h"
+#include "tools/shadingctl/report/Trace.h"
+
+namespace shadingctl {
+namespace {
+
+struct Arguments {
+  std::vector<std::string> results;
+  std::string output;
+};
+
+std::vector<ResultDocument> ReadAll(std::vector<std::string> const& paths) {
+  std::vector<ResultDocument> documents;
+  for (std::string const& path : paths) documents.push_back(ReadResultDocument(path));
+  return documents;
+}
+
+int RunReport(Arguments const& arguments) {
+  RefuseOverwriting(arguments.results, {arguments.output});
+  OutputFile output(arguments.output);
+  output.Write(MakePage(ReadAll(arguments.results)));
+  output.Finish();
+  return kExitDone;
+}
+
+int RunTrace(Arguments const& arguments) {
+  RefuseOverwriting(arguments.results, {arguments.output});
+  OutputFile output(arguments.output);
+  WriteTrace(ReadResultDocument(arguments.results.front()), output);
+  output.Finish();
+  return kExitDone;
+}
+
+constexpr char const* kReportExamples =
+    R"(The page needs no network, no server and no program but a browser. Samples are in it where
+the result holds them: replay --format json --samples. Of calibration: calibration --format json.
+
+Examples:
+  shadingctl replay RECORDING --report report.html
+  shadingctl replay RECORDING --format json --samples -o result.json
+  shadingctl report result.json -o report.html
+  shadingctl report before.json after.json -o both.html
+  shadingctl calibration --format json | shadingctl report - -o calibration.html)";
+
+constexpr char const* kTraceExamples = R"(Open the file in Perfetto, beside a system trace of the same clock if need be.
+
+Examples:
+  shadingctl replay RECORDING --format json --samples -o result.json
+  shadingctl trace result.json -o trace.json)";
+
+}  // namespace
+
+void AddReportCommand(CLI::App& app, Command& chosen) {
+  auto const arguments = std::make_shared<Arguments>();
+  CLI::App* const command = app.add_subcommand("report", "Draw a JSON result, or two over each other, as a page");
+  command->footer(kReportExamples);
+  command->add_option("RESULT", arguments->results, "JSON of replay or calibration; - is standard input")
+      ->required()
+      ->expected(1, 2);
+  AddOutput(*command, arguments->output);
+  command->callback([arguments, &chosen] { chosen = [arguments] { return RunReport(*arguments); }; });
+}
+
+void AddTraceCommand(CLI::App& app, Command& chosen) {
+  auto const arguments = std::make_shared<Arguments>();
+  CLI::App* const command = app.add_subcommand("trace", "Write a JSON result of replay as a trace for Perfetto");
+  command->footer(kTraceExamples);
+  command->add_option("RESULT", arguments->results, "JSON of replay; - is standard input")->required()->expected(1);
+  AddOutput(*command, arguments->output);
+  command->callback([arguments, &chosen] { chosen = [arguments] { return RunTrace(*arguments); }; });
+}
+
+}  // namespace shadingctl

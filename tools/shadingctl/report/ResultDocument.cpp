@@ -1,0 +1,193 @@
+#include "tools/shadingctl/report/ResultDocument.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/ResultWriter.h"
+
+namespace shadingctl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr char kCalibrationSchema[] = "shadingctl-calibration";
+constexpr int kCalibrationVersion = 1;
+
+std::string Shown(Json const& json) {
+  constexpr std::size_t kEnough = 60;
+  std::string text = json.dump(-1, ' ', true, Json::error_handler_t::replace);
+  return text.size() > kEnough ? text.substr(0, kEnough) + "..." : text;
+}
+
+// A place in a document, for messages.
+class Checked {
+ public:
+  Checked(std::string const& file, std::string place, Json const& json) : mFile(file), mPlace(place), mJson(json) {}
+
+  [[noreturn]] void Refuse(std::string const& expected) const {
+    throw hosting::UnusableInput(fmt::format("{}: {}expected {}, found {}", mFile,
+                                             mPlace.empty() ? std::string() : mPlace + ": ", expected, Shown(mJson)));
+  }
+
+  Json const* Find(std::string const& key) const {
+    auto const member = mJson.find(key);
+    return member == mJson.end() ? nullptr : &*member;
+  }
+
+  Checked At(std::string const& key) const {
+    static Json const none;
+    Json const* const member = Find(key);
+    return {mFile, mPlace.empty() ? key : mPlace + "." + key, member == nullptr ? none : *member};
+  }
+
+  Checked At(std::size_t index) const { return {mFile, fmt::format("{}[{}]", mPlace, index), mJson[index]}; }
+
+  Checked const& Object() const {
+    if (!mJson.is_object()) Refuse("an object");
+    return *this;
+  }
+  Checked const& List() const {
+    if (!mJson.is_array()) Refuse("a list");
+    return *this;
+  }
+  Checked const& WholeNumber() const {
+    if (!mJson.is_number_integer()) Refuse("a whole number");
+    return *this;
+  }
+  // A number, or null.
+  Checked const& NumberIfAny() const {
+    if (!mJson.is_number() && !mJson.is_null()) Refuse("a number or null");
+    return *this;
+  }
+  Checked const& TextIfAny() const {
+    if (!mJson.is_string() && !mJson.is_null()) Refuse("a text or null");
+    return *this;
+  }
+  // Two whole numbers, or null.
+  Checked const& RangeIfAny() const {
+    bool const isRange =
+        mJson.is_array() && mJson.size() == 2 && mJson[0].is_number_integer() && mJson[1].is_number_integer();
+    if (!isRange && !mJson.is_null()) Refuse("a list of two whole numbers or null");
+    return *this;
+  }
+
+  std::size_t size() const { return mJson.size(); }
+  Json const& json() const { return mJson; }
+
+ private:
+  std::string const& mFile;
+  std::string mPlace;
+  Json const& mJson;
+};
+
+void CheckFrame(Checked const& frame) {
+  frame.Object();
+  frame.At("frame").WholeNumber();
+  frame.At("timestamp_ns").WholeNumber();
+  if (!frame.At("match").json().is_string()) frame.At("match").Refuse("a text");
+  for (char const* const key : {"message", "end"}) frame.At(key).TextIfAny();
+  for (char const* const key : {"window_us", "span_us"}) frame.At(key).RangeIfAny();
+  for (char const* const key :
+       {"camera", "type", "samples", "start_index", "end_index", "offset_us", "start_distance_us", "span_age_us",
+        "hall_x", "hall_y", "end_distance_us", "coverage", "repeated_samples", "readout_distance", "start_of_frame_us",
+        "exposure_us", "readout_us"}) {
+    frame.At(key).NumberIfAny();
+  }
+}
+
+void CheckBatch(Checked const& batch) {
+  batch.Object();
+  batch.At("camera").WholeNumber();
+  Checked const samples = batch.At("samples").List();
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    Checked const sample = samples.At(i).List();
+    if (sample.size() != 3) sample.Refuse("a time and two positions");
+    sample.At(std::size_t{0}).WholeNumber();
+    sample.At(1).NumberIfAny();
+    sample.At(2).NumberIfAny();
+  }
+}
+
+void CheckReplay(Checked const& result) {
+  Checked const frames = result.At("frames").List();
+  for (std::size_t i = 0; i < frames.size(); ++i) CheckFrame(frames.At(i));
+  for (char const* const key : {"settings", "summary"}) {
+    if (result.Find(key) != nullptr) result.At(key).Object();
+  }
+  if (result.Find("findings") != nullptr) {
+    Checked const findings = result.At("findings").List();
+    for (std::size_t i = 0; i < findings.size(); ++i) findings.At(i).Object();
+  }
+  if (result.Find("batches") == nullptr) return;
+  Checked const batches = result.At("batches").List();
+  for (std::size_t i = 0; i < batches.size(); ++i) CheckBatch(batches.At(i));
+}
+
+void CheckCalibration(Checked const& result) {
+  Checked const cameras = result.At("cameras").List();
+  for (std::size_t i = 0; i < cameras.size(); ++i) {
+    Checked const camera = cameras.At(i).Object();
+    camera.At("camera").WholeNumber();
+    camera.At("table").Object();
+    camera.At("block").Object();
+  }
+}
+
+ResultDocument::Kind KindOf(Checked const& result) {
+  std::array<std::pair<Json, int>, 2> const known = {
+      {{kReplaySchema, kReplayVersion}, {kCalibrationSchema, kCalibrationVersion}}};
+  result.Object();
+  for (std::size_t i = 0; i < known.size(); ++i) {
+    if (result.At("schema").json() != known[i].first) continue;
+    if (result.At("version").json() != known[i].second) result.At("version").Refuse(std::to_string(known[i].second));
+    return i == 0 ? ResultDocument::Kind::kReplay : ResultDocument::Kind::kCalibration;
+  }
+  result.At("schema").Refuse(fmt::format("\"{}\" or \"{}\"", kReplaySchema, kCalibrationSchema));
+}
+
+}  // namespace
+
+ResultDocument ParseResult(std::string const& name, std::string const& text) {
+  ResultDocument document;
+  document.name = name;
+  try {
+    document.json = Json::parse(text);
+  } catch (Json::exception const& error) {
+    std::string const reason = error.what();
+    std::size_t const place = reason.find("parse error at ");
+    throw hosting::UnusableInput(
+        fmt::format("{}: expected JSON: {}", name, place == std::string::npos ? reason : reason.substr(place)));
+  }
+  Checked const result(document.name, "", document.json);
+  document.kind = KindOf(result);
+  if (document.kind == ResultDocument::Kind::kReplay) CheckReplay(result);
+  if (document.kind == ResultDocument::Kind::kCalibration) CheckCalibration(result);
+  return document;
+}
+
+ResultDocument ReadResultDocument(std::string const& path) {
+  bool const isStandardInput = path == kStandardInput;
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(isStandardInput ? stdin : std::fopen(path.c_str(), "rb"),
+                                                             isStandardInput ? &std::fflush : &std::fclose);
+  std::string text;
+  std::array<char, 65536> buffer{};
+  while (file != nullptr) {
+    std::size_t const size = std::fread(buffer.data(), 1, buffer.size(), file.get());
+    text.append(buffer.data(), size);
+    if (size < buffer.size()) break;
+  }
+  if (file == nullptr || std::ferror(file.get()) != 0) {
+    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", path, std::generic_category().message(errno)));
+  }
+  return ParseResult(isStandardInput ? "standard input" : path, text);
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,38 @@
+# Makes one page of its sources: the text before its data and the text after them, as string literals of a C++ file.
+# cmake -DPAGE=DIR -DDYGRAPHS=DIR -DCOPYRIGHT=FILE -DSCRIPTS=A.js,B.js -DOUTPUT=FILE -P Assemble.cmake
+cmake_minimum_required(VERSION 3.25)
+file(READ ${PAGE}/page.html page)
+string(REPLACE "," ";" names "${SCRIPTS}")
+set(scripts "")
+foreach(name IN LISTS names)
+  file(READ ${PAGE}/${name} script)
+  string(REPLACE "'use strict';\n" "" script "${script}")
+  string(APPEND scripts "${script}\n")
+endforeach()
+set(scripts "'use strict';\n${scripts}")
+file(READ ${PAGE}/style.css style)
+file(READ ${DYGRAPHS}/dygraph.min.css dygraph_style)
+file(READ ${DYGRAPHS}/dygraph.min.js dygraph)
+file(READ ${COPYRIGHT} copyright)
+string(REPLACE "--" "- -" copyright "${copyright}")  # which a comment may not hold
+# Its source map is another file, which the page has none of.
+string(REGEX REPLACE "\n//# sourceMappingURL=[^\n]*" "" dygraph "${dygraph}")
+string(REGEX REPLACE "/\\*# sourceMappingURL=[^*]*\\*/" "" dygraph_style "${dygraph_style}")
+string(REPLACE "@dygraph.min.css@" "${dygraph_style}" page "${page}")
+string(REPLACE "@style.css@" "${style}" page "${page}")
+string(REPLACE "@dygraphs.copyright@" "${copyright}" page "${page}")
+string(REPLACE "@dygraph.min.js@" "${dygraph}" page "${page}")
+string(REPLACE "@scripts@" "${scripts}" page "${page}")
+string(FIND "${page}" "@DATA@" place)
+string(SUBSTRING "${page}" 0 ${place} before)
+math(EXPR place "${place} + 6")
+string(SUBSTRING "${page}" ${place} -1 after)
+file(WRITE ${OUTPUT} "#include \"tools/shadingctl/report/PageText.h\"
+
+namespace shadingctl {
+
+char const kPageBeforeData[] = R\"page(${before})page\";
+char const kPageAfterData[] = R\"page(${after})page\";
+
+}  // namespace shadingctl
+")

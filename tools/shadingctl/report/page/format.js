@@ -1,0 +1,65 @@
+'use strict';
+// Numbers and elements as the whole page shows them.
+
+const MISSING = '–';
+
+function grouped(digits) {
+  return digits.replace(/\B(?=(\d{3})+(?!\d))/g, '\u202f');
+}
+
+// A whole number of us in groups of three digits.
+function microseconds(us) {
+  if (us === null || us === undefined) return MISSING;
+  return `${us < 0 ? '−' : ''}${grouped(String(Math.abs(Math.round(us))))} µs`;
+}
+
+function milliseconds(us, digits = 2) {
+  if (us === null || us === undefined) return MISSING;
+  return `${us < 0 ? '−' : ''}${(Math.abs(us) / 1000).toFixed(digits)} ms`;
+}
+
+// From us to whichever unit is read best.
+function duration(us) {
+  if (us === null || us === undefined) return MISSING;
+  if (Math.abs(us) >= 1e6) return `${(us / 1e6).toFixed(3)} s`;
+  return Math.abs(us) >= 10000 ? milliseconds(us, 1) : microseconds(us);
+}
+
+// A share that is neither nothing nor all is never rounded to 0 or 100 %.
+function percent(share) {
+  if (share === null || share === undefined) return MISSING;
+  if (share > 0 && share < 0.001) return '< 0.1 %';
+  if (share < 1 && share > 0.999) return '> 99.9 %';
+  return `${(100 * share).toFixed(1)} %`;
+}
+
+function plain(value) {
+  return value === null || value === undefined ? MISSING : String(value).replace(/^-/, '−');
+}
+
+function position(value) {
+  return typeof value === 'number' ? value.toFixed(3).replace(/^-/, '−') : MISSING;
+}
+
+function count(value) {
+  return value === null || value === undefined ? MISSING : grouped(String(value));
+}
+
+function escapeText(text) {
+  return String(text).replace(/[&<>"]/g, (c) => ({'&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;'})[c]);
+}
+
+// element('td', {class: 'number'}, 'text', another)
+function element(name, attributes = {}, ...children) {
+  const made = document.createElement(name);
+  for (const [key, value] of Object.entries(attributes)) {
+    if (value !== null && value !== undefined) made.setAttribute(key, value);
+  }
+  made.append(...children);
+  return made;
+}
+
+function section(title, id, ...children) {
+  return element('section', {id, 'aria-labelledby': `${id}-title`}, element('h2', {id: `${id}-title`}, title),
+                 ...children);
+}

@@ -1,0 +1,137 @@
+'use strict';
+// The list of frames, filtered by kind, and the chosen one's timing and numbers.
+
+const ROW_HEIGHT = 28;  // px, as in style.css
+const LIST_COLUMNS = [
+  {title: 'frame', class: 'number', text: (f) => String(f.frame)},
+  {title: 'time', class: 'number', text: (f) => `${(f.timeUs / 1e6).toFixed(3)} s`},
+  {title: 'match and reason', class: '', text: (f) => f.message ? `${f.match}: ${f.message}` : f.match},
+  {title: 'start µs', class: 'number', text: (f) => plain(f.start_distance_us)},
+  {title: 'end µs', class: 'number', text: (f) => plain(f.end_distance_us)},
+  {title: 'covers', class: 'number', text: (f) => f.span_us || f.coverage !== null ? percent(f.coverage) : MISSING},
+];
+
+// Shows the rows that fit, so that any number of frames scrolls smoothly.
+class FrameList {
+  constructor(frames, choose) {
+    this.all = frames;
+    this.shown = frames;
+    this.choose = choose;
+    this.chosen = null;
+    this.spacer = element('div');
+    this.list = element('div', {class: 'list', role: 'listbox', tabindex: '0', 'aria-label': 'frames'}, this.spacer);
+    this.list.addEventListener('scroll', () => this.draw());
+    this.list.addEventListener('keydown', (event) => this.press(event));
+    const head = element('div', {class: 'list-head', 'aria-hidden': 'true'}, element('span'),
+                         ...LIST_COLUMNS.map((column) => element('span', {class: column.class}, column.title)));
+    this.element = element('div', {class: 'list-part'}, this.filters(), head, this.list);
+  }
+
+  filters() {
+    const bar = element('div', {class: 'bar', role: 'group', 'aria-label': 'kinds of frames to list'});
+    this.hidden = new Set();
+    for (const kind of KINDS) {
+      const frames = this.all.filter((frame) => frame.kind === kind.key).length;
+      if (frames === 0) continue;
+      const box = element('input', {type: 'checkbox', checked: ''});
+      box.addEventListener('change', () => {
+        if (box.checked) this.hidden.delete(kind.key);
+        else this.hidden.add(kind.key);
+        this.filter();
+      });
+      bar.append(element('label', {class: 'key'}, box, element('span', {class: `swatch ${kind.key}`}),
+                         `${kind.label} (${count(frames)})`));
+    }
+    return bar;
+  }
+
+  filter() {
+    this.shown = this.all.filter((frame) => !this.hidden.has(frame.kind));
+    this.list.scrollTop = 0;
+    this.draw();
+    if (this.shown.length > 0 && !this.shown.includes(this.chosen)) this.choose(this.shown[0]);
+  }
+
+  draw() {
+    this.spacer.style.height = `${this.shown.length * ROW_HEIGHT}px`;
+    for (const row of this.list.querySelectorAll('.list-row')) row.remove();
+    const first = Math.max(Math.floor(this.list.scrollTop / ROW_HEIGHT) - 5, 0);
+    const last = Math.min(first + Math.ceil((this.list.clientHeight || 500) / ROW_HEIGHT) + 10, this.shown.length);
+    for (let i = first; i < last; ++i) this.list.append(this.row(this.shown[i], i));
+  }
+
+  row(frame, index) {
+    const row = element('div', {class: 'list-row', role: 'option', 'data-frame': frame.frame,
+                                'aria-selected': String(frame === this.chosen), title: frame.message ?? ''},
+                        element('span', {class: `swatch ${frame.kind}`}),
+                        ...LIST_COLUMNS.map((column) => element('span', {class: column.class}, column.text(frame))));
+    row.style.top = `${index * ROW_HEIGHT}px`;
+    row.addEventListener('click', () => this.choose(frame));
+    return row;
+  }
+
+  // Moves the choice by so many of the frames that are listed.
+  step(by) {
+    if (this.shown.length === 0) return;
+    const index = this.shown.indexOf(this.chosen);
+    this.choose(this.shown[Math.min(Math.max(index + by, 0), this.shown.length - 1)]);
+  }
+
+  press(event) {
+    const page = Math.max(Math.floor(this.list.clientHeight / ROW_HEIGHT) - 1, 1);
+    const steps = {PageDown: page, PageUp: -page, Home: -Infinity, End: Infinity};
+    if (!(event.key in steps)) return;
+    event.preventDefault();
+    this.step(steps[event.key]);
+  }
+
+  mark(frame) {
+    this.chosen = frame;
+    const index = this.shown.indexOf(frame);
+    if (index >= 0) {
+      const top = index * ROW_HEIGHT;
+      if (top < this.list.scrollTop) this.list.scrollTop = top;
+      if (top + ROW_HEIGHT > this.list.scrollTop + this.list.clientHeight) {
+        this.list.scrollTop = top + ROW_HEIGHT - this.list.clientHeight;
+      }
+    }
+    this.draw();
+  }
+}
+
+// Every number of the frame as the result has it; `data-key` names the result's key.
+const FACTS = [
+  ['match', 'match'], ['end', 'end found'], ['type', 'type'], ['timestamp_ns', 'timestamp', 'ns'],
+  ['exposure_us', 'exposure', 'µs'], ['readout_us', 'readout', 'µs'], ['offset_us', 'offset', 'µs'],
+  ['start_distance_us', 'start distance', 'µs'], ['end_distance_us', 'end distance', 'µs'],
+  ['span_age_us', 'age of the span', 'µs'], ['start_index', 'first entry'], ['end_index', 'last entry'],
+  ['samples', 'samples in the window'], ['coverage', 'coverage'], ['repeated_samples', 'repeated samples'],
+  ['hall_x', 'hall x'], ['hall_y', 'hall y'], ['readout_distance', 'from own readout'], ['message', 'note'],
+];
+
+function exactTimestamp(result, frame) {
+  return String(BigInt(result.origin_ns) + BigInt(frame.time_ns));
+}
+
+function factsOf(result, frame) {
+  const facts = element('dl', {class: 'facts'});
+  for (const [key, label, unit] of FACTS) {
+    const value = key === 'timestamp_ns' ? exactTimestamp(result, frame) : frame[key];
+    if (value === null || value === undefined) continue;
+    const number = element('span', {'data-key': key}, String(value));
+    facts.append(element('div', {class: key === 'message' ? 'wide' : null}, element('dt', {}, label),
+                         element('dd', {}, number, unit ? ` ${unit}` : '')));
+  }
+  return facts;
+}
+
+// The chosen frame's part of the page.
+function frameView(result, samples, frame, width) {
+  const view = element('div', {'data-frame': frame.frame});
+  const drawing = drawTiming(frame, samples, result.settings?.tolerance_us ?? 1500, width);
+  if (drawing) view.insertAdjacentHTML('beforeend', drawing);
+  else view.append(element('p', {class: 'soft'}, `Frame ${frame.frame}: the result does not hold its times, which ` +
+                           'the library tells from log level 1 on, and newer results hold.'));
+  view.append(factsOf(result, frame));
+  return view;
+}

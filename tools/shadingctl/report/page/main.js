@@ -1,0 +1,186 @@
+'use strict';
+// Puts the page together.
+
+function headerOf(results) {
+  const sessions = results.map((result) => result.settings?.session ?? result.name);
+  const names = new Set(sessions).size === sessions.length ? sessions : results.map((result) => result.name);
+  document.title = `Shading report: ${names.join(' and ')}`;
+  const settings = results[0].settings ?? {};
+  const told = [['mode', settings.mode], ['log level', settings.log_level], ['library', settings.library]]
+    .filter(([, value]) => value !== null && value !== undefined).map(([name, value]) => `${name} ${value}`);
+  return element('header', {}, element('h1', {}, names.join('  against  ')), element('p', {}, told.join(' · ')));
+}
+
+function shareOf(part, whole) {
+  return typeof part === 'number' && whole > 0 ? part / whole : null;
+}
+
+function keyFigures(results, camera) {
+  const cameras = results.map((result) => result.summary?.cameras?.find((one) => one.camera === camera) ?? null);
+  if (cameras.every((one) => one === null)) return null;
+  const each = (label, text) => [label, ...cameras.map((one) => one ? text(one) : MISSING)];
+  return figures([
+    each('frames', (one) => count(one.frames)),
+    each('sample at the start', (one) => percent(one.match_rate)),
+    each('both ends near', (one) => percent(shareOf(one.both_ends_near, one.frames - one.warm_up_frames))),
+    each('readout covered', (one) => percent(one.coverage?.median)),
+    each('carried frames', (one) => count(one.matches?.carried)),
+    each('their age, median', (one) => duration(one.carried_age_us?.median)),
+    each('samples a second', (one) => typeof one.samples?.rate_hz === 'number' ? one.samples.rate_hz.toFixed(1) : MISSING),
+  ]);
+}
+
+function findingsOf(result, camera, goTo) {
+  const own = (result.findings ?? []).filter((finding) => (finding.camera ?? camera) === camera);
+  if (!result.findings) return element('p', {class: 'soft'}, 'The result holds no findings.');
+  if (own.length === 0) return element('p', {}, 'Nothing to complain of.');
+  const list = element('ul', {class: 'findings'});
+  for (const finding of own) {
+    const frames = (finding.frames?.first ?? []).map((frame) => {
+      const button = element('button', {type: 'button', title: `show frame ${frame}`}, String(frame));
+      button.addEventListener('click', () => goTo(frame));
+      return button;
+    });
+    const advice = finding.advice ? [element('p', {}, element('strong', {}, 'What helps: '), `${finding.advice}.`)] : [];
+    list.append(element('li', {'data-code': finding.code},
+                        element('p', {}, element('code', {}, finding.code), ` ${finding.text}.`), ...advice,
+                        ...(frames.length > 0 ? [element('p', {class: 'soft'}, 'Frames ', ...frames)] : [])));
+  }
+  return list;
+}
+
+function legend(layers) {
+  const present = new Set(layers.flatMap(({frames}) => frames.map((frame) => frame.kind)));
+  const keys = KINDS.filter((kind) => present.has(kind.key))
+    .map((kind) => element('span', {class: 'key'}, element('span', {class: `swatch ${kind.key}`}), kind.label));
+  const lines = layers.length === 1
+    ? [element('span', {class: 'key'}, element('span', {class: 'swatch line'}), 'samples')]
+    : [element('span', {class: 'key'}, element('span', {class: 'swatch line'}), 'first: filled, upper strip'),
+       element('span', {class: 'key'}, element('span', {class: 'swatch second'}), 'second: hollow, lower strip')];
+  return [...lines, ...keys];
+}
+
+function overviewSection(overview, layers, sharesClock) {
+  const button = (label, title, act) => {
+    const made = element('button', {type: 'button', title}, label);
+    made.addEventListener('click', act);
+    return made;
+  };
+  const part = section('Lens over time', 'overview',
+    element('div', {class: 'bar'}, ...legend(layers), element('span', {class: 'push'}),
+            button('−', 'zoom out (−)', () => overview.zoom(2)), button('+', 'zoom in (+)', () => overview.zoom(0.5)),
+            button('all', 'whole session (0)', () => overview.show(overview.full))));
+  if (layers.every(({samples}) => !samples)) {
+    part.append(element('p', {class: 'soft'}, 'The result holds no samples; replay --format json --samples writes them. ' +
+                        'The positions of the frames are drawn alone.'));
+  }
+  if (!sharesClock) {
+    part.append(element('p', {class: 'soft'}, 'The two results have no time in common: each begins with its first frame.'));
+  }
+  part.append(overview.element, element('p', {class: 'soft hint'}, 'Spans are drawn where their samples were stamped. ' +
+    'Drag to move, Ctrl and wheel or shift and drag to zoom, double click for all; click a frame, or ← → to step through them.'));
+  return part;
+}
+
+// The parts of the page that are of one camera.
+function showCamera(page, results, camera) {
+  page.replaceChildren();
+  const {shiftUs, sharesClock} = results.length > 1 ? shiftBetween(results[0], results[1]) : {shiftUs: 0, sharesClock: true};
+  const layers = results.map((result, i) => ({
+    result,
+    samples: samplesOf(result, camera),
+    frames: result.frames.filter((frame) => frame.camera === camera),
+    shiftUs: i > 0 ? shiftUs : 0,
+  }));
+  const detail = element('div', {'aria-live': 'polite'});
+  let overview = null;
+  let list = null;
+  const timingWidth = () => Math.min(Math.max(detail.clientWidth, 560), TIMING_WIDTH);
+  let drawnWidth = 0;
+  const show = (frame) => {
+    drawnWidth = timingWidth();
+    const others = layers.slice(1).flatMap((layer) => {
+      const other = layer.frames.find((one) => one.frame === frame.frame);
+      return other ? [element('h3', {}, 'The same frame of the second'), frameView(layer.result, layer.samples, other, drawnWidth)] : [];
+    });
+    detail.replaceChildren(frameView(results[0], layers[0].samples, frame, drawnWidth), ...others);
+  };
+  const choose = (frame) => {
+    list.mark(frame);
+    overview.mark(frame);
+    show(frame);
+  };
+  overview = new Overview(layers, choose);
+  list = new FrameList(layers[0].frames, choose);
+
+  const summary = keyFigures(results, camera);
+  if (summary) page.append(summary);
+  const goTo = (number) => {
+    const frame = layers[0].frames.find((one) => one.frame === number);
+    if (frame) choose(frame);
+  };
+  results.forEach((result, i) => {
+    const title = results.length > 1 ? `What happened in the ${i === 0 ? 'first' : 'second'}` : 'What happened';
+    page.append(section(title, `findings-${i}`, findingsOf(result, camera, goTo)));
+  });
+  page.append(overviewSection(overview, layers, sharesClock),
+              section('Frames', 'frames', element('div', {class: 'split'}, list.element, detail)));
+  results.forEach((result, i) => page.append(section(
+    results.length > 1 ? `Samples of the ${i === 0 ? 'first' : 'second'}` : 'Samples', `samples-${i}`,
+    ...healthOf(result, camera))));
+  overview.draw();
+  list.draw();
+  const first = layers[0].frames.find((frame) => frame.span_us) ?? layers[0].frames[0];
+  if (first) choose(first);
+  new ResizeObserver(() => {
+    if (list.chosen && timingWidth() !== drawnWidth) show(list.chosen);
+  }).observe(detail);
+  return {overview, list};
+}
+
+function showReplays(page, results) {
+  page.append(headerOf(results));
+  for (const result of results) {
+    if (result.error) page.append(element('p', {class: 'notice'}, `The replay ended early: ${result.error}`));
+  }
+  const cameras = [...new Set(results.flatMap((result) => result.cameras))];
+  const body = element('div');
+  let shown = null;
+  if (cameras.length > 1) {
+    const choice = element('select', {'aria-label': 'camera'},
+                           ...cameras.map((camera) => element('option', {value: camera}, `camera ${camera}`)));
+    choice.addEventListener('change', () => { shown = showCamera(body, results, Number(choice.value)); });
+    page.append(element('div', {class: 'bar'}, choice));
+  }
+  page.append(body);
+  if (cameras.length === 0) {
+    body.append(element('p', {class: 'notice'}, 'The result holds no frames.'));
+    return;
+  }
+  shown = showCamera(body, results, cameras[0]);
+  document.addEventListener('keydown', (event) => {
+    const acts = {
+      ArrowRight: () => shown.list.step(1), ArrowDown: () => shown.list.step(1), j: () => shown.list.step(1),
+      ArrowLeft: () => shown.list.step(-1), ArrowUp: () => shown.list.step(-1), k: () => shown.list.step(-1),
+      '+': () => shown.overview.zoom(0.5), '-': () => shown.overview.zoom(2),
+      0: () => shown.overview.show(shown.overview.full),
+    };
+    const isChoosing = event.target instanceof HTMLSelectElement;
+    if (!(event.key in acts) || event.ctrlKey || event.metaKey || event.altKey || isChoosing) return;
+    event.preventDefault();
+    acts[event.key]();
+  });
+  // The plots take their colours from the page's, which follow the system and the printer.
+  for (const query of ['(prefers-color-scheme: dark)', 'print']) {
+    matchMedia(query).addEventListener('change', () => shown.overview.redraw());
+  }
+}
+
+function main() {
+  const data = JSON.parse(document.getElementById('data').textContent);
+  const page = document.getElementById('page');
+  if (data[0].kind === 'calibration') showCalibration(page, data[0]);
+  else showReplays(page, data.map(unpackResult));
+}
+
+main();
