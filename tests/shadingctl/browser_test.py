@@ -20,6 +20,7 @@ try:
     from selenium import webdriver
     from selenium.webdriver.chrome.options import Options
     from selenium.webdriver.chrome.service import Service
+    from selenium.webdriver.common.action_chains import ActionChains
     from selenium.webdriver.common.by import By
 except ImportError:
     MISSING.append('selenium')
@@ -264,6 +265,22 @@ class Reports(unittest.TestCase):
             self.browser.press('ArrowRight')
         self.fail(f'frame {number} was not found')
 
+    def test_a_click_in_a_plot_chooses_the_frame_there(self):
+        frame = self.result('builtin')['frames'][150]
+        self.open('builtin')
+        x, y = self.browser.run('''
+            const box = document.querySelector('.plot').getBoundingClientRect();
+            const labels = [...document.querySelector('.plot').querySelectorAll('.dygraph-axis-label-x')]
+              .map((label) => [label.textContent, label.getBoundingClientRect()])
+              .map(([text, at]) => [parseFloat(text), (at.left + at.right) / 2 - box.left - box.width / 2]);
+            const [[from, left], [to, right]] = [labels[1], labels.at(-2)];
+            return [left + (arguments[0] - from) * (right - left) / (to - from), 0];
+        ''', (frame['start_of_frame_us'] + frame['offset_us'] + frame['readout_us'] / 2) / 1e6 - 1000)
+        plot = self.browser.driver.find_element(By.CSS_SELECTOR, '.plot')
+        ActionChains(self.browser.driver).move_to_element_with_offset(plot, x, y).click().perform()
+        self.browser.settle()
+        self.expect_frame(frame)
+
     def test_filters_zoom_and_cameras(self):
         frames = self.result('pair')['frames']
         self.open('pair')
@@ -282,6 +299,14 @@ class Reports(unittest.TestCase):
         self.browser.press('+')
         self.browser.settle()
         self.assertNotEqual(self.browser.run(axis), before)
+        zoomed = self.browser.run(axis)
+        plot = self.browser.driver.find_element(By.CSS_SELECTOR, '.plot')
+        ActionChains(self.browser.driver).drag_and_drop_by_offset(plot, -200, 0).perform()
+        self.browser.settle()
+        self.assertNotEqual(self.browser.run(axis), zoomed, 'a drag moves')
+        ticks = self.browser.run('''return [...document.querySelectorAll('.plot')].map((plot) =>
+            [...plot.querySelectorAll('.dygraph-axis-label-x')].map((label) => label.textContent));''')
+        self.assertEqual(ticks[0], ticks[1])
         self.browser.press('0')
         self.browser.settle()
         self.assertEqual(self.browser.run(axis), before)

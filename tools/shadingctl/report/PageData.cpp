@@ -82,7 +82,8 @@ Json PageDataOf(ResultDocument const& document) {
     return data;
   }
   Json const& frames = result["frames"];
-  std::int64_t const originNs = frames.empty() ? 0 : frames[0]["timestamp_ns"].get<std::int64_t>();
+  std::int64_t const firstNs = frames.empty() ? 0 : frames[0]["timestamp_ns"].get<std::int64_t>();
+  std::int64_t const originNs = firstNs / 1000 * 1000;
   Json data = {{"kind", "replay"}, {"name", document.name}, {"origin_ns", std::to_string(originNs)}};
   for (char const* const key : {"settings", "complete", "error", "findings", "summary"}) {
     data[key] = result.contains(key) ? result[key] : Json();

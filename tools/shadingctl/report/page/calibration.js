@@ -22,7 +22,7 @@ function drawGradient(tables, gradient) {
     parts.push(`<path d="M${at} 60l-6 -10h12z" transform="rotate(180 ${at} 55) translate(0 25)" class="ink"/>` +
                `<text x="${at}" y="16" text-anchor="middle" class="strong">gradient ${plain(gradient)}</text>`);
   }
-  return `<svg class="chart scale" viewBox="0 0 ${width} 98" role="img" aria-label="gradient and the tables' ranges">${parts.join('')}</svg>`;
+  return `<svg class="chart" viewBox="0 0 ${width} 98" role="img" aria-label="gradient and the tables' ranges">${parts.join('')}</svg>`;
 }
 
 // The block's nine rows as curves below each other, on one scale.

@@ -77,8 +77,8 @@ function overviewSection(overview, layers, sharesClock) {
   if (!sharesClock) {
     part.append(element('p', {class: 'soft'}, 'The two results have no time in common: each begins with its first frame.'));
   }
-  part.append(overview.element, element('p', {class: 'soft hint'}, 'Spans are drawn where their samples were stamped. ' +
-    'Drag to move, Ctrl and wheel or shift and drag to zoom, double click for all; click a frame, or ← → to step through them.'));
+  part.append(overview.element, element('p', {class: 'soft hint'}, 'Positions are drawn at the readout of their ' +
+    'frame, moved to the samples’ time; that of a carried frame comes from the older, hollow span. Drag to move, Ctrl and wheel or shift and drag to zoom, double click for all; click a frame, or ← → to step through them.'));
   return part;
 }
 

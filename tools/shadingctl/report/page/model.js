@@ -3,8 +3,9 @@
 
 // How a frame was matched, for colours and filters: both ends of its span, or why it has none.
 const KINDS = [
-  {key: 'near', label: 'start, end near', matches: (f) => f.match === 'start' && f.end !== 'last'},
-  {key: 'last', label: 'start, end at the window’s last', matches: (f) => f.match === 'start'},
+  {key: 'near', label: 'start, end near', matches: (f) => f.match === 'start' && f.end === 'near'},
+  {key: 'last', label: 'start, end at the window’s last', matches: (f) => f.match === 'start' && f.end === 'last'},
+  {key: 'start', label: 'start, end not told', matches: (f) => f.match === 'start'},
   {key: 'carried', label: 'carried', matches: (f) => f.match === 'carried'},
   {key: 'none', label: 'no position', matches: (f) => ['no_start', 'single', 'no_window'].includes(f.match)},
   {key: 'quiet', label: 'warm-up, off', matches: () => true},

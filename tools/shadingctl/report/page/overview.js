@@ -114,24 +114,47 @@ class Overview {
         const [from, to] = graph.xAxisRange();
         if (Math.abs(from - this.view[0]) + Math.abs(to - this.view[1]) > 1e-3) this.show([from, to]);
       },
-      clickCallback: (event, us) => this.click(us),
       interactionModel: this.interaction(),
       plugins: [{activate: () => ({didDrawChart: (event) => this.drawPositions(event, axis)})}],
     });
   }
 
-  // Drags pan; with shift they zoom, as dygraphs does it the other way round.
+  // A drag moves, with shift it zooms to a range; a click chooses a frame.
   interaction() {
-    const standard = Dygraph.defaultInteractionModel;
     return {
-      ...standard,
       mousedown: (event, graph, context) => {
-        context.initializeMouseDown(event, graph, context);
-        if (event.shiftKey) Dygraph.startZoom(event, graph, context);
-        else Dygraph.startPan(event, graph, context);
+        if (event.button !== 0) return;
+        const zooms = event.shiftKey;
+        if (zooms) {
+          context.initializeMouseDown(event, graph, context);
+          Dygraph.startZoom(event, graph, context);
+        }
+        const [from, to] = this.view;
+        const move = (moved) => {
+          if (zooms) return Dygraph.moveZoom(moved, graph, context);
+          const byUs = (moved.clientX - event.clientX) * (to - from) / graph.getArea().w;
+          return this.show([from - byUs, to - byUs]);
+        };
+        const end = (ended) => {
+          document.removeEventListener('mousemove', move);
+          document.removeEventListener('mouseup', end);
+          if (zooms) return Dygraph.endZoom(ended, graph, context);
+          const isClick = Math.abs(ended.clientX - event.clientX) < 4;
+          return isClick ? this.click(graph.toDataXCoord(ended.pageX - this.leftOf(graph))) : null;
+        };
+        document.addEventListener('mousemove', move);
+        document.addEventListener('mouseup', end);
+        event.preventDefault();
       },
-      dblclick: () => this.show(this.full),
+      dblclick: () => {
+        this.graphs.forEach((graph, i) => graph.updateOptions({valueRange: this.valueRange('xy'[i])}));
+        this.show(this.full);
+      },
     };
+  }
+
+  leftOf(graph) {
+    return graph.graphDiv.getBoundingClientRect().left + window.scrollX;
   }
 
   // Shows a range in both plots, with as many samples as their width can tell apart.
@@ -174,7 +197,7 @@ class Overview {
     if (!event.ctrlKey && !event.metaKey) return;
     event.preventDefault();
     const graph = this.graphs[0];
-    const at = graph.toDataXCoord(event.clientX - this.element.getBoundingClientRect().left);
+    const at = graph.toDataXCoord(event.pageX - this.leftOf(graph));
     this.zoom(event.deltaY > 0 ? 1.25 : 0.8, at);
   }
 
@@ -182,7 +205,7 @@ class Overview {
     const {frames, shiftUs} = this.layers[0];
     let nearest = null;
     for (const frame of frames) {
-      const distance = Math.abs(spanPlace(frame).middleUs + shiftUs - us);
+      const distance = Math.abs(readoutPlace(frame).middleUs + shiftUs - us);
       if (nearest === null || distance < nearest.distance) nearest = {frame, distance};
     }
     if (nearest) this.choose(nearest.frame);
@@ -205,7 +228,7 @@ class Overview {
       let lastPixel = null;
       let lastKind = null;
       for (const frame of frames) {
-        const place = spanPlace(frame);
+        const place = readoutPlace(frame);
         if (place.toUs + shiftUs < from || place.fromUs + shiftUs > to) continue;
         const x = graph.toDomXCoord(place.fromUs + shiftUs);
         const width = graph.toDomXCoord(place.toUs + shiftUs) - x;
@@ -222,7 +245,7 @@ class Overview {
       }
     });
     if (!this.chosen) return;
-    const place = spanPlace(this.chosen);
+    const place = readoutPlace(this.chosen);
     const x = graph.toDomXCoord(place.fromUs + this.layers[0].shiftUs);
     const width = Math.max(graph.toDomXCoord(place.toUs + this.layers[0].shiftUs) - x, 2);
     canvas.strokeStyle = this.palette.ink;
@@ -230,7 +253,8 @@ class Overview {
     canvas.strokeRect(x - 1, area.y + 1, width + 2, area.h - 2);
   }
 
-  // Each position across the span that it comes from.
+  // Each position in its frame's own time, so that it lies on the samples' line or off it. That of a carried frame comes
+  // from the hollow span, as far as there is room to show that, or the frame is the chosen one.
   drawPositions({drawingContext: canvas, dygraph: graph}, axis) {
     const [from, to] = graph.xAxisRange();
     const area = graph.getArea();
@@ -238,32 +262,57 @@ class Overview {
     canvas.beginPath();
     canvas.rect(area.x, area.y, area.w, area.h);
     canvas.clip();
+    canvas.lineWidth = 1.5;
     this.layers.forEach(({frames, shiftUs}, layer) => {
+      const x = (us) => graph.toDomXCoord(us + shiftUs);
       for (const frame of frames) {
         const value = frame[`hall_${axis}`];
-        const place = spanPlace(frame);
         const hasPosition = frame.match === 'start' || frame.match === 'carried';
         if (!hasPosition || typeof value !== 'number') continue;
-        if (place.toUs + shiftUs < from || place.fromUs + shiftUs > to) continue;
-        const x = graph.toDomXCoord(place.fromUs + shiftUs);
-        const width = Math.max(graph.toDomXCoord(place.toUs + shiftUs) - x, 3);
+        const source = spanPlace(frame);
+        const place = frame.match === 'carried' ? readoutPlace(frame) : source;
+        if (Math.max(place.toUs, source.toUs) + shiftUs < from) continue;
+        if (Math.min(place.fromUs, source.fromUs) + shiftUs > to) continue;
         const y = graph.toDomYCoord(value);
+        const width = Math.max(x(place.toUs) - x(place.fromUs), 3);
         canvas.strokeStyle = canvas.fillStyle = this.palette[frame.kind];
-        canvas.lineWidth = 1.5;
-        if (layer === 0) canvas.fillRect(x, y - 1.5, width, 3);
-        else canvas.strokeRect(x, y - 2.5, width, 5);
+        if (layer === 0) canvas.fillRect(x(place.fromUs), y - 1.5, width, 3);
+        else canvas.strokeRect(x(place.fromUs), y - 2.5, width, 5);
+        if (place !== source && (width > 36 || frame === this.chosen)) {
+          this.drawSource(canvas, x(source.fromUs), x(source.toUs), x(place.fromUs), y);
+        }
       }
     });
     canvas.restore();
   }
+
+  drawSource(canvas, from, to, end, y) {
+    canvas.lineWidth = 1;
+    canvas.strokeRect(from, y - 2, Math.max(to - from, 2), 4);
+    canvas.setLineDash([3, 3]);
+    canvas.beginPath();
+    canvas.moveTo(to, y);
+    canvas.lineTo(end, y);
+    canvas.stroke();
+    canvas.setLineDash([]);
+    canvas.lineWidth = 1.5;
+  }
 }
 
-// Where a frame's span lies among the samples as they were stamped; without a span, where its readout does.
+// Where a frame's own readout lies among the samples as they were stamped.
+function readoutPlace(frame) {
+  frame.readoutPlace ??= placeOf(frame.start_of_frame_us ?? frame.timeUs, frame.readout_us ?? 0, frame);
+  return frame.readoutPlace;
+}
+
+// Where the samples of its span lie: elsewhere, if the frame is carried.
 function spanPlace(frame) {
-  if (frame.place) return frame.place;
-  const range = frame.span_us ?? [frame.start_of_frame_us ?? frame.timeUs,
-                                  (frame.start_of_frame_us ?? frame.timeUs) + (frame.readout_us ?? 0)];
-  const [fromUs, toUs] = range.map((us) => us + (frame.offset_us ?? 0));
-  frame.place = {fromUs, toUs, middleUs: (fromUs + toUs) / 2};
-  return frame.place;
+  if (!frame.span_us) return readoutPlace(frame);
+  frame.spanPlace ??= placeOf(frame.span_us[0], frame.span_us[1] - frame.span_us[0], frame);
+  return frame.spanPlace;
+}
+
+function placeOf(alignedUs, lengthUs, frame) {
+  const fromUs = alignedUs + (frame.offset_us ?? 0);
+  return {fromUs, toUs: fromUs + lengthUs, middleUs: fromUs + lengthUs / 2};
 }

@@ -16,7 +16,7 @@ font-variant-numeric:tabular-nums}
 .timing .zone{fill:var(--zone);fill-opacity:.2;stroke:var(--zone);stroke-opacity:.75}
 .timing .raw{fill:none;stroke:var(--soft);stroke-width:1.3}.timing .other{fill:var(--soft)}
 .timing .track{fill:var(--line)}.timing .arrow{stroke:var(--soft);stroke-width:1.2;fill:none}
-.timing .near{fill:var(--near)}.timing .last{fill:var(--last)}.timing .carried{fill:var(--carried)}
+.timing .near,.timing .start{fill:var(--near)}.timing .last{fill:var(--last)}.timing .carried{fill:var(--carried)}
 .timing .none{fill:var(--none)}.timing .quiet{fill:var(--quiet)}`;
 
 const TIMING_WIDTH = 1000;  // px, unless the page has less room
