@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <thread>
@@ -11,6 +10,7 @@
 
 #include "fuzz/ByteSource.h"
 #include "fuzz/Target.h"
+#include "fuzz/WorkDirectory.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/BuiltInCalibration.h"
 #include "platform/desktop/CalibrationMount.h"
@@ -104,10 +104,9 @@ Bytes RightBlock(Camera const& camera, std::size_t size) {
 // ---- The library
 
 std::string const& Directory() {
+  static fuzz::WorkDirectory const work;
   static std::string const directory = [] {
-    std::string path = "/dev/shm/fuzz-calibration-XXXXXX";
-    if (mkdtemp(path.data()) == nullptr) fuzz::Fail("no directory for dump files");
-    std::string const problem = desktop::MountCalibration(path);
+    std::string const problem = desktop::MountCalibration(work.path());
     if (!problem.empty()) fuzz::Fail(problem);
     return std::string(desktop::kCalibrationDirectory);
   }();

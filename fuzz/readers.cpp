@@ -1,12 +1,11 @@
 // Any bytes through each reader of the tools: input is refused with the reader's own exception, whose message names the
 // file, or what is read lies within the documented bounds.
-#include <stdlib.h>
-
 #include <fstream>
 #include <string>
 
 #include "fuzz/ByteSource.h"
 #include "fuzz/Target.h"
+#include "fuzz/WorkDirectory.h"
 #include "hosting/Recording.h"
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/DeviceFile.h"
@@ -21,12 +20,8 @@ using fuzz::ByteSource;
 using fuzz::Expect;
 
 std::string const& Directory() {
-  static std::string const directory = [] {
-    std::string path = "/dev/shm/fuzz-readers-XXXXXX";
-    if (mkdtemp(path.data()) == nullptr) fuzz::Fail("no directory for files");
-    return path;
-  }();
-  return directory;
+  static fuzz::WorkDirectory const work;
+  return work.path();
 }
 
 void Write(char const* name, std::string const& content) {
