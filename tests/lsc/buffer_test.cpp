@@ -129,6 +129,25 @@ TEST_F(Buffer, ThirtyFramesAreKeptAndTheNewestOfANumberIsReturned) {
   EXPECT_EQ(Frame(2), Times{42});
 }
 
+TEST_F(Buffer, AFullHistoryOfAnyLengthEvictsTheOldestFrameWithAllItsSamples) {
+  for (unsigned int const maxFrames : {1U, 2U, 31U, 32U, 33U}) {
+    VeyraShadingUtil::VeyraSensorData history{maxFrames};
+    Samples batch = SamplesAt({0, 1});
+    history.pushValue(0, batch);
+    for (unsigned int frame = 1; frame <= maxFrames; ++frame) {
+      batch = SamplesAt({100 * frame});
+      history.pushValue(frame, batch);
+    }
+    history.getDataByFrame(0, batch);
+    EXPECT_EQ(TimesOf(batch), Times{100 * maxFrames}) << "evicted: the output stays";
+    history.getDataByFrame(1, batch);
+    EXPECT_EQ(TimesOf(batch), Times{100});
+    Logged();
+    history.getDataByTimestamp(0, batch);
+    EXPECT_EQ(Logged().front(), "[getDataByTimestamp]  total data size:" + std::to_string(maxFrames));
+  }
+}
+
 TEST_F(Buffer, ALookUpByTimeReturnsTheHundredSamplesAroundIt) {
   for (unsigned int frame = 0; frame < 10; ++frame) {
     Samples batch = EvenSamples(30, 1'000 + 3'000 * frame, 100);  // sample i of all is at 1000 + 100 i

@@ -314,6 +314,11 @@ TEST_F(Pnc, OnlyLengthsOfWholeWordsAreHandedOut) {
     if (row.usable) {
       EXPECT_TRUE(std::equal(block.begin(), block.end(), bytes.begin() + kOffset)) << row.length;
       EXPECT_THAT(log.back(), testing::HasSubstr(std::string("[END]:") + row.last + " ")) << row.length;
+      auto const size = static_cast<std::size_t>(row.length - 1);
+      bytes[kOffset + size] = 0;
+      WriteFile(kRearFile, bytes);
+      EXPECT_EQ(Block(kRear, size), DefaultFill(size)) << row.length;
+      Logged();
     } else {
       EXPECT_THAT(block, Each(0xEE)) << row.length;
       EXPECT_THAT(log, IsEmpty()) << row.length;

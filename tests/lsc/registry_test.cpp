@@ -61,9 +61,34 @@ TEST_F(Registry, AMonitorIsRegisteredStartedFedAndDestroyed) {
   EXPECT_FALSE(library->StartSensorMonitor(0, 3));
   library->StopSensorMonitor(0, 3);
   library->UpdateSensorData(0, 1, 1);
+  library->QuerySensorData(samples, 0, 1, 0);
   EXPECT_THAT(Logged(), ElementsAre("[StartSensorMonitor] Sensor Monitor not registered sensorId:0 sensorType:3",
                                     "[StopSensorMonitor] Sensor Monitor not registered sensorId:0 sensorType:3",
-                                    "[UpdateSensorData] Sensor Monitor not registered sensorId:0"));
+                                    "[UpdateSensorData] Sensor Monitor not registered sensorId:0",
+                                    "[QuerySensorData] Sensor Monitor not registered sensorId:0"));
+}
+
+TEST_F(Registry, EachMessageIsWrittenOncePerSinkThatTakesIt) {
+  struct {
+    bool systemLog, file;
+    int maximumLevel;
+    std::size_t sinks;
+  } const rows[] = {{true, true, 5, 2}, {true, false, 5, 1}, {false, false, 5, 0}, {true, true, 0, 0}};
+  for (auto const& row : rows) {
+    auto settings = device.Settings();
+    settings.log = {row.systemLog, row.file, row.maximumLevel};
+    device.Configure(settings);
+    library = NewLibrary(0);
+    Samples samples;
+    library->StartSensorMonitor(0, 3);
+    library->StopSensorMonitor(0, 3);
+    library->UpdateSensorData(0, 1, 1);
+    library->QuerySensorData(samples, 0, 1, 0);
+    library->IsEnabled(0);
+    library->RegisterSensorMonitor(0, 3);
+    library->RegisterSensorMonitor(0, 9);
+    EXPECT_EQ(Logged().size(), 7 * row.sinks) << row.sinks;
+  }
 }
 
 TEST_F(Registry, RegistrationRefusesWhatIsNotConfiguredAndKeepsWhatMatchesInEither) {
@@ -85,6 +110,8 @@ TEST_F(Registry, RegistrationRefusesWhatIsNotConfiguredAndKeepsWhatMatchesInEith
     EXPECT_EQ(Logged(), row.lines) << row.sensorId << ", " << row.sensorType;
   }
   Called();
+  EXPECT_FALSE(library->RegisterAndStartSensorMonitor(1, 3));
+  EXPECT_THAT(Called(), IsEmpty());
   EXPECT_TRUE(library->StartSensorMonitor(2, 3));  // the monitor of sensor 0, by its type
   EXPECT_THAT(Called(), ElementsAre("createInstance OIS_MONITOR-0-3", "enableSensor OIS_MONITOR-0-3 3 1"));
 }
@@ -126,6 +153,8 @@ TEST_F(Registry, APlatformThatRefusesLeavesASilentOrARunningMonitor) {
   Called();
   library->UpdateSensorData(0, 1, 1);
   EXPECT_THAT(Called(), ElementsAre("getAllSensorData OIS_MONITOR-0-3 3"));
+  library->StopSensorMonitor(0, 3);
+  EXPECT_FALSE(library->RegisterAndStartSensorMonitor(0, 3));
 }
 
 TEST_F(Registry, StartingEmptiesTheHistoryAndAQueryOfNothingWarns) {
@@ -140,6 +169,18 @@ TEST_F(Registry, StartingEmptiesTheHistoryAndAQueryOfNothingWarns) {
   Logged();
   library->QuerySensorData(samples, 0, 0, 0);
   EXPECT_THAT(Logged(), ElementsAre("[getSensorData] timestamp or frameNumber should not be zero"));
+}
+
+TEST_F(Registry, AMonitorAloneCopiesWhatItFindsAndElseLeavesTheOutput) {
+  VeyraShadingUtil::VeyraSensorMonitor monitor(0, 3);
+  monitor.enableSensor();
+  device.QueueSamples("OIS_MONITOR-0-3", SamplesAt({100, 200}));
+  monitor.updateSensorData(7, 1);
+  Samples samples;
+  for (unsigned int const frameNumber : {7U, 8U}) {
+    monitor.getSensorData(samples, frameNumber, 0);
+    EXPECT_EQ(TimesOf(samples), (std::vector<std::int64_t>{100, 200})) << frameNumber;
+  }
 }
 
 TEST_F(Registry, DestructionEndsTheSensorsLastRegisteredFirst) {
