@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstring>
 
 extern "C" void* __libc_malloc(std::size_t size);
 
@@ -31,9 +32,29 @@ void Cut(bool wasHeld) {
   locks.cut = Clock::now();
 }
 
+// What a thread waited for mutexes: others' and the library's.
+struct Waits {
+  bool areTimed = false;
+  Clock::duration time[2]{};
+};
+thread_local Waits waits;
+
+bool IsInLibrary(void const* address) {
+  Dl_info info;
+  return dladdr(address, &info) != 0 && std::strstr(info.dli_fname, "libvcam_shadingutil") != nullptr;
+}
+
 using MutexFunction = int (*)(pthread_mutex_t*);
 
 MutexFunction Next(char const* name) { return reinterpret_cast<MutexFunction>(dlsym(RTLD_NEXT, name)); }
+
+int LockAndTimeWait(pthread_mutex_t* mutex, MutexFunction lock, void const* caller) {
+  if (pthread_mutex_trylock(mutex) == 0) return 0;
+  Clock::time_point const begin = Clock::now();
+  int const result = lock(mutex);
+  waits.time[IsInLibrary(caller)] += Clock::now() - begin;
+  return result;
+}
 
 double Ns(Clock::duration duration) { return std::chrono::duration<double, std::nano>(duration).count(); }
 
@@ -62,7 +83,7 @@ __attribute__((visibility("default"))) void* malloc(std::size_t size) {
 
 __attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
   static MutexFunction const next = Next("pthread_mutex_lock");
-  int const result = next(mutex);
+  int const result = waits.areTimed ? LockAndTimeWait(mutex, next, __builtin_return_address(0)) : next(mutex);
   if (locks.isTimed && locks.depth++ == 0) Cut(false);
   return result;
 }
@@ -96,5 +117,15 @@ double TimeLocks::heldShare() const {
   };
   return ns(true) / (ns(true) + ns(false));
 }
+
+TimeWaits::TimeWaits() {
+  waits = {};
+  waits.areTimed = true;
+}
+
+TimeWaits::~TimeWaits() { waits.areTimed = false; }
+
+std::int64_t TimeWaits::forLibraryNs() { return std::chrono::nanoseconds(waits.time[true]).count(); }
+std::int64_t TimeWaits::forOthersNs() { return std::chrono::nanoseconds(waits.time[false]).count(); }
 
 }  // namespace bench

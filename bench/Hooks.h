@@ -28,4 +28,17 @@ class TimeLocks {
   double heldShare() const;
 };
 
+// How long the current thread waits for mutexes that another thread holds, while an object of this class lives.
+class TimeWaits {
+ public:
+  TimeWaits();
+  ~TimeWaits();
+  TimeWaits(TimeWaits const&) = delete;
+  TimeWaits& operator=(TimeWaits const&) = delete;
+
+  // Since construction, for the library's mutexes and for all others, in ns.
+  static std::int64_t forLibraryNs();
+  static std::int64_t forOthersNs();
+};
+
 }  // namespace bench
