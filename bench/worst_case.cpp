@@ -159,27 +159,29 @@ std::vector<Situation> PlayAll(bench::Library& library, std::size_t frames) {
   return situations;
 }
 
-constexpr char const* kCauseNames[] = {"page fault", "library's lock", "preempted", "platform", "elsewhere"};
+constexpr char const* kCauseNames[] = {"page fault", "lock", "preempted", "platform", "elsewhere"};
 static_assert(std::size(kCauseNames) == bench::kCauseCount);
 
 void PrintRow(std::string const& situation, char const* call, CallTimes::Summary const& times) {
   fmt::print("| {:<38} | {:<11} | {:>8} | {:>7} | {:>7} | {:>7} | {:>8} |", situation, call, times.calls, times.p50Ns,
              times.p99Ns, times.p999Ns, times.maximumNs);
-  for (std::size_t const calls : times.slow) fmt::print(" {:>14} |", calls);
+  for (std::size_t const calls : times.slow) fmt::print(" {:>10} |", calls);
   fmt::print(" {:>6} | {:>6} |\n", times.pageFaults, times.allocations);
 }
 
 void Print(std::vector<Situation> const& situations) {
   fmt::print("| {:<38} | {:<11} | {:>8} | {:>7} | {:>7} | {:>7} | {:>8} |", "times in ns", "call", "calls", "p50",
              "p99", "p99.9", "maximum");
-  for (char const* const cause : kCauseNames) fmt::print(" {:>14} |", cause);
+  for (char const* const cause : kCauseNames) fmt::print(" {:>10} |", cause);
   fmt::print(" {:>6} | {:>6} |\n", "faults", "allocs");
   for (Situation const& situation : situations) {
     PrintRow(situation.name, "update", situation.update);
     PrintRow(situation.name, "calculation", situation.calculation);
   }
-  fmt::print("\nFrom page fault to elsewhere: on what the calls of {} us and more spent their time.\n",
-             bench::kSlowNs / 1000);
+  fmt::print(
+      "\nPage fault, lock (of the library), preempted, platform, elsewhere: on what the calls of {} us and more spent "
+      "their time.\n",
+      bench::kSlowNs / 1000);
 }
 
 nlohmann::json Json(char const* situation, char const* call, CallTimes::Summary const& times) {
