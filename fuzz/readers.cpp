@@ -13,6 +13,10 @@
 #include "tools/shadingctl/doctor/ShadingInterface.h"
 #include "tools/shadingctl/dumps/HallDumpFile.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/report/Page.h"
+#include "tools/shadingctl/report/ResultDocument.h"
+#include "tools/shadingctl/report/Trace.h"
 
 namespace {
 
@@ -93,6 +97,20 @@ void ReadLibrary(std::string const& bytes) {
   }
 }
 
+// What is taken as a result can be drawn.
+void DrawResult(std::string const& text) {
+  try {
+    shadingctl::ResultDocument const result = shadingctl::ParseResult("result", text);
+    std::string const page = shadingctl::MakePage({result});
+    Expect(page.find("</html>") != std::string::npos, "a page without its end");
+    if (result.kind != shadingctl::ResultDocument::Kind::kReplay) return;
+    shadingctl::OutputFile nowhere("/dev/null");
+    shadingctl::WriteTrace(result, nowhere);
+  } catch (hosting::UnusableInput const& unusable) {
+    ExpectNamed(unusable, "result: ");
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t count) {
@@ -115,6 +133,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t cou
       break;
     case 'm':
       ReadMessages(rest);
+      break;
+    case 'j':
+      DrawResult(rest);
       break;
     case 'e':
       ReadLibrary(rest);

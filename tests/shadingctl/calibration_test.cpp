@@ -109,6 +109,9 @@ TEST(Calibration, JsonHoldsTheBlockAsStoredAndAsHandedOut) {
   auto const blockOf = [](int rowOrder, std::string const& file) {
     return nlohmann::json::parse(PlayedCamera(kPlaces, rowOrder, file).Run("--format json").out)["cameras"][0]["block"];
   };
+  std::string const text = PlayedCamera(kPlaces, 0, kWhole).Run("--format json").out;
+  EXPECT_NE(text.find("\n          [256,257,258,"), std::string::npos) << "a row is a line";
+  EXPECT_LT(Lines(text).size(), 200U);
   auto const mirrored = blockOf(2, kWhole);
   ASSERT_EQ(mirrored["stored"].size(), 9U);
   ASSERT_EQ(mirrored["values"].size(), 9U);

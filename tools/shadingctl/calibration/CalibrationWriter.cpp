@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "tools/shadingctl/calibration/CalibrationVerdict.h"
@@ -192,6 +194,27 @@ nlohmann::ordered_json TablesJson() {
   return tables;
 }
 
+// Puts every list of whole numbers, which are rows of a block, on a line of its own.
+std::string WithRowsOnLines(std::string const& json) {
+  std::string text;
+  bool isInText = false;
+  for (std::size_t at = 0; at < json.size(); ++at) {
+    bool const isEscaped = isInText && json[at] == '\\';
+    if (isEscaped) text += json[at++];
+    if (json[at] == '"' && !isEscaped) isInText = !isInText;
+    std::size_t const end = json.find_first_not_of("0123456789, \n", at + 1);
+    bool const isRow = !isInText && json[at] == '[' && end != std::string::npos && json[end] == ']';
+    if (!isRow) {
+      text += json[at];
+      continue;
+    }
+    std::copy_if(json.begin() + static_cast<std::ptrdiff_t>(at), json.begin() + static_cast<std::ptrdiff_t>(end),
+                 std::back_inserter(text), [](char c) { return c != ' ' && c != '\n'; });
+    at = end - 1;
+  }
+  return text;
+}
+
 void WriteJson(OutputFile& output, std::string const& device, std::vector<CameraCalibration> const& cameras) {
   nlohmann::ordered_json json = {{"schema", "shadingctl-calibration"},
                                  {"version", 1},
@@ -199,7 +222,7 @@ void WriteJson(OutputFile& output, std::string const& device, std::vector<Camera
                                  {"tables", TablesJson()},
                                  {"cameras", nlohmann::ordered_json::array()}};
   for (CameraCalibration const& camera : cameras) json["cameras"].push_back(CameraJson(camera));
-  output.Write(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+  output.Write(WithRowsOnLines(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) + "\n");
 }
 
 // ---- CSV

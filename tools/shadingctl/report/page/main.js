@@ -130,7 +130,7 @@ function showCamera(page, results, camera) {
     ...healthOf(result, camera))));
   overview.draw();
   list.draw();
-  const first = layers[0].frames.find((frame) => frame.span_us) ?? layers[0].frames[0];
+  const first = layers[0].frames.find((frame) => typeof frame.start_index === 'number') ?? layers[0].frames[0];
   if (first) choose(first);
   new ResizeObserver(() => {
     if (list.chosen && timingWidth() !== drawnWidth) show(list.chosen);

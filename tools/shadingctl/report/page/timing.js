@@ -157,7 +157,9 @@ function drawTiming(frame, samples, toleranceUs, width = TIMING_WIDTH) {
   drawing.row(144, 'lines read out', milliseconds(readoutUs));
   drawing.bar(0, readoutUs, 136, 16, 'bar');
   drawing.vertical(0, 70, 160, 'edge');
-  drawing.text(drawing.x(0) + 6, 173, 'frame timestamp', ' class="soft"');
+  const isAtEdge = drawing.x(0) > drawing.right - 120;
+  drawing.text(drawing.x(0) + (isAtEdge ? -6 : 6), 173, 'frame timestamp',
+               `${isAtEdge ? ' text-anchor="end"' : ''} class="soft"`);
 
   // The stabiliser's side. The zones of tolerance lie behind the samples.
   const alignedY = 248;
@@ -172,7 +174,8 @@ function drawTiming(frame, samples, toleranceUs, width = TIMING_WIDTH) {
   }
   drawing.vertical(startUs, 160, 274, 'edge');
   const dots = alignedSamples(frame, samples, drawing.extent);
-  const radius = dots.length > 150 ? 2 : 4;
+  const spacing = (drawing.right - TIMING_GUTTER) / Math.max(dots.length, 1);
+  const radius = Math.round(10 * Math.min(Math.max(0.4 * spacing, 1.2), 4)) / 10;
   drawing.row(206, 'samples as stamped', samples ? '' : 'none here');
   for (const dot of dots) drawing.dot(dot.rawUs, 206, radius, 'raw');
   drawing.row(alignedY, 'samples aligned', typeof frame.offset_us === 'number'
