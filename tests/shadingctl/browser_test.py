@@ -62,7 +62,8 @@ def make_results(tool, place):
 class Browser:
     def __init__(self):
         options = Options()
-        for argument in ('--headless=new', '--no-sandbox', '--disable-gpu', '--hide-scrollbars'):
+        for argument in ('--headless=new', '--no-sandbox', '--disable-gpu', '--hide-scrollbars',
+                         '--disable-dev-shm-usage'):
             options.add_argument(argument)
         options.binary_location = shutil.which('chromium')
         options.set_capability('goog:loggingPrefs', {'browser': 'ALL', 'performance': 'ALL'})
