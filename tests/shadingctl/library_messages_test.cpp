@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/shadingctl/frames/FrameResult.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
-#include "tools/shadingctl/replay/FrameResult.h"
 
 namespace shadingctl {
 namespace {

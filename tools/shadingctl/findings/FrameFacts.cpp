@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tools/shadingctl/replay/FrameTiming.h"
+#include "tools/shadingctl/frames/FrameTiming.h"
 
 namespace shadingctl {
 namespace {

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "tools/shadingctl/frames/FrameResult.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
-#include "tools/shadingctl/replay/FrameResult.h"
 
 namespace shadingctl {
 

@@ -9,8 +9,8 @@
 #include "platform/SensorProvider.h"
 #include "tools/shadingctl/findings/FrameFacts.h"
 #include "tools/shadingctl/findings/StabiliserFacts.h"
-#include "tools/shadingctl/replay/Histogram.h"
-#include "tools/shadingctl/replay/SampleHealth.h"
+#include "tools/shadingctl/statistics/Histogram.h"
+#include "tools/shadingctl/statistics/SampleHealth.h"
 
 namespace shadingctl {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "tools/shadingctl/replay/Histogram.h"
+#include "tools/shadingctl/statistics/Histogram.h"
 
 namespace shadingctl {
 

@@ -10,7 +10,7 @@
 #include <system_error>
 
 #include "hosting/UnusableInput.h"
-#include "tools/shadingctl/replay/FrameResult.h"
+#include "tools/shadingctl/frames/FrameResult.h"
 
 namespace shadingctl {
 namespace {

@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "platform/SensorProvider.h"
+#include "tools/shadingctl/frames/FrameResult.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/RowSelection.h"
 #include "tools/shadingctl/output/TerminalColor.h"
-#include "tools/shadingctl/replay/FrameResult.h"
 #include "tools/shadingctl/replay/Summaries.h"
 
 namespace shadingctl {

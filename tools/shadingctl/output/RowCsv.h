@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/shadingctl/replay/FrameResult.h"
+#include "tools/shadingctl/frames/FrameResult.h"
 
 namespace shadingctl {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "tools/shadingctl/replay/FrameResult.h"
+#include "tools/shadingctl/frames/FrameResult.h"
 
 namespace shadingctl {
 

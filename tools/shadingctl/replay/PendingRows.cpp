@@ -4,7 +4,7 @@
 #include <limits>
 #include <utility>
 
-#include "tools/shadingctl/replay/FrameTiming.h"
+#include "tools/shadingctl/frames/FrameTiming.h"
 
 namespace shadingctl {
 namespace {

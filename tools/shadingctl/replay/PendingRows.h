@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "platform/SensorProvider.h"
-#include "tools/shadingctl/replay/FrameResult.h"
+#include "tools/shadingctl/frames/FrameResult.h"
 
 namespace shadingctl {
 

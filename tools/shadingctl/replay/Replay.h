@@ -12,9 +12,9 @@
 #include "hosting/Session.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
+#include "tools/shadingctl/frames/FrameResult.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
-#include "tools/shadingctl/replay/FrameResult.h"
 #include "tools/shadingctl/replay/Summaries.h"
 
 namespace shadingctl {

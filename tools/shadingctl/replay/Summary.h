@@ -9,9 +9,9 @@
 
 #include "hosting/Session.h"
 #include "tools/shadingctl/findings/SessionFacts.h"
-#include "tools/shadingctl/replay/FrameResult.h"
-#include "tools/shadingctl/replay/Histogram.h"
-#include "tools/shadingctl/replay/SampleHealth.h"
+#include "tools/shadingctl/frames/FrameResult.h"
+#include "tools/shadingctl/statistics/Histogram.h"
+#include "tools/shadingctl/statistics/SampleHealth.h"
 
 namespace shadingctl {
 

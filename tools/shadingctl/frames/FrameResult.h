@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/frames/FrameTiming.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
-#include "tools/shadingctl/replay/FrameTiming.h"
 
 namespace shadingctl {
 

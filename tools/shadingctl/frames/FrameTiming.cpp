@@ -1,4 +1,4 @@
-#include "tools/shadingctl/replay/FrameTiming.h"
+#include "tools/shadingctl/frames/FrameTiming.h"
 
 #include <algorithm>
 #include <cmath>

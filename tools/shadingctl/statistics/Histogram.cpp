@@ -1,4 +1,4 @@
-#include "tools/shadingctl/replay/Histogram.h"
+#include "tools/shadingctl/statistics/Histogram.h"
 
 #include <algorithm>
 #include <cmath>

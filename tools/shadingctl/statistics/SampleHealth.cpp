@@ -1,4 +1,4 @@
-#include "tools/shadingctl/replay/SampleHealth.h"
+#include "tools/shadingctl/statistics/SampleHealth.h"
 
 #include <algorithm>
 #include <limits>

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/SensorProvider.h"
-#include "tools/shadingctl/replay/Histogram.h"
+#include "tools/shadingctl/statistics/Histogram.h"
 
 namespace shadingctl {
 

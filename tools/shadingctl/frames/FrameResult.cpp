@@ -1,4 +1,4 @@
-#include "tools/shadingctl/replay/FrameResult.h"
+#include "tools/shadingctl/frames/FrameResult.h"
 
 #include <fmt/format.h>
 
