@@ -103,6 +103,12 @@ INSTANTIATE_TEST_SUITE_P(
                    for (auto& frame : s.frames) frame.timeNs /= 1000, frame.exposureNs /= 1000, frame.readoutNs /= 1000;
                  },
                  "units:0"},
+        Sickness{"ExposuresInMicroseconds",
+                 {},
+                 [](Session& s) {
+                   for (auto& frame : s.frames) frame.exposureNs /= 1000;
+                 },
+                 "units:0"},
         Sickness{"Locked",
                  {},
                  [](Session& s) { ForEachFrom(s, 0, [](auto& sample) { sample.x = 1, sample.y = -2; }); },
@@ -173,6 +179,16 @@ INSTANTIATE_TEST_SUITE_P(
                  },
                  "long_exposure:101 mode_switch:1"}),
     [](auto const& sickness) { return sickness.param.name; });
+
+// The library tells windows and ends from level 4 on.
+TEST(Findings, BelowLogLevelFourSayThatTheEndsAreNotTold) {
+  Session const healthy = HealthySession();
+  for (int level = 0; level <= 5; ++level) {
+    std::string const codes = Codes(FindingsIn(healthy, "--log-level " + std::to_string(level)));
+    EXPECT_EQ(codes, level < 4 ? "not_told:200" : "") << level;
+  }
+  EXPECT_EQ(Codes(FindingsIn(HealthySession(Plan(200, 59.7, 5000)), "--log-level 3")), "not_told:200 carried:79");
+}
 
 }  // namespace
 }  // namespace shadingctl

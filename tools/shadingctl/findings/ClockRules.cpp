@@ -55,7 +55,7 @@ std::optional<SessionFinding> WrongUnits(SessionFacts const& facts) {
   }
   if (finding.text.empty()) return std::nullopt;
   finding.code = "units";
-  finding.text += ". Whatever is matched below means nothing";
+  finding.text += ". Nothing else that this result says means anything";
   finding.advice = "hand every time over in nanoseconds of one clock";
   return finding;
 }
@@ -100,8 +100,9 @@ std::optional<SessionFinding> ClockJump(SessionFacts const& facts) {
   if (jumps.count == 0) return std::nullopt;
   double const largestUs = static_cast<double>(facts.delivery().largestJumpNs()) / 1e3;
   return SessionFinding{"clock_jump",
-                        fmt::format("the clock of the samples jumped against that of the frames {}, by {}{}",
-                                    Times(jumps.count), Milliseconds(largestUs), jumps.count == 1 ? "" : " at most"),
+                        fmt::format("the clock of the samples jumped against that of the frames {}, by {} {}{}",
+                                    Times(jumps.count), Milliseconds(std::abs(largestUs)),
+                                    largestUs > 0 ? "forward" : "back", jumps.count == 1 ? "" : " at most"),
                         "use a clock that nobody sets, and restart the monitor where it must be set",
                         {{"jumps", static_cast<double>(jumps.count)}, {"largest_us", largestUs}},
                         jumps};

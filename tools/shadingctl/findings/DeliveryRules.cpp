@@ -21,14 +21,14 @@ std::optional<SessionFinding> CameraOff(SessionFacts const& facts) {
       off};
 }
 
-// not_told. The windows of one frame in a hundred are missing from the messages: the rules below stay silent about
-// them.
+// not_told. The messages lack the window or the end of one frame in a hundred: the other rules stay silent about these.
 std::optional<SessionFinding> NotTold(SessionFacts const& facts) {
-  FrameList const& untold = facts.match().of(StartCause::kUntold);
+  MatchFacts const& match = facts.match();
+  FrameList const untold = Together(match.of(StartCause::kUntold), match.untoldEnds);
   if (!IsWorthTelling(untold.count, facts)) return std::nullopt;
   return SessionFinding{"not_told",
-                        fmt::format("the messages do not tell why {} have no start", FramesText(untold, facts)),
-                        "run the library at log level 4",
+                        fmt::format("the messages do not tell where {} have their ends", FramesText(untold, facts)),
+                        "run the library at log level 4, and capture its log without losing lines",
                         {},
                         untold};
 }
@@ -40,8 +40,8 @@ std::optional<SessionFinding> Batches(SessionFacts const& facts) {
   bool const cameLater = facts.samples().gaps == 0;
   return SessionFinding{
       "batches",
-      fmt::format("{} frames came without samples{}; {} of them lack a near end for it", batches.missing.count,
-                  cameLater ? ", which all came later" : "", batches.missingUnmatched.count),
+      fmt::format("{} frames came without samples{}; {} of these frames lack an end near a sample",
+                  batches.missing.count, cameLater ? ", which all came later" : "", batches.missingUnmatched.count),
       "update after the platform has delivered",
       {{"missing", static_cast<double>(batches.missing.count)},
        {"unmatched", static_cast<double>(batches.missingUnmatched.count)}},

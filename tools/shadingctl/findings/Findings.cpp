@@ -14,6 +14,7 @@ std::vector<SessionFinding> FindingsOf(SessionFacts const& facts) {
   std::vector<SessionFinding> findings;
   for (rules::Rule* const rule : kRules) {
     if (auto finding = rule(facts)) findings.push_back(std::move(*finding));
+    if (rule == &rules::WrongUnits && !findings.empty()) return findings;
   }
   return findings;
 }

@@ -12,8 +12,10 @@ constexpr std::int64_t kWindowBefore = hosting::kSamplesBefore;
 // Samples of the history after the window, as far as its place is told.
 std::optional<std::int64_t> SamplesAfterWindow(FrameMessages const& messages) {
   if (!messages.matched || !messages.buffered) return std::nullopt;
-  auto const following = static_cast<std::int64_t>(*messages.buffered) - messages.matched->index;
-  auto const inWindow = static_cast<std::int64_t>(kWindowSize) - std::min(messages.matched->index, kWindowBefore);
+  std::int64_t const index = messages.matched->index;
+  if (index < 0 || *messages.buffered > INT64_MAX) return std::nullopt;
+  std::int64_t const following = static_cast<std::int64_t>(*messages.buffered) - index;
+  std::int64_t const inWindow = static_cast<std::int64_t>(kWindowSize) - std::min(index, kWindowBefore);
   return std::max<std::int64_t>(following - inWindow, 0);
 }
 
@@ -37,7 +39,7 @@ EndCause CauseOfEnd(FrameResult const& result, FrameMessages const& messages, Fr
                     std::int64_t readoutUs) {
   if (result.end == SpanEnd::kNear) return EndCause::kNear;
   std::int64_t const targetUs = DifferenceUs(readoutUs, result.spanAgeUs.value_or(0));
-  if (window.lastUs > targetUs - kToleranceUs) return EndCause::kBetweenSamples;
+  if (window.lastUs > DifferenceUs(targetUs, kToleranceUs)) return EndCause::kBetweenSamples;
   return SamplesAfterWindow(messages).value_or(0) > 0 ? EndCause::kWindowEndsEarly : EndCause::kNotDelivered;
 }
 
@@ -56,8 +58,9 @@ FrameFacts FactsOf(FrameResult const& result, FrameMessages const& messages) {
   if (messages.times) {
     facts.exposureUs = messages.times->exposureUs;
     facts.readoutUs = messages.times->readoutUs;
-    facts.readoutEndUs = DifferenceUs(messages.times->readoutUs + messages.times->offsetUs,
-                                      static_cast<std::int64_t>(messages.times->exposureUs));
+    auto const exposureUs = static_cast<std::int64_t>(messages.times->exposureUs);
+    facts.readoutEndUs =
+        DifferenceUs(DifferenceUs(messages.times->offsetUs, exposureUs), -std::int64_t{messages.times->readoutUs});
     auto const startUs = static_cast<std::int64_t>(messages.times->startOfFrameUs);
     auto const table = AlignedTable(messages.source, messages.times->offsetUs);
     if (!table.empty()) {

@@ -13,18 +13,22 @@ namespace shadingctl::rules {
 std::optional<SessionFinding> Carried(SessionFacts const& facts) {
   MatchFacts const& match = facts.match();
   if (match.carried.count == 0) return std::nullopt;
-  double const ageUs = match.carriedAgeUs.Median().value_or(0);
   SessionFinding finding{
       "carried",
-      fmt::format("{} had no sample at their start and took an old position instead, {} old (median)",
-                  FramesText(match.carried, facts), Milliseconds(ageUs)),
-      "clear oisMatched before each call, so that such a frame keeps the last position (--reset-matched)",
-      {{"median_age_us", ageUs}},
+      fmt::format("{} had no sample at their start and took an old position instead", FramesText(match.carried, facts)),
+      "clear oisMatched before each call, so that such a frame keeps the last position "
+      "(--reset-matched)",
+      {},
       match.carried};
+  auto const ageUs = match.carriedAgeUs.Median();
+  if (ageUs) {
+    finding.text += fmt::format(", {} old (median)", Milliseconds(*ageUs));
+    finding.figures.emplace_back("median_age_us", *ageUs);
+  }
   auto const distances = facts.readoutDistances(Match::kCarried);
   if (distances.median) {
-    finding.text += fmt::format(" and {} units (median; {} at most) from the mean of their own readout's samples",
-                                Units(*distances.median), Units(*distances.largest));
+    finding.text += fmt::format("{} {} units (median; {} at most) from the mean of their own readout's samples",
+                                ageUs ? " and" : ",", Units(*distances.median), Units(*distances.largest));
     finding.figures.emplace_back("median_distance", *distances.median);
     finding.figures.emplace_back("largest_distance", *distances.largest);
   }
@@ -72,7 +76,7 @@ std::optional<SessionFinding> ModeSwitch(SessionFacts const& facts) {
   if (switches.frames.count == 0) return std::nullopt;
   return SessionFinding{
       "mode_switch",
-      fmt::format("the readout time changed {} (first from {} to {}); {} frames right after lack a near end",
+      fmt::format("the readout time changed {} (first from {} to {}); {} frames right after lack an end near a sample",
                   Times(switches.frames.count), Milliseconds(switches.firstFromUs), Milliseconds(switches.firstToUs),
                   switches.unmatched.count),
       "store the new readout time before the first frame of the new mode",

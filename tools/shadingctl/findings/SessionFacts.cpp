@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "tools/shadingctl/frames/FrameTiming.h"
+
 namespace shadingctl {
 namespace {
 
@@ -51,21 +53,30 @@ void DeliveryFacts::Add(std::uint32_t frame, std::int64_t leadNs) {
   mAway = 0;
 }
 
-void SessionFacts::AddBatch(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& batch,
-                            std::optional<BatchStored> const& stored, bool split) {
-  mHealth.Add(batch);
-  for (auto const& sample : batch) {
+void SessionFacts::AddSamples(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& samples) {
+  mHealth.Add(samples);
+  for (auto const& sample : samples) {
     mStabiliser.Add(frame, sample.timestamp, static_cast<double>(sample.oisHallX),
                     static_cast<double>(sample.oisHallY));
     mNewestSampleNs = std::max(mNewestSampleNs.value_or(sample.timestamp), sample.timestamp);
   }
-  if (batch.empty()) {
+}
+
+void SessionFacts::BreakSamples() {
+  mHealth.Break();
+  mStabiliser.Break();
+}
+
+void SessionFacts::AddBatch(std::uint32_t frame, std::size_t samples, std::optional<BatchStored> const& stored,
+                            bool split) {
+  if (samples == 0) {
     mBatches.missing.Add(frame);
     mMissingBatch = frame;
     return;
   }
+  mDelivered += samples;
+  if (mFirstBatch == 0) mFirstBatch = samples;
   mHasFreshBatch = true;
-  if (mFirstBatch == 0) mFirstBatch = batch.size();
   if (split) ++mBatches.split;
   if (!stored) return;
   // A batch that begins before the newest stored sample is either split, which the library says, or discarded, which it
@@ -104,6 +115,7 @@ void SessionFacts::AddFrame(FrameFacts const& facts) {
     mMatch.longExposures.Add(facts.frame);
   if (mMissingBatch == facts.frame && !bothNear) mBatches.missingUnmatched.Add(facts.frame);
   AddSpan(facts);
+  AddAge(facts);
   AddSwitch(facts, bothNear);
 }
 
@@ -111,6 +123,7 @@ void SessionFacts::AddSpan(FrameFacts const& facts) {
   if (facts.start == StartCause::kNear && facts.end) mMatch.ends[static_cast<std::size_t>(*facts.end)].Add(facts.frame);
   bool const gotPosition = facts.match == Match::kStart || facts.match == Match::kCarried;
   if (!gotPosition) return;
+  if (facts.start == StartCause::kNear && !facts.end) mMatch.untoldEnds.Add(facts.frame);
   if (facts.coverage) {
     mMatch.coverage.Add(Millionths(*facts.coverage));
     mMatch.worstCoverage = std::min(mMatch.worstCoverage, *facts.coverage);
@@ -122,6 +135,20 @@ void SessionFacts::AddSpan(FrameFacts const& facts) {
   if (facts.match != Match::kCarried) return;
   mMatch.carried.Add(facts.frame);
   if (facts.ageUs) mMatch.carriedAgeUs.Add(*facts.ageUs);
+}
+
+// A position is as old as the first sample of its span was when the readout of the frame that uses it began.
+void SessionFacts::AddAge(FrameFacts const& facts) {
+  if (!facts.exposureUs) return;
+  bool const gotPosition = facts.match == Match::kStart || facts.match == Match::kCarried;
+  std::int64_t const startUs =
+      DifferenceUs(static_cast<std::int64_t>(facts.timestampNs / 1000), static_cast<std::int64_t>(*facts.exposureUs));
+  if (gotPosition) {
+    mPositionUs = facts.ageUs ? std::optional(DifferenceUs(startUs, *facts.ageUs)) : std::nullopt;
+  }
+  if (!mPositionUs) return;
+  std::int64_t const ageUs = DifferenceUs(startUs, *mPositionUs);
+  if (!mMatch.oldest || ageUs > mMatch.oldest->ageUs) mMatch.oldest = {facts.frame, ageUs};
 }
 
 void SessionFacts::AddSwitch(FrameFacts const& facts, bool bothNear) {
@@ -160,7 +187,7 @@ std::optional<double> SessionFacts::FrameIntervalUs() const {
 
 std::optional<double> SessionFacts::SamplesPerFrame() const {
   if (mMatch.frames < 2) return std::nullopt;
-  return static_cast<double>(mHealth.Summarize().delivered - mFirstBatch) / static_cast<double>(mMatch.frames - 1);
+  return static_cast<double>(mDelivered - mFirstBatch) / static_cast<double>(mMatch.frames - 1);
 }
 
 }  // namespace shadingctl

@@ -56,6 +56,11 @@ class DeliveryFacts {
   std::int64_t mLargestJumpNs = 0;
 };
 
+struct OldPosition {
+  std::uint32_t frame = 0;
+  std::int64_t ageUs = 0;
+};
+
 // Frames by what decided them. The warm-up is counted apart.
 struct MatchFacts {
   std::uint64_t frames = 0;
@@ -63,6 +68,7 @@ struct MatchFacts {
   std::uint64_t bothNear = 0;
   std::array<FrameList, 10> starts;  // by StartCause, the warm-up apart
   std::array<FrameList, 4> ends;     // by EndCause, of spans that began near the start
+  FrameList untoldEnds;              // of the same spans, where the messages do not tell
   TimeRange shortfallNs;             // from the newest sample to the end of the readout, of frames that lack later ones
   FrameList carried;
   FrameList longExposures;  // longer than the readout
@@ -71,7 +77,8 @@ struct MatchFacts {
   std::uint64_t spanSamples = 0;
   Histogram coverage;  // in millionths, of the frames that got a position
   double worstCoverage = 1;
-  Histogram lengthShare;  // the same of the span's length
+  std::optional<OldPosition> oldest;  // of the positions that frames use, new ones and kept ones
+  Histogram lengthShare;              // the same of the span's length
   Histogram carriedAgeUs;
 
   FrameList const& of(StartCause cause) const { return starts[static_cast<std::size_t>(cause)]; }
@@ -95,9 +102,14 @@ struct SwitchFacts {
 
 class SessionFacts {
  public:
-  // One batch, in the order of delivery; empty where there was none. `stored` is the library's word on it.
-  void AddBatch(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& batch,
-                std::optional<BatchStored> const& stored, bool split);
+  // One update: how many samples were delivered, and the library's word on them.
+  void AddBatch(std::uint32_t frame, std::size_t samples, std::optional<BatchStored> const& stored, bool split);
+
+  // Samples in the order of delivery, with whatever frame they came.
+  void AddSamples(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& samples);
+
+  // The next samples do not follow the ones before: nobody knows what came in between.
+  void BreakSamples();
 
   void AddFrame(FrameFacts const& facts);
 
@@ -129,6 +141,7 @@ class SessionFacts {
  private:
   void AddSpan(FrameFacts const& facts);
   void AddSwitch(FrameFacts const& facts, bool bothNear);
+  void AddAge(FrameFacts const& facts);
 
   struct Seen {
     std::uint32_t frame = 0;
@@ -147,12 +160,14 @@ class SessionFacts {
   Histogram mCarriedDistance;
   std::optional<Seen> mFirst;
   std::optional<Seen> mLast;
+  std::optional<std::int64_t> mPositionUs;  // the aligned time of the span's first sample
   std::optional<std::uint32_t> mReadoutNowUs;
   std::uint32_t mSinceSwitch = 0;
   std::optional<std::int64_t> mNewestSampleNs;
   std::optional<std::int64_t> mNewestStoredNs;
   bool mHasFreshBatch = false;
-  std::uint64_t mFirstBatch = 0;               // samples
+  std::uint64_t mFirstBatch = 0;  // samples, as the next one
+  std::uint64_t mDelivered = 0;
   std::optional<std::uint32_t> mMissingBatch;  // the frame
 };
 

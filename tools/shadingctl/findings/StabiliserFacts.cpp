@@ -79,7 +79,7 @@ std::optional<double> AxisFacts::Roughness() const {
 
 void StabiliserFacts::Add(std::uint32_t frame, std::int64_t timeNs, double x, double y) {
   if (!std::isfinite(x) || !std::isfinite(y)) return;
-  if (!mBefore) {
+  if (!mBefore) {  // also after a break
     mX.Add(x, std::nullopt);
     mY.Add(y, std::nullopt);
     mBefore = {timeNs, x, y};

@@ -58,6 +58,9 @@ class StabiliserFacts {
   // A sample that was told before, or that is earlier than the one before, is passed over.
   void Add(std::uint32_t frame, std::int64_t timeNs, double x, double y);
 
+  // The next sample does not follow the one before.
+  void Break() { mBefore.reset(); }
+
   struct Step {
     std::uint32_t frame = 0;
     double size = 0;

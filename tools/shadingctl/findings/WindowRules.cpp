@@ -156,7 +156,9 @@ std::optional<SessionFinding> NotDelivered(SessionFacts const& facts) {
                         fmt::format("{} were computed too early: their readout ended {} after the newest sample in the "
                                     "library",
                                     FramesText(frames, facts), FromTo(leastUs, greatestUs)),
-                        fmt::format("compute {} later, or have the platform deliver sooner", Milliseconds(greatestUs)),
+                        fmt::format("compute {} later, have the platform deliver sooner, or look for a clock of the "
+                                    "samples that is behind by as much",
+                                    Milliseconds(greatestUs)),
                         {{"shortfall_least_us", leastUs}, {"shortfall_greatest_us", greatestUs}},
                         frames};
 }

@@ -13,7 +13,8 @@ Summary::Summary(int logLevel) : mLogLevel(logLevel) {}
 
 void Summary::AddUpdate(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& batch,
                         FrameMessages const& messages, std::int64_t updateNs) {
-  mFacts.AddBatch(frame, batch, messages.batch, messages.split);
+  mFacts.AddBatch(frame, batch.size(), messages.batch, messages.split);
+  mFacts.AddSamples(frame, batch);
   mUpdateNs += updateNs;
 }
 

@@ -48,6 +48,7 @@ class Summary {
 
   std::uint64_t differentAnswers() const { return mDifferentAnswers; }
   SessionFacts const& facts() const { return mFacts; }
+  SessionFacts& facts() { return mFacts; }
 
   std::string Text() const;
   nlohmann::ordered_json Json() const;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace shadingctl {
 namespace {
@@ -28,7 +29,8 @@ void SampleHealth::Add(std::int64_t timeNs) {
   } else {
     if (timeNs < mLastNs) ++mCounts.backwardSteps;
     if (timeNs > mNewestNs) {
-      mIntervalsNs.Add(DistanceNs(mNewestNs, timeNs));
+      if (mIsBroken) mUntoldNs += DistanceNs(mNewestNs, timeNs);
+      if (!std::exchange(mIsBroken, false)) mIntervalsNs.Add(DistanceNs(mNewestNs, timeNs));
       mNewestNs = timeNs;
     } else {
       ++mCounts.repeated;
@@ -52,7 +54,7 @@ SampleHealth::Report SampleHealth::Summarize() const {
   if (!medianNs) return report;
   Histogram::Part const regular = mIntervalsNs.Between(*medianNs * kRepeatFactor, *medianNs * kGapFactor);
   Histogram::Part const gaps = mIntervalsNs.Between(*medianNs * kGapFactor, std::numeric_limits<double>::infinity());
-  auto const coveredNs = static_cast<double>(DistanceNs(*mOldestNs, mNewestNs));
+  auto const coveredNs = static_cast<double>(DistanceNs(*mOldestNs, mNewestNs) - mUntoldNs);
   report.repeated += mIntervalsNs.count() - regular.count - gaps.count;
   report.rateHz = static_cast<double>(regular.count + gaps.count) / (coveredNs / 1e9);
   report.intervalUs = *medianNs / 1e3;

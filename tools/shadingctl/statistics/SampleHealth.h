@@ -34,6 +34,9 @@ class SampleHealth {
 
   void Add(std::vector<NSCam::Utils::SensorData> const& batch);
 
+  // The next sample does not follow the one before: the time between them counts for nothing.
+  void Break() { mIsBroken = mOldestNs.has_value(); }
+
   Report Summarize() const;
 
  private:
@@ -47,6 +50,8 @@ class SampleHealth {
   std::optional<std::int64_t> mOldestNs;  // of the new samples
   std::int64_t mNewestNs = 0;             // both hold once there is a sample
   std::int64_t mLastNs = 0;
+  bool mIsBroken = false;
+  std::int64_t mUntoldNs = 0;                             // of the time from the oldest to the newest
   std::array<std::int64_t, kRemembered> mRememberedNs{};  // a ring
 };
 
