@@ -92,5 +92,17 @@ INSTANTIATE_TEST_SUITE_P(
                "DIR/hall.csv:3: call: expected at least 2, the call of the row before, found '1'"}),
     [](auto const& broken) { return broken.param.name; });
 
+TEST(Calls, OfARecordingWithTheLibrarysOwnBatchesArePlayedWithAWarning) {
+  for (bool const isFiled : {true, false}) {
+    TemporaryDirectory const directory;
+    WriteCalls(directory, kSettings + (isFiled ? "batches,filed\n" : "batches,delivered\n"),
+               kCallsHeader + kStart + kUpdate, kSamples);
+    Outcome const outcome = RunTool("replay --quiet " + directory.path());
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    std::string const warning = directory.path() + ": its batches are those that the library filed";
+    EXPECT_EQ(outcome.err.find(warning) != std::string::npos, isFiled) << outcome.err;
+  }
+}
+
 }  // namespace
 }  // namespace shadingctl

@@ -24,6 +24,8 @@ constexpr char const* kVersion = "shadingctl " PROJECT_VERSION;  // from the top
 constexpr char const* kExamples = R"(Examples:
   shadingctl replay                                a built-in session, as a table
   shadingctl replay RECORDING --format csv -o result.csv
+  shadingctl explain RECORDING --frame 1234        why the shading did not follow the lens
+  shadingctl diff before.json after.json           two results, frame by frame
   shadingctl generate /tmp/session --hall-rate 500 --seed 7
   shadingctl replay /tmp/session --reset-matched
   shadingctl replay /tmp/session --report report.html
@@ -75,6 +77,7 @@ int Run(int argc, char** argv) {
   app.footer(kExamples);
   shadingctl::Command chosen;
   shadingctl::AddReplayCommand(app, chosen);
+  shadingctl::AddExplainCommand(app, chosen);
   shadingctl::AddGenerateCommand(app, chosen);
   shadingctl::AddBudgetCommand(app, chosen);
   shadingctl::AddCalibrationCommand(app, chosen);

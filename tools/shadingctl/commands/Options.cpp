@@ -6,6 +6,7 @@
 
 #include "hosting/HostLibrary.h"
 #include "platform/desktop/DeviceFile.h"
+#include "tools/shadingctl/output/Console.h"
 
 namespace shadingctl {
 
@@ -49,6 +50,20 @@ std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& 
   std::vector<std::string> files = {library};
   if (!device.directory.empty()) files.push_back(device.directory + "/device.json");
   return files;
+}
+
+void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files) {
+  for (char const* const file : {"/recording.csv", "/calls.csv", "/frames.csv", "/hall.csv"}) {
+    files.push_back(directory + file);
+  }
+}
+
+void TellOfFiledBatches(hosting::Session const& session) {
+  if (!session.settings().batchesAsFiled) return;
+  Tell(fmt::format(
+      "{}: its batches are those that the library filed, not those that were delivered: positions can differ from the "
+      "phone's",
+      session.Name()));
 }
 
 std::string RefuseStandardStream(std::string const& name) {

@@ -9,7 +9,9 @@
 #include <string>
 #include <system_error>
 #include <type_traits>
+#include <vector>
 
+#include "hosting/Session.h"
 #include "platform/desktop/Device.h"
 #include "tools/shadingctl/output/ResultWriter.h"
 
@@ -71,6 +73,12 @@ std::string ChooseLibrary(std::string const& option);
 
 // The files that a host with these choices reads.
 std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& library);
+
+// Those of a recording in `directory`, of either version.
+void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files);
+
+// Tells on standard error where the batches of a recording are not those that the platform delivered.
+void TellOfFiledBatches(hosting::Session const& session);
 
 // A check for names of directories, which standard input and output are not. Answers what is wrong.
 std::string RefuseStandardStream(std::string const& name);

@@ -65,11 +65,14 @@ class JsonWriter : public ResultWriter {
     if (mBatches) mBatches->Add(batch);
   }
 
+  void AddExtra(std::string const& key, nlohmann::ordered_json const& value) override { mExtras[key] = value; }
+
   void End(Summaries const& summaries, std::string const& error) override {
     nlohmann::ordered_json const problem =
         error.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(error);
     mWrite(fmt::format("\n],\n\"complete\": {},\n\"error\": {},\n\"summary\": {},\n\"findings\": {}", error.empty(),
                        Dump(problem), Dump(summaries.Json()), Dump(summaries.FindingsJson())));
+    for (auto const& [key, value] : mExtras.items()) mWrite(fmt::format(",\n\"{}\": {}", key, Dump(value)));
     if (mBatches) {
       mWrite(",\n\"batches\": [");
       mBatches->Read(mWrite);
@@ -120,6 +123,7 @@ class JsonWriter : public ResultWriter {
 
   std::function<void(std::string_view)> mWrite;
   bool mFirst = true;
+  nlohmann::ordered_json mExtras = nlohmann::ordered_json::object();
   std::optional<BatchSpool> mBatches;
 };
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -53,6 +54,8 @@ class ResultWriter {
   virtual void Add(FrameResult const& result) = 0;
   // For JSON with samples; other results pass over it.
   virtual void AddBatch(DeliveredBatch const& /*batch*/) {}
+  // Something of this result alone, for the end of a JSON object.
+  virtual void AddExtra(std::string const& /*key*/, nlohmann::ordered_json const& /*value*/) {}
   // `error` says why the replay ended early; empty when it did not.
   virtual void End(Summaries const& summaries, std::string const& error) = 0;
 };

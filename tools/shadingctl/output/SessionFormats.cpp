@@ -38,9 +38,14 @@ std::string Summaries::Text() const {
   text += OddityText(mOddities.lostSamples, "samples that the recording lost");
   text += fmt::format("Replay     {:.3f} s, {:.0f} times real time\n", static_cast<double>(mReplayNs) / 1e9,
                       recordedNs / static_cast<double>(std::max<std::int64_t>(mReplayNs, 1)));
+  return text + FindingsText();
+}
+
+std::string Summaries::FindingsText() const {
+  std::string text;
   for (auto const& [sensorId, summary] : mByCamera) {
     if (mByCamera.size() > 1) text += fmt::format("\nCamera     {}\n", sensorId);
-    text += FindingsText(summary.facts());
+    text += shadingctl::FindingsText(summary.facts());
   }
   return text;
 }

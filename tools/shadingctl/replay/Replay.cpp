@@ -207,7 +207,8 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   if (!state.hallX.empty()) result.hallX = state.hallX.front();
   if (!state.hallY.empty()) result.hallY = state.hallY.front();
   summary.Add(result, calculateNs);
-  summary.AddFacts(FactsOf(result, mMessages));
+  mLatestFacts = FactsOf(result, mMessages);
+  summary.AddFacts(mLatestFacts);
   if (calc.answer && mOptions.checkAnswers) CheckAnswer(*calc.answer, state, result, summary);
   return result;
 }

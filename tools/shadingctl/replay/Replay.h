@@ -12,6 +12,7 @@
 #include "hosting/Session.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
+#include "tools/shadingctl/findings/FrameFacts.h"
 #include "tools/shadingctl/frames/FrameResult.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
@@ -50,6 +51,9 @@ class Replay {
 
   // What the host should tell its user about the calls so far, the first of it; empty when they went well.
   std::string const& complaint() const { return mComplaint; }
+
+  // What decided the latest computation.
+  FrameFacts const& latestFacts() const { return mLatestFacts; }
 
   // Makes one call and adds to the summary of its camera. A call that computes a position has a result.
   std::optional<FrameResult> Play(hosting::Call const& call, Summaries& summaries);
@@ -90,6 +94,7 @@ class Replay {
   std::string mComplaint;
 
   FrameMessages mMessages;
+  FrameFacts mLatestFacts;
   std::optional<std::uint32_t> mFrame;  // at work
   bool mIsListening = true;
   std::uint64_t mCalculations = 0;

@@ -18,6 +18,8 @@ class Summaries {
   // Made at the first mention.
   Summary& Of(std::int32_t sensorId) { return mByCamera.try_emplace(sensorId, mLogLevel).first->second; }
 
+  std::map<std::int32_t, Summary> const& cameras() const { return mByCamera; }
+
   // At the end of the session.
   void Close(hosting::Oddities const& oddities, std::int64_t replayNs);
 
@@ -31,7 +33,8 @@ class Summaries {
   // That of the only camera, or every camera's below its number, and what concerns the whole session.
   std::string Text() const;
   nlohmann::ordered_json Json() const;
-  // What happened and what helps, of all cameras.
+  // What happened and what helps, of all cameras; Text holds it too.
+  std::string FindingsText() const;
   nlohmann::ordered_json FindingsJson() const;
 
  private:

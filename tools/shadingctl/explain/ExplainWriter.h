@@ -1,0 +1,42 @@
+// Shows explained frames, in words or as the rows of a result. docs/explain.md describes both.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "tools/shadingctl/explain/LogExplanation.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/output/ResultWriter.h"
+
+namespace shadingctl {
+
+class ExplainWriter {
+ public:
+  // With `frame`, frames of that number only: in words, step by step instead of in a line.
+  ExplainWriter(OutputFile& output, Format format, std::optional<std::uint32_t> frame);
+
+  void Begin(ReplaySettings const& settings);
+  void Add(ExplainedCall const& call);
+
+  // The findings, after `report` where a log was explained. CSV has no place for them: they are told beside it.
+  // `error` says why there are no more frames; empty at the end of the session.
+  void End(Summaries const& summaries, std::optional<LogReport> const& report, std::string const& name,
+           std::string const& error);
+
+  bool hasShown() const { return mHasShown; }
+
+ private:
+  bool isInWords() const { return mRows == nullptr; }
+
+  OutputFile& mOutput;
+  Format mFormat;
+  std::optional<std::uint32_t> mFrame;
+  std::unique_ptr<ResultWriter> mRows;  // null: in words
+  nlohmann::ordered_json mWords = nlohmann::ordered_json::array();
+  bool mHasShown = false;
+};
+
+}  // namespace shadingctl

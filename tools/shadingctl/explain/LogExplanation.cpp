@@ -1,0 +1,197 @@
+#include "tools/shadingctl/explain/LogExplanation.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "hosting/UnusableInput.h"
+
+namespace shadingctl {
+namespace {
+
+// Entries of a span are numbered in the whole window: without all of it they cannot be found.
+void ForgetPartOfWindow(FrameMessages& messages) {
+  std::int32_t index = 0;
+  for (SourceSample const& sample : messages.source) {
+    if (sample.index != index++) return messages.source.clear();
+  }
+  if (messages.times && messages.source.size() != messages.times->samples) messages.source.clear();
+}
+
+// Whether what is left of a call tells what became of it.
+bool IsDecided(FrameMessages const& messages) {
+  return messages.done() || messages.failed || messages.span || messages.notRegistered || messages.nothingMatched ||
+         messages.zeroTime || (messages.times && messages.times->samples == 0);
+}
+
+// A span of two entries or more has a position, also where the line that tells it is lost.
+void RestoreOutcome(FrameMessages& messages) {
+  bool const hasPosition = messages.span && messages.span->last > messages.span->first;
+  if (hasPosition && !messages.done() && !messages.failed) messages.noPosition = NoPositionTold{};
+}
+
+CallOutcome OutcomeOf(LoggedCall const& call, bool hasBeenWarm) {
+  FrameMessages const& messages = call.messages;
+  CallOutcome outcome;
+  outcome.supported = true;
+  outcome.startFound = messages.start ||
+                       (messages.lastCandidate && messages.lastCandidate->distanceUs < kToleranceUs) ||
+                       (messages.span && messages.span->first > 0);
+  outcome.flagHanded = messages.done() || messages.firstEndCandidate;
+  outcome.startsBeforeTime =
+      messages.times && call.timestampNs && messages.times->exposureUs > *call.timestampNs / 1000;
+  outcome.updates = call.batch ? call.batch->frames : kHistoryFrames + 1;
+  outcome.delivered = messages.buffered.value_or(0);
+  outcome.hasBeenWarm = hasBeenWarm;
+  return outcome;
+}
+
+}  // namespace
+
+LogExplanation::LogExplanation(Recomputation* recomputation, Summaries& summaries,
+                               std::function<void(ExplainedCall const&)> show)
+    : mRecomputation(recomputation),
+      mSummaries(summaries),
+      mShow(std::move(show)),
+      mAssembler([this](LoggedCall&& call) { Take(std::move(call)); }) {}
+
+void LogExplanation::Read(hosting::LineReader& log) {
+  for (std::string_view line; log.Next(line);) {
+    auto const entry = mParser.Add(line);
+    if (!entry) continue;
+    ++mReport.messages;
+    mReport.formats.insert(entry->head.format);
+    try {
+      mAssembler.Add(*entry);
+    } catch (hosting::UnusableInput const& unusable) {
+      throw hosting::UnusableInput(fmt::format("{}:{}", log.name(), unusable.what()));
+    }
+  }
+  mReport.lines = mParser.counts();
+  if (mReport.messages > 0) return;
+  throw hosting::UnusableInput(fmt::format(
+      "{}: expected messages of the library, as `adb logcat -v threadtime`, `-v long` or `shadingctl replay "
+      "--log` write them; found none in {} lines",
+      log.name(), mReport.lines.lines));
+}
+
+void LogExplanation::Finish() {
+  mAssembler.Finish();
+  while (auto row = mRows.TakeAnyway()) Show(std::move(*row));
+  mReport.lines = mParser.counts();
+  mReport.damaged = mAssembler.damaged();
+  mReport.firstDamagedLine = mAssembler.firstDamagedLine();
+  mReport.hasDetail = mAssembler.hasDetail();
+}
+
+void LogExplanation::Take(LoggedCall call) {
+  Camera& camera = mCameras[call.camera.value_or(0)];
+  ExplainedCall explained;
+  explained.firstLine = call.firstLine;
+  explained.lost = call.lost;
+  if (mRecomputation != nullptr) explained.recomputed = mRecomputation->Check(call);
+  CountLoss(call, camera);
+  ForgetPartOfWindow(call.messages);
+  RestoreOutcome(call.messages);
+
+  explained.row = Judge(OutcomeOf(call, camera.hasBeenWarm), call.messages);
+  camera.hasBeenWarm = camera.hasBeenWarm || call.messages.buffered.value_or(0) >= kWindowSize;
+  FrameResult& row = explained.row;
+  row.camera = call.camera.value_or(0);
+  row.frame = call.frame.value_or(0);
+  row.timestampNs = call.timestampNs.value_or(0);
+  if (call.messages.times) row.type = call.messages.times->type;
+  if (auto const& position = call.messages.position) {
+    camera.hallX = position->hall0X;
+    camera.hallY = position->hall0Y;
+    if (!mReport.mode) mReport.mode = position->mode;
+  }
+  bool const positionIsLost = call.messages.noPosition && !call.messages.position;
+  if (!positionIsLost) {
+    row.hallX = camera.hallX;
+    row.hallY = camera.hallY;
+  }
+  explained.facts = FactsOf(row, call.messages);
+
+  for (SourceSample const& sample : call.messages.source) {
+    mRows.AddSample(row.camera, sample.timeUs, sample.hallX, sample.hallY);
+  }
+  if (call.frame && IsDecided(call.messages)) {
+    if (explained.recomputed) CountVerdict(explained.recomputed->verdict, row);
+    AddToFacts(call, explained.facts, camera);
+    mSummaries.Of(row.camera).Add(row, 0);
+    mRows.Add(row);
+    mPending.push_back(std::move(explained));
+  }
+  while (auto complete = mRows.Take()) Show(std::move(*complete));
+}
+
+// A frame without samples has nothing to compute.
+void LogExplanation::CountVerdict(Recomputation::Verdict verdict, FrameResult const& row) {
+  switch (verdict) {
+    case Recomputation::Verdict::kSame:
+      ++mReport.same;
+      break;
+    case Recomputation::Verdict::kDifferent:
+      mReport.different.Add(row.frame);
+      break;
+    case Recomputation::Verdict::kNotWhole:
+    case Recomputation::Verdict::kOtherMode:
+      if (row.samples.value_or(1) > 0) ++mReport.notWhole;
+      break;
+  }
+}
+
+void LogExplanation::CountLoss(LoggedCall const& call, Camera& camera) {
+  ++mReport.calls;
+  mReport.lostLines += call.lost;
+  if (call.lost > 0) ++mReport.callsWithLoss;
+  if (!call.frame || !IsDecided(call.messages)) ++mReport.undecided;
+  if (!call.frame) return;
+  // Numbers that run backwards or repeat are another session, or another computation.
+  if (camera.lastFrame && *call.frame > *camera.lastFrame + 1) {
+    std::uint64_t const missing = *call.frame - *camera.lastFrame - 1;
+    for (std::uint64_t i = 0; i < std::min<std::uint64_t>(missing, FrameList::kNamed); ++i) {
+      mReport.missingNumbers.Add(*camera.lastFrame + 1 + static_cast<std::uint32_t>(i));
+    }
+    mReport.missingNumbers.count += missing - std::min<std::uint64_t>(missing, FrameList::kNamed);
+  }
+  camera.lastFrame = call.frame;
+}
+
+// A log has windows, not deliveries: its samples are those of a window that are later than all before. Where a window
+// does not reach back to them, samples are missing that may well have been delivered.
+void LogExplanation::AddToFacts(LoggedCall const& call, FrameFacts const& facts, Camera& camera) {
+  SessionFacts& session = mSummaries.Of(call.camera.value_or(0)).facts();
+  if (call.batch || call.noBatch) {
+    session.AddBatch(*call.frame, call.batch ? static_cast<std::size_t>(call.batch->samples) : 0, call.batch,
+                     call.split);
+  }
+  auto const& window = call.messages.source;
+  bool const breaks = camera.newestUs && !window.empty() && window.front().timeUs > *camera.newestUs;
+  if (breaks) session.BreakSamples();
+  std::vector<NSCam::Utils::SensorData> later;
+  for (SourceSample const& told : window) {
+    if (camera.newestUs && told.timeUs <= *camera.newestUs) continue;
+    camera.newestUs = told.timeUs;
+    NSCam::Utils::SensorData sample;
+    sample.timestamp = static_cast<std::int64_t>(static_cast<std::uint64_t>(told.timeUs) * 1000);
+    sample.oisHallX = told.hallX;
+    sample.oisHallY = told.hallY;
+    later.push_back(sample);
+  }
+  session.AddSamples(*call.frame, later);
+  session.AddFrame(facts);
+}
+
+void LogExplanation::Show(FrameResult row) {
+  ExplainedCall explained = std::move(mPending.front());
+  mPending.pop_front();
+  mSummaries.Of(row.camera).AddComplete(row);
+  explained.row = std::move(row);
+  mShow(explained);
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,90 @@
+#include "tools/shadingctl/explain/ReportText.h"
+
+#include <fmt/format.h>
+
+#include <vector>
+
+#include "tools/shadingctl/explain/FrameWords.h"
+
+namespace shadingctl {
+namespace {
+
+std::vector<std::string> FormatNames(LogReport const& report) {
+  std::vector<std::string> names;
+  for (LogFormat const format : report.formats) names.emplace_back(Name(format));
+  return names;
+}
+
+std::string Numbers(FrameList const& frames) {
+  std::vector<std::uint32_t> const first(frames.first.begin(),
+                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.named()));
+  return fmt::format("{}{}", fmt::join(first, ", "), frames.count > frames.named() ? ", ..." : "");
+}
+
+std::string FirstLine(std::uint64_t count, std::uint64_t line) {
+  return count == 0 ? std::string() : fmt::format(" (first at line {})", line);
+}
+
+nlohmann::ordered_json FramesJson(FrameList const& frames) {
+  nlohmann::ordered_json first = nlohmann::ordered_json::array();
+  for (std::size_t i = 0; i < frames.named(); ++i) first.push_back(frames.first[i]);
+  return {{"count", frames.count}, {"first", std::move(first)}};
+}
+
+}  // namespace
+
+std::string CallLine(ExplainedCall const& call) {
+  std::string line =
+      fmt::format("camera {} frame {}: {}", call.row.camera, call.row.frame, Headline(call.row, call.facts));
+  if (call.lost > 0) line += fmt::format(" [{} of its lines are missing]", call.lost);
+  bool const isDifferent = call.recomputed && call.recomputed->verdict == Recomputation::Verdict::kDifferent;
+  if (isDifferent) line += "; DIFFERENT: " + call.recomputed->difference;
+  return line + "\n";
+}
+
+std::string ReportText(LogReport const& report, std::string const& logName) {
+  LogCounts const& lines = report.lines;
+  std::string text = fmt::format("Log        {}: {} messages of the library in {} lines ({})\n", logName,
+                                 report.messages, lines.lines, fmt::join(FormatNames(report), ", "));
+  text += fmt::format("           other tags {}, no line of a log {}{}, cut or damaged messages {}{}\n",
+                      lines.otherTags, lines.unreadable, FirstLine(lines.unreadable, lines.firstUnreadable),
+                      report.damaged, FirstLine(report.damaged, report.firstDamagedLine));
+  text += fmt::format("Lost       {} lines at least, of {} of {} computations", report.lostLines, report.callsWithLoss,
+                      report.calls);
+  if (report.undecided > 0) text += fmt::format("; of {} nothing can be told", report.undecided);
+  if (lines.droppedByLog > 0) text += fmt::format("; the log says that it has dropped {} lines", lines.droppedByLog);
+  text += "\n";
+  if (report.missingNumbers.count > 0) {
+    text +=
+        fmt::format("           {} frame numbers do not appear ({}): lost with all their lines, or never computed\n",
+                    report.missingNumbers.count, Numbers(report.missingNumbers));
+  }
+  if (!report.hasDetail) text += "           The library's log level is below 4: it tells no samples and candidates\n";
+  text +=
+      fmt::format("Recomputed {} frames as logged, {} different{}, {} not whole enough to tell\n", report.same,
+                  report.different.count,
+                  report.different.count > 0 ? fmt::format(" ({})", Numbers(report.different)) : "", report.notWhole);
+  return text;
+}
+
+nlohmann::ordered_json ReportJson(LogReport const& report, std::string const& logName) {
+  LogCounts const& lines = report.lines;
+  return {{"name", logName},
+          {"formats", FormatNames(report)},
+          {"mode", report.mode ? nlohmann::ordered_json(*report.mode) : nlohmann::ordered_json(nullptr)},
+          {"lines", lines.lines},
+          {"messages", report.messages},
+          {"other_tags", lines.otherTags},
+          {"unreadable", lines.unreadable},
+          {"damaged", report.damaged},
+          {"dropped_by_log", lines.droppedByLog},
+          {"lost_lines", report.lostLines},
+          {"computations", report.calls},
+          {"computations_with_loss", report.callsWithLoss},
+          {"undecided", report.undecided},
+          {"missing_numbers", FramesJson(report.missingNumbers)},
+          {"recomputed",
+           {{"same", report.same}, {"different", FramesJson(report.different)}, {"not_whole", report.notWhole}}}};
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,73 @@
+// Takes a line of a log apart from front to back.
+#pragma once
+
+#include <charconv>
+#include <cstdint>
+#include <string_view>
+#include <system_error>
+
+namespace shadingctl {
+
+// Each step answers whether it fitted; one that does not may have taken a part.
+class LineCursor {
+ public:
+  explicit LineCursor(std::string_view text) : mText(text) {}
+
+  std::string_view rest() const { return mText; }
+
+  bool SkipBlanks() {
+    std::size_t const end = mText.find_first_not_of(' ');
+    bool const hasBlanks = end != 0;
+    mText.remove_prefix(end == std::string_view::npos ? mText.size() : end);
+    return hasBlanks;
+  }
+
+  bool Skip(std::string_view text) {
+    if (mText.compare(0, text.size(), text) != 0) return false;
+    mText.remove_prefix(text.size());
+    return true;
+  }
+
+  template <class Number>
+  bool Take(Number& number) {
+    auto const [end, error] = std::from_chars(mText.data(), mText.data() + mText.size(), number);
+    if (error != std::errc{}) return false;
+    mText.remove_prefix(static_cast<std::size_t>(end - mText.data()));
+    return true;
+  }
+
+  // The text before `end`, which is passed over too.
+  bool TakeUntil(std::string_view end, std::string_view& taken) {
+    std::size_t const place = mText.find(end);
+    if (place == std::string_view::npos) return false;
+    taken = mText.substr(0, place);
+    mText.remove_prefix(place + end.size());
+    return true;
+  }
+
+  bool SkipPriority() {
+    if (mText.empty() || kPriorities.find(mText.front()) == std::string_view::npos) return false;
+    mText.remove_prefix(1);
+    return true;
+  }
+
+  // ".678", in us; digits beyond those are passed over.
+  bool TakeFraction(std::int64_t& us) {
+    if (!Skip(".")) return false;
+    std::size_t digits = 0;
+    us = 0;
+    for (; digits < mText.size() && mText[digits] >= '0' && mText[digits] <= '9'; ++digits) {
+      if (digits < 6) us = us * 10 + (mText[digits] - '0');
+    }
+    for (std::size_t i = digits; i < 6; ++i) us *= 10;
+    mText.remove_prefix(digits);
+    return digits > 0;
+  }
+
+ private:
+  static constexpr std::string_view kPriorities = "VDIWEFAS";
+
+  std::string_view mText;
+};
+
+}  // namespace shadingctl
