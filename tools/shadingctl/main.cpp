@@ -78,6 +78,7 @@ int Run(int argc, char** argv) {
   shadingctl::Command chosen;
   shadingctl::AddReplayCommand(app, chosen);
   shadingctl::AddExplainCommand(app, chosen);
+  shadingctl::AddDiffCommand(app, chosen);
   shadingctl::AddGenerateCommand(app, chosen);
   shadingctl::AddBudgetCommand(app, chosen);
   shadingctl::AddCalibrationCommand(app, chosen);

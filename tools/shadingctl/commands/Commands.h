@@ -26,6 +26,7 @@ void AddCalibrationCommand(CLI::App& app, Command& chosen);
 void AddDumpsCommand(CLI::App& app, Command& chosen);
 void AddDoctorCommand(CLI::App& app, Command& chosen);
 void AddExplainCommand(CLI::App& app, Command& chosen);
+void AddDiffCommand(CLI::App& app, Command& chosen);
 void AddReportCommand(CLI::App& app, Command& chosen);
 void AddTraceCommand(CLI::App& app, Command& chosen);
 

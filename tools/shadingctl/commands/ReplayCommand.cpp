@@ -34,6 +34,7 @@ Examples:
   shadingctl replay RECORDING --format csv --output result.csv
   shadingctl replay --dump preview,capture --dump-dir /tmp/dumps
   shadingctl replay RECORDING --report report.html
+  shadingctl replay RECORDING --summary --check golden.csv --fail-below 95
   shadingctl replay --mode last --log library.log --quiet)";
 
 FrameRange ParseRange(std::string const& text) {
@@ -80,6 +81,30 @@ void AddRowOptions(CLI::App& command, ReplayArguments& arguments) {
           "Colours in the table; auto: on a terminal, unless NO_COLOR is set")
       ->default_str("auto")
       ->check(CLI::IsMember({"auto", "always", "never"}));
+}
+
+void AddCheckOptions(CLI::App& command, CheckArguments& checks) {
+  command
+      .add_option(
+          "--check", checks.golden,
+          "Compare the rows with this CSV file of a former replay, in the columns that it has; exit code 1 where "
+          "they differ")
+      ->type_name("FILE");
+  command.add_flag("--digest", checks.digest, "Tell the 128-bit XXH3 of the rows as CSV (xxh128sum)");
+  AddNumber(command, "--fail-below", checks.gates.failBelowPercent, 0.0, 100.0,
+            "Exit code 1 unless so many per cent of the frames after the warm-up have both ends near a sample");
+  AddNumber(command, "--max-age-us", checks.gates.maxAgeUs, std::int64_t{0}, std::int64_t{1000000000000},
+            "Exit code 1 when a frame uses an older position");
+}
+
+// The ends of a span are told from there on.
+void RefuseGatesBelowDetail(ReplayArguments const& arguments) {
+  constexpr int kDetailLevel = 4;
+  Gates const& gates = arguments.checks.gates;
+  if (arguments.logLevel >= kDetailLevel || (!gates.failBelowPercent && !gates.maxAgeUs)) return;
+  throw CLI::ValidationError(
+      gates.failBelowPercent ? "--fail-below" : "--max-age-us",
+      fmt::format("expected --log-level {} or more, found {}", kDetailLevel, arguments.logLevel));
 }
 
 }  // namespace
@@ -137,7 +162,9 @@ void AddReplayCommand(CLI::App& app, Command& chosen) {
                    "Write the page of this replay to this file as well, with all its frames and samples")
       ->type_name("FILE");
   command->add_flag("--samples", arguments->samples, "JSON holds every batch of samples as well, for report and trace");
+  AddCheckOptions(*command, arguments->checks);
   command->callback([arguments, &chosen] {
+    RefuseGatesBelowDetail(*arguments);
     if (arguments->samples && arguments->format != Format::kJson) {
       throw CLI::ValidationError("--samples", "expected --format json, which alone holds samples");
     }

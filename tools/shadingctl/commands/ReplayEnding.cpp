@@ -7,13 +7,18 @@
 namespace shadingctl {
 namespace {
 
-std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries) {
+std::string DigestText(ResultChecks const& checks) {
+  return checks.digest() ? fmt::format("Digest     {} of the rows as CSV\n", *checks.digest()) : std::string();
+}
+
+std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
+                        ResultChecks const& checks) {
   RowSelection const& rows = arguments.rows;
   bool const isSelection = !rows.none && !rows.IsAll();
   std::string const shown = isSelection ? fmt::format("Shown      {} of {} frames; the summary is of all\n",
                                                       ending.shownFrames, summaries.frames())
                                         : std::string();
-  return shown + summaries.Text();
+  return shown + summaries.Text() + DigestText(checks);
 }
 
 // The summary goes to the stream that does not carry the result.
@@ -32,9 +37,9 @@ void ShowSummary(ReplayArguments const& arguments, std::string const& text) {
 }  // namespace
 
 void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
-                  ReplayFiles const& files) {
+                  ResultChecks const& checks, ReplayFiles const& files) {
   bool const isComplete = ending.error.empty();
-  std::string const summary = SummaryText(arguments, ending, summaries);
+  std::string const summary = SummaryText(arguments, ending, summaries, checks);
   bool const isResult =
       arguments.rows.none && arguments.format != Format::kJson && (isComplete || !files.output->IsHeldBack());
   if (isResult) files.output->Write(summary);
@@ -47,9 +52,11 @@ void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summar
   OutputFile* const log = finished(files.log);
   OutputFile::FinishAll({output, log, finished(files.report)});
   if (!isResult && !arguments.quiet) ShowSummary(arguments, summary);
+  if (arguments.quiet) TellPlainly(DigestText(checks));
 }
 
-int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries) {
+int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
+                 ResultChecks const& checks) {
   if (!ending.complaint.empty()) Tell(ending.complaint);
   if (summaries.CountOf(Match::kStart) == 0 && ending.error.empty()) {
     Tell(summaries.frames() == 0 ? "NOTHING MATCHED: no position was computed"
@@ -60,7 +67,9 @@ int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summari
   if (!ending.error.empty()) Tell(ending.error);
   if (ending.exitCode != kExitDone) return ending.exitCode;
   if (!dumps.empty()) return kExitUnusable;
-  return summaries.differentAnswers() > 0 ? kExitDifference : kExitDone;
+  for (std::string const& complaint : checks.complaints()) Tell(complaint);
+  bool const differs = summaries.differentAnswers() > 0 || !checks.complaints().empty();
+  return differs ? kExitDifference : kExitDone;
 }
 
 }  // namespace shadingctl

@@ -30,9 +30,10 @@ struct ReplayFiles {
 // Finishes the outputs and shows the summary. Files get their names only when the session was played to its end; what
 // was written directly is out already.
 void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
-                  ReplayFiles const& files);
+                  ResultChecks const& checks, ReplayFiles const& files);
 
 // Tells what the user must not overlook, and answers the exit code.
-int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries);
+int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
+                 ResultChecks const& checks);
 
 }  // namespace shadingctl

@@ -30,17 +30,16 @@
 #include "tools/shadingctl/output/ResultWriter.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
 #include "tools/shadingctl/replay/PendingRows.h"
+#include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/session/SyntheticSession.h"
 
 namespace shadingctl {
 namespace {
 
-constexpr char const* kLogProperty = "vendor.veyra.3a.lscutil.log";
 constexpr char const* kModeProperty = "vendor.debug.ois.hall.calculation";
 constexpr char const* kPreviewDumpProperty = "vendor.debug.preview.lsc.ois.dump";
 constexpr char const* kCaptureDumpProperty = "vendor.debug.capture.lsc.ois.dump";
-constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
 
 std::map<std::string, int> const kModes = {{"mean", 1}, {"maximum", 2}, {"middle", 3}, {"last", 4}};
 
@@ -66,16 +65,12 @@ void StartDumping(ReplayArguments const& arguments, std::optional<int> type) {
 // Options win over the recording, and the recording over the device.
 desktop::DeviceSettings SettingsFor(ReplayArguments const& arguments, hosting::Settings const& recorded,
                                     desktop::DeviceSettings settings) {
-  if (recorded.cameras) SetCameras(*recorded.cameras, settings);
-  if (recorded.calculationMode) settings.properties[kModeProperty] = *recorded.calculationMode;
-  settings.properties[kLogProperty] = arguments.logLevel;
+  settings = PlayedSettings(std::move(settings), recorded, arguments.logLevel);
   if (!arguments.mode.empty()) settings.properties[kModeProperty] = kModes.at(arguments.mode);
   if (!arguments.dumps.empty()) {
     settings.properties[kPreviewDumpProperty] = Dumps(arguments, DumpKind::kPreview) ? 1 : 0;
     settings.properties[kCaptureDumpProperty] = Dumps(arguments, DumpKind::kCapture) ? 1 : 0;
   }
-  settings.log.systemLog = true;  // the tool reads the library's messages there
-  settings.log.maximumLevel = kEveryMessage;
   return settings;
 }
 
@@ -129,14 +124,17 @@ void ExpectDump(ReplayArguments const& arguments, FrameResult const& result, Hal
 }
 
 Ending PlayAll(ReplayArguments const& arguments, hosting::Session& session, Replay& replay, ResultWriter& writer,
-               ReplayReport* report, Summaries& summaries, std::int32_t camera, bool showsProgress) {
+               ReplayReport* report, ResultChecks& checks, Summaries& summaries, std::int32_t camera,
+               bool showsProgress) {
   Ending ending;
   auto const start = std::chrono::steady_clock::now();
   PendingRows pending;
   auto const show = [&](FrameResult const& row) {
     summaries.Of(row.camera).AddComplete(row);
     if (report != nullptr) report->Add(row);
-    if (!arguments.rows.Includes(row)) return;
+    bool const isIncluded = arguments.rows.Includes(row);
+    if (isIncluded || arguments.rows.none) checks.Add(row);
+    if (!isIncluded) return;
     writer.Add(row);
     ++ending.shownFrames;
   };
@@ -168,11 +166,8 @@ Ending PlayAll(ReplayArguments const& arguments, hosting::Session& session, Repl
 
 void RefuseOverwritingInputs(ReplayArguments const& arguments, ChosenDevice const& device, std::string const& library) {
   std::vector<std::string> inputs = FilesOf(device, library);
-  if (!arguments.recording.empty()) {
-    for (char const* const file : {"/recording.csv", "/calls.csv", "/frames.csv", "/hall.csv"}) {
-      inputs.push_back(arguments.recording + file);
-    }
-  }
+  if (!arguments.recording.empty()) AddRecordingFiles(arguments.recording, inputs);
+  if (!arguments.checks.golden.empty()) inputs.push_back(arguments.checks.golden);
   std::vector<std::string> outputs = {arguments.output};
   if (!arguments.log.empty()) outputs.push_back(arguments.log);
   if (!arguments.report.empty()) outputs.push_back(arguments.report);
@@ -229,6 +224,7 @@ int RunReplay(ReplayArguments const& arguments) {
   if (!arguments.report.empty()) report.emplace(arguments.report);
   auto const writer = MakeResultWriter(arguments.format, output, arguments.style);
   Summaries summaries(arguments.logLevel);
+  ResultChecks checks(arguments.checks);
 
   Replay::Options options = OptionsFrom(arguments, settings);
   options.switches = {hosting::FindSwitch(path, "gLogLevel"), hosting::FindSwitch(path, "g_preOisDump"),
@@ -242,13 +238,17 @@ int RunReplay(ReplayArguments const& arguments) {
     Replay replay(library, device, options, SinkInto(log));
     writer->Begin(head);
     if (report) report->Begin(head);
-    ending = PlayAll(arguments, *session, replay, *writer, report ? &*report : nullptr, summaries,
+    ending = PlayAll(arguments, *session, replay, *writer, report ? &*report : nullptr, checks, summaries,
                      options.camera.sensorId, !arguments.quiet && !terminalIsTaken);
   }
+  checks.Finish(summaries, ending.error.empty());
+  if (checks.digest()) writer->AddExtra("digest", *checks.digest());
   writer->End(summaries, ending.error);
   if (report) report->End(summaries, ending.error);
-  FinishReplay(arguments, ending, summaries, {&output, log ? &*log : nullptr, report ? &report->file() : nullptr});
-  return TellProblems(arguments, ending, summaries);
+  TellOfFiledBatches(*session);
+  FinishReplay(arguments, ending, summaries, checks,
+               {&output, log ? &*log : nullptr, report ? &report->file() : nullptr});
+  return TellProblems(arguments, ending, summaries, checks);
 }
 
 }  // namespace shadingctl

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/shadingctl/commands/ResultChecks.h"
 #include "tools/shadingctl/output/ResultWriter.h"
 #include "tools/shadingctl/output/RowSelection.h"
 
@@ -28,6 +29,7 @@ struct ReplayArguments {
   bool quiet = false;
   bool samples = false;  // JSON holds every batch
   RowSelection rows;
+  CheckArguments checks;
   TableStyle style;
 };
 

@@ -1,0 +1,187 @@
+// Results compared with each other, with a kept one, and with what they must reach.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/shadingctl/Program.h"
+#include "tests/shadingctl/SickSession.h"
+
+namespace shadingctl {
+namespace {
+
+// Results of the recording whose frame 7 can be worked out by hand, in a directory beside it.
+class WorkedResults : public testing::Test {
+ protected:
+  void SetUp() override { WriteWorkedRecording(mDirectory); }
+
+  std::string Path(std::string const& name) const { return mDirectory.path() + "/" + name; }
+  Outcome Replay(std::string const& options) const { return RunTool("replay " + options + " " + mDirectory.path()); }
+  void Keep(std::string const& name, std::string const& options) const {
+    Outcome const outcome = Replay("--quiet -o " + Path(name) + " --format " + options);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  }
+  Outcome Diff(std::string const& a, std::string const& b, std::string const& options = "") const {
+    return RunTool("diff " + options + " " + Path(a) + " " + Path(b));
+  }
+  void Write(std::string const& name, std::string const& text) const { mDirectory.Write(name, text); }
+
+ private:
+  TemporaryDirectory mDirectory;
+};
+
+TEST_F(WorkedResults, AreTheSameInEveryForm) {
+  Keep("json", "json");
+  Keep("csv", "csv");
+  for (char const* const names : {"json json", "csv csv", "json csv", "csv json"}) {
+    std::string const a(names, std::string(names).find(' '));
+    std::string const b = names + a.size() + 1;
+    Outcome const outcome = Diff(a, b);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
+    EXPECT_NE(outcome.out.find("None of 1 common rows differs."), std::string::npos) << outcome.out;
+  }
+  EXPECT_EQ(RunScript("shadingctl diff - " + Path("json") + " <" + Path("csv")).exitCode, 0);
+}
+
+// The last sample of the span is k = 20: (400, -20) instead of the mean (2870 / 21, -10), in the same span. Its readout
+// has the mean (144, -10), so it is (256, -10) away, 256.1952.
+TEST_F(WorkedResults, DifferByTheLastSampleInsteadOfTheMean) {
+  Keep("mean", "json");
+  Keep("last", "json --mode last");
+  Outcome const outcome = Diff("mean", "last");
+  EXPECT_EQ(outcome.exitCode, 1);
+  for (char const* const line :
+       {"**1 of 1 common rows differ.**", "| hall_x | 1 | 263.333328 | frame 7 |", "| hall_y | 1 | 10 | frame 7 |",
+        "| frame 7 | hall_x | 136.666672 | 400.0 | +263.333328 |", "| frame 7 | hall_y | -10.0 | -20.0 | -10 |",
+        "| frame 7 | readout_distance | 7.3333 | 256.1952 | +248.8619 |", "| mode | mean | last | differs |",
+        "| cameras.0.frames | 1 | 1 |  |"}) {
+    EXPECT_NE(outcome.out.find(line), std::string::npos) << line << "\n" << outcome.out;
+  }
+  EXPECT_EQ(outcome.out.find("start_index |"), std::string::npos) << "the span is the same";
+  EXPECT_EQ(Diff("mean", "last", "--tolerance 263.3").exitCode, 1);
+  EXPECT_EQ(Diff("mean", "last", "--tolerance 263.4").exitCode, 0);
+  EXPECT_EQ(Diff("mean", "last", "--first 1").out.find("| frame 7 | hall_y |"), std::string::npos);
+}
+
+TEST_F(WorkedResults, AreComparedFrameByFrameAndOnlyInWhatBothHave) {
+  Write("a", "frame,timestamp_ns,match,hall_x\n1,10,start,1\n2,20,start,2\n2,20,start,2.5\n3,30,carried,\n");
+  Write("b", "hall_x,frame,timestamp_ns,later\r\n2,2,20,x\r\n7,3,30,x\r\n2.5,2,20,x\r\n4,4,40,x\r\n");
+  Outcome const outcome = Diff("a", "b");
+  EXPECT_EQ(outcome.exitCode, 1);
+  for (char const* const line : {"**1 of 3 common rows differ.**", "Only in A: 1 rows, first frame 1.",
+                                 "Only in B: 1 rows, first frame 4.", "| frame 3 | hall_x | - | 7 | differs |"}) {
+    EXPECT_NE(outcome.out.find(line), std::string::npos) << line << "\n" << outcome.out;
+  }
+  EXPECT_EQ(Diff("a", "a").exitCode, 0);
+}
+
+TEST_F(WorkedResults, ThatAreNoneAreRefusedWithTheirPlace) {
+  Keep("good", "json");
+  std::string const good = ReadFile(Path("good"));
+  struct {
+    std::string text;
+    char const* message;
+  } const rows[] = {
+      {"", "bad:1: expected a replay's result, JSON or CSV, found nothing"},
+      {"what is this\n",
+       "bad:1: expected a replay's result, JSON or CSV with the columns frame and timestamp_ns, found "
+       "'what is this'"},
+      {"frame,timestamp_ns\n1,2\n3\n", "bad:3: expected 2 values, found 1"},
+      {"frame,timestamp_ns\n1,x\n", "bad:2: timestamp_ns: expected a whole number, found 'x'"},
+      {good.substr(0, good.size() / 2), "bad: expected JSON, found parse error at line "},
+      {Replaced(good, "shadingctl-replay", "shadingctl-budget"),
+       R"(bad: schema: expected "shadingctl-replay", found "shadingctl-budget")"},
+      {Replaced(good, "\"version\": 1,", "\"version\": 2,"), "bad: version: expected 1, found 2"},
+      {Replaced(good, "\"frame\":7", "\"frame\":\"7\""), R"(bad: frames[0].frame: expected a whole number, found "7")"},
+      {Replaced(good, "\"summary\"", "\"sum\""), "bad: summary: expected an object, found none"},
+  };
+  for (auto const& row : rows) {
+    Write("bad", row.text);
+    for (bool const isFirst : {true, false}) {
+      Outcome const outcome = isFirst ? Diff("bad", "good") : Diff("good", "bad");
+      EXPECT_EQ(outcome.exitCode, 3) << row.message << outcome.out;
+      EXPECT_NE(outcome.err.find(row.message), std::string::npos) << row.message << "\n" << outcome.err;
+    }
+  }
+  EXPECT_NE(Diff("good", "missing").err.find("missing: cannot be read: No such file"), std::string::npos);
+}
+
+TEST_F(WorkedResults, AreCheckedAgainstAKeptOne) {
+  Keep("golden", "csv");
+  std::string const golden = ReadFile(Path("golden"));
+  std::string const check = "--summary --check " + Path("golden");
+  EXPECT_EQ(Replay(check).exitCode, 0);
+  Outcome const last = Replay(check + " --mode last");
+  EXPECT_EQ(last.exitCode, 1);
+  EXPECT_NE(last.err.find("golden:2: hall_x: expected 136.666672, found 400; hall_y: expected -10, found -20; "
+                          "readout_distance: expected 7.3333, found 256.1952\n"),
+            std::string::npos)
+      << last.err;
+  struct {
+    std::string golden;
+    int exitCode;
+    char const* message;
+  } const rows[] = {
+      {"frame,match\n7,start\n", 0, ""},
+      {"match,frame\r\nstart,7\r\n", 0, ""},
+      {"frame\n", 1, "golden:2: expected no more frames, found frame 7"},
+      {"frame\n7\n8\n", 1, "golden:3: expected another frame, found the end of the result"},
+      {"frame,match\n7\n", 1, "golden:2: expected 2 values, found 1"},
+      {"frame,mtach\n7,start\n", 3, "golden:1: expected columns of a result (frame, "},
+      {"", 3, "found ''"},
+  };
+  for (auto const& row : rows) {
+    Write("golden", row.golden);
+    Outcome const outcome = Replay(check);
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.golden << outcome.err;
+    EXPECT_NE(outcome.err.find(row.message), std::string::npos) << row.message << "\n" << outcome.err;
+  }
+  EXPECT_EQ(RunTool("replay --check " + Path("missing")).exitCode, 3);
+}
+
+// The digest is what `xxh128sum` prints of the CSV.
+TEST_F(WorkedResults, HaveADigestOfTheirRows) {
+  constexpr char const* kDigest = "xxh128:5e01b3836d6ce52e33087510d92688a5";
+  for (char const* const options : {"--digest", "--digest --summary", "--digest --quiet", "--digest --format json"}) {
+    Outcome const outcome = Replay(options);
+    EXPECT_NE((outcome.out + outcome.err).find(kDigest), std::string::npos) << options << outcome.out << outcome.err;
+  }
+  EXPECT_EQ(Replay("--digest --mode last").out.find(kDigest), std::string::npos);
+}
+
+// At 200 Hz 2999 of 5000 us are near a sample: 60 % of the frames. The others begin with the oldest of 100 samples, of
+// which the newest is 12.5 to 17.5 ms after the timestamp; so the oldest is 477.5 to 482.5 ms before it, and the start
+// of the readout 5000 + 2716 + 166 us: the positions are 469.6 to 474.6 ms old.
+TEST(Gates, FailWithTheReason) {
+  TemporaryDirectory const healthy;
+  HealthySession().Write(healthy);
+  TemporaryDirectory const sparse;
+  SessionPlan plan;
+  plan.hallRateHz = 200;
+  plan.frameRateHz = 59.7;
+  plan.exposureUs = 5000;
+  HealthySession(plan).Write(sparse);
+  struct {
+    TemporaryDirectory const& session;
+    char const* options;
+    int exitCode;
+    char const* message;
+  } const rows[] = {
+      {healthy, "--fail-below 100 --max-age-us 1500", 0, ""},
+      {sparse, "--fail-below 60", 0, ""},
+      {sparse, "--fail-below 60.5", 1,
+       "--fail-below 60.5: expected both ends near a sample in 60.5 % of the frames, found 60.00 % (120 of 200)"},
+      {sparse, "--max-age-us 474700", 0, ""},
+      {sparse, "--max-age-us 469000", 1, "--max-age-us 469000: expected no older position, found one of 47"},
+      {healthy, "--camera 5 --max-age-us 400000", 1, "--max-age-us 400000: expected positions, found none\n"},
+      {healthy, "--fail-below 90 --log-level 1", 2, "--fail-below: expected --log-level 4 or more, found 1"},
+      {healthy, "--fail-below 101", 2, "expected a number from 0 to 100, found '101'"},
+  };
+  for (auto const& row : rows) {
+    Outcome const outcome = RunTool(std::string("replay --summary ") + row.options + " " + row.session.path());
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.options << outcome.err;
+    EXPECT_NE(outcome.err.find(row.message), std::string::npos) << row.options << "\n" << outcome.err;
+  }
+}
+
+}  // namespace
+}  // namespace shadingctl

@@ -1,0 +1,58 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/diff/ResultDiff.h"
+#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
+
+namespace shadingctl {
+namespace {
+
+struct Arguments {
+  std::string a;
+  std::string b;
+  std::string output;
+  DiffOptions options;
+};
+
+int RunDiff(Arguments const& arguments) {
+  RefuseOverwriting({arguments.a, arguments.b}, {arguments.output});
+  OutputFile output(arguments.output);
+  ResultDiff const diff = CompareResults(arguments.a, arguments.b, arguments.options);
+  output.Write(DiffText(diff, arguments.a, arguments.b));
+  output.Finish();
+  return diff.isSame() ? kExitDone : kExitDifference;
+}
+
+constexpr char const* kExamples = R"(Rows of the same camera and frame are compared field by field. The comparison is
+written as Markdown, with both summaries side by side.
+
+Exit code: 0 the rows are the same, 1 rows differ, 3 a file is no result.
+
+Examples:
+  shadingctl replay REC --format json -o before.json
+  shadingctl replay REC --format json -o after.json --library new/libvcam_shadingutil.so
+  shadingctl diff before.json after.json
+  shadingctl diff before.json after.json --tolerance 0.01 -o changes.md)";
+
+}  // namespace
+
+void AddDiffCommand(CLI::App& app, Command& chosen) {
+  auto const arguments = std::make_shared<Arguments>();
+  CLI::App* const command = app.add_subcommand("diff", "Compare two results of a replay, frame by frame");
+  command->footer(kExamples);
+  command->add_option("A", arguments->a, "A result of `replay` or `explain`, JSON or CSV; - is standard input")
+      ->required();
+  command->add_option("B", arguments->b, "Another one")->required();
+  AddNumber(*command, "--tolerance", arguments->options.tolerance, 0.0, 1e9,
+            "Positions and distances to the lens may differ by so much, in the samples' unit");
+  AddNumber(*command, "--first", arguments->options.named, std::size_t{0}, std::size_t{1000000},
+            "Name so many differences");
+  AddOutput(*command, arguments->output);
+  command->callback([arguments, &chosen] { chosen = [arguments] { return RunDiff(*arguments); }; });
+}
+
+}  // namespace shadingctl
