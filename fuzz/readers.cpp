@@ -6,17 +6,23 @@
 #include "fuzz/ByteSource.h"
 #include "fuzz/Target.h"
 #include "fuzz/WorkDirectory.h"
+#include "hosting/LineReader.h"
 #include "hosting/Recording.h"
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/DeviceFile.h"
+#include "tools/shadingctl/diff/ResultDiff.h"
 #include "tools/shadingctl/doctor/Diagnosis.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
 #include "tools/shadingctl/dumps/HallDumpFile.h"
+#include "tools/shadingctl/explain/FrameWords.h"
+#include "tools/shadingctl/explain/LogExplanation.h"
+#include "tools/shadingctl/explain/ReportText.h"
 #include "tools/shadingctl/messages/FrameMessages.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/report/Page.h"
 #include "tools/shadingctl/report/ResultDocument.h"
 #include "tools/shadingctl/report/Trace.h"
+#include "tools/shadingctl/results/ResultFile.h"
 
 namespace {
 
@@ -88,6 +94,46 @@ void ReadMessages(std::string const& text) {
   }
 }
 
+void ReadLog(std::string const& text) {
+  Write("log", text);
+  shadingctl::Summaries summaries(4);
+  std::uint64_t frames = 0;
+  shadingctl::LogExplanation explanation(nullptr, summaries, [&](shadingctl::ExplainedCall const& call) {
+    ++frames;
+    Expect(!shadingctl::CallLine(call).empty() && !shadingctl::Story(call.row, call.facts).empty(),
+           "a frame of no words");
+  });
+  hosting::LineReader log(Directory() + "/log");
+  try {
+    explanation.Read(log);
+  } catch (hosting::UnusableInput const& unusable) {
+    ExpectNamed(unusable, log.name());
+  }
+  explanation.Finish();
+  shadingctl::LogReport const& report = explanation.report();
+  Expect(frames + report.undecided == report.calls, "a computation is neither shown nor counted");
+  Expect(report.messages + report.lines.otherTags + report.lines.unreadable <= report.lines.lines,
+         "more than all lines");
+  Expect(!summaries.FindingsText().empty() || frames == 0, "no word about what was found");
+  shadingctl::ReportText(report, log.name());
+}
+
+void ReadResult(std::string const& text) {
+  Write("result", text);
+  std::string const path = Directory() + "/result";
+  try {
+    std::size_t rows = 0;
+    shadingctl::ReadResult(path, [&](nlohmann::ordered_json const& row) {
+      ++rows;
+      Expect(row.at("frame").is_number_unsigned(), "a row without its frame");
+    });
+    Expect(rows <= text.size(), "more rows than the text has room for");
+    Expect(shadingctl::CompareResults(path, path, {}).isSame(), "a result that differs from itself");
+  } catch (hosting::UnusableInput const& unusable) {
+    ExpectNamed(unusable, path);
+  }
+}
+
 void ReadLibrary(std::string const& bytes) {
   try {
     auto const findings = shadingctl::Diagnose(shadingctl::ReadElf(bytes, "library", shadingctl::kTableName));
@@ -136,6 +182,12 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t cou
       break;
     case 'j':
       DrawResult(rest);
+      break;
+    case 'l':
+      ReadLog(rest);
+      break;
+    case 'r':
+      ReadResult(rest);
       break;
     case 'e':
       ReadLibrary(rest);
