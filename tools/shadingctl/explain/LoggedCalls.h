@@ -30,6 +30,17 @@ struct LoggedCall {
   bool isWhole() const;
 };
 
+// Where in a call a line stands: the step, and the number of the line in steps of several lines that bear one.
+using LinePlace = std::tuple<int, std::int64_t>;
+
+// A call whose end has not been read.
+struct OpenCall {
+  LoggedCall call;
+  LinePlace place{-1, 0};  // of the line read last
+  std::optional<std::int64_t> timeUs;
+  std::optional<std::uint32_t> loggedFrame;
+};
+
 // The lines of one thread follow each other in the order in which a call writes them, so a call ends where a line comes
 // that belongs before the line read last. Lines may be missing anywhere.
 class CallAssembler {
@@ -49,15 +60,7 @@ class CallAssembler {
   bool hasDetail() const { return mHasDetail; }  // lines that the library writes from level 4 on
 
  private:
-  // Where in a call a line stands: the step, and the number of the line in steps of several lines that bear one.
-  using Place = std::tuple<int, std::int64_t>;
-
-  struct OpenCall {
-    LoggedCall call;
-    Place place{-1, 0};
-    std::optional<std::int64_t> timeUs;
-    std::optional<std::uint32_t> loggedFrame;
-  };
+  using Place = LinePlace;
   struct Update {
     BatchStored stored;
     bool split = false;
