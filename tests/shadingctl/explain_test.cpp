@@ -131,6 +131,25 @@ TEST(Logs, WithLinesMissingSayWhatIsMissing) {
   }
 }
 
+// Whatever wrote the log has cut a line inside of frame 20: that frame is not computed again, and all others are.
+TEST(Logs, WithALineCutAtTheLongestLengthCountIt) {
+  Captured const captured;
+  std::string log;
+  int windows = 0;
+  for (std::string const& message : captured.messages) {
+    log += Threadtime(message);
+    bool const isInside = message.find("get source ois data index = 50,") != std::string::npos;
+    if (isInside && ++windows == 20) log += Threadtime(message + std::string(1023, '0')).substr(0, 1023) + "\n";
+  }
+  Outcome const outcome = captured.Explain(log, "--format json");
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  Json const report = Json::parse(outcome.out)["log"];
+  EXPECT_EQ(report["damaged"], 1);
+  EXPECT_EQ(report["lost_lines"], 0);
+  EXPECT_EQ(report["recomputed"]["same"], kFrames - 1);
+  EXPECT_EQ(report["recomputed"]["not_whole"], 1);
+}
+
 TEST(Logs, OfTwoCamerasAreToldApartByTheirThreads) {
   Captured const captured;
   std::string threads;
