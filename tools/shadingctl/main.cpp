@@ -30,7 +30,6 @@ constexpr char const* kExamples = R"(Examples:
   shadingctl replay /tmp/session --reset-matched
   shadingctl replay /tmp/session --report report.html
   shadingctl explain phone.log                     what became of each frame, from a phone's log
-  shadingctl diff before.json after.json           two results, frame by frame
   shadingctl calibration                           cameras' calibration data
   shadingctl dumps camera_dump                     OIS hall dump files of a phone
   shadingctl doctor libvcam_shadingutil.so         a library before it is installed
