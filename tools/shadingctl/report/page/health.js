@@ -60,7 +60,7 @@ function healthOf(result, camera) {
     ]));
   }
   if (!samples) {
-    parts.push(element('p', {class: 'soft'}, 'The result holds no samples; replay --format json --samples writes them.'));
+    parts.push(element('p', {class: 'soft'}, 'The result holds no samples, as one of replay --samples does.'));
     return parts;
   }
   const intervals = intervalsOf(samples);

@@ -53,8 +53,9 @@ function legend(layers) {
   const present = new Set(layers.flatMap(({frames}) => frames.map((frame) => frame.kind)));
   const keys = KINDS.filter((kind) => present.has(kind.key))
     .map((kind) => element('span', {class: 'key'}, element('span', {class: `swatch ${kind.key}`}), kind.label));
+  const hasSamples = layers.some(({samples}) => samples);
   const lines = layers.length === 1
-    ? [element('span', {class: 'key'}, element('span', {class: 'swatch line'}), 'samples')]
+    ? !hasSamples ? [] : [element('span', {class: 'key'}, element('span', {class: 'swatch line'}), 'samples')]
     : [element('span', {class: 'key'}, element('span', {class: 'swatch line'}), 'first: filled, upper strip'),
        element('span', {class: 'key'}, element('span', {class: 'swatch second'}), 'second: hollow, lower strip')];
   return [...lines, ...keys];
@@ -71,8 +72,8 @@ function overviewSection(overview, layers, sharesClock) {
             button('−', 'zoom out (−)', () => overview.zoom(2)), button('+', 'zoom in (+)', () => overview.zoom(0.5)),
             button('all', 'whole session (0)', () => overview.show(overview.full))));
   if (layers.every(({samples}) => !samples)) {
-    part.append(element('p', {class: 'soft'}, 'The result holds no samples; replay --format json --samples writes them. ' +
-                        'The positions of the frames are drawn alone.'));
+    part.append(element('p', {class: 'soft'}, 'The result holds no samples, as one of replay --samples does: ' +
+                        'positions are drawn alone.'));
   }
   if (!sharesClock) {
     part.append(element('p', {class: 'soft'}, 'The two results have no time in common: each begins with its first frame.'));

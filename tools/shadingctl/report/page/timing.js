@@ -176,7 +176,7 @@ function drawTiming(frame, samples, toleranceUs, width = TIMING_WIDTH) {
   const dots = alignedSamples(frame, samples, drawing.extent);
   const spacing = (drawing.right - TIMING_GUTTER) / Math.max(dots.length, 1);
   const radius = Math.round(10 * Math.min(Math.max(0.4 * spacing, 1.2), 4)) / 10;
-  drawing.row(206, 'samples as stamped', samples ? '' : 'none here');
+  drawing.row(206, 'samples as stamped', samples ? '' : MISSING);
   for (const dot of dots) drawing.dot(dot.rawUs, 206, radius, 'raw');
   drawing.row(alignedY, 'samples aligned', typeof frame.offset_us === 'number'
     ? `${frame.offset_us > 0 ? '−' : '+'}${milliseconds(Math.abs(frame.offset_us))}` : '');
