@@ -1,4 +1,4 @@
-// What happened in a session, and what helps: one rule for each finding, all in this folder (Rules.h).
+// Problems of a session and their remedies: one rule for each finding, all in this folder (Rules.h).
 #pragma once
 
 #include <optional>

@@ -1,4 +1,4 @@
-// What decided one frame, read from its messages: the ground of explanations and findings.
+// What decided the outcome of one frame, derived from its messages; explanations and findings build on it.
 #pragma once
 
 #include <cstdint>
@@ -13,8 +13,8 @@ namespace shadingctl {
 enum class StartCause {
   kNear,
   kBetweenSamples,     // the window reaches over it, but no sample is within the tolerance
-  kWindowBeginsLate,   // the window reaches no further back
-  kHistoryBeginsLate,  // nor does the history
+  kWindowBeginsLate,   // the window does not reach back far enough
+  kHistoryBeginsLate,  // neither the window nor the history does
   kWindowEndsEarly,    // nothing later was delivered, and no span begins with the last entry
   kTooLittleHistory,
   kNothingAfter,  // no sample at or after the frame's timestamp

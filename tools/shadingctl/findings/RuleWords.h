@@ -15,7 +15,7 @@ constexpr double kNearWidthUs = 2.0 * kToleranceUs - 1;
 
 double Share(std::uint64_t part, std::uint64_t whole);
 
-// Of the frames after the warm-up, or of samples. Less is a hiccup, which the rules for batches and gaps tell.
+// Of the frames after the warm-up, or of samples. Fewer are an isolated event, left to the rules for batches and gaps.
 constexpr double kWorthTelling = 0.01;
 bool IsWorthTelling(std::uint64_t frames, SessionFacts const& facts);
 

@@ -1,4 +1,4 @@
-// What a session's findings rest on: one camera's frames, batches and samples, in constant memory.
+// The statistics from which findings are derived: one camera's frames, batches and samples, in constant memory.
 #pragma once
 
 #include <array>
@@ -72,7 +72,7 @@ struct MatchFacts {
   TimeRange shortfallNs;             // from the newest sample to the end of the readout, of frames that lack later ones
   FrameList carried;
   FrameList longExposures;  // longer than the readout
-  FrameList repeated;       // frames with samples in their span that were told before
+  FrameList repeated;       // frames whose span has repeated samples
   std::uint64_t repeatedSamples = 0;
   std::uint64_t spanSamples = 0;
   Histogram coverage;  // in millionths, of the frames that got a position
@@ -127,8 +127,8 @@ class SessionFacts {
   SampleHealth::Report samples() const { return mHealth.Summarize(); }
 
   std::optional<double> FrameIntervalUs() const;  // mean over the frame numbers; nullopt with fewer than two
-  // Delivered, those told before included; the first batch, which may hold any history, apart. nullopt without a
-  // second.
+  // Delivered samples, repeated ones included, without the first batch, which may hold any history. nullopt with fewer
+  // than two batches.
   std::optional<double> SamplesPerFrame() const;
   std::optional<double> MedianExposureUs() const { return mExposureUs.Median(); }
   std::optional<double> MedianReadoutUs() const { return mReadoutUs.Median(); }

@@ -9,7 +9,7 @@
 
 namespace shadingctl {
 
-// How often a value comes, in bins of at most 1/2048 of the range of all values, in constant memory.
+// A histogram with bins of at most 1/2048 of the range of all values, in constant memory.
 class SpreadHistogram {
  public:
   void Add(double value);
@@ -55,7 +55,7 @@ struct AxisFacts {
 
 class StabiliserFacts {
  public:
-  // A sample that was told before, or that is earlier than the one before, is passed over.
+  // Ignores a sample that repeats an earlier one or is earlier than the one before.
   void Add(std::uint32_t frame, std::int64_t timeNs, double x, double y);
 
   // The next sample does not follow the one before.

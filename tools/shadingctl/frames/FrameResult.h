@@ -95,12 +95,12 @@ struct CallOutcome {
   bool hasBeenWarm = false;     // an earlier frame found enough of them
 };
 
-// The samples in the library's history, in its own words, or, where it is silent, as many as were delivered, which is
-// the same until frames are forgotten.
+// The number of samples in the library's history, as its message says. Without that message, the number of delivered
+// samples, which is the same until the first frame is evicted.
 std::uint64_t HistoryOf(CallOutcome const& outcome, FrameMessages const& messages);
 
-// Tells from the library's outputs and messages how a frame was matched; fills everything but the frame's own columns
-// and the position.
+// Derives from the library's outputs and messages how a frame was matched; fills everything except the frame's own
+// columns and the position.
 FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages);
 
 }  // namespace shadingctl

@@ -1,4 +1,4 @@
-// How a frame's span lies to its readout. docs/replay-output.md explains every figure.
+// The span of a frame compared with its readout. docs/replay-output.md explains every figure.
 //
 // Times are aligned ones, in us: the library's own, in which a frame's readout begins at its timestamp less its
 // exposure time. Differences wrap as the library's do, so times that cannot be real do no harm.
@@ -64,7 +64,7 @@ struct SpanTiming {
   std::int64_t endDistanceUs = 0;
   std::optional<double>
       coverage;              // share of the readout between the first and the last entry; nullopt without a readout
-  std::size_t repeated = 0;  // samples of the span that were told before
+  std::size_t repeated = 0;  // samples of the span that repeat an earlier one
   bool endIsNear() const { return endDistanceUs < kToleranceUs; }
 };
 
@@ -75,8 +75,8 @@ std::optional<SpanTiming> TimeSpan(std::vector<AlignedSample> const& table, Span
 // Of the times between the table's neighbours; nullopt with fewer than two.
 std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table);
 
-// The samples from `first` to `last` that were told before: later than the sample before them by less than a quarter of
-// the table's median interval, with the same position.
+// How many samples from `first` to `last` repeat an earlier one: later than the sample before them by less than a
+// quarter of the table's median interval, with the same position.
 std::size_t CountRepeated(std::vector<AlignedSample> const& table, std::size_t first, std::size_t last);
 
 }  // namespace shadingctl

@@ -1,4 +1,4 @@
-// What the library says while it works on one frame.
+// The library's messages about one frame.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 namespace shadingctl {
 
-// Gathered from one frame's messages as they come. A value that the library's log level holds back stays empty;
-// docs/replay-output.md lists what each level tells.
+// Collected from one frame's messages in their order. A value that the library does not log at its level stays empty;
+// docs/replay-output.md lists the values of each level.
 struct FrameMessages {
   // The batch.
   std::optional<BatchStored> batch;  // level 4

@@ -1,4 +1,4 @@
-// The grammar of the library's messages about frames: the one place that knows their texts.
+// The grammar of the library's messages about frames. No other place of the tool knows their texts.
 #pragma once
 
 #include <cstddef>

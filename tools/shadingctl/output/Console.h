@@ -1,11 +1,11 @@
-// What the tool says to its user beside its results, on standard error.
+// Messages to the user, on standard error; results go elsewhere.
 #pragma once
 
 #include <string>
 
 namespace shadingctl {
 
-// Writes "shadingctl: MESSAGE" in a line of its own. A standard error that takes nothing ends no command.
+// Writes "shadingctl: MESSAGE" as a line. A failure to write is ignored.
 void Tell(std::string const& message);
 
 // The same without the name before it: a summary, a complaint that begins with its file.

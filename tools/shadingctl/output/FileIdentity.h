@@ -1,4 +1,4 @@
-// Which names mean the same file: an output must be no input, and no other output.
+// Recognises different names of one file, so that no output overwrites an input or another output.
 #pragma once
 
 #include <string>

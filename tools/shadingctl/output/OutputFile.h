@@ -14,7 +14,7 @@ namespace shadingctl {
 // The name of standard output, wherever the name of a file is asked for.
 constexpr char kStandardOutput[] = "-";
 
-// Nobody reads standard output any more.
+// Thrown when the reader of standard output is gone.
 class ReaderIsGone : public std::exception {};
 
 // Collects a file beside its target, under another name, and renames it when it is complete: until then, and after any

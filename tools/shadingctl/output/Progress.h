@@ -1,4 +1,4 @@
-// A progress bar on standard error, for a person who waits.
+// A progress bar on standard error.
 #pragma once
 
 #include <chrono>

@@ -19,7 +19,7 @@ namespace shadingctl {
 // many as a span with both ends near may hold. Samples with the same us and position count once. Constant memory.
 class PendingRows {
  public:
-  // In any order; those that are there already are passed over.
+  // In any order; samples that were added before are ignored.
   void AddSample(std::int32_t camera, std::int64_t timeUs, float hallX, float hallY);
   void AddSample(std::int32_t camera, NSCam::Utils::SensorData const& sample);
 
@@ -27,11 +27,11 @@ class PendingRows {
 
   // The next row, once it is complete. A row waits for no more than 30 others.
   std::optional<FrameResult> Take();
-  // The next row, complete or not.
+  // The next row, even if it is not complete.
   std::optional<FrameResult> TakeAnyway();
 
  private:
-  // A batch may tell samples again that are so much older than the newest one, at slightly other times.
+  // A batch may repeat samples that are so much older than the newest one, with slightly different times.
   static constexpr std::int64_t kRepeatedUs = 100000;
   static constexpr std::size_t kLongestWait = 30;    // rows: as many as the library's history has frames
   static constexpr std::size_t kRemembered = 16384;  // samples of a camera: two seconds at 8 kHz

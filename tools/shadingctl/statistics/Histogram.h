@@ -1,4 +1,4 @@
-// How often which value came, in constant memory.
+// A histogram with logarithmic bins, in constant memory.
 #pragma once
 
 #include <array>

@@ -1,4 +1,4 @@
-// How regular the samples of a session are, as they were delivered. docs/replay-output.md explains every figure.
+// The regularity of a session's samples in their order of delivery. docs/replay-output.md explains every figure.
 #pragma once
 
 #include <array>
@@ -14,15 +14,15 @@ namespace shadingctl {
 
 // Takes samples in the order of delivery, in constant memory.
 //
-// An interval is the time from the latest sample so far to the next one that is later. A phone tells the samples around
-// the end of a batch again in the next one, with slightly different times: a sample that is not later than all before
-// it, or later by less than a quarter of the median interval, counts as repeated and its interval counts for nothing.
+// An interval is the time from the latest sample so far to the next one that is later. A phone repeats the samples
+// around the end of a batch in the next one, with slightly different times: a sample that is not later than all before
+// it, or later by less than a quarter of the median interval, counts as repeated and its interval is not counted.
 class SampleHealth {
  public:
   struct Report {
     std::uint64_t delivered = 0;
     std::uint64_t batches = 0;         // deliveries with at least one sample
-    std::uint64_t repeated = 0;        // samples that were told before
+    std::uint64_t repeated = 0;        // samples that repeat an earlier one
     std::uint64_t duplicates = 0;      // of these, the ones with the very time of one of the last few
     std::uint64_t backwardSteps = 0;   // samples that are earlier than the one delivered before
     std::optional<double> rateHz;      // samples that are not repeated, per second from the first to the last
