@@ -87,6 +87,7 @@ int Run(int argc, char** argv) {
   shadingctl::AddDoctorCommand(app, chosen);
   shadingctl::AddReportCommand(app, chosen);
   shadingctl::AddTraceCommand(app, chosen);
+  shadingctl::AddSummarizeCommand(app, chosen);
   shadingctl::AddCompletionCommand(app, chosen);
   shadingctl::AddManCommand(app, chosen);
   shadingctl::AddHelpCommand(app, chosen);

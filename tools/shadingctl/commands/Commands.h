@@ -29,6 +29,7 @@ void AddExplainCommand(CLI::App& app, Command& chosen);
 void AddDiffCommand(CLI::App& app, Command& chosen);
 void AddReportCommand(CLI::App& app, Command& chosen);
 void AddTraceCommand(CLI::App& app, Command& chosen);
+void AddSummarizeCommand(CLI::App& app, Command& chosen);
 
 // The manual pages and completions of all commands, those that are added later included.
 void AddManCommand(CLI::App& app, Command& chosen);

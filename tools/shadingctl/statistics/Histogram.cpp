@@ -34,11 +34,13 @@ void Histogram::Add(std::int64_t value) {
   ++mCount;
 }
 
-std::optional<double> Histogram::Median() const {
+std::optional<double> Histogram::Median() const { return AtRank(mCount / 2 + 1); }
+
+std::optional<double> Histogram::AtRank(std::uint64_t rank) const {
   std::uint64_t seen = 0;
   for (Part const& bin : mBins) {
     seen += bin.count;
-    if (seen > mCount / 2) return bin.Mean();
+    if (seen >= rank) return bin.Mean();
   }
   return std::nullopt;
 }

@@ -32,6 +32,9 @@ class Histogram {
   std::optional<double> Median() const;
   static constexpr double kMedianError = 1.0 / 64;
 
+  // The same of the value of that rank in ascending order, from 1; empty beyond count().
+  std::optional<double> AtRank(std::uint64_t rank) const;
+
   // The bins after that of `above`, up to and including that of `upTo`.
   Part Between(double above, double upTo) const;
 

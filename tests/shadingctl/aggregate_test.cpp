@@ -1,0 +1,153 @@
+// Many results put together, on results that are written by hand and on those of the program.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/shadingctl/Program.h"
+#include "tools/shadingctl/aggregate/Percentiles.h"
+
+namespace shadingctl {
+namespace {
+
+TEST(PercentilesOfMany, AreWithinTheStatedErrorOfTheSortedValues) {
+  // A skewed set over five orders of magnitude, in an order that is no help.
+  Percentiles quantities(Scale::kQuantity);
+  Percentiles shares(Scale::kShare);
+  std::vector<double> sorted;
+  for (int i = 0; i < 9973; ++i) {
+    double const value = std::pow(10.0, 5.0 * ((i * 3571) % 9973) / 9973.0);
+    quantities.Add(value);
+    shares.Add(value / 1e5);
+    sorted.push_back(value);
+  }
+  std::sort(sorted.begin(), sorted.end());
+  for (double const percent : {0.0, 1.0, 5.0, 37.0, 50.0, 95.0, 99.9, 100.0}) {
+    auto const rank = static_cast<std::size_t>(std::ceil(percent / 100 * 9973));
+    double const exact = sorted[std::max<std::size_t>(rank, 1) - 1];
+    EXPECT_NEAR(*quantities.At(percent), exact, std::max(1.0, exact * Percentiles::kQuantityError)) << percent;
+    EXPECT_NEAR(*shares.At(percent), exact / 1e5, Percentiles::kShareError) << percent;
+  }
+  EXPECT_EQ(quantities.least(), sorted.front());
+  EXPECT_EQ(quantities.largest(), sorted.back());
+}
+
+TEST(PercentilesOfMany, NoneOfNothingAndTheOneOfOne) {
+  Percentiles shares(Scale::kShare);
+  EXPECT_FALSE(shares.At(50));
+  shares.Add(0.99973);
+  EXPECT_EQ(shares.At(0), 0.99973);  // never outside of the values, whatever the step
+  EXPECT_EQ(shares.At(100), 0.99973);
+}
+
+// A result of one camera with `start` of `frames` frames matched, the first ten of which are a warm-up.
+std::string Result(std::string const& session, int frames, int start, double rateHz) {
+  return fmt::format(R"({{"schema": "shadingctl-replay", "version": 1, "settings": {{"session": "{}"}},
+    "frames": [{{"frame": 1, "match": "start"}}, {{"frame": 2, "match": "start"}}],
+    "complete": true, "error": null,
+    "summary": {{"cameras": [{{"camera": 2, "frames": {}, "warm_up_frames": 10, "recorded_ns": 1500000000,
+      "matches": {{"start": {}, "no_start": {}, "warm_up": 10}},
+      "coverage": {{"median": 0.5}}, "carried_age_us": {{"largest": null}},
+      "samples": {{"delivered": 700, "rate_hz": {}, "jitter_us": 10.0, "longest_us": 2000.0}},
+      "answers": {{"recorded": 0, "different": 0}}}}]}},
+    "findings": [{{"code": "window", "camera": 2, "frames": {{"count": 3, "first": [1]}}}}]}})",
+                     session, frames, start, frames - 10 - start, rateHz);
+}
+
+class Summarize : public testing::Test {
+ protected:
+  std::string Path(std::string const& name) const { return mDirectory.path() + "/" + name; }
+
+  TemporaryDirectory const mDirectory;
+};
+
+TEST_F(Summarize, CountsAddUpAndTheWorstComesFirst) {
+  mDirectory.Write("a.json", Result("morning", 110, 80, 200));
+  mDirectory.Write("b.json", Result("noon", 110, 20, 400));
+  mDirectory.Write("c.json", Result("evening", 60, 50, 800));
+  Outcome const outcome =
+      RunTool("summarize " + Path("a.json") + " " + Path("b.json") + " " + Path("c.json") + " --format json --worst 2");
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  auto const totals = nlohmann::json::parse(outcome.out);
+  EXPECT_EQ(totals["results"], nlohmann::json::parse(R"({"read": 3, "ended_early": 0, "unusable": 0})"));
+  EXPECT_EQ(totals["frames"], 280);
+  EXPECT_EQ(totals["warm_up_frames"], 30);
+  EXPECT_EQ(totals["recorded_ns"], 4500000000);
+  EXPECT_EQ(totals["matches"], nlohmann::json::parse(R"({"start": 150, "no_start": 100, "warm_up": 30})"));
+  EXPECT_EQ(totals["findings"], nlohmann::json::parse(R"({"window": {"cameras": 3, "frames": 9}})"));
+  auto const& rates = totals["measures"]["match_rate"];
+  EXPECT_EQ(rates["least"], 0.2);
+  EXPECT_EQ(rates["percentiles"]["50"], 0.8);
+  EXPECT_EQ(rates["largest"], 1.0);
+  EXPECT_EQ(totals["measures"]["carried_age_us"]["cameras"], 0);
+  EXPECT_TRUE(totals["measures"]["carried_age_us"]["percentiles"]["50"].is_null());
+  ASSERT_EQ(totals["worst"].size(), 2U);
+  EXPECT_EQ(totals["worst"][0]["session"], "noon");
+  EXPECT_EQ(totals["worst"][1]["session"], "morning");
+}
+
+TEST_F(Summarize, ListOnStandardInputGivesTheSame) {
+  mDirectory.Write("a.json", Result("morning", 110, 80, 200));
+  mDirectory.Write("b.json", Result("noon", 110, 20, 400));
+  std::string const named = RunTool("summarize " + Path("a.json") + " " + Path("b.json")).out;
+  Outcome const listed =
+      RunScript("printf '%s\\n\\n%s' " + Path("a.json") + " " + Path("b.json") + " | shadingctl summarize");
+  EXPECT_EQ(listed.exitCode, 0) << listed.err;
+  EXPECT_EQ(listed.out, named);
+  EXPECT_NE(named.find("Matched    start 100 (50.0 %), no_start 100 (50.0 %)\n"), std::string::npos) << named;
+  EXPECT_NE(named.find("Worst      20.0 %  noon, camera 2 ("), std::string::npos) << named;
+}
+
+struct Unusable {
+  char const* name;
+  std::string text;
+  char const* told;
+};
+
+TEST_F(Summarize, UnusableResultsAreToldAndLeftOut) {
+  std::string const whole = Result("morning", 110, 80, 200);
+  std::vector<Unusable> const rows = {
+      {"cut", whole.substr(0, whole.size() / 2), "is no result of replay --format json: "},
+      {"other", R"({"schema": "shadingctl-budget", "version": 1})", "found \"shadingctl-budget\" of version 1\n"},
+      {"newer", R"({"schema": "shadingctl-replay", "version": 2})", "found \"shadingctl-replay\" of version 2\n"},
+      {"negative", Replaced(whole, "\"frames\": 110", "\"frames\": -1"),
+       "frames: expected a whole number from 0, found -1"},
+      {"list", "[]", "is no result of replay --format json: "},
+      {"short", Replaced(whole, "\"findings\"", "\"foundings\""), "findings"}};
+  mDirectory.Write("whole.json", whole);
+  for (Unusable const& row : rows) {
+    mDirectory.Write(row.name, row.text);
+    Outcome const outcome = RunTool("summarize " + Path(row.name) + " " + Path("whole.json"));
+    EXPECT_EQ(outcome.exitCode, 3) << row.name;
+    EXPECT_NE(outcome.err.find(row.told), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.out.find("Results    1 read, 0 of them ended early; 1 unusable\n"), std::string::npos)
+        << outcome.out;
+    EXPECT_NE(outcome.out.find("Frames     110 of 1 cameras"), std::string::npos) << outcome.out;
+  }
+  EXPECT_NE(RunTool("summarize " + Path("absent")).err.find("absent: cannot be read: No such file"), std::string::npos);
+  EXPECT_EQ(RunScript("shadingctl summarize </dev/null").exitCode, 3);
+}
+
+TEST_F(Summarize, ReadsWhatReplayWrites) {
+  ASSERT_EQ(RunTool("replay --format json -o " + Path("whole.json")).exitCode, 0);
+  Outcome const outcome = RunTool("summarize " + Path("whole.json"));
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("Frames     297 of 1 cameras, 4.983 s; 4 of them in a warm-up\n"
+                             "Matched    start 284 (96.9 %), carried 1 (0.3 %), no_window 8 (2.7 %)\n"
+                             "Samples    5418\n"),
+            std::string::npos)
+      << outcome.out;
+  // A replay that ended early counts, and is told.
+  mDirectory.Write("early.json", Replaced(Result("evening", 60, 50, 800), "\"complete\": true, \"error\": null",
+                                          "\"complete\": false, \"error\": \"hall.csv:7: cut\""));
+  Outcome const early = RunTool("summarize " + Path("early.json"));
+  EXPECT_EQ(early.exitCode, 3);
+  EXPECT_NE(early.err.find("ended early: hall.csv:7: cut\n"), std::string::npos) << early.err;
+}
+
+}  // namespace
+}  // namespace shadingctl

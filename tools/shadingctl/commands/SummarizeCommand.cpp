@@ -1,0 +1,98 @@
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hosting/Interruption.h"
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/aggregate/ReplayResult.h"
+#include "tools/shadingctl/aggregate/Totals.h"
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
+
+namespace shadingctl {
+namespace {
+
+struct Arguments {
+  std::vector<std::string> names;  // none: standard input lists them
+  std::size_t worst = 10;
+  bool isJson = false;
+  std::string output;
+};
+
+void AddResult(Totals& totals, std::string const& name) {
+  if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+  try {
+    ReplayResult const result = ReadReplayResult(name);
+    totals.Add(name, result);
+    if (!result.isComplete) Tell(fmt::format("{}: ended early: {}", name, result.error));
+  } catch (hosting::UnusableInput const& unusable) {
+    totals.AddUnusable();
+    Tell(unusable.what());
+  }
+}
+
+int Summarize(Arguments const& arguments) {
+  RefuseOverwriting(arguments.names, {arguments.output});
+  OutputFile output(arguments.output);
+  Totals totals(arguments.worst);
+  for (std::string const& name : arguments.names) AddResult(totals, name);
+  if (arguments.names.empty()) {
+    for (std::string name; std::getline(std::cin, name);) {
+      if (name.empty()) continue;
+      RefuseOverwriting({name}, {arguments.output});
+      AddResult(totals, name);
+    }
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+  }
+  if (totals.results() + totals.unusable() == 0) throw hosting::UnusableInput("expected names of results, found none");
+  output.Write(arguments.isJson ? totals.Json() : totals.Text());
+  output.Finish();
+  if (totals.unusable() + totals.unfinished() > 0) return kExitUnusable;
+  return totals.differentAnswers() > 0 ? kExitDifference : kExitDone;
+}
+
+constexpr char const* kExamples =
+    R"(Results that cannot be used are told and left out; the others are put together all the
+same. Memory does not grow with their number. docs/many.md has the columns, and scripts
+that replay many recordings on one machine or on a cluster.
+
+Exit code: 0 all results are whole, 1 and an answer in them differs from the recorded
+one, 3 one is missing, broken, or of a replay that ended early.
+
+Examples:
+  shadingctl summarize results/*.json
+  find results -name '*.json' | sort | shadingctl summarize --worst 20
+  shadingctl summarize --format json -o totals.json <list.txt)";
+
+}  // namespace
+
+void AddSummarizeCommand(CLI::App& app, Command& chosen) {
+  auto const arguments = std::make_shared<Arguments>();
+  CLI::App* const command = app.add_subcommand("summarize", "Put the results of many replays together");
+  command->footer(kExamples);
+  command->add_option("RESULT", arguments->names,
+                      "Files that replay --format json wrote; without one, standard input lists them, one a line");
+  AddNumber(*command, "--worst", arguments->worst, std::size_t{0}, std::size_t{10000},
+            "How many cameras with the lowest match rates to name");
+  command
+      ->add_option_function<std::string>(
+          "--format", [arguments](std::string const& name) { arguments->isJson = name == "json"; },
+          "How to show the result")
+      ->default_str("table")
+      ->check(CLI::IsMember({"table", "json"}));
+  AddOutput(*command, arguments->output);
+  command->callback([arguments, &chosen] {
+    if (arguments->names.empty() && isatty(STDIN_FILENO)) throw CLI::RequiredError("RESULT");
+    chosen = [arguments] { return Summarize(*arguments); };
+  });
+}
+
+}  // namespace shadingctl
