@@ -48,4 +48,4 @@ endif()
 
 set(documentation ${CMAKE_INSTALL_DATADIR}/doc/vcam-shadingutil)
 install(FILES README.md CHANGELOG.md DESTINATION ${documentation})
-install(DIRECTORY docs DESTINATION ${documentation} FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs DESTINATION ${documentation} FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
