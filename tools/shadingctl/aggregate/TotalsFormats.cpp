@@ -1,23 +1,16 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
 #include "tools/shadingctl/aggregate/Totals.h"
+#include "tools/shadingctl/output/PercentText.h"
 
 namespace shadingctl {
 namespace {
 
 constexpr double kPercents[] = {1, 5, 25, 50, 75, 95, 99};
-
-// A part that is neither nothing nor all is never rounded to either.
-std::string PercentText(std::uint64_t part, std::uint64_t all) {
-  if (all == 0) return "none";
-  std::string const text = fmt::format("{:.1f}", 100.0 * static_cast<double>(part) / static_cast<double>(all));
-  if (text == "100.0" && part < all) return ">99.9 %";
-  if (text == "0.0" && part > 0) return "<0.1 %";
-  return text + " %";
-}
 
 std::string ValueText(Measure const& measure, std::optional<double> const& value) {
   return measure.scale == Scale::kShare ? fmt::format("{:.1f}", 100 * *value) : fmt::format("{:.0f}", *value);
@@ -36,7 +29,8 @@ std::string Totals::MatchText() const {
   std::string text;
   for (auto const& [name, count] : mSum.matches) {
     if (count == 0 || name == "warm_up") continue;
-    text += fmt::format("{}{} {} ({})", text.empty() ? "" : ", ", name, count, PercentText(count, WarmFrames()));
+    text += fmt::format("{}{} {} ({})", text.empty() ? "" : ", ", name, count,
+                        PercentText(count, std::max<std::uint64_t>(WarmFrames(), 1)));
   }
   return text.empty() ? "none" : text;
 }

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "tools/shadingctl/output/PercentText.h"
 #include "tools/shadingctl/replay/Summary.h"
 
 namespace shadingctl {
@@ -12,14 +13,6 @@ namespace {
 template <class Number>
 std::string OrUntold(std::optional<Number> const& number) {
   return number ? fmt::format("{}", *number) : "not told at this log level";
-}
-
-// A part that is neither nothing nor all is never rounded to either.
-std::string PercentText(std::uint64_t part, std::uint64_t all) {
-  std::string const text = fmt::format("{:.1f}", 100.0 * static_cast<double>(part) / static_cast<double>(all));
-  if (text == "100.0" && part < all) return ">99.9 %";
-  if (text == "0.0" && part > 0) return "<0.1 %";
-  return text + " %";
 }
 
 std::string RangeText(Range const& range) {
