@@ -116,6 +116,8 @@ TEST_F(Summarize, UnusableResultsAreToldAndLeftOut) {
       {"newer", R"({"schema": "shadingctl-replay", "version": 2})", "found \"shadingctl-replay\" of version 2\n"},
       {"negative", Replaced(whole, "\"frames\": 110", "\"frames\": -1"),
        "frames: expected a whole number from 0, found -1"},
+      {"warm", Replaced(whole, "\"warm_up_frames\": 10", "\"warm_up_frames\": 111"),
+       "warm_up_frames: expected at most 110, found 111"},
       {"list", "[]", "is no result of replay --format json: "},
       {"short", Replaced(whole, "\"findings\"", "\"foundings\""), "findings"}};
   mDirectory.Write("whole.json", whole);

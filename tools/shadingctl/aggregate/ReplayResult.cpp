@@ -33,6 +33,10 @@ CameraResult CameraOf(Json const& object) {
   camera.camera = object.at("camera").get<std::int64_t>();
   camera.frames = CountOf(object, "frames");
   camera.warmUpFrames = CountOf(object, "warm_up_frames");
+  if (camera.warmUpFrames > camera.frames) {
+    throw hosting::UnusableInput(
+        fmt::format("warm_up_frames: expected at most {}, found {}", camera.frames, camera.warmUpFrames));
+  }
   camera.recordedNs = CountOf(object, "recorded_ns");
   Json const& matches = object.at("matches");
   for (auto const& kind : matches.items()) {
