@@ -47,7 +47,7 @@ TEST(PercentilesOfMany, NoneOfNothingAndTheOneOfOne) {
 // A result of one camera with `start` of `frames` frames matched, the first ten of which are a warm-up.
 std::string Result(std::string const& session, int frames, int start, double rateHz) {
   return fmt::format(R"({{"schema": "shadingctl-replay", "version": 1, "settings": {{"session": "{}"}},
-    "frames": [{{"frame": 1, "match": "start"}}, {{"frame": 2, "match": "start"}}],
+    "frames": [{{"frame": 1, "timestamp_ns": 7}}, {{"frame": 2, "timestamp_ns": 9}}],
     "complete": true, "error": null,
     "summary": {{"cameras": [{{"camera": 2, "frames": {}, "warm_up_frames": 10, "recorded_ns": 1500000000,
       "matches": {{"start": {}, "no_start": {}, "warm_up": 10}},
@@ -111,15 +111,17 @@ struct Unusable {
 TEST_F(Summarize, UnusableResultsAreToldAndLeftOut) {
   std::string const whole = Result("morning", 110, 80, 200);
   std::vector<Unusable> const rows = {
-      {"cut", whole.substr(0, whole.size() / 2), "is no result of replay --format json: "},
-      {"other", R"({"schema": "shadingctl-budget", "version": 1})", "found \"shadingctl-budget\" of version 1\n"},
-      {"newer", R"({"schema": "shadingctl-replay", "version": 2})", "found \"shadingctl-replay\" of version 2\n"},
+      {"cut", whole.substr(0, whole.size() / 2), "cut: expected JSON, found parse error"},
+      {"other", R"({"schema": "shadingctl-budget", "version": 1})",
+       "schema: expected \"shadingctl-replay\", found \"shadingctl-budget\"\n"},
+      {"newer", R"({"schema": "shadingctl-replay", "version": 2})", "version: expected 1, found 2\n"},
       {"negative", Replaced(whole, "\"frames\": 110", "\"frames\": -1"),
        "frames: expected a whole number from 0, found -1"},
       {"warm", Replaced(whole, "\"warm_up_frames\": 10", "\"warm_up_frames\": 111"),
        "warm_up_frames: expected at most 110, found 111"},
-      {"list", "[]", "is no result of replay --format json: "},
-      {"short", Replaced(whole, "\"findings\"", "\"foundings\""), "findings"}};
+      {"list", "[]", "list:"},
+      {"short", Replaced(whole, "\"cameras\"", "\"lenses\""),
+       "short: expected a result of replay --format json, found "}};
   mDirectory.Write("whole.json", whole);
   for (Unusable const& row : rows) {
     mDirectory.Write(row.name, row.text);

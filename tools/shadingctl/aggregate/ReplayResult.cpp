@@ -2,12 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <system_error>
 
 #include "hosting/UnusableInput.h"
+#include "tools/shadingctl/results/ResultFile.h"
 
 namespace shadingctl {
 namespace {
@@ -53,40 +51,27 @@ CameraResult CameraOf(Json const& object) {
   return camera;
 }
 
-ReplayResult ResultOf(Json const& document) {
-  constexpr char const* kSchema = "shadingctl-replay";
-  constexpr int kVersion = 1;
-  if (document.at("schema") != kSchema || document.at("version") != kVersion) {
-    throw hosting::UnusableInput(fmt::format("expected {} of version {}, found {} of version {}", kSchema, kVersion,
-                                             document.at("schema").dump(), document.at("version").dump()));
-  }
+ReplayResult ResultOf(ResultHead const& head) {
   ReplayResult result;
-  result.session = document.at("settings").at("session").get<std::string>();
-  result.isComplete = document.at("complete").get<bool>();
-  if (!result.isComplete && document.at("error").is_string()) result.error = document.at("error").get<std::string>();
-  for (Json const& camera : document.at("summary").at("cameras")) result.cameras.push_back(CameraOf(camera));
-  for (Json const& finding : document.at("findings")) {
+  result.session = head.settings.at("session").get<std::string>();
+  result.isComplete = head.isComplete;
+  result.error = head.error;
+  for (Json const& camera : head.summary.at("cameras")) result.cameras.push_back(CameraOf(camera));
+  for (Json const& finding : head.findings) {
     result.findings.push_back({finding.at("code").get<std::string>(), CountOf(finding.at("frames"), "count")});
   }
   return result;
 }
 
-// The rows are passed over as they are read.
-bool IsWanted(int depth, Json::parse_event_t event, Json const& parsed) {
-  return !(depth == 1 && event == Json::parse_event_t::key && parsed == "frames");
-}
-
 }  // namespace
 
 ReplayResult ReadReplayResult(std::string const& path) {
-  std::ifstream file(path);
-  if (!file) {
-    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", path, std::generic_category().message(errno)));
-  }
+  ResultHead const head = ReadResult(path, [](Json const&) {});
   try {
-    return ResultOf(Json::parse(file, IsWanted));
+    return ResultOf(head);
   } catch (Json::exception const& error) {
-    throw hosting::UnusableInput(fmt::format("{}: is no result of replay --format json: {}", path, error.what()));
+    throw hosting::UnusableInput(
+        fmt::format("{}: expected a result of replay --format json, found {}", path, error.what()));
   } catch (hosting::UnusableInput const& error) {
     throw hosting::UnusableInput(fmt::format("{}: {}", path, error.what()));
   }

@@ -38,8 +38,8 @@ struct ReplayResult {
   std::vector<ResultFinding> findings;
 };
 
-// Reads a result in the memory of one without rows, however many rows it has. Throws UnusableInput when the file cannot
-// be read or is no such result of a known version.
+// Reads a result in the memory of one without rows, however many rows it has; "-" is standard input. Throws
+// UnusableInput when the file cannot be read or is no such result of a known version.
 ReplayResult ReadReplayResult(std::string const& path);
 
 }  // namespace shadingctl
