@@ -214,7 +214,7 @@ TEST(Explanations, TellTheWorkedFrameStepByStep) {
       "  The position is (136.666672, -10).\n"
       "  That is 7.33 units from the mean of the samples of the frame's own readout.");
 
-  Json const json = Json::parse(RunTool("explain --frame 7 --format json " + directory.path()).out);
+  Json const json = Json::parse(RunTool("explain --frame 7 --format json " + directory.path() + "/hall.csv").out);
   EXPECT_EQ(json["frames"][0]["end_index"], 60);
   EXPECT_EQ(json["explained"][0]["text"], "followed the lens over 100 % of the readout");
 }
