@@ -189,7 +189,9 @@ void AddExplainCommand(CLI::App& app, Command& chosen) {
   auto const arguments = std::make_shared<Arguments>();
   CLI::App* const command = app.add_subcommand("explain", "Say in plain words what became of a frame, and why");
   command->footer(kExamples);
-  command->add_option("SOURCE", arguments->source, "Recording (its directory or a file of it), or a log; - is standard input")
+  command
+      ->add_option("SOURCE", arguments->source,
+                   "Recording (its directory or a file of it), or a log; - is standard input")
       ->required();
   AddNumber(*command, "--frame", arguments->frame, std::uint32_t{0}, std::uint32_t{4294967295},
             "Explain only the frame of this number, step by step");
