@@ -144,7 +144,7 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
       {9, {1000}},
       {10, {2000, 2900, 4000}},  // intervals 1000, 900, 1100
       {11, {2901}},
-      {12, {4002, 5000, 6000}},               // 2901 and 4002 were told before; 998, 1000
+      {12, {4002, 5000, 6000}},               // 2901 and 4002 are repeats; 998, 1000
       {15, {5000, 6000, 7000, 9500, 10500}},  // the very same times; 1000, a gap of 2500, 1000
       {16, {10600}},
   };

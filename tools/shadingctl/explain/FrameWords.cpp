@@ -132,7 +132,7 @@ std::vector<std::string> Story(FrameResult const& result, FrameFacts const& fact
                     *result.startIndex, *result.endIndex, WhyNoEnd(facts), *facts.endDistanceUs));
     story.push_back(fmt::format("It covers {} of the readout{}.", Percent(facts.coverage),
                                 facts.repeated > 0
-                                    ? fmt::format(", and {} of its {} samples were told before and weigh twice",
+                                    ? fmt::format(", and {} of its {} samples are repeats, which weigh twice",
                                                   facts.repeated, facts.spanEntries)
                                     : ""));
   }

@@ -57,13 +57,13 @@ std::optional<SessionFinding> LongExposure(SessionFacts const& facts) {
       frames};
 }
 
-// repeated. Samples that were told before weigh twice in a mean. Told from one sample in a hundred of the spans on.
+// repeated. A repeated sample weighs twice in a mean. Reported from one sample in a hundred of the spans on.
 std::optional<SessionFinding> Repeated(SessionFacts const& facts) {
   MatchFacts const& match = facts.match();
   double const share = Share(match.repeatedSamples, match.spanSamples);
   if (share < kWorthTelling) return std::nullopt;
   return SessionFinding{"repeated",
-                        fmt::format("{:.0f} % of the samples in the spans were told before, so they weigh twice, in {}",
+                        fmt::format("{:.0f} % of the samples in the spans are repeats, which weigh twice, in {}",
                                     100 * share, FramesText(match.repeated, facts)),
                         "drop what a batch repeats from the one before",
                         {{"share", share}},

@@ -8,7 +8,7 @@ namespace shadingctl {
 namespace {
 
 constexpr double kStepUnits = 1e6;            // a step is counted in millionths
-constexpr std::int64_t kRepeatPart = 4;       // of the interval before: a sample told again comes sooner
+constexpr std::int64_t kRepeatPart = 4;       // of the interval before: a repeated sample comes sooner
 constexpr std::int64_t kLongestInterval = 2;  // intervals; over a longer pause the lens may go anywhere
 constexpr std::int64_t kAdaption = 8;         // an interval that nothing keeps up with shrinks by this part
 constexpr std::int64_t kLongestNs = INT64_MAX / 8;

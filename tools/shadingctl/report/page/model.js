@@ -111,7 +111,7 @@ function decimate(timesUs, values, fromUs, toUs, buckets) {
 }
 
 // The intervals between samples as they were delivered, by the rules of the replay's sample health: a sample that is
-// not later than all before it, or by less than a quarter of the median, was told before.
+// not later than all before it, or by less than a quarter of the median, is a repeat.
 function intervalsOf(samples) {
   const forward = [];
   let latestUs = -Infinity;
