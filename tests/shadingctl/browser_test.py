@@ -48,12 +48,15 @@ def make_results(tool, place):
     replay('builtin')
     replay('sick', place / 'sick')
     replay('reset', place / 'sick', '--reset-matched')
+    replay('part', place / 'sick', '--range', '40:60')
     replay('pair', place / 'pair')
     replay('long', place / 'long')
     run('replay', '--quiet', '--format', 'json', '--log-level', 0, '-o', place / 'sparse.json')
     run('calibration', '--all', '--format', 'json', '-o', place / 'calibration.json', codes=(1,))
     reports = {name: [name] for name in ('builtin', 'sick', 'pair', 'long', 'sparse', 'calibration')}
     reports['both'] = ['sick', 'reset']
+    reports['fewer'] = ['sick', 'part']
+    reports['more'] = ['part', 'sick']
     for name, results in reports.items():
         run('report', *(place / f'{result}.json' for result in results), '-o', place / f'{name}.html')
     return reports
@@ -179,8 +182,10 @@ class Reports(unittest.TestCase):
         ''')
 
     def expect_frame(self, frame):
+        self.expect_numbers(self.shown(), frame)
+
+    def expect_numbers(self, shown, frame):
         expected = {key: value for key, value in frame.items() if value is not None}
-        shown = self.shown()
         self.assertGreaterEqual(len(shown), 8)
         for key, text in shown.items():
             value = expected[key]
@@ -311,6 +316,62 @@ class Reports(unittest.TestCase):
         self.browser.press('0')
         self.browser.settle()
         self.assertEqual(self.browser.run(axis), before)
+
+    def filter_differing(self):
+        """Ticks the filter; answers the number beside it and the numbers of the frames that are listed then."""
+        text = self.browser.run('const box = document.querySelector(".only-differing"); box.click(); '
+                                'return box.parentElement.textContent')
+        listed = self.browser.run('''
+            const list = document.querySelector('.list');
+            const found = new Set();
+            for (list.scrollTop = 0;; list.scrollTop += 200) {
+              list.dispatchEvent(new Event('scroll'));
+              const before = list.scrollTop;
+              for (const row of list.querySelectorAll('.list-row')) found.add(Number(row.dataset.frame));
+              if (before + list.clientHeight >= list.scrollHeight - 1) return [...found];
+            }''')
+        return int(text.rsplit('(', 1)[1].rstrip(')').replace('\u202f', '')), listed
+
+    def test_two_results_show_where_they_differ(self):
+        first, second = ({frame['frame']: frame for frame in self.result(name)['frames']} for name in ('sick', 'reset'))
+        differing = {number: {key for key in frame if frame[key] != second[number][key]}
+                     for number, frame in first.items() if frame != second[number]}
+        self.assertIn('carried', {first[number]['match'] for number in differing})
+        self.open('both')
+        self.assertEqual(self.filter_differing(), (len(differing), list(differing)))
+        for number in list(differing)[:5]:
+            self.expect_frame(first[number])
+            marked, beside = self.browser.run('''
+                const keys = (view, type) => [...view.querySelectorAll(type)].map((e) => [e.dataset.key, e.textContent]);
+                const views = [...document.querySelectorAll('#frames [data-frame]:not(.list-row)')];
+                return [keys(views[0], '.differs [data-key]'), keys(views[1], '[data-key]')];''')
+            self.assertEqual({key for key, _ in marked}, differing[number] & set(self.shown()))
+            self.expect_numbers(dict(beside), second[number])
+            self.browser.press('ArrowRight')
+        text = self.browser.run('return document.body.innerText')
+        self.assertIn('reset matched: false in the first, true in the second', text)
+        codes = [self.browser.run('return [...document.querySelectorAll(`#findings-${arguments[0]} [data-code]`)]'
+                                  '.map((e) => e.dataset.code)', part) for part in ('both', '0')]
+        self.assertNotIn('carried', codes[0])
+        self.assertIn('carried', codes[1])
+
+    def test_frames_that_one_of_two_results_lacks_are_told(self):
+        numbers = [frame['frame'] for frame in self.result('sick')['frames']]
+        absent = [number for number in numbers if not 40 <= number <= 60]
+        self.open('fewer')
+        self.assertEqual(self.filter_differing(), (len(absent), absent))
+        self.assertIn('The second does not have this frame', self.browser.run('return document.body.innerText'))
+        self.open('more')
+        self.assertEqual(self.filter_differing(), (0, []))
+        self.assertIn(f'{len(absent)} frames of the second are not in the first',
+                      self.browser.run('return document.body.innerText'))
+
+    def test_a_printed_page_holds_the_whole_axis(self):
+        self.open('sick')
+        right = '''window.dispatchEvent(new Event(arguments[0]));
+            return Math.max(...[...document.querySelectorAll('.plot canvas')].map((c) => c.getBoundingClientRect().width));'''
+        self.assertLessEqual(self.browser.run(right, 'beforeprint'), 701)
+        self.assertGreater(self.browser.run(right, 'afterprint'), 1000)
 
     def test_a_result_without_samples_says_so(self):
         self.open('sparse')

@@ -52,7 +52,7 @@ function blockPart(title, rows) {
   const [least, most] = [Math.min(...all), Math.max(...all)];
   const unity = least <= UNITY && UNITY <= most ? `; the line is ${count(UNITY)}, a gain of 1` : '';
   part.insertAdjacentHTML('beforeend', drawRows(rows, title));
-  part.append(element('p', {class: 'soft'}, `${count(least)} to ${count(most)}${unity}`));
+  part.append(element('p', {class: 'soft'}, `${rows[0].length} values a row, ${count(least)} to ${count(most)}${unity}`));
   return part;
 }
 

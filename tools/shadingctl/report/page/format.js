@@ -45,6 +45,11 @@ function count(value) {
   return value === null || value === undefined ? MISSING : grouped(String(value));
 }
 
+// A text of the tool, which writes ASCII.
+function typeset(text) {
+  return text.replace(/(\d) us\b/g, '$1\u00a0µs');
+}
+
 function escapeText(text) {
   return String(text).replace(/[&<>"]/g, (c) => ({'&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;'})[c]);
 }

@@ -5,7 +5,7 @@ const ROW_HEIGHT = 28;  // px, as in style.css
 const LIST_COLUMNS = [
   {title: 'frame', class: 'number', text: (f) => String(f.frame)},
   {title: 'time', class: 'number', text: (f) => `${(f.timeUs / 1e6).toFixed(3)} s`},
-  {title: 'match and reason', class: '', text: (f) => f.message ? `${f.match}: ${f.message}` : f.match},
+  {title: 'match and reason', class: '', text: (f) => f.message ? `${f.match}: ${typeset(f.message)}` : f.match},
   {title: 'start µs', class: 'number', text: (f) => plain(f.start_distance_us)},
   {title: 'end µs', class: 'number', text: (f) => plain(f.end_distance_us)},
   {title: 'covers', class: 'number', text: (f) => f.span_us || f.coverage !== null ? percent(f.coverage) : MISSING},
@@ -13,8 +13,10 @@ const LIST_COLUMNS = [
 
 // Shows the rows that fit, so that any number of frames scrolls smoothly.
 class FrameList {
-  constructor(frames, choose) {
+  // `isOfTwo`: the frames have others of a second result, beside which they are listed.
+  constructor(frames, choose, isOfTwo) {
     this.all = frames;
+    this.isOfTwo = isOfTwo;
     this.shown = frames;
     this.choose = choose;
     this.chosen = null;
@@ -22,14 +24,19 @@ class FrameList {
     this.list = element('div', {class: 'list', role: 'listbox', tabindex: '0', 'aria-label': 'frames'}, this.spacer);
     this.list.addEventListener('scroll', () => this.draw());
     this.list.addEventListener('keydown', (event) => this.press(event));
-    const head = element('div', {class: 'list-head', 'aria-hidden': 'true'}, element('span'),
+    const head = element('div', {class: this.rowClass('list-head'), 'aria-hidden': 'true'}, element('span'),
                          ...LIST_COLUMNS.map((column) => element('span', {class: column.class}, column.title)));
     this.element = element('div', {class: 'list-part'}, this.filters(), head, this.list);
+  }
+
+  rowClass(name) {
+    return this.isOfTwo ? `${name} of-two` : name;
   }
 
   filters() {
     const bar = element('div', {class: 'bar', role: 'group', 'aria-label': 'kinds of frames to list'});
     this.hidden = new Set();
+    this.onlyDiffering = false;
     for (const kind of KINDS) {
       const frames = this.all.filter((frame) => frame.kind === kind.key).length;
       if (frames === 0) continue;
@@ -42,11 +49,22 @@ class FrameList {
       bar.append(element('label', {class: 'key'}, box, element('span', {class: `swatch ${kind.key}`}),
                          `${kind.label} (${count(frames)})`));
     }
+    if (this.isOfTwo) bar.append(this.differingFilter());
     return bar;
   }
 
+  differingFilter() {
+    const box = element('input', {type: 'checkbox', class: 'only-differing'});
+    box.addEventListener('change', () => {
+      this.onlyDiffering = box.checked;
+      this.filter();
+    });
+    return element('label', {class: 'key', title: 'also frames that the second does not have'}, box,
+                   `only frames that differ (${count(this.all.filter(differs).length)})`);
+  }
+
   filter() {
-    this.shown = this.all.filter((frame) => !this.hidden.has(frame.kind));
+    this.shown = this.all.filter((frame) => !this.hidden.has(frame.kind) && (!this.onlyDiffering || differs(frame)));
     this.list.scrollTop = 0;
     this.draw();
     if (this.shown.length > 0 && !this.shown.includes(this.chosen)) this.choose(this.shown[0]);
@@ -61,9 +79,11 @@ class FrameList {
   }
 
   row(frame, index) {
-    const row = element('div', {class: 'list-row', role: 'option', 'data-frame': frame.frame,
+    const swatches = element('span', {class: 'swatches'}, element('span', {class: `swatch ${frame.kind}`}));
+    if (frame.other) swatches.append(element('span', {class: `swatch hollow ${frame.other.kind}`}));
+    const row = element('div', {class: this.rowClass('list-row'), role: 'option', 'data-frame': frame.frame,
                                 'aria-selected': String(frame === this.chosen), title: frame.message ?? ''},
-                        element('span', {class: `swatch ${frame.kind}`}),
+                        swatches,
                         ...LIST_COLUMNS.map((column) => element('span', {class: column.class}, column.text(frame))));
     row.style.top = `${index * ROW_HEIGHT}px`;
     row.addEventListener('click', () => this.choose(frame));
@@ -119,7 +139,9 @@ function factsOf(result, frame) {
     const value = key === 'timestamp_ns' ? exactTimestamp(result, frame) : frame[key];
     if (value === null || value === undefined) continue;
     const number = element('span', {'data-key': key}, String(value));
-    facts.append(element('div', {class: key === 'message' ? 'wide' : null}, element('dt', {}, label),
+    const isDiffering = frame.differing?.has(key === 'timestamp_ns' ? 'time_ns' : key);
+    const classes = [key === 'message' ? 'wide' : '', isDiffering ? 'differs' : ''].join(' ').trim();
+    facts.append(element('div', {class: classes || null}, element('dt', {}, label),
                          element('dd', {}, number, unit ? ` ${unit}` : '')));
   }
   return facts;

@@ -1,7 +1,7 @@
 'use strict';
 // How regular the samples are: rate, jitter, gaps.
 
-const CHART = {width: 640, height: 200, left: 8, right: 8, bottom: 26, top: 22};
+const CHART = {width: 640, height: 210, left: 8, right: 8, bottom: 32, top: 28};
 
 function drawHistogram(histogram) {
   const {width, height, left, right, bottom, top} = CHART;
@@ -19,7 +19,7 @@ function drawHistogram(histogram) {
                   [width - right, 'end', histogram.most]]
     .map(([x, anchor, us]) => `<text x="${x}" y="${height - 8}" text-anchor="${anchor}">${us.toFixed(1)} µs</text>`);
   return `<svg class="chart" viewBox="0 0 ${width} ${height}" role="img" aria-label="histogram of sample intervals">` +
-         `<text x="${left}" y="14">most frequent: ${count(most)} intervals</text>` +
+         `<text x="${left}" y="18">most frequent: ${count(most)} intervals</text>` +
          `<path d="M${left} ${floor + 0.5}H${width - right}" class="line"/>${bars.join('')}${labels.join('')}</svg>`;
 }
 
@@ -60,7 +60,7 @@ function healthOf(result, camera) {
     ]));
   }
   if (!samples) {
-    parts.push(element('p', {class: 'soft'}, 'The result holds no samples, as one of replay --samples does.'));
+    parts.push(element('p', {class: 'soft'}, 'The result holds no samples (replay --samples keeps them).'));
     return parts;
   }
   const intervals = intervalsOf(samples);

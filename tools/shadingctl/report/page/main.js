@@ -1,14 +1,31 @@
 'use strict';
 // Puts the page together.
 
+const PRINTED_WIDTH = 700;  // px of the plots: what A4 and letter paper have between narrow margins
+
 function headerOf(results) {
   const sessions = results.map((result) => result.settings?.session ?? result.name);
   const names = new Set(sessions).size === sessions.length ? sessions : results.map((result) => result.name);
   document.title = `Shading report: ${names.join(' and ')}`;
   const settings = results[0].settings ?? {};
-  const told = [['mode', settings.mode], ['log level', settings.log_level], ['library', settings.library]]
-    .filter(([, value]) => value !== null && value !== undefined).map(([name, value]) => `${name} ${value}`);
-  return element('header', {}, element('h1', {}, names.join('  against  ')), element('p', {}, told.join(' · ')));
+  const isShared = (key) => results.every((result) => result.settings?.[key] === settings[key]);
+  const told = ['mode', 'log_level', 'library']
+    .filter((key) => settings[key] !== null && settings[key] !== undefined && isShared(key)).map((key) => `${settingName(key)} ${settings[key]}`);
+  return element('header', {}, element('h1', {}, names.join('  against  ')), element('p', {}, told.join(' · ')),
+                 ...settingsApart(results).map((text) => element('p', {class: 'apart'}, text)));
+}
+
+function settingName(key) {
+  return key.replace(/_/g, ' ');
+}
+
+// The settings in which two replays differ, a line for each.
+function settingsApart(results) {
+  if (results.length < 2 || !results.every((result) => result.settings)) return [];
+  const [first, second] = results.map((result) => result.settings);
+  return Object.keys(first).filter((key) => key !== 'session' && key in second)
+    .filter((key) => JSON.stringify(first[key]) !== JSON.stringify(second[key]))
+    .map((key) => `${settingName(key)}: ${first[key] ?? MISSING} in the first, ${second[key] ?? MISSING} in the second`);
 }
 
 function shareOf(part, whole) {
@@ -30,20 +47,37 @@ function keyFigures(results, camera) {
   ]);
 }
 
-function findingsOf(result, camera, goTo) {
-  const own = (result.findings ?? []).filter((finding) => (finding.camera ?? camera) === camera);
-  if (!result.findings) return element('p', {class: 'soft'}, 'The result holds no findings.');
-  if (own.length === 0) return element('p', {}, 'Nothing to complain of.');
+// The findings of one replay, or of two: those of both first.
+function findingSections(results, camera, goTo) {
+  const own = results.map((result) => result.findings?.filter((finding) => (finding.camera ?? camera) === camera));
+  const part = (title, id, findings) => section(title, `findings-${id}`, findingList(findings, goTo));
+  if (results.length === 1) return [part('What happened', 0, own[0])];
+  const texts = own.map((findings) => new Set(findings?.map((finding) => JSON.stringify(finding))));
+  const isShared = (finding) => texts.every((each) => each.has(JSON.stringify(finding)));
+  const shared = own[0]?.filter(isShared) ?? [];
+  const apart = own.map((findings) => findings?.filter((finding) => !isShared(finding)));
+  const sections = shared.length > 0 ? [part('What happened in both', 'both', shared)] : [];
+  apart.forEach((findings, i) => {
+    const place = `in the ${i === 0 ? 'first' : 'second'}`;
+    if (shared.length === 0) sections.push(part(`What happened ${place}`, i, findings));
+    else if (findings.length > 0) sections.push(part(`What happened ${place} alone`, i, findings));
+  });
+  return sections;
+}
+
+function findingList(findings, goTo) {
+  if (!findings) return element('p', {class: 'soft'}, 'The result holds no findings.');
+  if (findings.length === 0) return element('p', {}, 'Nothing to complain of.');
   const list = element('ul', {class: 'findings'});
-  for (const finding of own) {
+  for (const finding of findings) {
     const frames = (finding.frames?.first ?? []).map((frame) => {
       const button = element('button', {type: 'button', title: `show frame ${frame}`}, String(frame));
       button.addEventListener('click', () => goTo(frame));
       return button;
     });
-    const advice = finding.advice ? [element('p', {}, element('strong', {}, 'What helps: '), `${finding.advice}.`)] : [];
+    const advice = finding.advice ? [element('p', {}, element('strong', {}, 'What helps: '), `${typeset(finding.advice)}.`)] : [];
     list.append(element('li', {'data-code': finding.code},
-                        element('p', {}, element('code', {}, finding.code), ` ${finding.text}.`), ...advice,
+                        element('p', {}, element('code', {}, finding.code), ` ${typeset(finding.text)}.`), ...advice,
                         ...(frames.length > 0 ? [element('p', {class: 'soft'}, 'Frames ', ...frames)] : [])));
   }
   return list;
@@ -72,15 +106,39 @@ function overviewSection(overview, layers, sharesClock) {
             button('−', 'zoom out (−)', () => overview.zoom(2)), button('+', 'zoom in (+)', () => overview.zoom(0.5)),
             button('all', 'whole session (0)', () => overview.show(overview.full))));
   if (layers.every(({samples}) => !samples)) {
-    part.append(element('p', {class: 'soft'}, 'The result holds no samples, as one of replay --samples does: ' +
-                        'positions are drawn alone.'));
+    part.append(element('p', {class: 'soft'}, 'The result holds no samples (replay --samples keeps them): positions are ' +
+                        'drawn alone.'));
   }
   if (!sharesClock) {
     part.append(element('p', {class: 'soft'}, 'The two results have no time in common: each begins with its first frame.'));
   }
   part.append(overview.element, element('p', {class: 'soft hint'}, 'Positions are drawn at the readout of their ' +
-    'frame, moved to the samples’ time; that of a carried frame comes from the older, hollow span. Drag to move, Ctrl and wheel or shift and drag to zoom, double click for all; click a frame, or ← → to step through them.'));
+    'frame, moved to the samples’ time; that of a carried frame comes from the older, hollow span. Drag to move, Ctrl ' +
+    'and wheel or shift and drag to zoom, double click for all; click a frame, or ← → to step through them.'));
   return part;
+}
+
+// The chosen frame's timing, and that of the second result below it.
+function frameViews(layers, frame, width) {
+  const views = [frameView(layers[0].result, layers[0].samples, frame, width)];
+  if (layers.length === 1) return views;
+  if (frame.other === null) return [...views, element('p', {class: 'notice'}, 'The second does not have this frame.')];
+  const many = frame.differing.size;
+  const differing = many === 0 ? 'nothing differs' : many === 1 ? 'one value differs' : `${many} values differ`;
+  return [...views, element('h3', {class: 'of-second'}, `The same frame of the second: ${differing}`),
+          frameView(layers[1].result, layers[1].samples, frame.other, width)];
+}
+
+// The samples of one replay or of two, once where both were given the same.
+function sampleSections(results, camera) {
+  const part = (title, i) => section(title, `samples-${i}`, ...healthOf(results[i], camera));
+  if (results.length === 1) return [part('Samples', 0)];
+  const given = results.map((result) => {
+    const summary = result.summary?.cameras?.find((one) => one.camera === camera)?.samples;
+    return JSON.stringify([summary, samplesOf(result, camera)?.x, samplesOf(result, camera)?.y]);
+  });
+  if (given[0] === given[1]) return [part('Samples of both', 0)];
+  return [part('Samples of the first', 0), part('Samples of the second', 1)];
 }
 
 // The parts of the page that are of one camera.
@@ -100,11 +158,7 @@ function showCamera(page, results, camera) {
   let drawnWidth = 0;
   const show = (frame) => {
     drawnWidth = timingWidth();
-    const others = layers.slice(1).flatMap((layer) => {
-      const other = layer.frames.find((one) => one.frame === frame.frame);
-      return other ? [element('h3', {}, 'The same frame of the second'), frameView(layer.result, layer.samples, other, drawnWidth)] : [];
-    });
-    detail.replaceChildren(frameView(results[0], layers[0].samples, frame, drawnWidth), ...others);
+    detail.replaceChildren(...frameViews(layers, frame, drawnWidth));
   };
   const choose = (frame) => {
     list.mark(frame);
@@ -112,7 +166,7 @@ function showCamera(page, results, camera) {
     show(frame);
   };
   overview = new Overview(layers, choose);
-  list = new FrameList(layers[0].frames, choose);
+  list = new FrameList(layers[0].frames, choose, layers.length > 1);
 
   const summary = keyFigures(results, camera);
   if (summary) page.append(summary);
@@ -120,15 +174,12 @@ function showCamera(page, results, camera) {
     const frame = layers[0].frames.find((one) => one.frame === number);
     if (frame) choose(frame);
   };
-  results.forEach((result, i) => {
-    const title = results.length > 1 ? `What happened in the ${i === 0 ? 'first' : 'second'}` : 'What happened';
-    page.append(section(title, `findings-${i}`, findingsOf(result, camera, goTo)));
-  });
-  page.append(overviewSection(overview, layers, sharesClock),
-              section('Frames', 'frames', element('div', {class: 'split'}, list.element, detail)));
-  results.forEach((result, i) => page.append(section(
-    results.length > 1 ? `Samples of the ${i === 0 ? 'first' : 'second'}` : 'Samples', `samples-${i}`,
-    ...healthOf(result, camera))));
+  const onlyInSecond = layers[1]?.frames.filter((frame) => !frame.other).length ?? 0;
+  const missing = onlyInSecond > 0 ? [element('p', {class: 'notice'}, `${count(onlyInSecond)} frames of the second are ` +
+                                      'not in the first, and not listed.')] : [];
+  page.append(...findingSections(results, camera, goTo), overviewSection(overview, layers, sharesClock),
+              section('Frames', 'frames', ...missing, element('div', {class: 'split'}, list.element, detail)),
+              ...sampleSections(results, camera));
   overview.draw();
   list.draw();
   const first = layers[0].frames.find((frame) => typeof frame.start_index === 'number') ?? layers[0].frames[0];
@@ -140,6 +191,7 @@ function showCamera(page, results, camera) {
 }
 
 function showReplays(page, results) {
+  if (results.length > 1) pairFrames(results[0], results[1]);
   page.append(headerOf(results));
   for (const result of results) {
     if (result.error) page.append(element('p', {class: 'notice'}, `The replay ended early: ${result.error}`));
@@ -175,6 +227,8 @@ function showReplays(page, results) {
   for (const query of ['(prefers-color-scheme: dark)', 'print']) {
     matchMedia(query).addEventListener('change', () => shown.overview.redraw());
   }
+  window.addEventListener('beforeprint', () => shown.overview.fitInto(PRINTED_WIDTH));
+  window.addEventListener('afterprint', () => shown.overview.fitInto(null));
 }
 
 function main() {

@@ -11,6 +11,8 @@ const KINDS = [
   {key: 'quiet', label: 'warm-up, off', matches: () => true},
 ];
 
+const TIMES_US = new Set(['start_of_frame_us', 'window_us', 'span_us']);  // since the origin of the result
+
 function kindOf(frame) {
   return KINDS.find((kind) => kind.matches(frame)).key;
 }
@@ -51,7 +53,8 @@ function unpackSamples(packed) {
 }
 
 function unpackResult(packed) {
-  const result = {...packed, frames: unpackFrames(packed.frames), samples: packed.samples?.map(unpackSamples) ?? null};
+  const result = {...packed, columns: Object.keys(packed.frames), frames: unpackFrames(packed.frames),
+                  samples: packed.samples?.map(unpackSamples) ?? null};
   result.cameras = [...new Set(result.frames.map((frame) => frame.camera))].sort((a, b) => a - b);
   return result;
 }
@@ -67,6 +70,49 @@ function shiftBetween(first, second) {
   const [otherFrom, otherTo] = rangeOf(second);
   const overlaps = otherFrom + apartUs <= to && otherTo + apartUs >= from;
   return {shiftUs: overlaps ? apartUs : 0, sharesClock: overlaps};
+}
+
+// Gives the frames of two results each other as `other`, and the keys in which they differ as `differing`. As `diff`
+// does: frames belong together by camera and number and, where a frame was computed several times, in their order; keys
+// that only one result has are not compared.
+function pairFrames(first, second) {
+  const keysOf = (result) => {
+    const computed = new Map();
+    return result.frames.map(({camera, frame}) => {
+      const times = computed.get(`${camera}/${frame}`) ?? 0;
+      computed.set(`${camera}/${frame}`, times + 1);
+      return `${camera}/${frame}/${times}`;
+    });
+  };
+  const keysOfSecond = keysOf(second);
+  const others = new Map(second.frames.map((frame, i) => [keysOfSecond[i], frame]));
+  const apartNs = BigInt(second.origin_ns) - BigInt(first.origin_ns);
+  const columns = second.columns.filter((key) => first.columns.includes(key));
+  keysOf(first).forEach((key, i) => {
+    const frame = first.frames[i];
+    const other = others.get(key) ?? null;
+    frame.other = other;
+    if (other === null) return;
+    others.delete(key);
+    other.other = frame;
+    frame.differing = other.differing = new Set(columns.filter((column) => !isSame(column, frame, other, apartNs)));
+  });
+}
+
+// Times are those since their own result's origin.
+function isSame(column, frame, other, apartNs) {
+  if (frame[column] === other[column] && apartNs === 0n) return true;
+  const isTime = column === 'time_ns' || TIMES_US.has(column);
+  if (!isTime || frame[column] === null || other[column] === null) {
+    return JSON.stringify(frame[column]) === JSON.stringify(other[column]);
+  }
+  const apart = column === 'time_ns' ? apartNs : apartNs / 1000n;
+  const [times, otherTimes] = [frame, other].map((one) => [one[column]].flat().map(BigInt));
+  return times.every((time, i) => time === otherTimes[i] + apart);
+}
+
+function differs(frame) {
+  return frame.other === null || frame.differing?.size > 0;
 }
 
 function samplesOf(result, camera) {

@@ -172,6 +172,11 @@ class Overview {
     });
   }
 
+  // Shrinks the drawn plots to a width, or back: Chromium prints canvases blank that change their size for the paper.
+  fitInto(width) {
+    this.element.style.zoom = width === null ? '' : Math.min(width / this.element.clientWidth, 1);
+  }
+
   redraw() {
     this.palette = paletteOf(document.documentElement);
     this.graphs.forEach((graph, i) => graph.updateOptions({

@@ -181,10 +181,10 @@ function drawTiming(frame, samples, toleranceUs, width = TIMING_WIDTH) {
   drawing.row(alignedY, 'samples aligned', typeof frame.offset_us === 'number'
     ? `${frame.offset_us > 0 ? '−' : '+'}${milliseconds(Math.abs(frame.offset_us))}` : '');
   const isInSpan = (us) => frame.span_us && us >= frame.span_us[0] - timeUs && us <= frame.span_us[1] - timeUs;
-  for (const dot of dots) {
-    const inside = isInSpan(dot.alignedUs);
-    drawing.dot(dot.alignedUs, alignedY, inside ? radius + 1 : radius, inside ? frame.kind : 'other');
-  }
+  // Those of the span last, over repeats of theirs that came too late for it.
+  const [inside, outside] = [dots.filter((dot) => isInSpan(dot.alignedUs)), dots.filter((dot) => !isInSpan(dot.alignedUs))];
+  for (const dot of outside) drawing.dot(dot.alignedUs, alignedY, radius, 'other');
+  for (const dot of inside) drawing.dot(dot.alignedUs, alignedY, radius + 1, frame.kind);
 
   // What the library made of them.
   drawing.row(318, 'span', frame.span_us ? `entries ${frame.start_index} to ${frame.end_index}` : 'none');
