@@ -32,6 +32,14 @@ constexpr unsigned int kMachine = EM_AARCH64;
 constexpr unsigned char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
 constexpr unsigned char kByteOrder = ELFDATA2LSB;
 
+std::string ProcessorName(unsigned int machine, unsigned char bits, unsigned char byteOrder) {
+  std::string const name = machine == EM_X86_64    ? "x86-64"
+                           : machine == EM_AARCH64 ? "AArch64"
+                                                   : fmt::format("machine {}", machine);
+  return fmt::format("{} ({}-bit, {})", name, bits == ELFCLASS64 ? 64 : 32,
+                     byteOrder == ELFDATA2LSB ? "little-endian" : "big-endian");
+}
+
 class LibraryFile {
  public:
   explicit LibraryFile(std::string const& path)
@@ -53,10 +61,18 @@ class LibraryFile {
     }
     if (headSize < sizeof head) RefuseCut(sizeof head);
     if (head.e_ident[EI_CLASS] != kClass || head.e_ident[EI_DATA] != kByteOrder || head.e_machine != kMachine) {
-      Refuse(fmt::format("is a library for another processor: expected machine {}, found {}", kMachine,
-                         static_cast<unsigned int>(head.e_machine)));
+      Refuse(fmt::format("is a library for another processor: expected {}, found {}",
+                         ProcessorName(kMachine, kClass, kByteOrder),
+                         ProcessorName(head.e_machine, head.e_ident[EI_CLASS], head.e_ident[EI_DATA])));
     }
-    if (head.e_type != ET_DYN || head.e_phentsize != sizeof(ElfW(Phdr))) Refuse("is no shared object");
+    if (head.e_type != ET_DYN) {
+      Refuse(fmt::format("is no shared object: expected an ELF file of type {}, found one of type {}", ET_DYN,
+                         static_cast<unsigned int>(head.e_type)));
+    }
+    if (head.e_phentsize != sizeof(ElfW(Phdr))) {
+      Refuse(fmt::format("is no shared object: expected program headers of {} bytes, found {}", sizeof(ElfW(Phdr)),
+                         static_cast<unsigned int>(head.e_phentsize)));
+    }
     CheckSegments(head);
   }
 

@@ -23,9 +23,16 @@ namespace {
 using nlohmann::json;
 using Place = json::json_pointer;
 
-[[noreturn]] void Refuse(std::string const& file, Place const& place, std::string const& expected) {
+[[noreturn]] void Refuse(std::string const& file, Place const& place, std::string const& expected,
+                         std::string const& found) {
   std::string const text = place.empty() ? "/" : place.to_string();
-  throw UnusableFile(file + ": " + text + ": expected " + expected);
+  throw UnusableFile(file + ": " + text + ": expected " + expected + ", found " + found);
+}
+
+std::string Shown(json const& value) {
+  constexpr std::size_t kEnough = 60;
+  std::string const text = value.dump(-1, ' ', true, json::error_handler_t::replace);
+  return text.size() > kEnough ? text.substr(0, kEnough) + "..." : text;
 }
 
 // A JSON value with its path in the file, for error messages.
@@ -34,7 +41,10 @@ class Node {
   Node(std::string const& file, Place place, json const& value)
       : mFile(file), mPlace(std::move(place)), mValue(value) {}
 
-  [[noreturn]] void Refuse(std::string const& expected) const { desktop::Refuse(mFile, mPlace, expected); }
+  [[noreturn]] void Refuse(std::string const& expected) const { Refuse(expected, Shown(mValue)); }
+  [[noreturn]] void Refuse(std::string const& expected, std::string const& found) const {
+    desktop::Refuse(mFile, mPlace, expected, found);
+  }
 
   bool IsList() const { return mValue.is_array(); }
 
@@ -59,7 +69,7 @@ class Node {
   void ReadFields(std::vector<Field> const& fields) const {
     EachMember([&](std::string const& key, Node const& member) {
       auto const field = std::find_if(fields.begin(), fields.end(), [&](Field const& one) { return one.key == key; });
-      if (field == fields.end()) member.Refuse("one of " + KeysOf(fields));
+      if (field == fields.end()) member.Refuse("one of " + KeysOf(fields), Shown(key));
       field->read(member);
     });
     for (Field const& field : fields) {
@@ -123,7 +133,7 @@ class KeyWatch {
     if (event == Event::key) {
       Level& object = mLevels.back();
       object.key = value.get<std::string>();
-      if (!object.keys.insert(object.key).second) Refuse(mFile, Here(), "this key only once");
+      if (!object.keys.insert(object.key).second) Refuse(mFile, Here(), "this key only once", "it again");
     } else if (event == Event::object_start || event == Event::array_start) {
       mLevels.push_back({event == Event::array_start, 0, {}, {}});
     } else {
@@ -156,14 +166,14 @@ json Parse(std::string const& file, std::string const& text) {
   try {
     return json::parse(text, std::ref(watch));
   } catch (json::out_of_range const&) {
-    Refuse(file, watch.Here(), "a number that a double holds");
+    Refuse(file, watch.Here(), "a number that a double holds", "a larger one");
   } catch (json::parse_error const& error) {
     // error.byte counts from 1 and is the last character that was read.
     std::string const before = text.substr(0, error.byte == 0 ? 0 : error.byte - 1);
     auto const line = 1 + std::count(before.begin(), before.end(), '\n');
     auto const column = before.size() - (before.rfind('\n') + 1) + 1;  // npos + 1 is 0
-    throw UnusableFile(file + ":" + std::to_string(line) + ": expected JSON (broken at column " +
-                       std::to_string(column) + ")");
+    throw UnusableFile(file + ":" + std::to_string(line) + ": expected JSON, found it broken at column " +
+                       std::to_string(column));
   }
 }
 
@@ -172,7 +182,7 @@ std::uint32_t ToSensorMode(std::string const& key, Node const& member) {
   auto const [end, error] = std::from_chars(key.data(), key.data() + key.size(), mode);
   bool const whole = error == std::errc() && end == key.data() + key.size();
   // Canonical decimals only: "1" and "01" would be the same mode twice.
-  if (!whole || std::to_string(mode) != key) member.Refuse("a sensor mode from 0 to 4294967295 as the key");
+  if (!whole || std::to_string(mode) != key) member.Refuse("a sensor mode from 0 to 4294967295 as the key", Shown(key));
   return mode;
 }
 

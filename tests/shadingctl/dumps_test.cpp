@@ -177,7 +177,7 @@ TEST(Dumps, ADirectoryThatCannotBeReadDoesNotHideTheOthers) {
   TemporaryDirectory const empty;
   Outcome const none = Dumps(empty.path());
   EXPECT_EQ(none.exitCode, 3);
-  EXPECT_EQ(none.err, "shadingctl: expected OIS hall dump files, found none to read\n");
+  EXPECT_EQ(none.err, "shadingctl: " + empty.path() + ": expected OIS hall dump files, found none to read\n");
   TemporaryDirectory const full;
   full.Write("preview_camera_0_frame_42_oishall.txt", kDump);
   Outcome const half = Dumps("/no/folder " + full.path());

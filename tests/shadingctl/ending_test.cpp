@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -59,17 +60,37 @@ class SmallRecording : public testing::Test {
 
 TEST_F(SmallRecording, AWaitForAPipeCanBeInterrupted) {
   fs::remove(Path("frames.csv"));
-  ASSERT_EQ(mkfifo(Path("frames.csv").c_str(), 0600), 0);
-  StartedTool tool("replay --format json -o " + Path("result") + " " + mRecording.path());
-  int writer = -1;
-  while (writer < 0 && tool.IsRunning()) writer = open(Path("frames.csv").c_str(), O_WRONLY | O_NONBLOCK);
-  ASSERT_EQ(write(writer, "frame,", 6), 6) << "there is a reader, which waits for more now";
-  tool.Signal(SIGINT);
-  Outcome const outcome = tool.Finish();
-  close(writer);
-  EXPECT_EQ(outcome.exitCode, 130);
-  EXPECT_EQ(outcome.err, "shadingctl: interrupted; nothing was written\n");
-  EXPECT_FALSE(fs::exists(Path("result")));
+  std::string const pipe = Path("frames.csv");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  struct {
+    std::string command;
+    char const* begin;  // of the input
+  } const rows[] = {
+      {"replay --format json " + mRecording.path(), "frame,"},
+      {"report " + pipe, "{"},
+      {"trace " + pipe, "{"},
+      {"diff " + Path("hall.csv") + " " + pipe, "{"},
+      {"diff " + pipe + " " + Path("hall.csv"), "{"},
+      {"diff " + pipe + " " + Path("hall.csv"), "frame,"},
+      {"summarize " + pipe, "{"},
+      {"doctor " + pipe,
+       "\x7f"
+       "ELF"},
+  };
+  mRecording.Write("hall.csv", "frame,timestamp_ns,hall_x,hall_y\n7,1,2,3\n");  // a result for diff as well
+  for (auto const& row : rows) {
+    StartedTool tool(row.command + " -o " + Path("result"));
+    int writer = -1;
+    while (writer < 0 && tool.IsRunning()) writer = open(pipe.c_str(), O_WRONLY | O_NONBLOCK);
+    std::size_t const size = std::strlen(row.begin);
+    ASSERT_EQ(write(writer, row.begin, size), static_cast<ssize_t>(size)) << "there is a reader, which waits for more";
+    tool.Signal(SIGINT);
+    Outcome const outcome = tool.Finish();
+    close(writer);
+    EXPECT_EQ(outcome.exitCode, 130) << row.command;
+    EXPECT_EQ(outcome.err, "shadingctl: interrupted; nothing was written\n") << row.command;
+    EXPECT_FALSE(fs::exists(Path("result"))) << row.command;
+  }
 }
 
 TEST_F(SmallRecording, ThatIsBrokenShowsWhatCameBefore) {

@@ -67,11 +67,15 @@ ReplayResult ResultOf(ResultHead const& head) {
 
 ReplayResult ReadReplayResult(std::string const& path) {
   ResultHead const head = ReadResult(path, [](Json const&) {});
+  if (head.settings.empty()) {
+    throw hosting::UnusableInput(fmt::format("{}: expected a result of replay --format json, found CSV", path));
+  }
   try {
     return ResultOf(head);
   } catch (Json::exception const& error) {
-    throw hosting::UnusableInput(
-        fmt::format("{}: expected a result of replay --format json, found {}", path, error.what()));
+    std::string const reason = error.what();  // "[json.exception.NAME.NUMBER] REASON"
+    throw hosting::UnusableInput(fmt::format("{}: expected a result of replay --format json, found a fault in it: {}",
+                                             path, reason.substr(reason.find("] ") + 2)));
   } catch (hosting::UnusableInput const& error) {
     throw hosting::UnusableInput(fmt::format("{}: {}", path, error.what()));
   }

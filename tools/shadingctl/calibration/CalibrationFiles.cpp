@@ -4,6 +4,7 @@
 #include <stdlib.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -17,8 +18,14 @@ namespace fs = std::filesystem;
 
 ScratchDirectory::ScratchDirectory() {
   std::error_code failure;
-  mPath = (fs::temp_directory_path(failure) / "shadingctl-XXXXXX").string();
-  if (failure || mkdtemp(mPath.data()) == nullptr) {
+  fs::path const parent = fs::temp_directory_path(failure);
+  if (failure) {
+    char const* const directory = std::getenv("TMPDIR");
+    throw hosting::UnusableInput(fmt::format("TMPDIR: expected a directory for temporary files, found {}: {}",
+                                             directory == nullptr ? "/tmp" : directory, failure.message()));
+  }
+  mPath = (parent / "shadingctl-XXXXXX").string();
+  if (mkdtemp(mPath.data()) == nullptr) {
     throw hosting::UnusableInput(fmt::format("{}: cannot be made: {}", mPath, std::generic_category().message(errno)));
   }
 }

@@ -71,7 +71,7 @@ int RunCalibration(Arguments const& arguments) {
   device.settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
   std::vector<int> const indices = CamerasToShow(arguments, device);
   if (indices.empty())
-    throw hosting::UnusableInput(fmt::format("{}: expected a device with cameras", device.directory));
+    throw hosting::UnusableInput(fmt::format("{}: expected a device with cameras, found none", device.directory));
 
   std::string const library = ChooseLibrary(arguments.library);
   std::vector<std::string> outputs = {arguments.output};

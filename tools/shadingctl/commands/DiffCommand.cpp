@@ -52,7 +52,12 @@ void AddDiffCommand(CLI::App& app, Command& chosen) {
   AddNumber(*command, "--first", arguments->options.named, std::size_t{0}, std::size_t{1000000},
             "Name so many differences");
   AddOutput(*command, arguments->output);
-  command->callback([arguments, &chosen] { chosen = [arguments] { return RunDiff(*arguments); }; });
+  command->callback([arguments, &chosen] {
+    if (arguments->a == kStandardInput && arguments->b == kStandardInput) {
+      throw CLI::ValidationError("B", "expected another result than A, found -, which is standard input, for both");
+    }
+    chosen = [arguments] { return RunDiff(*arguments); };
+  });
 }
 
 }  // namespace shadingctl

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "hosting/InputStream.h"
+#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
@@ -30,8 +32,8 @@ struct Arguments {
 };
 
 std::string ReadWhole(std::string const& path) {
-  char const* const name = path == kStandardInput ? "/dev/stdin" : path.c_str();
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(name, "rb"), std::fclose);
+  std::string const shown = path == kStandardInput ? "standard input" : path;
+  hosting::InputStream const file = hosting::OpenInput(path);
   std::string bytes;
   std::vector<char> buffer(std::size_t{1} << 16U);
   std::size_t count = 0;
@@ -39,11 +41,12 @@ std::string ReadWhole(std::string const& path) {
     bytes.append(buffer.data(), count);
     if (bytes.size() > kMaximumBytes) {
       throw hosting::UnusableInput(
-          fmt::format("{}: expected a library of at most {} bytes, found more", path, kMaximumBytes));
+          fmt::format("{}: expected a library of at most {} bytes, found more", shown, kMaximumBytes));
     }
   }
   if (!file || std::ferror(file.get()) != 0) {
-    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", path, std::strerror(errno)));
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", shown, std::strerror(errno)));
   }
   return bytes;
 }

@@ -50,7 +50,8 @@ int RunDumps(Arguments const& arguments) {
     }
   }
   if (dumps.empty()) {
-    if (exitCode != kExitUnusable) Tell("expected OIS hall dump files, found none to read");
+    if (exitCode != kExitUnusable)
+      Tell(fmt::format("{}: expected OIS hall dump files, found none to read", fmt::join(arguments.names, ", ")));
     return kExitUnusable;
   }
   for (NamedDump const& named : dumps) {

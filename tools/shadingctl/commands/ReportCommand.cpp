@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -68,7 +69,12 @@ void AddReportCommand(CLI::App& app, Command& chosen) {
       ->required()
       ->expected(1, 2);
   AddOutput(*command, arguments->output);
-  command->callback([arguments, &chosen] { chosen = [arguments] { return RunReport(*arguments); }; });
+  command->callback([arguments, &chosen] {
+    if (std::count(arguments->results.begin(), arguments->results.end(), kStandardInput) > 1) {
+      throw CLI::ValidationError("RESULT", "expected two results, found -, which is standard input, for both");
+    }
+    chosen = [arguments] { return RunReport(*arguments); };
+  });
 }
 
 void AddTraceCommand(CLI::App& app, Command& chosen) {

@@ -52,7 +52,8 @@ int Summarize(Arguments const& arguments) {
     }
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
   }
-  if (totals.results() + totals.unusable() == 0) throw hosting::UnusableInput("expected names of results, found none");
+  if (totals.results() + totals.unusable() == 0)
+    throw hosting::UnusableInput("standard input: expected names of results, found none");
   output.Write(arguments.isJson ? totals.Json() : totals.Text());
   output.Finish();
   if (totals.unusable() + totals.unfinished() > 0) return kExitUnusable;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 
 namespace shadingctl {
@@ -13,7 +14,10 @@ ElfImage::ElfImage(std::string bytes, std::string path)
     : mPath(std::move(path)), mBytes(std::make_unique<std::string>(std::move(bytes))), mElf(nullptr, elf_end) {
   if (elf_version(EV_CURRENT) == EV_NONE) Fail("libelf is too old");
   mElf.reset(elf_memory(mBytes->data(), mBytes->size()));
-  if (!mElf || elf_kind(mElf.get()) != ELF_K_ELF) Fail("expected an ELF file");
+  if (!mElf || elf_kind(mElf.get()) != ELF_K_ELF) {
+    Fail(fmt::format("expected an ELF file, found one that begins with {}",
+                     hosting::Quoted(std::string_view(*mBytes).substr(0, SELFMAG))));
+  }
   if (gelf_getclass(mElf.get()) != ELFCLASS64) Fail("expected a 64-bit ELF file, found a 32-bit one");
   if (gelf_getehdr(mElf.get(), &mHeader) == nullptr) Fail("expected an ELF header, found a truncated one");
   if (mHeader.e_ident[EI_DATA] != ELFDATA2LSB) Fail("expected a little-endian ELF file, found a big-endian one");

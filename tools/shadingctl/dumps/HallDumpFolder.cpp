@@ -20,7 +20,13 @@ namespace fs = std::filesystem;
 // The beginning of the file, up to one byte more than the largest dump. Throws BrokenDump.
 std::string ReadText(fs::path const& path) {
   std::error_code failure;
-  if (!fs::is_regular_file(path, failure)) throw BrokenDump(1, "expected a regular file");
+  fs::file_type const type = fs::status(path, failure).type();
+  if (type != fs::file_type::regular) {
+    throw BrokenDump(
+        1, fmt::format("expected a regular file, found {}", type == fs::file_type::directory   ? "a directory"
+                                                            : type == fs::file_type::not_found ? "a link to nothing"
+                                                                                               : "something else"));
+  }
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(std::fopen(path.c_str(), "rb"), &std::fclose);
   std::string text(kLargestDump, '\0');
   if (file != nullptr) text.resize(std::fread(text.data(), 1, text.size(), file.get()));

@@ -120,9 +120,13 @@ void Replay::Play(std::int32_t sensorId, hosting::StartMonitor const& start) {
     state.updates = state.delivered = 0;
     state.hasBeenWarm = false;
   }
-  if (!Start(start.operation, camera)) {
-    Complain(supported ? fmt::format("camera {}: the platform refused its samples", sensorId)
-                       : fmt::format("camera {} is not in the device's sensor map: every frame is off", sensorId));
+  if (Start(start.operation, camera)) return;
+  if (!supported) {
+    Complain(fmt::format("camera {} is not in the device's sensor map: every frame is off", sensorId));
+  } else if (FindMonitor(camera) == mMonitors.end()) {
+    Complain(fmt::format("camera {} is started without a monitor: expected it to be registered before", sensorId));
+  } else {
+    Complain(fmt::format("camera {}: the platform refused its samples", sensorId));
   }
 }
 

@@ -5,10 +5,11 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <system_error>
 #include <utility>
 
+#include "hosting/InputStream.h"
+#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/ResultWriter.h"
@@ -175,8 +176,7 @@ ResultDocument ParseResult(std::string const& name, std::string const& text) {
 
 ResultDocument ReadResultDocument(std::string const& path) {
   bool const isStandardInput = path == kStandardInput;
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(isStandardInput ? stdin : std::fopen(path.c_str(), "rb"),
-                                                             isStandardInput ? &std::fflush : &std::fclose);
+  hosting::InputStream const file = hosting::OpenInput(path);
   std::string text;
   std::array<char, 65536> buffer{};
   while (file != nullptr) {
@@ -185,6 +185,7 @@ ResultDocument ReadResultDocument(std::string const& path) {
     if (size < buffer.size()) break;
   }
   if (file == nullptr || std::ferror(file.get()) != 0) {
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
     throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", path, std::generic_category().message(errno)));
   }
   return ParseResult(isStandardInput ? "standard input" : path, text);

@@ -10,6 +10,7 @@
 #include <system_error>
 #include <vector>
 
+#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 
 namespace shadingctl {
@@ -28,7 +29,11 @@ class Lines {
 
   // The fields of the next line that is not empty; false at the end.
   bool Next(std::vector<std::string_view>& fields) {
-    for (ssize_t length = 0; (length = getline(&mBuffer, &mCapacity, mFile)) >= 0;) {
+    for (;;) {
+      ssize_t const length = getline(&mBuffer, &mCapacity, mFile);
+      // An interruption may leave the beginning of a line.
+      if (std::ferror(mFile) != 0 && hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+      if (length < 0) return false;
       ++mNumber;
       std::string_view line(mBuffer, static_cast<std::size_t>(length));
       while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.remove_suffix(1);
@@ -41,7 +46,6 @@ class Lines {
       fields.push_back(line);
       return true;
     }
-    return false;
   }
 
   [[noreturn]] void Refuse(std::string const& expected, std::string const& found) const {

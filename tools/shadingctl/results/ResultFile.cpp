@@ -4,9 +4,10 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <memory>
 #include <system_error>
 
+#include "hosting/InputStream.h"
+#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/results/ResultCsv.h"
 
@@ -80,6 +81,7 @@ ResultHead ReadJson(std::FILE* file, std::string const& path, TakeRow const& tak
   try {
     return HeadOf(path, Json::parse(file, callback));
   } catch (Json::parse_error const& error) {
+    if (std::ferror(file) != 0 && hosting::InterruptedBy() != 0) throw hosting::Interrupted();
     std::string const text = error.what();
     std::size_t const place = text.find("parse error");
     Refuse(path, "JSON", place == std::string::npos ? text : text.substr(place));
@@ -93,10 +95,10 @@ ResultHead ReadJson(std::FILE* file, std::string const& path, TakeRow const& tak
 ResultHead ReadResult(std::string const& path, TakeRow const& takeRow) {
   bool const isStandardInput = path == "-";
   std::string const name = isStandardInput ? "standard input" : path;
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> const file(isStandardInput ? stdin : std::fopen(path.c_str(), "rb"),
-                                                             isStandardInput ? &std::fflush : &std::fclose);
+  hosting::InputStream const file = hosting::OpenInput(path);
   int const first = file == nullptr ? EOF : std::getc(file.get());
   if (file == nullptr || std::ferror(file.get()) != 0) {
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
     throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", name, std::generic_category().message(errno)));
   }
   if (first != EOF) std::ungetc(first, file.get());
