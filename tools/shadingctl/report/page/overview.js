@@ -228,6 +228,7 @@ class Overview {
   drawBands(canvas, area, graph) {
     const [from, to] = graph.xAxisRange();
     const lanes = this.layers.length;
+    const scale = area.w / (to - from);
     this.layers.forEach(({frames, shiftUs}, layer) => {
       const y = area.y + area.h - LANE * (lanes - layer);
       let lastPixel = null;
@@ -235,12 +236,12 @@ class Overview {
       for (const frame of frames) {
         const place = readoutPlace(frame);
         if (place.toUs + shiftUs < from || place.fromUs + shiftUs > to) continue;
-        const x = graph.toDomXCoord(place.fromUs + shiftUs);
-        const width = graph.toDomXCoord(place.toUs + shiftUs) - x;
+        const x = area.x + (place.fromUs + shiftUs - from) * scale;
+        const width = (place.toUs - place.fromUs) * scale;
         const isDrawn = width < 1 && Math.floor(x) === lastPixel && frame.kind === lastKind;
         if (isDrawn) continue;
+        if (frame.kind !== lastKind) canvas.fillStyle = this.palette[frame.kind];
         [lastPixel, lastKind] = [Math.floor(x), frame.kind];
-        canvas.fillStyle = this.palette[frame.kind];
         canvas.fillRect(x, y, Math.max(width, 1.5), LANE - 1);
         const hasRoom = layer === 0 && width > 12;
         if (!hasRoom) continue;
@@ -268,8 +269,13 @@ class Overview {
     canvas.rect(area.x, area.y, area.w, area.h);
     canvas.clip();
     canvas.lineWidth = 1.5;
+    const scale = area.w / (to - from);
+    const zeroY = graph.toDomYCoord(0);
+    const scaleY = graph.toDomYCoord(1) - zeroY;
     this.layers.forEach(({frames, shiftUs}, layer) => {
-      const x = (us) => graph.toDomXCoord(us + shiftUs);
+      const x = (us) => area.x + (us + shiftUs - from) * scale;
+      let lastKind = null;
+      let lastPlace = null;
       for (const frame of frames) {
         const value = frame[`hall_${axis}`];
         const hasPosition = frame.match === 'start' || frame.match === 'carried';
@@ -278,11 +284,16 @@ class Overview {
         const place = frame.match === 'carried' ? readoutPlace(frame) : source;
         if (Math.max(place.toUs, source.toUs) + shiftUs < from) continue;
         if (Math.min(place.fromUs, source.fromUs) + shiftUs > to) continue;
-        const y = graph.toDomYCoord(value);
-        const width = Math.max(x(place.toUs) - x(place.fromUs), 3);
-        canvas.strokeStyle = canvas.fillStyle = this.palette[frame.kind];
-        if (layer === 0) canvas.fillRect(x(place.fromUs), y - 1.5, width, 3);
-        else canvas.strokeRect(x(place.fromUs), y - 2.5, width, 5);
+        const left = x(place.fromUs);
+        const y = zeroY + value * scaleY;
+        const width = Math.max((place.toUs - place.fromUs) * scale, 3);
+        const pixel = Math.round(left) * 4096 + Math.round(y);
+        const isDrawn = width <= 3 && pixel === lastPlace && frame.kind === lastKind && frame !== this.chosen;
+        if (isDrawn) continue;
+        if (frame.kind !== lastKind) canvas.strokeStyle = canvas.fillStyle = this.palette[frame.kind];
+        [lastPlace, lastKind] = [pixel, frame.kind];
+        if (layer === 0) canvas.fillRect(left, y - 1.5, width, 3);
+        else canvas.strokeRect(left, y - 2.5, width, 5);
         if (place !== source && (width > 36 || frame === this.chosen)) {
           this.drawSource(canvas, x(source.fromUs), x(source.toUs), x(place.fromUs), y);
         }
