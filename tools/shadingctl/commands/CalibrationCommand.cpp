@@ -130,7 +130,9 @@ void AddCalibrationCommand(CLI::App& app, Command& chosen) {
                  "Every camera of the device. Without it and --camera, the built-in device shows those with sound data")
       ->excludes(camera);
   AddResultOptions(*command, arguments->format, arguments->output);
-  command->add_option("--raw", arguments->raw, "Write the camera's block to this file, as handed out")->needs(camera);
+  command->add_option("--raw", arguments->raw, "Write the camera's block to this file, as handed out")
+      ->type_name("FILE")
+      ->needs(camera);
   AddHostOptions(*command, arguments->device, arguments->library);
   command->callback([arguments, &chosen] { chosen = [arguments] { return RunCalibration(*arguments); }; });
 }

@@ -65,7 +65,9 @@ void AddReportCommand(CLI::App& app, Command& chosen) {
   auto const arguments = std::make_shared<Arguments>();
   CLI::App* const command = app.add_subcommand("report", "Draw a JSON result, or two over each other, as a page");
   command->footer(kReportExamples);
-  command->add_option("RESULT", arguments->results, "JSON of replay or calibration; - is standard input")
+  command
+      ->add_option("RESULT", arguments->results,
+                   "JSON of replay or calibration; two of replay are drawn over each other; - is standard input")
       ->required()
       ->expected(1, 2);
   AddOutput(*command, arguments->output);

@@ -34,7 +34,7 @@ OptionEntry EntryOf(CLI::Option const& option) {
   entry.needs = NamesOf(option.get_needs());
   entry.excludes = NamesOf(option.get_excludes());
   entry.isRequired = option.get_required();
-  entry.isRepeated = option.get_items_expected_max() >= CLI::detail::expected_max_vector_size;
+  entry.isRepeated = option.get_items_expected_max() > 1;
   return entry;
 }
 

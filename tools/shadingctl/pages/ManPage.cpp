@@ -89,7 +89,9 @@ std::string Page(CommandTable const& table, CommandEntry const& command, std::st
   std::string text = fmt::format(".TH {} 1 \"\" \"{}\" \"User commands\"\n", Escaped(capitals), Escaped(version));
   text += Section("NAME", fmt::format("{} \\- {}\n", Escaped(title), Escaped(command.description)));
   text += Section("SYNOPSIS", Synopsis(command) + "\n");
-  text += Section("DESCRIPTION", Escaped(command.description) + ".\n" + Explanation(command.footer));
+  bool const isSentence = !command.description.empty() && command.description.back() == '.';
+  text +=
+      Section("DESCRIPTION", Escaped(command.description) + (isSentence ? "\n" : ".\n") + Explanation(command.footer));
   std::string options;
   for (OptionEntry const& option : command.options) options += OptionText(option);
   text += Section("OPTIONS", options);
