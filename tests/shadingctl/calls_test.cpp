@@ -170,6 +170,13 @@ TEST(Calls, TheFlagIsHandedInAsRecorded) {
   EXPECT_EQ(matches, "match no_start carried carried start carried no_start no_start ");
 }
 
+TEST(Calls, AStartWithoutARegistrationIsTold) {
+  TemporaryDirectory const directory;
+  WriteCalls(directory, {Replaced(kStart0, "register_start", "start"), kReadout0, kUpdate0, Calc("0", "0")});
+  std::string const told = RunTool("replay --quiet " + directory.path()).err;
+  EXPECT_EQ(told.rfind("shadingctl: camera 0 is started without a monitor: ", 0), 0U) << told;
+}
+
 TEST(Calls, RecordedAnswersAreCompared) {
   struct {
     char const* name;
