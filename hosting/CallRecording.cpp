@@ -9,14 +9,6 @@
 #include "hosting/CallColumns.h"
 
 namespace hosting {
-namespace {
-
-void Count(Oddity& oddity, CsvFile const& file, std::uint64_t count = 1) {
-  if (oddity.count == 0) oddity.firstPlace = file.Place();
-  oddity.count += count;
-}
-
-}  // namespace
 
 CallRecording::CallRecording(std::string directory, Settings settings)
     : mDirectory(std::move(directory)),
@@ -29,7 +21,7 @@ CallRecording::CallRecording(std::string directory, Settings settings)
 
 bool CallRecording::Next(Call& call) {
   if (!mCallFile.Next()) {
-    for (; mSampleRow; ReadSampleRow()) Count(mOddities.undeliveredSamples, mSampleFile);
+    for (; mSampleRow; ReadSampleRow()) mOddities.undeliveredSamples.CountAt(mSampleFile);
     return false;
   }
   std::uint64_t const number = ReadCallNumber();
@@ -74,7 +66,7 @@ std::uint64_t CallRecording::ReadCallNumber() {
                                                    : fmt::format("a number above {}, the call before", mLastCall));
   }
   std::uint64_t const lost = number - mLastCall - 1;
-  if (lost > 0) Count(mOddities.lostCalls, mCallFile, lost);
+  if (lost > 0) mOddities.lostCalls.CountAt(mCallFile, lost);
   return mLastCall = number;
 }
 
@@ -103,11 +95,11 @@ UpdateSensorData CallRecording::ReadUpdate(std::uint64_t number, Times& times) {
   UpdateSensorData update;
   update.frame = mCallFile.Unsigned32(kCallFrame);
   update.timestampNs = mCallFile.Unsigned64(kCallTimestamp);
-  if (times.frameNs && update.timestampNs < *times.frameNs) Count(mOddities.frameTimesBackward, mCallFile);
+  if (times.frameNs && update.timestampNs < *times.frameNs) mOddities.frameTimesBackward.CountAt(mCallFile);
   times.frameNs = update.timestampNs;
 
   ReadBatch(number, times, update.batch);
-  if (update.batch.empty()) Count(mOddities.emptyBatches, mCallFile);
+  if (update.batch.empty()) mOddities.emptyBatches.CountAt(mCallFile);
   if (!mCallFile.Has(kCallSamples)) return update;
   std::uint64_t const samples = mCallFile.Unsigned64(kCallSamples);
   if (samples < update.batch.size()) {
@@ -115,7 +107,7 @@ UpdateSensorData CallRecording::ReadUpdate(std::uint64_t number, Times& times) {
                                                  update.batch.size(), mDirectory));
   }
   std::uint64_t const lost = samples - update.batch.size();
-  if (lost > 0) Count(mOddities.lostSamples, mCallFile, lost);
+  if (lost > 0) mOddities.lostSamples.CountAt(mCallFile, lost);
   return update;
 }
 
@@ -144,13 +136,13 @@ ExposurePair CallRecording::ReadPair(std::size_t timestampColumn, std::size_t ex
 }
 
 void CallRecording::PassSamplesBefore(std::uint64_t number) {
-  for (; mSampleRow && mSampleRow->call < number; ReadSampleRow()) Count(mOddities.undeliveredSamples, mSampleFile);
+  for (; mSampleRow && mSampleRow->call < number; ReadSampleRow()) mOddities.undeliveredSamples.CountAt(mSampleFile);
 }
 
 void CallRecording::ReadBatch(std::uint64_t number, Times& times, std::vector<NSCam::Utils::SensorData>& batch) {
   for (; mSampleRow && mSampleRow->call == number; ReadSampleRow()) {
     auto const& sample = mSampleRow->sample;
-    if (times.sampleNs && sample.timestamp < *times.sampleNs) Count(mOddities.sampleTimesBackward, mSampleFile);
+    if (times.sampleNs && sample.timestamp < *times.sampleNs) mOddities.sampleTimesBackward.CountAt(mSampleFile);
     times.sampleNs = sample.timestamp;
     batch.push_back(sample);
   }

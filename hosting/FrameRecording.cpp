@@ -19,10 +19,6 @@ constexpr std::array<CsvFile::Column, 4> kHallColumns = {{{"frame"}, {"timestamp
 
 constexpr std::uint32_t kSensorMode = 0;  // of every frame: this version has no modes
 
-void Count(Oddity& oddity, CsvFile const& file) {
-  if (oddity.count++ == 0) oddity.firstPlace = file.Place();
-}
-
 template <class Operation>
 Call CallOf(Operation operation) {
   Call call;
@@ -52,7 +48,7 @@ void FrameRecording::QueueCalls() {
   std::optional<std::uint32_t> const storedNs = mLastFrame ? std::optional(mLastFrame->rollingShutterNs) : std::nullopt;
   std::optional<FrameRow> const frame = ReadFrameRow();
   if (!frame) {
-    for (; mHallRow; ReadHallRow()) Count(mOddities.undeliveredSamples, mHallFile);
+    for (; mHallRow; ReadHallRow()) mOddities.undeliveredSamples.CountAt(mHallFile);
     mCalls.push_back(CallOf(StopMonitor{}));
     mStopped = true;
     return;
@@ -82,7 +78,7 @@ std::optional<FrameRecording::FrameRow> FrameRecording::ReadFrameRow() {
     mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLastFrame->number));
   }
   if (mLastFrame && row.exposure.timestampNs < mLastFrame->exposure.timestampNs) {
-    Count(mOddities.frameTimesBackward, mFrameFile);
+    mOddities.frameTimesBackward.CountAt(mFrameFile);
   }
   mLastFrame = row;
   return row;
@@ -91,10 +87,10 @@ std::optional<FrameRecording::FrameRow> FrameRecording::ReadFrameRow() {
 std::vector<NSCam::Utils::SensorData> FrameRecording::ReadBatch(std::uint32_t frame) {
   std::vector<NSCam::Utils::SensorData> batch;
   for (; mHallRow && mHallRow->frame <= frame; ReadHallRow()) {
-    if (mHallRow->frame < frame) Count(mOddities.unlistedSamples, mHallFile);
+    if (mHallRow->frame < frame) mOddities.unlistedSamples.CountAt(mHallFile);
     batch.push_back(mHallRow->sample);
   }
-  if (batch.empty()) Count(mOddities.emptyBatches, mFrameFile);
+  if (batch.empty()) mOddities.emptyBatches.CountAt(mFrameFile);
   return batch;
 }
 
@@ -109,7 +105,7 @@ void FrameRecording::ReadHallRow() {
   if (before && row.frame < before->frame) {
     mHallFile.Complain(kHallFrame, fmt::format("at least {}, the frame of the row before", before->frame));
   }
-  if (before && row.sample.timestamp < before->sample.timestamp) Count(mOddities.sampleTimesBackward, mHallFile);
+  if (before && row.sample.timestamp < before->sample.timestamp) mOddities.sampleTimesBackward.CountAt(mHallFile);
   mHallRow = row;
 }
 

@@ -14,6 +14,10 @@ constexpr std::size_t kWindowSize = 100;  // samples that the library looks at, 
 constexpr int kSamplesBefore = 50;
 constexpr int kSamplesAfter = 49;
 
+// Two of the ways to make one position of a span's samples: their mean, and the one farthest from the origin.
+constexpr int kModeMean = 1;
+constexpr int kModeMaximum = 2;
+
 constexpr std::uint64_t kHistoryFrames = 30;  // the history forgets all but the batches of so many frames
 
 }  // namespace hosting

@@ -71,6 +71,13 @@ struct Call {
 struct Oddity {
   std::uint64_t count = 0;
   std::string firstPlace;
+
+  // Counts `more` at the current place of a file.
+  template <class File>
+  void CountAt(File const& file, std::uint64_t more = 1) {
+    if (count == 0) firstPlace = file.Place();
+    count += more;
+  }
 };
 
 struct Oddities {

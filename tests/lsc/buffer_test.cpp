@@ -1,7 +1,5 @@
 // The history of samples: insertion of batches, and look-ups.
 
-#include <limits>
-
 #include "tests/support/PlayedDevice.h"
 
 namespace {
@@ -9,9 +7,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Times = std::vector<std::int64_t>;
-
-constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 
 class Buffer : public PlayedDevice {
  protected:
@@ -94,11 +89,11 @@ TEST_F(Buffer, ABatchIsAppendedSplitOrDiscardedByTheNewestFramesTimes) {
        {10},
        "[pushValue]  split data frameNumber: 2 lastData:2 data:1 splitTime:18446744073709551571"},
       {"the whole range of times",
-       {kMin, kMax},
-       {kMin + 1},
-       {kMin, kMin + 1},
-       {kMax},
-       {kMax},
+       {kEarliestNs, kLatestNs},
+       {kEarliestNs + 1},
+       {kEarliestNs, kEarliestNs + 1},
+       {kLatestNs},
+       {kLatestNs},
        "[pushValue]  split data frameNumber: 2 lastData:2 data:1 splitTime:0"},
   };
   for (auto const& row : rows) {

@@ -98,9 +98,7 @@ Found Match(lsc::SampleRange const& window, lsc::Readout const& readout, bool fa
           static_cast<int>(match.spanSize)};
 }
 
-constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
-constexpr auto kLatestUs = static_cast<std::uint64_t>(kMax / 1'000);  // 9223372036854775
+constexpr auto kLatestUs = static_cast<std::uint64_t>(kLatestNs / 1'000);  // 9223372036854775
 
 // With an offset of -10, a sample at 5'990'000 ns is aligned with 6'000 us.
 TEST(ReadoutMatch, StartIsTheCloserOfTheFirstEntryWithinTheToleranceAndTheNext) {
@@ -129,11 +127,11 @@ TEST(ReadoutMatch, StartIsTheCloserOfTheFirstEntryWithinTheToleranceAndTheNext) 
       {"the next one is not closer on the other side of 0", {{-110'000, -9'000}}, ~std::uint64_t{0}, 0, 0},
       {"1499 before a start of frame before 0", {{-1'510'000, 0}}, ~std::uint64_t{0}, 0, 0},
       {"1500 before it", {{-1'511'000, 0}}, ~std::uint64_t{0}, kNone, kNone},
-      {"the latest time", {{kMax - 2'000, kMax}}, kLatestUs + 10, 0, 1},
-      {"later than any", {{kMax - 2'000, kMax}}, kLatestUs + 10 + 1'500, kNone, kNone},
-      {"far later", {{kMax - 2'000, kMax}}, (std::uint64_t{1} << 63) - 1, kNone, kNone},
-      {"the earliest time", {{kMin, kMin + 2'000}}, ~kLatestUs + 1 + 10, 0, 0},
-      {"earlier than any", {{kMin, kMin + 2'000}}, std::uint64_t{1} << 63, kNone, kNone},
+      {"the latest time", {{kLatestNs - 2'000, kLatestNs}}, kLatestUs + 10, 0, 1},
+      {"later than any", {{kLatestNs - 2'000, kLatestNs}}, kLatestUs + 10 + 1'500, kNone, kNone},
+      {"far later", {{kLatestNs - 2'000, kLatestNs}}, (std::uint64_t{1} << 63) - 1, kNone, kNone},
+      {"the earliest time", {{kEarliestNs, kEarliestNs + 2'000}}, ~kLatestUs + 1 + 10, 0, 0},
+      {"earlier than any", {{kEarliestNs, kEarliestNs + 2'000}}, std::uint64_t{1} << 63, kNone, kNone},
   };
   for (auto const& row : rows) {
     Found const found = Match(History(row.framesNs).All(), {row.startOfFrameUs, 0, -10}, false);
@@ -174,7 +172,7 @@ TEST(ReadoutMatch, EndIsSearchedFromTheSpansFirstEntryOn) {
        ~std::uint64_t{1'999},
        2'000,
        {0, 0, 1, 1, 0, 2}},
-      {"the longest readout", {{kMax - 1'000, kMax}}, kLatestUs + 9, 4'294'967, {0, 0, kNone, kNone, 0, 2}},
+      {"the longest readout", {{kLatestNs - 1'000, kLatestNs}}, kLatestUs + 9, 4'294'967, {0, 0, kNone, kNone, 0, 2}},
   };
   for (auto const& row : rows) {
     EXPECT_EQ(Match(History(row.framesNs).All(), {row.startOfFrameUs, row.shutterUs, -10}, false), row.found)
@@ -267,9 +265,9 @@ TEST(SplitTime, IsTheMidpointRoundedTowardZeroWithoutOverflow) {
                     {-4, 1, -1},
                     {-1, 4, 1},
                     {-3, 3, 0},
-                    {kMin, kMax, 0},
-                    {kMax - 1, kMax, kMax - 1},
-                    {kMin, kMin + 1, kMin + 1}};
+                    {kEarliestNs, kLatestNs, 0},
+                    {kLatestNs - 1, kLatestNs, kLatestNs - 1},
+                    {kEarliestNs, kEarliestNs + 1, kEarliestNs + 1}};
   for (auto const& row : rows) {
     EXPECT_EQ(lsc::SplitTimeNs(row.beginsNs, row.endsNs), row.splitNs) << row.beginsNs << ", " << row.endsNs;
   }

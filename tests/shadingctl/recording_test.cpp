@@ -15,19 +15,19 @@ namespace {
 
 using std::string_literals::operator""s;
 
-std::string const kFrames = "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,1000,10,20\n2,2000,10,20\n";
+std::string const kFrameRows = "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,1000,10,20\n2,2000,10,20\n";
 std::string const kHall = "frame,timestamp_ns,hall_x,hall_y\n1,900,1.5,2.5\n2,1900,1.25,-3\n";
 
-struct Broken {
+struct BrokenFiles {
   char const* name;
   std::optional<std::string> frames;  // no file when empty
   std::optional<std::string> hall;
   char const* complaint;  // DIR stands for the recording's directory
 };
 
-std::ostream& operator<<(std::ostream& stream, Broken const& broken) { return stream << broken.name; }
+std::ostream& operator<<(std::ostream& stream, BrokenFiles const& broken) { return stream << broken.name; }
 
-class BrokenRecording : public testing::TestWithParam<Broken> {};
+class BrokenRecording : public testing::TestWithParam<BrokenFiles> {};
 
 TEST_P(BrokenRecording, EndsWithItsPlaceAndWhatWasExpected) {
   TemporaryDirectory const directory;
@@ -47,53 +47,56 @@ std::string Frames(std::string const& secondLine) {
 INSTANTIATE_TEST_SUITE_P(
     All, BrokenRecording,
     testing::Values(
-        Broken{"NoFrameFile", {}, kHall, "DIR/frames.csv: cannot be read: No such file or directory"},
-        Broken{"NoHallFile", kFrames, {}, "DIR/hall.csv: cannot be read: No such file or directory"},
-        Broken{"EmptyFile", "", kHall,
-               "DIR/frames.csv:1: expected a header that names the columns frame, timestamp_ns, exposure_ns and "
-               "rolling_shutter_ns, found nothing"},
-        Broken{
-            "MissingColumn", kFrames, "frame,timestamp_ns,hall_x\n1,900,1\n",
+        BrokenFiles{"NoFrameFile", {}, kHall, "DIR/frames.csv: cannot be read: No such file or directory"},
+        BrokenFiles{"NoHallFile", kFrameRows, {}, "DIR/hall.csv: cannot be read: No such file or directory"},
+        BrokenFiles{"EmptyFile", "", kHall,
+                    "DIR/frames.csv:1: expected a header that names the columns frame, timestamp_ns, exposure_ns and "
+                    "rolling_shutter_ns, found nothing"},
+        BrokenFiles{
+            "MissingColumn", kFrameRows, "frame,timestamp_ns,hall_x\n1,900,1\n",
             "DIR/hall.csv:1: hall_y: expected this column, the header does not name it: 'frame,timestamp_ns,hall_x'"},
-        Broken{"ColumnTwice", kFrames, "frame,hall_x,timestamp_ns,hall_x,hall_y\n",
-               "DIR/hall.csv:1: hall_x: expected this column once, the header names it again: "
-               "'frame,hall_x,timestamp_ns,hall_x,hall_y'"},
-        Broken{"TooFewFields", kFrames, Hall("1,950,1\n"),
-               "DIR/hall.csv:3: expected as many fields as the header names, found fewer"},
-        Broken{"TooManyFields", kFrames, Hall("1,950,1,2,3\n"),
-               "DIR/hall.csv:3: expected as many fields as the header names, found more"},
-        Broken{"NoNumber", kFrames, Hall("1,950,1,two\n"),
-               "DIR/hall.csv:3: hall_y: expected a decimal number, found 'two'"},
-        Broken{"TextAfterNumber", kFrames, Hall("1,950,1px,2\n"),
-               "DIR/hall.csv:3: hall_x: expected a decimal number, found '1px'"},
-        Broken{"NoPosition", kFrames, Hall("1,950,,2\n"),
-               "DIR/hall.csv:3: hall_x: expected a decimal number, found ''"},
-        Broken{"EndlessPosition", kFrames, Hall("1,950,inf,2\n"),
-               "DIR/hall.csv:3: hall_x: expected a decimal number, found 'inf'"},
-        Broken{"PositionBeyondSinglePrecision", kFrames, Hall("1,950,1e39,2\n"),
-               "DIR/hall.csv:3: hall_x: expected a number that single precision holds, at most 3.4028235e+38, found "
-               "'1e39'"},
-        Broken{"PositionBeyondAnyPrecision", kFrames, Hall("1,950,1,-1e999\n"),
-               "DIR/hall.csv:3: hall_y: expected a number that single precision holds, at most 3.4028235e+38, found "
-               "'-1e999'"},
-        Broken{"ControlBytes", kFrames, Hall("1,950,\x1b[2J,2\n"),
-               "DIR/hall.csv:3: hall_x: expected a decimal number, found '\\x1b[2J'"},
-        Broken{"TimeBeyond64Bits", kFrames, Hall("1,9223372036854775808,1,2\n"),
-               "DIR/hall.csv:3: timestamp_ns: expected a whole number of 64 bits, found '9223372036854775808'"},
-        Broken{"NegativeExposure", Frames("6,2000,-1,20\n"), kHall,
-               "DIR/frames.csv:3: exposure_ns: expected a whole number from 0 to 18446744073709551615, found '-1'"},
-        Broken{"ReadoutBeyond32Bits", Frames("6,2000,10,4294967296\n"), kHall,
-               "DIR/frames.csv:3: rolling_shutter_ns: expected a whole number from 0 to 4294967295, found "
-               "'4294967296'"},
-        Broken{"FrameTwice", Frames("5,2000,10,20\n"), kHall,
-               "DIR/frames.csv:3: frame: expected a number above 5, the frame before, found '5'"},
-        Broken{"HallFrameRunsBackwards", kFrames, Hall("0,950,1,2\n"),
-               "DIR/hall.csv:3: frame: expected at least 1, the frame of the row before, found '0'"},
-        Broken{"ZeroByte", kFrames, Hall("1,950,1\0,2\n"s),
-               "DIR/hall.csv: expected text, found a zero byte at offset 50"},
+        BrokenFiles{"ColumnTwice", kFrameRows, "frame,hall_x,timestamp_ns,hall_x,hall_y\n",
+                    "DIR/hall.csv:1: hall_x: expected this column once, the header names it again: "
+                    "'frame,hall_x,timestamp_ns,hall_x,hall_y'"},
+        BrokenFiles{"TooFewFields", kFrameRows, Hall("1,950,1\n"),
+                    "DIR/hall.csv:3: expected as many fields as the header names, found fewer"},
+        BrokenFiles{"TooManyFields", kFrameRows, Hall("1,950,1,2,3\n"),
+                    "DIR/hall.csv:3: expected as many fields as the header names, found more"},
+        BrokenFiles{"NoNumber", kFrameRows, Hall("1,950,1,two\n"),
+                    "DIR/hall.csv:3: hall_y: expected a decimal number, found 'two'"},
+        BrokenFiles{"TextAfterNumber", kFrameRows, Hall("1,950,1px,2\n"),
+                    "DIR/hall.csv:3: hall_x: expected a decimal number, found '1px'"},
+        BrokenFiles{"NoPosition", kFrameRows, Hall("1,950,,2\n"),
+                    "DIR/hall.csv:3: hall_x: expected a decimal number, found ''"},
+        BrokenFiles{"EndlessPosition", kFrameRows, Hall("1,950,inf,2\n"),
+                    "DIR/hall.csv:3: hall_x: expected a decimal number, found 'inf'"},
+        BrokenFiles{
+            "PositionBeyondSinglePrecision", kFrameRows, Hall("1,950,1e39,2\n"),
+            "DIR/hall.csv:3: hall_x: expected a number that single precision holds, at most 3.4028235e+38, found "
+            "'1e39'"},
+        BrokenFiles{
+            "PositionBeyondAnyPrecision", kFrameRows, Hall("1,950,1,-1e999\n"),
+            "DIR/hall.csv:3: hall_y: expected a number that single precision holds, at most 3.4028235e+38, found "
+            "'-1e999'"},
+        BrokenFiles{"ControlBytes", kFrameRows, Hall("1,950,\x1b[2J,2\n"),
+                    "DIR/hall.csv:3: hall_x: expected a decimal number, found '\\x1b[2J'"},
+        BrokenFiles{"TimeBeyond64Bits", kFrameRows, Hall("1,9223372036854775808,1,2\n"),
+                    "DIR/hall.csv:3: timestamp_ns: expected a whole number of 64 bits, found '9223372036854775808'"},
+        BrokenFiles{
+            "NegativeExposure", Frames("6,2000,-1,20\n"), kHall,
+            "DIR/frames.csv:3: exposure_ns: expected a whole number from 0 to 18446744073709551615, found '-1'"},
+        BrokenFiles{"ReadoutBeyond32Bits", Frames("6,2000,10,4294967296\n"), kHall,
+                    "DIR/frames.csv:3: rolling_shutter_ns: expected a whole number from 0 to 4294967295, found "
+                    "'4294967296'"},
+        BrokenFiles{"FrameTwice", Frames("5,2000,10,20\n"), kHall,
+                    "DIR/frames.csv:3: frame: expected a number above 5, the frame before, found '5'"},
+        BrokenFiles{"HallFrameRunsBackwards", kFrameRows, Hall("0,950,1,2\n"),
+                    "DIR/hall.csv:3: frame: expected at least 1, the frame of the row before, found '0'"},
+        BrokenFiles{"ZeroByte", kFrameRows, Hall("1,950,1\0,2\n"s),
+                    "DIR/hall.csv: expected text, found a zero byte at offset 50"},
         // Line 5 counts the empty line before it, and comes after the last frame: it is read all the same.
-        Broken{"AfterTheLastFrame", kFrames, Hall("\n2,950,1,2\n3,960,x,2\n"),
-               "DIR/hall.csv:5: hall_x: expected a decimal number, found 'x'"}),
+        BrokenFiles{"AfterTheLastFrame", kFrameRows, Hall("\n2,950,1,2\n3,960,x,2\n"),
+                    "DIR/hall.csv:5: hall_x: expected a decimal number, found 'x'"}),
     [](auto const& broken) { return broken.param.name; });
 
 TEST(Recording, MayBeWrittenInManyWays) {

@@ -14,7 +14,7 @@
 namespace shadingctl {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = nlohmann::json;
 
 // The data of a page, as its scripts read them.
 Json DataOf(std::string const& page) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,6 +15,10 @@
 #include "platform/desktop/Device.h"
 
 using Samples = std::vector<NSCam::Utils::SensorData>;
+
+// The earliest and the latest time of a sample, in ns.
+constexpr std::int64_t kEarliestNs = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kLatestNs = std::numeric_limits<std::int64_t>::max();
 
 inline NSCam::Utils::SensorData Sample(std::int64_t timestampNs, float hallX = 0.0F, float hallY = 0.0F) {
   NSCam::Utils::SensorData sample;

@@ -9,10 +9,9 @@
 namespace shadingctl {
 namespace {
 
-constexpr std::size_t kRows = 9;
 constexpr std::size_t kValuesPerRow = 130;
 constexpr int kValid = 1;
-constexpr int kMirroredLength = static_cast<int>(kRows * kValuesPerRow * 2) + 1;
+constexpr int kMirroredLength = static_cast<int>(kBlockRows * kValuesPerRow * 2) + 1;
 
 std::string RangeOfTable(int table) {
   for (TableRange const& range : kTableRanges) {
@@ -159,7 +158,7 @@ std::vector<RecordPart> ExplainRecord(CameraCalibration const& camera) {
 }
 
 std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& block) {
-  std::vector<std::vector<unsigned int>> rows(std::min(block.size() / (2 * kValuesPerRow), kRows));
+  std::vector<std::vector<unsigned int>> rows(std::min(block.size() / (2 * kValuesPerRow), kBlockRows));
   std::size_t at = 0;
   for (auto& row : rows) {
     for (std::size_t k = 0; k < kValuesPerRow; ++k, at += 2) row.push_back(block[at] + 256U * block[at + 1]);

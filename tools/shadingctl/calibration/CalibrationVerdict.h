@@ -1,6 +1,7 @@
 // Whether a camera's calibration is usable, and what its images get otherwise, in words and numbers.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +9,8 @@
 #include "tools/shadingctl/calibration/CameraCalibration.h"
 
 namespace shadingctl {
+
+constexpr std::size_t kBlockRows = 9;  // of a PNC block
 
 struct Verdict {
   bool sound = false;         // the data are there and marked valid

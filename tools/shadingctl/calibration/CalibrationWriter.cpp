@@ -13,8 +13,6 @@
 namespace shadingctl {
 namespace {
 
-constexpr std::size_t kRows = 9;
-
 std::string MaskText(CameraCalibration const& camera) { return fmt::format("{:#04x}", 1 << camera.sensorIndex); }
 
 std::string FileText(CameraCalibration const& camera) {
@@ -245,7 +243,7 @@ void WriteCsv(OutputFile& output, std::vector<CameraCalibration> const& cameras)
   std::string head = "camera,mask,file,file_bytes";
   for (char const* const name : kOfTable) head += fmt::format(",table_{}", name);
   for (char const* const name : kOfBlock) head += fmt::format(",block_{}", name);
-  for (std::size_t r = 0; r < kRows; ++r) head += fmt::format(",mean_row{}", r);
+  for (std::size_t r = 0; r < kBlockRows; ++r) head += fmt::format(",mean_row{}", r);
   output.Write(head + "\n");
   for (CameraCalibration const& camera : cameras) {
     nlohmann::ordered_json const json = CameraJson(camera);
@@ -254,7 +252,7 @@ void WriteCsv(OutputFile& output, std::vector<CameraCalibration> const& cameras)
     for (char const* const name : kOfTable) line += "," + Cell(json["table"][name]);
     for (char const* const name : kOfBlock) line += "," + Cell(json["block"][name]);
     auto const& rows = json["block"]["rows"];
-    for (std::size_t r = 0; r < kRows; ++r) line += "," + (r < rows.size() ? Cell(rows[r]["mean"]) : "");
+    for (std::size_t r = 0; r < kBlockRows; ++r) line += "," + (r < rows.size() ? Cell(rows[r]["mean"]) : "");
     output.Write(line + "\n");
   }
 }

@@ -2,14 +2,12 @@
 
 #include <algorithm>
 
+#include "hosting/LibraryNumbers.h"
 #include "tools/shadingctl/frames/FrameResult.h"
 #include "tools/shadingctl/frames/FrameTiming.h"
 
 namespace shadingctl {
 namespace {
-
-constexpr int kModeMean = 1;
-constexpr int kModeMaximum = 2;  // the two that tell the span's entries
 
 // Damaged lines can hold any number, so indices are counted in 64 bits.
 std::uint64_t Lines(std::int64_t first, std::int64_t last) {
@@ -34,8 +32,8 @@ std::uint64_t EndCandidateLines(FrameMessages const& m) {
 }
 
 std::uint64_t SpanEntryLines(FrameMessages const& m) {
-  bool const areTold =
-      m.position ? m.position->mode == kModeMean || m.position->mode == kModeMaximum : m.spanEntries > 0;
+  bool const areTold = m.position ? m.position->mode == hosting::kModeMean || m.position->mode == hosting::kModeMaximum
+                                  : m.spanEntries > 0;
   return areTold && m.span ? Lines(m.span->first, m.span->last) : m.spanEntries;
 }
 

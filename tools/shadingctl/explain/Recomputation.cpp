@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hosting/HostLibrary.h"
+#include "hosting/LibraryNumbers.h"
 
 namespace shadingctl {
 namespace {
@@ -15,7 +16,6 @@ constexpr char const* kLogProperty = "vendor.veyra.3a.lscutil.log";
 constexpr char const* kModeProperty = "vendor.debug.ois.hall.calculation";
 constexpr int kSpanLevel = 1;     // at which the library tells the span
 constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
-constexpr int kModeMean = 1;
 constexpr unsigned int kFrame = 1;
 constexpr unsigned int kSensorMode = 0;
 
@@ -96,7 +96,7 @@ Recomputation::~Recomputation() {
 
 Recomputation::Result Recomputation::Check(LoggedCall const& call) {
   if (!call.isWhole()) return {};
-  int const mode = call.messages.position ? call.messages.position->mode : mMode.value_or(kModeMean);
+  int const mode = call.messages.position ? call.messages.position->mode : mMode.value_or(hosting::kModeMean);
   if (mLibrary == nullptr) Load(mode);
   if (mode != *mMode && mModeSwitch == nullptr) return {Verdict::kOtherMode, {}};
   if (mode != *mMode) mMode = *mModeSwitch = mode;

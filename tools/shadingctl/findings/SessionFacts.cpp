@@ -9,8 +9,8 @@
 namespace shadingctl {
 namespace {
 
-constexpr std::uint32_t kAfterSwitch = 3;           // frames that a switch of the readout may cost
-constexpr std::int64_t kLongestUs = 1000000000000;  // in which no readout ends
+constexpr std::uint32_t kAfterSwitch = 3;             // frames that a switch of the readout may cost
+constexpr std::int64_t kLatestEndUs = 1000000000000;  // in which no readout ends
 constexpr double kMillionths = 1e6;
 
 std::int64_t Millionths(double value) { return std::llround(std::clamp(value, 0.0, 1e12) * kMillionths); }
@@ -100,8 +100,8 @@ void SessionFacts::AddFrame(FrameFacts const& facts) {
   if (auto const newestNs = mNewestStoredNs ? mNewestStoredNs : mNewestSampleNs) {
     std::int64_t const leadNs = DifferenceNs(*newestNs, static_cast<std::int64_t>(facts.timestampNs));
     if (std::exchange(mHasFreshBatch, false)) mDelivery.Add(facts.frame, leadNs);
-    bool const lacksSamples = LacksLaterSamples(facts) && facts.readoutEndUs && *facts.readoutEndUs < kLongestUs;
-    if (lacksSamples && *facts.readoutEndUs > -kLongestUs)
+    bool const lacksSamples = LacksLaterSamples(facts) && facts.readoutEndUs && *facts.readoutEndUs < kLatestEndUs;
+    if (lacksSamples && *facts.readoutEndUs > -kLatestEndUs)
       mMatch.shortfallNs.Add(DifferenceNs(*facts.readoutEndUs * 1000, leadNs));
   }
   if (isWarmUp) {

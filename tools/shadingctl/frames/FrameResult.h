@@ -80,6 +80,12 @@ std::string PositionText(double position);
 std::string ShareText(double share);
 std::string DistanceText(double distance);
 
+// The number, or nothing.
+template <class Integer>
+std::string OrEmpty(std::optional<Integer> const& number) {
+  return number ? std::to_string(*number) : std::string();
+}
+
 // What the host saw of a call besides the messages.
 struct CallOutcome {
   bool supported = false;   // IsSupportSensor

@@ -8,7 +8,7 @@
 namespace shadingctl {
 namespace {
 
-constexpr std::size_t kWidth = 100;
+constexpr std::size_t kLineLength = 100;
 constexpr char const* kIndent = "           ";  // as wide as the labels of a summary
 
 // Breaks at blanks; every line but the first begins with the indent.
@@ -18,7 +18,7 @@ std::string Wrapped(std::string const& text) {
   std::size_t at = 0;
   while (at < text.size()) {
     std::size_t const end = std::min(text.find(' ', at), text.size());
-    bool const fits = wrapped.size() - lineStart + end - at + 1 <= kWidth;
+    bool const fits = wrapped.size() - lineStart + end - at + 1 <= kLineLength;
     if (at > 0 && fits) wrapped += ' ';
     if (!fits) {
       wrapped += '\n';

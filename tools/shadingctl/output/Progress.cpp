@@ -14,7 +14,7 @@ namespace {
 constexpr std::chrono::seconds kPatience{1};             // nobody needs a bar for less
 constexpr std::chrono::milliseconds kDrawInterval{100};  // fast enough for the eye
 constexpr std::uint64_t kStepsPerLook = 64;              // the clock is not asked at every step
-constexpr std::size_t kWidth = 40;                       // characters
+constexpr std::size_t kBarLength = 40;                   // characters
 
 }  // namespace
 
@@ -38,8 +38,8 @@ void Progress::Draw() {
   std::string bar;
   if (mTotal) {
     auto const part = std::min(1.0, static_cast<double>(mDone) / static_cast<double>(*mTotal));
-    auto const full = static_cast<std::size_t>(part * static_cast<double>(kWidth));
-    bar = fmt::format("[{}{}] {:3.0f} % ", std::string(full, '#'), std::string(kWidth - full, '.'), part * 100.0);
+    auto const full = static_cast<std::size_t>(part * static_cast<double>(kBarLength));
+    bar = fmt::format("[{}{}] {:3.0f} % ", std::string(full, '#'), std::string(kBarLength - full, '.'), part * 100.0);
   }
   fmt::print(stderr, "\r{}{} frames\033[K", bar, mDone);
   std::fflush(stderr);

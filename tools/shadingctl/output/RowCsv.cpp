@@ -7,12 +7,7 @@
 namespace shadingctl {
 namespace {
 
-template <class Number>
-std::string OrEmpty(std::optional<Number> const& number) {
-  return number ? fmt::format("{}", *number) : std::string();
-}
-
-std::string OrEmpty(std::optional<double> const& number, std::string (*text)(double)) {
+std::string TextOrEmpty(std::optional<double> const& number, std::string (*text)(double)) {
   return number ? text(*number) : std::string();
 }
 
@@ -27,9 +22,10 @@ std::string CsvRow(FrameResult const& row) {
   return fmt::format("{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{}\n", row.frame, row.timestampNs, row.type,
                      Name(row.match), OrEmpty(row.samples), OrEmpty(row.startIndex), OrEmpty(row.endIndex),
                      OrEmpty(row.offsetUs), OrEmpty(row.startDistanceUs), OrEmpty(row.spanAgeUs),
-                     OrEmpty(row.hallX, PositionText), OrEmpty(row.hallY, PositionText), row.message, row.camera,
-                     row.end ? Name(*row.end) : "", OrEmpty(row.endDistanceUs), OrEmpty(row.coverage, ShareText),
-                     OrEmpty(row.repeatedSamples), OrEmpty(row.readoutDistance, DistanceText));
+                     TextOrEmpty(row.hallX, PositionText), TextOrEmpty(row.hallY, PositionText), row.message,
+                     row.camera, row.end ? Name(*row.end) : "", OrEmpty(row.endDistanceUs),
+                     TextOrEmpty(row.coverage, ShareText), OrEmpty(row.repeatedSamples),
+                     TextOrEmpty(row.readoutDistance, DistanceText));
 }
 
 }  // namespace shadingctl

@@ -20,11 +20,6 @@ std::string ModeText(std::string const& mode) {
   return mode == "middle" ? "middle (of an even number the lower one)" : mode;
 }
 
-template <class Number>
-std::string OrEmpty(std::optional<Number> const& number) {
-  return number ? fmt::format("{}", *number) : std::string();
-}
-
 char const* ColorOf(Match match) {
   switch (match) {
     case Match::kStart:

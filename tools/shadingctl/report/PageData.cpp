@@ -7,17 +7,16 @@
 #include <string>
 #include <utility>
 
+#include "tools/shadingctl/report/WrappingTime.h"
+
 namespace shadingctl {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Wraps, so times that cannot be real do no harm.
-std::int64_t Difference(std::int64_t later, std::int64_t earlier) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(later) - static_cast<std::uint64_t>(earlier));
+std::int64_t Since(Json const& time, std::int64_t origin) {
+  return WrappingDifference(time.get<std::int64_t>(), origin);
 }
-
-std::int64_t Since(Json const& time, std::int64_t origin) { return Difference(time.get<std::int64_t>(), origin); }
 
 // Frames of a result may differ in their keys.
 Json ColumnsOf(Json const& frames, std::int64_t originNs) {
@@ -62,7 +61,7 @@ Json SamplesOf(Json const& batches, std::int64_t originNs) {
     }
     for (Json const& sample : batch["samples"]) {
       std::int64_t const timeNs = Since(sample[0], originNs);
-      packed["time_steps_ns"].push_back(Difference(timeNs, std::exchange(place->second.latestNs, timeNs)));
+      packed["time_steps_ns"].push_back(WrappingDifference(timeNs, std::exchange(place->second.latestNs, timeNs)));
       packed["hall_x"].push_back(sample[1]);
       packed["hall_y"].push_back(sample[2]);
     }

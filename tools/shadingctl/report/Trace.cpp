@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "hosting/UnusableInput.h"
+#include "tools/shadingctl/report/WrappingTime.h"
 
 namespace shadingctl {
 namespace {
@@ -34,17 +35,6 @@ struct Slice {
   std::string name;
   Json arguments;
 };
-
-// Wrapping: times that cannot be real do no harm.
-std::int64_t Sum(std::int64_t one, std::int64_t other) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(one) + static_cast<std::uint64_t>(other));
-}
-
-std::int64_t Difference(std::int64_t later, std::int64_t earlier) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(later) - static_cast<std::uint64_t>(earlier));
-}
-
-std::int64_t NsOf(std::int64_t us) { return static_cast<std::int64_t>(static_cast<std::uint64_t>(us) * 1000); }
 
 // us with all digits of the ns, which a double would not hold.
 std::string TimeText(std::int64_t ns) {
@@ -80,7 +70,7 @@ class TraceWriter {
 
   void AddSlice(std::int64_t camera, int thread, Slice const& slice) {
     Add(fmt::format(R"({{"ph":"X","pid":{},"tid":{},"name":{},"ts":{},"dur":{},"args":{}}})", camera, thread,
-                    Text(slice.name), TimeText(slice.startNs), TimeText(Difference(slice.endNs, slice.startNs)),
+                    Text(slice.name), TimeText(slice.startNs), TimeText(WrappingDifference(slice.endNs, slice.startNs)),
                     Text(slice.arguments)));
   }
 
@@ -117,18 +107,18 @@ void AddSlices(Json const& frame, TrackSlices& slices) {
   auto const timeNs = frame["timestamp_ns"].get<std::int64_t>();
   std::string const name = fmt::format("frame {}", frame["frame"].get<std::int64_t>());
   if (HasNumber(frame, "exposure_us")) {
-    std::int64_t const exposureNs = NsOf(frame["exposure_us"].get<std::int64_t>());
-    slices[Track::kExposure].push_back({Difference(timeNs, exposureNs), timeNs, name, Json::object()});
+    std::int64_t const exposureNs = WrappingNsOf(frame["exposure_us"].get<std::int64_t>());
+    slices[Track::kExposure].push_back({WrappingDifference(timeNs, exposureNs), timeNs, name, Json::object()});
   }
   if (HasNumber(frame, "readout_us")) {
-    std::int64_t const readoutNs = NsOf(frame["readout_us"].get<std::int64_t>());
-    slices[Track::kReadout].push_back({timeNs, Sum(timeNs, readoutNs), name, Json::object()});
+    std::int64_t const readoutNs = WrappingNsOf(frame["readout_us"].get<std::int64_t>());
+    slices[Track::kReadout].push_back({timeNs, WrappingSum(timeNs, readoutNs), name, Json::object()});
   }
   bool const hasSpan = frame.contains("span_us") && frame["span_us"].is_array() && HasNumber(frame, "offset_us");
   if (!hasSpan) return;
   auto const offsetUs = frame["offset_us"].get<std::int64_t>();
-  std::int64_t const firstNs = NsOf(Sum(frame["span_us"][0].get<std::int64_t>(), offsetUs));
-  std::int64_t const lastNs = NsOf(Sum(frame["span_us"][1].get<std::int64_t>(), offsetUs));
+  std::int64_t const firstNs = WrappingNsOf(WrappingSum(frame["span_us"][0].get<std::int64_t>(), offsetUs));
+  std::int64_t const lastNs = WrappingNsOf(WrappingSum(frame["span_us"][1].get<std::int64_t>(), offsetUs));
   slices[Track::kSpan].push_back(
       {firstNs, lastNs, fmt::format("{} {}", name, frame["match"].get<std::string>()), ArgumentsOf(frame)});
 }
