@@ -10,7 +10,8 @@ function headerOf(results) {
   const settings = results[0].settings ?? {};
   const isShared = (key) => results.every((result) => result.settings?.[key] === settings[key]);
   const told = ['mode', 'log_level', 'library']
-    .filter((key) => settings[key] !== null && settings[key] !== undefined && isShared(key)).map((key) => `${settingName(key)} ${settings[key]}`);
+    .filter((key) => settings[key] !== null && settings[key] !== undefined && isShared(key))
+    .map((key) => `${settingName(key)} ${settings[key]}`);
   return element('header', {}, element('h1', {}, names.join('  against  ')), element('p', {}, told.join(' · ')),
                  ...settingsApart(results).map((text) => element('p', {class: 'apart'}, text)));
 }
@@ -75,7 +76,8 @@ function findingList(findings, goTo) {
       button.addEventListener('click', () => goTo(frame));
       return button;
     });
-    const advice = finding.advice ? [element('p', {}, element('strong', {}, 'What helps: '), `${typeset(finding.advice)}.`)] : [];
+    const advice = finding.advice
+      ? [element('p', {}, element('strong', {}, 'What helps: '), `${typeset(finding.advice)}.`)] : [];
     list.append(element('li', {'data-code': finding.code},
                         element('p', {}, element('code', {}, finding.code), ` ${typeset(finding.text)}.`), ...advice,
                         ...(frames.length > 0 ? [element('p', {class: 'soft'}, 'Frames ', ...frames)] : [])));
