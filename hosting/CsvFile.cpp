@@ -160,6 +160,7 @@ CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLin
 }
 
 template CsvFile::CsvFile(std::string, std::array<Column, 2> const&, LastLine);
+template CsvFile::CsvFile(std::string, std::array<Column, 3> const&, LastLine);
 template CsvFile::CsvFile(std::string, std::array<Column, 4> const&, LastLine);
 template CsvFile::CsvFile(std::string, std::array<Column, 20> const&, LastLine);
 

@@ -18,6 +18,11 @@ constexpr int kSamplesAfter = 49;
 constexpr int kModeMean = 1;
 constexpr int kModeMaximum = 2;
 
+// How much older than a frame's readout the samples are that the library takes for it: this share of the shorter one of
+// exposure and readout, and a constant.
+constexpr double kOffsetFactor = 0.5432;
+constexpr int kOffsetConstantUs = 166;
+
 constexpr std::uint64_t kHistoryFrames = 30;  // the history forgets all but the batches of so many frames
 
 }  // namespace hosting

@@ -10,6 +10,10 @@
 namespace shadingctl {
 namespace {
 
+// What a page takes for the source and the built tree.
+constexpr char const* kTree =
+    "tap() { " TAP_SCRIPT " \"$@\"; }; programs=" PROGRAM_DIRECTORY "; libraries=" LIBRARY_DIRECTORY "\n";
+
 struct Page {
   char const* path;
   int commands;  // on lines that begin with "$ "
@@ -31,7 +35,7 @@ TEST_P(Walkthrough, ShowsWhatTheCommandsPrint) {
     bool const isCommand = isInBlock && line.rfind("$ ", 0) == 0;
     bool const isFence = line == "```";
     if (!command.empty() && (isCommand || isFence)) {
-      EXPECT_EQ(RunScript("cd " + directory.path() + " && " + command).out, expected) << command;
+      EXPECT_EQ(RunScript(kTree + ("cd " + directory.path()) + " && " + command).out, expected) << command;
       command.clear();
       ++compared;
     }
@@ -46,7 +50,8 @@ TEST_P(Walkthrough, ShowsWhatTheCommandsPrint) {
   EXPECT_EQ(compared, GetParam().commands);
 }
 
-INSTANTIATE_TEST_SUITE_P(Pages, Walkthrough, testing::Values(Page{ANSWERS_PAGE, 28}, Page{TIMING_PAGE, 6}));
+INSTANTIATE_TEST_SUITE_P(Pages, Walkthrough,
+                         testing::Values(Page{ANSWERS_PAGE, 28}, Page{TIMING_PAGE, 6}, Page{BENCH_PAGE, 7}));
 
 TEST(ApiPage, ShowsTheHostThatTheInstallationCheckBuildsAndRuns) {
   std::string const page = ReadFile(API_PAGE);

@@ -30,6 +30,7 @@ constexpr char const* kExamples = R"(Examples:
   shadingctl replay /tmp/session --reset-matched
   shadingctl replay /tmp/session --report report.html
   shadingctl explain phone.log                     what became of each frame, from a phone's log
+  shadingctl fit RECORDING --reference target.csv  the offset, measured on a bench
   shadingctl calibration                           cameras' calibration data
   shadingctl dumps camera_dump                     OIS hall dump files of a phone
   shadingctl doctor libvcam_shadingutil.so         a library before it is installed
@@ -82,6 +83,7 @@ int Run(int argc, char** argv) {
   shadingctl::AddDiffCommand(app, chosen);
   shadingctl::AddGenerateCommand(app, chosen);
   shadingctl::AddBudgetCommand(app, chosen);
+  shadingctl::AddFitCommand(app, chosen);
   shadingctl::AddCalibrationCommand(app, chosen);
   shadingctl::AddDumpsCommand(app, chosen);
   shadingctl::AddDoctorCommand(app, chosen);

@@ -17,9 +17,9 @@ constexpr std::int64_t kMicrosecondNs = 1000;  // times are truncated to it
 constexpr std::int64_t kKeptFrames = hosting::kHistoryFrames;
 constexpr std::int64_t kWindow = hosting::kWindowSize;
 constexpr std::int64_t kBefore =
-    hosting::kSamplesBefore;              // of the window's samples lie before the first one at the timestamp
-constexpr double kOffsetFactor = 0.5432;  // of the shorter one of exposure and readout
-constexpr std::int64_t kOffsetConstantNs = 166 * kMicrosecondNs;
+    hosting::kSamplesBefore;  // of the window's samples lie before the first one at the timestamp
+using hosting::kOffsetFactor;
+constexpr std::int64_t kOffsetConstantNs = hosting::kOffsetConstantUs * kMicrosecondNs;
 constexpr std::int64_t kToleranceNs = hosting::kToleranceUs * kMicrosecondNs;
 
 // All in ns; intervals are above 0.

@@ -21,6 +21,7 @@ using Command = std::function<int()>;
 // Each adds its subcommand to `app`; parsing a command line with that subcommand sets `chosen`, which must outlive it.
 void AddReplayCommand(CLI::App& app, Command& chosen);
 void AddBudgetCommand(CLI::App& app, Command& chosen);
+void AddFitCommand(CLI::App& app, Command& chosen);
 void AddGenerateCommand(CLI::App& app, Command& chosen);
 void AddCalibrationCommand(CLI::App& app, Command& chosen);
 void AddDumpsCommand(CLI::App& app, Command& chosen);

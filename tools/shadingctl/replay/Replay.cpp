@@ -7,6 +7,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "tools/shadingctl/frames/FramePair.h"
+
 namespace shadingctl {
 namespace {
 
@@ -26,11 +28,6 @@ class Stopwatch {
  private:
   std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
 };
-
-hosting::ExposurePair const& PairOf(hosting::CalcOisValue const& calc, std::int32_t type) {
-  if (type == kShadingCapturePair1) return calc.pairs[1];
-  return calc.pairs[type == kShadingPreviewPair2 || type == kShadingCapturePair2 ? 2 : 0];
-}
 
 CalcOISValueInput InputOf(hosting::CalcOisValue const& calc) {
   auto const& pairs = calc.pairs;

@@ -1,0 +1,72 @@
+// `shadingctl fit` as its users run it.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tests/shadingctl/Program.h"
+
+namespace shadingctl {
+namespace {
+
+// A reference that shows each frame 1 unit for 2 of the position that the replay found, upside down.
+constexpr char const* kMakeReference =
+    "replay session --format csv | awk -F, 'BEGIN {print \"y,frame,x\"} $4 == \"start\" {print -$12 / 2 \",\" $1 \",\" "
+    "$11 / "
+    "2}' >target.csv";
+
+TEST(FitCommand, SaysTheSameInEveryFormat) {
+  TemporaryDirectory const place;
+  std::string const in = "cd " + place.path() + " && ";
+  ASSERT_EQ(RunScript(in + "shadingctl generate session --frames 400 && shadingctl " + kMakeReference).exitCode, 0);
+  Outcome const json = RunScript(in + "shadingctl fit session --reference target.csv --format json");
+  ASSERT_EQ(json.exitCode, 0) << json.err;
+  auto const fit = nlohmann::json::parse(json.out);
+  EXPECT_EQ(fit["schema"], "shadingctl-fit");
+  EXPECT_EQ(fit["version"], 1);
+  EXPECT_EQ(fit["axes"]["y"]["hall"], "hall_y");
+  EXPECT_NEAR(fit["axes"]["x"]["gain"]["value"].get<double>(), 0.5, 0.01);
+  EXPECT_NEAR(fit["axes"]["y"]["gain"]["value"].get<double>(), -0.5, 0.01);
+  EXPECT_EQ(fit["axes"]["x"]["lag_slope"]["library"], 0.5432);
+
+  auto const lines = Lines(RunScript(in + "shadingctl fit session --reference target.csv --format csv").out);
+  ASSERT_EQ(lines.size(), 15U);
+  EXPECT_EQ(lines[0], "image,hall,quantity,value,low,high,library");
+  EXPECT_EQ(lines[11].substr(0, 15), "y,hall_y,gain,-");
+}
+
+TEST(FitCommand, RefusesWhatItCannotUse) {
+  TemporaryDirectory const place;
+  std::string const in = "cd " + place.path() + " && ";
+  ASSERT_EQ(RunScript(in + "shadingctl generate session --frames 20 && shadingctl generate pair --cameras 2").exitCode,
+            0);
+  place.Write("twice.csv", "frame,x,y\n1,2,3\n2,2,3\n1,4,4\n");
+  place.Write("word.csv", "frame,x,y\n1,2,far\n");
+  place.Write("other.csv", "frame,x,y\n70001,2,3\n");
+  place.Write("few.csv", "frame,x,y\n5,2,3\n6,3,3\n");
+  struct Row {
+    char const* arguments;
+    int exitCode;
+    char const* told;
+  };
+  Row const table[] = {
+      {"session --reference twice.csv", 3, "twice.csv:4: frame: expected each frame once, found '1'"},
+      {"session --reference word.csv", 3, "word.csv:2: y: expected a decimal number, found 'far'"},
+      {"session --reference other.csv", 3, "other.csv: expected frames of session, found none of them among 1"},
+      {"session --reference few.csv", 3, "too short: expected 100 frames of the reference"},
+      {"session --reference missing.csv", 3, "missing.csv: cannot be read"},
+      {"pair --reference few.csv", 3, "expected --camera, found 2 cameras: "},
+      {"pair --reference few.csv --camera 77", 3, "expected camera 77, found "},
+      {"session --reference few.csv -o few.csv", 3, "few.csv"},
+      {"session", 2, "--reference is required"},
+  };
+  for (Row const& row : table) {
+    Outcome const outcome = RunScript(in + "shadingctl fit " + row.arguments);
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.arguments;
+    EXPECT_EQ(outcome.out, "") << row.arguments;
+    EXPECT_NE(outcome.err.find(row.told), std::string::npos) << outcome.err;
+  }
+}
+
+}  // namespace
+}  // namespace shadingctl

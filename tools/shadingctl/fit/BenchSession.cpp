@@ -1,0 +1,118 @@
+#include "tools/shadingctl/fit/BenchSession.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "hosting/CsvFile.h"
+#include "hosting/Interruption.h"
+#include "hosting/Recording.h"
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/frames/FramePair.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr double kNsOfUs = 1e3;
+
+using Positions = std::map<std::uint32_t, std::array<double, 2>>;
+
+Positions ReadReference(std::string const& path) {
+  enum Column : std::size_t { kFrame, kX, kY };
+  hosting::CsvFile file(path, std::array<hosting::CsvFile::Column, 3>{{{"frame"}, {"x"}, {"y"}}});
+  Positions positions;
+  while (file.Next()) {
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    std::array<double, 2> const position = {double{file.Finite(kX)}, double{file.Finite(kY)}};
+    if (!positions.emplace(file.Unsigned32(kFrame), position).second) file.Complain(kFrame, "each frame once");
+  }
+  return positions;
+}
+
+// Gathers one camera's samples and the times of its frames.
+class Collector {
+ public:
+  Collector(std::string recording, std::optional<std::int32_t> camera)
+      : mRecording(std::move(recording)), mCamera(camera) {}
+
+  void Add(hosting::Call const& call) {
+    if (call.camera) mCameras.insert(*call.camera);
+    if (mCamera && call.camera && *call.camera != *mCamera) return;
+    if (auto const* readout = std::get_if<hosting::StoreRollingShutter>(&call.operation))
+      mReadoutUs = readout->rollingShutterNs / kNsOfUs;
+    if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
+      for (auto const& sample : update->batch) mSamples.push_back({sample.timestamp, sample.oisHallX, sample.oisHallY});
+    }
+    if (auto const* calc = std::get_if<hosting::CalcOisValue>(&call.operation)) AddFrame(*calc);
+  }
+
+  BenchSession Join(Positions const& positions) const {
+    CheckCamera();
+    BenchSession session;
+    for (auto const& [number, position] : positions) {
+      auto const found = mFrames.find(number);
+      if (found == mFrames.end() || !(found->second.readoutUs > 0)) {
+        ++session.unknown;
+        continue;
+      }
+      session.frames.push_back(found->second);
+      session.frames.back().position = position;
+    }
+    bool const hasTimes = std::any_of(mSamples.begin(), mSamples.end(), [this](HallSample const& sample) {
+      return sample.timeNs != mSamples.front().timeNs;
+    });
+    if (!hasTimes) throw hosting::UnusableInput(mRecording + ": expected samples at different times, found none");
+    session.samples = mSamples;
+    return session;
+  }
+
+ private:
+  void AddFrame(hosting::CalcOisValue const& calc) {
+    auto const pair = PairOf(calc, calc.type.value_or(0));
+    ReferenceFrame frame;
+    frame.frame = calc.frame;
+    frame.readoutStartNs = static_cast<std::int64_t>(pair.timestampNs - pair.exposureNs);
+    frame.exposureUs = static_cast<double>(pair.exposureNs) / kNsOfUs;
+    frame.readoutUs = mReadoutUs;
+    mFrames.emplace(calc.frame, frame);
+  }
+
+  void CheckCamera() const {
+    if (!mCamera && mCameras.size() > 1) {
+      throw hosting::UnusableInput(fmt::format("{}: expected --camera, found {} cameras: {}", mRecording,
+                                               mCameras.size(), fmt::join(mCameras, ", ")));
+    }
+    if (mCamera && !mCameras.empty() && mCameras.count(*mCamera) == 0) {
+      throw hosting::UnusableInput(
+          fmt::format("{}: expected camera {}, found {}", mRecording, *mCamera, fmt::join(mCameras, ", ")));
+    }
+  }
+
+  std::string mRecording;
+  std::optional<std::int32_t> mCamera;
+  std::set<std::int32_t> mCameras;
+  double mReadoutUs = 0;  // 0: not told yet
+  std::vector<HallSample> mSamples;
+  std::map<std::uint32_t, ReferenceFrame> mFrames;
+};
+
+}  // namespace
+
+BenchSession ReadBenchSession(std::string const& recording, std::string const& reference,
+                              std::optional<std::int32_t> camera) {
+  Positions const positions = ReadReference(reference);
+  auto const session = hosting::OpenRecording(recording);
+  Collector collector(session->Name(), camera);
+  for (hosting::Call call; session->Next(call);) collector.Add(call);
+  BenchSession joined = collector.Join(positions);
+  if (joined.frames.empty()) {
+    throw hosting::UnusableInput(
+        fmt::format("{}: expected frames of {}, found none of them among {}", reference, recording, positions.size()));
+  }
+  return joined;
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,60 @@
+// The lens position between samples, and its mean over any span of time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace shadingctl {
+
+struct HallSample {
+  std::int64_t timeNs = 0;
+  double x = 0;
+  double y = 0;
+};
+
+struct HallPoint {
+  double x = 0;
+  double y = 0;
+};
+
+// A smooth curve through the samples: between two of them a cubic with the slopes of their neighbourhood, so that a low
+// sample rate does not flatten the motion as straight lines would.
+class HallSignal {
+ public:
+  // Sorts the samples; of those with the same time the first one counts. At least two times are needed.
+  explicit HallSignal(std::vector<HallSample> samples);
+
+  HallPoint At(double timeUs) const;
+
+  // Over fromUs..toUs, which is not empty.
+  HallPoint Mean(double fromUs, double toUs) const;
+
+  // Whether samples lie on both sides and no two of them are farther apart than three median intervals.
+  bool Covers(double fromUs, double toUs) const;
+
+  double medianIntervalUs() const { return mMedianIntervalUs; }
+
+  // Times handed in count from the first sample, in us.
+  std::int64_t firstNs() const { return mFirstNs; }
+
+ private:
+  struct Knot {
+    double timeUs = 0;
+    HallPoint value;
+    HallPoint slope;     // per us
+    HallPoint integral;  // from the first knot
+    std::size_t gapsBefore = 0;
+  };
+
+  std::size_t KnotBefore(double timeUs) const;
+  HallPoint IntegralTo(double timeUs) const;
+  void FindSlopes();
+  void Integrate();
+
+  std::int64_t mFirstNs = 0;
+  double mMedianIntervalUs = 0;
+  std::vector<Knot> mKnots;
+};
+
+}  // namespace shadingctl

@@ -1,0 +1,301 @@
+#include "tools/shadingctl/fit/LagFit.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "hosting/LibraryNumbers.h"
+#include "hosting/UnusableInput.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr std::size_t kFewestFrames = 100;     // fewer give no 20 blocks, on which the intervals rest
+constexpr double kLongestIntervalUs = 10000;   // between samples: 100 Hz, several of them in a swing of the hand
+constexpr double kLeastSpreadUs = 500;         // standard deviation of exposures from which a slope can be told
+constexpr double kMostResidualShare = 0.5;     // above it, the image does not follow the lens
+constexpr double kWidestLagIntervalUs = 4000;  // wider tells nothing beside a shift of some ms
+constexpr double kGridUs = 2000;               // of the search: the hand's fastest swings last 80 ms
+constexpr std::size_t kBlockFrames = 5;        // drawn together, as the errors of neighbours are alike
+constexpr int kMostSteps = 30;                 // of the refinement; it takes about 5
+constexpr double kSettledUs = 1e-3;
+constexpr double kSingular = 1e-9;  // a pivot below this share of its column is none
+
+// Parameters: offset, gains of X and Y, lag at the mean of `shorter`, slope of the lag. The slope comes last, so that
+// it can be left out.
+constexpr std::size_t kParameters = 5;
+constexpr std::size_t kGainX = 1;
+constexpr std::size_t kGainY = 2;
+constexpr std::size_t kLag = 3;
+constexpr std::size_t kSlope = 4;
+using Parameters = std::array<double, kParameters>;
+
+// Sums of a least-squares problem.
+struct Moments {
+  std::array<Parameters, kParameters> matrix{};
+  Parameters right{};
+  double squares = 0;
+
+  void Add(Parameters const& row, double value) {
+    for (std::size_t i = 0; i < kParameters; ++i) {
+      for (std::size_t k = 0; k < kParameters; ++k) matrix[i][k] += row[i] * row[k];
+      right[i] += row[i] * value;
+    }
+    squares += value * value;
+  }
+  void Add(Moments const& other) {
+    for (std::size_t i = 0; i < kParameters; ++i) {
+      for (std::size_t k = 0; k < kParameters; ++k) matrix[i][k] += other.matrix[i][k];
+      right[i] += other.right[i];
+    }
+    squares += other.squares;
+  }
+};
+
+// Solves for the first `count` parameters by elimination; the others are 0. nullopt when they cannot be told apart.
+std::optional<Parameters> Solve(Moments moments, std::size_t count) {
+  auto& m = moments.matrix;
+  Parameters const diagonal = {m[0][0], m[1][1], m[2][2], m[3][3], m[4][4]};
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!(m[i][i] > kSingular * diagonal[i])) return std::nullopt;
+    for (std::size_t k = i + 1; k < count; ++k) {
+      double const factor = m[k][i] / m[i][i];
+      for (std::size_t j = i; j < count; ++j) m[k][j] -= factor * m[i][j];
+      moments.right[k] -= factor * moments.right[i];
+    }
+  }
+  Parameters solution{};
+  for (std::size_t i = count; i-- > 0;) {
+    double rest = moments.right[i];
+    for (std::size_t j = i + 1; j < count; ++j) rest -= m[i][j] * solution[j];
+    solution[i] = rest / m[i][i];
+  }
+  return solution;
+}
+
+// A frame on the clock of the hall signal.
+struct Readout {
+  double startUs = 0;
+  double endUs = 0;
+  double shorterUs = 0;  // less the mean
+  std::array<double, 2> position{};
+};
+
+double LagOf(Readout const& readout, double lagUs, double slope) { return lagUs + slope * readout.shorterUs; }
+
+// One axis of the image.
+class Axis {
+ public:
+  Axis(HallSignal const& hall, std::vector<Readout> const& readouts, std::size_t axis, std::size_t count)
+      : mHall(hall), mReadouts(readouts), mAxis(axis), mCount(count) {}
+
+  // Offset and gains at a lag, and the squared residual left.
+  std::optional<std::pair<Parameters, double>> At(double lagUs, double slope) const {
+    Moments moments;
+    for (Readout const& readout : mReadouts) {
+      double const lag = LagOf(readout, lagUs, slope);
+      HallPoint const mean = mHall.Mean(readout.startUs - lag, readout.endUs - lag);
+      moments.Add({1, mean.x, mean.y, 0, 0}, readout.position[mAxis]);
+    }
+    auto solution = Solve(moments, kLag);
+    if (!solution) return std::nullopt;
+    double rest = moments.squares;
+    for (std::size_t i = 0; i < kLag; ++i) rest -= (*solution)[i] * moments.right[i];
+    (*solution)[kLag] = lagUs;
+    (*solution)[kSlope] = slope;
+    return std::pair(*solution, rest);
+  }
+
+  // Derivatives by the parameters, and what the parameters leave over, per block of frames.
+  std::vector<Moments> Blocks(Parameters const& at) const {
+    std::vector<Moments> blocks;
+    for (std::size_t i = 0; i < mReadouts.size(); ++i) {
+      if (i % kBlockFrames == 0) blocks.emplace_back();
+      Readout const& readout = mReadouts[i];
+      double const lag = LagOf(readout, at[kLag], at[kSlope]);
+      double const fromUs = readout.startUs - lag;
+      double const toUs = readout.endUs - lag;
+      HallPoint const mean = mHall.Mean(fromUs, toUs);
+      HallPoint const first = mHall.At(fromUs);
+      HallPoint const last = mHall.At(toUs);
+      double const byLag = (at[kGainX] * (first.x - last.x) + at[kGainY] * (first.y - last.y)) / (toUs - fromUs);
+      double const fitted = at[0] + at[kGainX] * mean.x + at[kGainY] * mean.y;
+      blocks.back().Add({1, mean.x, mean.y, byLag, byLag * readout.shorterUs}, readout.position[mAxis] - fitted);
+    }
+    return blocks;
+  }
+
+  // The parameters with the least squared residual near `at`.
+  std::optional<Parameters> Refine(Parameters at) const {
+    for (int step = 0; step < kMostSteps; ++step) {
+      Moments sum;
+      for (Moments const& block : Blocks(at)) sum.Add(block);
+      auto const change = Solve(sum, mCount);
+      if (!change) return std::nullopt;
+      for (std::size_t i = 0; i < kParameters; ++i) at[i] += (*change)[i];
+      if (std::abs((*change)[kLag]) < kSettledUs) return at;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  HallSignal const& mHall;
+  std::vector<Readout> const& mReadouts;
+  std::size_t mAxis;
+  std::size_t mCount;
+};
+
+[[noreturn]] void Refuse(std::string const& reason) { throw hosting::UnusableInput(reason); }
+
+// The best lag of a grid from end to end.
+Parameters Search(Axis const& axis, char name, double searchUs, double slope, double motion, std::size_t frames) {
+  std::optional<std::pair<Parameters, double>> best;
+  for (double lagUs = -searchUs; lagUs <= searchUs; lagUs += kGridUs) {
+    auto found = axis.At(lagUs, slope);
+    if (!found) Refuse("no variation: hall_x or hall_y stands still, or both move as one");
+    if (!best || found->second < best->second) best = found;
+  }
+  double const residual = std::sqrt(std::max(best->second, 0.0) / static_cast<double>(frames));
+  if (residual > kMostResidualShare * motion) {
+    Refuse(
+        fmt::format("reference {}: too little motion, not of this recording, or a lag beyond the search: expected "
+                    "at most {:.0f} % of the image's motion unexplained, found {:.0f} % at the best lag",
+                    name, 100 * kMostResidualShare, 100 * residual / motion));
+  }
+  if (std::abs(best->first[kLag]) > searchUs - kGridUs) {
+    Refuse(fmt::format("reference {}: expected a lag within {:.0f} us, found it at the end of the search", name,
+                       searchUs - kGridUs));
+  }
+  return best->first;
+}
+
+// The middle 95 % of the values.
+Estimate EstimateOf(double value, std::vector<double>& drawn) {
+  std::sort(drawn.begin(), drawn.end());
+  auto const at = [&](double share) {
+    return drawn[static_cast<std::size_t>(std::lround(share * static_cast<double>(drawn.size() - 1)))];
+  };
+  return {value, {at(0.025), at(0.975)}};
+}
+
+// Parameters that the frames would have given, had others of the same kind been recorded: blocks of them are drawn with
+// replacement, and one step is taken from the parameters of all. What a fit leaves over is smaller than the true
+// errors, and few blocks make long tails: deviations are widened by the blocks' mean leverage (as the jackknife does),
+// and by Student's quantile over the normal one, approximately.
+std::vector<Parameters> Resample(std::vector<Moments> const& blocks, Parameters const& at, std::size_t count,
+                                 std::uint32_t resamples) {
+  std::mt19937_64 source(1);  // always the same
+  auto const number = static_cast<double>(blocks.size());
+  double const freedom = number - static_cast<double>(count);
+  double const widening = number / freedom * (1 + 1.21 / freedom);  // t(0.975) is about 1.96 + 2.37 / freedom
+  std::vector<Parameters> drawn;
+  while (drawn.size() < resamples) {
+    Moments sum;
+    for (std::size_t i = 0; i < blocks.size(); ++i) sum.Add(blocks[source() % blocks.size()]);
+    auto const change = Solve(sum, count);
+    if (!change) Refuse("too short: parts of the recording alone cannot tell the gains and the lag apart");
+    Parameters resampled = at;
+    for (std::size_t i = 0; i < kParameters; ++i) resampled[i] += widening * (*change)[i];
+    drawn.push_back(resampled);
+  }
+  return drawn;
+}
+
+template <class Quantity>
+Estimate Spread(Parameters const& at, std::vector<Parameters> const& drawn, Quantity const& quantity) {
+  std::vector<double> values;
+  values.reserve(drawn.size());
+  for (Parameters const& parameters : drawn) values.push_back(quantity(parameters));
+  return EstimateOf(quantity(at), values);
+}
+
+double SpreadOf(std::vector<Readout> const& readouts, std::size_t axis) {
+  double sum = 0;
+  double squares = 0;
+  auto const count = static_cast<double>(readouts.size());
+  for (Readout const& readout : readouts) sum += readout.position[axis];
+  for (Readout const& readout : readouts) squares += std::pow(readout.position[axis] - sum / count, 2);
+  return std::sqrt(squares / count);
+}
+
+AxisFit FitAxis(HallSignal const& hall, std::vector<Readout> const& readouts, std::size_t index, double meanShorterUs,
+                bool hasSlope, FitOptions const& options) {
+  char const name = index == 0 ? 'x' : 'y';
+  double const motion = SpreadOf(readouts, index);
+  if (!(motion > 0)) Refuse(fmt::format("no variation: reference {} stands still", name));
+  std::size_t const count = hasSlope ? kParameters : kSlope;
+  Axis const axis(hall, readouts, index, count);
+  Parameters const start =
+      Search(axis, name, options.searchUs, hasSlope ? hosting::kOffsetFactor : 0, motion, readouts.size());
+  auto const best = axis.Refine(start);
+  bool const isWithin = best && std::abs((*best)[kLag] - start[kLag]) < 2 * kGridUs;
+  if (!isWithin) Refuse(fmt::format("reference {}: too little motion: no lag fits better than its neighbours", name));
+
+  std::vector<Moments> const blocks = axis.Blocks(*best);
+  double squares = 0;
+  for (Moments const& block : blocks) squares += block.squares;
+  AxisFit fit;
+  fit.residual = std::sqrt(squares / static_cast<double>(readouts.size()));
+  fit.residualShare = fit.residual / motion;
+  std::vector<Parameters> const drawn = Resample(blocks, *best, count, options.resamples);
+  fit.lagUs = Spread(*best, drawn, [](Parameters const& p) { return p[kLag]; });
+  double const width = fit.lagUs.interval.high - fit.lagUs.interval.low;
+  if (width > kWidestLagIntervalUs) {
+    Refuse(
+        fmt::format("reference {}: too little motion or too short: the lag can lie anywhere within {:.0f} us, expected "
+                    "at most {:.0f} us",
+                    name, width, kWidestLagIntervalUs));
+  }
+  fit.isDrivenByY = std::abs((*best)[kGainY]) > std::abs((*best)[kGainX]);
+  std::size_t const driving = fit.isDrivenByY ? kGainY : kGainX;
+  std::size_t const other = fit.isDrivenByY ? kGainX : kGainY;
+  fit.gain = Spread(*best, drawn, [driving](Parameters const& p) { return p[driving]; });
+  fit.crossTalk = Spread(*best, drawn, [driving, other](Parameters const& p) { return p[other] / p[driving]; });
+  if (hasSlope) {
+    fit.line = LagLine{
+        Spread(*best, drawn, [](Parameters const& p) { return p[kSlope]; }),
+        Spread(*best, drawn, [meanShorterUs](Parameters const& p) { return p[kLag] - p[kSlope] * meanShorterUs; })};
+  }
+  return fit;
+}
+
+}  // namespace
+
+ReferenceFit FitReference(HallSignal const& hall, std::vector<ReferenceFrame> const& frames,
+                          FitOptions const& options) {
+  if (hall.medianIntervalUs() > kLongestIntervalUs) {
+    Refuse(fmt::format("samples too rare: expected one every {:.0f} us, found one every {:.0f} us", kLongestIntervalUs,
+                       hall.medianIntervalUs()));
+  }
+  std::vector<Readout> readouts;
+  ReferenceFit fit;
+  for (ReferenceFrame const& frame : frames) {
+    double const startUs = static_cast<double>(frame.readoutStartNs - hall.firstNs()) / 1e3;
+    double const endUs = startUs + frame.readoutUs;
+    bool const isUsable = frame.readoutUs > 0 && hall.Covers(startUs - options.searchUs, endUs + options.searchUs);
+    if (!isUsable) continue;
+    double const shorterUs = std::min(frame.exposureUs, frame.readoutUs);
+    readouts.push_back({startUs, endUs, shorterUs, frame.position});
+    fit.shorterUs += shorterUs;
+  }
+  fit.frames = readouts.size();
+  fit.leftOut = frames.size() - readouts.size();
+  if (fit.frames < kFewestFrames) {
+    Refuse(fmt::format("too short: expected {} frames of the reference with samples all around them, found {} of {}",
+                       kFewestFrames, fit.frames, frames.size()));
+  }
+  fit.shorterUs /= static_cast<double>(fit.frames);
+  double squares = 0;
+  for (Readout& readout : readouts) {
+    readout.shorterUs -= fit.shorterUs;
+    squares += readout.shorterUs * readout.shorterUs;
+  }
+  bool const hasSlope = std::sqrt(squares / static_cast<double>(fit.frames)) >= kLeastSpreadUs;
+  for (std::size_t i = 0; i < 2; ++i) fit.axes[i] = FitAxis(hall, readouts, i, fit.shorterUs, hasSlope, options);
+  return fit;
+}
+
+}  // namespace shadingctl
