@@ -190,7 +190,7 @@ hosting::Settings SettingsOf(VeyraShadingUtil& real, bool seesBatches) {
     if (real.IsSupportSensor(camera)) settings.cameras->push_back(camera);
   }
   settings.calculationMode = *RealSymbol<int const*>(kRealLibrary, "g_oisDebug");
-  settings.batchesAsFiled = !seesBatches;
+  settings.batches = seesBatches ? hosting::Batches::kDelivered : hosting::Batches::kFiled;
   return settings;
 }
 

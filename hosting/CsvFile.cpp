@@ -27,41 +27,39 @@ namespace hosting {
 
 // Properties of the file noted while its bytes are handed to the parser.
 struct FileNotes {
-  std::string firstLine;     // its beginning
+  std::string firstLine;     // the beginning of the header
   bool lastLineEnds = true;  // known once everything is read
 };
 
 namespace {
 
-constexpr std::size_t kNotedLine = 200;  // more than a message shows of it
+constexpr std::size_t kForeignColumns = 4;  // of the files that may have quotes
+constexpr std::size_t kNotedLine = 200;     // more than a message shows of it
 
 // The bytes of a file for the parser, with an end of line at the end in any case: the parser looks one byte past the
 // last line to find it. A zero byte would end a line unnoticed, so it is refused.
 class FileBytes : public io::ByteSourceBase {
  public:
   // Opening must not block on a pipe: the read waits for it, and that wait can be interrupted.
-  FileBytes(std::string const& path, FileNotes& notes)
+  FileBytes(std::string const& path, std::uint32_t linesBefore, FileNotes& notes)
       : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)), mNotes(notes) {
     struct stat status = {};
     if (!mFile || fstat(mFile.number(), &status) != 0) Fail(errno);
     mMustWait = !S_ISREG(status.st_mode);
+    // Byte by byte: the parser takes a block that is not full for the last one.
+    for (char byte = 0; linesBefore > 0 && Read(&byte, 1) == 1; ++mOffset) {
+      if (byte == '\n') --linesBefore;
+    }
   }
 
   int read(char* buffer, int size) override {
     auto const wanted = static_cast<std::size_t>(size);
-    std::size_t got = 0;
-    while (got < wanted) {
-      if (mMustWait) WaitForInput(mFile.number());
-      ssize_t const more = ::read(mFile.number(), buffer + got, wanted - got);
-      if (more == 0) break;
-      if (more > 0) got += static_cast<std::size_t>(more);
-      if (more < 0 && errno != EINTR && errno != EAGAIN) Fail(errno);
-    }
+    std::size_t got = Read(buffer, wanted);
     if (void const* zero = std::memchr(buffer, 0, got)) {
       throw UnusableInput(fmt::format("{}: expected text, found a zero byte at offset {}", mPath,
                                       mOffset + (static_cast<char const*>(zero) - buffer)));
     }
-    if (mOffset == 0) {
+    if (!std::exchange(mHasBegun, true)) {
       std::string_view const beginning(buffer, std::min(got, kNotedLine));
       mNotes.firstLine = beginning.substr(0, beginning.find_first_of("\r\n"));
     }
@@ -75,6 +73,19 @@ class FileBytes : public io::ByteSourceBase {
   }
 
  private:
+  // Less than `wanted` at the end of the file alone.
+  std::size_t Read(char* buffer, std::size_t wanted) {
+    std::size_t got = 0;
+    while (got < wanted) {
+      if (mMustWait) WaitForInput(mFile.number());
+      ssize_t const more = ::read(mFile.number(), buffer + got, wanted - got);
+      if (more == 0) break;
+      if (more > 0) got += static_cast<std::size_t>(more);
+      if (more < 0 && errno != EINTR && errno != EAGAIN) Fail(errno);
+    }
+    return got;
+  }
+
   [[noreturn]] void Fail(int error) const {
     throw UnusableInput(fmt::format("{}: cannot be read: {}", mPath, std::generic_category().message(error)));
   }
@@ -82,6 +93,7 @@ class FileBytes : public io::ByteSourceBase {
   std::string mPath;
   FileDescriptor mFile;
   bool mMustWait = false;
+  bool mHasBegun = false;
   std::int64_t mOffset = 0;
   char mLast = '\n';
   FileNotes& mNotes;
@@ -100,11 +112,11 @@ class CsvFile::Reader {
 };
 
 // The parser takes the number of its columns at compile time, and each of them as an argument of its own.
-template <std::size_t N>
+template <std::size_t N, class Quotes>
 class CsvFile::ReaderOf : public CsvFile::Reader {
  public:
-  explicit ReaderOf(std::string const& path)
-      : mParser(path, std::unique_ptr<io::ByteSourceBase>(std::make_unique<FileBytes>(path, mNotes))) {}
+  ReaderOf(std::string const& path, std::uint32_t linesBefore)
+      : mParser(path, std::unique_ptr<io::ByteSourceBase>(std::make_unique<FileBytes>(path, linesBefore, mNotes))) {}
 
   void ReadHeader(std::vector<Column> const& columns) override { ReadHeader(columns, std::make_index_sequence<N>()); }
   bool Names(char const* column) const override { return mParser.has_column(column); }
@@ -124,17 +136,21 @@ class CsvFile::ReaderOf : public CsvFile::Reader {
   }
 
   FileNotes mNotes;  // before the parser, which may read the whole file at once
-  io::CSVReader<N, io::trim_chars<' ', '\t'>, io::no_quote_escape<','>, io::throw_on_overflow, io::empty_line_comment>
-      mParser;
+  io::CSVReader<N, io::trim_chars<' ', '\t'>, Quotes, io::throw_on_overflow, io::empty_line_comment> mParser;
 };
 
 template <std::size_t N>
-CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLine lastLine)
+CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLine lastLine, Dialect dialect)
     : mPath(std::move(path)),
       mColumns(columns.begin(), columns.end()),
       mFields(N, nullptr),
       mLastLineMustEnd(lastLine == LastLine::kMustEnd),
-      mReader(std::make_unique<ReaderOf<N>>(mPath)) {
+      mLinesBeforeHeader(dialect.linesBeforeHeader) {
+  if constexpr (N == kForeignColumns) {
+    using Quoting = io::double_quote_escape<',', '"'>;
+    if (dialect.quotes) mReader = std::make_unique<ReaderOf<N, Quoting>>(mPath, mLinesBeforeHeader);
+  }
+  if (!mReader) mReader = std::make_unique<ReaderOf<N, io::no_quote_escape<','>>>(mPath, mLinesBeforeHeader);
   try {
     mReader->ReadHeader(mColumns);
   } catch (io::error::duplicated_column_in_header const& error) {
@@ -145,10 +161,11 @@ CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLin
     for (Column const& column : mColumns) {
       if (column.required) names.push_back(column.name);
     }
-    char const* const last = names.back();
+    std::string const last = names.back();
     names.pop_back();
-    throw UnusableInput(fmt::format("{}:1: expected a header that names the columns {} and {}, found nothing", mPath,
-                                    fmt::join(names, ", "), last));
+    std::string const all = names.empty() ? last : fmt::format("{} and {}", fmt::join(names, ", "), last);
+    throw UnusableInput(fmt::format("{}:{}: expected a header that names the columns {}, found nothing", mPath,
+                                    mLinesBeforeHeader + 1, all));
   } catch (io::error::base const& error) {
     throw UnusableInput(fmt::format("{}: {}", Place(), error.what()));
   }
@@ -159,10 +176,10 @@ CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLin
   }
 }
 
-template CsvFile::CsvFile(std::string, std::array<Column, 2> const&, LastLine);
-template CsvFile::CsvFile(std::string, std::array<Column, 3> const&, LastLine);
-template CsvFile::CsvFile(std::string, std::array<Column, 4> const&, LastLine);
-template CsvFile::CsvFile(std::string, std::array<Column, 20> const&, LastLine);
+template CsvFile::CsvFile(std::string, std::array<Column, 2> const&, LastLine, Dialect);
+template CsvFile::CsvFile(std::string, std::array<Column, 3> const&, LastLine, Dialect);
+template CsvFile::CsvFile(std::string, std::array<Column, 4> const&, LastLine, Dialect);
+template CsvFile::CsvFile(std::string, std::array<Column, 20> const&, LastLine, Dialect);
 
 CsvFile::~CsvFile() = default;
 
@@ -182,7 +199,11 @@ bool CsvFile::Next() {
   return false;
 }
 
-std::uint64_t CsvFile::line() const { return mReader->line(); }
+std::uint64_t CsvFile::line() const { return std::uint64_t{mLinesBeforeHeader} + mReader->line(); }
+
+bool CsvFile::lastLineEnds() const { return mReader->notes().lastLineEnds; }
+
+bool CsvFile::Names(std::size_t column) const { return mReader->Names(mColumns[column].name); }
 
 std::string CsvFile::Place() const { return fmt::format("{}:{}", mPath, line()); }
 

@@ -28,15 +28,28 @@ class CsvFile {
     kMustEnd,  // of files that a program writes: without its end, a line may have been cut inside a number
   };
 
+  // What files of other programs have besides.
+  struct Dialect {
+    std::uint32_t linesBeforeHeader = 0;
+    bool quotes = false;  // around a name or a value, with doubled ones inside
+  };
+
   // Opens the file and reads its header. Instantiated in the source for the numbers of columns that are in use.
   template <std::size_t N>
-  CsvFile(std::string path, std::array<Column, N> const& columns, LastLine lastLine = LastLine::kMayLackItsEnd);
+  CsvFile(std::string path, std::array<Column, N> const& columns, LastLine lastLine = LastLine::kMayLackItsEnd,
+          Dialect dialect = {0, false});
   ~CsvFile();
   CsvFile(CsvFile const&) = delete;
   CsvFile& operator=(CsvFile const&) = delete;
 
   // Goes to the next line that is not empty; false when there is none.
   bool Next();
+
+  // Whether the last line has an end. Known once Next has answered false.
+  bool lastLineEnds() const;
+
+  // Whether the header names the wanted column of that index.
+  bool Names(std::size_t column) const;
 
   // The current line's number, counted from 1.
   std::uint64_t line() const;
@@ -61,7 +74,7 @@ class CsvFile {
 
  private:
   class Reader;
-  template <std::size_t N>
+  template <std::size_t N, class Quotes>
   class ReaderOf;
 
   template <class Number>
@@ -71,6 +84,7 @@ class CsvFile {
   std::vector<Column> mColumns;
   std::vector<char*> mFields;  // null: the header does not name the column
   bool mLastLineMustEnd;
+  std::uint32_t mLinesBeforeHeader;
   std::unique_ptr<Reader> mReader;
 };
 

@@ -17,15 +17,6 @@ constexpr std::array<CsvFile::Column, 4> kFrameColumns = {
 enum HallColumn : std::size_t { kHallFrame, kHallTimestamp, kHallX, kHallY };
 constexpr std::array<CsvFile::Column, 4> kHallColumns = {{{"frame"}, {"timestamp_ns"}, {"hall_x"}, {"hall_y"}}};
 
-constexpr std::uint32_t kSensorMode = 0;  // of every frame: this version has no modes
-
-template <class Operation>
-Call CallOf(Operation operation) {
-  Call call;
-  call.operation = std::move(operation);
-  return call;
-}
-
 }  // namespace
 
 FrameRecording::FrameRecording(std::string directory)
@@ -33,43 +24,21 @@ FrameRecording::FrameRecording(std::string directory)
       mFrameFile(mDirectory + "/frames.csv", kFrameColumns),
       mHallFile(mDirectory + "/hall.csv", kHallColumns) {
   ReadHallRow();
-  mCalls.push_back(CallOf(StartMonitor{}));
 }
 
-bool FrameRecording::Next(Call& call) {
-  if (mCalls.empty() && !mStopped) QueueCalls();
-  if (mCalls.empty()) return false;
-  call = std::move(mCalls.front());
-  mCalls.pop_front();
-  return true;
-}
-
-void FrameRecording::QueueCalls() {
-  std::optional<std::uint32_t> const storedNs = mLastFrame ? std::optional(mLastFrame->rollingShutterNs) : std::nullopt;
-  std::optional<FrameRow> const frame = ReadFrameRow();
-  if (!frame) {
+std::optional<SessionFrame> FrameRecording::ReadFrame() {
+  std::optional<SessionFrame> frame = ReadFrameRow();
+  if (frame) {
+    frame->batch = ReadBatch(frame->number);
+  } else {
     for (; mHallRow; ReadHallRow()) mOddities.undeliveredSamples.CountAt(mHallFile);
-    mCalls.push_back(CallOf(StopMonitor{}));
-    mStopped = true;
-    return;
   }
-  if (storedNs != frame->rollingShutterNs) {
-    mCalls.push_back(CallOf(StoreRollingShutter{kSensorMode, frame->rollingShutterNs}));
-  }
-  UpdateSensorData update;
-  update.frame = frame->number;
-  update.timestampNs = frame->exposure.timestampNs;
-  update.batch = ReadBatch(frame->number);
-  mCalls.push_back(CallOf(std::move(update)));
-  CalcOisValue calc;
-  calc.frame = frame->number;
-  calc.pairs.fill(frame->exposure);
-  mCalls.push_back(CallOf(std::move(calc)));
+  return frame;
 }
 
-std::optional<FrameRecording::FrameRow> FrameRecording::ReadFrameRow() {
+std::optional<SessionFrame> FrameRecording::ReadFrameRow() {
   if (!mFrameFile.Next()) return std::nullopt;
-  FrameRow row;
+  SessionFrame row;
   row.number = mFrameFile.Unsigned32(kFrame);
   row.exposure.timestampNs = mFrameFile.Unsigned64(kTimestamp);
   row.exposure.exposureNs = mFrameFile.Unsigned64(kExposure);
@@ -77,10 +46,10 @@ std::optional<FrameRecording::FrameRow> FrameRecording::ReadFrameRow() {
   if (mLastFrame && row.number <= mLastFrame->number) {
     mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLastFrame->number));
   }
-  if (mLastFrame && row.exposure.timestampNs < mLastFrame->exposure.timestampNs) {
+  if (mLastFrame && row.exposure.timestampNs < mLastFrame->timestampNs) {
     mOddities.frameTimesBackward.CountAt(mFrameFile);
   }
-  mLastFrame = row;
+  mLastFrame = LastFrame{row.number, row.exposure.timestampNs};
   return row;
 }
 

@@ -36,6 +36,14 @@ std::vector<std::int32_t> ReadCameras(CsvFile const& file) {
   return cameras;
 }
 
+Batches ReadBatches(CsvFile const& file) {
+  std::string_view const value = file.Text(kValue);
+  if (value == "delivered") return Batches::kDelivered;
+  if (value == "filed") return Batches::kFiled;
+  if (value == "rebuilt") return Batches::kRebuilt;
+  file.Complain(kValue, "delivered, filed or rebuilt");
+}
+
 struct Head {
   std::uint32_t version = 0;  // 0: not said yet
   Settings settings;
@@ -58,9 +66,7 @@ Head ReadHead(std::string const& path) {
     } else if (key == "calculation_mode") {
       head.settings.calculationMode = file.Signed32(kValue);
     } else if (key == "batches") {
-      std::string_view const value = file.Text(kValue);
-      if (value != "delivered" && value != "filed") file.Complain(kValue, "delivered or filed");
-      head.settings.batchesAsFiled = value == "filed";
+      head.settings.batches = ReadBatches(file);
     }
   }
   if (head.version == 0) throw UnusableInput(fmt::format("{}: expected the key version, found none", path));

@@ -90,7 +90,8 @@ std::string SettingsText(Settings const& settings) {
   std::string text = fmt::format("key,value\nversion,{}\n", kRecordingVersion);
   if (settings.cameras) text += fmt::format("cameras,{}\n", fmt::join(*settings.cameras, " "));
   if (settings.calculationMode) text += fmt::format("calculation_mode,{}\n", *settings.calculationMode);
-  if (settings.batchesAsFiled) text += "batches,filed\n";
+  if (settings.batches == Batches::kFiled) text += "batches,filed\n";
+  if (settings.batches == Batches::kRebuilt) text += "batches,rebuilt\n";
   return text;
 }
 

@@ -90,12 +90,19 @@ struct Oddities {
   Oddity lostSamples;          // samples that were delivered and that the recording left out
 };
 
+// Where the batches of a recording come from.
+enum class Batches {
+  kDelivered,  // from the platform: a replay gives the phone's answers
+  kFiled,      // from the library's history: batches that it discarded are missing
+  kRebuilt,    // from samples whose batches are not known: by their times, or by the frames that tell them
+};
+
 // How the library was configured during the session, as far as the recording says.
 struct Settings {
   std::optional<std::vector<std::int32_t>> cameras;  // those of the sensor map
   std::optional<std::int32_t> calculationMode;       // the property "vendor.debug.ois.hall.calculation"
   bool recordsCalls = false;                         // the calls name their cameras and types
-  bool batchesAsFiled = false;  // samples as the library stored them: batches that it discarded are missing
+  Batches batches = Batches::kDelivered;
 };
 
 // A source of calls, read once from front to back.

@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(
         Broken{"CamerasWithCommas", kSettings + "cameras,0;2\n", "", "",
                "DIR/recording.csv:3: value: expected camera numbers with blanks between, found '0;2'"},
         Broken{"UnknownBatches", kSettings + "batches,some\n", "", "",
-               "DIR/recording.csv:3: value: expected delivered or filed, found 'some'"},
+               "DIR/recording.csv:3: value: expected delivered, filed or rebuilt, found 'some'"},
         Broken{"NoKind", kSettings, "call,camera\n", kSamples,
                "DIR/calls.csv:1: kind: expected this column, the header does not name it: 'call,camera'"},
         Call("UnknownKind", "3,halt,0,,,,,,,,,,,,,\n",

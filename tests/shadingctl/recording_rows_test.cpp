@@ -85,7 +85,7 @@ TEST(RecordingRows, AreReadAsTheCallsThatWereWritten) {
   Settings settings;
   settings.cameras = {{0, -2147483648, 2}};
   settings.calculationMode = 4;
-  settings.batchesAsFiled = true;
+  settings.batches = Batches::kFiled;
   std::string callRows = CallsHeader();
   std::string sampleRows = SamplesHeader();
   for (std::size_t i = 0; i < calls.size(); ++i) {

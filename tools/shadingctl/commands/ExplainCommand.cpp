@@ -165,7 +165,7 @@ int ExplainRecording(Arguments const& arguments) {
     explanation.Finish();
   }
   summaries.Close(session->oddities(), 0);
-  TellOfFiledBatches(*session);
+  TellOfOtherBatches(*session);
   return Finish(arguments, ending, session->Name(), summaries, std::nullopt, writer, output);
 }
 

@@ -245,7 +245,7 @@ int RunReplay(ReplayArguments const& arguments) {
   if (checks.digest()) writer->AddExtra("digest", *checks.digest());
   writer->End(summaries, ending.error);
   if (report) report->End(summaries, ending.error);
-  TellOfFiledBatches(*session);
+  TellOfOtherBatches(*session);
   FinishReplay(arguments, ending, summaries, checks,
                {&output, log ? &*log : nullptr, report ? &report->file() : nullptr});
   return TellProblems(arguments, ending, summaries, checks);

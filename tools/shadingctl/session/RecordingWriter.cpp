@@ -60,7 +60,6 @@ RecordingSize WriteRecording(hosting::Session& session, std::string const& direc
   OutputFile settingsFile(settingsPath);
   OutputFile callsFile(callsPath);
   OutputFile samplesFile(samplesPath);
-  settingsFile.Write(hosting::SettingsText(session.settings()));
   callsFile.Write(hosting::CallsHeader());
   samplesFile.Write(hosting::SamplesHeader());
   RecordingSize size;
@@ -78,6 +77,7 @@ RecordingSize WriteRecording(hosting::Session& session, std::string const& direc
       size.samples += update->batch.size();
     }
   }
+  settingsFile.Write(hosting::SettingsText(session.settings()));
   OutputFile::FinishAll({&callsFile, &samplesFile, &settingsFile});
   made.Keep();
   fs::remove(framesPath, error);  // one that stays is not read
