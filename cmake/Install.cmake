@@ -36,11 +36,12 @@ file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(packaging/vcam_shadingutil.pc.in ${CMAKE_BINARY_DIR}/vcam_shadingutil.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/vcam_shadingutil.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# The tool with its pages, which it writes itself.
+# The tool with its pages, which it writes itself, and the import beside it.
 if(TARGET shadingctl)
   set_target_properties(shadingctl PROPERTIES BUILD_WITH_INSTALL_RPATH ON
     INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}/${PLATFORM_DIRECTORY}")
-  install(TARGETS shadingctl DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set_target_properties(shadingctl_import PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
+  install(TARGETS shadingctl shadingctl_import DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(DIRECTORY ${CMAKE_BINARY_DIR}/pages/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
   install(FILES ${CMAKE_BINARY_DIR}/pages/shadingctl DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES ${CMAKE_BINARY_DIR}/pages/_shadingctl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -31,6 +33,9 @@ void AddDiffCommand(CLI::App& app, Command& chosen);
 void AddReportCommand(CLI::App& app, Command& chosen);
 void AddTraceCommand(CLI::App& app, Command& chosen);
 void AddSummarizeCommand(CLI::App& app, Command& chosen);
+
+// Runs the program shadingctl-import with `words`, the command line's after the subcommand.
+void AddImportCommand(CLI::App& app, std::vector<std::string> words, Command& chosen);
 
 // The manual pages and completions of all commands, those that are added later included.
 void AddManCommand(CLI::App& app, Command& chosen);

@@ -58,25 +58,13 @@ void AddRecordingFiles(std::string const& directory, std::vector<std::string>& f
   }
 }
 
-void TellOfFiledBatches(hosting::Session const& session) {
-  if (!session.settings().batchesAsFiled) return;
+void TellOfOtherBatches(hosting::Session const& session) {
+  hosting::Batches const batches = session.settings().batches;
+  if (batches == hosting::Batches::kDelivered) return;
   Tell(fmt::format(
-      "{}: its batches are those that the library filed, not those that were delivered: positions can differ from the "
+      "{}: its batches are those that {}, not those that were delivered: positions can differ from the "
       "phone's",
-      session.Name()));
-}
-
-std::string RefuseStandardStream(std::string const& name) {
-  if (name != kStandardOutput) return {};
-  return "- is standard input or output, which is no directory; ./- is the name of one";
-}
-
-void RefuseEmptyValues(CLI::App const& command) {
-  for (CLI::Option const* const option : command.get_options()) {
-    for (std::string const& value : option->results()) {
-      if (value.empty()) throw CLI::ValidationError(option->get_name(), "expected a value, found an empty text");
-    }
-  }
+      session.Name(), batches == hosting::Batches::kFiled ? "the library filed" : "an import put together"));
 }
 
 }  // namespace shadingctl

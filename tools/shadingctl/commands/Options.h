@@ -13,6 +13,7 @@
 
 #include "hosting/Session.h"
 #include "platform/desktop/Device.h"
+#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/ResultWriter.h"
 
 namespace shadingctl {
@@ -78,13 +79,22 @@ std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& 
 void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files);
 
 // Tells on standard error where the batches of a recording are not those that the platform delivered.
-void TellOfFiledBatches(hosting::Session const& session);
+void TellOfOtherBatches(hosting::Session const& session);
 
 // A check for names of directories, which standard input and output are not. Answers what is wrong.
-std::string RefuseStandardStream(std::string const& name);
+inline std::string RefuseStandardStream(std::string const& name) {
+  if (name != kStandardOutput) return {};
+  return "- is standard input or output, which is no directory; ./- is the name of one";
+}
 
 // Refuses options and arguments whose value is empty, as that of an unset variable in a script is. Throws
 // CLI::ValidationError.
-void RefuseEmptyValues(CLI::App const& command);
+inline void RefuseEmptyValues(CLI::App const& command) {
+  for (CLI::Option const* const option : command.get_options()) {
+    for (std::string const& value : option->results()) {
+      if (value.empty()) throw CLI::ValidationError(option->get_name(), "expected a value, found an empty text");
+    }
+  }
+}
 
 }  // namespace shadingctl

@@ -1,0 +1,247 @@
+// Frames and samples from CSV files of foreign columns and units, through the program.
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+#include <ostream>
+#include <string>
+
+#include "hosting/Recording.h"
+#include "hosting/UnusableInput.h"
+#include "tests/shadingctl/Program.h"
+#include "tools/import/ImportedSession.h"
+
+namespace shadingctl {
+namespace {
+
+// In seconds with nine decimals.
+std::string Seconds(std::uint64_t ns) { return fmt::format("{}.{:09}", ns / 1000000000, ns % 1000000000); }
+
+// A recording as another program might have written it: a byte order mark, lines before the header, quoted names with
+// commas in them, CR LF, times of frames in seconds at the start of the exposure, those of samples in milliseconds, the
+// first axis mirrored and the second one four times as large.
+void WriteForeign(std::string const& recording, TemporaryDirectory const& directory) {
+  std::string frames = "\xEF\xBB\xBFsession 7\r\n\r\n\"frame, no.\",lens,start [s],\"exp \"\"us\"\"\",skew\r\n";
+  std::string hall = "\"y\",x,t,of frame\r\n";
+  std::uint32_t readoutNs = 0;
+  auto const session = hosting::OpenRecording(recording);
+  for (hosting::Call call; session->Next(call);) {
+    if (auto const* store = std::get_if<hosting::StoreRollingShutter>(&call.operation)) {
+      readoutNs = store->rollingShutterNs;
+    } else if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
+      for (auto const& sample : update->batch) {
+        hall += fmt::format("\"{}\",{},{}.{:06},{}\r\n", sample.oisHallY * 4, -sample.oisHallX,
+                            sample.timestamp / 1000000, sample.timestamp % 1000000, update->frame);
+      }
+    } else if (auto const* calc = std::get_if<hosting::CalcOisValue>(&call.operation)) {
+      auto const& pair = calc->pairs[0];
+      frames +=
+          fmt::format("{},wide,{},{}.{:03},{}.{:03}\r\n", calc->frame, Seconds(pair.timestampNs - pair.exposureNs),
+                      pair.exposureNs / 1000, pair.exposureNs % 1000, readoutNs / 1000, readoutNs % 1000);
+    }
+  }
+  directory.Write("frames.txt", frames);
+  directory.Write("hall.txt", hall);
+}
+
+TEST(CsvImport, OfAForeignFormWithItsFramesReplaysToTheSameRows) {
+  for (char const* const options : {"", "--hall-rate 8000 --overlap 1", "--lost 0.1 --discarded 0.1 --jitter-us 400"}) {
+    TemporaryDirectory const directory;
+    std::string const in = "cd '" + directory.path() + "' && ";
+    ASSERT_EQ(RunScript(in + "shadingctl generate session " + options).exitCode, 0);
+    WriteForeign(directory.path() + "/session", directory);
+    Outcome const outcome = RunScript(
+        in +
+        "shadingctl import -o imported --frames frames.txt --hall hall.txt --skip 2 --hall-skip 0 --frame-time start "
+        "--map 'frames.frame=frame, no.' --map 'frames.timestamp=start [s]' --map 'frames.exposure=exp \"us\"' --map "
+        "frames.readout=skew --map 'hall.frame=of frame' --map hall.timestamp=t --map hall.x=x --map hall.y=y "
+        "--time-unit s --hall-time-unit ms --duration-unit us --scale-x -1 --scale-y 0.25 && "
+        "shadingctl replay session --format csv -o a.csv && shadingctl replay imported --format csv -o b.csv && "
+        "cmp a.csv b.csv && cat imported/recording.csv");
+    EXPECT_EQ(outcome.exitCode, 0) << options << outcome.out << outcome.err;
+    EXPECT_EQ(outcome.out.find("batches,"), std::string::npos) << "these are the phone's";
+  }
+}
+
+TEST(CsvImport, OfTheRunningRecordingReplaysToTheSameRows) {
+  if (!std::filesystem::exists(RUNNING_RECORDING)) GTEST_SKIP() << RUNNING_RECORDING << " is not there";
+  TemporaryDirectory const directory;
+  Outcome const outcome = RunScript("cd '" + directory.path() +
+                                    "' && R='" RUNNING_RECORDING
+                                    "' && shadingctl import --frames $R/frames.csv --hall $R/hall.csv "
+                                    "--frame-time end -o imported && shadingctl replay $R --format csv -o a.csv && "
+                                    "shadingctl replay imported --format csv -o b.csv && cmp a.csv b.csv");
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
+}
+
+// Frame 1's first line ends its exposure at 1 ms, its readout is 2 ms and its batch comes 3 ms later: at 6 ms. Frame 2
+// follows 10 ms later.
+TEST(CsvImport, WithoutFramesOfSamplesDeliversByTimeAndSaysSo) {
+  TemporaryDirectory const directory;
+  directory.Write("f.csv", "timestamp_ns\n0\n10000000\n");
+  directory.Write(
+      "h.csv",
+      "timestamp_ns,hall_x,hall_y\n-5,1,1\n6000000,2,2\n6000001,3,3\n6000000,4,4\n16000000,5,5\n16000001,6,6\n");
+  Outcome const outcome = RunScript("cd '" + directory.path() +
+                                    "' && shadingctl import --frames f.csv --hall h.csv --frame-time start -o r "
+                                    "--exposure-us 1000 --readout-us 2000 --delivery-delay-us 3000 && cat r/*.csv && "
+                                    "shadingctl replay r --summary >/dev/null");
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_NE(outcome.out.find("\n3,,update,,,,,1,1000000,2,"), std::string::npos) << outcome.out;
+  EXPECT_NE(outcome.out.find("\n5,,update,,,,,2,11000000,3,"), std::string::npos) << outcome.out;
+  EXPECT_NE(outcome.out.find("\n3,-5,1,1\n3,6000000,2,2\n5,6000001,3,3\n5,6000000,4,4\n5,16000000,5,5\n"),
+            std::string::npos)
+      << outcome.out;
+  EXPECT_NE(outcome.out.find("batches,rebuilt\n"), std::string::npos) << outcome.out;
+  EXPECT_NE(outcome.err.find("h.csv: its samples are delivered by time, 3000 us after"), std::string::npos);
+  EXPECT_NE(outcome.err.find("results will differ from the phone's"), std::string::npos) << outcome.err;
+  EXPECT_NE(outcome.err.find("h.csv: samples left out after the last frame's: 1"), std::string::npos);
+  EXPECT_NE(outcome.err.find("r: its batches are those that an import put together"), std::string::npos) << outcome.err;
+}
+
+struct Refusal {
+  char const* frames;
+  char const* hall;
+  char const* options;
+  int exitCode;
+  char const* told;
+};
+
+std::ostream& operator<<(std::ostream& stream, Refusal const& refusal) { return stream << refusal.told; }
+
+class CsvRefusal : public testing::TestWithParam<Refusal> {};
+
+TEST_P(CsvRefusal, TellsThePlaceAndLeavesNothingBehind) {
+  TemporaryDirectory const directory;
+  directory.Write("f.csv", GetParam().frames);
+  directory.Write("h.csv", GetParam().hall);
+  Outcome const outcome =
+      RunScript("cd '" + directory.path() + "' && shadingctl import --frames f.csv --hall h.csv " + GetParam().options);
+  EXPECT_EQ(outcome.exitCode, GetParam().exitCode);
+  EXPECT_NE(outcome.err.find(GetParam().told), std::string::npos) << outcome.err;
+  EXPECT_EQ(outcome.out, "");
+  std::size_t files = 0;
+  for ([[maybe_unused]] auto const& file : std::filesystem::directory_iterator(directory.path())) ++files;
+  EXPECT_EQ(files, 2U);
+}
+
+constexpr char const* kFrames = "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n2,9,1,2\n";
+constexpr char const* kHall = "frame,timestamp_ns,hall_x,hall_y\n1,1,0.5,0.25\n2,2,0.5,0.25\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Options, CsvRefusal,
+    testing::Values(Refusal{kFrames, kHall, "-o r", 2, "--frames requires --frame-time"},
+                    Refusal{kFrames, kHall, "--frame-time end", 2, "--output is required"},
+                    Refusal{kFrames, kHall, "-o r --frame-time middle", 2, "--frame-time: middle not in"},
+                    Refusal{kFrames, kHall, "-o r --frame-time end x.log", 2, "excludes"},
+                    Refusal{kFrames, kHall, "-o r --frame-time end --map hall.z=a", 2, "FIELD is one of frames.expo"},
+                    Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=", 2, "found 'hall.x='"},
+                    Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=a --map hall.x=b", 2, "once"},
+                    Refusal{kFrames, kHall, "-o r --frame-time end --map frames.exposure=e --exposure-us 5", 2,
+                            "--exposure-us: excludes --map frames.exposure="},
+                    Refusal{kFrames, kHall, "-o r --frame-time end --scale-x inf", 2, "--scale-x: expected a number"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, CsvRefusal,
+    testing::Values(
+        Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=ois_x", 3,
+                "h.csv:1: ois_x: expected this column, the header does not name it: 'frame,timestamp_ns,hall_x"},
+        Refusal{"frame,timestamp_ns\n1,2\n", kHall, "-o r --frame-time end", 3, "f.csv:1: exposure_ns: expected this"},
+        Refusal{"timestamp_ns,exposure_ns,rolling_shutter_ns\n5,1,2\n", kHall, "-o r --frame-time end", 3,
+                "h.csv: its samples name frames, and f.csv does not"},
+        Refusal{"about\n", kHall, "-o r --frame-time end --skip 3", 3, "f.csv:4: expected a header that names"},
+        Refusal{kFrames, "\nframe,timestamp_ns,hall_x,hall_y\n1,1.5,0,0\n", "-o r --frame-time end", 3,
+                "h.csv:3: timestamp_ns: expected a whole number of ns"},
+        Refusal{kFrames, "a\nb\nframe,timestamp_ns,hall_x,hall_y\n1,two,0,0\n",
+                "-o r --frame-time end --hall-skip 2 --hall-time-unit s", 3,
+                "h.csv:4: timestamp_ns: expected a time in s"},
+        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,1,0,nan\n", "-o r --frame-time end", 3,
+                "h.csv:2: hall_y"},
+        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,1,1e38,0\n", "-o r --frame-time end --scale-x 10", 3,
+                "hall_x: expected a number that single precision holds once it is scaled, found '1e38'"},
+        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n2,1,0,0\n1,2,0,0\n2,3,0,0\n", "-o r --frame-time end", 3,
+                "h.csv:3: frame: expected at least 2, the frame of the row before, found '1'"},
+        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n2,5,1,2\n2,9,1,2\n3,12,1,2\n", kHall,
+                "-o r --frame-time end", 3, "f.csv:3: frame: expected a number above 2, the frame before, found '2'"},
+        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,9223372036854775807,1,2\n", kHall,
+                "-o r --frame-time start", 3, "f.csv:2: timestamp_ns: expected an exposure that ends by"},
+        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,4294967296\n", kHall, "-o r --frame-time end",
+                3, "f.csv:2: rolling_shutter_ns: expected"},
+        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n2,9\n3,1,1,1\n", kHall,
+                "-o r --frame-time end", 3, "f.csv:3: expected as many fields"},
+        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n\"2,9,1,2\n3,1,1,1\n", kHall,
+                "-o r --frame-time end", 3, "f.csv:3: "}));
+
+TEST(CsvImport, OverwritesARecordingOnlyWhenItIsAsked) {
+  TemporaryDirectory const directory;
+  directory.Write("f.csv", kFrames);
+  directory.Write("h.csv", kHall);
+  std::string const import =
+      "cd '" + directory.path() + "' && shadingctl import --frames f.csv --hall h.csv --frame-time end -o r ";
+  EXPECT_EQ(RunScript(import).out, "r: 2 frames, 2 samples\n");
+  Outcome const again = RunScript(import);
+  EXPECT_EQ(again.exitCode, 3);
+  EXPECT_NE(again.err.find("r/recording.csv: is there already; --force writes it anew"), std::string::npos)
+      << again.err;
+  EXPECT_EQ(RunScript(import + "--force").exitCode, 0);
+  std::string const samples = ReadFile(directory.path() + "/r/hall.csv");
+  Outcome const ofItself = RunScript("cd '" + directory.path() +
+                                     "' && shadingctl import --frames f.csv --hall r/hall.csv --map hall.frame=call "
+                                     "--frame-time end -o r --force");
+  EXPECT_EQ(ofItself.exitCode, 3) << ofItself.err;
+  EXPECT_EQ(ReadFile(directory.path() + "/r/hall.csv"), samples);
+}
+
+// Cut behind every byte of the second file: only what ends with a line is taken as it is.
+TEST(CsvImport, OfACutFileIsRefusedAndSalvagedLineByLine) {
+  TemporaryDirectory const directory;
+  ImportArguments arguments;
+  arguments.framesFile = directory.path() + "/f.csv";
+  arguments.hallFile = directory.path() + "/h.csv";
+  directory.Write("f.csv", kFrames);
+  std::string const hall = kHall;
+  std::size_t const header = hall.find('\n') + 1;
+  std::size_t const second = hall.find('\n', header) + 1;
+  auto const samples = [&] {
+    std::size_t count = 0;
+    auto const imported = OpenCsv(arguments);
+    for (hosting::Call call; imported->session().Next(call);) {
+      if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) count += update->batch.size();
+    }
+    return count;
+  };
+  for (std::size_t size = header; size <= hall.size(); ++size) {
+    directory.Write("h.csv", hall.substr(0, size));
+    std::size_t const whole = size == hall.size() ? 2 : size >= second ? 1 : 0;
+    bool const endsWithLine = size == header || size == second || size == hall.size();
+    arguments.salvage = false;
+    std::string told;
+    try {
+      EXPECT_EQ(samples(), whole) << size;
+    } catch (hosting::UnusableInput const& refused) {
+      told = refused.what();
+    }
+    EXPECT_EQ(told.empty(), endsWithLine) << size << told;
+    if (!endsWithLine) {
+      EXPECT_NE(told.find(fmt::format("h.csv:{}: expected the end of a line", whole + 2)), std::string::npos) << told;
+      EXPECT_NE(told.find(fmt::format("the {} lines of values before it are whole", whole)), std::string::npos) << told;
+    }
+    arguments.salvage = true;
+    EXPECT_EQ(samples(), whole) << size;
+  }
+}
+
+TEST(Import, WithoutItsProgramSaysWhatIsMissing) {
+  TemporaryDirectory const directory;
+  std::string const bin = directory.path() + "/bin";
+  Outcome const outcome = RunScript(
+      "mkdir '" + bin + "' && cp '" SHADINGCTL "' '" + bin + "' && ln -s '" LIBRARY_DIRECTORY "' '" + directory.path() +
+      "/lib' && PATH=/usr/bin:/bin " EMULATOR " '" + bin + "/shadingctl' import x.log -o r");
+  EXPECT_EQ(outcome.exitCode, 3);
+  EXPECT_NE(outcome.err.find(bin + "/shadingctl-import: cannot be run: No such file or directory"), std::string::npos)
+      << outcome.err;
+}
+
+}  // namespace
+}  // namespace shadingctl

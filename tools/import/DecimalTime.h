@@ -1,0 +1,21 @@
+// Times as people write them, exactly.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace shadingctl {
+
+// The decimal exponent of each unit, in nanoseconds.
+enum class TimeUnit { kSeconds = 9, kMilliseconds = 6, kMicroseconds = 3, kNanoseconds = 0 };
+
+// "s", "ms", "us", "ns"
+char const* Name(TimeUnit unit);
+
+// The decimal number that the whole text says, with or without an exponent, in nanoseconds. No floating-point number is
+// involved: digits below a nanosecond are rounded half away from zero, once. In nanoseconds there are none: a number
+// with such digits is in another unit. nullopt when the text is no such number, or beyond 64 bits.
+std::optional<std::int64_t> ParseTimeNs(std::string_view text, TimeUnit unit);
+
+}  // namespace shadingctl

@@ -1,0 +1,40 @@
+// What the command line of an import says.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "tools/import/DecimalTime.h"
+
+namespace shadingctl {
+
+enum class ImportForm { kVideo, kLog };  // of a single file: a .pb3 of VideoIMUCapture, or a log of the library
+
+struct ImportArguments {
+  std::string directory;  // of the recording
+  bool force = false;
+  bool salvage = false;
+
+  std::string file;  // empty: frames and samples come as CSV
+  std::optional<ImportForm> form;
+
+  std::string framesFile;
+  std::string hallFile;
+  std::map<std::string, std::string> columns;  // "frames.timestamp" and so on, where they are not the usual names
+  std::uint32_t skip = 0;                      // lines before the header
+  std::optional<std::uint32_t> hallSkip;       // nullopt: as many as `skip`
+  TimeUnit timeUnit = TimeUnit::kNanoseconds;
+  std::optional<TimeUnit> hallTimeUnit;  // nullopt: as timeUnit
+  std::optional<TimeUnit> durationUnit;  // of exposure and readout times; nullopt: as timeUnit
+  bool timesAreStarts = false;           // of the first line's exposure; else its end
+  std::optional<std::uint32_t> deliveryDelayUs;
+
+  std::optional<std::uint32_t> exposureUs;  // of every frame, in place of what the file says
+  std::optional<std::uint32_t> readoutUs;
+  double scaleX = 1;
+  double scaleY = 1;
+};
+
+}  // namespace shadingctl

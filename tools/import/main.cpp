@@ -1,0 +1,49 @@
+// shadingctl-import: makes recordings of other data. A program of its own, so that the tool itself needs no protobuf.
+#include <fmt/format.h>
+
+#include "tools/import/ImportOptions.h"
+#include "tools/import/ImportedSession.h"
+#include "tools/shadingctl/commands/Program.h"
+#include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/session/RecordingWriter.h"
+
+namespace shadingctl {
+namespace {
+
+std::unique_ptr<ImportedSession> Open(ImportArguments const& arguments) {
+  if (arguments.file.empty()) return OpenCsv(arguments);
+  return arguments.form == ImportForm::kVideo ? OpenVideo(arguments) : OpenLog(arguments);
+}
+
+// Files of the recording that is written or replaced.
+void RefuseOverwritingInputs(ImportArguments const& arguments) {
+  std::vector<std::string> inputs;
+  for (std::string const& file : {arguments.file, arguments.framesFile, arguments.hallFile}) {
+    if (!file.empty()) inputs.push_back(file);
+  }
+  std::vector<std::string> outputs;
+  for (char const* const name : {"/recording.csv", "/calls.csv", "/hall.csv", "/frames.csv"}) {
+    outputs.push_back(arguments.directory + name);
+  }
+  RefuseOverwriting(inputs, outputs);
+}
+
+int Import(ImportArguments const& arguments) {
+  RefuseOverwritingInputs(arguments);
+  auto const imported = Open(arguments);
+  RecordingSize const size = WriteRecording(imported->session(), arguments.directory, arguments.force);
+  for (std::string const& remark : imported->Remarks()) Tell(remark);
+  OutputFile console(kStandardOutput);
+  console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.calculations, size.samples));
+  console.Finish();
+  return kExitDone;
+}
+
+}  // namespace
+}  // namespace shadingctl
+
+int main(int argc, char** argv) {
+  return shadingctl::RunProgram([&] { return shadingctl::ParseAndImport(argc, argv, shadingctl::Import); });
+}
