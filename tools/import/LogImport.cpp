@@ -38,7 +38,7 @@ class LogImport : public ImportedSession, private hosting::Session {
   std::vector<std::string> Remarks() const override {
     std::vector<std::string> remarks = {fmt::format(
         "{}: a log holds the samples around each frame, in whole us, and not the batches: results can differ from the "
-        "phone's in the last digits, and more where lines are missing",
+        "phone's; `shadingctl explain` tells the phone's own",
         mLog.name())};
     if (mLeftOut > 0) {
       remarks.push_back(fmt::format("{}: {} computations have lost their frame's number or times, and are left out",
