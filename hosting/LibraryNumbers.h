@@ -25,4 +25,6 @@ constexpr int kOffsetConstantUs = 166;
 
 constexpr std::uint64_t kHistoryFrames = 30;  // the history forgets all but the batches of so many frames
 
+constexpr int kDetailLevel = 4;  // of logging, from which on the library tells samples and candidates
+
 }  // namespace hosting

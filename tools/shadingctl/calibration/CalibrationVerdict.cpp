@@ -166,7 +166,7 @@ std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& 
   return rows;
 }
 
-BlockStatistics Measure(std::vector<unsigned char> const& block) {
+BlockStatistics MeasureBlock(std::vector<unsigned char> const& block) {
   BlockStatistics statistics;
   for (auto const& values : RowsOf(block)) {
     auto const [least, most] = std::minmax_element(values.begin(), values.end());

@@ -58,6 +58,6 @@ struct BlockStatistics {
 std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& block);
 
 // Of a block as handed out.
-BlockStatistics Measure(std::vector<unsigned char> const& block);
+BlockStatistics MeasureBlock(std::vector<unsigned char> const& block);
 
 }  // namespace shadingctl

@@ -42,7 +42,7 @@ void WriteOverview(OutputFile& output, std::vector<CameraCalibration> const& cam
   write("camera", "mask", "table", "gradient", "settled", "PNC block", "mean", "default in use");
   for (CameraCalibration const& camera : cameras) {
     std::string const mean =
-        camera.block ? fmt::format("{:.3f}", Measure(*camera.block).all.mean / kUnity) : std::string("-");
+        camera.block ? fmt::format("{:.3f}", MeasureBlock(*camera.block).all.mean / kUnity) : std::string("-");
     write(camera.sensorIndex, MaskText(camera), camera.table,
           IsValid(camera) ? fmt::format("{:+}", camera.record->gradient) : "-", camera.settled ? "yes" : "no",
           Name(KindOf(camera)), mean, DefaultsText(JudgeTable(camera), JudgeBlock(camera)));
@@ -85,7 +85,7 @@ void WriteBlock(OutputFile& output, CameraCalibration const& camera) {
                              camera.blockValid ? fmt::format(": {:#04x}", *camera.blockValid) : ""));
   }
   if (!camera.block) return;
-  BlockStatistics const statistics = Measure(*camera.block);
+  BlockStatistics const statistics = MeasureBlock(*camera.block);
   output.Write(fmt::format("    {} bytes handed out, as 16-bit values (right: 0x2000 is 1):\n", camera.block->size()));
   if (statistics.rows.empty()) {
     output.Write("      less than a row of 130 values\n");
@@ -166,7 +166,7 @@ nlohmann::ordered_json BlockJson(CameraCalibration const& camera) {
                                  {"stored", RowsOf(camera.file.block)},
                                  {"values", nlohmann::ordered_json::array()}};
   if (!camera.block) return json;
-  BlockStatistics const statistics = Measure(*camera.block);
+  BlockStatistics const statistics = MeasureBlock(*camera.block);
   if (!statistics.rows.empty()) json.update(StatisticsJson(statistics.all));
   for (RowStatistics const& row : statistics.rows) json["rows"].push_back(StatisticsJson(row));
   json["values"] = RowsOf(*camera.block);

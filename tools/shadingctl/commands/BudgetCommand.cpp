@@ -22,7 +22,7 @@ constexpr std::int64_t kSweptExposuresUs[] = {100,   200,   500,   1000,  2000, 
                                               10000, 15000, 20000, 30000, 40000, 60000, 100000, 200000};
 constexpr double kSweptRatesHz[] = {50, 100, 200, 300, 400, 500, 800, 1000, 1500, 2000, 4000, 8000, 16000};
 
-struct Arguments {
+struct BudgetArguments {
   std::optional<double> hallRateHz;
   double frameRateHz = 60;
   std::optional<std::int64_t> exposureUs;
@@ -33,7 +33,7 @@ struct Arguments {
   std::string output;
 };
 
-Budget BudgetOf(Arguments const& arguments, double hallRateHz, std::int64_t exposureUs) {
+Budget BudgetOf(BudgetArguments const& arguments, double hallRateHz, std::int64_t exposureUs) {
   Timing timing;
   timing.hallIntervalNs = std::llround(1e9 / hallRateHz);
   timing.frameIntervalNs = std::llround(1e9 / arguments.frameRateHz);
@@ -53,7 +53,7 @@ std::vector<Number> Values(Number const (&swept)[N], std::optional<Number> const
   return values;
 }
 
-std::vector<Budget> BudgetsOf(Arguments const& arguments) {
+std::vector<Budget> BudgetsOf(BudgetArguments const& arguments) {
   std::vector<Budget> budgets;
   if (arguments.sweep == "exposure") {
     for (std::int64_t const us : Values(kSweptExposuresUs, arguments.exposureUs)) {
@@ -69,7 +69,7 @@ std::vector<Budget> BudgetsOf(Arguments const& arguments) {
   return budgets;
 }
 
-std::string TextOf(std::vector<Budget> const& budgets, Arguments const& arguments) {
+std::string TextOf(std::vector<Budget> const& budgets, BudgetArguments const& arguments) {
   if (arguments.format == Format::kCsv) return BudgetCsv(budgets);
   if (arguments.format == Format::kJson) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
@@ -81,7 +81,7 @@ std::string TextOf(std::vector<Budget> const& budgets, Arguments const& argument
   return arguments.sweep.empty() ? BudgetText(budgets.front()) : BudgetTable(budgets);
 }
 
-int ShowBudget(Arguments const& arguments) {
+int ShowBudget(BudgetArguments const& arguments) {
   OutputFile output(arguments.output);
   output.Write(TextOf(BudgetsOf(arguments), arguments));
   output.Finish();
@@ -89,12 +89,12 @@ int ShowBudget(Arguments const& arguments) {
 }
 
 // Only the swept option may be missing.
-void RefuseMissing(Arguments const& arguments) {
+void RefuseMissing(BudgetArguments const& arguments) {
   if (!arguments.hallRateHz && arguments.sweep != "hall-rate") throw CLI::RequiredError("--hall-rate");
   if (!arguments.exposureUs && arguments.sweep != "exposure") throw CLI::RequiredError("--exposure-us");
 }
 
-constexpr char const* kExamples = R"(Samples and frames are taken to come evenly. docs/budget.md has the formulas.
+constexpr char const* kBudgetExamples = R"(Samples and frames are taken to come evenly. docs/budget.md has the formulas.
 
 Examples:
   shadingctl budget --hall-rate 200 --frame-rate 60 --exposure-us 1266 --readout-us 15980
@@ -104,10 +104,10 @@ Examples:
 }  // namespace
 
 void AddBudgetCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<BudgetArguments>();
   CLI::App* const command =
       app.add_subcommand("budget", "Tell whether rates, exposure and readout fit together, without a recording");
-  command->footer(kExamples);
+  command->footer(kBudgetExamples);
   AddNumber(*command, "--hall-rate", arguments->hallRateHz, 1.0, 100000.0, "Hall samples a second");
   AddNumber(*command, "--frame-rate", arguments->frameRateHz, 1.0, 1000.0, "Frames a second")
       ->required()

@@ -22,7 +22,7 @@
 namespace shadingctl {
 namespace {
 
-struct Arguments {
+struct CalibrationArguments {
   std::optional<int> camera;
   bool all = false;
   Format format = Format::kTable;
@@ -32,7 +32,7 @@ struct Arguments {
   std::string library;
 };
 
-std::vector<int> CamerasToShow(Arguments const& arguments, ChosenDevice const& device) {
+std::vector<int> CamerasToShow(CalibrationArguments const& arguments, ChosenDevice const& device) {
   if (arguments.camera) return {*arguments.camera};
   std::vector<int> cameras = CamerasOf(device.settings);
   if (!device.directory.empty() || arguments.all) return cameras;
@@ -66,7 +66,7 @@ std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string co
   return cameras;
 }
 
-int RunCalibration(Arguments const& arguments) {
+int RunCalibration(CalibrationArguments const& arguments) {
   ChosenDevice device = ChooseDevice(arguments.device);
   device.settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
   std::vector<int> const indices = CamerasToShow(arguments, device);
@@ -99,7 +99,7 @@ int RunCalibration(Arguments const& arguments) {
   return isSound ? kExitDone : kExitDifference;
 }
 
-constexpr char const* kExamples = R"(Data that are missing or marked invalid give these defaults:
+constexpr char const* kCalibrationExamples = R"(Data that are missing or marked invalid give these defaults:
   table 1                 no configuration, no dump file, or an invalid record
   0x2000 in every value   a block that is marked invalid or is not whole
   buffer untouched        no configuration, no dump file, or an unusable length
@@ -119,10 +119,10 @@ Examples:
 }  // namespace
 
 void AddCalibrationCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<CalibrationArguments>();
   CLI::App* const command =
       app.add_subcommand("calibration", "Show cameras' calibration data and what the library makes of them");
-  command->footer(kExamples);
+  command->footer(kCalibrationExamples);
   auto* const camera =
       AddNumber(*command, "--camera", arguments->camera, 0, kSensorSlotCount - 1, "Sensor index; its mask is 1 << N");
   command

@@ -10,11 +10,11 @@
 namespace shadingctl {
 
 void AddCompletionCommand(CLI::App& app, Command& chosen) {
-  struct Arguments {
+  struct CompletionArguments {
     std::string shell;
     std::string output;
   };
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<CompletionArguments>();
   CLI::App* const command = app.add_subcommand("completion", "Write a shell's completion of these commands");
   command->footer(
       "Examples:\n"

@@ -11,14 +11,14 @@
 namespace shadingctl {
 namespace {
 
-struct Arguments {
+struct DiffArguments {
   std::string a;
   std::string b;
   std::string output;
   DiffOptions options;
 };
 
-int RunDiff(Arguments const& arguments) {
+int RunDiff(DiffArguments const& arguments) {
   RefuseOverwriting({arguments.a, arguments.b}, {arguments.output});
   OutputFile output(arguments.output);
   ResultDiff const diff = CompareResults(arguments.a, arguments.b, arguments.options);
@@ -27,7 +27,8 @@ int RunDiff(Arguments const& arguments) {
   return diff.isSame() ? kExitDone : kExitDifference;
 }
 
-constexpr char const* kExamples = R"(Rows of the same camera and frame are compared field by field. The comparison is
+constexpr char const* kDiffExamples =
+    R"(Rows of the same camera and frame are compared field by field. The comparison is
 written as Markdown, with both summaries side by side.
 
 Exit code: 0 the rows are the same, 1 rows differ, 3 a file is no result.
@@ -41,9 +42,9 @@ Examples:
 }  // namespace
 
 void AddDiffCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<DiffArguments>();
   CLI::App* const command = app.add_subcommand("diff", "Compare two results of a replay, frame by frame");
-  command->footer(kExamples);
+  command->footer(kDiffExamples);
   command->add_option("A", arguments->a, "A result of `replay` or `explain`, JSON or CSV; - is standard input")
       ->required();
   command->add_option("B", arguments->b, "Another one")->required();

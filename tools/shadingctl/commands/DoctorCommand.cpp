@@ -24,7 +24,7 @@ namespace {
 // A library with its debug information takes some MiB.
 constexpr std::size_t kMaximumBytes = std::size_t{256} << 20U;
 
-struct Arguments {
+struct DoctorArguments {
   std::string library;
   std::string format = "table";
   std::string output = kStandardOutput;
@@ -51,7 +51,7 @@ std::string ReadWhole(std::string const& path) {
   return bytes;
 }
 
-int RunDoctor(Arguments const& arguments) {
+int RunDoctor(DoctorArguments const& arguments) {
   RefuseOverwriting({arguments.library}, {arguments.output});
   std::vector<Finding> findings = Diagnose(ReadElf(ReadWhole(arguments.library), arguments.library, kTableName));
   if (arguments.load) findings.push_back(TryToLoad(arguments.library));
@@ -65,7 +65,7 @@ int RunDoctor(Arguments const& arguments) {
   return IsSound(findings) ? kExitDone : kExitDifference;
 }
 
-constexpr char const* kExamples = R"(The file is read, not run, so that a phone's library can be judged on a desk.
+constexpr char const* kDoctorExamples = R"(The file is read, not run, so that a phone's library can be judged on a desk.
 docs/doctor.md says what each line means.
 
 Exit code: 0 no fault, 1 a fault, 3 not a whole shared object for x86-64 or AArch64.
@@ -78,9 +78,9 @@ Examples:
 }  // namespace
 
 void AddDoctorCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<DoctorArguments>();
   CLI::App* const command = app.add_subcommand("doctor", "Judge a built library before it is installed");
-  command->footer(kExamples);
+  command->footer(kDoctorExamples);
   command
       ->add_option("LIBRARY", arguments->library,
                    "The shared object, of this or of the phone's processor; - is standard input")

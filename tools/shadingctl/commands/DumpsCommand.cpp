@@ -18,7 +18,7 @@
 namespace shadingctl {
 namespace {
 
-struct Arguments {
+struct DumpsArguments {
   std::vector<std::string> names;  // of files and directories
   Format format = Format::kTable;
   std::string output;
@@ -34,7 +34,7 @@ bool IsBefore(NamedDump const& left, NamedDump const& right) {
   return key(left) < key(right);
 }
 
-int RunDumps(Arguments const& arguments) {
+int RunDumps(DumpsArguments const& arguments) {
   std::vector<NamedDump> dumps;
   int exitCode = kExitDone;
   auto const complain = [&](std::string const& complaint) {
@@ -68,7 +68,8 @@ int RunDumps(Arguments const& arguments) {
   return exitCode;
 }
 
-constexpr char const* kExamples = R"(A DIR that has a folder data/vendor/camera_dump, as `shadingctl replay --dump-dir`
+constexpr char const* kDumpsExamples =
+    R"(A DIR that has a folder data/vendor/camera_dump, as `shadingctl replay --dump-dir`
 leaves it, is read there.
 
 Exit code: 0 every file was read, 1 a file is no dump, is broken, or has a position
@@ -82,9 +83,9 @@ Examples:
 }  // namespace
 
 void AddDumpsCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<DumpsArguments>();
   CLI::App* const command = app.add_subcommand("dumps", "Check OIS hall dump files and list their frames");
-  command->footer(kExamples);
+  command->footer(kDumpsExamples);
   command->add_option("DIR", arguments->names, "Directories with dump files, as pulled from a phone, or files")
       ->required()
       ->check(RefuseStandardStream);

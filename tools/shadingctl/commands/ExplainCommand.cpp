@@ -9,6 +9,7 @@
 
 #include "hosting/HostLibrary.h"
 #include "hosting/Interruption.h"
+#include "hosting/LibraryNumbers.h"
 #include "hosting/LineReader.h"
 #include "hosting/Recording.h"
 #include "hosting/UnusableInput.h"
@@ -26,9 +27,7 @@
 namespace shadingctl {
 namespace {
 
-constexpr int kDetailLevel = 4;  // from which the library tells samples and candidates
-
-struct Arguments {
+struct ExplainArguments {
   std::string source;
   std::optional<std::uint32_t> frame;
   Format format = Format::kTable;
@@ -42,18 +41,18 @@ ReplaySettings SettingsOf(std::string const& source, std::string const& library,
   settings.session = source;
   settings.library = library;
   settings.mode = mode;
-  settings.logLevel = kDetailLevel;
+  settings.logLevel = hosting::kDetailLevel;
   return settings;
 }
 
 // Why there are no more frames, and how the program ends for that.
-struct Ending {
+struct ReadingEnd {
   std::string error;
   int exitCode = kExitDone;
 };
 
 template <class Read>
-Ending ReadToTheEnd(Read const& read) {
+ReadingEnd ReadToTheEnd(Read const& read) {
   try {
     read();
   } catch (hosting::Interrupted const& interrupted) {
@@ -65,8 +64,9 @@ Ending ReadToTheEnd(Read const& read) {
 }
 
 // Writes the end of the result. What was read is shown even where the rest cannot be.
-int Finish(Arguments const& arguments, Ending const& ending, std::string const& name, Summaries const& summaries,
-           std::optional<LogReport> const& report, ExplainWriter& writer, OutputFile& output) {
+int Finish(ExplainArguments const& arguments, ReadingEnd const& ending, std::string const& name,
+           Summaries const& summaries, std::optional<LogReport> const& report, ExplainWriter& writer,
+           OutputFile& output) {
   writer.End(summaries, report, name, ending.error);
   bool const isKept = ending.error.empty() || !output.IsHeldBack();
   if (isKept) output.Finish();
@@ -80,7 +80,7 @@ int Finish(Arguments const& arguments, Ending const& ending, std::string const& 
   return report && report->different.count > 0 ? kExitDifference : kExitDone;
 }
 
-int ExplainLog(Arguments const& arguments) {
+int ExplainLog(ExplainArguments const& arguments) {
   ChosenDevice const device = ChooseDevice(arguments.device);
   std::string const library = ChooseLibrary(arguments.library);
   std::vector<std::string> inputs = FilesOf(device, library);
@@ -90,10 +90,10 @@ int ExplainLog(Arguments const& arguments) {
   OutputFile output(arguments.output);
   ExplainWriter writer(output, arguments.format, arguments.frame);
   Recomputation recomputation(device.settings, library);
-  Summaries summaries(kDetailLevel);
+  Summaries summaries(hosting::kDetailLevel);
   LogExplanation explanation(&recomputation, summaries, [&](ExplainedCall const& call) { writer.Add(call); });
   writer.Begin(SettingsOf(log.name(), library, "as logged"));
-  Ending const ending = ReadToTheEnd([&] { explanation.Read(log); });
+  ReadingEnd const ending = ReadToTheEnd([&] { explanation.Read(log); });
   explanation.Finish();
   summaries.Close({}, 0);
   return Finish(arguments, ending, log.name(), summaries, explanation.report(), writer, output);
@@ -140,24 +140,24 @@ class RecordingExplanation {
   std::deque<FrameFacts> mFacts;  // one for each row that waits
 };
 
-int ExplainRecording(Arguments const& arguments) {
+int ExplainRecording(ExplainArguments const& arguments) {
   ChosenDevice const chosen = ChooseDevice(arguments.device);
   std::string const path = ChooseLibrary(arguments.library);
   std::vector<std::string> inputs = FilesOf(chosen, path);
   AddRecordingFiles(arguments.source, inputs);
   RefuseOverwriting(inputs, {arguments.output});
   auto const session = hosting::OpenRecording(arguments.source);
-  desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->settings(), kDetailLevel);
+  desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->settings(), hosting::kDetailLevel);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(settings);
   VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
   OutputFile output(arguments.output);
   ExplainWriter writer(output, arguments.format, arguments.frame);
-  Summaries summaries(kDetailLevel);
+  Summaries summaries(hosting::kDetailLevel);
   Replay::Options options;
   options.camera = CameraOf(settings, std::nullopt);
   writer.Begin(SettingsOf(session->Name(), path, "as recorded"));
-  Ending ending;
+  ReadingEnd ending;
   {
     Replay replay(library, device, options, {});
     RecordingExplanation explanation(replay, options.camera.sensorId, summaries, writer);
@@ -169,7 +169,8 @@ int ExplainRecording(Arguments const& arguments) {
   return Finish(arguments, ending, session->Name(), summaries, std::nullopt, writer, output);
 }
 
-constexpr char const* kExamples = R"(A log is text captured from a phone (adb logcat -v threadtime, or -v long) or
+constexpr char const* kExplainExamples =
+    R"(A log is text captured from a phone (adb logcat -v threadtime, or -v long) or
 written by `shadingctl replay --log`, with the library at log level 4. Lines may
 be missing. Where all lines of a frame are there, the library computes its
 position again.
@@ -186,9 +187,9 @@ Examples:
 }  // namespace
 
 void AddExplainCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<ExplainArguments>();
   CLI::App* const command = app.add_subcommand("explain", "Say in plain words what became of a frame, and why");
-  command->footer(kExamples);
+  command->footer(kExplainExamples);
   command
       ->add_option("SOURCE", arguments->source,
                    "Recording (its directory or a file of it), or a log; - is standard input")

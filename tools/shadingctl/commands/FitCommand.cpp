@@ -19,7 +19,7 @@
 namespace shadingctl {
 namespace {
 
-struct Arguments {
+struct FitArguments {
   std::string recording;
   std::string reference;
   std::optional<std::int32_t> camera;
@@ -28,7 +28,7 @@ struct Arguments {
   std::string output;
 };
 
-int Fit(Arguments const& arguments) {
+int Fit(FitArguments const& arguments) {
   std::vector<std::string> inputs = {arguments.reference};
   AddRecordingFiles(hosting::RecordingDirectory(arguments.recording), inputs);
   RefuseOverwriting(inputs, {arguments.output});
@@ -47,7 +47,7 @@ int Fit(Arguments const& arguments) {
   return kExitDone;
 }
 
-constexpr char const* kExamples = R"(The reference has the columns frame, x and y: where the image of a fixed target
+constexpr char const* kFitExamples = R"(The reference has the columns frame, x and y: where the image of a fixed target
 stood, in any unit. Frames may be missing. docs/bench.md goes from capture to fit.
 
 Exit code: 0 done, whatever the fit says of the library's numbers, 3 unusable input,
@@ -60,10 +60,10 @@ Examples:
 }  // namespace
 
 void AddFitCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<FitArguments>();
   CLI::App* const command = app.add_subcommand(
       "fit", "Fit the lag of the samples to where an image really stood, beside the library's numbers");
-  command->footer(kExamples);
+  command->footer(kFitExamples);
   command->add_option("RECORDING", arguments->recording, "Recording (its directory or a file of it)")
       ->required()
       ->check(RefuseStandardStream);

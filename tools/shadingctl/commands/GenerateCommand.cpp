@@ -14,13 +14,13 @@
 namespace shadingctl {
 namespace {
 
-struct Arguments {
+struct GenerateArguments {
   std::string directory;
   bool force = false;
   SyntheticArguments session;
 };
 
-int Generate(Arguments const& arguments, SyntheticOptions const& options) {
+int Generate(GenerateArguments const& arguments, SyntheticOptions const& options) {
   SyntheticSession session(options);
   RecordingSize const size = WriteRecording(session, arguments.directory, arguments.force);
   OutputFile console(kStandardOutput);
@@ -29,7 +29,7 @@ int Generate(Arguments const& arguments, SyntheticOptions const& options) {
   return kExitDone;
 }
 
-constexpr char const* kExamples = R"(Without options this is the session that `shadingctl replay` has built in.
+constexpr char const* kGenerateExamples = R"(Without options this is the session that `shadingctl replay` has built in.
 
 Examples:
   shadingctl generate /tmp/session
@@ -42,9 +42,9 @@ Examples:
 }  // namespace
 
 void AddGenerateCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<GenerateArguments>();
   CLI::App* const command = app.add_subcommand("generate", "Write a synthetic session as a recording");
-  command->footer(kExamples);
+  command->footer(kGenerateExamples);
   command->add_option("DIR", arguments->directory, "Directory for the recording; made when missing")
       ->required()
       ->check(RefuseStandardStream);

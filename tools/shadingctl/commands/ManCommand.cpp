@@ -15,7 +15,7 @@
 namespace shadingctl {
 namespace {
 
-struct Arguments {
+struct ManArguments {
   std::string name;       // empty: the program
   std::string directory;  // empty: one page to standard output
 };
@@ -26,7 +26,7 @@ void WritePage(std::string const& file, std::string const& page) {
   output.Finish();
 }
 
-int WritePages(CommandTable const& table, Arguments const& arguments) {
+int WritePages(CommandTable const& table, ManArguments const& arguments) {
   constexpr char const* kVersion = "shadingctl " PROJECT_VERSION;
   if (arguments.directory.empty()) {
     WritePage(kStandardOutput, ManPage(table, arguments.name, kVersion));
@@ -46,7 +46,7 @@ int WritePages(CommandTable const& table, Arguments const& arguments) {
 }  // namespace
 
 void AddManCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<ManArguments>();
   std::vector<std::string> names;
   for (CLI::App const* const other : app.get_subcommands({})) names.push_back(other->get_name());
   CLI::App* const command = app.add_subcommand("man", "Write manual pages");

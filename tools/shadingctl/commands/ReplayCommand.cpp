@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "hosting/LibraryNumbers.h"
 #include "hosting/Recording.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
@@ -16,7 +17,7 @@
 namespace shadingctl {
 namespace {
 
-constexpr char const* kExamples = R"(Each frame is matched in one way:
+constexpr char const* kReplayExamples = R"(Each frame is matched in one way:
   start       a sample within 1500 us of the frame's start
   carried     none, but the flag of an earlier frame made the span begin at the
               oldest end of the window, which may be half a second old
@@ -99,12 +100,11 @@ void AddCheckOptions(CLI::App& command, CheckArguments& checks) {
 
 // The ends of a span are told from there on.
 void RefuseGatesBelowDetail(ReplayArguments const& arguments) {
-  constexpr int kDetailLevel = 4;
   Gates const& gates = arguments.checks.gates;
-  if (arguments.logLevel >= kDetailLevel || (!gates.failBelowPercent && !gates.maxAgeUs)) return;
+  if (arguments.logLevel >= hosting::kDetailLevel || (!gates.failBelowPercent && !gates.maxAgeUs)) return;
   throw CLI::ValidationError(
       gates.failBelowPercent ? "--fail-below" : "--max-age-us",
-      fmt::format("expected --log-level {} or more, found {}", kDetailLevel, arguments.logLevel));
+      fmt::format("expected --log-level {} or more, found {}", hosting::kDetailLevel, arguments.logLevel));
 }
 
 }  // namespace
@@ -112,7 +112,7 @@ void RefuseGatesBelowDetail(ReplayArguments const& arguments) {
 void AddReplayCommand(CLI::App& app, Command& chosen) {
   auto const arguments = std::make_shared<ReplayArguments>();
   CLI::App* const command = app.add_subcommand("replay", "Play a recorded or the built-in session to the library");
-  command->footer(kExamples);
+  command->footer(kReplayExamples);
   command
       ->add_option_function<std::string>(
           "RECORDING",

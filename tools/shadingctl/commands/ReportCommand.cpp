@@ -15,7 +15,7 @@
 namespace shadingctl {
 namespace {
 
-struct Arguments {
+struct ReportArguments {
   std::vector<std::string> results;
   std::string output;
 };
@@ -26,7 +26,7 @@ std::vector<ResultDocument> ReadAll(std::vector<std::string> const& paths) {
   return documents;
 }
 
-int RunReport(Arguments const& arguments) {
+int RunReport(ReportArguments const& arguments) {
   RefuseOverwriting(arguments.results, {arguments.output});
   OutputFile output(arguments.output);
   output.Write(MakePage(ReadAll(arguments.results)));
@@ -34,7 +34,7 @@ int RunReport(Arguments const& arguments) {
   return kExitDone;
 }
 
-int RunTrace(Arguments const& arguments) {
+int RunTrace(ReportArguments const& arguments) {
   RefuseOverwriting(arguments.results, {arguments.output});
   OutputFile output(arguments.output);
   WriteTrace(ReadResultDocument(arguments.results.front()), output);
@@ -62,7 +62,7 @@ Examples:
 }  // namespace
 
 void AddReportCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<ReportArguments>();
   CLI::App* const command = app.add_subcommand("report", "Draw a JSON result, or two over each other, as a page");
   command->footer(kReportExamples);
   command
@@ -80,7 +80,7 @@ void AddReportCommand(CLI::App& app, Command& chosen) {
 }
 
 void AddTraceCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<ReportArguments>();
   CLI::App* const command = app.add_subcommand("trace", "Write a JSON result of replay as a trace for Perfetto");
   command->footer(kTraceExamples);
   command->add_option("RESULT", arguments->results, "JSON of replay; - is standard input")->required()->expected(1);

@@ -20,7 +20,7 @@
 namespace shadingctl {
 namespace {
 
-struct Arguments {
+struct SummarizeArguments {
   std::vector<std::string> names;  // none: standard input lists them
   std::size_t worst = 10;
   bool isJson = false;
@@ -39,7 +39,7 @@ void AddResult(Totals& totals, std::string const& name) {
   }
 }
 
-int Summarize(Arguments const& arguments) {
+int Summarize(SummarizeArguments const& arguments) {
   RefuseOverwriting(arguments.names, {arguments.output});
   OutputFile output(arguments.output);
   Totals totals(arguments.worst);
@@ -60,7 +60,7 @@ int Summarize(Arguments const& arguments) {
   return totals.differentAnswers() > 0 ? kExitDifference : kExitDone;
 }
 
-constexpr char const* kExamples =
+constexpr char const* kSummarizeExamples =
     R"(Results that cannot be used are told and left out; the others are put together all the
 same. Memory does not grow with their number. docs/many.md has the columns, and scripts
 that replay many recordings on one machine or on a cluster.
@@ -76,9 +76,9 @@ Examples:
 }  // namespace
 
 void AddSummarizeCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<Arguments>();
+  auto const arguments = std::make_shared<SummarizeArguments>();
   CLI::App* const command = app.add_subcommand("summarize", "Put the results of many replays together");
-  command->footer(kExamples);
+  command->footer(kSummarizeExamples);
   command->add_option("RESULT", arguments->names,
                       "Files that replay --format json wrote; without one, standard input lists them, one a line");
   AddNumber(*command, "--worst", arguments->worst, std::size_t{0}, std::size_t{10000},

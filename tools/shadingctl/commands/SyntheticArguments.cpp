@@ -11,7 +11,8 @@
 namespace shadingctl {
 namespace {
 
-constexpr std::int64_t kLongestUs = 4000000;  // of exposures and readouts: what a driver can report has 32 bits of ns
+constexpr std::int64_t kLongestTimeUs =
+    4000000;  // of exposures and readouts: what a driver can report has 32 bits of ns
 constexpr std::int64_t kMostDelayUs = 1000000;
 constexpr std::int64_t kMostClockUs = 10000000000;  // hours: any clock that was taken for another one
 constexpr double kMostHall = 1e6;
@@ -34,13 +35,14 @@ CLI::Option* AddSweep(CLI::App& command, std::string const& name, Target& target
           name,
           [&target, name](std::string const& text) {
             std::size_t const colon = text.find(':');
-            auto const from = ParseNumber<std::int64_t>(text.substr(0, colon), 0, kLongestUs);
-            auto const to =
-                colon == std::string::npos ? from : ParseNumber<std::int64_t>(text.substr(colon + 1), 0, kLongestUs);
+            auto const from = ParseNumber<std::int64_t>(text.substr(0, colon), 0, kLongestTimeUs);
+            auto const to = colon == std::string::npos
+                                ? from
+                                : ParseNumber<std::int64_t>(text.substr(colon + 1), 0, kLongestTimeUs);
             if (!from || !to) {
               throw CLI::ValidationError(
                   name, fmt::format("expected one or, with a colon between, two whole numbers from 0 to {}, found '{}'",
-                                    kLongestUs, text));
+                                    kLongestTimeUs, text));
             }
             target = SweepUs{*from, *to};
           },
@@ -127,7 +129,8 @@ void SyntheticArguments::AddHost(CLI::App& command) {
   AddNumber(command, "--restarts", mSession.restarts, 0U, 1000U, "Stop and start the monitor so often, evenly spread");
   AddNumber(command, "--switch-every", mSession.modes.everyFrames, 0U, 100000000U,
             "Switch between the sensor's modes 0 and 1 every so many frames");
-  AddNumber(command, "--switch-readout-us", mSwitchReadoutUs, std::int64_t{0}, kLongestUs, "Readout time of mode 1");
+  AddNumber(command, "--switch-readout-us", mSwitchReadoutUs, std::int64_t{0}, kLongestTimeUs,
+            "Readout time of mode 1");
   AddNumber(command, "--switch-late", mSession.modes.lateFrames, 0U, 100000000U,
             "So many frames after each switch are computed before the library knows of it");
 }

@@ -8,7 +8,7 @@
 namespace shadingctl {
 namespace {
 
-constexpr char const* kProgram = "shadingctl";
+constexpr char const* kProgramName = "shadingctl";
 constexpr char const* kExamples = "Examples:";
 constexpr char const* kExitCodes = "Exit codes:";
 
@@ -53,7 +53,7 @@ std::string OptionText(OptionEntry const& option) {
 }
 
 std::string Synopsis(CommandEntry const& command) {
-  std::string text = Bold(command.name.empty() ? kProgram : fmt::format("{} {}", kProgram, command.name));
+  std::string text = Bold(command.name.empty() ? kProgramName : fmt::format("{} {}", kProgramName, command.name));
   text += " [" + Italic("OPTION") + "...]";
   if (command.name.empty()) return text + " " + Italic("COMMAND") + " [" + Italic("ARGUMENT") + "...]";
   for (OptionEntry const& option : command.options) {
@@ -82,7 +82,7 @@ std::string Section(char const* title, std::string const& text) {
 
 std::string Page(CommandTable const& table, CommandEntry const& command, std::string const& version) {
   bool const isProgram = command.name.empty();
-  std::string const title = isProgram ? kProgram : fmt::format("{}-{}", kProgram, command.name);
+  std::string const title = isProgram ? kProgramName : fmt::format("{}-{}", kProgramName, command.name);
   std::string capitals = title;
   std::transform(title.begin(), title.end(), capitals.begin(),
                  [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
@@ -106,10 +106,10 @@ std::string Page(CommandTable const& table, CommandEntry const& command, std::st
   text += Section("EXAMPLES", examples.empty() ? examples : AsTyped(examples));
   std::string const codes = Paragraph(table.program.footer, kExitCodes);
   text += Section("EXIT STATUS", codes.empty() ? codes : Escaped(codes) + "\n");
-  std::string others = isProgram ? "" : Bold(kProgram) + "(1)";
+  std::string others = isProgram ? "" : Bold(kProgramName) + "(1)";
   for (CommandEntry const& other : table.commands) {
     if (other.name == command.name) continue;
-    others += (others.empty() ? "" : ",\n") + Bold(fmt::format("{}-{}", kProgram, other.name)) + "(1)";
+    others += (others.empty() ? "" : ",\n") + Bold(fmt::format("{}-{}", kProgramName, other.name)) + "(1)";
   }
   return text + Section("SEE ALSO", others + "\n");
 }
@@ -124,7 +124,7 @@ std::string ManPage(CommandTable const& table, std::string const& name, std::str
 }
 
 std::string ManPageFile(std::string const& name) {
-  return fmt::format("{}{}{}.1", kProgram, name.empty() ? "" : "-", name);
+  return fmt::format("{}{}{}.1", kProgramName, name.empty() ? "" : "-", name);
 }
 
 }  // namespace shadingctl
