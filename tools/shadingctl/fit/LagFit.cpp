@@ -9,6 +9,7 @@
 
 #include "hosting/LibraryNumbers.h"
 #include "hosting/UnusableInput.h"
+#include "tools/shadingctl/fit/LeastSquares.h"
 
 namespace shadingctl {
 namespace {
@@ -22,59 +23,6 @@ constexpr double kGridUs = 2000;               // of the search: the hand's fast
 constexpr std::size_t kBlockFrames = 5;        // drawn together, as the errors of neighbours are alike
 constexpr int kMostSteps = 30;                 // of the refinement; it takes about 5
 constexpr double kSettledUs = 1e-3;
-constexpr double kSingular = 1e-9;  // a pivot below this share of its column is none
-
-// Parameters: offset, gains of X and Y, lag at the mean of `shorter`, slope of the lag. The slope comes last, so that
-// it can be left out.
-constexpr std::size_t kParameters = 5;
-constexpr std::size_t kGainX = 1;
-constexpr std::size_t kGainY = 2;
-constexpr std::size_t kLag = 3;
-constexpr std::size_t kSlope = 4;
-using Parameters = std::array<double, kParameters>;
-
-// Sums of a least-squares problem.
-struct Moments {
-  std::array<Parameters, kParameters> matrix{};
-  Parameters right{};
-  double squares = 0;
-
-  void Add(Parameters const& row, double value) {
-    for (std::size_t i = 0; i < kParameters; ++i) {
-      for (std::size_t k = 0; k < kParameters; ++k) matrix[i][k] += row[i] * row[k];
-      right[i] += row[i] * value;
-    }
-    squares += value * value;
-  }
-  void Add(Moments const& other) {
-    for (std::size_t i = 0; i < kParameters; ++i) {
-      for (std::size_t k = 0; k < kParameters; ++k) matrix[i][k] += other.matrix[i][k];
-      right[i] += other.right[i];
-    }
-    squares += other.squares;
-  }
-};
-
-// Solves for the first `count` parameters by elimination; the others are 0. nullopt when they cannot be told apart.
-std::optional<Parameters> Solve(Moments moments, std::size_t count) {
-  auto& m = moments.matrix;
-  Parameters const diagonal = {m[0][0], m[1][1], m[2][2], m[3][3], m[4][4]};
-  for (std::size_t i = 0; i < count; ++i) {
-    if (!(m[i][i] > kSingular * diagonal[i])) return std::nullopt;
-    for (std::size_t k = i + 1; k < count; ++k) {
-      double const factor = m[k][i] / m[i][i];
-      for (std::size_t j = i; j < count; ++j) m[k][j] -= factor * m[i][j];
-      moments.right[k] -= factor * moments.right[i];
-    }
-  }
-  Parameters solution{};
-  for (std::size_t i = count; i-- > 0;) {
-    double rest = moments.right[i];
-    for (std::size_t j = i + 1; j < count; ++j) rest -= m[i][j] * solution[j];
-    solution[i] = rest / m[i][i];
-  }
-  return solution;
-}
 
 // A frame on the clock of the hall signal.
 struct Readout {
