@@ -154,7 +154,6 @@ class ReplayedBudget : public testing::Test {
   // The results of the frames after the warm-up.
   static std::vector<FrameResult> Play(SyntheticOptions const& options) {
     Replay::Options replayOptions;
-    replayOptions.camera = {0, 3};
     replayOptions.resetMatched = true;
     Replay replay(Library(), desktop::Device::Get(), replayOptions, {});
     Summaries summaries(kLogLevel);

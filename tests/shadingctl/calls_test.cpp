@@ -132,6 +132,15 @@ INSTANTIATE_TEST_SUITE_P(
                "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n",
                "cameras,0 2\n",
                "--camera 2"},
+        // Camera 2 is one of the built-in device, the others are not.
+        Played{"CamerasWhoseTypesAreNotRecordedDoNotMix",
+               {Start("8", ""), Start("2", ""), Start("9", ""), Readout("9", "0", "20000000"),
+                Readout("2", "0", "10000000"), Update("9"), Update("2"), Calc("2", "0"), Calc("9", "0"), Stop("2", ""),
+                Calc("8", "0"), Calc("9", "0")},
+               "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n" + Replaced(Pair0("0"), ",,0\n", ",,9\n") +
+                   "7,1000000000000,0,warm_up,0,,,-166,,,,,0 of 100 samples so far,8\n" +
+                   Replaced(Pair0("0"), ",,0\n", ",,9\n"),
+               "cameras,8 2 9\n"},
         // Camera 9 is none of the built-in device.
         Played{
             "CamerasOfTheRecordingTakeThePlaceOfTheDevices",

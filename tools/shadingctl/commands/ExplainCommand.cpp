@@ -155,12 +155,12 @@ int ExplainRecording(ExplainArguments const& arguments) {
   ExplainWriter writer(output, arguments.format, arguments.frame);
   Summaries summaries(hosting::kDetailLevel);
   Replay::Options options;
-  options.camera = CameraOf(settings, std::nullopt);
+  options.camera = CameraOf(settings, std::nullopt).sensorId;
   writer.Begin(SettingsOf(session->Name(), path, "as recorded"));
   ReadingEnd ending;
   {
     Replay replay(library, device, options, {});
-    RecordingExplanation explanation(replay, options.camera.sensorId, summaries, writer);
+    RecordingExplanation explanation(replay, options.camera, summaries, writer);
     ending = ReadToTheEnd([&] { explanation.Play(*session); });
     explanation.Finish();
   }

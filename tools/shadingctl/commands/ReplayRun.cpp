@@ -174,9 +174,9 @@ void RefuseOverwritingInputs(ReplayArguments const& arguments, ChosenDevice cons
   RefuseOverwriting(inputs, outputs);
 }
 
-Replay::Options OptionsFrom(ReplayArguments const& arguments, desktop::DeviceSettings const& settings) {
+Replay::Options OptionsFrom(ReplayArguments const& arguments, Camera const& camera) {
   Replay::Options options;
-  options.camera = CameraOf(settings, arguments.camera);
+  options.camera = camera.sensorId;
   options.onlyCamera = arguments.camera.has_value();
   options.type = arguments.type;
   options.resetMatched = arguments.resetMatched;
@@ -185,16 +185,16 @@ Replay::Options OptionsFrom(ReplayArguments const& arguments, desktop::DeviceSet
   return options;
 }
 
-ReplaySettings SettingsOf(ReplayArguments const& arguments, hosting::Session const& session,
-                          Replay::Options const& options, std::string const& library, std::string const& mode) {
+ReplaySettings SettingsOf(ReplayArguments const& arguments, hosting::Session const& session, Camera const& camera,
+                          std::string const& library, std::string const& mode) {
   hosting::Settings const& recorded = session.settings();
   ReplaySettings settings;
   settings.session = session.Name();
   settings.library = library;
   bool const isOneCamera =
       !recorded.recordsCalls || arguments.camera || (recorded.cameras && recorded.cameras->size() == 1);
-  if (isOneCamera) settings.camera = options.camera.sensorId;
-  if (!recorded.recordsCalls) settings.sensorType = options.camera.sensorType;
+  if (isOneCamera) settings.camera = camera.sensorId;
+  if (!recorded.recordsCalls) settings.sensorType = camera.sensorType;
   settings.type = arguments.type;
   if (!recorded.recordsCalls && !arguments.type) settings.type = kShadingPreview;
   settings.mode = mode;
@@ -226,10 +226,11 @@ int RunReplay(ReplayArguments const& arguments) {
   Summaries summaries(arguments.logLevel);
   ResultChecks checks(arguments.checks);
 
-  Replay::Options options = OptionsFrom(arguments, settings);
+  Camera const camera = CameraOf(settings, arguments.camera);
+  Replay::Options options = OptionsFrom(arguments, camera);
   options.switches = {hosting::FindSwitch(path, "gLogLevel"), hosting::FindSwitch(path, "g_preOisDump"),
                       hosting::FindSwitch(path, "g_capOisDump")};
-  ReplaySettings const head = SettingsOf(arguments, *session, options, path, ModeOf(settings));
+  ReplaySettings const head = SettingsOf(arguments, *session, camera, path, ModeOf(settings));
   StartDumping(arguments, head.type);
   // A bar and rows on one terminal would garble each other.
   bool const terminalIsTaken = (!arguments.rows.none && output.IsTerminal()) || (log && log->IsTerminal());
@@ -239,7 +240,7 @@ int RunReplay(ReplayArguments const& arguments) {
     writer->Begin(head);
     if (report) report->Begin(head);
     ending = PlayAll(arguments, *session, replay, *writer, report ? &*report : nullptr, checks, summaries,
-                     options.camera.sensorId, !arguments.quiet && !terminalIsTaken);
+                     camera.sensorId, !arguments.quiet && !terminalIsTaken);
   }
   checks.Finish(summaries, ending.error.empty());
   if (checks.digest()) writer->AddExtra("digest", *checks.digest());

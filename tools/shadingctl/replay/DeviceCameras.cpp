@@ -1,6 +1,7 @@
 #include "tools/shadingctl/replay/DeviceCameras.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 namespace shadingctl {
@@ -40,9 +41,17 @@ Camera CameraOf(desktop::DeviceSettings const& settings, std::optional<std::int3
 }
 
 void SetCameras(std::vector<std::int32_t> const& cameras, desktop::DeviceSettings& settings) {
+  std::vector<Camera> const map = SensorMap(settings);
+  std::set<std::int32_t> usedTypes;
+  for (Camera const& camera : map) usedTypes.insert(camera.sensorType);
+  std::int32_t freeType = 0;
   std::vector<std::int32_t> pairs;
   for (std::int32_t const sensorId : cameras) {
-    pairs.insert(pairs.end(), {sensorId, CameraOf(settings, sensorId).sensorType});
+    auto const listed =
+        std::find_if(map.begin(), map.end(), [&](Camera const& camera) { return camera.sensorId == sensorId; });
+    while (usedTypes.count(freeType) > 0) ++freeType;
+    std::int32_t const sensorType = listed != map.end() ? listed->sensorType : freeType++;
+    pairs.insert(pairs.end(), {sensorId, sensorType});
     AddImageSensor(sensorId, settings);
   }
   settings.configuration[kFeature][kKey] = std::move(pairs);

@@ -19,7 +19,7 @@ struct Camera {
 Camera CameraOf(desktop::DeviceSettings const& settings, std::optional<std::int32_t> wanted);
 
 // Makes these cameras the sensor map, and gives the device an image sensor for each that it lacks. A camera that was
-// not in the map gets the type 0: the library only logs the map's types.
+// not in the map gets a type of its own: the library takes monitors of one type for the same.
 void SetCameras(std::vector<std::int32_t> const& cameras, desktop::DeviceSettings& settings);
 
 }  // namespace shadingctl

@@ -76,7 +76,8 @@ void Replay::Complain(std::string const& complaint) {
 }
 
 Camera Replay::CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const {
-  return {sensorId, sensorType.value_or(mOptions.camera.sensorType)};
+  if (sensorType) return {sensorId, *sensorType};
+  return shadingctl::CameraOf(mDevice.Settings(), sensorId);
 }
 
 // As the library finds the monitor of a pair: either half of it suffices.
@@ -87,8 +88,8 @@ std::vector<Camera>::iterator Replay::FindMonitor(Camera const& camera) {
 }
 
 std::optional<FrameResult> Replay::Play(hosting::Call const& call, Summaries& summaries) {
-  std::int32_t const sensorId = call.camera.value_or(mOptions.camera.sensorId);
-  if (mOptions.onlyCamera && sensorId != mOptions.camera.sensorId) return std::nullopt;
+  std::int32_t const sensorId = call.camera.value_or(mOptions.camera);
+  if (mOptions.onlyCamera && sensorId != mOptions.camera) return std::nullopt;
   return std::visit(
       [&](auto const& operation) -> std::optional<FrameResult> {
         using Operation = std::decay_t<decltype(operation)>;

@@ -35,7 +35,7 @@ struct LibrarySwitches {
 class Replay {
  public:
   struct Options {
-    Camera camera;                     // of the calls that name none
+    std::int32_t camera = 0;           // of the calls that name none
     bool onlyCamera = false;           // leave out the calls that name another one
     std::optional<std::int32_t> type;  // of all frames; without it their own, or else a preview
     bool resetMatched = false;         // clear the flag before each frame
