@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "platform/Log.h"
+#include "capture/SystemLog.h"
 
 namespace capture {
 
@@ -14,10 +14,9 @@ void* FindSymbol(char const* file, char const* symbol) {
 }
 
 void* RealSymbol(char const* file, char const* symbol) {
-  constexpr int kLogError = 6;
   void* const address = FindSymbol(file, symbol);
   if (address == nullptr) {
-    __android_log_print(kLogError, "shadingtap", "%s: expected it to be loaded and to export %s", file, symbol);
+    __android_log_print(kLogError, kTag, "%s: expected it to be loaded and to export %s", file, symbol);
     std::abort();
   }
   return address;

@@ -13,8 +13,8 @@
 #include "capture/BatchListener.h"
 #include "capture/RealLibrary.h"
 #include "capture/Recorder.h"
+#include "capture/SystemLog.h"
 #include "lsc/VeyraShadingUtil.h"
-#include "platform/Log.h"
 
 namespace capture {
 namespace {
@@ -22,10 +22,7 @@ namespace {
 constexpr char kRealLibrary[] = "libvcam_shadingutil.so.real";
 constexpr char kDirectoryVariable[] = "VCAM_TAP_DIRECTORY";
 constexpr char kDefaultDirectory[] = "/data/vendor/camera_dump";  // a phone's camera provider may write there
-constexpr char kTag[] = "shadingtap";
-constexpr int kLogInfo = 4;
-constexpr int kLogError = 6;
-constexpr int kLastCamera = 63;  // sensor ids from 0 on that are asked for
+constexpr int kLastCamera = 63;                                   // sensor ids from 0 on that are asked for
 
 #ifdef _LIBCPP_VERSION
 #define SAMPLES "NSt3__16vectorIN5NSCam5Utils10SensorDataENS0_9allocatorIS4_EEEE"
