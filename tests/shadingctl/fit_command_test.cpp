@@ -35,6 +35,34 @@ TEST(FitCommand, SaysTheSameInEveryFormat) {
   EXPECT_EQ(lines[11].substr(0, 15), "y,hall_y,gain,-");
 }
 
+// What pictures would show of a synthetic session depends on its lens alone.
+TEST(FitCommand, FindsByHowMuchTheClockOfTheSamplesIsOff) {
+  struct Row {
+    char const* session;
+    double laterUs;  // the samples say a time that is later by this
+  };
+  Row const table[] = {
+      {"", 0},
+      {"--clock-offset-us 12000", 12000},
+      {"--clock-offset-us -12000 --hall-phase-us 300 --hall-rate 500", -12000},
+      // The first readout begins before the first sample.
+      {"--frame-rate 15 --exposure-us 60000:2000 --readout-us 20000 --seed 5 --types 0,5", 0},
+  };
+  for (Row const& row : table) {
+    TemporaryDirectory const place;
+    Outcome const outcome =
+        RunScript("cd " + place.path() + " && shadingctl generate session --frames 400 --reference target.csv " +
+                  row.session + " >/dev/null && shadingctl fit session --reference target.csv --format json");
+    ASSERT_EQ(outcome.exitCode, 0) << row.session << outcome.err;
+    auto const fit = nlohmann::json::parse(outcome.out);
+    for (char const* const axis : {"x", "y"}) {
+      auto const& lag = fit["axes"][axis]["lag_us"];
+      EXPECT_NEAR(lag["library"].get<double>() - lag["value"].get<double>(), row.laterUs, 10) << row.session;
+    }
+    EXPECT_GT(fit["frames"].get<int>(), 370) << row.session;
+  }
+}
+
 TEST(FitCommand, RefusesWhatItCannotUse) {
   TemporaryDirectory const place;
   std::string const in = "cd " + place.path() + " && ";

@@ -7,8 +7,10 @@
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/SyntheticArguments.h"
+#include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/session/RecordingWriter.h"
+#include "tools/shadingctl/session/SyntheticReference.h"
 #include "tools/shadingctl/session/SyntheticSession.h"
 
 namespace shadingctl {
@@ -17,12 +19,19 @@ namespace {
 struct GenerateArguments {
   std::string directory;
   bool force = false;
+  std::string reference;  // empty: none
   SyntheticArguments session;
 };
 
 int Generate(GenerateArguments const& arguments, SyntheticOptions const& options) {
+  if (!arguments.reference.empty()) {
+    std::string const& directory = arguments.directory;
+    RefuseOverwriting(
+        {}, {arguments.reference, directory + "/recording.csv", directory + "/calls.csv", directory + "/hall.csv"});
+  }
   SyntheticSession session(options);
   RecordingSize const size = WriteRecording(session, arguments.directory, arguments.force);
+  if (!arguments.reference.empty()) WriteReference(options, arguments.reference);
   OutputFile console(kStandardOutput);
   console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.calculations, size.samples));
   console.Finish();
@@ -49,6 +58,10 @@ void AddGenerateCommand(CLI::App& app, Command& chosen) {
       ->required()
       ->check(RefuseStandardStream);
   arguments->session.AddTo(*command);
+  command
+      ->add_option("--reference", arguments->reference,
+                   "Also write where the image of a fixed target stood in each frame, for `shadingctl fit`")
+      ->check(RefuseStandardStream);
   command->add_flag("--force", arguments->force, "Replace a recording that is there already");
   command->callback([arguments, &chosen] {
     chosen = [arguments, options = arguments->session.Session()] { return Generate(*arguments, options); };

@@ -16,9 +16,13 @@ constexpr std::int64_t kRepeatedShiftNs = 20000;  // a repeated sample's time di
 
 }  // namespace
 
+std::int64_t FirstSampleNs(SyntheticOptions const& options, std::int64_t firstFrameNs) {
+  return firstFrameNs - kWarmUpNs + options.hallPhaseNs;
+}
+
 SyntheticSamples::SyntheticSamples(SyntheticOptions const& options, std::int64_t firstFrameNs, std::uint64_t seed)
     : mOptions(options),
-      mFirstNs(firstFrameNs - kWarmUpNs + options.hallPhaseNs),
+      mFirstNs(FirstSampleNs(options, firstFrameNs)),
       mPauseNs(std::int64_t{options.frames} / 10 * 7 * options.frameIntervalNs + kWarmUpNs),
       mChance(seed) {}
 

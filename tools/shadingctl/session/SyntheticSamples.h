@@ -17,6 +17,9 @@ struct TakenSample {
   NSCam::Utils::SensorData sample;
 };
 
+// When the lens begins to move and the first sample is taken, jitter aside.
+std::int64_t FirstSampleNs(SyntheticOptions const& options, std::int64_t firstFrameNs);
+
 // One camera's samples, one after the other.
 class SyntheticSamples {
  public:
