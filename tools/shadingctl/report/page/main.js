@@ -66,6 +66,11 @@ function findingSections(results, camera, goTo) {
   return sections;
 }
 
+// Browsers break lines after the hyphens of an option.
+function wholeOptions(text) {
+  return text.split(/(--[a-z-]+)/).map((part, i) => (i % 2 === 0 ? part : element('span', {class: 'option'}, part)));
+}
+
 function findingList(findings, goTo) {
   if (!findings) return element('p', {class: 'soft'}, 'The result holds no findings.');
   if (findings.length === 0) return element('p', {}, 'Nothing to complain of.');
@@ -77,7 +82,7 @@ function findingList(findings, goTo) {
       return button;
     });
     const advice = finding.advice
-      ? [element('p', {}, element('strong', {}, 'What helps: '), `${typeset(finding.advice)}.`)] : [];
+      ? [element('p', {}, element('strong', {}, 'What helps: '), ...wholeOptions(`${typeset(finding.advice)}.`))] : [];
     list.append(element('li', {'data-code': finding.code},
                         element('p', {}, element('code', {}, finding.code), ` ${typeset(finding.text)}.`), ...advice,
                         ...(frames.length > 0 ? [element('p', {class: 'soft'}, 'Frames ', ...frames)] : [])));
@@ -104,9 +109,9 @@ function overviewSection(overview, layers, sharesClock) {
     return made;
   };
   const part = section('Lens over time', 'overview',
-    element('div', {class: 'bar'}, ...legend(layers), element('span', {class: 'push'}),
-            button('−', 'zoom out (−)', () => overview.zoom(2)), button('+', 'zoom in (+)', () => overview.zoom(0.5)),
-            button('all', 'whole session (0)', () => overview.show(overview.full))));
+    element('div', {class: 'bar'}, ...legend(layers), element('span', {class: 'buttons'},
+      button('−', 'zoom out (−)', () => overview.zoom(2)), button('+', 'zoom in (+)', () => overview.zoom(0.5)),
+      button('all', 'whole session (0)', () => overview.show(overview.full)))));
   if (layers.every(({samples}) => !samples)) {
     part.append(element('p', {class: 'soft'}, 'The result holds no samples (replay --samples keeps them): positions are ' +
                         'drawn alone.'));
