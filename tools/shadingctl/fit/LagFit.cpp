@@ -9,6 +9,7 @@
 
 #include "hosting/LibraryNumbers.h"
 #include "hosting/UnusableInput.h"
+#include "tools/shadingctl/fit/ImageAxis.h"
 #include "tools/shadingctl/fit/LeastSquares.h"
 
 namespace shadingctl {
@@ -20,86 +21,11 @@ constexpr double kLeastSpreadUs = 500;         // standard deviation of exposure
 constexpr double kMostResidualShare = 0.5;     // above it, the image does not follow the lens
 constexpr double kWidestLagIntervalUs = 4000;  // wider tells nothing beside a shift of some ms
 constexpr double kGridUs = 2000;               // of the search: the hand's fastest swings last 80 ms
-constexpr std::size_t kBlockFrames = 5;        // drawn together, as the errors of neighbours are alike
-constexpr int kMostSteps = 30;                 // of the refinement; it takes about 5
-constexpr double kSettledUs = 1e-3;
-
-// A frame on the clock of the hall signal.
-struct Readout {
-  double startUs = 0;
-  double endUs = 0;
-  double shorterUs = 0;  // less the mean
-  std::array<double, 2> position{};
-};
-
-double LagOf(Readout const& readout, double lagUs, double slope) { return lagUs + slope * readout.shorterUs; }
-
-// One axis of the image.
-class Axis {
- public:
-  Axis(HallSignal const& hall, std::vector<Readout> const& readouts, std::size_t axis, std::size_t count)
-      : mHall(hall), mReadouts(readouts), mAxis(axis), mCount(count) {}
-
-  // Offset and gains at a lag, and the squared residual left.
-  std::optional<std::pair<Parameters, double>> At(double lagUs, double slope) const {
-    Moments moments;
-    for (Readout const& readout : mReadouts) {
-      double const lag = LagOf(readout, lagUs, slope);
-      HallPoint const mean = mHall.Mean(readout.startUs - lag, readout.endUs - lag);
-      moments.Add({1, mean.x, mean.y, 0, 0}, readout.position[mAxis]);
-    }
-    auto solution = Solve(moments, kLag);
-    if (!solution) return std::nullopt;
-    double rest = moments.squares;
-    for (std::size_t i = 0; i < kLag; ++i) rest -= (*solution)[i] * moments.right[i];
-    (*solution)[kLag] = lagUs;
-    (*solution)[kSlope] = slope;
-    return std::pair(*solution, rest);
-  }
-
-  // Derivatives by the parameters, and what the parameters leave over, per block of frames.
-  std::vector<Moments> Blocks(Parameters const& at) const {
-    std::vector<Moments> blocks;
-    for (std::size_t i = 0; i < mReadouts.size(); ++i) {
-      if (i % kBlockFrames == 0) blocks.emplace_back();
-      Readout const& readout = mReadouts[i];
-      double const lag = LagOf(readout, at[kLag], at[kSlope]);
-      double const fromUs = readout.startUs - lag;
-      double const toUs = readout.endUs - lag;
-      HallPoint const mean = mHall.Mean(fromUs, toUs);
-      HallPoint const first = mHall.At(fromUs);
-      HallPoint const last = mHall.At(toUs);
-      double const byLag = (at[kGainX] * (first.x - last.x) + at[kGainY] * (first.y - last.y)) / (toUs - fromUs);
-      double const fitted = at[0] + at[kGainX] * mean.x + at[kGainY] * mean.y;
-      blocks.back().Add({1, mean.x, mean.y, byLag, byLag * readout.shorterUs}, readout.position[mAxis] - fitted);
-    }
-    return blocks;
-  }
-
-  // The parameters with the least squared residual near `at`.
-  std::optional<Parameters> Refine(Parameters at) const {
-    for (int step = 0; step < kMostSteps; ++step) {
-      Moments sum;
-      for (Moments const& block : Blocks(at)) sum.Add(block);
-      auto const change = Solve(sum, mCount);
-      if (!change) return std::nullopt;
-      for (std::size_t i = 0; i < kParameters; ++i) at[i] += (*change)[i];
-      if (std::abs((*change)[kLag]) < kSettledUs) return at;
-    }
-    return std::nullopt;
-  }
-
- private:
-  HallSignal const& mHall;
-  std::vector<Readout> const& mReadouts;
-  std::size_t mAxis;
-  std::size_t mCount;
-};
 
 [[noreturn]] void Refuse(std::string const& reason) { throw hosting::UnusableInput(reason); }
 
 // The best lag of a grid from end to end.
-Parameters Search(Axis const& axis, char name, double searchUs, double slope, double motion, std::size_t frames) {
+Parameters Search(ImageAxis const& axis, char name, double searchUs, double slope, double motion, std::size_t frames) {
   std::optional<std::pair<Parameters, double>> best;
   for (double lagUs = -searchUs; lagUs <= searchUs; lagUs += kGridUs) {
     auto found = axis.At(lagUs, slope);
@@ -175,7 +101,7 @@ AxisFit FitAxis(HallSignal const& hall, std::vector<Readout> const& readouts, st
   double const motion = SpreadOf(readouts, index);
   if (!(motion > 0)) Refuse(fmt::format("no variation: reference {} stands still", name));
   std::size_t const count = hasSlope ? kParameters : kSlope;
-  Axis const axis(hall, readouts, index, count);
+  ImageAxis const axis(hall, readouts, index, count);
   Parameters const start =
       Search(axis, name, options.searchUs, hasSlope ? hosting::kOffsetFactor : 0, motion, readouts.size());
   auto const best = axis.Refine(start);
