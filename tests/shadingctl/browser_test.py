@@ -53,7 +53,11 @@ def make_results(tool, place):
     replay('long', place / 'long')
     run('replay', '--quiet', '--format', 'json', '--log-level', 0, '-o', place / 'sparse.json')
     run('calibration', '--all', '--format', 'json', '-o', place / 'calibration.json', codes=(1,))
-    reports = {name: [name] for name in ('builtin', 'sick', 'pair', 'long', 'sparse', 'calibration')}
+    run('generate', place / 'bench', '--force', '--clock-offset-us', 12000, '--reference', place / 'target.csv')
+    run('fit', place / 'bench', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'fit.json')
+    run('generate', place / 'still', '--force', '--exposure-us', 8000, '--reference', place / 'target.csv')
+    run('fit', place / 'still', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'line.json')
+    reports = {name: [name] for name in ('builtin', 'sick', 'pair', 'long', 'sparse', 'calibration', 'fit', 'line')}
     reports['both'] = ['sick', 'reset']
     reports['fewer'] = ['sick', 'part']
     reports['more'] = ['part', 'sick']
@@ -378,6 +382,28 @@ class Reports(unittest.TestCase):
         text = self.browser.run('return document.body.innerText')
         self.assertIn('The result holds no samples', text)
         self.assertIn('the result does not hold its times', text)
+
+    def test_a_fit_shows_its_numbers_and_groups(self):
+        for name in ('fit', 'line'):
+            result = self.result(name)
+            self.open(name)
+            shown = self.browser.run('return [...document.querySelectorAll("[data-key]")]'
+                                     '.map((e) => [e.dataset.key, e.textContent]).filter(([key]) => key.includes("."))')
+            self.assertEqual(len(shown), 14)
+            for key, text in shown:
+                axis, quantity = key.split('.')
+                value = result['axes'][axis][quantity]['value']
+                if value is None:
+                    self.assertEqual(text, '–', key)
+                    continue
+                number = text.replace('\u202f', '').replace('−', '-').split('\u00a0')[0]
+                digits = len(number.split('.')[1]) if '.' in number else 0
+                self.assertAlmostEqual(float(number), value, delta=0.5001 * 10 ** -digits, msg=key)
+            self.assertEqual(self.browser.run('return document.querySelectorAll("#lags circle").length'),
+                             2 * len(result['groups']))
+        self.assertIn('vary too little', self.browser.run('return document.querySelector("#lags").textContent'))
+        self.open('fit')
+        self.assertEqual(self.browser.run('return document.querySelectorAll("td.outside").length'), 4)
 
     def test_100000_samples_stay_fluid_and_small(self):
         batches = self.result('long')['batches']

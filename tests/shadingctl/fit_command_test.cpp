@@ -28,6 +28,14 @@ TEST(FitCommand, SaysTheSameInEveryFormat) {
   EXPECT_NEAR(fit["axes"]["x"]["gain"]["value"].get<double>(), 0.5, 0.01);
   EXPECT_NEAR(fit["axes"]["y"]["gain"]["value"].get<double>(), -0.5, 0.01);
   EXPECT_EQ(fit["axes"]["x"]["lag_slope"]["library"], 0.5432);
+  EXPECT_EQ(fit["images"].size(), fit["frames"]);
+  EXPECT_EQ(fit["search"].size(), 41U) << "from -40 ms to 40 ms in steps of 2 ms";
+  ASSERT_EQ(fit["groups"].size(), 10U);
+  for (auto const& group : fit["groups"]) {
+    double const line = fit["axes"]["y"]["lag_slope"]["value"].get<double>() * group[0].get<double>() +
+                        fit["axes"]["y"]["lag_intercept_us"]["value"].get<double>();
+    EXPECT_NEAR(group[2][0].get<double>(), line, 200) << group;
+  }
 
   auto const lines = Lines(RunScript(in + "shadingctl fit session --reference target.csv --format csv").out);
   ASSERT_EQ(lines.size(), 15U);

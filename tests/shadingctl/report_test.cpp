@@ -99,7 +99,7 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
       {"", "expected JSON: parse error at line 1, column 1:"},
       {"{\"schema\": \"shadingctl-replay\",\n\"version\": 1,", "expected JSON: parse error at line 2, column 14:"},
       {"[]", "expected an object, found []"},
-      {"{}", "schema: expected \"shadingctl-replay\" or \"shadingctl-calibration\", found null"},
+      {"{}", "schema: expected \"shadingctl-replay\", \"shadingctl-calibration\" or \"shadingctl-fit\", found null"},
       {R"({"schema": "shadingctl-replay", "version": 2})", "version: expected 1, found 2"},
       {R"({"schema": "shadingctl-replay", "version": 1})", "frames: expected a list, found null"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [{"frame": 1, "timestamp_ns": "x"}]})",
@@ -112,6 +112,10 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
        "batches[0].samples[1][1]: expected a number or null, found \"2\""},
       {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": 1}]})",
        "cameras[0].table: expected an object, found 1"},
+      {R"({"schema": "shadingctl-fit", "version": 1, "frames": 1, "left_out": 0, "shorter_us": null})",
+       "shorter_us: expected a number, found null"},
+      {R"({"schema": "shadingctl-fit", "version": 1, "frames": 1, "left_out": 0, "shorter_us": 1, "axes": {"x": 1}})",
+       "axes.x: expected an object, found 1"},
   };
   for (auto const& [text, complaint] : rows) {
     mPlace.Write("broken", text);

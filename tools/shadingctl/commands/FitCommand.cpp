@@ -41,7 +41,7 @@ int Fit(FitArguments const& arguments) {
   }
   ReferenceFit const fit = FitReference(HallSignal(std::move(session.samples)), session.frames, arguments.fit);
   output.Write(arguments.format == Format::kCsv    ? FitCsv(fit)
-               : arguments.format == Format::kJson ? FitJson(fit)
+               : arguments.format == Format::kJson ? FitJson(fit, arguments.recording, arguments.reference)
                                                    : FitText(fit));
   output.Finish();
   return kExitDone;

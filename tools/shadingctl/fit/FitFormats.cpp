@@ -10,6 +10,8 @@
 namespace shadingctl {
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 // One line of a result. Without an interval it is a figure of the fit alone.
 struct Quantity {
   char axis = 'x';
@@ -66,9 +68,24 @@ std::string VerdictOf(Quantity const& quantity) {
   return quantity.interval->Holds(*quantity.library) ? "inside" : "outside";
 }
 
-nlohmann::ordered_json OrNull(std::optional<double> value) {
+Json OrNull(std::optional<double> value) {
   if (value) return *value;
   return nullptr;
+}
+
+// As many digits as a picture can show.
+double Short(double value) { return std::stod(fmt::format("{:.7g}", value)); }
+
+Json OrNull(std::optional<Estimate> const& estimate) {
+  if (!estimate) return nullptr;
+  return {Short(estimate->value), Short(estimate->interval.low), Short(estimate->interval.high)};
+}
+
+// ,"name": [ROW, ROW], one row to a line.
+std::string RowsText(char const* name, Json const& rows) {
+  std::string text = fmt::format(",\n  \"{}\": [", name);
+  for (std::size_t i = 0; i < rows.size(); ++i) text += (i > 0 ? ",\n    " : "\n    ") + rows[i].dump();
+  return text + (rows.empty() ? "]" : "\n  ]");
 }
 
 }  // namespace
@@ -112,18 +129,34 @@ std::string FitCsv(ReferenceFit const& fit) {
   return text;
 }
 
-std::string FitJson(ReferenceFit const& fit) {
-  nlohmann::ordered_json axes = {{"x", {{"hall", HallAxis(fit.axes[0])}}}, {"y", {{"hall", HallAxis(fit.axes[1])}}}};
+std::string FitJson(ReferenceFit const& fit, std::string const& recording, std::string const& reference) {
+  Json axes = {{"x", {{"hall", HallAxis(fit.axes[0])}}}, {"y", {{"hall", HallAxis(fit.axes[1])}}}};
   for (Quantity const& quantity : QuantitiesOf(fit)) {
-    nlohmann::ordered_json& entry = axes[std::string(1, quantity.axis)][quantity.name];
+    Json& entry = axes[std::string(1, quantity.axis)][quantity.name];
     entry["value"] = OrNull(quantity.value);
     if (quantity.interval) entry["interval"] = {quantity.interval->low, quantity.interval->high};
     if (quantity.library) entry["library"] = *quantity.library;
   }
-  nlohmann::ordered_json const document = {{"schema", "shadingctl-fit"},  {"version", 1},
-                                           {"frames", fit.frames},        {"left_out", fit.leftOut},
-                                           {"shorter_us", fit.shorterUs}, {"axes", std::move(axes)}};
-  return document.dump(2) + "\n";
+  Json const head = {{"schema", kFitSchema},        {"version", kFitVersion}, {"recording", recording},
+                     {"reference", reference},      {"frames", fit.frames},   {"left_out", fit.leftOut},
+                     {"shorter_us", fit.shorterUs}, {"axes", std::move(axes)}};
+  auto const& [x, y] = fit.axes;
+  Json search = Json::array();
+  for (std::size_t i = 0; i < x.search.size(); ++i) {
+    search.push_back({x.search[i].lagUs, Short(x.search[i].residualShare), Short(y.search[i].residualShare)});
+  }
+  Json groups = Json::array();
+  for (std::size_t i = 0; i < x.groups.size(); ++i) {
+    groups.push_back({Short(x.groups[i].shorterUs), OrNull(x.groups[i].lagUs), OrNull(y.groups[i].lagUs)});
+  }
+  Json images = Json::array();
+  for (FittedImage const& image : fit.images) {
+    images.push_back({image.frame, Short(image.measured[0]), Short(image.measured[1]), Short(image.fitted[0]),
+                      Short(image.fitted[1])});
+  }
+  std::string text = head.dump(2, ' ', false, Json::error_handler_t::replace);
+  text.erase(text.rfind("\n}"));
+  return text + RowsText("search", search) + RowsText("groups", groups) + RowsText("images", images) + "\n}\n";
 }
 
 }  // namespace shadingctl

@@ -41,11 +41,10 @@ std::optional<Parameters> ImageAxis::Refine(Parameters at) const {
   return std::nullopt;
 }
 
-std::vector<Moments> ImageAxis::Blocks(Parameters const& at) const {
-  std::vector<Moments> blocks;
-  for (std::size_t i = 0; i < mReadouts.size(); ++i) {
-    if (i % kBlockFrames == 0) blocks.emplace_back();
-    Readout const& readout = mReadouts[i];
+std::vector<Tangent> ImageAxis::Tangents(Parameters const& at) const {
+  std::vector<Tangent> tangents;
+  tangents.reserve(mReadouts.size());
+  for (Readout const& readout : mReadouts) {
     double const lag = LagOf(readout, at[kLag], at[kSlope]);
     double const fromUs = readout.startUs - lag;
     double const toUs = readout.endUs - lag;
@@ -53,8 +52,19 @@ std::vector<Moments> ImageAxis::Blocks(Parameters const& at) const {
     HallPoint const first = mHall.At(fromUs);
     HallPoint const last = mHall.At(toUs);
     double const byLag = (at[kGainX] * (first.x - last.x) + at[kGainY] * (first.y - last.y)) / (toUs - fromUs);
-    double const fitted = at[0] + at[kGainX] * mean.x + at[kGainY] * mean.y;
-    blocks.back().Add({1, mean.x, mean.y, byLag, byLag * readout.shorterUs}, readout.position[mIndex] - fitted);
+    tangents.push_back({mean, at[0] + at[kGainX] * mean.x + at[kGainY] * mean.y, byLag});
+  }
+  return tangents;
+}
+
+std::vector<Moments> ImageAxis::Blocks(Parameters const& at) const {
+  std::vector<Moments> blocks;
+  std::vector<Tangent> const tangents = Tangents(at);
+  for (std::size_t i = 0; i < mReadouts.size(); ++i) {
+    if (i % kBlockFrames == 0) blocks.emplace_back();
+    auto const& [lens, position, byLag] = tangents[i];
+    blocks.back().Add({1, lens.x, lens.y, byLag, byLag * mReadouts[i].shorterUs},
+                      mReadouts[i].position[mIndex] - position);
   }
   return blocks;
 }

@@ -20,6 +20,13 @@ struct Readout {
   std::array<double, 2> position{};  // x and y, where the image stood
 };
 
+// Where a frame's image stands by the fit, and what moves it there.
+struct Tangent {
+  HallPoint lens;  // the mean over the readout, less the lag
+  double position = 0;
+  double byLag = 0;  // by how much the position changes with 1 us more of lag
+};
+
 class ImageAxis {
  public:
   // `index` 0 is x. With `count` kParameters the lag has a slope, with kSlope it has none. What is handed in must
@@ -35,6 +42,9 @@ class ImageAxis {
 
   // The fit near `at` as a linear problem, per block of a few frames, whose errors are alike.
   std::vector<Moments> Blocks(Parameters const& at) const;
+
+  // In the order of the readouts.
+  std::vector<Tangent> Tangents(Parameters const& at) const;
 
  private:
   HallSignal const& mHall;

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
+#include <numeric>
 #include <random>
 
 #include "hosting/LibraryNumbers.h"
@@ -20,19 +20,26 @@ constexpr double kLongestIntervalUs = 10000;   // between samples: 100 Hz, sever
 constexpr double kLeastSpreadUs = 500;         // standard deviation of exposures from which a slope can be told
 constexpr double kMostResidualShare = 0.5;     // above it, the image does not follow the lens
 constexpr double kWidestLagIntervalUs = 4000;  // wider tells nothing beside a shift of some ms
+constexpr std::size_t kGroups = 10;            // of frames, for a picture
+constexpr double kNormalQuantile = 1.96;       // 95 % lie within so many deviations
 constexpr double kGridUs = 2000;               // of the search: the hand's fastest swings last 80 ms
 
 [[noreturn]] void Refuse(std::string const& reason) { throw hosting::UnusableInput(reason); }
 
-// The best lag of a grid from end to end.
-Parameters Search(ImageAxis const& axis, char name, double searchUs, double slope, double motion, std::size_t frames) {
+// The best lag of a grid from end to end; `searched` gets all of them.
+Parameters Search(ImageAxis const& axis, char name, double searchUs, double slope, double motion, std::size_t frames,
+                  std::vector<SearchedLag>& searched) {
+  auto const residualOf = [frames](double squares) {
+    return std::sqrt(std::max(squares, 0.0) / static_cast<double>(frames));
+  };
   std::optional<std::pair<Parameters, double>> best;
   for (double lagUs = -searchUs; lagUs <= searchUs; lagUs += kGridUs) {
     auto found = axis.At(lagUs, slope);
     if (!found) Refuse("no variation: hall_x or hall_y stands still, or both move as one");
     if (!best || found->second < best->second) best = found;
+    searched.push_back({lagUs, residualOf(found->second) / motion});
   }
-  double const residual = std::sqrt(std::max(best->second, 0.0) / static_cast<double>(frames));
+  double const residual = residualOf(best->second);
   if (residual > kMostResidualShare * motion) {
     Refuse(
         fmt::format("reference {}: too little motion, not of this recording, or a lag beyond the search: expected "
@@ -95,15 +102,46 @@ double SpreadOf(std::vector<Readout> const& readouts, std::size_t axis) {
   return std::sqrt(squares / count);
 }
 
+// Groups of as many frames each, from the shortest exposures to the longest.
+std::vector<GroupLag> GroupsOf(std::vector<Readout> const& readouts, std::vector<Tangent> const& tangents,
+                               std::size_t index, Parameters const& best, double meanShorterUs, double residual) {
+  std::vector<std::size_t> order(readouts.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::stable_sort(order.begin(), order.end(),
+                   [&](std::size_t a, std::size_t b) { return readouts[a].shorterUs < readouts[b].shorterUs; });
+  std::vector<GroupLag> groups;
+  for (std::size_t group = 0; group < kGroups; ++group) {
+    std::size_t const first = group * order.size() / kGroups;
+    std::size_t const end = (group + 1) * order.size() / kGroups;
+    double shorterUs = 0;
+    double squares = 0;
+    double product = 0;
+    for (std::size_t i = first; i < end; ++i) {
+      Readout const& readout = readouts[order[i]];
+      Tangent const& tangent = tangents[order[i]];
+      shorterUs += readout.shorterUs / static_cast<double>(end - first);
+      squares += tangent.byLag * tangent.byLag;
+      product += tangent.byLag * (readout.position[index] - tangent.position);
+    }
+    groups.push_back({meanShorterUs + shorterUs, std::nullopt});
+    if (!(squares > 0)) continue;
+    double const lagUs = best[kLag] + best[kSlope] * shorterUs + product / squares;
+    double const halfUs = kNormalQuantile * residual / std::sqrt(squares);
+    groups.back().lagUs = Estimate{lagUs, {lagUs - halfUs, lagUs + halfUs}};
+  }
+  return groups;
+}
+
 AxisFit FitAxis(HallSignal const& hall, std::vector<Readout> const& readouts, std::size_t index, double meanShorterUs,
-                bool hasSlope, FitOptions const& options) {
+                bool hasSlope, FitOptions const& options, std::vector<FittedImage>& images) {
   char const name = index == 0 ? 'x' : 'y';
   double const motion = SpreadOf(readouts, index);
   if (!(motion > 0)) Refuse(fmt::format("no variation: reference {} stands still", name));
   std::size_t const count = hasSlope ? kParameters : kSlope;
   ImageAxis const axis(hall, readouts, index, count);
+  AxisFit fit;
   Parameters const start =
-      Search(axis, name, options.searchUs, hasSlope ? hosting::kOffsetFactor : 0, motion, readouts.size());
+      Search(axis, name, options.searchUs, hasSlope ? hosting::kOffsetFactor : 0, motion, readouts.size(), fit.search);
   auto const best = axis.Refine(start);
   bool const isWithin = best && std::abs((*best)[kLag] - start[kLag]) < 2 * kGridUs;
   if (!isWithin) Refuse(fmt::format("reference {}: too little motion: no lag fits better than its neighbours", name));
@@ -111,7 +149,6 @@ AxisFit FitAxis(HallSignal const& hall, std::vector<Readout> const& readouts, st
   std::vector<Moments> const blocks = axis.Blocks(*best);
   double squares = 0;
   for (Moments const& block : blocks) squares += block.squares;
-  AxisFit fit;
   fit.residual = std::sqrt(squares / static_cast<double>(readouts.size()));
   fit.residualShare = fit.residual / motion;
   std::vector<Parameters> const drawn = Resample(blocks, *best, count, options.resamples);
@@ -128,7 +165,10 @@ AxisFit FitAxis(HallSignal const& hall, std::vector<Readout> const& readouts, st
   std::size_t const other = fit.isDrivenByY ? kGainX : kGainY;
   fit.gain = Spread(*best, drawn, [driving](Parameters const& p) { return p[driving]; });
   fit.crossTalk = Spread(*best, drawn, [driving, other](Parameters const& p) { return p[other] / p[driving]; });
+  std::vector<Tangent> const tangents = axis.Tangents(*best);
+  for (std::size_t i = 0; i < images.size(); ++i) images[i].fitted[index] = tangents[i].position;
   if (hasSlope) {
+    fit.groups = GroupsOf(readouts, tangents, index, *best, meanShorterUs, fit.residual);
     fit.line = LagLine{
         Spread(*best, drawn, [](Parameters const& p) { return p[kSlope]; }),
         Spread(*best, drawn, [meanShorterUs](Parameters const& p) { return p[kLag] - p[kSlope] * meanShorterUs; })};
@@ -153,6 +193,7 @@ ReferenceFit FitReference(HallSignal const& hall, std::vector<ReferenceFrame> co
     if (!isUsable) continue;
     double const shorterUs = std::min(frame.exposureUs, frame.readoutUs);
     readouts.push_back({startUs, endUs, shorterUs, frame.position});
+    fit.images.push_back({frame.frame, frame.position, {}});
     fit.shorterUs += shorterUs;
   }
   fit.frames = readouts.size();
@@ -168,7 +209,9 @@ ReferenceFit FitReference(HallSignal const& hall, std::vector<ReferenceFrame> co
     squares += readout.shorterUs * readout.shorterUs;
   }
   bool const hasSlope = std::sqrt(squares / static_cast<double>(fit.frames)) >= kLeastSpreadUs;
-  for (std::size_t i = 0; i < 2; ++i) fit.axes[i] = FitAxis(hall, readouts, i, fit.shorterUs, hasSlope, options);
+  for (std::size_t i = 0; i < 2; ++i) {
+    fit.axes[i] = FitAxis(hall, readouts, i, fit.shorterUs, hasSlope, options, fit.images);
+  }
   return fit;
 }
 

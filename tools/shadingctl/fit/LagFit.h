@@ -42,6 +42,19 @@ struct LagLine {
   Estimate interceptUs;
 };
 
+// How well a lag fits: what it leaves over, as a share of the RMS of the image's motion.
+struct SearchedLag {
+  double lagUs = 0;
+  double residualShare = 0;
+};
+
+// The lag of frames that are alike in the shorter one of exposure and readout, with the gains of all frames. The
+// interval is that of independent errors.
+struct GroupLag {
+  double shorterUs = 0;           // mean
+  std::optional<Estimate> lagUs;  // nullopt: the image stood still
+};
+
 struct AxisFit {
   bool isDrivenByY = false;     // which axis of the samples moves this axis of the image most
   Estimate lagUs;               // at the frames' mean of the shorter one of exposure and readout
@@ -50,6 +63,17 @@ struct AxisFit {
   Estimate crossTalk;           // gain of the other axis, as a share of `gain`
   double residual = 0;          // RMS, in units of the reference
   double residualShare = 0;     // of the RMS of the image's motion
+
+  // For a picture.
+  std::vector<SearchedLag> search;  // in the order of the lags, which are alike for both axes
+  std::vector<GroupLag> groups;     // in the order of shorterUs, alike for both axes; empty where there is no line
+};
+
+// One frame that was used.
+struct FittedImage {
+  std::uint32_t frame = 0;
+  std::array<double, 2> measured{};
+  std::array<double, 2> fitted{};
 };
 
 struct ReferenceFit {
@@ -57,6 +81,7 @@ struct ReferenceFit {
   std::size_t leftOut = 0;  // there are no samples around their readout, or not without a gap
   double shorterUs = 0;     // mean of the shorter one of exposure and readout
   std::array<AxisFit, 2> axes;
+  std::vector<FittedImage> images;
 };
 
 // The same for the same input. Throws UnusableInput with the reason when the frames cannot tell a lag.

@@ -14,8 +14,8 @@ std::string MakePage(std::vector<ResultDocument> const& documents) {
   nlohmann::ordered_json results = nlohmann::ordered_json::array();
   for (ResultDocument const& document : documents) {
     if (documents.size() > 1 && document.kind != ResultDocument::Kind::kReplay) {
-      throw hosting::UnusableInput(
-          fmt::format("{}: expected the result of a replay beside another one, found calibration", document.name));
+      throw hosting::UnusableInput(fmt::format("{}: expected the result of a replay beside another one, found {}",
+                                               document.name, Name(document.kind)));
     }
     results.push_back(PageDataOf(document));
   }

@@ -75,8 +75,8 @@ Json SamplesOf(Json const& batches, std::int64_t originNs) {
 
 Json PageDataOf(ResultDocument const& document) {
   Json const& result = document.json;
-  if (document.kind == ResultDocument::Kind::kCalibration) {
-    Json data = {{"kind", "calibration"}, {"name", document.name}};
+  if (document.kind != ResultDocument::Kind::kReplay) {
+    Json data = {{"kind", Name(document.kind)}, {"name", document.name}};
     data.update(result);
     return data;
   }

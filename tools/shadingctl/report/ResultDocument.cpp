@@ -11,6 +11,7 @@
 #include "hosting/InputStream.h"
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
+#include "tools/shadingctl/fit/FitFormats.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/ResultWriter.h"
 
@@ -19,8 +20,18 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr char kCalibrationSchema[] = "shadingctl-calibration";
-constexpr int kCalibrationVersion = 1;
+struct KnownResult {
+  ResultDocument::Kind kind;
+  char const* name;
+  char const* schema;
+  int version;
+};
+
+constexpr KnownResult kKnown[] = {
+    {ResultDocument::Kind::kReplay, "replay", kReplaySchema, kReplayVersion},
+    {ResultDocument::Kind::kCalibration, "calibration", "shadingctl-calibration", 1},
+    {ResultDocument::Kind::kFit, "fit", kFitSchema, kFitVersion},
+};
 
 std::string Shown(Json const& json) {
   constexpr std::size_t kEnough = 60;
@@ -61,6 +72,10 @@ class Checked {
   }
   Checked const& WholeNumber() const {
     if (!mJson.is_number_integer()) Refuse("a whole number");
+    return *this;
+  }
+  Checked const& Number() const {
+    if (!mJson.is_number()) Refuse("a number");
     return *this;
   }
   // A number, or null.
@@ -142,19 +157,60 @@ void CheckCalibration(Checked const& result) {
   }
 }
 
-ResultDocument::Kind KindOf(Checked const& result) {
-  std::array<std::pair<Json, int>, 2> const known = {
-      {{kReplaySchema, kReplayVersion}, {kCalibrationSchema, kCalibrationVersion}}};
-  result.Object();
-  for (std::size_t i = 0; i < known.size(); ++i) {
-    if (result.At("schema").json() != known[i].first) continue;
-    if (result.At("version").json() != known[i].second) result.At("version").Refuse(std::to_string(known[i].second));
-    return i == 0 ? ResultDocument::Kind::kReplay : ResultDocument::Kind::kCalibration;
+// A row of numbers; the last `lists` of them are a value with its interval, or null.
+void CheckRow(Checked const& row, std::size_t numbers, std::size_t lists) {
+  row.List();
+  if (row.size() != numbers + lists) row.Refuse(fmt::format("a list of {}", numbers + lists));
+  for (std::size_t i = 0; i < numbers; ++i) row.At(i).Number();
+  for (std::size_t i = numbers; i < row.size(); ++i) {
+    if (!row.At(i).json().is_null()) CheckRow(row.At(i), 3, 0);
   }
-  result.At("schema").Refuse(fmt::format("\"{}\" or \"{}\"", kReplaySchema, kCalibrationSchema));
+}
+
+void CheckFit(Checked const& result) {
+  for (char const* const key : {"frames", "left_out"}) result.At(key).WholeNumber();
+  result.At("shorter_us").Number();
+  for (char const* const key : {"recording", "reference"}) result.At(key).TextIfAny();
+  for (char const* const name : {"x", "y"}) {
+    Checked const axis = result.At("axes").Object().At(name).Object();
+    for (char const* const key :
+         {"lag_us", "lag_slope", "lag_intercept_us", "gain", "cross_talk", "residual", "residual_share"}) {
+      Checked const quantity = axis.At(key).Object();
+      quantity.At("value").NumberIfAny();
+      quantity.At("library").NumberIfAny();
+      if (quantity.Find("interval") != nullptr) CheckRow(quantity.At("interval"), 2, 0);
+    }
+  }
+  struct {
+    char const* key;
+    std::size_t numbers;
+    std::size_t lists;
+  } const rows[] = {{"search", 3, 0}, {"groups", 1, 2}, {"images", 5, 0}};
+  for (auto const& [key, numbers, lists] : rows) {
+    Checked const list = result.At(key).List();
+    for (std::size_t i = 0; i < list.size(); ++i) CheckRow(list.At(i), numbers, lists);
+  }
+}
+
+ResultDocument::Kind KindOf(Checked const& result) {
+  result.Object();
+  for (KnownResult const& known : kKnown) {
+    if (result.At("schema").json() != known.schema) continue;
+    if (result.At("version").json() != known.version) result.At("version").Refuse(std::to_string(known.version));
+    return known.kind;
+  }
+  result.At("schema").Refuse(
+      fmt::format("\"{}\", \"{}\" or \"{}\"", kKnown[0].schema, kKnown[1].schema, kKnown[2].schema));
 }
 
 }  // namespace
+
+char const* Name(ResultDocument::Kind kind) {
+  for (KnownResult const& known : kKnown) {
+    if (known.kind == kind) return known.name;
+  }
+  return "";
+}
 
 ResultDocument ParseResult(std::string const& name, std::string const& text) {
   ResultDocument document;
@@ -169,8 +225,17 @@ ResultDocument ParseResult(std::string const& name, std::string const& text) {
   }
   Checked const result(document.name, "", document.json);
   document.kind = KindOf(result);
-  if (document.kind == ResultDocument::Kind::kReplay) CheckReplay(result);
-  if (document.kind == ResultDocument::Kind::kCalibration) CheckCalibration(result);
+  switch (document.kind) {
+    case ResultDocument::Kind::kReplay:
+      CheckReplay(result);
+      break;
+    case ResultDocument::Kind::kCalibration:
+      CheckCalibration(result);
+      break;
+    case ResultDocument::Kind::kFit:
+      CheckFit(result);
+      break;
+  }
   return document;
 }
 

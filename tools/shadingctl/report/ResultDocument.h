@@ -7,15 +7,18 @@
 namespace shadingctl {
 
 struct ResultDocument {
-  enum class Kind { kReplay, kCalibration };
+  enum class Kind { kReplay, kCalibration, kFit };
 
   std::string name;  // for titles and messages
   Kind kind = Kind::kReplay;
   nlohmann::ordered_json json;
 };
 
+// "replay", "calibration", "fit"
+char const* Name(ResultDocument::Kind kind);
+
 // Keys that are missing may be missing: what needs them is left out of a picture. Those that are there have the types
-// that docs/replay-output.md gives them. Throws UnusableInput: "FILE: PLACE: expected TEXT, found TEXT".
+// that the result's page gives them. Throws UnusableInput: "FILE: PLACE: expected TEXT, found TEXT".
 ResultDocument ParseResult(std::string const& name, std::string const& text);
 
 // `path` may be "-".

@@ -146,8 +146,8 @@ void WriteSlices(TraceWriter& writer, std::int64_t camera, TrackName const& trac
 
 void WriteTrace(ResultDocument const& document, OutputFile& output) {
   if (document.kind != ResultDocument::Kind::kReplay) {
-    throw hosting::UnusableInput(
-        fmt::format("{}: expected the result of a replay, found calibration, which has no times", document.name));
+    throw hosting::UnusableInput(fmt::format("{}: expected the result of a replay, found {}, which has no times",
+                                             document.name, Name(document.kind)));
   }
   TraceWriter writer(output);
   std::map<std::int64_t, TrackSlices> cameras;

@@ -242,6 +242,7 @@ function main() {
   const data = JSON.parse(document.getElementById('data').textContent);
   const page = document.getElementById('page');
   if (data[0].kind === 'calibration') showCalibration(page, data[0]);
+  else if (data[0].kind === 'fit') showFit(page, data[0]);
   else showReplays(page, data.map(unpackResult));
 }
 

@@ -6,7 +6,7 @@ const LANE = 7;  // px of the strip at the bottom that tells how each frame was 
 // The page's colours of now: they follow the system and the printer.
 function paletteOf(element) {
   const style = getComputedStyle(element);
-  const names = ['sample', 'second', 'ink', 'line', ...KINDS.map((kind) => kind.key)];
+  const names = ['sample', 'second', 'ink', 'line', 'focus', ...KINDS.map((kind) => kind.key)];
   return Object.fromEntries(names.map((name) => [name, style.getPropertyValue(`--${name}`).trim()]));
 }
 
