@@ -71,6 +71,8 @@ TEST_F(Files, AnOutputThatIsAnInputOrAnotherOutputIsRefused) {
       {"replay other -o same.csv", "same.csv: is the same file as other/frames.csv, which is read"},
       {"replay rec -o old --log old", "old: is the same file as old, which is written too"},
       {"replay rec -o new --log ./new", "./new: is the same file as new, which is written too"},
+      {"generate made --reference ./made/../made//hall.csv",
+       "made/hall.csv: is the same file as ./made/../made//hall.csv, which is written too"},
       {"replay rec --log -", "standard output: is the same file as standard output, which is written too"},
       {"replay rec -o old >>old", "standard output: is the same file as old, which is written too"},
       {"replay rec >>rec/hall.csv", "standard output: is the same file as rec/hall.csv, which is read"},

@@ -38,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
         CommandLine{"--versoin", 2, "Did you mean --version?\n"},
         CommandLine{"xyz", 2, "not expected: xyz\nRun with --help"}, CommandLine{"help", 0, "Subcommands:\n"},
         CommandLine{"help replay", 0, "Usage: shadingctl replay "}, CommandLine{"help repaly", 2, "repaly"},
-        CommandLine{"replay -", 2, "RECORDING: - is standard input or output, which is no directory"},
+        CommandLine{"replay -", 2, "RECORDING: - is standard input or output, which cannot serve here"},
         CommandLine{"generate -", 2, "DIR: - is standard input or output"},
         CommandLine{"dumps -", 2, "DIR: - is standard input or output"},
         CommandLine{"doctor - --load", 2, "--load: expected a file"},

@@ -84,7 +84,7 @@ void TellOfOtherBatches(hosting::Session const& session);
 // A check for names of directories, which standard input and output are not. Answers what is wrong.
 inline std::string RefuseStandardStream(std::string const& name) {
   if (name != kStandardOutput) return {};
-  return "- is standard input or output, which is no directory; ./- is the name of one";
+  return "- is standard input or output, which cannot serve here; ./- is a file or directory of that name";
 }
 
 // Refuses options and arguments whose value is empty, as that of an unset variable in a script is. Throws

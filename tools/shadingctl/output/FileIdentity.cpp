@@ -21,7 +21,7 @@ constexpr int kMostLinks = 40;  // as the system follows at most
 struct Identity {
   dev_t device = 0;
   ino_t node = 0;
-  std::string name;  // of a file that does not exist: in the directory `node`
+  std::string name;  // of a file that does not exist: its path from the directory `node`
 
   bool operator==(Identity const& other) const {
     return device == other.device && node == other.node && name == other.name;
@@ -30,7 +30,7 @@ struct Identity {
 
 Identity Of(struct stat const& status) { return {status.st_dev, status.st_ino, {}}; }
 
-// Empty for a device, which loses nothing, and for a file whose directory does not exist: opening it will say so.
+// Empty for a device, which loses nothing.
 std::optional<Identity> Identify(std::string const& path, int stream) {
   struct stat status = {};
   if (path == kStandardOutput) {
@@ -40,9 +40,14 @@ std::optional<Identity> Identify(std::string const& path, int stream) {
     return S_ISCHR(status.st_mode) ? std::nullopt : std::optional<Identity>(Of(status));
   }
   fs::path const target(WithoutLinks(path));
-  std::string const directory = target.has_parent_path() ? target.parent_path().string() : ".";
-  if (stat(directory.c_str(), &status) != 0) return std::nullopt;
-  return Identity{status.st_dev, status.st_ino, target.filename().string()};
+  fs::path name = target.filename();
+  fs::path directory = target.parent_path();
+  while (stat(directory.empty() ? "." : directory.c_str(), &status) != 0) {
+    if (!directory.has_relative_path()) return std::nullopt;
+    name = directory.filename() / name;  // a directory that will be made, or opening the file will say that it is none
+    directory = directory.parent_path();
+  }
+  return Identity{status.st_dev, status.st_ino, name.lexically_normal().string()};
 }
 
 struct Named {

@@ -14,8 +14,8 @@ std::string WithoutLinks(std::string const& path);
 
 // Throws UnusableInput when one of `outputs` is the same file as one of `inputs` or another output, under whatever
 // name, or the file that standard output or standard error goes to. kStandardInput and kStandardOutput are
-// the streams. Opens nothing; files that do not exist yet are compared by their directory and name. Devices may be
-// named more than once.
+// the streams. Opens nothing; files that do not exist yet are compared by their path from the nearest directory that
+// does. Devices may be named more than once.
 void RefuseOverwriting(std::vector<std::string> const& inputs, std::vector<std::string> const& outputs);
 
 }  // namespace shadingctl
