@@ -22,7 +22,8 @@ namespace {
 constexpr char kRealLibrary[] = "libvcam_shadingutil.so.real";
 constexpr char kDirectoryVariable[] = "VCAM_TAP_DIRECTORY";
 constexpr char kDefaultDirectory[] = "/data/vendor/camera_dump";  // a phone's camera provider may write there
-constexpr int kLastCamera = 63;                                   // sensor ids from 0 on that are asked for
+
+constexpr int kLastCamera = 63;  // sensor ids from 0 on that are asked for
 
 #ifdef _LIBCPP_VERSION
 #define SAMPLES "NSt3__16vectorIN5NSCam5Utils10SensorDataENS0_9allocatorIS4_EEEE"
