@@ -186,6 +186,14 @@ TEST(Calls, AStartWithoutARegistrationIsTold) {
   EXPECT_EQ(told.rfind("shadingctl: camera 0 is started without a monitor: ", 0), 0U) << told;
 }
 
+TEST(Calls, ACameraThatTheRecordingDoesNotNameIsRefused) {
+  TemporaryDirectory const directory;
+  WriteCalls(directory, {kStart0, Start("2", "5"), kReadout0, kUpdate0, Calc("0", "0")});
+  Outcome const outcome = RunTool("replay --quiet --camera 1 --format csv " + directory.path());
+  EXPECT_EQ(outcome.exitCode, 3);
+  EXPECT_EQ(outcome.err, "shadingctl: " + directory.path() + ": expected calls of camera 1, found those of 0, 2\n");
+}
+
 TEST(Calls, RecordedAnswersAreCompared) {
   struct {
     char const* name;

@@ -1,6 +1,7 @@
 #include "tools/shadingctl/commands/ReplayRun.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <array>
@@ -10,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -138,9 +140,11 @@ Ending PlayAll(ReplayArguments const& arguments, hosting::Session& session, Repl
     writer.Add(row);
     ++ending.shownFrames;
   };
+  std::set<std::int32_t> cameras;
   {
     Progress progress(showsProgress, [&] { return session.FrameCount(); });
     for (hosting::Call call; NextCall(session, call, ending);) {
+      cameras.insert(call.camera.value_or(camera));
       if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
         std::int32_t const sampled = call.camera.value_or(camera);
         for (auto const& sample : update->batch) pending.AddSample(sampled, sample);
@@ -158,6 +162,11 @@ Ending PlayAll(ReplayArguments const& arguments, hosting::Session& session, Repl
     }
   }
   while (auto const row = pending.TakeAnyway()) show(*row);
+  if (ending.error.empty() && !cameras.empty() && cameras.count(camera) == 0 && arguments.camera) {
+    ending.error = fmt::format("{}: expected calls of camera {}, found those of {}", session.Name(), camera,
+                               fmt::join(cameras, ", "));
+    ending.exitCode = kExitUnusable;
+  }
   std::chrono::nanoseconds const passed = std::chrono::steady_clock::now() - start;
   summaries.Close(session.oddities(), passed.count());
   ending.complaint = replay.complaint();
