@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "hosting/FrameRecording.h"
+#include "recording/FrameRecording.h"
 
 namespace bench {
 
@@ -61,13 +61,14 @@ Stream::Stream(std::string name, std::uint32_t samplesPerBlock, bool overlapping
 }
 
 Stream::Stream(std::string name, std::string const& recordingDirectory) : mName(std::move(name)) {
-  hosting::FrameRecording session(recordingDirectory);
+  recording::FrameRecording session(recordingDirectory);
   Samples batch;
   std::int64_t firstNs = 0;
   std::int64_t lastNs = 0;
-  for (hosting::Call call; session.Next(call);) {
-    if (auto* const update = std::get_if<hosting::UpdateSensorData>(&call.operation)) batch = std::move(update->batch);
-    auto const* const calc = std::get_if<hosting::CalcOisValue>(&call.operation);
+  for (recording::Call call; session.Next(call);) {
+    if (auto* const update = std::get_if<recording::UpdateSensorData>(&call.operation))
+      batch = std::move(update->batch);
+    auto const* const calc = std::get_if<recording::CalcOisValue>(&call.operation);
     if (calc == nullptr) continue;
     Frame frame;
     frame.number = calc->frame;

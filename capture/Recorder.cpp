@@ -7,7 +7,7 @@
 #include <system_error>
 #include <vector>
 
-#include "hosting/RecordingRows.h"
+#include "recording/RecordingRows.h"
 
 namespace capture {
 namespace {
@@ -22,7 +22,7 @@ bool IsFinite(NSCam::Utils::SensorData const& sample) {
 
 Recorder::Recorder() = default;
 
-std::string Recorder::Start(std::string const& directory, hosting::Settings const& settings) {
+std::string Recorder::Start(std::string const& directory, recording::Settings const& settings) {
   try {
     mFiles = std::make_unique<RecordingFiles>(directory, settings);
     mRecording = true;
@@ -34,7 +34,7 @@ std::string Recorder::Start(std::string const& directory, hosting::Settings cons
   }
 }
 
-void Recorder::Add(hosting::Call const& call, NSCam::Utils::SensorData const* samples, std::size_t count) noexcept {
+void Recorder::Add(recording::Call const& call, NSCam::Utils::SensorData const* samples, std::size_t count) noexcept {
   std::lock_guard const lock(mAddMutex);
   Numbered added;
   added.number = ++mLastNumber;
@@ -83,10 +83,10 @@ void Recorder::WriteQueued() noexcept {
       batch.clear();
       for (std::size_t i = 0; i < next.queuedSamples; ++i) batch.push_back(mSamples.Pop());
       sampleCount += next.queuedSamples;
-      bool const isUpdate = std::holds_alternative<hosting::UpdateSensorData>(next.call.operation);
-      hosting::AppendCall(calls, next.number, next.call,
-                          isUpdate ? std::optional<std::uint64_t>(next.samples) : std::nullopt);
-      hosting::AppendSamples(samples, next.number, batch);
+      bool const isUpdate = std::holds_alternative<recording::UpdateSensorData>(next.call.operation);
+      recording::AppendCall(calls, next.number, next.call,
+                            isUpdate ? std::optional<std::uint64_t>(next.samples) : std::nullopt);
+      recording::AppendSamples(samples, next.number, batch);
     }
     mBroken = mBroken || !mFiles->Append(samples, calls);
   } catch (std::exception const&) {  // no memory for the text

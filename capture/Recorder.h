@@ -10,7 +10,7 @@
 
 #include "capture/RecordingFiles.h"
 #include "capture/Ring.h"
-#include "hosting/Session.h"
+#include "recording/Session.h"
 
 namespace capture {
 
@@ -27,10 +27,10 @@ class Recorder {
 
   // Creates the recording in a new directory and starts the thread. Empty on success, else why nothing will be
   // recorded.
-  std::string Start(std::string const& directory, hosting::Settings const& settings);
+  std::string Start(std::string const& directory, recording::Settings const& settings);
 
   // Adds a call; an update comes with its batch. Calls are numbered in this order.
-  void Add(hosting::Call const& call, NSCam::Utils::SensorData const* samples = nullptr,
+  void Add(recording::Call const& call, NSCam::Utils::SensorData const* samples = nullptr,
            std::size_t count = 0) noexcept;
 
   // Writes what was added, marks the recording complete and ends the thread. What is added later is not recorded.
@@ -39,7 +39,7 @@ class Recorder {
  private:
   struct Numbered {
     std::uint64_t number = 0;
-    hosting::Call call;             // an update's batch is in mSamples
+    recording::Call call;           // an update's batch is in mSamples
     std::size_t samples = 0;        // of the batch
     std::size_t queuedSamples = 0;  // of these, the ones in mSamples
   };

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "hosting/RecordingRows.h"
+#include "recording/RecordingRows.h"
 
 namespace capture {
 namespace {
@@ -33,14 +33,14 @@ bool WriteAt(int descriptor, std::string_view text, std::int64_t offset) {
 
 }  // namespace
 
-RecordingFiles::RecordingFiles(std::string const& directory, hosting::Settings const& settings)
-    : mSettings(hosting::SettingsText(settings)) {
+RecordingFiles::RecordingFiles(std::string const& directory, recording::Settings const& settings)
+    : mSettings(recording::SettingsText(settings)) {
   if (mkdir(directory.c_str(), 0755) != 0) throw std::system_error(errno, std::generic_category(), directory);
   mSamples.descriptor = Create(directory + "/hall.csv");
   mCalls.descriptor = Create(directory + "/calls.csv");
   mRecording.descriptor = Create(directory + "/recording.csv");
   Write({});
-  if (!Append(hosting::SamplesHeader(), hosting::CallsHeader())) {
+  if (!Append(recording::SamplesHeader(), recording::CallsHeader())) {
     throw std::system_error(errno, std::generic_category(), directory);
   }
 }

@@ -50,8 +50,8 @@ std::uint64_t NowNs() {
   return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000U + static_cast<std::uint64_t>(now.tv_nsec);
 }
 
-hosting::Call BeginCall(int sensorId) {
-  hosting::Call call;
+recording::Call BeginCall(int sensorId) {
+  recording::Call call;
   call.timeNs = NowNs();
   call.camera = sensorId;
   return call;
@@ -67,7 +67,7 @@ bool FirstElement(std::vector<double> const& values, std::optional<float>& first
 }
 
 // The update under way on this thread, until its batch is recorded.
-thread_local hosting::Call const* tUpdate = nullptr;
+thread_local recording::Call const* tUpdate = nullptr;
 
 // Never destroyed: a host may call while the process ends.
 Recorder& TheRecorder() {
@@ -98,30 +98,30 @@ class TapTable {
   virtual ~TapTable() = default;  // two entries; as with the real object, no host deletes it
 
   virtual bool RegisterAndStartSensorMonitor(int sensorId, int sensorType) {
-    return Start(hosting::StartMonitor::Operation::kRegisterAndStart, sensorId, sensorType,
+    return Start(recording::StartMonitor::Operation::kRegisterAndStart, sensorId, sensorType,
                  [&] { return mReal->RegisterAndStartSensorMonitor(sensorId, sensorType); });
   }
 
   virtual bool RegisterSensorMonitor(int sensorId, int sensorType) {
-    return Start(hosting::StartMonitor::Operation::kRegister, sensorId, sensorType,
+    return Start(recording::StartMonitor::Operation::kRegister, sensorId, sensorType,
                  [&] { return mReal->RegisterSensorMonitor(sensorId, sensorType); });
   }
 
   virtual bool StartSensorMonitor(int sensorId, int sensorType) {
-    return Start(hosting::StartMonitor::Operation::kStart, sensorId, sensorType,
+    return Start(recording::StartMonitor::Operation::kStart, sensorId, sensorType,
                  [&] { return mReal->StartSensorMonitor(sensorId, sensorType); });
   }
 
   virtual void StopSensorMonitor(int sensorId, int sensorType) {
-    hosting::Call call = BeginCall(sensorId);
+    recording::Call call = BeginCall(sensorId);
     mReal->StopSensorMonitor(sensorId, sensorType);
-    call.operation = hosting::StopMonitor{sensorType};
+    call.operation = recording::StopMonitor{sensorType};
     TheRecorder().Add(call);
   }
 
   virtual void UpdateSensorData(int sensorId, unsigned int frameNumber, unsigned long timestamp) {
-    hosting::Call call = BeginCall(sensorId);
-    call.operation = hosting::UpdateSensorData{frameNumber, timestamp, {}};
+    recording::Call call = BeginCall(sensorId);
+    call.operation = recording::UpdateSensorData{frameNumber, timestamp, {}};
     tUpdate = &call;
     mReal->UpdateSensorData(sensorId, frameNumber, timestamp);
     if (tUpdate == nullptr) return;
@@ -133,9 +133,9 @@ class TapTable {
   }
 
   virtual unsigned int StoreRollingShutter(int sensorId, unsigned int sensorMode) {
-    hosting::Call call = BeginCall(sensorId);
+    recording::Call call = BeginCall(sensorId);
     unsigned int const rollingShutterNs = mReal->StoreRollingShutter(sensorId, sensorMode);
-    call.operation = hosting::StoreRollingShutter{sensorMode, rollingShutterNs};
+    call.operation = recording::StoreRollingShutter{sensorMode, rollingShutterNs};
     TheRecorder().Add(call);
     return rollingShutterNs;
   }
@@ -147,8 +147,8 @@ class TapTable {
   virtual void CalcOISValue(CustShadingType type, CalcOISValueInput& input, std::vector<double>* outOisX,
                             std::vector<double>* outOisY, unsigned int const& frameId, int const& sensorId,
                             int& oisMatched) {
-    hosting::Call call = BeginCall(sensorId);
-    hosting::CalcOisValue calc;
+    recording::Call call = BeginCall(sensorId);
+    recording::CalcOisValue calc;
     calc.frame = frameId;
     calc.type = type;
     calc.pairs = {{{input.timestamp0, input.exposureTime0},
@@ -157,7 +157,7 @@ class TapTable {
     calc.matched = oisMatched != 0;
     mReal->CalcOISValue(type, input, outOisX, outOisY, frameId, sensorId, oisMatched);
     if (outOisX == nullptr || outOisY == nullptr) return;  // the call did nothing
-    hosting::CalcOisAnswer answer;
+    recording::CalcOisAnswer answer;
     answer.matched = oisMatched != 0;
     if (FirstElement(*outOisX, answer.hallX) && FirstElement(*outOisY, answer.hallY)) calc.answer = answer;
     call.operation = calc;
@@ -168,10 +168,10 @@ class TapTable {
 
  private:
   template <typename Operation>
-  bool Start(hosting::StartMonitor::Operation kind, int sensorId, int sensorType, Operation const& operation) {
-    hosting::Call call = BeginCall(sensorId);
+  bool Start(recording::StartMonitor::Operation kind, int sensorId, int sensorType, Operation const& operation) {
+    recording::Call call = BeginCall(sensorId);
     bool const answer = operation();
-    call.operation = hosting::StartMonitor{kind, sensorType, answer};
+    call.operation = recording::StartMonitor{kind, sensorType, answer};
     TheRecorder().Add(call);
     return answer;
   }
@@ -181,14 +181,14 @@ class TapTable {
 };
 
 // The cameras of the library's sensor map, and the calculation that its property asks for.
-hosting::Settings SettingsOf(VeyraShadingUtil& real, bool seesBatches) {
-  hosting::Settings settings;
+recording::Settings SettingsOf(VeyraShadingUtil& real, bool seesBatches) {
+  recording::Settings settings;
   settings.cameras.emplace();
   for (int camera = 0; camera <= kLastCamera; ++camera) {
     if (real.IsSupportSensor(camera)) settings.cameras->push_back(camera);
   }
   settings.calculationMode = *RealSymbol<int const*>(kRealLibrary, "g_oisDebug");
-  settings.batches = seesBatches ? hosting::Batches::kDelivered : hosting::Batches::kFiled;
+  settings.batches = seesBatches ? recording::Batches::kDelivered : recording::Batches::kFiled;
   return settings;
 }
 

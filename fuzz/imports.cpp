@@ -9,10 +9,10 @@
 #include "fuzz/ByteSource.h"
 #include "fuzz/Target.h"
 #include "fuzz/WorkDirectory.h"
-#include "hosting/Recording.h"
 #include "hosting/UnusableInput.h"
+#include "recording/Recording.h"
 #include "tools/import/ImportedSession.h"
-#include "tools/shadingctl/session/RecordingWriter.h"
+#include "tools/shadingctl/output/RecordingWriter.h"
 
 namespace {
 
@@ -57,10 +57,10 @@ std::optional<RecordingSize> Import(ImportArguments const& arguments) {
 
 RecordingSize SizeOfRecording(std::string const& directory) {
   RecordingSize size;
-  auto const session = hosting::OpenRecording(directory);
-  for (hosting::Call call; session->Next(call); ++size.calls) {
-    if (std::holds_alternative<hosting::CalcOisValue>(call.operation)) ++size.calculations;
-    auto const* const update = std::get_if<hosting::UpdateSensorData>(&call.operation);
+  auto const session = recording::OpenRecording(directory);
+  for (recording::Call call; session->Next(call); ++size.calls) {
+    if (std::holds_alternative<recording::CalcOisValue>(call.operation)) ++size.calculations;
+    auto const* const update = std::get_if<recording::UpdateSensorData>(&call.operation);
     if (update == nullptr) continue;
     size.samples += update->batch.size();
     for (auto const& sample : update->batch) {

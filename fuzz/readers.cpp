@@ -6,23 +6,23 @@
 #include "fuzz/ByteSource.h"
 #include "fuzz/Target.h"
 #include "fuzz/WorkDirectory.h"
-#include "hosting/LineReader.h"
-#include "hosting/Recording.h"
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/DeviceFile.h"
-#include "tools/shadingctl/diff/ResultDiff.h"
+#include "recording/LineReader.h"
+#include "recording/Recording.h"
 #include "tools/shadingctl/doctor/Diagnosis.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
 #include "tools/shadingctl/dumps/HallDumpFile.h"
 #include "tools/shadingctl/explain/FrameWords.h"
 #include "tools/shadingctl/explain/LogExplanation.h"
 #include "tools/shadingctl/explain/ReportText.h"
-#include "tools/shadingctl/messages/FrameMessages.h"
+#include "tools/shadingctl/log/FrameMessages.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/report/Page.h"
 #include "tools/shadingctl/report/ResultDocument.h"
 #include "tools/shadingctl/report/Trace.h"
-#include "tools/shadingctl/results/ResultFile.h"
+#include "tools/shadingctl/result/ResultDiff.h"
+#include "tools/shadingctl/result/ResultFile.h"
 
 namespace {
 
@@ -54,8 +54,8 @@ void ReadRecording(std::string const& text, std::initializer_list<char const*> n
     begin = std::min(end + 2, text.size());
   }
   try {
-    auto const session = hosting::OpenRecording(Directory());
-    hosting::Call call;
+    auto const session = recording::OpenRecording(Directory());
+    recording::Call call;
     std::size_t calls = 0;
     while (session->Next(call)) ++calls;
     Expect(calls <= 4 * text.size() + 16, "more calls than the text has room for");
@@ -100,10 +100,10 @@ void ReadLog(std::string const& text) {
   std::uint64_t frames = 0;
   shadingctl::LogExplanation explanation(nullptr, summaries, [&](shadingctl::ExplainedCall const& call) {
     ++frames;
-    Expect(!shadingctl::CallLine(call).empty() && !shadingctl::Story(call.row, call.facts).empty(),
+    Expect(!shadingctl::CallLine(call).empty() && !shadingctl::Story(call.frame.row, call.frame.facts).empty(),
            "a frame of no words");
   });
-  hosting::LineReader log(Directory() + "/log");
+  recording::LineReader log(Directory() + "/log");
   try {
     explanation.Read(log);
   } catch (hosting::UnusableInput const& unusable) {

@@ -7,8 +7,8 @@
 #include <ostream>
 #include <string>
 
-#include "hosting/Recording.h"
 #include "hosting/UnusableInput.h"
+#include "recording/Recording.h"
 #include "tests/shadingctl/Program.h"
 #include "tools/import/ImportedSession.h"
 
@@ -25,16 +25,16 @@ void WriteForeign(std::string const& recording, TemporaryDirectory const& direct
   std::string frames = "\xEF\xBB\xBFsession 7\r\n\r\n\"frame, no.\",lens,start [s],\"exp \"\"us\"\"\",skew\r\n";
   std::string hall = "\"y\",x,t,of frame\r\n";
   std::uint32_t readoutNs = 0;
-  auto const session = hosting::OpenRecording(recording);
-  for (hosting::Call call; session->Next(call);) {
-    if (auto const* store = std::get_if<hosting::StoreRollingShutter>(&call.operation)) {
+  auto const session = recording::OpenRecording(recording);
+  for (recording::Call call; session->Next(call);) {
+    if (auto const* store = std::get_if<recording::StoreRollingShutter>(&call.operation)) {
       readoutNs = store->rollingShutterNs;
-    } else if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
+    } else if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
       for (auto const& sample : update->batch) {
         hall += fmt::format("\"{}\",{},{}.{:06},{}\r\n", sample.oisHallY * 4, -sample.oisHallX,
                             sample.timestamp / 1000000, sample.timestamp % 1000000, update->frame);
       }
-    } else if (auto const* calc = std::get_if<hosting::CalcOisValue>(&call.operation)) {
+    } else if (auto const* calc = std::get_if<recording::CalcOisValue>(&call.operation)) {
       auto const& pair = calc->pairs[0];
       frames +=
           fmt::format("{},wide,{},{}.{:03},{}.{:03}\r\n", calc->frame, Seconds(pair.timestampNs - pair.exposureNs),
@@ -206,8 +206,8 @@ TEST(CsvImport, OfACutFileIsRefusedAndSalvagedLineByLine) {
   auto const samples = [&] {
     std::size_t count = 0;
     auto const imported = OpenCsv(arguments);
-    for (hosting::Call call; imported->session().Next(call);) {
-      if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) count += update->batch.size();
+    for (recording::Call call; imported->session().Next(call);) {
+      if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) count += update->batch.size();
     }
     return count;
   };

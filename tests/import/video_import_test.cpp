@@ -6,8 +6,8 @@
 #include <ostream>
 #include <string>
 
-#include "hosting/RecordingRows.h"
 #include "hosting/UnusableInput.h"
+#include "recording/RecordingRows.h"
 #include "tests/import/VideoBytes.h"
 #include "tests/shadingctl/Program.h"
 #include "tools/import/ImportedSession.h"
@@ -32,11 +32,11 @@ class VideoImport : public testing::Test {
     try {
       auto const source = OpenVideo(arguments);
       std::uint64_t number = 0;
-      for (hosting::Call call; source->session().Next(call);) {
+      for (recording::Call call; source->session().Next(call);) {
         ++number;
-        if (std::holds_alternative<hosting::CalcOisValue>(call.operation)) ++imported.frames;
-        if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
-          hosting::AppendSamples(imported.samples, number, update->batch);
+        if (std::holds_alternative<recording::CalcOisValue>(call.operation)) ++imported.frames;
+        if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
+          recording::AppendSamples(imported.samples, number, update->batch);
         }
       }
     } catch (hosting::UnusableInput const& refused) {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/shadingctl/Program.h"
-#include "tools/shadingctl/aggregate/Percentiles.h"
+#include "tools/shadingctl/summary/Percentiles.h"
 
 namespace shadingctl {
 namespace {

@@ -7,17 +7,17 @@
 #include <memory>
 #include <utility>
 
-#include "hosting/CsvFile.h"
-#include "hosting/FrameSession.h"
 #include "hosting/UnusableInput.h"
+#include "recording/CsvFile.h"
+#include "recording/FrameSession.h"
 #include "tools/import/ImportedSession.h"
 #include "tools/import/WholeRows.h"
 
 namespace shadingctl {
 namespace {
 
-using hosting::CsvFile;
 using NSCam::Utils::SensorData;
+using recording::CsvFile;
 
 constexpr std::int64_t kLatestNs = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kNsPerUs = 1000;
@@ -54,7 +54,7 @@ std::int64_t TimeNs(CsvFile const& file, std::size_t column, TimeUnit unit, std:
                             : fmt::format("a time in {}, from {} to {} ns", Name(unit), leastNs, mostNs));
 }
 
-class CsvImport : public ImportedSession, private hosting::FrameSession {
+class CsvImport : public ImportedSession, private recording::FrameSession {
  public:
   explicit CsvImport(ImportArguments const& arguments)
       : mArguments(arguments),
@@ -74,10 +74,10 @@ class CsvImport : public ImportedSession, private hosting::FrameSession {
           "by time",
           mArguments.hallFile, mArguments.framesFile));
     }
-    if (!mDeliversByFrame) mSettings.batches = hosting::Batches::kRebuilt;
+    if (!mDeliversByFrame) mSettings.batches = recording::Batches::kRebuilt;
   }
 
-  hosting::Session& session() override { return *this; }
+  recording::Session& session() override { return *this; }
   std::string Name() const override { return mArguments.framesFile; }
   std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
@@ -107,9 +107,9 @@ class CsvImport : public ImportedSession, private hosting::FrameSession {
 
   std::uint32_t DelayUs() const { return mArguments.deliveryDelayUs.value_or(kUsualDelayUs); }
 
-  hosting::SessionFrame ReadFrameRow() {
+  recording::SessionFrame ReadFrameRow() {
     TimeUnit const durationUnit = mArguments.durationUnit.value_or(mArguments.timeUnit);
-    hosting::SessionFrame frame;
+    recording::SessionFrame frame;
     bool const isNumbered = mFrameFile.Names(kFrame);
     frame.number = isNumbered ? mFrameFile.Unsigned32(kFrame) : mLastFrame.value_or(0) + 1;
     if (isNumbered && mLastFrame && frame.number <= *mLastFrame) {
@@ -151,8 +151,8 @@ class CsvImport : public ImportedSession, private hosting::FrameSession {
     return position;
   }
 
-  std::optional<hosting::SessionFrame> ReadFrame() override {
-    std::optional<hosting::SessionFrame> frame = mFrames.Next();
+  std::optional<recording::SessionFrame> ReadFrame() override {
+    std::optional<recording::SessionFrame> frame = mFrames.Next();
     if (!frame) {
       for (; mSample; mSample = mSamples.Next()) ++mUndelivered;
       return frame;
@@ -162,7 +162,7 @@ class CsvImport : public ImportedSession, private hosting::FrameSession {
   }
 
   // Whether the sample is there when the frame is updated.
-  bool IsDelivered(SampleRow const& sample, hosting::SessionFrame const& frame) const {
+  bool IsDelivered(SampleRow const& sample, recording::SessionFrame const& frame) const {
     if (mDeliversByFrame) return sample.frame <= frame.number;
     std::uint64_t const deliveryNs = frame.exposure.timestampNs + frame.rollingShutterNs + DelayUs() * kNsPerUs;
     return sample.data.timestamp < 0 || static_cast<std::uint64_t>(sample.data.timestamp) <= deliveryNs;
@@ -175,7 +175,7 @@ class CsvImport : public ImportedSession, private hosting::FrameSession {
   std::optional<std::uint32_t> mLastFrame;
   std::uint32_t mLastSampleFrame = 0;
   std::uint64_t mUndelivered = 0;
-  WholeRows<hosting::SessionFrame> mFrames;
+  WholeRows<recording::SessionFrame> mFrames;
   WholeRows<SampleRow> mSamples;
   std::optional<SampleRow> mSample;  // the first one that is not delivered yet
 };

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "hosting/Session.h"
-#include "tools/import/ImportArguments.h"
+#include "recording/Session.h"
+#include "tools/shadingctl/commands/import/ImportArguments.h"
 
 namespace shadingctl {
 
@@ -16,7 +16,7 @@ class ImportedSession {
  public:
   virtual ~ImportedSession() = default;
 
-  virtual hosting::Session& session() = 0;
+  virtual recording::Session& session() = 0;
 
   // What the recording lacks, in sentences; complete once the session has been read to its end.
   virtual std::vector<std::string> Remarks() const = 0;

@@ -6,11 +6,11 @@
 #include <map>
 #include <utility>
 
-#include "hosting/LineReader.h"
 #include "hosting/UnusableInput.h"
+#include "recording/LineReader.h"
 #include "tools/import/ImportedSession.h"
-#include "tools/shadingctl/explain/LoggedCalls.h"
-#include "tools/shadingctl/messages/LogLine.h"
+#include "tools/shadingctl/log/LogLine.h"
+#include "tools/shadingctl/log/LoggedCalls.h"
 
 namespace shadingctl {
 namespace {
@@ -21,18 +21,18 @@ constexpr std::uint64_t kNsPerUs = 1000;
 // lost its line in the frame's own window.
 constexpr std::size_t kCallsAhead = 16;
 
-class LogImport : public ImportedSession, private hosting::Session {
+class LogImport : public ImportedSession, private recording::Session {
  public:
   explicit LogImport(ImportArguments const& arguments)
       : mLog(arguments.file), mAssembler([this](LoggedCall&& call) { Take(std::move(call)); }) {
-    mSettings.batches = hosting::Batches::kRebuilt;
+    mSettings.batches = recording::Batches::kRebuilt;
     mSettings.cameras.emplace();
   }
 
-  hosting::Session& session() override { return *this; }
+  recording::Session& session() override { return *this; }
   std::string Name() const override { return mLog.name(); }
-  hosting::Settings const& settings() const override { return mSettings; }
-  hosting::Oddities const& oddities() const override { return mOddities; }
+  recording::Settings const& settings() const override { return mSettings; }
+  recording::Oddities const& oddities() const override { return mOddities; }
   std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
   std::vector<std::string> Remarks() const override {
@@ -50,7 +50,7 @@ class LogImport : public ImportedSession, private hosting::Session {
     return remarks;
   }
 
-  bool Next(hosting::Call& call) override {
+  bool Next(recording::Call& call) override {
     while (mReady.empty()) {
       bool const isDue = mPending.size() > kCallsAhead || (mAtEnd && !mPending.empty());
       if (isDue) {
@@ -114,7 +114,7 @@ class LogImport : public ImportedSession, private hosting::Session {
 
   template <class Operation>
   void Queue(std::int32_t camera, Operation operation) {
-    hosting::Call call;
+    recording::Call call;
     call.camera = camera;
     call.operation = std::move(operation);
     mReady.push_back(std::move(call));
@@ -128,22 +128,22 @@ class LogImport : public ImportedSession, private hosting::Session {
     std::vector<std::int32_t>& known = *mSettings.cameras;
     if (std::find(known.begin(), known.end(), id) == known.end()) {
       known.push_back(id);
-      Queue(id, hosting::StartMonitor{});
+      Queue(id, recording::StartMonitor{});
     }
     if (call.messages.position && !mSettings.calculationMode) mSettings.calculationMode = call.messages.position->mode;
     std::uint32_t const readoutNs = static_cast<std::uint32_t>(times.readoutUs * kNsPerUs);
     if (camera.readoutNs != readoutNs) {
       camera.readoutNs = readoutNs;
-      Queue(id, hosting::StoreRollingShutter{0, readoutNs});
+      Queue(id, recording::StoreRollingShutter{0, readoutNs});
     }
 
     std::vector<NSCam::Utils::SensorData> batch = TakeBatch(camera, call.messages.source);
     if (camera.updatedFrame != call.frame || !batch.empty()) {
       camera.updatedFrame = call.frame;
       mDelivered += batch.size();
-      Queue(id, hosting::UpdateSensorData{*call.frame, *call.timestampNs, std::move(batch)});
+      Queue(id, recording::UpdateSensorData{*call.frame, *call.timestampNs, std::move(batch)});
     }
-    hosting::CalcOisValue calc;
+    recording::CalcOisValue calc;
     calc.frame = *call.frame;
     calc.type = times.type;
     calc.pairs.fill({*call.timestampNs, times.exposureUs * kNsPerUs});
@@ -168,17 +168,17 @@ class LogImport : public ImportedSession, private hosting::Session {
           fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines",
                       mLog.name(), mParser.counts().lines));
     }
-    for (std::int32_t const camera : *mSettings.cameras) Queue(camera, hosting::StopMonitor{});
+    for (std::int32_t const camera : *mSettings.cameras) Queue(camera, recording::StopMonitor{});
   }
 
-  hosting::LineReader mLog;
+  recording::LineReader mLog;
   LogParser mParser;
   CallAssembler mAssembler;
-  hosting::Settings mSettings;
-  hosting::Oddities mOddities;
+  recording::Settings mSettings;
+  recording::Oddities mOddities;
   std::map<std::int32_t, Camera> mCameras;
   std::deque<LoggedCall> mPending;
-  std::deque<hosting::Call> mReady;
+  std::deque<recording::Call> mReady;
   bool mAtEnd = false;
   bool mStopped = false;
   std::uint64_t mDelivered = 0;  // samples

@@ -5,8 +5,8 @@
 #include <limits>
 #include <utility>
 
-#include "hosting/FrameSession.h"
 #include "hosting/UnusableInput.h"
+#include "recording/FrameSession.h"
 #include "tools/import/ImportedSession.h"
 #include "tools/import/VideoFile.h"
 #include "video_capture.pb.h"
@@ -16,13 +16,13 @@ namespace {
 
 constexpr std::int64_t kNsPerUs = 1000;
 
-class VideoImport : public ImportedSession, private hosting::FrameSession {
+class VideoImport : public ImportedSession, private recording::FrameSession {
  public:
   explicit VideoImport(ImportArguments const& arguments) : mArguments(arguments), mFile(arguments.file) {
-    mSettings.batches = hosting::Batches::kRebuilt;
+    mSettings.batches = recording::Batches::kRebuilt;
   }
 
-  hosting::Session& session() override { return *this; }
+  recording::Session& session() override { return *this; }
   std::string Name() const override { return mArguments.file; }
   std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
@@ -40,7 +40,7 @@ class VideoImport : public ImportedSession, private hosting::FrameSession {
   }
 
  private:
-  std::optional<hosting::SessionFrame> ReadFrame() override {
+  std::optional<recording::SessionFrame> ReadFrame() override {
     std::int64_t const begin = mFile.wholeBytes();
     switch (mFile.Next(mMetaData)) {
       case VideoFile::Found::kFrame:
@@ -65,12 +65,12 @@ class VideoImport : public ImportedSession, private hosting::FrameSession {
   }
 
   // `begin`: where to look for the frame's field, for a message.
-  hosting::SessionFrame Converted(std::int64_t begin) {
+  recording::SessionFrame Converted(std::int64_t begin) {
     auto const complain = [&](char const* field, std::string const& expected, auto found) {
       throw hosting::UnusableInput(fmt::format("{}: byte {}, frame {}: {}: expected {}, found {}", mArguments.file,
                                                begin, mMetaData.frame_number(), field, expected, found));
     };
-    hosting::SessionFrame frame;
+    recording::SessionFrame frame;
     constexpr std::int64_t kMost32 = std::numeric_limits<std::uint32_t>::max();
     std::int64_t const least = mFrames > 0 ? std::int64_t{mLastFrame} + 1 : 0;
     if (mMetaData.frame_number() < least || mMetaData.frame_number() > kMost32) {

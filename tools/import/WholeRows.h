@@ -10,8 +10,8 @@
 #include <string>
 #include <utility>
 
-#include "hosting/CsvFile.h"
 #include "hosting/UnusableInput.h"
+#include "recording/CsvFile.h"
 
 namespace shadingctl {
 
@@ -20,7 +20,7 @@ namespace shadingctl {
 template <class Row>
 class WholeRows {
  public:
-  WholeRows(hosting::CsvFile& file, std::function<Row()> read, bool salvages)
+  WholeRows(recording::CsvFile& file, std::function<Row()> read, bool salvages)
       : mFile(file), mRead(std::move(read)), mSalvages(salvages) {
     ReadAhead();
   }
@@ -66,7 +66,7 @@ class WholeRows {
     mAhead = std::move(ahead);
   }
 
-  hosting::CsvFile& mFile;
+  recording::CsvFile& mFile;
   std::function<Row()> mRead;
   bool mSalvages;
   std::optional<Ahead> mAhead;

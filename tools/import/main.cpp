@@ -1,13 +1,13 @@
 // shadingctl-import: makes recordings of other data. A program of its own, so that the tool itself needs no protobuf.
 #include <fmt/format.h>
 
-#include "tools/import/ImportOptions.h"
 #include "tools/import/ImportedSession.h"
 #include "tools/shadingctl/commands/Program.h"
+#include "tools/shadingctl/commands/import/ImportOptions.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/session/RecordingWriter.h"
+#include "tools/shadingctl/output/RecordingWriter.h"
 
 namespace shadingctl {
 namespace {

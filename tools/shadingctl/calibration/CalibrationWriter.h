@@ -6,7 +6,7 @@
 
 #include "tools/shadingctl/calibration/CameraCalibration.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/output/ResultWriter.h"
+#include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
 

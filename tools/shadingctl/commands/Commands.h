@@ -17,6 +17,10 @@ constexpr int kExitUsage = 2;
 constexpr int kExitUnusable = 3;
 constexpr int kExitSignal = 128;  // and the signal's number: 130 after Ctrl-C
 
+struct ReadingEnd;
+// Done, unusable, or the signal's.
+int ExitCodeOf(ReadingEnd const& end);
+
 // What the command line asks for; runs after the command line was understood and answers the exit code.
 using Command = std::function<int()>;
 

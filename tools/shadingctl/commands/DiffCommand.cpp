@@ -4,9 +4,9 @@
 
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/diff/ResultDiff.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/result/ResultDiff.h"
 
 namespace shadingctl {
 namespace {

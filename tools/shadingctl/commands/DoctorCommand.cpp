@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "hosting/InputStream.h"
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
+#include "recording/InputStream.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/doctor/DiagnosisWriter.h"
@@ -33,7 +33,7 @@ struct DoctorArguments {
 
 std::string ReadWhole(std::string const& path) {
   std::string const shown = path == kStandardInput ? "standard input" : path;
-  hosting::InputStream const file = hosting::OpenInput(path);
+  recording::InputStream const file = recording::OpenInput(path);
   std::string bytes;
   std::vector<char> buffer(std::size_t{1} << 16U);
   std::size_t count = 0;

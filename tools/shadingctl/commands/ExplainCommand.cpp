@@ -1,18 +1,16 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <deque>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "hosting/HostLibrary.h"
-#include "hosting/Interruption.h"
 #include "hosting/LibraryNumbers.h"
-#include "hosting/LineReader.h"
-#include "hosting/Recording.h"
-#include "hosting/UnusableInput.h"
+#include "recording/LineReader.h"
+#include "recording/Recording.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/explain/ExplainWriter.h"
@@ -20,7 +18,7 @@
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/replay/PendingRows.h"
+#include "tools/shadingctl/replay/PlaySession.h"
 #include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
 
@@ -45,24 +43,6 @@ ReplaySettings SettingsOf(std::string const& source, std::string const& library,
   return settings;
 }
 
-// Why there are no more frames, and how the program ends for that.
-struct ReadingEnd {
-  std::string error;
-  int exitCode = kExitDone;
-};
-
-template <class Read>
-ReadingEnd ReadToTheEnd(Read const& read) {
-  try {
-    read();
-  } catch (hosting::Interrupted const& interrupted) {
-    return {interrupted.what(), kExitSignal + hosting::InterruptedBy()};
-  } catch (hosting::UnusableInput const& unusable) {
-    return {unusable.what(), kExitUnusable};
-  }
-  return {};
-}
-
 // Writes the end of the result. What was read is shown even where the rest cannot be.
 int Finish(ExplainArguments const& arguments, ReadingEnd const& ending, std::string const& name,
            Summaries const& summaries, std::optional<LogReport> const& report, ExplainWriter& writer,
@@ -72,7 +52,7 @@ int Finish(ExplainArguments const& arguments, ReadingEnd const& ending, std::str
   if (isKept) output.Finish();
   if (!ending.error.empty()) Tell(ending.error);
   if (!isKept) Tell(fmt::format("{}: not written, as the source was not read to its end", output.name()));
-  if (ending.exitCode != kExitDone) return ending.exitCode;
+  if (ExitCodeOf(ending) != kExitDone) return ExitCodeOf(ending);
   if (arguments.frame && !writer.hasShown()) {
     Tell(fmt::format("{}: expected frame {}, found none of that number", name, *arguments.frame));
     return kExitUnusable;
@@ -86,7 +66,7 @@ int ExplainLog(ExplainArguments const& arguments) {
   std::vector<std::string> inputs = FilesOf(device, library);
   inputs.push_back(arguments.source);
   RefuseOverwriting(inputs, {arguments.output});
-  hosting::LineReader log(arguments.source);
+  recording::LineReader log(arguments.source);
   OutputFile output(arguments.output);
   ExplainWriter writer(output, arguments.format, arguments.frame);
   Recomputation recomputation(device.settings, library);
@@ -99,54 +79,13 @@ int ExplainLog(ExplainArguments const& arguments) {
   return Finish(arguments, ending, log.name(), summaries, explanation.report(), writer, output);
 }
 
-// The frames of a recording, played as `replay` plays them.
-class RecordingExplanation {
- public:
-  RecordingExplanation(Replay& replay, std::int32_t camera, Summaries& summaries, ExplainWriter& writer)
-      : mReplay(replay), mCamera(camera), mSummaries(summaries), mWriter(writer) {}
-
-  void Play(hosting::Session& session) {
-    for (hosting::Call call; session.Next(call);) {
-      if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
-        for (auto const& sample : update->batch) mRows.AddSample(call.camera.value_or(mCamera), sample);
-      }
-      if (auto row = mReplay.Play(call, mSummaries)) {
-        mRows.Add(std::move(*row));
-        mFacts.push_back(mReplay.latestFacts());
-      }
-      while (auto row = mRows.Take()) Show(std::move(*row));
-    }
-  }
-
-  void Finish() {
-    while (auto row = mRows.TakeAnyway()) Show(std::move(*row));
-  }
-
- private:
-  void Show(FrameResult row) {
-    mSummaries.Of(row.camera).AddComplete(row);
-    ExplainedCall explained;
-    explained.row = std::move(row);
-    explained.facts = mFacts.front();
-    mFacts.pop_front();
-    mWriter.Add(explained);
-  }
-
-  Replay& mReplay;
-  std::int32_t mCamera;
-  Summaries& mSummaries;
-  ExplainWriter& mWriter;
-  PendingRows mRows;
-  std::deque<FrameFacts> mFacts;  // one for each row that waits
-};
-
 int ExplainRecording(ExplainArguments const& arguments) {
   ChosenDevice const chosen = ChooseDevice(arguments.device);
   std::string const path = ChooseLibrary(arguments.library);
   std::vector<std::string> inputs = FilesOf(chosen, path);
   AddRecordingFiles(arguments.source, inputs);
   RefuseOverwriting(inputs, {arguments.output});
-  auto const session = hosting::OpenRecording(arguments.source);
+  auto const session = recording::OpenRecording(arguments.source);
   desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->settings(), hosting::kDetailLevel);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(settings);
@@ -157,12 +96,19 @@ int ExplainRecording(ExplainArguments const& arguments) {
   Replay::Options options;
   options.camera = CameraOf(settings, std::nullopt).sensorId;
   writer.Begin(SettingsOf(session->Name(), path, "as recorded"));
+  SessionListener listener;
+  listener.onCall = [&](recording::Call const&, PlayedCall const& played) { summaries.Add(played); };
+  listener.onFrame = [&](Frame const& frame) {
+    summaries.Of(frame.row.camera).AddComplete(frame.row);
+    ExplainedCall explained;
+    explained.frame = frame;
+    writer.Add(explained);
+  };
   ReadingEnd ending;
   {
     Replay replay(library, device, options, {});
-    RecordingExplanation explanation(replay, options.camera, summaries, writer);
-    ending = ReadToTheEnd([&] { explanation.Play(*session); });
-    explanation.Finish();
+    std::set<std::int32_t> cameras;
+    ending = PlaySession(*session, replay, options.camera, cameras, listener);
   }
   summaries.Close(session->oddities(), 0);
   TellOfOtherBatches(*session);
@@ -200,7 +146,7 @@ void AddExplainCommand(CLI::App& app, Command& chosen) {
   AddHostOptions(*command, arguments->device, arguments->library);
   command->callback([arguments, &chosen] {
     chosen = [arguments] {
-      arguments->source = hosting::RecordingDirectory(arguments->source);
+      arguments->source = recording::RecordingDirectory(arguments->source);
       bool const isRecording = arguments->source != "-" && std::filesystem::is_directory(arguments->source);
       return isRecording ? ExplainRecording(*arguments) : ExplainLog(*arguments);
     };

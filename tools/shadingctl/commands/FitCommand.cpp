@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "hosting/Recording.h"
+#include "recording/Recording.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/fit/BenchSession.h"
@@ -30,11 +30,11 @@ struct FitArguments {
 
 int Fit(FitArguments const& arguments) {
   std::vector<std::string> inputs = {arguments.reference};
-  AddRecordingFiles(hosting::RecordingDirectory(arguments.recording), inputs);
+  AddRecordingFiles(recording::RecordingDirectory(arguments.recording), inputs);
   RefuseOverwriting(inputs, {arguments.output});
   OutputFile output(arguments.output);
   BenchSession session =
-      ReadBenchSession(hosting::RecordingDirectory(arguments.recording), arguments.reference, arguments.camera);
+      ReadBenchSession(recording::RecordingDirectory(arguments.recording), arguments.reference, arguments.camera);
   if (session.unknown > 0) {
     Tell(fmt::format("{}: {} frames are not in the recording, or before its first readout time; left out",
                      arguments.reference, session.unknown));

@@ -9,9 +9,9 @@
 #include "tools/shadingctl/commands/SyntheticArguments.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/session/RecordingWriter.h"
-#include "tools/shadingctl/session/SyntheticReference.h"
-#include "tools/shadingctl/session/SyntheticSession.h"
+#include "tools/shadingctl/output/RecordingWriter.h"
+#include "tools/shadingctl/synthetic/SyntheticReference.h"
+#include "tools/shadingctl/synthetic/SyntheticSession.h"
 
 namespace shadingctl {
 namespace {

@@ -8,9 +8,9 @@
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/commands/completion/CommandTable.h"
+#include "tools/shadingctl/commands/completion/ManPage.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/pages/CommandTable.h"
-#include "tools/shadingctl/pages/ManPage.h"
 
 namespace shadingctl {
 namespace {

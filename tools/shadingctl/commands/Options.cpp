@@ -5,10 +5,18 @@
 #include <map>
 
 #include "hosting/HostLibrary.h"
+#include "hosting/Interruption.h"
 #include "platform/desktop/DeviceFile.h"
+#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/replay/PlaySession.h"
 
 namespace shadingctl {
+
+int ExitCodeOf(ReadingEnd const& end) {
+  if (end.isInterrupted) return kExitSignal + hosting::InterruptedBy();
+  return end.error.empty() ? kExitDone : kExitUnusable;
+}
 
 void AddOutput(CLI::App& command, std::string& output) {
   output = kStandardOutput;
@@ -58,13 +66,13 @@ void AddRecordingFiles(std::string const& directory, std::vector<std::string>& f
   }
 }
 
-void TellOfOtherBatches(hosting::Session const& session) {
-  hosting::Batches const batches = session.settings().batches;
-  if (batches == hosting::Batches::kDelivered) return;
+void TellOfOtherBatches(recording::Session const& session) {
+  recording::Batches const batches = session.settings().batches;
+  if (batches == recording::Batches::kDelivered) return;
   Tell(fmt::format(
       "{}: its batches are those that {}, not those that were delivered: positions can differ from the "
       "phone's",
-      session.Name(), batches == hosting::Batches::kFiled ? "the library filed" : "an import put together"));
+      session.Name(), batches == recording::Batches::kFiled ? "the library filed" : "an import put together"));
 }
 
 }  // namespace shadingctl

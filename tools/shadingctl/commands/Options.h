@@ -11,10 +11,10 @@
 #include <type_traits>
 #include <vector>
 
-#include "hosting/Session.h"
 #include "platform/desktop/Device.h"
+#include "recording/Session.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/output/ResultWriter.h"
+#include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
 
@@ -79,7 +79,7 @@ std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& 
 void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files);
 
 // Tells on standard error where the batches of a recording are not those that the platform delivered.
-void TellOfOtherBatches(hosting::Session const& session);
+void TellOfOtherBatches(recording::Session const& session);
 
 // A check for names of directories, which standard input and output are not. Answers what is wrong.
 inline std::string RefuseStandardStream(std::string const& name) {

@@ -9,13 +9,13 @@
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
-#include "tools/shadingctl/aggregate/ReplayResult.h"
-#include "tools/shadingctl/aggregate/Totals.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/summary/ReplayResult.h"
+#include "tools/shadingctl/summary/Totals.h"
 
 namespace shadingctl {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/shadingctl/session/SyntheticOptions.h"
+#include "tools/shadingctl/synthetic/SyntheticOptions.h"
 
 namespace shadingctl {
 

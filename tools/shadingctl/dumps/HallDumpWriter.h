@@ -5,7 +5,7 @@
 
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/output/ResultWriter.h"
+#include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
 

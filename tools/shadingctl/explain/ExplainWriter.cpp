@@ -12,9 +12,9 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 std::string StoryText(ExplainedCall const& call) {
-  std::string text =
-      fmt::format("Camera {}, frame {}: {}\n", call.row.camera, call.row.frame, Headline(call.row, call.facts));
-  for (std::string const& sentence : Story(call.row, call.facts)) text += "  " + sentence + "\n";
+  std::string text = fmt::format("Camera {}, frame {}: {}\n", call.frame.row.camera, call.frame.row.frame,
+                                 Headline(call.frame.row, call.frame.facts));
+  for (std::string const& sentence : Story(call.frame.row, call.frame.facts)) text += "  " + sentence + "\n";
   if (call.lost > 0) text += fmt::format("  Lines of it that are missing: {} or more.\n", call.lost);
   if (!call.recomputed) return text;
   switch (call.recomputed->verdict) {
@@ -45,10 +45,10 @@ char const* Name(Recomputation::Verdict verdict) {
 }
 
 Json WordsJson(ExplainedCall const& call) {
-  Json json = {{"camera", call.row.camera},
-               {"frame", call.row.frame},
-               {"text", Headline(call.row, call.facts)},
-               {"steps", Story(call.row, call.facts)}};
+  Json json = {{"camera", call.frame.row.camera},
+               {"frame", call.frame.row.frame},
+               {"text", Headline(call.frame.row, call.frame.facts)},
+               {"steps", Story(call.frame.row, call.frame.facts)}};
   if (!call.recomputed) return json;
   json["line"] = call.firstLine;
   json["lost_lines"] = call.lost;
@@ -69,12 +69,12 @@ void ExplainWriter::Begin(ReplaySettings const& settings) {
 }
 
 void ExplainWriter::Add(ExplainedCall const& call) {
-  if (mFrame && call.row.frame != *mFrame) return;
+  if (mFrame && call.frame.row.frame != *mFrame) return;
   mHasShown = true;
   if (isInWords()) {
     mOutput.Write(mFrame ? StoryText(call) : CallLine(call));
   } else {
-    mRows->Add(call.row);
+    mRows->Add(call.frame.row);
     if (mFormat == Format::kJson) mWords.push_back(WordsJson(call));
   }
 }
@@ -84,7 +84,7 @@ void ExplainWriter::End(Summaries const& summaries, std::optional<LogReport> con
   if (!isInWords()) {
     mRows->AddExtra("explained", mWords);
     if (report) mRows->AddExtra("log", ReportJson(*report, name));
-    mRows->End(summaries, error);
+    mRows->End(summaries.End(error));
   }
   if (report && report->messages == 0) return;  // `error` says all
   std::string const closing =

@@ -9,7 +9,7 @@
 
 #include "tools/shadingctl/explain/LogExplanation.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/output/ResultWriter.h"
+#include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/shadingctl/findings/FrameFacts.h"
-#include "tools/shadingctl/frames/FrameResult.h"
+#include "tools/shadingctl/frame/FrameFacts.h"
+#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 

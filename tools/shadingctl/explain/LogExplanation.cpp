@@ -57,7 +57,7 @@ LogExplanation::LogExplanation(Recomputation* recomputation, Summaries& summarie
       mShow(std::move(show)),
       mAssembler([this](LoggedCall&& call) { Take(std::move(call)); }) {}
 
-void LogExplanation::Read(hosting::LineReader& log) {
+void LogExplanation::Read(recording::LineReader& log) {
   for (std::string_view line; log.Next(line);) {
     auto const entry = mParser.Add(line);
     if (!entry) continue;
@@ -79,7 +79,7 @@ void LogExplanation::Read(hosting::LineReader& log) {
 
 void LogExplanation::Finish() {
   mAssembler.Finish();
-  while (auto row = mRows.TakeAnyway()) Show(std::move(*row));
+  while (auto frame = mFrames.TakeAnyway()) Show(std::move(*frame));
   mReport.lines = mParser.counts();
   mReport.damaged = mAssembler.damaged();
   mReport.firstDamagedLine = mAssembler.firstDamagedLine();
@@ -96,13 +96,11 @@ void LogExplanation::Take(LoggedCall call) {
   ForgetPartOfWindow(call.messages);
   RestoreOutcome(call.messages);
 
-  explained.row = Judge(OutcomeOf(call, camera.hasBeenWarm), call.messages);
+  FrameHead const head = {call.camera.value_or(0), call.frame.value_or(0), call.timestampNs.value_or(0),
+                          call.messages.times ? call.messages.times->type : 0};
+  explained.frame = MakeFrame(head, OutcomeOf(call, camera.hasBeenWarm), call.messages);
   camera.hasBeenWarm = camera.hasBeenWarm || call.messages.buffered.value_or(0) >= kWindowSize;
-  FrameResult& row = explained.row;
-  row.camera = call.camera.value_or(0);
-  row.frame = call.frame.value_or(0);
-  row.timestampNs = call.timestampNs.value_or(0);
-  if (call.messages.times) row.type = call.messages.times->type;
+  FrameResult& row = explained.frame.row;
   if (auto const& position = call.messages.position) {
     camera.hallX = position->hall0X;
     camera.hallY = position->hall0Y;
@@ -113,19 +111,18 @@ void LogExplanation::Take(LoggedCall call) {
     row.hallX = camera.hallX;
     row.hallY = camera.hallY;
   }
-  explained.facts = FactsOf(row, call.messages);
 
   for (SourceSample const& sample : call.messages.source) {
-    mRows.AddSample(row.camera, sample.timeUs, sample.hallX, sample.hallY);
+    mFrames.AddSample(row.camera, sample.timeUs, sample.hallX, sample.hallY);
   }
   if (call.frame && IsDecided(call.messages)) {
     if (explained.recomputed) CountVerdict(explained.recomputed->verdict, row);
-    AddToFacts(call, explained.facts, camera);
-    mSummaries.Of(row.camera).Add(row, 0);
-    mRows.Add(row);
+    AddSamples(call, camera);
+    mSummaries.Of(row.camera).Add(explained.frame);
+    mFrames.Add(explained.frame);
     mPending.push_back(std::move(explained));
   }
-  while (auto complete = mRows.Take()) Show(std::move(*complete));
+  while (auto complete = mFrames.Take()) Show(std::move(*complete));
 }
 
 // A frame without samples has nothing to compute.
@@ -163,7 +160,7 @@ void LogExplanation::CountLoss(LoggedCall const& call, Camera& camera) {
 
 // A log has windows, not deliveries: its samples are those of a window that are later than all before. Where a window
 // does not reach back to them, samples are missing that may well have been delivered.
-void LogExplanation::AddToFacts(LoggedCall const& call, FrameFacts const& facts, Camera& camera) {
+void LogExplanation::AddSamples(LoggedCall const& call, Camera& camera) {
   SessionFacts& session = mSummaries.Of(call.camera.value_or(0)).facts();
   if (call.batch || call.noBatch) {
     session.AddBatch(*call.frame, call.batch ? static_cast<std::size_t>(call.batch->samples) : 0, call.batch,
@@ -183,14 +180,13 @@ void LogExplanation::AddToFacts(LoggedCall const& call, FrameFacts const& facts,
     later.push_back(sample);
   }
   session.AddSamples(*call.frame, later);
-  session.AddFrame(facts);
 }
 
-void LogExplanation::Show(FrameResult row) {
+void LogExplanation::Show(Frame frame) {
   ExplainedCall explained = std::move(mPending.front());
   mPending.pop_front();
-  mSummaries.Of(row.camera).AddComplete(row);
-  explained.row = std::move(row);
+  mSummaries.Of(frame.row.camera).AddComplete(frame.row);
+  explained.frame = std::move(frame);
   mShow(explained);
 }
 

@@ -8,18 +8,17 @@
 #include <optional>
 #include <set>
 
-#include "hosting/LineReader.h"
-#include "tools/shadingctl/explain/LoggedCalls.h"
+#include "recording/LineReader.h"
 #include "tools/shadingctl/explain/Recomputation.h"
-#include "tools/shadingctl/findings/FrameFacts.h"
-#include "tools/shadingctl/replay/PendingRows.h"
-#include "tools/shadingctl/replay/Summaries.h"
+#include "tools/shadingctl/frame/Frame.h"
+#include "tools/shadingctl/log/LoggedCalls.h"
+#include "tools/shadingctl/replay/PendingFrames.h"
+#include "tools/shadingctl/summary/Summaries.h"
 
 namespace shadingctl {
 
 struct ExplainedCall {
-  FrameResult row;
-  FrameFacts facts;
+  Frame frame;
   // Of a log only.
   std::uint64_t firstLine = 0;
   std::uint64_t lost = 0;  // lines
@@ -55,7 +54,7 @@ class LogExplanation {
 
   // Reads to the end. Throws Interrupted, and UnusableInput where the log cannot be read or used; what was read until
   // then has been shown and counted once Finish has been called.
-  void Read(hosting::LineReader& log);
+  void Read(recording::LineReader& log);
   void Finish();
 
   LogReport const& report() const { return mReport; }
@@ -73,16 +72,16 @@ class LogExplanation {
   void Take(LoggedCall call);
   void CountVerdict(Recomputation::Verdict verdict, FrameResult const& row);
   void CountLoss(LoggedCall const& call, Camera& camera);
-  void AddToFacts(LoggedCall const& call, FrameFacts const& facts, Camera& camera);
-  void Show(FrameResult row);
+  void AddSamples(LoggedCall const& call, Camera& camera);
+  void Show(Frame frame);
 
   Recomputation* mRecomputation;
   Summaries& mSummaries;
   std::function<void(ExplainedCall const&)> mShow;
   CallAssembler mAssembler;
   LogParser mParser;
-  PendingRows mRows;
-  std::deque<ExplainedCall> mPending;  // one for each row that waits
+  PendingFrames mFrames;
+  std::deque<ExplainedCall> mPending;  // one for each frame that waits
   std::map<std::int32_t, Camera> mCameras;
   LogReport mReport;
 };

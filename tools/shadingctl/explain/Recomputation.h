@@ -11,7 +11,7 @@
 
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
-#include "tools/shadingctl/explain/LoggedCalls.h"
+#include "tools/shadingctl/log/LoggedCalls.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
 
 namespace shadingctl {

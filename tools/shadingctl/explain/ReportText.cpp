@@ -34,8 +34,8 @@ nlohmann::ordered_json FramesJson(FrameList const& frames) {
 }  // namespace
 
 std::string CallLine(ExplainedCall const& call) {
-  std::string line =
-      fmt::format("camera {} frame {}: {}", call.row.camera, call.row.frame, Headline(call.row, call.facts));
+  std::string line = fmt::format("camera {} frame {}: {}", call.frame.row.camera, call.frame.row.frame,
+                                 Headline(call.frame.row, call.frame.facts));
   if (call.lost > 0) line += fmt::format(" [{} of its lines are missing]", call.lost);
   bool const isDifferent = call.recomputed && call.recomputed->verdict == Recomputation::Verdict::kDifferent;
   if (isDifferent) line += "; DIFFERENT: " + call.recomputed->difference;

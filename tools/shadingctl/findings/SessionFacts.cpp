@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-#include "tools/shadingctl/frames/FrameTiming.h"
+#include "tools/shadingctl/frame/FrameTiming.h"
 
 namespace shadingctl {
 namespace {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "platform/SensorProvider.h"
-#include "tools/shadingctl/findings/FrameFacts.h"
 #include "tools/shadingctl/findings/StabiliserFacts.h"
+#include "tools/shadingctl/frame/FrameFacts.h"
 #include "tools/shadingctl/statistics/Histogram.h"
 #include "tools/shadingctl/statistics/SampleHealth.h"
 

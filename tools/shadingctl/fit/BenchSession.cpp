@@ -7,11 +7,11 @@
 #include <set>
 #include <utility>
 
-#include "hosting/CsvFile.h"
 #include "hosting/Interruption.h"
-#include "hosting/Recording.h"
 #include "hosting/UnusableInput.h"
-#include "tools/shadingctl/frames/FramePair.h"
+#include "recording/CsvFile.h"
+#include "recording/Recording.h"
+#include "tools/shadingctl/frame/FramePair.h"
 
 namespace shadingctl {
 namespace {
@@ -22,7 +22,7 @@ using Positions = std::map<std::uint32_t, std::array<double, 2>>;
 
 Positions ReadReference(std::string const& path) {
   enum Column : std::size_t { kFrame, kX, kY };
-  hosting::CsvFile file(path, std::array<hosting::CsvFile::Column, 3>{{{"frame"}, {"x"}, {"y"}}});
+  recording::CsvFile file(path, std::array<recording::CsvFile::Column, 3>{{{"frame"}, {"x"}, {"y"}}});
   Positions positions;
   while (file.Next()) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
@@ -38,15 +38,15 @@ class Collector {
   Collector(std::string recording, std::optional<std::int32_t> camera)
       : mRecording(std::move(recording)), mCamera(camera) {}
 
-  void Add(hosting::Call const& call) {
+  void Add(recording::Call const& call) {
     if (call.camera) mCameras.insert(*call.camera);
     if (mCamera && call.camera && *call.camera != *mCamera) return;
-    if (auto const* readout = std::get_if<hosting::StoreRollingShutter>(&call.operation))
+    if (auto const* readout = std::get_if<recording::StoreRollingShutter>(&call.operation))
       mReadoutUs = readout->rollingShutterNs / kNsOfUs;
-    if (auto const* update = std::get_if<hosting::UpdateSensorData>(&call.operation)) {
+    if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
       for (auto const& sample : update->batch) mSamples.push_back({sample.timestamp, sample.oisHallX, sample.oisHallY});
     }
-    if (auto const* calc = std::get_if<hosting::CalcOisValue>(&call.operation)) AddFrame(*calc);
+    if (auto const* calc = std::get_if<recording::CalcOisValue>(&call.operation)) AddFrame(*calc);
   }
 
   BenchSession Join(Positions const& positions) const {
@@ -70,7 +70,7 @@ class Collector {
   }
 
  private:
-  void AddFrame(hosting::CalcOisValue const& calc) {
+  void AddFrame(recording::CalcOisValue const& calc) {
     auto const pair = PairOf(calc, calc.type.value_or(0));
     ReferenceFrame frame;
     frame.frame = calc.frame;
@@ -104,9 +104,9 @@ class Collector {
 BenchSession ReadBenchSession(std::string const& recording, std::string const& reference,
                               std::optional<std::int32_t> camera) {
   Positions const positions = ReadReference(reference);
-  auto const session = hosting::OpenRecording(recording);
+  auto const session = recording::OpenRecording(recording);
   Collector collector(session->Name(), camera);
-  for (hosting::Call call; session->Next(call);) collector.Add(call);
+  for (recording::Call call; session->Next(call);) collector.Add(call);
   BenchSession joined = collector.Join(positions);
   if (joined.frames.empty()) {
     throw hosting::UnusableInput(

@@ -1,13 +1,14 @@
 // The device that a session is played on.
 #pragma once
 
-#include "hosting/Session.h"
 #include "platform/desktop/Device.h"
+#include "recording/Session.h"
 
 namespace shadingctl {
 
 // `device` with the cameras and the calculation mode that the session was recorded with, the library at this log level,
 // and a log that tells all of its messages.
-desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, hosting::Settings const& recorded, int logLevel);
+desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, recording::Settings const& recorded,
+                                       int logLevel);
 
 }  // namespace shadingctl

@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "tools/shadingctl/frames/FramePair.h"
+#include "tools/shadingctl/frame/FramePair.h"
 
 namespace shadingctl {
 namespace {
@@ -29,7 +29,7 @@ class Stopwatch {
   std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
 };
 
-CalcOISValueInput InputOf(hosting::CalcOisValue const& calc) {
+CalcOISValueInput InputOf(recording::CalcOisValue const& calc) {
   auto const& pairs = calc.pairs;
   return {pairs[0].timestampNs, pairs[1].timestampNs, pairs[2].timestampNs,
           pairs[0].exposureNs,  pairs[1].exposureNs,  pairs[2].exposureNs};
@@ -87,27 +87,28 @@ std::vector<Camera>::iterator Replay::FindMonitor(Camera const& camera) {
   });
 }
 
-std::optional<FrameResult> Replay::Play(hosting::Call const& call, Summaries& summaries) {
-  std::int32_t const sensorId = call.camera.value_or(mOptions.camera);
-  if (mOptions.onlyCamera && sensorId != mOptions.camera) return std::nullopt;
-  return std::visit(
-      [&](auto const& operation) -> std::optional<FrameResult> {
+PlayedCall Replay::Play(recording::Call const& call) {
+  PlayedCall played;
+  played.camera = call.camera.value_or(mOptions.camera);
+  if (mOptions.onlyCamera && played.camera != mOptions.camera) return played;
+  std::visit(
+      [&](auto const& operation) {
         using Operation = std::decay_t<decltype(operation)>;
-        if constexpr (std::is_same_v<Operation, hosting::CalcOisValue>) {
-          return Play(sensorId, operation, summaries.Of(sensorId));
-        } else if constexpr (std::is_same_v<Operation, hosting::UpdateSensorData>) {
-          Play(sensorId, operation, summaries.Of(sensorId));
+        if constexpr (std::is_same_v<Operation, recording::CalcOisValue>) {
+          played.frame.emplace(Play(played.camera, operation));
+        } else if constexpr (std::is_same_v<Operation, recording::UpdateSensorData>) {
+          played.update.emplace(Play(played.camera, operation));
         } else {
           BeginCall(std::nullopt);
-          Play(sensorId, operation);
+          Play(played.camera, operation);
         }
-        return std::nullopt;
       },
       call.operation);
+  return played;
 }
 
-void Replay::Play(std::int32_t sensorId, hosting::StartMonitor const& start) {
-  using Operation = hosting::StartMonitor::Operation;
+void Replay::Play(std::int32_t sensorId, recording::StartMonitor const& start) {
+  using Operation = recording::StartMonitor::Operation;
   Camera const camera = CameraOf(sensorId, start.sensorType);
   bool const supported = mLibrary.IsSupportSensor(sensorId);
   bool const registers = start.operation != Operation::kStart && supported && camera.sensorType != -1;
@@ -128,26 +129,26 @@ void Replay::Play(std::int32_t sensorId, hosting::StartMonitor const& start) {
   }
 }
 
-bool Replay::Start(hosting::StartMonitor::Operation operation, Camera const& camera) {
+bool Replay::Start(recording::StartMonitor::Operation operation, Camera const& camera) {
   switch (operation) {
-    case hosting::StartMonitor::Operation::kRegister:
+    case recording::StartMonitor::Operation::kRegister:
       return mLibrary.RegisterSensorMonitor(camera.sensorId, camera.sensorType);
-    case hosting::StartMonitor::Operation::kStart:
+    case recording::StartMonitor::Operation::kStart:
       return mLibrary.StartSensorMonitor(camera.sensorId, camera.sensorType);
-    case hosting::StartMonitor::Operation::kRegisterAndStart:
+    case recording::StartMonitor::Operation::kRegisterAndStart:
       return mLibrary.RegisterAndStartSensorMonitor(camera.sensorId, camera.sensorType);
   }
   return false;
 }
 
-void Replay::Play(std::int32_t sensorId, hosting::StopMonitor const& stop) {
+void Replay::Play(std::int32_t sensorId, recording::StopMonitor const& stop) {
   Camera const camera = CameraOf(sensorId, stop.sensorType);
   mLibrary.StopSensorMonitor(camera.sensorId, camera.sensorType);
   auto const monitor = FindMonitor(camera);
   if (monitor != mMonitors.end()) mMonitors.erase(monitor);
 }
 
-void Replay::Play(std::int32_t sensorId, hosting::StoreRollingShutter const& store) {
+void Replay::Play(std::int32_t sensorId, recording::StoreRollingShutter const& store) {
   mDevice.SetRollingShutter(sensorId, store.sensorMode, store.rollingShutterNs);
   unsigned int const answeredNs = mLibrary.StoreRollingShutter(sensorId, store.sensorMode);
   if (answeredNs == store.rollingShutterNs) return;
@@ -155,7 +156,7 @@ void Replay::Play(std::int32_t sensorId, hosting::StoreRollingShutter const& sto
                        answeredNs, store.rollingShutterNs));
 }
 
-void Replay::Play(std::int32_t sensorId, hosting::UpdateSensorData const& update, Summary& summary) {
+PlayedUpdate Replay::Play(std::int32_t sensorId, recording::UpdateSensorData const& update) {
   BeginCall(update.frame);
   auto const monitor = std::find_if(mMonitors.begin(), mMonitors.end(),
                                     [&](Camera const& camera) { return camera.sensorId == sensorId; });
@@ -166,21 +167,22 @@ void Replay::Play(std::int32_t sensorId, hosting::UpdateSensorData const& update
   mLibrary.UpdateSensorData(sensorId, update.frame, update.timestampNs);
   std::int64_t const updateNs = watch.PassedNs();
   CameraState& state = mCameras[sensorId];
-  if (std::exchange(state.startsAnew, false)) summary.BeginHistory();
-  summary.AddUpdate(update.frame, update.batch, mMessages, updateNs);
   ++state.updates;
   state.delivered += update.batch.size();
+  return {update.frame, update.batch, mMessages.batch, mMessages.split, std::exchange(state.startsAnew, false),
+          updateNs};
 }
 
-FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& calc, Summary& summary) {
+PlayedFrame Replay::Play(std::int32_t sensorId, recording::CalcOisValue const& calc) {
   BeginCall(calc.frame);
   CameraState& state = mCameras[sensorId];
+  PlayedFrame played;
   std::int32_t const type = mOptions.type.value_or(calc.type.value_or(kShadingPreview));
   CallOutcome outcome;
   outcome.supported = mLibrary.IsSupportSensor(sensorId);
   outcome.flagHanded = calc.matched.value_or(state.matched != 0) && !mOptions.resetMatched;
   state.matched = outcome.flagHanded ? kCarriedFlag : 0;
-  hosting::ExposurePair const& pair = PairOf(calc, type);
+  recording::ExposurePair const& pair = PairOf(calc, type);
   std::uint64_t const startOfFrameUs = pair.timestampNs / 1000 - pair.exposureNs / 1000;  // as the library reckons
   outcome.startsBeforeTime = pair.exposureNs / 1000 > pair.timestampNs / 1000;
   outcome.updates = state.updates;
@@ -188,36 +190,30 @@ FrameResult Replay::Play(std::int32_t sensorId, hosting::CalcOisValue const& cal
   outcome.hasBeenWarm = state.hasBeenWarm;
   int const* const logLevel = mOptions.switches.logLevel;
   if (logLevel != nullptr && *logLevel != 0 && mCalculations++ % kSilentInterval == 0) {
-    summary.AddSilentCalculation(AskSilently(state, type, calc, sensorId));
+    played.silentNs = AskSilently(state, type, calc, sensorId);
   }
   CalcOISValueInput input = InputOf(calc);
   Stopwatch const watch;
   mLibrary.CalcOISValue(static_cast<CustShadingType>(type), input, &state.hallX, &state.hallY, calc.frame, sensorId,
                         state.matched);
-  std::int64_t const calculateNs = watch.PassedNs();
+  played.calculateNs = watch.PassedNs();
   outcome.startFound = state.matched == 1;
 
   state.hasBeenWarm = state.hasBeenWarm || HistoryOf(outcome, mMessages) >= kWindowSize;
-  FrameResult result = Judge(outcome, mMessages);
-  result.camera = sensorId;
-  result.frame = calc.frame;
-  result.timestampNs = pair.timestampNs;
+  played.frame = MakeFrame({sensorId, calc.frame, pair.timestampNs, type}, outcome, mMessages);
+  FrameResult& row = played.frame.row;
   if (!mFirstNs) mFirstNs = pair.timestampNs;
-  result.sinceFirstNs = static_cast<std::int64_t>(pair.timestampNs - *mFirstNs);
-  result.startOfFrameUs = static_cast<std::int64_t>(startOfFrameUs);
-  result.type = type;
-  if (!state.hallX.empty()) result.hallX = state.hallX.front();
-  if (!state.hallY.empty()) result.hallY = state.hallY.front();
-  summary.Add(result, calculateNs);
-  mLatestFacts = FactsOf(result, mMessages);
-  summary.AddFacts(mLatestFacts);
-  if (calc.answer && mOptions.checkAnswers) CheckAnswer(*calc.answer, state, result, summary);
-  return result;
+  row.sinceFirstNs = static_cast<std::int64_t>(pair.timestampNs - *mFirstNs);
+  row.startOfFrameUs = static_cast<std::int64_t>(startOfFrameUs);
+  if (!state.hallX.empty()) row.hallX = state.hallX.front();
+  if (!state.hallY.empty()) row.hallY = state.hallY.front();
+  if (calc.answer && mOptions.checkAnswers) played.isAsRecorded = IsAsRecorded(*calc.answer, state, row);
+  return played;
 }
 
 // The computation as it is to come, on a copy of the caller's state, without messages and dumps. The library keeps
 // nothing of a computation.
-std::int64_t Replay::AskSilently(CameraState state, std::int32_t type, hosting::CalcOisValue const& calc,
+std::int64_t Replay::AskSilently(CameraState state, std::int32_t type, recording::CalcOisValue const& calc,
                                  std::int32_t sensorId) {
   LibrarySwitches const& switches = mOptions.switches;
   int const logLevel = std::exchange(*switches.logLevel, 0);
@@ -237,19 +233,18 @@ std::int64_t Replay::AskSilently(CameraState state, std::int32_t type, hosting::
 }
 
 // The vectors of a frame without a position hold what the host left in them, which is its own affair.
-void Replay::CheckAnswer(hosting::CalcOisValue::Answer const& recorded, CameraState const& state,
-                         FrameResult const& result, Summary& summary) {
-  bool const hasPosition = result.match == Match::kStart || result.match == Match::kCarried;
-  bool const positionIsSame =
-      !hasPosition || (IsSame(recorded.hallX, result.hallX) && IsSame(recorded.hallY, result.hallY));
+bool Replay::IsAsRecorded(recording::CalcOisValue::Answer const& recorded, CameraState const& state,
+                          FrameResult const& row) {
+  bool const hasPosition = row.match == Match::kStart || row.match == Match::kCarried;
+  bool const positionIsSame = !hasPosition || (IsSame(recorded.hallX, row.hallX) && IsSame(recorded.hallY, row.hallY));
   bool const isAsRecorded = recorded.matched == (state.matched != 0) && positionIsSame;
-  summary.AddAnswer(isAsRecorded);
-  if (isAsRecorded) return;
+  if (isAsRecorded) return true;
   Complain(
       fmt::format("camera {}, frame {}: the recording has the flag {} and the position ({}, {}), the library "
                   "answers {} and ({}, {})",
-                  result.camera, result.frame, recorded.matched ? 1 : 0, TextOf(recorded.hallX), TextOf(recorded.hallY),
-                  state.matched != 0 ? 1 : 0, TextOf(result.hallX), TextOf(result.hallY)));
+                  row.camera, row.frame, recorded.matched ? 1 : 0, TextOf(recorded.hallX), TextOf(recorded.hallY),
+                  state.matched != 0 ? 1 : 0, TextOf(row.hallX), TextOf(row.hallY)));
+  return false;
 }
 
 }  // namespace shadingctl

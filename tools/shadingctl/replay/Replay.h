@@ -9,14 +9,12 @@
 #include <string_view>
 #include <vector>
 
-#include "hosting/Session.h"
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
-#include "tools/shadingctl/findings/FrameFacts.h"
-#include "tools/shadingctl/frames/FrameResult.h"
-#include "tools/shadingctl/messages/FrameMessages.h"
+#include "recording/Session.h"
+#include "tools/shadingctl/frame/Frame.h"
+#include "tools/shadingctl/log/FrameMessages.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
-#include "tools/shadingctl/replay/Summaries.h"
 
 namespace shadingctl {
 
@@ -28,6 +26,30 @@ struct LibrarySwitches {
   int* logLevel = nullptr;
   int* previewDump = nullptr;
   int* captureDump = nullptr;
+};
+
+// An update with what the library said of it.
+struct PlayedUpdate {
+  std::uint32_t frame = 0;
+  std::vector<NSCam::Utils::SensorData> const& batch;  // the call's
+  std::optional<BatchStored> stored;
+  bool split = false;
+  bool beginsHistory = false;  // the first one since the camera's monitor was started
+  std::int64_t updateNs = 0;   // that the library took
+};
+
+struct PlayedFrame {
+  Frame frame;
+  std::int64_t calculateNs = 0;          // that the library took
+  std::optional<std::int64_t> silentNs;  // that it took at log level 0, where that was measured
+  std::optional<bool> isAsRecorded;      // the answer, where the recording holds one and it is compared
+};
+
+// One call and what came of it; both empty for calls that neither update nor compute, and for those left out.
+struct PlayedCall {
+  std::int32_t camera = 0;
+  std::optional<PlayedUpdate> update;
+  std::optional<PlayedFrame> frame;
 };
 
 // Monitors that the session leaves running are stopped at destruction. The device's messages are listened to in
@@ -52,11 +74,8 @@ class Replay {
   // What the host should tell its user about the calls so far, the first of it; empty when they went well.
   std::string const& complaint() const { return mComplaint; }
 
-  // What decided the latest computation.
-  FrameFacts const& latestFacts() const { return mLatestFacts; }
-
-  // Makes one call and adds to the summary of its camera. A call that computes a position has a result.
-  std::optional<FrameResult> Play(hosting::Call const& call, Summaries& summaries);
+  // Makes one call, which must outlive the answer.
+  PlayedCall Play(recording::Call const& call);
 
  private:
   // What a host keeps of a camera.
@@ -70,21 +89,20 @@ class Replay {
     bool startsAnew = false;  // no update came since then
   };
 
-  void Play(std::int32_t sensorId, hosting::StartMonitor const& start);
-  void Play(std::int32_t sensorId, hosting::StopMonitor const& stop);
-  void Play(std::int32_t sensorId, hosting::StoreRollingShutter const& store);
-  void Play(std::int32_t sensorId, hosting::UpdateSensorData const& update, Summary& summary);
-  FrameResult Play(std::int32_t sensorId, hosting::CalcOisValue const& calc, Summary& summary);
+  void Play(std::int32_t sensorId, recording::StartMonitor const& start);
+  void Play(std::int32_t sensorId, recording::StopMonitor const& stop);
+  void Play(std::int32_t sensorId, recording::StoreRollingShutter const& store);
+  PlayedUpdate Play(std::int32_t sensorId, recording::UpdateSensorData const& update);
+  PlayedFrame Play(std::int32_t sensorId, recording::CalcOisValue const& calc);
 
-  bool Start(hosting::StartMonitor::Operation operation, Camera const& camera);
+  bool Start(recording::StartMonitor::Operation operation, Camera const& camera);
   void Listen(std::string_view message);
   void BeginCall(std::optional<std::uint32_t> frame);
   void Complain(std::string const& complaint);
   Camera CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const;
   std::vector<Camera>::iterator FindMonitor(Camera const& camera);
-  void CheckAnswer(hosting::CalcOisValue::Answer const& recorded, CameraState const& state, FrameResult const& result,
-                   Summary& summary);
-  std::int64_t AskSilently(CameraState state, std::int32_t type, hosting::CalcOisValue const& calc,
+  bool IsAsRecorded(recording::CalcOisValue::Answer const& recorded, CameraState const& state, FrameResult const& row);
+  std::int64_t AskSilently(CameraState state, std::int32_t type, recording::CalcOisValue const& calc,
                            std::int32_t sensorId);
 
   VeyraShadingUtil& mLibrary;
@@ -94,7 +112,6 @@ class Replay {
   std::string mComplaint;
 
   FrameMessages mMessages;
-  FrameFacts mLatestFacts;
   std::optional<std::uint32_t> mFrame;  // at work
   bool mIsListening = true;
   std::uint64_t mCalculations = 0;

@@ -8,12 +8,12 @@
 #include <system_error>
 #include <utility>
 
-#include "hosting/InputStream.h"
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
+#include "recording/InputStream.h"
 #include "tools/shadingctl/fit/FitFormats.h"
 #include "tools/shadingctl/output/FileIdentity.h"
-#include "tools/shadingctl/output/ResultWriter.h"
+#include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
 namespace {
@@ -241,7 +241,7 @@ ResultDocument ParseResult(std::string const& name, std::string const& text) {
 
 ResultDocument ReadResultDocument(std::string const& path) {
   bool const isStandardInput = path == kStandardInput;
-  hosting::InputStream const file = hosting::OpenInput(path);
+  recording::InputStream const file = recording::OpenInput(path);
   std::string text;
   std::array<char, 65536> buffer{};
   while (file != nullptr) {

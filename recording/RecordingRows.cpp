@@ -1,0 +1,118 @@
+#include "recording/RecordingRows.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "recording/CallColumns.h"
+
+namespace recording {
+namespace {
+
+using Cells = std::array<std::string, kCallColumns.size()>;
+
+template <std::size_t N>
+std::string HeaderOf(std::array<CsvFile::Column, N> const& columns) {
+  std::array<char const*, N> names{};
+  std::transform(columns.begin(), columns.end(), names.begin(), [](auto const& column) { return column.name; });
+  return fmt::format("{}\n", fmt::join(names, ","));
+}
+
+template <class Value>
+void Fill(std::string& cell, std::optional<Value> const& value) {
+  if (value) cell = fmt::format("{}", *value);
+}
+
+template <>
+void Fill(std::string& cell, std::optional<bool> const& value) {
+  if (value) cell = *value ? "1" : "0";
+}
+
+char const* KindOf(StartMonitor::Operation operation) {
+  switch (operation) {
+    case StartMonitor::Operation::kRegister:
+      return kRegisterKind;
+    case StartMonitor::Operation::kStart:
+      return kStartKind;
+    case StartMonitor::Operation::kRegisterAndStart:
+      return kRegisterAndStartKind;
+  }
+  return "";
+}
+
+void FillCall(Cells& cells, StartMonitor const& start) {
+  cells[kCallKind] = KindOf(start.operation);
+  Fill(cells[kCallSensorType], start.sensorType);
+  Fill(cells[kCallAnswer], start.answer);
+}
+
+void FillCall(Cells& cells, StopMonitor const& stop) {
+  cells[kCallKind] = kStopKind;
+  Fill(cells[kCallSensorType], stop.sensorType);
+}
+
+void FillCall(Cells& cells, StoreRollingShutter const& store) {
+  cells[kCallKind] = kReadoutKind;
+  cells[kCallSensorMode] = fmt::format("{}", store.sensorMode);
+  cells[kCallRollingShutter] = fmt::format("{}", store.rollingShutterNs);
+}
+
+void FillCall(Cells& cells, UpdateSensorData const& update) {
+  cells[kCallKind] = kUpdateKind;
+  cells[kCallFrame] = fmt::format("{}", update.frame);
+  cells[kCallTimestamp] = fmt::format("{}", update.timestampNs);
+  cells[kCallSamples] = fmt::format("{}", update.batch.size());
+}
+
+void FillCall(Cells& cells, CalcOisValue const& calc) {
+  constexpr struct {
+    CallColumn timestamp;
+    CallColumn exposure;
+  } kPairs[] = {{kCallTimestamp, kCallExposure}, {kCallTimestamp1, kCallExposure1}, {kCallTimestamp2, kCallExposure2}};
+  cells[kCallKind] = kCalculateKind;
+  cells[kCallFrame] = fmt::format("{}", calc.frame);
+  Fill(cells[kCallType], calc.type);
+  for (std::size_t i = 0; i < calc.pairs.size(); ++i) {
+    cells[kPairs[i].timestamp] = fmt::format("{}", calc.pairs[i].timestampNs);
+    cells[kPairs[i].exposure] = fmt::format("{}", calc.pairs[i].exposureNs);
+  }
+  Fill(cells[kCallMatched], calc.matched);
+  if (!calc.answer) return;
+  Fill(cells[kCallAnswer], std::optional(calc.answer->matched));
+  Fill(cells[kCallHallX], calc.answer->hallX);
+  Fill(cells[kCallHallY], calc.answer->hallY);
+}
+
+}  // namespace
+
+std::string SettingsText(Settings const& settings) {
+  std::string text = fmt::format("key,value\nversion,{}\n", kRecordingVersion);
+  if (settings.cameras) text += fmt::format("cameras,{}\n", fmt::join(*settings.cameras, " "));
+  if (settings.calculationMode) text += fmt::format("calculation_mode,{}\n", *settings.calculationMode);
+  if (settings.batches == Batches::kFiled) text += "batches,filed\n";
+  if (settings.batches == Batches::kRebuilt) text += "batches,rebuilt\n";
+  return text;
+}
+
+std::string CallsHeader() { return HeaderOf(kCallColumns); }
+std::string SamplesHeader() { return HeaderOf(kCallSampleColumns); }
+
+void AppendCall(std::string& text, std::uint64_t number, Call const& call, std::optional<std::uint64_t> samples) {
+  Cells cells;
+  cells[kCallNumber] = fmt::format("{}", number);
+  Fill(cells[kCallTime], call.timeNs);
+  Fill(cells[kCallCamera], call.camera);
+  std::visit([&](auto const& operation) { FillCall(cells, operation); }, call.operation);
+  Fill(cells[kCallSamples], samples);
+  fmt::format_to(std::back_inserter(text), "{}\n", fmt::join(cells, ","));
+}
+
+void AppendSamples(std::string& text, std::uint64_t number, std::vector<NSCam::Utils::SensorData> const& batch) {
+  for (auto const& sample : batch) {
+    fmt::format_to(std::back_inserter(text), "{},{},{},{}\n", number, sample.timestamp, sample.oisHallX,
+                   sample.oisHallY);
+  }
+}
+
+}  // namespace recording

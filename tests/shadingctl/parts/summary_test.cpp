@@ -1,0 +1,123 @@
+// The figures of a summary, and the table's lines.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "tools/shadingctl/result/TableLayout.h"
+#include "tools/shadingctl/summary/Summary.h"
+
+namespace shadingctl {
+namespace {
+
+FrameResult Frame(Match match) {
+  FrameResult frame;
+  frame.match = match;
+  return frame;
+}
+
+Summary SummaryOf(std::initializer_list<std::pair<Match, int>> counts) {
+  Summary summary(4);
+  for (auto const& [match, count] : counts) {
+    for (int i = 0; i < count; ++i) summary.Add(Frame(match), 0);
+  }
+  return summary;
+}
+
+std::string LineOf(Summary const& summary, std::string const& title) {
+  std::string const text = "\n" + summary.Text();
+  std::size_t const at = text.find("\n" + title);
+  return at == std::string::npos ? "" : text.substr(at + 1, text.find('\n', at + 1) - at - 1);
+}
+
+TEST(Summary, OnlyAllIsHundredPercentAndOnlyNothingIsZero) {
+  auto const few = SummaryOf({{Match::kStart, 29999}, {Match::kNoStart, 1}});
+  EXPECT_EQ(LineOf(few, "Matched"), "Matched    start 29999 (>99.9 %), no_start 1 (<0.1 %)");
+  EXPECT_EQ(LineOf(few, "Match rate"), "Match rate >99.9 % of the 30000 frames have a sample at their start");
+  EXPECT_EQ(few.Json()["match_rate"], 0.999967);
+  EXPECT_EQ(SummaryOf({{Match::kStart, 2999999}, {Match::kNoStart, 1}}).Json()["match_rate"], 0.999999);
+  EXPECT_EQ(SummaryOf({{Match::kStart, 1}, {Match::kNoStart, 2999999}}).Json()["match_rate"], 0.000001);
+  EXPECT_EQ(LineOf(SummaryOf({{Match::kStart, 3}}), "Matched"), "Matched    start 3 (100.0 %)");
+  EXPECT_EQ(LineOf(SummaryOf({{Match::kOff, 3}}), "Match rate"),
+            "Match rate 0.0 % of the 3 frames have a sample at their start");
+}
+
+TEST(Summary, TheWarmUpIsNoFailure) {
+  auto const summary = SummaryOf({{Match::kWarmUp, 10}, {Match::kStart, 57}, {Match::kNoWindow, 3}});
+  EXPECT_EQ(LineOf(summary, "Matched"), "Matched    start 57 (95.0 %), no_window 3 (5.0 %)");
+  EXPECT_EQ(LineOf(summary, "Match rate"),
+            "Match rate 95.0 % of the 60 frames after the warm-up have a sample at their start (81.4 % of all 70)");
+  auto const json = summary.Json();
+  EXPECT_EQ(json["warm_up_frames"], 10);
+  EXPECT_EQ(json["match_rate"], 0.95);
+  EXPECT_EQ(json["match_rate_of_all"], 0.814286);
+  EXPECT_TRUE(SummaryOf({{Match::kWarmUp, 10}}).Json()["match_rate"].is_null());
+  EXPECT_EQ(LineOf(SummaryOf({{Match::kWarmUp, 9}}), "Match rate"),
+            "Match rate none, as there is no frame after the warm-up");
+}
+
+TEST(Summary, AgesAreNeitherNegativeNorMoreExactThanTheyAreKnown) {
+  Summary summary(4);
+  FrameResult carried = Frame(Match::kCarried);
+  for (std::int64_t const ageUs : {400000L, 400001L, 400003L, -9000L, -1L}) {
+    carried.spanAgeUs = ageUs;
+    summary.Add(carried, 0);
+  }
+  EXPECT_EQ(LineOf(summary, "Carried"),
+            "Carried    position from the oldest end of the window; its age: median 400.0 ms (within 1.6 %), largest "
+            "400.0 ms; 2 are later than their frame");
+  EXPECT_EQ(summary.Json()["carried_age_us"].dump(),
+            R"({"median":400001.3,"median_error":0.015625,"largest":400003,"later":2})");
+}
+
+// ---- The table
+
+TEST(TableLayout, ColumnsGoInAFixedOrderThenGetNarrow) {
+  struct {
+    std::optional<std::size_t> width;
+    char const* head;
+  } const rows[] = {
+      {std::nullopt,
+       "     frame      time match     samples    span  offset from start      age        hall x        hall y covers "
+       "note\n"},
+      {148,
+       "     frame      time match     samples    span  offset from start      age        hall x        hall y covers "
+       "note\n"},
+      {141,
+       "     frame      time match     samples    span  offset from start      age        hall x        hall y note\n"},
+      {140, "     frame      time match        span  offset from start      age        hall x        hall y note\n"},
+      {120, "     frame      time match     from start      age        hall x        hall y note\n"},
+      {99, "     frame      time match            hall x        hall y note\n"},
+      {80, "frame    time match       hall x   hall y note\n"},
+  };
+  for (auto const& row : rows) {
+    TableLayout const layout = FitTable(row.width, 3, false);
+    std::vector<std::string> names;
+    for (auto const& column : layout.columns) names.emplace_back(column.name);
+    EXPECT_EQ(TableRow(layout, names, "note"), row.head) << row.width.value_or(0);
+  }
+}
+
+TEST(TableLayout, ANoteTakesOneLineFrom80ColumnsOnAndIsWrappedBelow) {
+  for (std::size_t width = 80; width < 160; ++width) {
+    TableLayout const layout = FitTable(width, 5, false);
+    std::string const row =
+        TableRow(layout, std::vector<std::string>(layout.columns.size(), "12345"), std::string(kNoteWidth, 'x'));
+    EXPECT_LE(row.size(), width + 1);
+    EXPECT_EQ(std::count(row.begin(), row.end(), '\n'), 1) << width;
+  }
+  TableLayout const narrow = FitTable(60, 7, false);  // without the time: 24 columns are left
+  EXPECT_EQ(TableRow(narrow, {"1234567", "no_start", "", ""}, "nearest in window 5652 us from start"),
+            "1234567 no_start                    nearest in window 5652\n"
+            "                                    us from start\n");
+}
+
+TEST(TableLayout, NumbersLoseDecimalsRatherThanTheirPlace) {
+  EXPECT_EQ(FitNumber(-53.70669, 8, 4), "-53.7067");
+  EXPECT_EQ(FitNumber(-1234.5678, 8, 4), "-1234.57");
+  EXPECT_EQ(FitNumber(-12345678, 8, 4), "-1.2e+07");
+  EXPECT_EQ(FitNumber(1234.5678, 7, 3), "1234.57");
+}
+
+}  // namespace
+}  // namespace shadingctl

@@ -1,0 +1,50 @@
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/commands/import/ImportOptions.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr char kProgram[] = "shadingctl-import";
+
+// Becomes the program beside this one, or else the one in PATH. Returns only by throwing UnusableInput.
+int RunImporter(std::vector<std::string> words) {
+  std::string name = kProgram;
+  std::vector<char*> arguments = {name.data()};
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  std::error_code error;
+  auto const self = std::filesystem::read_symlink("/proc/self/exe", error);
+  std::string const beside = (self.parent_path() / kProgram).string();
+  execv(beside.c_str(), arguments.data());
+  int const reason = errno;
+  execvp(kProgram, arguments.data());
+  throw hosting::UnusableInput(
+      fmt::format("{}: cannot be run: {}; expected this program beside shadingctl, with which it is built and "
+                  "installed, or in PATH",
+                  beside, std::generic_category().message(reason)));
+}
+
+}  // namespace
+
+void AddImportCommand(CLI::App& app, std::vector<std::string> words, Command& chosen) {
+  auto const arguments = std::make_shared<ImportArguments>();
+  CLI::App* const command = app.add_subcommand("import", kImportDescription);
+  AddImportOptions(*command, *arguments);
+  command->callback([command, arguments, words = std::move(words), &chosen] {
+    CompleteImportArguments(*command, *arguments);
+    chosen = [words] { return RunImporter(words); };
+  });
+}
+
+}  // namespace shadingctl

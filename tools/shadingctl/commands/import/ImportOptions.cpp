@@ -1,0 +1,176 @@
+#include "tools/shadingctl/commands/import/ImportOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <limits>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/commands/Program.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr std::uint32_t kLongestUs = 4'000'000;  // of exposures and readouts; the latter are 32 bits of ns
+constexpr double kLargestScale = 1e9;
+
+std::set<std::string> const kFields = {"frames.frame", "frames.timestamp", "frames.exposure", "frames.readout",
+                                       "hall.frame",   "hall.timestamp",   "hall.x",          "hall.y"};
+
+// Adds an option whose value is one of a few names.
+template <class Value, class Target>
+CLI::Option* AddChoice(CLI::App& command, std::string const& name, std::map<std::string, Value> const& values,
+                       Target& target, std::string const& description) {
+  std::vector<std::string> names;
+  for (auto const& [text, value] : values) names.push_back(text);
+  return command
+      .add_option_function<std::string>(
+          name, [&target, values](std::string const& text) { target = values.at(text); }, description)
+      ->check(CLI::IsMember(names));
+}
+
+void AddMapping(std::vector<std::string> const& texts, std::map<std::string, std::string>& columns) {
+  for (std::string const& text : texts) {
+    std::size_t const equals = text.find('=');
+    std::string const field = text.substr(0, equals);
+    bool const isWhole = equals != std::string::npos && equals + 1 < text.size() && kFields.count(field) > 0;
+    if (!isWhole) {
+      throw CLI::ValidationError("--map", fmt::format("expected FIELD=COLUMN, where FIELD is one of {}, found '{}'",
+                                                      fmt::join(kFields, ", "), text));
+    }
+    if (!columns.emplace(field, text.substr(equals + 1)).second) {
+      throw CLI::ValidationError("--map", fmt::format("expected a column for {} once, found '{}' again", field, text));
+    }
+  }
+}
+
+// Options that stand in the place of a column exclude the mapping of that column.
+void RefuseTwoSources(ImportArguments const& arguments) {
+  std::pair<char const*, std::pair<char const*, bool>> const replaced[] = {
+      {"--exposure-us", {"frames.exposure", arguments.exposureUs.has_value()}},
+      {"--readout-us", {"frames.readout", arguments.readoutUs.has_value()}},
+      {"--delivery-delay-us", {"hall.frame", arguments.deliveryDelayUs.has_value()}}};
+  for (auto const& [option, column] : replaced) {
+    if (column.second && arguments.columns.count(column.first) > 0) {
+      throw CLI::ValidationError(option, fmt::format("excludes --map {}=", column.first));
+    }
+  }
+}
+
+constexpr char const* kFooter = R"(CSV: one line for each frame, and one for each sample in the order of delivery; the
+first line, or the one after --skip lines, names the columns. Fields of --map, and
+their columns without it:
+  frames.frame      frame         counted from 1 when missing
+  frames.timestamp  timestamp_ns
+  frames.exposure   exposure_ns   or --exposure-us
+  frames.readout    rolling_shutter_ns  or --readout-us
+  hall.frame        frame         samples are delivered by time when missing
+  hall.timestamp    timestamp_ns
+  hall.x, hall.y    hall_x, hall_y
+
+A FILE whose name ends in .pb3 is a recording of VideoIMUCapture, any other one a
+log of the library at level 4 (adb logcat -v threadtime).
+
+Exit code: 0 done, 2 wrong usage, 3 unusable input or output; nothing is left
+behind then.
+
+Examples:
+  shadingctl import -o walk --frames frames.csv --hall ois.csv --frame-time start --map frames.timestamp=t_sec --time-unit s --hall-time-unit ns --duration-unit ns
+  shadingctl import video_meta.pb3 -o walk
+  shadingctl import phone.log -o walk)";
+
+}  // namespace
+
+void AddImportOptions(CLI::App& command, ImportArguments& arguments) {
+  static std::map<std::string, TimeUnit> const units = {{"s", TimeUnit::kSeconds},
+                                                        {"ms", TimeUnit::kMilliseconds},
+                                                        {"us", TimeUnit::kMicroseconds},
+                                                        {"ns", TimeUnit::kNanoseconds}};
+  command.footer(kFooter);
+  auto* const file = command.add_option("FILE", arguments.file, "A .pb3 or a log; - is a log from standard input");
+  command.add_option("-o,--output", arguments.directory, "Directory for the recording; made when missing")
+      ->type_name("DIR")
+      ->required()
+      ->check(RefuseStandardStream);
+  command.add_flag("--force", arguments.force, "Replace a recording that is there already");
+  command.add_flag("--salvage", arguments.salvage, "Of a file that is cut short, take what is whole");
+  AddChoice<ImportForm>(command, "--form", {{"pb3", ImportForm::kVideo}, {"log", ImportForm::kLog}}, arguments.form,
+                        "What FILE is, whatever its name")
+      ->needs(file);
+
+  auto* const frames =
+      command.add_option("--frames", arguments.framesFile, "CSV file of the frames")->type_name("FILE")->excludes(file);
+  auto* const hall = command.add_option("--hall", arguments.hallFile, "CSV file of the stabiliser's samples")
+                         ->type_name("FILE")
+                         ->needs(frames);
+  auto* const frameTime =
+      AddChoice<bool>(command, "--frame-time", {{"start", true}, {"end", false}}, arguments.timesAreStarts,
+                      "Whether a frame's time is the start of its first line's exposure, or its end")
+          ->needs(frames);
+  frames->needs(hall)->needs(frameTime);
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--map", [&arguments](std::vector<std::string> const& texts) { AddMapping(texts, arguments.columns); },
+          "The column of a field; once for each")
+      ->type_name("FIELD=COLUMN")
+      ->expected(1)
+      ->take_all()
+      ->needs(frames);
+  AddNumber(command, "--skip", arguments.skip, std::uint32_t{0}, std::uint32_t{1000000}, "Lines before the header")
+      ->needs(frames);
+  AddNumber(command, "--hall-skip", arguments.hallSkip, std::uint32_t{0}, std::uint32_t{1000000},
+            "The same of the samples' file, where it differs")
+      ->needs(frames);
+  AddChoice<TimeUnit>(command, "--time-unit", units, arguments.timeUnit, "Unit of the times")
+      ->default_str("ns")
+      ->needs(frames);
+  AddChoice<TimeUnit>(command, "--hall-time-unit", units, arguments.hallTimeUnit,
+                      "The same of the samples, where it differs")
+      ->needs(frames);
+  AddChoice<TimeUnit>(command, "--duration-unit", units, arguments.durationUnit,
+                      "The same of exposure and readout times, where it differs")
+      ->needs(frames);
+  AddNumber(command, "--delivery-delay-us", arguments.deliveryDelayUs, std::uint32_t{0}, std::uint32_t{1000000},
+            "Deliver samples by time, so long after a frame's readout, instead of with the frame that they name; 1000 "
+            "where they name none")
+      ->needs(frames);
+
+  AddNumber(command, "--exposure-us", arguments.exposureUs, std::uint32_t{1}, kLongestUs,
+            "Exposure time of every frame, in place of the file's; not of logs");
+  AddNumber(command, "--readout-us", arguments.readoutUs, std::uint32_t{1}, kLongestUs,
+            "Readout time of every frame, in place of the file's; not of logs");
+  AddNumber(command, "--scale-x", arguments.scaleX, -kLargestScale, kLargestScale,
+            "Factor of the positions; negative: the axis is mirrored; not of logs");
+  AddNumber(command, "--scale-y", arguments.scaleY, -kLargestScale, kLargestScale, "The same of the other axis");
+}
+
+void CompleteImportArguments(CLI::App const& command, ImportArguments& arguments) {
+  RefuseEmptyValues(command);
+  bool const isCsv = command.get_option("--frames")->count() > 0;
+  if (!isCsv && arguments.file.empty()) throw CLI::RequiredError("FILE, or --frames and --hall,");
+  RefuseTwoSources(arguments);
+  bool const isVideo = arguments.file.size() > 4 && arguments.file.substr(arguments.file.size() - 4) == ".pb3";
+  if (!arguments.form) arguments.form = isVideo ? ImportForm::kVideo : ImportForm::kLog;
+  if (isCsv || arguments.form == ImportForm::kVideo) return;
+  for (char const* const name : {"--exposure-us", "--readout-us", "--scale-x", "--scale-y", "--salvage"}) {
+    if (command.get_option(name)->count() == 0) continue;
+    throw CLI::ValidationError(name, "expected CSV files or a .pb3, found a log");
+  }
+}
+
+int ParseAndImport(int argc, char** argv, std::function<int(ImportArguments const&)> const& import) {
+  CLI::App app{kImportDescription, "shadingctl import"};
+  app.set_version_flag("-V,--version", "shadingctl " PROJECT_VERSION);
+  ImportArguments arguments;
+  AddImportOptions(app, arguments);
+  try {
+    app.parse(argc, argv);
+    CompleteImportArguments(app, arguments);
+  } catch (CLI::ParseError const& error) {
+    return AnswerParseError(app, error);
+  }
+  return import(arguments);
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,75 @@
+#include "tools/shadingctl/commands/replay/ReplayEnding.h"
+
+#include <fmt/format.h>
+
+#include "tools/shadingctl/output/Console.h"
+
+namespace shadingctl {
+namespace {
+
+std::string DigestText(ResultChecks const& checks) {
+  return checks.digest() ? fmt::format("Digest     {} of the rows as CSV\n", *checks.digest()) : std::string();
+}
+
+std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
+                        ResultChecks const& checks) {
+  RowSelection const& rows = arguments.rows;
+  bool const isSelection = !rows.none && !rows.IsAll();
+  std::string const shown = isSelection ? fmt::format("Shown      {} of {} frames; the summary is of all\n",
+                                                      ending.shownFrames, summaries.frames())
+                                        : std::string();
+  return shown + summaries.Text() + DigestText(checks);
+}
+
+// The summary goes to the stream that does not carry the result.
+void ShowSummary(ReplayArguments const& arguments, std::string const& text) {
+  bool const resultIsShown = arguments.output == kStandardOutput;
+  if (resultIsShown && arguments.format == Format::kJson) return;  // it is part of the object
+  if ((resultIsShown && arguments.format == Format::kCsv) || arguments.log == kStandardOutput) {
+    TellPlainly(text);
+    return;
+  }
+  OutputFile console(kStandardOutput);
+  console.Write((resultIsShown ? "\n" : "") + text);
+  console.Finish();
+}
+
+}  // namespace
+
+void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
+                  ResultChecks const& checks, ReplayFiles const& files) {
+  bool const isComplete = ending.error.empty();
+  std::string const summary = SummaryText(arguments, ending, summaries, checks);
+  bool const isResult =
+      arguments.rows.none && arguments.format != Format::kJson && (isComplete || !files.output->IsHeldBack());
+  if (isResult) files.output->Write(summary);
+  auto const finished = [&](OutputFile* file) -> OutputFile* {
+    if (file == nullptr || isComplete || !file->IsHeldBack()) return file;
+    Tell(fmt::format("{}: not written, as the replay is not complete", file->name()));
+    return nullptr;
+  };
+  OutputFile* const output = finished(files.output);
+  OutputFile* const log = finished(files.log);
+  OutputFile::FinishAll({output, log, finished(files.report)});
+  if (!isResult && !arguments.quiet) ShowSummary(arguments, summary);
+  if (arguments.quiet) TellPlainly(DigestText(checks));
+}
+
+int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
+                 ResultChecks const& checks) {
+  if (!ending.complaint.empty()) Tell(ending.complaint);
+  if (summaries.CountOf(Match::kStart) == 0 && ending.error.empty()) {
+    Tell(summaries.frames() == 0 ? "NOTHING MATCHED: no position was computed"
+                                 : "NOTHING MATCHED: not one frame has a sample at its start");
+  }
+  std::string const dumps = ending.dumps.Complaint(arguments.dumpDirectory);
+  if (!dumps.empty()) Tell(dumps);
+  if (!ending.error.empty()) Tell(ending.error);
+  if (ending.exitCode != kExitDone) return ending.exitCode;
+  if (!dumps.empty()) return kExitUnusable;
+  for (std::string const& complaint : checks.complaints()) Tell(complaint);
+  bool const differs = summaries.differentAnswers() > 0 || !checks.complaints().empty();
+  return differs ? kExitDifference : kExitDone;
+}
+
+}  // namespace shadingctl

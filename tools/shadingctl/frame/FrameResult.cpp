@@ -1,0 +1,142 @@
+#include "tools/shadingctl/frame/FrameResult.h"
+
+#include <fmt/format.h>
+
+namespace shadingctl {
+namespace {
+
+bool IsWarmingUp(CallOutcome const& outcome, FrameMessages const& messages) {
+  return !outcome.hasBeenWarm && outcome.updates <= kHistoryFrames && !messages.zeroTime &&
+         HistoryOf(outcome, messages) < kWindowSize;
+}
+
+Match MatchOf(CallOutcome const& outcome, FrameMessages const& messages) {
+  if (!outcome.supported || messages.notRegistered) return Match::kOff;
+  if (messages.nothingMatched || messages.zeroTime || (messages.times && messages.times->samples == 0)) {
+    return IsWarmingUp(outcome, messages) ? Match::kWarmUp : Match::kNoWindow;
+  }
+  if (messages.done()) return outcome.startFound ? Match::kStart : Match::kCarried;
+  return outcome.startFound || outcome.flagHanded ? Match::kSingle : Match::kNoStart;
+}
+
+// The distance of the entry that became the start.
+std::optional<std::int64_t> StartDistanceUs(CallOutcome const& outcome, FrameMessages const& messages) {
+  if (outcome.startFound) {
+    if (!messages.start || !messages.span) return std::nullopt;
+    StartFound const& start = *messages.start;
+    return messages.span->first == start.index ? start.distanceUs : start.nextDistanceUs;
+  }
+  auto const& first = messages.firstCandidate;
+  if (first && messages.span && first->index == messages.span->first) return first->distanceUs;
+  return std::nullopt;
+}
+
+// Of a frame with a window, but without a start. The window may be far from the frame although nearer samples were
+// delivered, so it is named.
+std::string ExplainNoStart(CallOutcome const& outcome, FrameMessages const& messages,
+                           std::vector<AlignedSample> const& table) {
+  constexpr std::int64_t kLongUs = 1000000;  // told in ms from here on
+  if (outcome.startsBeforeTime) return "exposure longer than the frame's time";
+  auto const nearest =
+      table.empty() ? std::nullopt : FindNearest(table, static_cast<std::int64_t>(messages.times->startOfFrameUs));
+  if (!nearest) return fmt::format("none within {} us of the start", kToleranceUs);
+  std::int64_t const us = nearest->distanceUs;
+  if (us < kToleranceUs) return "only the window's last is near enough";  // no span can begin there
+  return us < kLongUs ? fmt::format("nearest in window {} us from start", us)
+                      : fmt::format("nearest in window {} ms from start", us / 1000);
+}
+
+std::string ExplainNoWindow(FrameMessages const& messages) {
+  if (messages.zeroTime) return "the frame's time is 0";
+  if (!messages.buffered) return "no sample at its time or too few";
+  if (*messages.buffered >= kWindowSize) return "nothing at or after its time";
+  return fmt::format("{} frames hold {} of {} samples", kHistoryFrames, *messages.buffered, kWindowSize);
+}
+
+// In few enough characters for a line of the table on a terminal of 80.
+std::string Explain(Match match, CallOutcome const& outcome, FrameMessages const& messages,
+                    std::vector<AlignedSample> const& table) {
+  switch (match) {
+    case Match::kStart:
+      return {};
+    case Match::kCarried:
+    case Match::kNoStart:
+      return ExplainNoStart(outcome, messages, table);
+    case Match::kSingle:
+      return outcome.startFound ? "only one entry" : fmt::format("one entry; none within {} us", kToleranceUs);
+    case Match::kNoWindow:
+      return ExplainNoWindow(messages);
+    case Match::kWarmUp:
+      return fmt::format("{} of {} samples so far", HistoryOf(outcome, messages), kWindowSize);
+    case Match::kOff:
+      return outcome.supported ? "camera without a monitor" : "camera not in the sensor map";
+  }
+  return {};
+}
+
+}  // namespace
+
+char const* Name(Match match) {
+  switch (match) {
+    case Match::kStart:
+      return "start";
+    case Match::kCarried:
+      return "carried";
+    case Match::kNoStart:
+      return "no_start";
+    case Match::kSingle:
+      return "single";
+    case Match::kNoWindow:
+      return "no_window";
+    case Match::kWarmUp:
+      return "warm_up";
+    case Match::kOff:
+      return "off";
+  }
+  return "";
+}
+
+char const* Name(SpanEnd end) { return end == SpanEnd::kNear ? "near" : "last"; }
+
+std::string PositionText(double position) { return fmt::format("{:.9g}", position); }
+std::string ShareText(double share) { return fmt::format("{:.4f}", share); }
+std::string DistanceText(double distance) { return fmt::format("{:.4f}", distance); }
+
+std::uint64_t HistoryOf(CallOutcome const& outcome, FrameMessages const& messages) {
+  return messages.buffered.value_or(outcome.delivered);
+}
+
+FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages, std::vector<AlignedSample> const& table) {
+  FrameResult result;
+  result.match = MatchOf(outcome, messages);
+  result.message = Explain(result.match, outcome, messages, table);
+  result.startFound = outcome.startFound;
+  result.historySamples = messages.buffered;
+  if (!messages.times) return result;
+  FrameTimesTold const& times = *messages.times;
+  result.times = times;
+  result.samples = times.samples;
+  result.offsetUs = times.offsetUs;
+  if (!table.empty()) result.window = AlignedRange{table.front().timeUs, table.back().timeUs};
+  // Without a start the library reports a span of entries 0 to 0, which says nothing.
+  bool const hasSpan =
+      result.match == Match::kStart || result.match == Match::kCarried || result.match == Match::kSingle;
+  if (!hasSpan || !messages.span) return result;
+  result.startIndex = messages.span->first;
+  result.endIndex = messages.span->last;
+  if (outcome.startsBeforeTime) return result;  // nothing can be far from what has no time
+  result.startDistanceUs = StartDistanceUs(outcome, messages);
+  auto const timing =
+      TimeSpan(table, *messages.span, {static_cast<std::int64_t>(times.startOfFrameUs), times.readoutUs});
+  if (!timing) return result;
+  result.spanTime = AlignedRange{table[static_cast<std::size_t>(messages.span->first)].timeUs,
+                                 table[static_cast<std::size_t>(messages.span->last)].timeUs};
+  result.spanAgeUs = timing->ageUs;
+  result.end = timing->endIsNear() ? SpanEnd::kNear : SpanEnd::kLast;
+  result.endDistanceUs = timing->endDistanceUs;
+  result.coverage = timing->coverage;
+  result.repeatedSamples = timing->repeated;
+  return result;
+}
+
+}  // namespace shadingctl

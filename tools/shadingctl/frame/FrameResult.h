@@ -1,0 +1,113 @@
+// The outcome of one frame, as every output format shows it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/frame/FrameTiming.h"
+#include "tools/shadingctl/log/FrameMessages.h"
+
+namespace shadingctl {
+
+// How a frame was matched.
+enum class Match {
+  kStart,     // a sample within the tolerance of the frame's start
+  kCarried,   // none, but the flag of an earlier frame made the span begin at entry 0
+  kNoStart,   // none, and no flag: the position of an earlier frame stays
+  kSingle,    // a span of one entry: the position of an earlier frame stays
+  kNoWindow,  // nothing buffered at or after the time, or too little history
+  kWarmUp,    // too little history because the monitor has just been started: no failure
+  kOff,       // the camera is not enabled
+};
+constexpr std::size_t kMatchCount = 7;
+constexpr Match kMatches[kMatchCount] = {Match::kStart,    Match::kCarried, Match::kNoStart, Match::kSingle,
+                                         Match::kNoWindow, Match::kWarmUp,  Match::kOff};
+
+// "start", "carried", "no_start", "single", "no_window", "warm_up", "off"
+char const* Name(Match match);
+
+// How the end of a span was found.
+enum class SpanEnd {
+  kNear,  // a sample within the tolerance of it
+  kLast,  // none: the window's last entry stands in its place
+};
+
+// "near", "last"
+char const* Name(SpanEnd end);
+
+using hosting::kHistoryFrames;
+
+struct FrameResult {
+  std::uint32_t frame = 0;
+  std::uint64_t timestampNs = 0;
+  int type = 0;
+  Match match = Match::kOff;
+  std::optional<std::uint32_t> samples;
+  std::optional<std::int32_t> startIndex;
+  std::optional<std::int32_t> endIndex;
+  std::optional<std::int64_t> offsetUs;
+  std::optional<std::int64_t> startDistanceUs;
+  std::optional<std::int64_t> spanAgeUs;
+  std::optional<double> hallX;
+  std::optional<double> hallY;
+  std::string message;  // why there is no start; without commas and quotes
+  std::int32_t camera = 0;
+  std::optional<SpanEnd> end;
+  std::optional<std::int64_t> endDistanceUs;
+  std::optional<double> coverage;                // of the readout by the span, 0 to 1
+  std::optional<std::uint64_t> repeatedSamples;  // in the span
+  std::optional<double> readoutDistance;         // from the mean of the readout's own samples, in the samples' unit
+
+  // In JSON rows only.
+  std::optional<AlignedRange> window;    // from the first to the last of the library's entries
+  std::optional<AlignedRange> spanTime;  // the same of the span
+
+  // In no row, except what JSON tells of the times.
+  std::int64_t sinceFirstNs = 0;  // from the session's first frame
+  std::int64_t startOfFrameUs = 0;
+  bool startFound = false;                      // a sample lies within the tolerance of the frame's start
+  std::optional<std::uint64_t> historySamples;  // that the library held
+  std::optional<FrameTimesTold> times;
+};
+
+// A position with nine significant digits, which tell every single-precision number from its neighbours; a share of 1;
+// a distance in the samples' unit.
+std::string PositionText(double position);
+std::string ShareText(double share);
+std::string DistanceText(double distance);
+
+// The number, or nothing.
+template <class Integer>
+std::string OrEmpty(std::optional<Integer> const& number) {
+  return number ? std::to_string(*number) : std::string();
+}
+
+// What the host saw of a call besides the messages.
+struct CallOutcome {
+  bool supported = false;   // IsSupportSensor
+  bool flagHanded = false;  // oisMatched was set before the call
+  bool startFound = false;  // the call set it
+
+  // The exposure is longer than the frame's time, so the start of the frame has no time.
+  bool startsBeforeTime = false;
+
+  // Since the camera's monitor was started, this frame included.
+  std::uint64_t updates = 0;
+  std::uint64_t delivered = 0;  // samples
+  bool hasBeenWarm = false;     // an earlier frame found enough of them
+};
+
+// The number of samples in the library's history, as its message says. Without that message, the number of delivered
+// samples, which is the same until the first frame is evicted.
+std::uint64_t HistoryOf(CallOutcome const& outcome, FrameMessages const& messages);
+
+// Derives from the library's outputs and messages how a frame was matched; fills everything except the frame's own
+// columns and the position.
+// `table` is AlignedTable of the messages' window.
+FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages, std::vector<AlignedSample> const& table);
+
+}  // namespace shadingctl

@@ -1,0 +1,198 @@
+#include "tools/shadingctl/log/LogLine.h"
+
+#include "tools/shadingctl/log/LineCursor.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr std::string_view kLibraryTag = "VeyraShadingUtil";
+constexpr std::string_view kDroppedTag = "chatty";  // under which the log tells what it has dropped
+
+std::string_view WithoutBlanksAtEnd(std::string_view text) { return text.substr(0, text.find_last_not_of(' ') + 1); }
+
+// "01-02 03:04:05.678", with a year before or a time zone after it; or seconds alone, as in "1704164645.678".
+bool TakeTime(LineCursor& cursor, std::int64_t& timeUs) {
+  std::int64_t first = 0;
+  std::int64_t month = 0;
+  std::int64_t day = 0;
+  std::int64_t hour = 0;
+  std::int64_t minute = 0;
+  std::int64_t second = 0;
+  std::int64_t fractionUs = 0;
+  if (!cursor.Take(first) || first < 0) return false;
+  if (cursor.rest().substr(0, 1) == ".") {
+    if (!cursor.TakeFraction(fractionUs) || first > INT64_MAX / 2000000) return false;
+    timeUs = first * 1000000 + fractionUs;
+    return true;
+  }
+  if (!cursor.Skip("-") || !cursor.Take(month)) return false;
+  if (cursor.Skip("-")) {
+    if (!cursor.Take(day)) return false;
+  } else {
+    day = month;
+    month = first;
+    first = 0;
+  }
+  bool const isTime = cursor.SkipBlanks() && cursor.Take(hour) && cursor.Skip(":") && cursor.Take(minute) &&
+                      cursor.Skip(":") && cursor.Take(second) && cursor.TakeFraction(fractionUs);
+  auto const isIn = [](std::int64_t value, std::int64_t most) { return value >= 0 && value <= most; };
+  if (!isTime || !isIn(first, 9999) || !isIn(month, 12) || !isIn(day, 31) || !isIn(hour, 24) || !isIn(minute, 60) ||
+      !isIn(second, 61)) {
+    return false;
+  }
+  std::int64_t const days = (first * 12 + month) * 31 + day;
+  timeUs = (((days * 24 + hour) * 60 + minute) * 60 + second) * 1000000 + fractionUs;
+  LineCursor zone = cursor;
+  std::int64_t offset = 0;
+  if (zone.SkipBlanks() && (zone.Skip("+") || zone.rest().substr(0, 1) == "-") && zone.Take(offset)) cursor = zone;
+  return true;
+}
+
+// "01-02 03:04:05.678  1234  5678 I Tag     : message", with a user id before the process where there are three
+// numbers.
+bool TakeThreadtime(std::string_view line, LogHead& head, std::string_view& message) {
+  LineCursor cursor(line);
+  cursor.SkipBlanks();
+  std::int64_t timeUs = 0;
+  LogThread thread;
+  if (!TakeTime(cursor, timeUs) || !cursor.SkipBlanks() || !cursor.Take(thread.process) || !cursor.SkipBlanks() ||
+      !cursor.Take(thread.thread) || !cursor.SkipBlanks()) {
+    return false;
+  }
+  if (std::int64_t third = 0; cursor.Take(third)) {
+    thread = {thread.thread, third};
+    cursor.SkipBlanks();
+  }
+  std::string_view tag;
+  if (!cursor.SkipPriority() || !cursor.SkipBlanks() || !cursor.TakeUntil(": ", tag)) return false;
+  head = {LogFormat::kThreadtime, thread, timeUs, std::nullopt, WithoutBlanksAtEnd(tag)};
+  message = cursor.rest();
+  return true;
+}
+
+// "[ 01-02 03:04:05.678  1234: 5678 I/Tag      ]"; the message stands on the next line.
+bool TakeLongHead(std::string_view line, LogHead& head) {
+  LineCursor cursor(line);
+  std::int64_t timeUs = 0;
+  LogThread thread;
+  if (!cursor.Skip("[ ") || !TakeTime(cursor, timeUs) || !cursor.SkipBlanks() || !cursor.Take(thread.process) ||
+      !cursor.Skip(":")) {
+    return false;
+  }
+  cursor.SkipBlanks();
+  if (!cursor.Take(thread.thread)) return false;
+  cursor.SkipBlanks();
+  std::string_view tag;
+  if (!cursor.SkipPriority() || !cursor.Skip("/") || !cursor.TakeUntil("]", tag)) return false;
+  head = {LogFormat::kLong, thread, timeUs, std::nullopt, WithoutBlanksAtEnd(tag)};
+  return true;
+}
+
+// "I/Tag     ( 1234): message", the same with a time before it, or "I/Tag     : message".
+bool TakeBrief(std::string_view line, LogHead& head, std::string_view& message) {
+  LineCursor cursor(line);
+  std::int64_t timeUs = 0;
+  bool const hasTime = TakeTime(cursor, timeUs) && cursor.SkipBlanks();
+  if (!hasTime) cursor = LineCursor(line);
+  std::string_view tag;
+  if (!cursor.SkipPriority() || !cursor.Skip("/") || !cursor.TakeUntil(": ", tag)) return false;
+  std::size_t const process = tag.rfind('(');
+  bool const hasProcess = process != std::string_view::npos && tag.back() == ')';
+  if (hasTime && !hasProcess) return false;
+  head.format = hasTime ? LogFormat::kTime : hasProcess ? LogFormat::kBrief : LogFormat::kTag;
+  if (hasTime) head.timeUs = timeUs;
+  head.tag = WithoutBlanksAtEnd(tag.substr(0, hasProcess ? process : tag.size()));
+  message = cursor.rest();
+  return true;
+}
+
+// "10100: [operation] text", "-: [operation] text", or the message alone.
+bool TakeBare(std::string_view line, LogHead& head, std::string_view& message) {
+  LineCursor cursor(line);
+  std::uint32_t frame = 0;
+  bool const hasFrame = cursor.Take(frame);
+  if ((hasFrame || cursor.Skip("-")) && cursor.Skip(": ")) {
+    head.format = LogFormat::kReplay;
+    if (hasFrame) head.frame = frame;
+  } else {
+    cursor = LineCursor(line);
+    if (cursor.rest().substr(0, 1) != "[" || line.find("] ") == std::string_view::npos) return false;
+  }
+  head.tag = kLibraryTag;
+  message = cursor.rest();
+  return true;
+}
+
+// "uid=1000(system) Thread-1 expire 3 lines", or "identical 3 lines".
+std::uint64_t DroppedLines(std::string_view message) {
+  for (std::string_view const word : {"expire ", "identical "}) {
+    std::size_t const place = message.find(word);
+    if (place == std::string_view::npos) continue;
+    LineCursor cursor(message.substr(place + word.size()));
+    std::uint64_t count = 0;
+    if (cursor.Take(count) && cursor.Skip(" line")) return count;
+  }
+  return 0;
+}
+
+}  // namespace
+
+char const* Name(LogFormat format) {
+  switch (format) {
+    case LogFormat::kThreadtime:
+      return "threadtime";
+    case LogFormat::kLong:
+      return "long";
+    case LogFormat::kTime:
+      return "time";
+    case LogFormat::kBrief:
+      return "brief";
+    case LogFormat::kTag:
+      return "tag";
+    case LogFormat::kReplay:
+      return "replay --log";
+    case LogFormat::kRaw:
+      return "raw";
+  }
+  return "";
+}
+
+std::optional<LogEntry> LogParser::Add(std::string_view line) {
+  ++mCounts.lines;
+  bool const isCut = line.size() >= kCutLength;
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  if (line.empty()) {
+    mLongHead.reset();
+    return std::nullopt;
+  }
+  LogHead head;
+  std::string_view message;
+  if (TakeLongHead(line, head)) {
+    mLongTag = head.tag;
+    mLongHead = head;
+    return std::nullopt;
+  }
+  if (TakeThreadtime(line, head, message) || TakeBrief(line, head, message)) {
+    mLongHead.reset();
+    return AddMessage(head, message, isCut);
+  }
+  if (mLongHead) {
+    mLongHead->tag = mLongTag;
+    return AddMessage(*mLongHead, line, isCut);
+  }
+  if (TakeBare(line, head, message)) return AddMessage(head, message, isCut);
+  bool const isDivider = line.compare(0, 9, "---------") == 0;  // "--------- beginning of main"
+  if (!isDivider && mCounts.unreadable++ == 0) mCounts.firstUnreadable = mCounts.lines;
+  return std::nullopt;
+}
+
+std::optional<LogEntry> LogParser::AddMessage(LogHead const& head, std::string_view message, bool isCut) {
+  if (head.tag == kDroppedTag) mCounts.droppedByLog += DroppedLines(message);
+  if (head.tag != kLibraryTag) {
+    ++mCounts.otherTags;
+    return std::nullopt;
+  }
+  return LogEntry{head, mCounts.lines, message, isCut};
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,225 @@
+#include "tools/shadingctl/log/LoggedCalls.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/log/ExpectedLines.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr std::int64_t kLongestPauseUs = 10000;  // between two lines of a call, far more than a whole call takes
+constexpr std::size_t kRememberedUpdates = 64;   // twice the frames of the library's history
+
+// The steps of a call in the order of their lines.
+enum Step : int {
+  kEnabled,
+  kReadout,
+  kUnknownType,
+  kHistory,
+  kMatched,
+  kAnswered,
+  kFinished,
+  kTimes,
+  kSource,
+  kTable,
+  kStartCandidates,
+  kStart,
+  kEndCandidates,
+  kSpan,
+  kFailed,
+  kSpanEntries,
+  kPosition,
+};
+
+bool EndsCall(LibraryMessage const& message) {
+  if (auto const* times = std::get_if<FrameTimesTold>(&message)) return times->samples == 0;
+  return std::holds_alternative<CameraNotRegistered>(message) || std::holds_alternative<SpanFailed>(message) ||
+         std::holds_alternative<PositionTold>(message) || std::holds_alternative<NoPositionTold>(message);
+}
+
+bool IsDetail(LibraryMessage const& message) {
+  return std::holds_alternative<SourceSample>(message) || std::holds_alternative<StartCandidate>(message) ||
+         std::holds_alternative<EndCandidate>(message) || std::holds_alternative<SpanEntry>(message) ||
+         std::holds_alternative<CameraEnabled>(message) || std::holds_alternative<BatchStored>(message);
+}
+
+std::optional<std::int32_t> CameraIn(LibraryMessage const& message) {
+  return std::visit(
+      [](auto const& told) -> std::optional<std::int32_t> {
+        using Told = std::decay_t<decltype(told)>;
+        constexpr bool kNamesCamera = std::is_same_v<Told, CameraEnabled> ||
+                                      std::is_same_v<Told, CameraNotRegistered> ||
+                                      std::is_same_v<Told, FrameTimesTold> || std::is_same_v<Told, SpanFailed> ||
+                                      std::is_same_v<Told, PositionTold> || std::is_same_v<Told, NoPositionTold>;
+        if constexpr (kNamesCamera) return told.camera;
+        return std::nullopt;
+      },
+      message);
+}
+
+std::optional<std::uint32_t> FrameIn(FrameMessages const& messages) {
+  std::optional<std::int32_t> printed;
+  if (messages.position) printed = messages.position->frame;
+  if (messages.noPosition) printed = messages.noPosition->frame;
+  if (messages.failed) printed = messages.failed->frame;
+  if (!printed) return std::nullopt;
+  return static_cast<std::uint32_t>(*printed);
+}
+
+std::optional<std::uint64_t> TimestampIn(FrameMessages const& messages) {
+  if (messages.query && messages.query->frame == 0) return messages.query->timestampNs;
+  if (messages.times) return (messages.times->startOfFrameUs + messages.times->exposureUs) * 1000;
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool LoggedCall::isWhole() const {
+  bool const hasOutcome = messages.position || messages.failed;
+  if (!hasOutcome || !messages.times || messages.source.size() != messages.times->samples) return false;
+  for (std::size_t i = 0; i < messages.source.size(); ++i) {
+    if (messages.source[i].index != static_cast<std::int32_t>(i)) return false;
+  }
+  return !messages.source.empty() && messages.damaged == 0;
+}
+
+std::optional<CallAssembler::Place> CallAssembler::PlaceOf(LibraryMessage const& message) {
+  return std::visit(
+      [](auto const& told) -> std::optional<Place> {
+        using Told = std::decay_t<decltype(told)>;
+        constexpr auto kIs = [](auto const& other) { return std::is_same_v<Told, std::decay_t<decltype(other)>>; };
+        if constexpr (kIs(CameraEnabled{}) || kIs(CameraNotRegistered{})) return Place{kEnabled, 0};
+        if constexpr (kIs(ReadoutQueried{})) return Place{kReadout, 0};
+        if constexpr (kIs(UnknownType{})) return Place{kUnknownType, 0};
+        if constexpr (kIs(HistorySize{})) return Place{kHistory, 0};
+        if constexpr (kIs(SampleMatched{}) || kIs(NothingMatched{}) || kIs(ZeroTime{})) return Place{kMatched, 0};
+        if constexpr (kIs(QueryAnswered{})) return Place{kAnswered, 0};
+        if constexpr (kIs(QueryFinished{}) || kIs(QueryRefused{})) return Place{kFinished, 0};
+        if constexpr (kIs(FrameTimesTold{})) return Place{kTimes, 0};
+        if constexpr (kIs(SourceSample{})) return Place{kSource, told.index};
+        if constexpr (kIs(TableSize{})) return Place{kTable, 0};
+        if constexpr (kIs(StartCandidate{})) return Place{kStartCandidates, told.index};
+        if constexpr (kIs(StartFound{})) return Place{kStart, 0};
+        if constexpr (kIs(EndCandidate{})) return Place{kEndCandidates, told.index};
+        if constexpr (kIs(SpanFound{})) return Place{kSpan, 0};
+        if constexpr (kIs(SpanFailed{})) return Place{kFailed, 0};
+        if constexpr (kIs(SpanEntry{})) return Place{kSpanEntries, 0};
+        if constexpr (kIs(PositionTold{}) || kIs(NoPositionTold{})) return Place{kPosition, 0};
+        return std::nullopt;
+      },
+      message);
+}
+
+void CallAssembler::Add(LogEntry const& entry) {
+  LibraryMessage const message = entry.isCut ? DamagedMessage{} : ParseMessage(entry.message);
+  Stream& stream = mStreams[entry.head.thread.value_or(LogThread{})];
+  mHasDetail = mHasDetail || IsDetail(message);
+  if (std::holds_alternative<DamagedMessage>(message)) {
+    if (mDamaged++ == 0) mFirstDamagedLine = entry.line;
+    if (stream.open) ++stream.open->call.messages.damaged;
+  } else if (auto const place = PlaceOf(message)) {
+    if (!entry.head.thread) RefuseMingledCameras(stream, entry, message);
+    AddToCall(stream, entry, message, *place);
+  } else {
+    AddToUpdate(stream, message);
+  }
+}
+
+bool CallAssembler::Continues(OpenCall const& open, LogEntry const& entry, LibraryMessage const& message,
+                              Place place) const {
+  auto const* const spanEntry = std::get_if<SpanEntry>(&message);
+  bool const isNext = place > open.place || (spanEntry != nullptr && place == open.place);
+  if (!isNext || entry.head.frame != open.loggedFrame) return false;
+  auto const& times = open.call.messages.times;
+  bool const isOfOtherFrame =
+      spanEntry != nullptr && times && static_cast<std::int64_t>(times->startOfFrameUs) != spanEntry->startOfFrameUs;
+  if (isOfOtherFrame) return false;
+  auto const camera = CameraIn(message);
+  if (camera && open.call.camera && *camera != *open.call.camera) return false;
+  bool const pauses = entry.head.timeUs && open.timeUs && *entry.head.timeUs - *open.timeUs > kLongestPauseUs;
+  return !pauses;
+}
+
+void CallAssembler::AddToCall(Stream& stream, LogEntry const& entry, LibraryMessage const& message, Place place) {
+  if (stream.open && !Continues(*stream.open, entry, message, place)) Close(stream);
+  if (!stream.open) {
+    stream.open.emplace();
+    stream.open->call.firstLine = entry.line;
+    stream.open->loggedFrame = entry.head.frame;
+  }
+  OpenCall& open = *stream.open;
+  open.place = place;
+  open.timeUs = entry.head.timeUs;
+  if (auto const camera = CameraIn(message)) open.call.camera = camera;
+  ++open.call.lines;
+  open.call.messages.Add(message);
+  if (EndsCall(message)) Close(stream);
+}
+
+void CallAssembler::AddToUpdate(Stream& stream, LibraryMessage const& message) {
+  bool const isUpdate = std::holds_alternative<BatchSplit>(message) || std::holds_alternative<BatchStored>(message) ||
+                        std::holds_alternative<NoBatch>(message);
+  if (!isUpdate) return;
+  if (stream.open) Close(stream);
+  if (std::holds_alternative<BatchSplit>(message)) stream.split = true;
+  if (std::holds_alternative<NoBatch>(message)) ++mEmptyUpdates;
+  auto const* const stored = std::get_if<BatchStored>(&message);
+  if (stored == nullptr) return;
+  mUpdates.push_back({*stored, std::exchange(stream.split, false)});
+  if (mUpdates.size() > kRememberedUpdates) mUpdates.pop_front();
+}
+
+void CallAssembler::RefuseMingledCameras(Stream const& stream, LogEntry const& entry,
+                                         LibraryMessage const& message) const {
+  auto const camera = CameraIn(message);
+  bool const mingles = camera && stream.open && stream.open->call.camera && *stream.open->call.camera != *camera;
+  if (!mingles) return;
+  throw hosting::UnusableInput(fmt::format(
+      "{}: expected thread ids, as in the formats threadtime and long, where the lines of two cameras "
+      "mingle; found the format {}, with camera {} inside a call of camera {} that began at line {}",
+      entry.line, Name(entry.head.format), *camera, *stream.open->call.camera, stream.open->call.firstLine));
+}
+
+void CallAssembler::Close(Stream& stream) {
+  LoggedCall call = std::move(stream.open->call);
+  call.frame = FrameIn(call.messages);
+  if (!call.frame) call.frame = stream.open->loggedFrame;
+  call.timestampNs = TimestampIn(call.messages);
+  stream.open.reset();
+  AttachUpdate(call);
+  std::uint64_t const expected = ExpectedLines(call.messages, mHasDetail);
+  call.lost = expected > call.lines ? expected - call.lines : 0;
+  mReceiver(std::move(call));
+}
+
+// Messages of updates do not name their camera, and cameras may count alike: an update with the very timestamp goes
+// first.
+void CallAssembler::AttachUpdate(LoggedCall& call) {
+  auto const find = [&](auto const& fits) { return std::find_if(mUpdates.rbegin(), mUpdates.rend(), fits); };
+  auto const isOfFrame = [&](Update const& update) { return !call.frame || update.stored.frame == *call.frame; };
+  auto update = find([&](Update const& candidate) {
+    return call.timestampNs && candidate.stored.timestampNs == *call.timestampNs && isOfFrame(candidate);
+  });
+  if (update == mUpdates.rend() && call.frame) update = find(isOfFrame);
+  if (update == mUpdates.rend()) {
+    call.noBatch = mEmptyUpdates > 0;
+    if (call.noBatch) --mEmptyUpdates;
+    return;
+  }
+  call.batch = update->stored;
+  call.split = update->split;
+  if (!call.frame) call.frame = update->stored.frame;
+  if (!call.timestampNs) call.timestampNs = update->stored.timestampNs;
+}
+
+void CallAssembler::Finish() {
+  for (auto& [thread, stream] : mStreams) {
+    if (stream.open) Close(stream);
+  }
+}
+
+}  // namespace shadingctl

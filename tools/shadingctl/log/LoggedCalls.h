@@ -1,0 +1,90 @@
+// Puts the lines of a log together again to the calls that wrote them.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <tuple>
+
+#include "tools/shadingctl/log/FrameMessages.h"
+#include "tools/shadingctl/log/LogLine.h"
+
+namespace shadingctl {
+
+// One computation of a position, as far as its lines are there, with the update of its frame.
+struct LoggedCall {
+  FrameMessages messages;
+  std::optional<std::int32_t> camera;
+  std::optional<std::uint32_t> frame;
+  std::optional<std::uint64_t> timestampNs;
+  std::optional<BatchStored> batch;
+  bool split = false;    // the batch
+  bool noBatch = false;  // the platform had no samples
+  std::uint64_t firstLine = 0;
+  std::uint64_t lines = 0;  // that were read, those of the update apart
+  std::uint64_t lost = 0;   // that must have been there besides, at least
+
+  // The window and everything that was made of it are there: what the library computed can be computed again.
+  bool isWhole() const;
+};
+
+// Where in a call a line stands: the step, and the number of the line in steps of several lines that bear one.
+using LinePlace = std::tuple<int, std::int64_t>;
+
+// A call whose end has not been read.
+struct OpenCall {
+  LoggedCall call;
+  LinePlace place{-1, 0};  // of the line read last
+  std::optional<std::int64_t> timeUs;
+  std::optional<std::uint32_t> loggedFrame;
+};
+
+// The lines of one thread follow each other in the order in which a call writes them, so a call ends where a line comes
+// that belongs before the line read last. Lines may be missing anywhere.
+class CallAssembler {
+ public:
+  using Receiver = std::function<void(LoggedCall&& call)>;
+
+  explicit CallAssembler(Receiver receiver) : mReceiver(std::move(receiver)) {}
+
+  // Throws UnusableInput where the calls of two cameras mingle and nothing tells their lines apart.
+  void Add(LogEntry const& entry);
+
+  // Everything was read.
+  void Finish();
+
+  std::uint64_t damaged() const { return mDamaged; }
+  std::uint64_t firstDamagedLine() const { return mFirstDamagedLine; }
+  bool hasDetail() const { return mHasDetail; }  // lines that the library writes from level 4 on
+
+ private:
+  using Place = LinePlace;
+  struct Update {
+    BatchStored stored;
+    bool split = false;
+  };
+  struct Stream {
+    std::optional<OpenCall> open;
+    bool split = false;
+  };
+
+  static std::optional<Place> PlaceOf(LibraryMessage const& message);
+  bool Continues(OpenCall const& open, LogEntry const& entry, LibraryMessage const& message, Place place) const;
+  void AddToCall(Stream& stream, LogEntry const& entry, LibraryMessage const& message, Place place);
+  void AddToUpdate(Stream& stream, LibraryMessage const& message);
+  void RefuseMingledCameras(Stream const& stream, LogEntry const& entry, LibraryMessage const& message) const;
+  void Close(Stream& stream);
+  void AttachUpdate(LoggedCall& call);
+
+  Receiver mReceiver;
+  std::map<LogThread, Stream> mStreams;  // one, under 0, for lines without a thread
+  std::deque<Update> mUpdates;           // the latest: they tell a frame's number to its timestamp
+  std::uint64_t mEmptyUpdates = 0;       // that belong to no call yet
+  std::uint64_t mDamaged = 0;
+  std::uint64_t mFirstDamagedLine = 0;
+  bool mHasDetail = false;
+};
+
+}  // namespace shadingctl

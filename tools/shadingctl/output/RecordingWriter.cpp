@@ -1,0 +1,87 @@
+#include "tools/shadingctl/output/RecordingWriter.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "hosting/Interruption.h"
+#include "hosting/UnusableInput.h"
+#include "recording/RecordingRows.h"
+#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
+
+namespace shadingctl {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Creates a directory with its missing parents, and removes them again at destruction unless Keep is called.
+class MadeDirectory {
+ public:
+  explicit MadeDirectory(fs::path const& directory) {
+    std::error_code error;
+    for (fs::path part = directory; !part.empty() && !fs::exists(part, error); part = part.parent_path()) {
+      mMade.push_back(part);
+    }
+    fs::create_directories(directory, error);
+    if (error) throw hosting::UnusableInput(fmt::format("{}: cannot be made: {}", directory.string(), error.message()));
+  }
+  ~MadeDirectory() {
+    std::error_code ignored;
+    for (fs::path const& part : mMade) fs::remove(part, ignored);
+  }
+  MadeDirectory(MadeDirectory const&) = delete;
+  MadeDirectory& operator=(MadeDirectory const&) = delete;
+
+  void Keep() { mMade.clear(); }
+
+ private:
+  std::vector<fs::path> mMade;  // the innermost one first
+};
+
+}  // namespace
+
+RecordingSize WriteRecording(recording::Session& session, std::string const& directory, bool overwrite) {
+  MadeDirectory made(directory);
+  std::string const settingsPath = directory + "/recording.csv";
+  std::string const callsPath = directory + "/calls.csv";
+  std::string const samplesPath = directory + "/hall.csv";
+  std::string const framesPath = directory + "/frames.csv";  // of a recording of version 1
+  std::error_code error;
+  for (std::string const& path : {settingsPath, callsPath, samplesPath, framesPath}) {
+    if (!overwrite && fs::exists(path, error)) {
+      throw hosting::UnusableInput(fmt::format("{}: is there already; --force writes it anew", path));
+    }
+  }
+
+  RefuseOverwriting({}, {settingsPath, callsPath, samplesPath});
+  OutputFile settingsFile(settingsPath);
+  OutputFile callsFile(callsPath);
+  OutputFile samplesFile(samplesPath);
+  callsFile.Write(recording::CallsHeader());
+  samplesFile.Write(recording::SamplesHeader());
+  RecordingSize size;
+  std::string rows;
+  for (recording::Call call; session.Next(call);) {
+    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    rows.clear();
+    recording::AppendCall(rows, ++size.calls, call);
+    callsFile.Write(rows);
+    if (std::holds_alternative<recording::CalcOisValue>(call.operation)) ++size.calculations;
+    if (auto const* const update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
+      rows.clear();
+      recording::AppendSamples(rows, size.calls, update->batch);
+      samplesFile.Write(rows);
+      size.samples += update->batch.size();
+    }
+  }
+  settingsFile.Write(recording::SettingsText(session.settings()));
+  OutputFile::FinishAll({&callsFile, &samplesFile, &settingsFile});
+  made.Keep();
+  fs::remove(framesPath, error);  // one that stays is not read
+  return size;
+}
+
+}  // namespace shadingctl

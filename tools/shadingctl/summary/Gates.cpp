@@ -1,0 +1,41 @@
+#include "tools/shadingctl/summary/Gates.h"
+
+#include <fmt/format.h>
+
+namespace shadingctl {
+namespace {
+
+std::optional<std::string> FailedShare(double percent, MatchFacts const& match) {
+  std::uint64_t const settled = match.settled();
+  if (settled == 0) return "--fail-below: expected frames after the warm-up, found none";
+  double const reached = 100 * static_cast<double>(match.bothNear) / static_cast<double>(settled);
+  if (reached >= percent) return std::nullopt;
+  return fmt::format(
+      "--fail-below {}: expected both ends near a sample in {} % of the frames, found {:.2f} % ({} of {})", percent,
+      percent, reached, match.bothNear, settled);
+}
+
+std::optional<std::string> FailedAge(std::int64_t maxAgeUs, MatchFacts const& match) {
+  if (!match.oldest) return fmt::format("--max-age-us {}: expected positions, found none", maxAgeUs);
+  if (match.oldest->ageUs <= maxAgeUs) return std::nullopt;
+  return fmt::format("--max-age-us {}: expected no older position, found one of {} us at frame {}", maxAgeUs,
+                     match.oldest->ageUs, match.oldest->frame);
+}
+
+}  // namespace
+
+std::vector<std::string> FailedGates(Gates const& gates, Summaries const& summaries) {
+  std::vector<std::string> failed;
+  for (auto const& [sensorId, summary] : summaries.cameras()) {
+    MatchFacts const& match = summary.facts().match();
+    std::string const camera = summaries.cameras().size() > 1 ? fmt::format("camera {}: ", sensorId) : "";
+    auto const add = [&](std::optional<std::string> const& reason) {
+      if (reason) failed.push_back(camera + *reason);
+    };
+    if (gates.failBelowPercent) add(FailedShare(*gates.failBelowPercent, match));
+    if (gates.maxAgeUs) add(FailedAge(*gates.maxAgeUs, match));
+  }
+  return failed;
+}
+
+}  // namespace shadingctl

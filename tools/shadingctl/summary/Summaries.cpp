@@ -1,0 +1,36 @@
+#include "tools/shadingctl/summary/Summaries.h"
+
+#include <algorithm>
+
+namespace shadingctl {
+
+void Summaries::Add(PlayedCall const& call) {
+  if (call.update) Of(call.camera).Add(*call.update);
+  if (call.frame) Of(call.camera).Add(*call.frame);
+}
+
+void Summaries::Close(recording::Oddities const& oddities, std::int64_t replayNs) {
+  if (mByCamera.empty()) Of(0);
+  mOddities = oddities;
+  mReplayNs = replayNs;
+}
+
+std::uint64_t Summaries::frames() const {
+  std::uint64_t count = 0;
+  for (auto const& entry : mByCamera) count += entry.second.frames();
+  return count;
+}
+
+std::uint64_t Summaries::CountOf(Match match) const {
+  std::uint64_t count = 0;
+  for (auto const& entry : mByCamera) count += entry.second.CountOf(match);
+  return count;
+}
+
+std::uint64_t Summaries::differentAnswers() const {
+  std::uint64_t count = 0;
+  for (auto const& entry : mByCamera) count += entry.second.differentAnswers();
+  return count;
+}
+
+}  // namespace shadingctl

@@ -1,0 +1,55 @@
+// The closing summary of a replay: one for each camera, and what was found in the session.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "recording/Session.h"
+#include "tools/shadingctl/replay/Replay.h"
+#include "tools/shadingctl/result/ResultWriter.h"
+#include "tools/shadingctl/summary/Summary.h"
+
+namespace shadingctl {
+
+class Summaries {
+ public:
+  explicit Summaries(int logLevel) : mLogLevel(logLevel) {}
+
+  // Made at the first mention.
+  Summary& Of(std::int32_t sensorId) { return mByCamera.try_emplace(sensorId, mLogLevel).first->second; }
+
+  std::map<std::int32_t, Summary> const& cameras() const { return mByCamera; }
+
+  // What a call came to.
+  void Add(PlayedCall const& call);
+
+  // At the end of the session.
+  void Close(recording::Oddities const& oddities, std::int64_t replayNs);
+
+  // Frames of all cameras.
+  std::uint64_t frames() const;
+  std::uint64_t CountOf(Match match) const;
+
+  // Recorded answers that the library did not give again, of all cameras.
+  std::uint64_t differentAnswers() const;
+
+  // That of the only camera, or every camera's below its number, and what concerns the whole session.
+  std::string Text() const;
+  nlohmann::ordered_json Json() const;
+  // What happened and what helps, of all cameras; Text holds it too.
+  std::string FindingsText() const;
+  nlohmann::ordered_json FindingsJson() const;
+
+  // The end of a result: Json and FindingsJson, and `error`.
+  ResultEnd End(std::string const& error) const { return {Json(), FindingsJson(), error}; }
+
+ private:
+  int mLogLevel;
+  std::map<std::int32_t, Summary> mByCamera;
+  std::int64_t mReplayNs = 0;
+  recording::Oddities mOddities;
+};
+
+}  // namespace shadingctl

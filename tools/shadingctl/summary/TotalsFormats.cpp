@@ -1,0 +1,118 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "tools/shadingctl/output/PercentText.h"
+#include "tools/shadingctl/summary/Totals.h"
+
+namespace shadingctl {
+namespace {
+
+constexpr double kPercents[] = {1, 5, 25, 50, 75, 95, 99};
+
+std::string ValueText(Measure const& measure, std::optional<double> const& value) {
+  return measure.scale == Scale::kShare ? fmt::format("{:.1f}", 100 * *value) : fmt::format("{:.0f}", *value);
+}
+
+// As many digits as are known: shares to 0.1 %, other figures to a tenth.
+nlohmann::ordered_json Rounded(Measure const& measure, std::optional<double> const& value) {
+  if (!value) return nullptr;
+  double const steps = measure.scale == Scale::kShare ? 1e4 : 10;
+  return std::round(*value * steps) / steps;
+}
+
+}  // namespace
+
+std::string Totals::MatchText() const {
+  std::string text;
+  for (auto const& [name, count] : mSum.matches) {
+    if (count == 0 || name == "warm_up") continue;
+    text += fmt::format("{}{} {} ({})", text.empty() ? "" : ", ", name, count,
+                        PercentText(count, std::max<std::uint64_t>(WarmFrames(), 1)));
+  }
+  return text.empty() ? "none" : text;
+}
+
+std::string Totals::MeasuresText() const {
+  std::string text = fmt::format("{:<32}{:>9}", "Percentiles across cameras", "least");
+  for (double const percent : kPercents) text += fmt::format("{:>9}", fmt::format("{:g} %", percent));
+  text += fmt::format("{:>9}{:>9}\n", "largest", "of");
+  for (Measure const& measure : mMeasures) {
+    Percentiles const& percentiles = measure.percentiles;
+    if (percentiles.count() == 0) continue;
+    text += fmt::format("  {:<30}{:>9}", measure.title, ValueText(measure, percentiles.least()));
+    for (double const percent : kPercents) text += fmt::format("{:>9}", ValueText(measure, percentiles.At(percent)));
+    text += fmt::format("{:>9}{:>9}\n", ValueText(measure, percentiles.largest()), percentiles.count());
+  }
+  return text + fmt::format(
+                    "  least and largest are exact; the others are off by at most {:g} percentage points where "
+                    "they are\n  shares, and by at most {:.1f} % of their value, or 1, where they are not\n",
+                    100 * Percentiles::kShareError, 100 * Percentiles::kQuantityError);
+}
+
+std::string Totals::Text() const {
+  std::string text =
+      fmt::format("Results    {} read, {} of them ended early; {} unusable\n", mResults, mUnfinished, mUnusable);
+  text += fmt::format("Frames     {} of {} cameras, {:.3f} s; {} of them in a warm-up\n", mSum.frames, mCameras,
+                      static_cast<double>(mSum.recordedNs) / 1e9, mSum.warmUpFrames);
+  text += fmt::format("Matched    {}\n", MatchText());
+  text += fmt::format("Samples    {}\n", mSum.samples);
+  if (mSum.recordedAnswers > 0) {
+    text += fmt::format("Answers    {} recorded, {} different\n", mSum.recordedAnswers, mSum.differentAnswers);
+  }
+  for (auto const& [code, total] : mFindings) {
+    text += fmt::format("Finding    {}: {} of {} cameras, {} frames\n", code, total.cameras, mCameras, total.frames);
+  }
+  if (mCameras > 0) text += MeasuresText();
+  for (RankedCamera const& ranked : mWorst) {
+    text += fmt::format("Worst      {:.1f} %  {}, camera {} ({})\n", 100 * ranked.matchRate, ranked.session,
+                        ranked.camera, ranked.file);
+  }
+  return text;
+}
+
+std::string Totals::Json() const {
+  using Json = nlohmann::ordered_json;
+  Json matches = Json::object();
+  for (auto const& [name, count] : mSum.matches) matches[name] = count;
+  Json findings = Json::object();
+  for (auto const& [code, total] : mFindings) findings[code] = {{"cameras", total.cameras}, {"frames", total.frames}};
+  Json measures = Json::object();
+  for (Measure const& measure : mMeasures) {
+    Json percentiles = Json::object();
+    for (double const percent : kPercents) {
+      percentiles[fmt::format("{:g}", percent)] = Rounded(measure, measure.percentiles.At(percent));
+    }
+    measures[measure.name] = {{"cameras", measure.percentiles.count()},
+                              {"least", Rounded(measure, measure.percentiles.least())},
+                              {"percentiles", percentiles},
+                              {"largest", Rounded(measure, measure.percentiles.largest())}};
+  }
+  Json worst = Json::array();
+  for (RankedCamera const& ranked : mWorst) {
+    worst.push_back({{"match_rate", std::round(ranked.matchRate * 1e6) / 1e6},
+                     {"session", ranked.session},
+                     {"camera", ranked.camera},
+                     {"file", ranked.file}});
+  }
+  Json const document = {{"schema", "shadingctl-summarize"},
+                         {"version", 1},
+                         {"results", {{"read", mResults}, {"ended_early", mUnfinished}, {"unusable", mUnusable}}},
+                         {"cameras", mCameras},
+                         {"frames", mSum.frames},
+                         {"warm_up_frames", mSum.warmUpFrames},
+                         {"recorded_ns", mSum.recordedNs},
+                         {"matches", matches},
+                         {"samples", mSum.samples},
+                         {"answers", {{"recorded", mSum.recordedAnswers}, {"different", mSum.differentAnswers}}},
+                         {"findings", findings},
+                         {"measures", measures},
+                         {"errors", {{"share", Percentiles::kShareError}, {"quantity", Percentiles::kQuantityError}}},
+                         {"worst", worst}};
+  // Names of files need not be UTF-8.
+  return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace shadingctl

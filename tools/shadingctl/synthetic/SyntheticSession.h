@@ -1,0 +1,38 @@
+// A session made from a seed: hand-held motion, and the irregularities that a phone shows.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <optional>
+
+#include "recording/Session.h"
+#include "tools/shadingctl/synthetic/SyntheticCalls.h"
+#include "tools/shadingctl/synthetic/SyntheticOptions.h"
+
+namespace shadingctl {
+
+// The same everywhere for the same options: integers and exact floating-point steps only, in a fixed order. Holds a few
+// frames' samples at a time.
+class SyntheticSession : public recording::Session {
+ public:
+  explicit SyntheticSession(SyntheticOptions const& options);
+  SyntheticSession(SyntheticSession const&) = delete;
+  SyntheticSession& operator=(SyntheticSession const&) = delete;
+
+  std::string Name() const override { return "built-in session"; }
+  recording::Settings const& settings() const override { return mSettings; }
+  bool Next(recording::Call& call) override;
+  recording::Oddities const& oddities() const override { return mOddities; }
+  std::optional<std::uint64_t> FrameCount() const override;
+
+ private:
+  void Note(std::optional<std::int32_t> camera, recording::UpdateSensorData const& update);
+
+  SyntheticOptions mOptions;
+  recording::Settings mSettings;
+  std::deque<SyntheticCalls> mCameras;                                // a deque: they do not move
+  std::map<std::optional<std::int32_t>, std::int64_t> mLastSampleNs;  // by camera
+  recording::Oddities mOddities;
+};
+
+}  // namespace shadingctl
