@@ -1,5 +1,5 @@
 // The time of a frame: the shipped library through its virtual table, compared with the reference model, two lower
-// bounds and two other ways to store the samples. docs/performance.md explains the figures.
+// bounds and two other ways to store the samples. docs/measurements.md explains the figures.
 #include <malloc.h>
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,6 @@
 // The slowest frames, not the median one: update and calculation of one camera, call by call, alone, beside other
 // threads, with cold caches and in the first frames after a start, and what the slowest calls spent their time on.
-// docs/reliability.md has the figures of the last long run. Exit code 1: the library faulted a page in, or allocated,
+// docs/measurements.md has the figures of the last long run. Exit code 1: the library faulted a page in, or allocated,
 // after the first second.
 #include <fmt/format.h>
 #include <malloc.h>

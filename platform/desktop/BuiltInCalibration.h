@@ -1,5 +1,5 @@
 // The calibration data of the built-in device: what its hardware configuration says about the EEPROM dump files of its
-// seven cameras, and the files themselves. docs/device-file.md lists what each camera is there to show.
+// seven cameras, and the files themselves. docs/dump-file.md lists what each camera is there to show.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Whether sample rate, frame rate, exposure and readout fit together. docs/budget.md explains every figure.
+// Whether sample rate, frame rate, exposure and readout fit together. docs/timing.md explains every figure.
 #pragma once
 
 #include <array>

@@ -1,4 +1,4 @@
-// The outcome of a frame when samples and frames are evenly spaced. docs/budget.md has the formulas.
+// The outcome of a frame when samples and frames are evenly spaced. docs/timing.md has the formulas.
 //
 // Samples are one hall interval apart and frames one frame interval. Frames then differ only by their phase: the time
 // from the frame's timestamp to the first sample at or after it.

@@ -94,7 +94,7 @@ void RefuseMissing(BudgetArguments const& arguments) {
   if (!arguments.exposureUs && arguments.sweep != "exposure") throw CLI::RequiredError("--exposure-us");
 }
 
-constexpr char const* kBudgetExamples = R"(Samples and frames are taken to come evenly. docs/budget.md has the formulas.
+constexpr char const* kBudgetExamples = R"(Samples and frames are taken to come evenly. docs/timing.md has the formulas.
 
 Examples:
   shadingctl budget --hall-rate 200 --frame-rate 60 --exposure-us 1266 --readout-us 15980

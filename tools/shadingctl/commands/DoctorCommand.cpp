@@ -66,7 +66,7 @@ int RunDoctor(DoctorArguments const& arguments) {
 }
 
 constexpr char const* kDoctorExamples = R"(The file is read, not run, so that a phone's library can be judged on a desk.
-docs/doctor.md says what each line means.
+docs/porting.md says what each line means.
 
 Exit code: 0 no fault, 1 a fault, 3 not a whole shared object for x86-64 or AArch64.
 

@@ -62,7 +62,7 @@ int Summarize(SummarizeArguments const& arguments) {
 
 constexpr char const* kSummarizeExamples =
     R"(Results that cannot be used are told and left out; the others are put together all the
-same. Memory does not grow with their number. docs/many.md has the columns, and scripts
+same. Memory does not grow with their number. docs/compare.md has the columns, and scripts
 that replay many recordings on one machine or on a cluster.
 
 Exit code: 0 all results are whole, 1 and an answer in them differs from the recorded

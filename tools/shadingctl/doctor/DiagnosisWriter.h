@@ -1,4 +1,4 @@
-// The findings about a library, one line each or as JSON. docs/doctor.md describes both.
+// The findings about a library, one line each or as JSON. docs/porting.md describes both.
 #pragma once
 
 #include <string>

@@ -18,7 +18,7 @@ struct SessionFinding {
   FrameList frames;
 };
 
-// In the order in which they should be looked at; empty for a healthy session. docs/findings.md lists the rules.
+// In the order in which they should be looked at; empty for a healthy session. docs/answers.md lists the rules.
 std::vector<SessionFinding> FindingsOf(SessionFacts const& facts);
 
 }  // namespace shadingctl

@@ -1,4 +1,4 @@
-// The findings of a session as text and as JSON. docs/findings.md describes both.
+// The findings of a session as text and as JSON. docs/answers.md describes both.
 #pragma once
 
 #include <cstdint>

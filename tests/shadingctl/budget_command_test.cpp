@@ -1,4 +1,4 @@
-// The command, as its page shows it.
+// The formats of the command.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -9,22 +9,7 @@
 namespace shadingctl {
 namespace {
 
-TEST(BudgetPage, ShowsWhatTheCommandPrints) {
-  std::string const page = ReadFile(BUDGET_PAGE);
-  std::string const prompt = "```\n$ shadingctl ";
-  int compared = 0;
-  for (std::size_t at = page.find(prompt); at != std::string::npos; at = page.find(prompt, at + 1)) {
-    std::size_t const command = at + prompt.size();
-    std::size_t const text = page.find('\n', command) + 1;
-    Outcome const outcome = RunTool(page.substr(command, text - 1 - command));
-    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    EXPECT_EQ(outcome.out, page.substr(text, page.find("```", text) - text));
-    ++compared;
-  }
-  EXPECT_EQ(compared, 2);
-}
-
-TEST(BudgetPage, FormatsHoldTheSameFigures) {
+TEST(BudgetCommand, FormatsHoldTheSameFigures) {
   std::string const command =
       "budget --frame-rate 60 --readout-us 15980 --hall-rate 200 --sweep exposure --exposure-us 1266";
   auto const csv = Lines(RunTool(command + " --format csv").out);
