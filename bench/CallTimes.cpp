@@ -50,8 +50,8 @@ Events Events::Now() {
   static thread_local CountAllocations const allocations;
   rusage usage = {};
   getrusage(RUSAGE_THREAD, &usage);
-  return {usage.ru_minflt + usage.ru_majflt, usage.ru_nivcsw, static_cast<std::int64_t>(allocations.soFar()),
-          TimeWaits::forLibraryNs(), std::chrono::nanoseconds(inPlatform).count()};
+  return {usage.ru_minflt + usage.ru_majflt, usage.ru_nivcsw, static_cast<std::int64_t>(allocations.SoFar()),
+          TimeWaits::ForLibraryNs(), std::chrono::nanoseconds(inPlatform).count()};
 }
 
 void CallTimes::Add(std::int64_t ns, Events const& before, Events const& after) {

@@ -99,7 +99,7 @@ __attribute__((visibility("default"))) int pthread_mutex_unlock(pthread_mutex_t*
 namespace bench {
 
 CountAllocations::CountAllocations() : mBefore(allocations) {}
-std::uint64_t CountAllocations::soFar() const { return allocations - mBefore; }
+std::uint64_t CountAllocations::SoFar() const { return allocations - mBefore; }
 
 TimeLocks::TimeLocks() {
   EmptyPieceNs();
@@ -110,7 +110,7 @@ TimeLocks::TimeLocks() {
 
 TimeLocks::~TimeLocks() { locks.isTimed = false; }
 
-double TimeLocks::heldShare() const {
+double TimeLocks::HeldShare() const {
   Cut(false);
   auto const ns = [](bool held) {
     return Ns(locks.ns[held]) - EmptyPieceNs() * static_cast<double>(locks.pieces[held]);
@@ -125,7 +125,7 @@ TimeWaits::TimeWaits() {
 
 TimeWaits::~TimeWaits() { waits.areTimed = false; }
 
-std::int64_t TimeWaits::forLibraryNs() { return std::chrono::nanoseconds(waits.time[true]).count(); }
-std::int64_t TimeWaits::forOthersNs() { return std::chrono::nanoseconds(waits.time[false]).count(); }
+std::int64_t TimeWaits::ForLibraryNs() { return std::chrono::nanoseconds(waits.time[true]).count(); }
+std::int64_t TimeWaits::ForOthersNs() { return std::chrono::nanoseconds(waits.time[false]).count(); }
 
 }  // namespace bench

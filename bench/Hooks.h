@@ -9,7 +9,7 @@ namespace bench {
 class CountAllocations {
  public:
   CountAllocations();
-  std::uint64_t soFar() const;
+  std::uint64_t SoFar() const;
 
  private:
   std::uint64_t mBefore;
@@ -25,7 +25,7 @@ class TimeLocks {
   TimeLocks& operator=(TimeLocks const&) = delete;
 
   // Share of the time since construction with a mutex held.
-  double heldShare() const;
+  double HeldShare() const;
 };
 
 // How long the current thread waits for mutexes that another thread holds, while an object of this class lives.
@@ -37,8 +37,8 @@ class TimeWaits {
   TimeWaits& operator=(TimeWaits const&) = delete;
 
   // Since construction, for the library's mutexes and for all others, in ns.
-  static std::int64_t forLibraryNs();
-  static std::int64_t forOthersNs();
+  static std::int64_t ForLibraryNs();
+  static std::int64_t ForOthersNs();
 };
 
 }  // namespace bench

@@ -20,7 +20,7 @@ class Library {
   // UnusableInput.
   explicit Library(std::string const& path);
 
-  VeyraShadingUtil& object() { return *mObject; }
+  VeyraShadingUtil& Object() { return *mObject; }
   void SetLevel(int level) { *mLevel = level; }
 
   // Which sinks take messages; with neither, no message is formatted.

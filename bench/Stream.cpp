@@ -83,7 +83,7 @@ Stream::Stream(std::string name, std::string const& recordingDirectory) : mName(
   mLengthNs = lastNs - firstNs + kFrameIntervalNs;
 }
 
-double Stream::samplesPerFrame() const {
+double Stream::SamplesPerFrame() const {
   std::size_t samples = 0;
   for (Frame const& frame : mFrames) samples += frame.batch.size();
   return static_cast<double>(samples) / static_cast<double>(mFrames.size());

@@ -33,9 +33,9 @@ class Stream {
 
   static constexpr std::uint32_t kBlockFrames = 64;
 
-  std::string const& name() const { return mName; }
-  std::vector<Frame> const& frames() const { return mFrames; }
-  double samplesPerFrame() const;
+  std::string const& Name() const { return mName; }
+  std::vector<Frame> const& Frames() const { return mFrames; }
+  double SamplesPerFrame() const;
 
   // Moves the block behind everything that was played before.
   void Advance();

@@ -24,14 +24,14 @@ bool AnswersAgree(Stream& stream, std::vector<Named> const& variants) {
   std::size_t answered = 0;
   for (int block = 0; block < 4; ++block) {
     stream.Advance();
-    for (Frame const& frame : stream.frames()) {
+    for (Frame const& frame : stream.Frames()) {
       for (std::size_t i = 0; i < variants.size(); ++i) {
         variants[i].second->Update(frame);
         variants[i].second->Calc(frame, answers[i]);
         if (answers[i].x == answers[0].x && answers[i].y == answers[0].y && answers[i].matched == answers[0].matched) {
           continue;
         }
-        std::fprintf(stderr, "%s, frame %u: %s answers %g, %s answers %g\n", stream.name().c_str(), frame.number,
+        std::fprintf(stderr, "%s, frame %u: %s answers %g, %s answers %g\n", stream.Name().c_str(), frame.number,
                      variants[i].first.c_str(), answers[i].x.empty() ? 0.0 : answers[i].x[0], variants[0].first.c_str(),
                      answers[0].x.empty() ? 0.0 : answers[0].x[0]);
         return false;
@@ -39,8 +39,8 @@ bool AnswersAgree(Stream& stream, std::vector<Named> const& variants) {
       answered += static_cast<std::size_t>(!answers[0].x.empty());
     }
   }
-  if (answered > 2 * stream.frames().size()) return true;
-  std::fprintf(stderr, "%s: most frames have no answer\n", stream.name().c_str());
+  if (answered > 2 * stream.Frames().size()) return true;
+  std::fprintf(stderr, "%s: most frames have no answer\n", stream.Name().c_str());
   return false;
 }
 
@@ -60,7 +60,7 @@ bool MessagesAgree(Library& library, Stream& stream) {
   bool agree = true;
   std::size_t compared = 0;
   stream.Advance();
-  for (Frame const& frame : stream.frames()) {
+  for (Frame const& frame : stream.Frames()) {
     shipped->Update(frame);
     shipped->Calc(frame, answers[0]);
     Samples batch = frame.batch;
@@ -77,19 +77,19 @@ bool MessagesAgree(Library& library, Stream& stream) {
   library.SetLevel(0);
   Library::SetSinks(false, false);
   library.Stop(0);
-  if (agree && compared > stream.frames().size()) return true;
-  std::fprintf(stderr, "%s: the library's messages are not those of the reference model\n", stream.name().c_str());
+  if (agree && compared > stream.Frames().size()) return true;
+  std::fprintf(stderr, "%s: the library's messages are not those of the reference model\n", stream.Name().c_str());
   return false;
 }
 
 void AddVariant(Rounds& rounds, Stream& stream, Variant& variant, std::string const& name, Answer& answer) {
   auto const advance = [&stream] { stream.Advance(); };
-  std::size_t const frames = stream.frames().size();
+  std::size_t const frames = stream.Frames().size();
   rounds.Add(name + "/update", frames, advance, [&] {
-    for (Frame const& frame : stream.frames()) variant.Update(frame);
+    for (Frame const& frame : stream.Frames()) variant.Update(frame);
   });
   rounds.Add(name + "/both", frames, advance, [&] {
-    for (Frame const& frame : stream.frames()) {
+    for (Frame const& frame : stream.Frames()) {
       variant.Update(frame);
       variant.Calc(frame, answer);
     }
@@ -97,17 +97,17 @@ void AddVariant(Rounds& rounds, Stream& stream, Variant& variant, std::string co
   rounds.Add(
       name + "/calc", kCalcs, [] {},
       [&, frames] {
-        for (std::size_t i = 0; i < kCalcs; ++i) variant.Calc(stream.frames()[frames - 1 - i % kLookedBack], answer);
+        for (std::size_t i = 0; i < kCalcs; ++i) variant.Calc(stream.Frames()[frames - 1 - i % kLookedBack], answer);
       });
 }
 
 // Copying every batch to memory that stays near the processor, or to that of a history.
 void AddMoves(Rounds& rounds, Stream const& stream, std::string const& name, std::vector<Samples>& memories) {
   rounds.Add(
-      name, stream.frames().size(), [] {},
+      name, stream.Frames().size(), [] {},
       [&] {
         std::size_t next = 0;
-        for (Frame const& frame : stream.frames()) {
+        for (Frame const& frame : stream.Frames()) {
           Samples& moved = memories[next];
           if (++next == memories.size()) next = 0;
           moved.assign(frame.batch.begin(), frame.batch.end());
@@ -118,14 +118,14 @@ void AddMoves(Rounds& rounds, Stream const& stream, std::string const& name, std
 
 void AddPlatform(Rounds& rounds, Stream& stream, std::string const& name, Variant& platform) {
   rounds.Add(
-      name, stream.frames().size(), [&] { stream.Advance(); },
+      name, stream.Frames().size(), [&] { stream.Advance(); },
       [&] {
-        for (Frame const& frame : stream.frames()) platform.Update(frame);
+        for (Frame const& frame : stream.Frames()) platform.Update(frame);
       });
 }
 
 void AddFloors(Rounds& rounds, Stream const& stream, Floor& floor, Answer& answer) {
-  std::size_t const frames = stream.frames().size();
+  std::size_t const frames = stream.Frames().size();
   rounds.Add(
       "in place/calc", kCalcs, [] {},
       [&, frames] {
@@ -151,11 +151,11 @@ struct Targets {
 
 void Report(Rounds const& rounds, Stream const& stream, std::vector<std::string> const& names, Targets const& targets,
             Table& table) {
-  std::string const& group = stream.name();
+  std::string const& group = stream.Name();
   auto const net = [](std::string const& name) {
     return [=](Rounds::Round const& round) { return round.at(name) - round.at("platform/update"); };
   };
-  table.Add(group, "samples a frame", stream.samplesPerFrame(), "");
+  table.Add(group, "samples a frame", stream.SamplesPerFrame(), "");
   table.Add(group, "platform: deliver and pull", rounds.Median("platform/update"), "ns");
   table.Add(group, "platform: the same into a history", rounds.Median("platform, history/update"), "ns");
   table.Add(group, "in-place floor", rounds.Median("in place/calc"), "ns");

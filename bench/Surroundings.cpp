@@ -17,7 +17,7 @@ constexpr std::size_t kLookUps = 256;  // of one block
 Stream OneKilohertz() { return {"1 kHz", 1067, false}; }
 
 void Play(Variant& variant, Stream const& stream, Answer& answer) {
-  for (Frame const& frame : stream.frames()) {
+  for (Frame const& frame : stream.Frames()) {
     variant.Update(frame);
     variant.Calc(frame, answer);
   }
@@ -66,7 +66,7 @@ void MeasureLookUps(Library& library, std::size_t count, Table& table) {
   library.Start(0);
   Play(*variant, stream, answer);
   auto const newest = [&stream](std::size_t i) -> Frame const& {
-    return stream.frames()[Stream::kBlockFrames - 2 - i % 4];
+    return stream.Frames()[Stream::kBlockFrames - 2 - i % 4];
   };
   rounds.Add(
       "time", kLookUps, [] {},
@@ -93,7 +93,7 @@ void MeasureFirstFrame(Library& library, std::size_t count, Table& table) {
   auto const platform = PlatformOnly(1);
   auto const timed = [&](Variant& update) {
     auto const begin = Clock::now();
-    update.Update(stream.frames().front());
+    update.Update(stream.Frames().front());
     return std::chrono::duration<double, std::nano>(Clock::now() - begin).count();
   };
   rounds.AddTimed("first", 16, [&] {
@@ -148,7 +148,7 @@ void MeasureCameras(Library& library, std::size_t count, Table& table) {
   auto const advance = [&stream] { stream.Advance(); };
   rounds.Add("one", Stream::kBlockFrames, advance, [&] { play(0); });
   rounds.Add("four", Stream::kBlockFrames * kCameras, advance, [&] {
-    for (Frame const& frame : stream.frames()) {
+    for (Frame const& frame : stream.Frames()) {
       for (std::size_t camera = 0; camera < kCameras; ++camera) {
         variants[camera]->Update(frame);
         variants[camera]->Calc(frame, answers[camera]);
@@ -163,10 +163,10 @@ void MeasureCameras(Library& library, std::size_t count, Table& table) {
     stream.Advance();
     return Together(
         [&] {
-          for (Frame const& frame : stream.frames()) variants[0]->Update(frame);
+          for (Frame const& frame : stream.Frames()) variants[0]->Update(frame);
         },
         [&] {
-          for (Frame const& frame : stream.frames()) variants[0]->Calc(frame, answers[0]);
+          for (Frame const& frame : stream.Frames()) variants[0]->Calc(frame, answers[0]);
         });
   });
   rounds.Run(count);

@@ -50,7 +50,7 @@ class PlatformVariant : public Variant {
 class LibraryVariant final : public Variant {
  public:
   LibraryVariant(Library& library, int camera)
-      : mObject(library.object()), mPull(ProviderName(camera)), mCamera(camera) {}
+      : mObject(library.Object()), mPull(ProviderName(camera)), mCamera(camera) {}
 
   void Update(Frame const& frame) override {
     mPull.Deliver(frame.batch);
@@ -254,9 +254,9 @@ std::unique_ptr<Variant> Ring() { return std::make_unique<RingVariant>(); }
 std::unique_ptr<Variant> TimeOrderedMap() { return std::make_unique<MapVariant>(); }
 
 Floor::Floor(Stream const& stream) {
-  for (Frame const& frame : stream.frames()) mSamples.insert(mSamples.end(), frame.batch.begin(), frame.batch.end());
+  for (Frame const& frame : stream.Frames()) mSamples.insert(mSamples.end(), frame.batch.begin(), frame.batch.end());
   std::sort(mSamples.begin(), mSamples.end(), IsEarlier);
-  for (Frame const& frame : stream.frames()) {
+  for (Frame const& frame : stream.Frames()) {
     Sample wanted;
     wanted.timestamp = static_cast<std::int64_t>(frame.input.timestamp0);
     auto const match = std::lower_bound(mSamples.begin(), mSamples.end(), wanted, IsEarlier);

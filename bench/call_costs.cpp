@@ -71,26 +71,26 @@ Settled PlaySettled(bench::Library& library, bench::Stream& stream) {
   library.Start(camera);
   for (int block = 0; block < kBlocks; ++block) {
     stream.Advance();
-    for (bench::Frame const& frame : stream.frames()) {
+    for (bench::Frame const& frame : stream.Frames()) {
       CalcOISValueInput input = frame.input;
       pull.Deliver(frame.batch);
       bench::CountAllocations count;
-      library.object().UpdateSensorData(camera, frame.number, input.timestamp0);
-      std::uint64_t const updated = count.soFar();
-      library.object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
+      library.Object().UpdateSensorData(camera, frame.number, input.timestamp0);
+      std::uint64_t const updated = count.SoFar();
+      library.Object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
       if (block < kBlocksUntilSettled) continue;
       ++settled.frames;
       settled.updateAllocations += updated;
-      settled.calcAllocations += count.soFar() - updated;
+      settled.calcAllocations += count.SoFar() - updated;
     }
     // The answer for the newest frame once more, with the locks timed.
-    bench::Frame const& frame = stream.frames().back();
+    bench::Frame const& frame = stream.Frames().back();
     CalcOISValueInput input = frame.input;
     bench::TimeLocks const locks;
     for (int i = 0; i < 200; ++i) {
-      library.object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
+      library.Object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
     }
-    heldShare.push_back(locks.heldShare());
+    heldShare.push_back(locks.HeldShare());
   }
   library.Stop(camera);
   settled.heldShare = MedianOf(std::move(heldShare));
@@ -104,7 +104,7 @@ void ForEachStream(bench::Library& library, Use use) {
     for (auto const& [rate, samples] :
          {std::pair{"200 Hz", 214U}, {"1 kHz", 1067U}, {"4 kHz", 4267U}, {"8 kHz", 8533U}}) {
       bench::Stream stream(std::string(rate) + (overlapping ? " overlapping" : ""), samples, overlapping);
-      use(stream.name(), PlaySettled(library, stream));
+      use(stream.Name(), PlaySettled(library, stream));
     }
   }
 }
@@ -160,11 +160,11 @@ void MeasureCalibration(bench::Library& library, std::string const& directory, b
   desktop::Device::Get().Configure(settings);
 
   std::array<char, kBlockLength> out{};
-  library.object().VeyraGetPNCCaliData(out.data(), 1);
+  library.Object().VeyraGetPNCCaliData(out.data(), 1);
   if (out[0] != 1) throw UnusableInput("the calibration block is not handed out");
   std::string const path = desktop::kCalibrationDirectory + file;
   double const platformNs = NsPerCall(AskPlatform);
-  double const callNs = NsPerCall([&] { library.object().VeyraGetPNCCaliData(out.data(), 1); }) - platformNs;
+  double const callNs = NsPerCall([&] { library.Object().VeyraGetPNCCaliData(out.data(), 1); }) - platformNs;
   double const readNs = NsPerCall([&] {
     int const descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (pread(descriptor, out.data(), out.size(), kBlockOffset) != kBlockLength) std::abort();
@@ -174,9 +174,9 @@ void MeasureCalibration(bench::Library& library, std::string const& directory, b
   table.Add("calibration", "open, pread, close", readNs, "ns");
   table.Add("calibration", "call / open, pread, close", callNs / readNs, "");
   int index = 0;
-  library.object().VeyraGetMultiTableIndex(index, 1);
+  library.Object().VeyraGetMultiTableIndex(index, 1);
   table.Add("calibration", "settled multi-table index",
-            NsPerCall([&] { library.object().VeyraGetMultiTableIndex(index, 1); }, 20000), "ns", {5.0, {}});
+            NsPerCall([&] { library.Object().VeyraGetMultiTableIndex(index, 1); }, 20000), "ns", {5.0, {}});
 }
 
 // What --start prints: ns to load the library and to create its object, in a process that has the platform already.

@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
       return 0;
     }
     bench::Library library(hosting::DefaultLibraryPath());
-    object = &library.object();
+    object = &library.Object();
     library.Start(0);
     bench::Stream stream(argv[2], static_cast<std::uint32_t>(std::strtoul(argv[1], nullptr, 10)),
                          std::string(argv[2]) == "overlapping");
@@ -53,13 +53,13 @@ int main(int argc, char** argv) {
     unsigned long const blocks = std::strtoul(argv[3], nullptr, 10);
     for (unsigned long block = 0; block < blocks; ++block) {
       stream.Advance();
-      for (bench::Frame frame : stream.frames()) {
+      for (bench::Frame frame : stream.Frames()) {
         pull.Deliver(frame.batch);
         UpdateOnce(&frame);
         CalcOnce(&frame);
       }
     }
-    std::printf("%lu frames, last position %g %g\n", blocks * stream.frames().size(), x.at(0), y.at(0));
+    std::printf("%lu frames, last position %g %g\n", blocks * stream.Frames().size(), x.at(0), y.at(0));
   } catch (hosting::UnusableInput const& unusable) {
     std::fprintf(stderr, "%s\n", unusable.what());
     return 3;

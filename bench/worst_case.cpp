@@ -46,21 +46,21 @@ class Host {
 
   // The next frame, whose samples the platform has.
   bench::Frame const& Next() {
-    if (mNext == mStream.frames().size()) {
+    if (mNext == mStream.Frames().size()) {
       mStream.Advance();
       mNext = 0;
     }
-    bench::Frame const& frame = mStream.frames()[mNext++];
+    bench::Frame const& frame = mStream.Frames()[mNext++];
     mPull.Deliver(frame.batch);
     return frame;
   }
   void Update(bench::Frame const& frame) {
-    mLibrary.object().UpdateSensorData(mCamera, frame.number, frame.input.timestamp0);
+    mLibrary.Object().UpdateSensorData(mCamera, frame.number, frame.input.timestamp0);
   }
   void Calculate(bench::Frame const& frame) {
     CalcOISValueInput input = frame.input;
     int matched = 0;
-    mLibrary.object().CalcOISValue(kShadingPreview, input, &mX, &mY, frame.number, mCamera, matched);
+    mLibrary.Object().CalcOISValue(kShadingPreview, input, &mX, &mY, frame.number, mCamera, matched);
     mMatched += static_cast<std::size_t>(matched);
   }
 
@@ -102,7 +102,7 @@ Situation PlaySettled(bench::Library& library, char const* name, std::size_t fra
     (counts ? calculations : first).Measure([&] { host.Calculate(frame); });
   }
   library.Stop(kCamera);
-  if (host.matched() < frames) throw hosting::UnusableInput(std::string(name) + ": not every frame matched");
+  if (host.Matched() < frames) throw hosting::UnusableInput(std::string(name) + ": not every frame matched");
   return {name, updates.Summarise(), calculations.Summarise()};
 }
 
@@ -148,7 +148,7 @@ std::vector<Situation> PlayAll(bench::Library& library, std::size_t frames) {
   Host reader(library, kCamera);
   bench::Stream const stream("1 kHz", kSamplesPerBlock, false);
   situations.push_back(PlayBeside(library, "beside calculations of the same camera", frames,
-                                  [&] { reader.Calculate(stream.frames().back()); }));
+                                  [&] { reader.Calculate(stream.Frames().back()); }));
 
   std::size_t const few = std::max(frames / kColdShare, std::size_t{10});
   std::vector<unsigned char> memory(kEvictedBytes, 1);

@@ -22,7 +22,7 @@ bool IsFinite(NSCam::Utils::SensorData const& sample) {
 
 Recorder::Recorder() = default;
 
-std::string Recorder::Start(std::string const& directory, recording::Settings const& settings) {
+std::string Recorder::Start(std::string const& directory, recording::SessionSettings const& settings) {
   try {
     mFiles = std::make_unique<RecordingFiles>(directory, settings);
     mRecording = true;
@@ -38,14 +38,14 @@ void Recorder::Add(recording::Call const& call, NSCam::Utils::SensorData const* 
   std::lock_guard const lock(mAddMutex);
   Numbered added;
   added.number = ++mLastNumber;
-  if (!mRecording || mCalls.room() == 0) {
+  if (!mRecording || mCalls.Room() == 0) {
     ++mLostCalls;
     mLostSamples += count;
     return;
   }
   added.call = call;
   added.samples = count;
-  for (; count > 0 && mSamples.room() > 0; ++samples, --count) {
+  for (; count > 0 && mSamples.Room() > 0; ++samples, --count) {
     if (!IsFinite(*samples)) continue;  // a recording holds numbers only
     mSamples.Push(*samples);
     ++added.queuedSamples;

@@ -27,7 +27,7 @@ class Recorder {
 
   // Creates the recording in a new directory and starts the thread. Empty on success, else why nothing will be
   // recorded.
-  std::string Start(std::string const& directory, recording::Settings const& settings);
+  std::string Start(std::string const& directory, recording::SessionSettings const& settings);
 
   // Adds a call; an update comes with its batch. Calls are numbered in this order.
   void Add(recording::Call const& call, NSCam::Utils::SensorData const* samples = nullptr,

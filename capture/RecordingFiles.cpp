@@ -33,7 +33,7 @@ bool WriteAt(int descriptor, std::string_view text, std::int64_t offset) {
 
 }  // namespace
 
-RecordingFiles::RecordingFiles(std::string const& directory, recording::Settings const& settings)
+RecordingFiles::RecordingFiles(std::string const& directory, recording::SessionSettings const& settings)
     : mSettings(recording::SettingsText(settings)) {
   if (mkdir(directory.c_str(), 0755) != 0) throw std::system_error(errno, std::generic_category(), directory);
   mSamples.descriptor = Create(directory + "/hall.csv");
@@ -46,8 +46,8 @@ RecordingFiles::RecordingFiles(std::string const& directory, recording::Settings
 }
 
 bool RecordingFiles::Append(std::string const& samples, std::string const& calls) {
-  if (WriteAt(mSamples.descriptor.number(), samples, mSamples.size) &&
-      WriteAt(mCalls.descriptor.number(), calls, mCalls.size)) {
+  if (WriteAt(mSamples.descriptor.Number(), samples, mSamples.size) &&
+      WriteAt(mCalls.descriptor.Number(), calls, mCalls.size)) {
     mSamples.size += static_cast<std::int64_t>(samples.size());
     mCalls.size += static_cast<std::int64_t>(calls.size());
     return true;
@@ -55,7 +55,7 @@ bool RecordingFiles::Append(std::string const& samples, std::string const& calls
   int const error = errno;
   for (File const* file : {&mSamples, &mCalls}) {
     // A cut line would make the recording unreadable. Nothing is left to do where this fails, too.
-    if (ftruncate(file->descriptor.number(), file->size) != 0) break;
+    if (ftruncate(file->descriptor.Number(), file->size) != 0) break;
   }
   errno = error;
   return false;
@@ -63,7 +63,7 @@ bool RecordingFiles::Append(std::string const& samples, std::string const& calls
 
 void RecordingFiles::Write(CaptureState const& state) {
   // 20 digits hold every 64-bit number.
-  WriteAt(mRecording.descriptor.number(),
+  WriteAt(mRecording.descriptor.Number(),
           fmt::format("{}lost_calls,{:20}\nlost_samples,{:20}\nstate,{:>8}\n", mSettings, state.lostCalls,
                       state.lostSamples, state.state),
           0);

@@ -23,7 +23,7 @@ struct CaptureState {
 class RecordingFiles {
  public:
   // Creates the directory and its files. Throws std::system_error.
-  RecordingFiles(std::string const& directory, recording::Settings const& settings);
+  RecordingFiles(std::string const& directory, recording::SessionSettings const& settings);
 
   // Appends whole lines to hall.csv, then to calls.csv. On failure (a full disk) answers false with errno set, and both
   // files end where they ended before.

@@ -15,7 +15,7 @@ class Ring {
   explicit Ring(std::size_t capacity) : mCells(capacity) {}
 
   // The pushing thread's.
-  std::size_t room() const { return mCells.size() - (mPushed - mPopped.load(std::memory_order_acquire)); }
+  std::size_t Room() const { return mCells.size() - (mPushed - mPopped.load(std::memory_order_acquire)); }
 
   // Requires: room() > 0.
   void Push(Value const& value) {

@@ -181,8 +181,8 @@ class TapTable {
 };
 
 // The cameras of the library's sensor map, and the calculation that its property asks for.
-recording::Settings SettingsOf(VeyraShadingUtil& real, bool seesBatches) {
-  recording::Settings settings;
+recording::SessionSettings SettingsOf(VeyraShadingUtil& real, bool seesBatches) {
+  recording::SessionSettings settings;
   settings.cameras.emplace();
   for (int camera = 0; camera <= kLastCamera; ++camera) {
     if (real.IsSupportSensor(camera)) settings.cameras->push_back(camera);

@@ -23,7 +23,7 @@ class WorkDirectory {
   WorkDirectory(WorkDirectory const&) = delete;
   WorkDirectory& operator=(WorkDirectory const&) = delete;
 
-  std::string const& path() const { return mPath; }
+  std::string const& Path() const { return mPath; }
 
  private:
   std::string mPath = (std::filesystem::temp_directory_path() / "fuzz-XXXXXX").string();

@@ -106,7 +106,7 @@ Bytes RightBlock(Camera const& camera, std::size_t size) {
 std::string const& Directory() {
   static fuzz::WorkDirectory const work;
   static std::string const directory = [] {
-    std::string const problem = desktop::MountCalibration(work.path());
+    std::string const problem = desktop::MountCalibration(work.Path());
     if (!problem.empty()) fuzz::Fail(problem);
     return std::string(desktop::kCalibrationDirectory);
   }();

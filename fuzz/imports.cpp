@@ -24,7 +24,7 @@ using shadingctl::TimeUnit;
 
 std::string const& Directory() {
   static fuzz::WorkDirectory const work;
-  return work.path();
+  return work.Path();
 }
 
 std::string Write(char const* name, std::string const& content) {
@@ -43,7 +43,7 @@ std::unique_ptr<shadingctl::ImportedSession> Open(ImportArguments const& argumen
 std::optional<RecordingSize> Import(ImportArguments const& arguments) {
   try {
     auto const imported = Open(arguments);
-    RecordingSize const size = shadingctl::WriteRecording(imported->session(), arguments.directory, true);
+    RecordingSize const size = shadingctl::WriteRecording(imported->Session(), arguments.directory, true);
     for (std::string const& remark : imported->Remarks()) {
       Expect(remark.find(Directory()) == 0, "a remark without its file: " + remark);
     }

@@ -31,7 +31,7 @@ using fuzz::Expect;
 
 std::string const& Directory() {
   static fuzz::WorkDirectory const work;
-  return work.path();
+  return work.Path();
 }
 
 void Write(char const* name, std::string const& content) {
@@ -81,7 +81,7 @@ void ReadDump(std::string const& text) {
         shadingctl::ParseDump(name.value_or(shadingctl::DumpName{}), text.substr(std::min(end + 1, text.size())));
     Expect(dump.samples.size() >= 2 && dump.samples.size() <= shadingctl::kMaxSpan, "a span that is no dump's");
   } catch (shadingctl::BrokenDump const& broken) {
-    Expect(broken.line() >= 1, "a message without its line");
+    Expect(broken.Line() >= 1, "a message without its line");
   }
 }
 
@@ -107,15 +107,15 @@ void ReadLog(std::string const& text) {
   try {
     explanation.Read(log);
   } catch (hosting::UnusableInput const& unusable) {
-    ExpectNamed(unusable, log.name());
+    ExpectNamed(unusable, log.Name());
   }
   explanation.Finish();
-  shadingctl::LogReport const& report = explanation.report();
+  shadingctl::LogReport const& report = explanation.Report();
   Expect(frames + report.undecided == report.calls, "a computation is neither shown nor counted");
   Expect(report.messages + report.lines.otherTags + report.lines.unreadable <= report.lines.lines,
          "more than all lines");
   Expect(!summaries.FindingsText().empty() || frames == 0, "no word about what was found");
-  shadingctl::ReportText(report, log.name());
+  shadingctl::ReportText(report, log.Name());
 }
 
 void ReadResult(std::string const& text) {
@@ -128,7 +128,7 @@ void ReadResult(std::string const& text) {
       Expect(row.at("frame").is_number_unsigned(), "a row without its frame");
     });
     Expect(rows <= text.size(), "more rows than the text has room for");
-    Expect(shadingctl::CompareResults(path, path, {}).isSame(), "a result that differs from itself");
+    Expect(shadingctl::CompareResults(path, path, {}).IsSame(), "a result that differs from itself");
   } catch (hosting::UnusableInput const& unusable) {
     ExpectNamed(unusable, path);
   }

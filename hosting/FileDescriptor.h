@@ -21,7 +21,7 @@ class FileDescriptor {
     if (mNumber >= 0) close(mNumber);
   }
 
-  int number() const { return mNumber; }
+  int Number() const { return mNumber; }
   explicit operator bool() const { return mNumber >= 0; }
 
   // Closes now; false, with errno set, when the system reports a failure of an earlier write.

@@ -45,7 +45,7 @@ class LibraryFile {
   explicit LibraryFile(std::string const& path)
       : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
     struct stat status = {};
-    if (!mFile || fstat(mFile.number(), &status) != 0) {
+    if (!mFile || fstat(mFile.Number(), &status) != 0) {
       Refuse(fmt::format("cannot be read: {}", std::generic_category().message(errno)));
     }
     if (!S_ISREG(status.st_mode)) Refuse("is no library: expected a regular file");
@@ -92,7 +92,7 @@ class LibraryFile {
   }
 
   ssize_t Read(void* bytes, std::size_t size, std::uint64_t offset) const {
-    return offset > INT64_MAX ? -1 : pread(mFile.number(), bytes, size, static_cast<off_t>(offset));
+    return offset > INT64_MAX ? -1 : pread(mFile.Number(), bytes, size, static_cast<off_t>(offset));
   }
 
   [[noreturn]] void RefuseCut(std::uint64_t expected) const {

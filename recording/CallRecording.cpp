@@ -10,7 +10,7 @@
 
 namespace recording {
 
-CallRecording::CallRecording(std::string directory, Settings settings)
+CallRecording::CallRecording(std::string directory, SessionSettings settings)
     : mDirectory(std::move(directory)),
       mSettings(std::move(settings)),
       mCallFile(mDirectory + "/calls.csv", kCallColumns, CsvFile::LastLine::kMustEnd),

@@ -15,12 +15,12 @@ namespace recording {
 class CallRecording : public Session {
  public:
   // `settings` are those of the recording. Throws UnusableInput when a file cannot be read or lacks a column.
-  CallRecording(std::string directory, Settings settings);
+  CallRecording(std::string directory, SessionSettings settings);
 
   std::string Name() const override { return mDirectory; }
-  Settings const& settings() const override { return mSettings; }
+  SessionSettings const& Settings() const override { return mSettings; }
   bool Next(Call& call) override;
-  Oddities const& oddities() const override { return mOddities; }
+  SessionOddities const& Oddities() const override { return mOddities; }
   std::optional<std::uint64_t> FrameCount() const override;
 
  private:
@@ -48,13 +48,13 @@ class CallRecording : public Session {
   void ReadSampleRow();  // into mSampleRow; empty at the end of the file
 
   std::string mDirectory;
-  Settings mSettings;
+  SessionSettings mSettings;
   CsvFile mCallFile;
   CsvFile mSampleFile;
   std::uint64_t mLastCall = 0;                          // its number; 0 before the first
   std::optional<SampleRow> mSampleRow;                  // the first one that is not delivered yet
   std::map<std::optional<std::int32_t>, Times> mTimes;  // by camera
-  Oddities mOddities;
+  SessionOddities mOddities;
 };
 
 }  // namespace recording

@@ -44,7 +44,7 @@ class FileBytes : public io::ByteSourceBase {
   FileBytes(std::string const& path, std::uint32_t linesBefore, FileNotes& notes)
       : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)), mNotes(notes) {
     struct stat status = {};
-    if (!mFile || fstat(mFile.number(), &status) != 0) Fail(errno);
+    if (!mFile || fstat(mFile.Number(), &status) != 0) Fail(errno);
     mMustWait = !S_ISREG(status.st_mode);
     // Byte by byte: the parser takes a block that is not full for the last one.
     for (char byte = 0; linesBefore > 0 && Read(&byte, 1) == 1; ++mOffset) {
@@ -77,8 +77,8 @@ class FileBytes : public io::ByteSourceBase {
   std::size_t Read(char* buffer, std::size_t wanted) {
     std::size_t got = 0;
     while (got < wanted) {
-      if (mMustWait) hosting::WaitForInput(mFile.number());
-      ssize_t const more = ::read(mFile.number(), buffer + got, wanted - got);
+      if (mMustWait) hosting::WaitForInput(mFile.Number());
+      ssize_t const more = ::read(mFile.Number(), buffer + got, wanted - got);
       if (more == 0) break;
       if (more > 0) got += static_cast<std::size_t>(more);
       if (more < 0 && errno != EINTR && errno != EAGAIN) Fail(errno);
@@ -107,8 +107,8 @@ class CsvFile::Reader {
   virtual void ReadHeader(std::vector<Column> const& columns) = 0;
   virtual bool Names(char const* column) const = 0;
   virtual bool ReadRow(std::vector<char*>& fields) = 0;
-  virtual unsigned int line() const = 0;
-  virtual FileNotes const& notes() const = 0;
+  virtual unsigned int Line() const = 0;
+  virtual FileNotes const& Notes() const = 0;
 };
 
 // The parser takes the number of its columns at compile time, and each of them as an argument of its own.
@@ -121,8 +121,8 @@ class CsvFile::ReaderOf : public CsvFile::Reader {
   void ReadHeader(std::vector<Column> const& columns) override { ReadHeader(columns, std::make_index_sequence<N>()); }
   bool Names(char const* column) const override { return mParser.has_column(column); }
   bool ReadRow(std::vector<char*>& fields) override { return ReadRow(fields, std::make_index_sequence<N>()); }
-  unsigned int line() const override { return mParser.get_file_line(); }
-  FileNotes const& notes() const override { return mNotes; }
+  unsigned int Line() const override { return mParser.get_file_line(); }
+  FileNotes const& Notes() const override { return mNotes; }
 
  private:
   template <std::size_t... I>
@@ -155,7 +155,7 @@ CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLin
     mReader->ReadHeader(mColumns);
   } catch (io::error::duplicated_column_in_header const& error) {
     throw hosting::UnusableInput(fmt::format("{}: {}: expected this column once, the header names it again: {}",
-                                             Place(), error.column_name, hosting::Quoted(mReader->notes().firstLine)));
+                                             Place(), error.column_name, hosting::Quoted(mReader->Notes().firstLine)));
   } catch (io::error::header_missing const&) {
     std::vector<char const*> names;
     for (Column const& column : mColumns) {
@@ -172,7 +172,7 @@ CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLin
   for (Column const& column : mColumns) {
     if (!column.required || mReader->Names(column.name)) continue;
     throw hosting::UnusableInput(fmt::format("{}: {}: expected this column, the header does not name it: {}", Place(),
-                                             column.name, hosting::Quoted(mReader->notes().firstLine)));
+                                             column.name, hosting::Quoted(mReader->Notes().firstLine)));
   }
 }
 
@@ -193,20 +193,20 @@ bool CsvFile::Next() {
   } catch (io::error::base const& error) {
     throw hosting::UnusableInput(fmt::format("{}: {}", Place(), error.what()));
   }
-  if (mLastLineMustEnd && !mReader->notes().lastLineEnds) {
+  if (mLastLineMustEnd && !mReader->Notes().lastLineEnds) {
     throw hosting::UnusableInput(
         fmt::format("{}: expected the end of a line, found the end of the file: it was cut", Place()));
   }
   return false;
 }
 
-std::uint64_t CsvFile::line() const { return std::uint64_t{mLinesBeforeHeader} + mReader->line(); }
+std::uint64_t CsvFile::Line() const { return std::uint64_t{mLinesBeforeHeader} + mReader->Line(); }
 
-bool CsvFile::lastLineEnds() const { return mReader->notes().lastLineEnds; }
+bool CsvFile::LastLineEnds() const { return mReader->Notes().lastLineEnds; }
 
 bool CsvFile::Names(std::size_t column) const { return mReader->Names(mColumns[column].name); }
 
-std::string CsvFile::Place() const { return fmt::format("{}:{}", mPath, line()); }
+std::string CsvFile::Place() const { return fmt::format("{}:{}", mPath, Line()); }
 
 void CsvFile::Complain(std::size_t column, std::string const& expected) const {
   throw hosting::UnusableInput(fmt::format("{}: {}: expected {}, found {}", Place(), mColumns[column].name, expected,

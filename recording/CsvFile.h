@@ -46,13 +46,13 @@ class CsvFile {
   bool Next();
 
   // Whether the last line has an end. Known once Next has answered false.
-  bool lastLineEnds() const;
+  bool LastLineEnds() const;
 
   // Whether the header names the wanted column of that index.
   bool Names(std::size_t column) const;
 
   // The current line's number, counted from 1.
-  std::uint64_t line() const;
+  std::uint64_t Line() const;
   // "FILE:LINE"
   std::string Place() const;
 

@@ -22,9 +22,9 @@ struct SessionFrame {
 // stored whenever it changes, and in the end the monitor is stopped. Holds one frame's samples at a time.
 class FrameSession : public Session {
  public:
-  Settings const& settings() const override { return mSettings; }
+  SessionSettings const& Settings() const override { return mSettings; }
   bool Next(Call& call) override;
-  Oddities const& oddities() const override { return mOddities; }
+  SessionOddities const& Oddities() const override { return mOddities; }
 
  protected:
   FrameSession();
@@ -32,8 +32,8 @@ class FrameSession : public Session {
   // nullopt at the end, after which it is not asked again.
   virtual std::optional<SessionFrame> ReadFrame() = 0;
 
-  Settings mSettings;  // nothing is known
-  Oddities mOddities;
+  SessionSettings mSettings;  // nothing is known
+  SessionOddities mOddities;
 
  private:
   void QueueCalls();  // of the next frame, or those at the end

@@ -44,7 +44,7 @@ InputStream OpenInput(std::string const& path) {
   hosting::FileDescriptor owned;
   // Opening must not wait for a pipe's writer: only reading can be interrupted.
   if (path != "-") owned = hosting::FileDescriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-  int const file = path == "-" ? STDIN_FILENO : owned.number();
+  int const file = path == "-" ? STDIN_FILENO : owned.Number();
   struct stat status = {};
   if (file < 0 || fstat(file, &status) != 0) return {nullptr, &std::fclose};
   auto input = std::make_unique<Input>(Input{std::move(owned), file, !S_ISREG(status.st_mode)});

@@ -20,7 +20,7 @@ LineReader::LineReader(std::string path) : mName(std::move(path)) {
     mFile = STDIN_FILENO;
   } else {
     mOwned = hosting::FileDescriptor(open(mName.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    mFile = mOwned.number();
+    mFile = mOwned.Number();
   }
   struct stat status = {};
   if (mFile < 0 || fstat(mFile, &status) != 0) Fail(errno);

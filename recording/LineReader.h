@@ -21,7 +21,7 @@ class LineReader {
   bool Next(std::string_view& line);
 
   // What to call the text in a message.
-  std::string const& name() const { return mName; }
+  std::string const& Name() const { return mName; }
 
  private:
   bool Fill();  // false at the end

@@ -46,7 +46,7 @@ Batches ReadBatches(CsvFile const& file) {
 
 struct Head {
   std::uint32_t version = 0;  // 0: not said yet
-  Settings settings;
+  SessionSettings settings;
 };
 
 Head ReadHead(std::string const& path) {

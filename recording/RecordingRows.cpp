@@ -86,7 +86,7 @@ void FillCall(Cells& cells, CalcOisValue const& calc) {
 
 }  // namespace
 
-std::string SettingsText(Settings const& settings) {
+std::string SettingsText(SessionSettings const& settings) {
   std::string text = fmt::format("key,value\nversion,{}\n", kRecordingVersion);
   if (settings.cameras) text += fmt::format("cameras,{}\n", fmt::join(*settings.cameras, " "));
   if (settings.calculationMode) text += fmt::format("calculation_mode,{}\n", *settings.calculationMode);

@@ -10,7 +10,7 @@
 namespace recording {
 
 // The whole of recording.csv.
-std::string SettingsText(Settings const& settings);
+std::string SettingsText(SessionSettings const& settings);
 
 // The first lines of calls.csv and hall.csv.
 std::string CallsHeader();

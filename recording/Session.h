@@ -80,7 +80,7 @@ struct Oddity {
   }
 };
 
-struct Oddities {
+struct SessionOddities {
   Oddity frameTimesBackward;   // frames that are earlier than the frame before
   Oddity sampleTimesBackward;  // samples that are earlier than the sample delivered before
   Oddity emptyBatches;         // frames with which no sample is delivered
@@ -98,7 +98,7 @@ enum class Batches {
 };
 
 // How the library was configured during the session, as far as the recording says.
-struct Settings {
+struct SessionSettings {
   std::optional<std::vector<std::int32_t>> cameras;  // those of the sensor map
   std::optional<std::int32_t> calculationMode;       // the property "vendor.debug.ois.hall.calculation"
   bool recordsCalls = false;                         // the calls name their cameras and types
@@ -113,13 +113,13 @@ class Session {
   // The name of the session in a result.
   virtual std::string Name() const = 0;
 
-  virtual Settings const& settings() const = 0;
+  virtual SessionSettings const& Settings() const = 0;
 
   // Replaces `call` by the next one; false at the end. Throws UnusableInput where the session is broken.
   virtual bool Next(Call& call) = 0;
 
   // What was odd so far; complete once Next has answered false.
-  virtual Oddities const& oddities() const = 0;
+  virtual SessionOddities const& Oddities() const = 0;
 
   // How many positions are computed in all, as far as that can be said without reading everything.
   virtual std::optional<std::uint64_t> FrameCount() const = 0;

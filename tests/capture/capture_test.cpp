@@ -18,13 +18,13 @@ class Capture : public testing::Test {
     EXPECT_EQ(Run(stage).exitCode, 0);
   }
 
-  std::string path(std::string const& name) const { return mPlace.path() + "/" + name; }
+  std::string path(std::string const& name) const { return mPlace.Path() + "/" + name; }
 
   // A shell script in the test's directory; `tapped` runs the program with the taps on. `same` compares the rows of a
   // recording's replay with those of its host: the host computes one frame in ten twice to measure it and shows it
   // once. Column 19 waits for later batches, of which there may be more in one of them.
   Outcome Run(std::string const& script) const {
-    return RunScript("cd " + mPlace.path() +
+    return RunScript("cd " + mPlace.Path() +
                      " || exit 99\n"
                      "tap() { " TAP_SCRIPT
                      " \"$@\" tapped/lib; }\n"

@@ -45,7 +45,7 @@ class FaultHost {
   // After a session with a failure: empty when another camera works as usual and no lock is still held.
   std::string UseAfterwards();
 
-  SharedObject const& library() const { return mLibrary; }
+  SharedObject const& Library() const { return mLibrary; }
 
  private:
   int SensorType(int sensorId) const { return sensorId == 0 ? 3 : 5; }

@@ -81,7 +81,7 @@ std::string Try(Disk const& disk) {
   if (host.Create() != "object" || host.Register(0) != "true" || host.Start(0) != "true") return "no session";
   host.StoreRollingShutter(0);
   for (unsigned int frame = 1; frame <= 9; ++frame) host.Update(0, frame);
-  *host.library().Find<int*>("g_preOisDump") = 1;
+  *host.Library().Find<int*>("g_preOisDump") = 1;
   if (std::string const problem = disk.prepare(); !problem.empty()) return problem;
 
   std::size_t const before = std::strcmp(disk.name, "OutOfDescriptors") == 0 ? 0 : OpenFiles();

@@ -48,9 +48,9 @@ void WriteForeign(std::string const& recording, TemporaryDirectory const& direct
 TEST(CsvImport, OfAForeignFormWithItsFramesReplaysToTheSameRows) {
   for (char const* const options : {"", "--hall-rate 8000 --overlap 1", "--lost 0.1 --discarded 0.1 --jitter-us 400"}) {
     TemporaryDirectory const directory;
-    std::string const in = "cd '" + directory.path() + "' && ";
+    std::string const in = "cd '" + directory.Path() + "' && ";
     ASSERT_EQ(RunScript(in + "shadingctl generate session " + options).exitCode, 0);
-    WriteForeign(directory.path() + "/session", directory);
+    WriteForeign(directory.Path() + "/session", directory);
     Outcome const outcome = RunScript(
         in +
         "shadingctl import -o imported --frames frames.txt --hall hall.txt --skip 2 --hall-skip 0 --frame-time start "
@@ -67,7 +67,7 @@ TEST(CsvImport, OfAForeignFormWithItsFramesReplaysToTheSameRows) {
 TEST(CsvImport, OfTheRunningRecordingReplaysToTheSameRows) {
   if (!std::filesystem::exists(RUNNING_RECORDING)) GTEST_SKIP() << RUNNING_RECORDING << " is not there";
   TemporaryDirectory const directory;
-  Outcome const outcome = RunScript("cd '" + directory.path() +
+  Outcome const outcome = RunScript("cd '" + directory.Path() +
                                     "' && R='" RUNNING_RECORDING
                                     "' && shadingctl import --frames $R/frames.csv --hall $R/hall.csv "
                                     "--frame-time end -o imported && shadingctl replay $R --format csv -o a.csv && "
@@ -83,7 +83,7 @@ TEST(CsvImport, WithoutFramesOfSamplesDeliversByTimeAndSaysSo) {
   directory.Write(
       "h.csv",
       "timestamp_ns,hall_x,hall_y\n-5,1,1\n6000000,2,2\n6000001,3,3\n6000000,4,4\n16000000,5,5\n16000001,6,6\n");
-  Outcome const outcome = RunScript("cd '" + directory.path() +
+  Outcome const outcome = RunScript("cd '" + directory.Path() +
                                     "' && shadingctl import --frames f.csv --hall h.csv --frame-time start -o r "
                                     "--exposure-us 1000 --readout-us 2000 --delivery-delay-us 3000 && cat r/*.csv && "
                                     "shadingctl replay r --summary >/dev/null");
@@ -117,12 +117,12 @@ TEST_P(CsvRefusal, TellsThePlaceAndLeavesNothingBehind) {
   directory.Write("f.csv", GetParam().frames);
   directory.Write("h.csv", GetParam().hall);
   Outcome const outcome =
-      RunScript("cd '" + directory.path() + "' && shadingctl import --frames f.csv --hall h.csv " + GetParam().options);
+      RunScript("cd '" + directory.Path() + "' && shadingctl import --frames f.csv --hall h.csv " + GetParam().options);
   EXPECT_EQ(outcome.exitCode, GetParam().exitCode);
   EXPECT_NE(outcome.err.find(GetParam().told), std::string::npos) << outcome.err;
   EXPECT_EQ(outcome.out, "");
   std::size_t files = 0;
-  for ([[maybe_unused]] auto const& file : std::filesystem::directory_iterator(directory.path())) ++files;
+  for ([[maybe_unused]] auto const& file : std::filesystem::directory_iterator(directory.Path())) ++files;
   EXPECT_EQ(files, 2U);
 }
 
@@ -178,27 +178,27 @@ TEST(CsvImport, OverwritesARecordingOnlyWhenItIsAsked) {
   directory.Write("f.csv", kFrames);
   directory.Write("h.csv", kHall);
   std::string const import =
-      "cd '" + directory.path() + "' && shadingctl import --frames f.csv --hall h.csv --frame-time end -o r ";
+      "cd '" + directory.Path() + "' && shadingctl import --frames f.csv --hall h.csv --frame-time end -o r ";
   EXPECT_EQ(RunScript(import).out, "r: 2 frames, 2 samples\n");
   Outcome const again = RunScript(import);
   EXPECT_EQ(again.exitCode, 3);
   EXPECT_NE(again.err.find("r/recording.csv: is there already; --force writes it anew"), std::string::npos)
       << again.err;
   EXPECT_EQ(RunScript(import + "--force").exitCode, 0);
-  std::string const samples = ReadFile(directory.path() + "/r/hall.csv");
-  Outcome const ofItself = RunScript("cd '" + directory.path() +
+  std::string const samples = ReadFile(directory.Path() + "/r/hall.csv");
+  Outcome const ofItself = RunScript("cd '" + directory.Path() +
                                      "' && shadingctl import --frames f.csv --hall r/hall.csv --map hall.frame=call "
                                      "--frame-time end -o r --force");
   EXPECT_EQ(ofItself.exitCode, 3) << ofItself.err;
-  EXPECT_EQ(ReadFile(directory.path() + "/r/hall.csv"), samples);
+  EXPECT_EQ(ReadFile(directory.Path() + "/r/hall.csv"), samples);
 }
 
 // Cut behind every byte of the second file: only what ends with a line is taken as it is.
 TEST(CsvImport, OfACutFileIsRefusedAndSalvagedLineByLine) {
   TemporaryDirectory const directory;
   ImportArguments arguments;
-  arguments.framesFile = directory.path() + "/f.csv";
-  arguments.hallFile = directory.path() + "/h.csv";
+  arguments.framesFile = directory.Path() + "/f.csv";
+  arguments.hallFile = directory.Path() + "/h.csv";
   directory.Write("f.csv", kFrames);
   std::string const hall = kHall;
   std::size_t const header = hall.find('\n') + 1;
@@ -206,7 +206,7 @@ TEST(CsvImport, OfACutFileIsRefusedAndSalvagedLineByLine) {
   auto const samples = [&] {
     std::size_t count = 0;
     auto const imported = OpenCsv(arguments);
-    for (recording::Call call; imported->session().Next(call);) {
+    for (recording::Call call; imported->Session().Next(call);) {
       if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) count += update->batch.size();
     }
     return count;
@@ -234,9 +234,9 @@ TEST(CsvImport, OfACutFileIsRefusedAndSalvagedLineByLine) {
 
 TEST(Import, WithoutItsProgramSaysWhatIsMissing) {
   TemporaryDirectory const directory;
-  std::string const bin = directory.path() + "/bin";
+  std::string const bin = directory.Path() + "/bin";
   Outcome const outcome = RunScript(
-      "mkdir '" + bin + "' && cp '" SHADINGCTL "' '" + bin + "' && ln -s '" LIBRARY_DIRECTORY "' '" + directory.path() +
+      "mkdir '" + bin + "' && cp '" SHADINGCTL "' '" + bin + "' && ln -s '" LIBRARY_DIRECTORY "' '" + directory.Path() +
       "/lib' && PATH=/usr/bin:/bin " EMULATOR " '" + bin + "/shadingctl' import x.log -o r");
   EXPECT_EQ(outcome.exitCode, 3);
   EXPECT_NE(outcome.err.find(bin + "/shadingctl-import: cannot be run: No such file or directory"), std::string::npos)

@@ -23,7 +23,7 @@ TEST(ImportPage, ShowsWhatTheCommandsPrint) {
     std::string const shown = page.substr(end + 1, std::min(page.find("\n```", end), page.find(prompt, end)) - end);
     bool const isInput = command == "cat frames.txt" || command == "cat ois.csv";
     if (isInput) directory.Write(command.substr(4), shown);
-    Outcome const outcome = RunScript("cd '" + directory.path() + "' && { " + command + "; } 2>&1");
+    Outcome const outcome = RunScript("cd '" + directory.Path() + "' && { " + command + "; } 2>&1");
     EXPECT_EQ(outcome.out, shown) << command;
     ++compared;
   }

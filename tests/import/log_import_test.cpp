@@ -14,7 +14,7 @@ namespace {
 Outcome CompareWithItsLog(std::string const& session, std::string const& edit) {
   TemporaryDirectory const directory;
   return RunScript(
-      "cd '" + directory.path() + "' && shadingctl generate s " + session +
+      "cd '" + directory.Path() + "' && shadingctl generate s " + session +
       " >/dev/null && shadingctl replay s --log-level 4 --log full.log --format csv -o a.csv >/dev/null && " + edit +
       " <full.log >some.log && shadingctl import some.log -o r >told && cat r/recording.csv told && "
       "shadingctl replay r --format csv -o b.csv >/dev/null && shadingctl diff a.csv b.csv --tolerance "
@@ -59,7 +59,7 @@ TEST(LogImport, GivesThePositionsOfASessionAgainButForFew) {
 TEST(LogImport, OfOtherLogsIsRefused) {
   TemporaryDirectory const directory;
   directory.Write("other.log", "11-25 10:00:00.000  100  100 I tag: hello\n");
-  std::string const in = "cd '" + directory.path() + "' && ";
+  std::string const in = "cd '" + directory.Path() + "' && ";
   Outcome const other = RunScript(in + "shadingctl import other.log -o r; ls r");
   EXPECT_NE(other.err.find("other.log: expected the samples that the library tells at log level 4, found none in 1 "
                            "lines"),

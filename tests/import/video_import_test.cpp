@@ -26,13 +26,13 @@ class VideoImport : public testing::Test {
   Imported Import(std::string const& bytes, bool salvage = false) const {
     mDirectory.Write("meta.pb3", bytes);
     ImportArguments arguments;
-    arguments.file = mDirectory.path() + "/meta.pb3";
+    arguments.file = mDirectory.Path() + "/meta.pb3";
     arguments.salvage = salvage;
     Imported imported;
     try {
       auto const source = OpenVideo(arguments);
       std::uint64_t number = 0;
-      for (recording::Call call; source->session().Next(call);) {
+      for (recording::Call call; source->Session().Next(call);) {
         ++number;
         if (std::holds_alternative<recording::CalcOisValue>(call.operation)) ++imported.frames;
         if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
@@ -50,7 +50,7 @@ class VideoImport : public testing::Test {
 
 TEST_F(VideoImport, AddsTheExposureAndDeliversSamplesWithTheirFrames) {
   mDirectory.Write("meta.pb3", Piece(FirstFrame()) + Piece(SecondFrame()));
-  Outcome const outcome = RunScript("cd '" + mDirectory.path() +
+  Outcome const outcome = RunScript("cd '" + mDirectory.Path() +
                                     "' && shadingctl import meta.pb3 -o r --scale-x -2 --scale-y 0.5 && cat r/*.csv");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   EXPECT_EQ(outcome.out.substr(0, outcome.out.find('\n')), "r: 2 frames, 3 samples");
@@ -177,9 +177,9 @@ TEST_F(VideoImport, OfAFrameThatCannotBeIsRefusedByFieldAlsoWhenSalvaging) {
 
 TEST_F(VideoImport, OfACutFileLeavesNothingBehindOrTakesWhatIsWhole) {
   mDirectory.Write("meta.pb3", Piece(FirstFrame()) + "\x2A\x05");
-  std::string const in = "cd '" + mDirectory.path() + "' && shadingctl import meta.pb3 -o new/r; echo $?; ls new; ";
+  std::string const in = "cd '" + mDirectory.Path() + "' && shadingctl import meta.pb3 -o new/r; echo $?; ls new; ";
   EXPECT_EQ(RunScript(in).out, "3\n");
-  Outcome const salvaged = RunScript("cd '" + mDirectory.path() + "' && shadingctl import meta.pb3 -o new/r --salvage");
+  Outcome const salvaged = RunScript("cd '" + mDirectory.Path() + "' && shadingctl import meta.pb3 -o new/r --salvage");
   EXPECT_EQ(salvaged.out, "new/r: 1 frames, 2 samples\n");
   EXPECT_NE(salvaged.err.find("byte 41: expected a whole field, found the end of the file after 43 bytes"),
             std::string::npos)

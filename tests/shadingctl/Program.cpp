@@ -92,20 +92,20 @@ Outcome RunTool(std::string const& arguments) { return RunScript("exec shadingct
 Outcome RunScript(std::string const& script) {
   TemporaryDirectory const directory;
   directory.Write("script", script + "\n");
-  std::string const command = kEnvironment + ("sh '" + directory.path()) + "/script' >'" + directory.path() +
-                              "/out' 2>'" + directory.path() + "/err'";
+  std::string const command = kEnvironment + ("sh '" + directory.Path()) + "/script' >'" + directory.Path() +
+                              "/out' 2>'" + directory.Path() + "/err'";
   int const status = std::system(command.c_str());
   Outcome outcome;
   if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
-  outcome.out = ReadFile(directory.path() + "/out");
-  outcome.err = ReadFile(directory.path() + "/err");
+  outcome.out = ReadFile(directory.Path() + "/out");
+  outcome.err = ReadFile(directory.Path() + "/err");
   return outcome;
 }
 
 StartedTool::StartedTool(std::string const& arguments) {
   int ends[2];
   if (pipe(ends) != 0) throw std::runtime_error("no pipe");
-  std::string const command = kEnvironment + ("shadingctl " + arguments) + " 2>'" + mDirectory.path() + "/err'";
+  std::string const command = kEnvironment + ("shadingctl " + arguments) + " 2>'" + mDirectory.Path() + "/err'";
   mProcess = fork();
   if (mProcess == 0) {
     dup2(ends[1], STDOUT_FILENO);
@@ -145,7 +145,7 @@ Outcome StartedTool::Finish() {
   waitpid(mProcess, &status, 0);
   mProcess = -1;
   if (WIFEXITED(status)) mOutcome.exitCode = WEXITSTATUS(status);
-  mOutcome.err = ReadFile(mDirectory.path() + "/err");
+  mOutcome.err = ReadFile(mDirectory.Path() + "/err");
   return mOutcome;
 }
 

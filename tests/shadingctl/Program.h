@@ -20,7 +20,7 @@ class TemporaryDirectory {
   TemporaryDirectory(TemporaryDirectory const&) = delete;
   TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
 
-  std::string const& path() const { return mPath; }
+  std::string const& Path() const { return mPath; }
   void Write(std::string const& name, std::string const& text) const;
 
  private:

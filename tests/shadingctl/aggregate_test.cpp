@@ -32,8 +32,8 @@ TEST(PercentilesOfMany, AreWithinTheStatedErrorOfTheSortedValues) {
     EXPECT_NEAR(*quantities.At(percent), exact, std::max(1.0, exact * Percentiles::kQuantityError)) << percent;
     EXPECT_NEAR(*shares.At(percent), exact / 1e5, Percentiles::kShareError) << percent;
   }
-  EXPECT_EQ(quantities.least(), sorted.front());
-  EXPECT_EQ(quantities.largest(), sorted.back());
+  EXPECT_EQ(quantities.Least(), sorted.front());
+  EXPECT_EQ(quantities.Largest(), sorted.back());
 }
 
 TEST(PercentilesOfMany, NoneOfNothingAndTheOneOfOne) {
@@ -60,7 +60,7 @@ std::string Result(std::string const& session, int frames, int start, double rat
 
 class Summarize : public testing::Test {
  protected:
-  std::string Path(std::string const& name) const { return mDirectory.path() + "/" + name; }
+  std::string Path(std::string const& name) const { return mDirectory.Path() + "/" + name; }
 
   TemporaryDirectory const mDirectory;
 };

@@ -20,15 +20,15 @@ namespace fs = std::filesystem;
 
 TEST(Calibration, BuiltInCamerasAreAsCommitted) {
   TemporaryDirectory const temporary;
-  setenv("TMPDIR", temporary.path().c_str(), 1);
-  std::string const result = temporary.path() + "-result.txt";
+  setenv("TMPDIR", temporary.Path().c_str(), 1);
+  std::string const result = temporary.Path() + "-result.txt";
   Outcome const outcome = RunTool("calibration --all -o " + result);
   ExpectGolden(ReadFile(result), "calibration.txt");
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_EQ(outcome.out, "");
   EXPECT_EQ(outcome.err, "");
   fs::remove(result);
-  EXPECT_TRUE(fs::is_empty(temporary.path())) << "only the test's own files stay";
+  EXPECT_TRUE(fs::is_empty(temporary.Path())) << "only the test's own files stay";
   unsetenv("TMPDIR");
 }
 
@@ -62,14 +62,14 @@ class PlayedCamera {
                                         R"("calibrationRowOrder": )" +
                                         std::to_string(rowOrder) + "}]}");
     if (file.empty()) return;
-    fs::create_directory(mDirectory.path() + "/eeprom");
+    fs::create_directory(mDirectory.Path() + "/eeprom");
     mDirectory.Write("eeprom/rear_camera_eeprom_data.bin", file);
   }
 
   Outcome Run(std::string const& arguments) const {
-    return RunTool("calibration --device " + mDirectory.path() + " " + arguments);
+    return RunTool("calibration --device " + mDirectory.Path() + " " + arguments);
   }
-  std::string Raw() const { return mDirectory.path() + "/raw"; }
+  std::string Raw() const { return mDirectory.Path() + "/raw"; }
 
  private:
   TemporaryDirectory mDirectory;
@@ -177,8 +177,8 @@ TEST(Calibration, ACameraWithoutADumpFileAndOneWithAFolderInItsPlace) {
   TemporaryDirectory const directory;
   directory.Write("device.json", R"({"configuration": {"FeatureShading":
       {"multiGolden[0]": 16, "multiGolden[13]": 0, "PNCCaliData[13]": [0, 5]}}})");
-  fs::create_directories(directory.path() + "/eeprom/rear_camera_eeprom_data.bin");
-  Outcome const outcome = RunTool("calibration --format csv --device " + directory.path());
+  fs::create_directories(directory.Path() + "/eeprom/rear_camera_eeprom_data.bin");
+  Outcome const outcome = RunTool("calibration --format csv --device " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 1);
   auto const lines = Lines(outcome.out);
   ASSERT_EQ(lines.size(), 3U);

@@ -43,9 +43,9 @@ class BrokenCalls : public testing::TestWithParam<Broken> {};
 TEST_P(BrokenCalls, EndWithTheirPlaceAndWhatWasExpected) {
   TemporaryDirectory const directory;
   WriteCalls(directory, GetParam().settings, GetParam().calls, GetParam().samples);
-  Outcome const outcome = RunTool("replay --quiet " + directory.path());
+  Outcome const outcome = RunTool("replay --quiet " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 3);
-  std::string const told = Replaced(outcome.err, directory.path(), "DIR");
+  std::string const told = Replaced(outcome.err, directory.Path(), "DIR");
   ASSERT_FALSE(told.empty());
   EXPECT_EQ(Lines(told).back(), "shadingctl: "s + GetParam().complaint);
 }
@@ -97,9 +97,9 @@ TEST(Calls, OfARecordingWithTheLibrarysOwnBatchesArePlayedWithAWarning) {
     TemporaryDirectory const directory;
     WriteCalls(directory, kSettings + (isFiled ? "batches,filed\n" : "batches,delivered\n"),
                kCallsHeader + kStart + kUpdate, kSamples);
-    Outcome const outcome = RunTool("replay --quiet " + directory.path());
+    Outcome const outcome = RunTool("replay --quiet " + directory.Path());
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    std::string const warning = directory.path() + ": its batches are those that the library filed";
+    std::string const warning = directory.Path() + ": its batches are those that the library filed";
     EXPECT_EQ(outcome.err.find(warning) != std::string::npos, isFiled) << outcome.err;
   }
 }

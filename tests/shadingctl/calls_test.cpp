@@ -73,7 +73,7 @@ class PlayedCalls : public testing::TestWithParam<Played> {};
 TEST_P(PlayedCalls, GiveTheseRows) {
   TemporaryDirectory const directory;
   WriteCalls(directory, GetParam().calls, GetParam().settings);
-  Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path() + " " + GetParam().options);
+  Outcome const outcome = RunTool("replay --quiet --format csv " + directory.Path() + " " + GetParam().options);
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_EQ(Replaced(outcome.err, "shadingctl: NOTHING MATCHED: not one frame has a sample at its start\n", ""), "");
   EXPECT_EQ(FirstFields(outcome.out.substr(outcome.out.find('\n') + 1), kFieldsToCamera), GetParam().rows);
@@ -173,7 +173,7 @@ TEST(Calls, TheFlagIsHandedInAsRecorded) {
   WriteCalls(directory,
              {kStart0, kReadout0, kUpdate0, far(""), far("1"), far(""), Calc("0", "0"), far(""), far("0"), far("")});
   std::string matches;
-  for (std::string const& line : Lines(RunTool("replay --quiet --format csv " + directory.path()).out)) {
+  for (std::string const& line : Lines(RunTool("replay --quiet --format csv " + directory.Path()).out)) {
     matches += Fields(line)[3] + " ";
   }
   EXPECT_EQ(matches, "match no_start carried carried start carried no_start no_start ");
@@ -182,16 +182,16 @@ TEST(Calls, TheFlagIsHandedInAsRecorded) {
 TEST(Calls, AStartWithoutARegistrationIsTold) {
   TemporaryDirectory const directory;
   WriteCalls(directory, {Replaced(kStart0, "register_start", "start"), kReadout0, kUpdate0, Calc("0", "0")});
-  std::string const told = RunTool("replay --quiet " + directory.path()).err;
+  std::string const told = RunTool("replay --quiet " + directory.Path()).err;
   EXPECT_EQ(told.rfind("shadingctl: camera 0 is started without a monitor: ", 0), 0U) << told;
 }
 
 TEST(Calls, ACameraThatTheRecordingDoesNotNameIsRefused) {
   TemporaryDirectory const directory;
   WriteCalls(directory, {kStart0, Start("2", "5"), kReadout0, kUpdate0, Calc("0", "0")});
-  Outcome const outcome = RunTool("replay --quiet --camera 1 --format csv " + directory.path());
+  Outcome const outcome = RunTool("replay --quiet --camera 1 --format csv " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 3);
-  EXPECT_EQ(outcome.err, "shadingctl: " + directory.path() + ": expected calls of camera 1, found those of 0, 2\n");
+  EXPECT_EQ(outcome.err, "shadingctl: " + directory.Path() + ": expected calls of camera 1, found those of 0, 2\n");
 }
 
 TEST(Calls, RecordedAnswersAreCompared) {
@@ -216,7 +216,7 @@ TEST(Calls, RecordedAnswersAreCompared) {
     WriteCalls(directory, {kStart0, kReadout0, kUpdate0, Calc("0", "0", row.flagAndAnswer), kUpdate0});
     // The second update repeats the first one's batch: something is found, and the summary has a line after the
     // answers.
-    Outcome const outcome = RunTool("replay -o /dev/null " + directory.path() + " " + row.options);
+    Outcome const outcome = RunTool("replay -o /dev/null " + directory.Path() + " " + row.options);
     EXPECT_EQ(outcome.exitCode, row.exitCode) << row.name;
     EXPECT_NE(outcome.out.find(row.summary), std::string::npos) << row.name << outcome.out;
     EXPECT_NE(outcome.err.find(row.complaint), std::string::npos) << row.name << outcome.err;
@@ -229,11 +229,11 @@ TEST(Calls, EachOfSeveralCamerasHasItsSummary) {
   TemporaryDirectory const directory;
   WriteCalls(directory, {kStart0, Start("2", "5"), kReadout0, Readout("2", "0", "10000000"), kUpdate0, Update("2"),
                          Calc("2", "0"), Calc("0", "0"), Calc("0", "1")});
-  Outcome const table = RunTool("replay " + directory.path());
+  Outcome const table = RunTool("replay " + directory.Path());
   EXPECT_NE(table.out.find("Camera     0\nFrames     2 (7 to 7), 0.000 s\n"), std::string::npos) << table.out;
   EXPECT_NE(table.out.find("\nCamera     2\nFrames     1 (7 to 7), 0.000 s\n"), std::string::npos) << table.out;
   EXPECT_NE(table.out.find("cameras as recorded, frame types as recorded, mode mean"), std::string::npos);
-  std::string const json = RunTool("replay --format json " + directory.path()).out;
+  std::string const json = RunTool("replay --format json " + directory.Path()).out;
   EXPECT_NE(json.find(R"("summary": {"cameras":[{"camera":0,"frames":2)"), std::string::npos) << json;
   EXPECT_NE(json.find(R"(},{"camera":2,"frames":1)"), std::string::npos) << json;
 }
@@ -249,12 +249,12 @@ TEST(Calls, TheExampleOfThePageIsARecording) {
     directory.Write(file, page.substr(begin, end - begin));
     end += 4;
   }
-  Outcome const outcome = RunTool("replay --format csv " + directory.path());
+  Outcome const outcome = RunTool("replay --format csv " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   EXPECT_EQ(FirstFields(outcome.out.substr(outcome.out.find('\n') + 1), kFieldsToCamera),
             "41,1639493638769,0,warm_up,0,,,-5667,,,,,2 of 100 samples so far,0\n"
             "41,1639494904798,5,warm_up,0,,,-853,,,,,2 of 100 samples so far,0\n");
-  std::string const summary = Replaced(outcome.err, directory.path(), "DIR");
+  std::string const summary = Replaced(outcome.err, directory.Path(), "DIR");
   EXPECT_NE(summary.find("batches split by the library: 1, dropped: 0\n"
                          "Answers    2 recorded, 2 given again, 0 different\n"
                          "Found      samples earlier than the sample before: 1, first at DIR/hall.csv:4\n"

@@ -14,8 +14,8 @@ class WorkedResults : public testing::Test {
  protected:
   void SetUp() override { WriteWorkedRecording(mDirectory); }
 
-  std::string Path(std::string const& name) const { return mDirectory.path() + "/" + name; }
-  Outcome Replay(std::string const& options) const { return RunTool("replay " + options + " " + mDirectory.path()); }
+  std::string Path(std::string const& name) const { return mDirectory.Path() + "/" + name; }
+  Outcome Replay(std::string const& options) const { return RunTool("replay " + options + " " + mDirectory.Path()); }
   void Keep(std::string const& name, std::string const& options) const {
     Outcome const outcome = Replay("--quiet -o " + Path(name) + " --format " + options);
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
@@ -177,7 +177,7 @@ TEST(Gates, FailWithTheReason) {
       {healthy, "--fail-below 101", 2, "expected a number from 0 to 100, found '101'"},
   };
   for (auto const& row : rows) {
-    Outcome const outcome = RunTool(std::string("replay --summary ") + row.options + " " + row.session.path());
+    Outcome const outcome = RunTool(std::string("replay --summary ") + row.options + " " + row.session.Path());
     EXPECT_EQ(outcome.exitCode, row.exitCode) << row.options << outcome.err;
     EXPECT_NE(outcome.err.find(row.message), std::string::npos) << row.options << "\n" << outcome.err;
   }

@@ -231,7 +231,7 @@ TEST(Doctor, ForeignFilesAreUnusable) {
                                                        {"missing", "missing: cannot be read: No such file"},
                                                        {".", ": cannot be read: Is a directory"}};
   for (auto const& [name, told] : files) {
-    Outcome const outcome = RunTool("doctor " + directory.path() + "/" + name);
+    Outcome const outcome = RunTool("doctor " + directory.Path() + "/" + name);
     EXPECT_EQ(outcome.exitCode, 3) << name;
     EXPECT_EQ(outcome.out, "") << name;
     EXPECT_NE(outcome.err.find(told), std::string::npos) << outcome.err;

@@ -38,7 +38,7 @@ TEST_P(Walkthrough, ShowsWhatTheCommandsPrint) {
     bool const isCommand = isInBlock && line.rfind("$ ", 0) == 0;
     bool const isFence = line == "```";
     if (!command.empty() && (isCommand || isFence)) {
-      EXPECT_EQ(RunScript(kTree + ("cd " + directory.path()) + " && " + command).out, expected) << command;
+      EXPECT_EQ(RunScript(kTree + ("cd " + directory.Path()) + " && " + command).out, expected) << command;
       command.clear();
       ++compared;
     }

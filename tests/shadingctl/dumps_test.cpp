@@ -39,10 +39,10 @@ TEST(Dumps, ThePageShowsTheExampleAndHowItIsListed) {
   EXPECT_NE(page.find("```\n" + kDump + "```\n"), std::string::npos);
   TemporaryDirectory const directory;
   directory.Write("preview_camera_0_frame_42_oishall.txt", kDump);
-  std::string const table = RunTool("dumps " + directory.path()).out;
+  std::string const table = RunTool("dumps " + directory.Path()).out;
   EXPECT_EQ(Lines(table).size(), 3U);
   EXPECT_NE(page.find("```\n" + table + "```\n"), std::string::npos) << table;
-  auto const samples = Lines(RunTool("dumps --samples " + directory.path()).out);
+  auto const samples = Lines(RunTool("dumps --samples " + directory.Path()).out);
   ASSERT_EQ(samples.size(), 5U);
   EXPECT_EQ(samples[4], std::string(59, ' ') + "1         1.000000       12.750000");
 }
@@ -61,13 +61,13 @@ TEST(Dumps, FramesAreListedByCameraKindAndNumber) {
                   Replaced(Replaced(Replaced(kDump, "-0.500000", "nan"), "0.250000", "-nan"), "\"OIS hall X\": 1.",
                            "\"OIS hall X\": -340282346638528859811704183484516925440."));
   std::string const rest = ",2,0.250000,12.500000,0.000000,0.000000,10000,20000\n";
-  Outcome const outcome = Dumps(directory.path());
+  Outcome const outcome = Dumps(directory.Path());
   EXPECT_EQ(outcome.err, "");
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_EQ(outcome.out, kCsvHeader + ("\ncapture,-1,4294967295,-1,999990000" + rest) + "preview,0,42,42,," +
                              Replaced(rest, "0.250000", "-nan").substr(1) + "preview,0,2147483647,2147483647," + rest +
                              "preview,0,2147483648,-2147483648," + rest + "capture,0,5,5,-7" + rest);
-  auto const json = nlohmann::json::parse(RunTool("dumps --format json " + directory.path()).out)["dumps"];
+  auto const json = nlohmann::json::parse(RunTool("dumps --format json " + directory.Path()).out)["dumps"];
   ASSERT_EQ(json.size(), 5U);
   EXPECT_EQ(json[0]["start_of_frame_us"], 999990000);
   EXPECT_EQ(json[0]["samples"].dump(), R"([{"x":-0.5,"y":12.25},{"x":1.0,"y":12.75}])");
@@ -111,10 +111,10 @@ TEST(Dumps, BrokenFilesAreReportedWithTheirLineAndTheRestIsRead) {
         "preview_camera_0_frame_1_oishall.txt.tmp", "capture_camera_0_frame_1_-0_oishall.txt"}) {
     directory.Write(name, kDump);
   }
-  fs::create_directory(directory.path() + "/capture_camera_0_frame_1_2_oishall.txt");
+  fs::create_directory(directory.Path() + "/capture_camera_0_frame_1_2_oishall.txt");
   directory.Write("preview_camera_9_frame_42_oishall.txt", kDump);
-  Outcome const outcome = Dumps(directory.path());
-  std::string told = Replaced(outcome.err, directory.path() + "/", "");
+  Outcome const outcome = Dumps(directory.Path());
+  std::string told = Replaced(outcome.err, directory.Path() + "/", "");
   frame = 10;
   for (auto const& row : rows) told = Replaced(told, nameOf(frame++), row.name);
   ExpectGolden(told, "broken-dumps.txt");
@@ -128,7 +128,7 @@ TEST(Dumps, AFileCutAnywhereIsNotTakenForAWholeOne) {
   for (std::size_t size = 0; size <= kDump.size(); ++size) {
     directory.Write("preview_camera_" + std::to_string(size) + "_frame_42_oishall.txt", kDump.substr(0, size));
   }
-  Outcome const outcome = Dumps(directory.path());
+  Outcome const outcome = Dumps(directory.Path());
   EXPECT_EQ(Lines(outcome.err).size(), kDump.size());
   EXPECT_EQ(Lines(outcome.out).size(), 2U);
 }
@@ -158,7 +158,7 @@ TEST(Dumps, APositionComesFromItsSamples) {
   for (auto const& row : rows) {
     TemporaryDirectory const directory;
     std::string const position = std::string("hall0 X\": ") + row.x + "\n\t\"match ois hall0 y\": " + row.y;
-    std::string const file = directory.path() + "/preview_camera_0_frame_42_oishall.txt";
+    std::string const file = directory.Path() + "/preview_camera_0_frame_42_oishall.txt";
     directory.Write("preview_camera_0_frame_42_oishall.txt",
                     Replaced(row.dump, "hall0 X\": 0.250000\n\t\"match ois hall0 y\": 12.500000", position));
     Outcome const outcome = Dumps(file);
@@ -175,12 +175,12 @@ TEST(Dumps, APositionComesFromItsSamples) {
 
 TEST(Dumps, ADirectoryThatCannotBeReadDoesNotHideTheOthers) {
   TemporaryDirectory const empty;
-  Outcome const none = Dumps(empty.path());
+  Outcome const none = Dumps(empty.Path());
   EXPECT_EQ(none.exitCode, 3);
-  EXPECT_EQ(none.err, "shadingctl: " + empty.path() + ": expected OIS hall dump files, found none to read\n");
+  EXPECT_EQ(none.err, "shadingctl: " + empty.Path() + ": expected OIS hall dump files, found none to read\n");
   TemporaryDirectory const full;
   full.Write("preview_camera_0_frame_42_oishall.txt", kDump);
-  Outcome const half = Dumps("/no/folder " + full.path());
+  Outcome const half = Dumps("/no/folder " + full.Path());
   EXPECT_EQ(half.exitCode, 3);
   EXPECT_EQ(half.err, "shadingctl: /no/folder: cannot be read: No such file or directory\n");
   EXPECT_EQ(Lines(half.out).size(), 2U) << "the other directory is read";
@@ -190,7 +190,7 @@ TEST(Dumps, ADirectoryThatCannotBeReadDoesNotHideTheOthers) {
 
 class ReplayedDumps : public testing::Test {
  protected:
-  ReplayedDumps() : mHome(fs::current_path()) { fs::current_path(mPlace.path()); }
+  ReplayedDumps() : mHome(fs::current_path()) { fs::current_path(mPlace.Path()); }
   ~ReplayedDumps() override { fs::current_path(mHome); }
 
   static std::size_t FilesIn(std::string const& directory) {
@@ -238,7 +238,7 @@ TEST_F(ReplayedDumps, RelativePathsMeanWhatTheUserWrote) {
   fs::create_directory("session");
   TemporaryDirectory const recording;
   WriteWorkedRecording(recording);
-  fs::copy(recording.path(), "session");
+  fs::copy(recording.Path(), "session");
   mPlace.Write("session/device.json",
                R"({"configuration": {"FeatureOisCompensationSupport": {"sensorMaps": [4, 6]}},
                    "sensors": [{"sensorId": 4, "sensorIndex": 0, "device": 1}]})");

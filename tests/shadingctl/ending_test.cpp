@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 TEST(Ending, AnInterruptedReplayShowsWhatWasPlayed) {
   TemporaryDirectory const recording;  // more rows than the pipe to the test holds: no replay can end before it is read
-  ASSERT_EQ(RunTool("generate --frames 4000 --hall-rate 300 " + recording.path()).exitCode, 0);
+  ASSERT_EQ(RunTool("generate --frames 4000 --hall-rate 300 " + recording.Path()).exitCode, 0);
   struct {
     char const* options;
     int signal;
@@ -32,7 +32,7 @@ TEST(Ending, AnInterruptedReplayShowsWhatWasPlayed) {
       {"--format csv --quiet", SIGINT, 130, false},
   };
   for (auto const& row : rows) {
-    StartedTool tool("replay --log-level 0 " + (row.options + (" " + recording.path())));
+    StartedTool tool("replay --log-level 0 " + (row.options + (" " + recording.Path())));
     tool.Await(1000);
     tool.Signal(row.signal);
     Outcome const outcome = tool.Finish();
@@ -53,7 +53,7 @@ class SmallRecording : public testing::Test {
  protected:
   SmallRecording() { WriteWorkedRecording(mRecording); }
 
-  std::string Path(char const* name) const { return mRecording.path() + "/" + name; }
+  std::string Path(char const* name) const { return mRecording.Path() + "/" + name; }
 
   TemporaryDirectory const mRecording;
 };
@@ -66,7 +66,7 @@ TEST_F(SmallRecording, AWaitForAPipeCanBeInterrupted) {
     std::string command;
     char const* begin;  // of the input
   } const rows[] = {
-      {"replay --format json " + mRecording.path(), "frame,"},
+      {"replay --format json " + mRecording.Path(), "frame,"},
       {"report " + pipe, "{"},
       {"trace " + pipe, "{"},
       {"diff " + Path("hall.csv") + " " + pipe, "{"},
@@ -97,7 +97,7 @@ TEST_F(SmallRecording, ThatIsBrokenShowsWhatCameBefore) {
   mRecording.Write("frames.csv", ReadFile(Path("frames.csv")) + "7,1,1,1\n");
   std::string const complaint =
       Path("frames.csv") + ":3: frame: expected a number above 7, the frame before, found '7'";
-  Outcome const json = RunTool("replay --format json " + mRecording.path());
+  Outcome const json = RunTool("replay --format json " + mRecording.Path());
   EXPECT_EQ(json.exitCode, 3);
   EXPECT_EQ(json.err, "shadingctl: " + complaint + "\n");
   auto const result = nlohmann::json::parse(json.out);
@@ -106,11 +106,11 @@ TEST_F(SmallRecording, ThatIsBrokenShowsWhatCameBefore) {
   EXPECT_EQ(result["frames"].size(), 1U);
   EXPECT_EQ(result["summary"]["cameras"][0]["frames"], 1);
 
-  Outcome const table = RunTool("replay " + mRecording.path());
+  Outcome const table = RunTool("replay " + mRecording.Path());
   EXPECT_EQ(table.exitCode, 3);
   EXPECT_NE(table.out.find("\nFrames     1 (7 to 7)"), std::string::npos) << "the summary all the same";
 
-  Outcome const files = RunTool("replay -o " + Path("result") + " --log " + Path("log") + " " + mRecording.path());
+  Outcome const files = RunTool("replay -o " + Path("result") + " --log " + Path("log") + " " + mRecording.Path());
   EXPECT_EQ(files.exitCode, 3);
   EXPECT_EQ(files.out.rfind("Frames     ", 0), 0U);
   EXPECT_EQ(files.err, "shadingctl: " + Path("result") + ": not written, as the replay is not complete\n" +

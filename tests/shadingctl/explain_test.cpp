@@ -32,12 +32,12 @@ void WriteSparseSession(TemporaryDirectory const& directory) {
 struct Captured {
   std::vector<std::string> messages;
   TemporaryDirectory directory;
-  std::string path(std::string const& name) const { return directory.path() + "/" + name; }
+  std::string path(std::string const& name) const { return directory.Path() + "/" + name; }
 
   Captured() {
     WriteSparseSession(directory);
     Outcome const outcome = RunTool("replay --log-level 4 --quiet --format json -o " + path("replayed") + " --log " +
-                                    path("messages") + " " + directory.path());
+                                    path("messages") + " " + directory.Path());
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     for (std::string const& line : Lines(ReadFile(path("messages")))) {
       messages.push_back(line.substr(line.find(": ") + 2));
@@ -198,7 +198,7 @@ TEST(Logs, OfAnotherPositionThanTheLibraryComputesAreADifference) {
 TEST(Explanations, TellTheWorkedFrameStepByStep) {
   TemporaryDirectory const directory;
   WriteWorkedRecording(directory);
-  Outcome const outcome = RunTool("explain --frame 7 " + directory.path());
+  Outcome const outcome = RunTool("explain --frame 7 " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   EXPECT_EQ(
       outcome.out.substr(0, outcome.out.find("\n\n")),
@@ -214,7 +214,7 @@ TEST(Explanations, TellTheWorkedFrameStepByStep) {
       "  The position is (136.666672, -10).\n"
       "  That is 7.33 units from the mean of the samples of the frame's own readout.");
 
-  Json const json = Json::parse(RunTool("explain --frame 7 --format json " + directory.path() + "/hall.csv").out);
+  Json const json = Json::parse(RunTool("explain --frame 7 --format json " + directory.Path() + "/hall.csv").out);
   EXPECT_EQ(json["frames"][0]["end_index"], 60);
   EXPECT_EQ(json["explained"][0]["text"], "followed the lens over 100 % of the readout");
 }
@@ -240,11 +240,11 @@ TEST(Explanations, WithoutAFrameToTellAreRefused) {
       {"/log -o /dev/null --frame -1", 2, "expected a whole number from 0 to 4294967295, found '-1'"},
   };
   for (auto const& row : rows) {
-    Outcome const outcome = RunTool("explain " + directory.path() + row.arguments);
+    Outcome const outcome = RunTool("explain " + directory.Path() + row.arguments);
     EXPECT_EQ(outcome.exitCode, row.exitCode) << row.arguments;
     EXPECT_NE(outcome.err.find(row.message), std::string::npos) << row.arguments << "\n" << outcome.err;
   }
-  Outcome const output = RunTool("explain " + directory.path() + "/log -o " + directory.path() + "/log");
+  Outcome const output = RunTool("explain " + directory.Path() + "/log -o " + directory.Path() + "/log");
   EXPECT_EQ(output.exitCode, 3);
   EXPECT_NE(output.err.find("is the same file as"), std::string::npos) << output.err;
 }

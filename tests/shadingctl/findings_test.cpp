@@ -19,7 +19,7 @@ using Session = SickSession;
 Json FindingsIn(Session const& session, std::string const& options = "") {
   TemporaryDirectory const directory;
   session.Write(directory);
-  Outcome const outcome = RunTool("replay --format json " + options + " " + directory.path());
+  Outcome const outcome = RunTool("replay --format json " + options + " " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   return Json::parse(outcome.out).at("findings");
 }

@@ -17,7 +17,7 @@ constexpr char const* kMakeReference =
 
 TEST(FitCommand, SaysTheSameInEveryFormat) {
   TemporaryDirectory const place;
-  std::string const in = "cd " + place.path() + " && ";
+  std::string const in = "cd " + place.Path() + " && ";
   ASSERT_EQ(RunScript(in + "shadingctl generate session --frames 400 && shadingctl " + kMakeReference).exitCode, 0);
   Outcome const json = RunScript(in + "shadingctl fit session --reference target.csv --format json");
   ASSERT_EQ(json.exitCode, 0) << json.err;
@@ -59,7 +59,7 @@ TEST(FitCommand, FindsByHowMuchTheClockOfTheSamplesIsOff) {
   for (Row const& row : table) {
     TemporaryDirectory const place;
     Outcome const outcome =
-        RunScript("cd " + place.path() + " && shadingctl generate session --frames 400 --reference target.csv " +
+        RunScript("cd " + place.Path() + " && shadingctl generate session --frames 400 --reference target.csv " +
                   row.session + " >/dev/null && shadingctl fit session --reference target.csv --format json");
     ASSERT_EQ(outcome.exitCode, 0) << row.session << outcome.err;
     auto const fit = nlohmann::json::parse(outcome.out);
@@ -73,7 +73,7 @@ TEST(FitCommand, FindsByHowMuchTheClockOfTheSamplesIsOff) {
 
 TEST(FitCommand, RefusesWhatItCannotUse) {
   TemporaryDirectory const place;
-  std::string const in = "cd " + place.path() + " && ";
+  std::string const in = "cd " + place.Path() + " && ";
   ASSERT_EQ(RunScript(in + "shadingctl generate session --frames 20 && shadingctl generate pair --cameras 2").exitCode,
             0);
   place.Write("twice.csv", "frame,x,y\n1,2,3\n2,2,3\n1,4,4\n");

@@ -14,9 +14,9 @@ class Library : public testing::Test {
 
   Outcome Play(std::string const& content) const {
     mPlace.Write("library.so", content);
-    return RunTool("replay --quiet --library " + mPlace.path() + "/library.so " + mPlace.path());
+    return RunTool("replay --quiet --library " + mPlace.Path() + "/library.so " + mPlace.Path());
   }
-  std::string Told(Outcome const& outcome) const { return Replaced(outcome.err, mPlace.path() + "/", ""); }
+  std::string Told(Outcome const& outcome) const { return Replaced(outcome.err, mPlace.Path() + "/", ""); }
 
   TemporaryDirectory const mPlace;
   std::string const mWhole = ReadFile(BUILT_LIBRARY);

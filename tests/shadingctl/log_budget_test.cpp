@@ -22,7 +22,7 @@ TEST_P(LogBudget, MessagesOfAMatchedFrame) {
   TemporaryDirectory const recording;
   WriteWorkedRecording(recording);
   Outcome const outcome =
-      RunTool("replay " + recording.path() + " --quiet -o /dev/null --log - --log-level " + GetParam().level);
+      RunTool("replay " + recording.Path() + " --quiet -o /dev/null --log - --log-level " + GetParam().level);
   ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
   auto const lines = Lines(outcome.out);
   EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](auto const& line) { return line.rfind("7: ", 0) == 0; }),

@@ -19,9 +19,9 @@ namespace fs = std::filesystem;
 std::map<std::string, std::string> Contents(std::string const& directory) {
   std::map<std::string, std::string> contents;
   for (auto const& entry : fs::recursive_directory_iterator(directory)) {
-    std::string const name = entry.path().lexically_relative(directory).string();
+    std::string const name = entry.Path().lexically_relative(directory).string();
     contents[name] = entry.is_symlink()        ? "-> " + fs::read_symlink(entry).string()
-                     : entry.is_regular_file() ? ReadFile(entry.path().string())
+                     : entry.is_regular_file() ? ReadFile(entry.Path().string())
                                                : "";
   }
   return contents;
@@ -31,11 +31,11 @@ std::map<std::string, std::string> Contents(std::string const& directory) {
 class Files : public testing::Test {
  protected:
   Files() : mHome(fs::current_path()) {
-    fs::current_path(mPlace.path());
+    fs::current_path(mPlace.Path());
     fs::create_directory("rec");
     TemporaryDirectory const recording;
     WriteWorkedRecording(recording);
-    fs::copy(recording.path(), "rec");
+    fs::copy(recording.Path(), "rec");
     fs::create_symlink("rec/hall.csv", "link.csv");
     fs::create_hard_link("rec/frames.csv", "same.csv");
     fs::create_symlink("rec", "other");
@@ -140,8 +140,8 @@ TEST_F(Files, WhatCannotBeFinishedLeavesNothing) {
   EXPECT_EQ(tooLarge.err, "shadingctl: new/session/hall.csv: cannot be written: File too large\n");
   EXPECT_TRUE(Contents(".") == before);
   TemporaryDirectory const large;  // more rows than a pipe holds
-  ASSERT_EQ(RunTool("generate --frames 3000 " + large.path()).exitCode, 0);
-  EXPECT_EQ(RunScript("{ shadingctl replay --log log --log-level 0 --format csv " + large.path() +
+  ASSERT_EQ(RunTool("generate --frames 3000 " + large.Path()).exitCode, 0);
+  EXPECT_EQ(RunScript("{ shadingctl replay --log log --log-level 0 --format csv " + large.Path() +
                       "; echo $? >&2; } | head -n 1")
                 .err,
             "141\n");
@@ -179,18 +179,18 @@ TEST_F(Files, TargetsAreReplacedAsTheyWereOrWrittenDirectly) {
   TemporaryDirectory const recording;
   WriteWorkedRecording(recording);
   for (auto const& row : plain) {
-    Outcome const outcome = RunScript(Replaced(replay, "rec", recording.path()) + row.target);
+    Outcome const outcome = RunScript(Replaced(replay, "rec", recording.Path()) + row.target);
     EXPECT_EQ(outcome.exitCode, 0) << row.target << outcome.err;
     EXPECT_EQ(row.where == nullptr ? outcome.out : ReadFile(row.where), rows) << row.target;
   }
   EXPECT_TRUE(fs::is_symlink("link.csv") && fs::is_symlink("dangling"));
 
   ASSERT_EQ(mkfifo("pipe", 0600), 0);
-  EXPECT_EQ(RunScript("cat pipe & " + Replaced(replay, "rec", recording.path()) + "pipe; wait").out, rows);
+  EXPECT_EQ(RunScript("cat pipe & " + Replaced(replay, "rec", recording.Path()) + "pipe; wait").out, rows);
   ASSERT_EQ(chmod("old", 0640), 0);
-  EXPECT_EQ(RunScript("umask 077; " + Replaced(replay, "rec", recording.path()) + "old").exitCode, 0);
+  EXPECT_EQ(RunScript("umask 077; " + Replaced(replay, "rec", recording.Path()) + "old").exitCode, 0);
   EXPECT_EQ(fs::status("old").permissions(), static_cast<fs::perms>(0640));
-  EXPECT_EQ(RunScript("umask 027; " + Replaced(replay, "rec", recording.path()) + "young").exitCode, 0);
+  EXPECT_EQ(RunScript("umask 027; " + Replaced(replay, "rec", recording.Path()) + "young").exitCode, 0);
   EXPECT_EQ(fs::status("young").permissions(), static_cast<fs::perms>(0640));
   EXPECT_EQ(RunTool("replay -o rec").err, "shadingctl: rec: cannot be written: Is a directory\n");
 }

@@ -23,20 +23,20 @@ std::set<std::string> OptionsIn(std::string const& text) {
 
 TEST(ManPages, ThereIsOneOfEveryCommandWithAllItsOptions) {
   TemporaryDirectory const directory;
-  ASSERT_EQ(RunTool("man --all " + directory.path() + "/pages").exitCode, 0);
+  ASSERT_EQ(RunTool("man --all " + directory.Path() + "/pages").exitCode, 0);
   std::size_t pages = 0;
   for (std::string const& line : Lines(RunTool("help").out)) {
     std::smatch command;
     if (!std::regex_search(line, command, std::regex("^ {2}([a-z]+) {2,}"))) continue;
     std::string const name = command[1];
-    std::string const page = ReadFile(directory.path() + "/pages/shadingctl-" + name + ".1");
+    std::string const page = ReadFile(directory.Path() + "/pages/shadingctl-" + name + ".1");
     ASSERT_NE(page, "") << name;
     EXPECT_EQ(OptionsIn(Replaced(page, "\\-", "-")), OptionsIn(RunTool(name + " --help").out)) << name;
     EXPECT_NE(page.find(".SH EXIT STATUS\n0 done, 1 a check"), std::string::npos) << page;
     ++pages;
   }
   EXPECT_GE(pages, 8U);
-  std::string const program = ReadFile(directory.path() + "/pages/shadingctl.1");
+  std::string const program = ReadFile(directory.Path() + "/pages/shadingctl.1");
   EXPECT_NE(program.find("\\fBreplay\\fR\n"), std::string::npos) << program;
 }
 
@@ -61,8 +61,8 @@ class BashCompletion : public testing::TestWithParam<Typed> {};
 TEST_P(BashCompletion, Offers) {
   TemporaryDirectory const directory;
   directory.Write("some file.csv", "");
-  std::filesystem::create_directory(directory.path() + "/device");
-  std::string const script = R"(cd ')" + directory.path() + R"(' && shadingctl completion bash >completion && bash -c '
+  std::filesystem::create_directory(directory.Path() + "/device");
+  std::string const script = R"(cd ')" + directory.Path() + R"(' && shadingctl completion bash >completion && bash -c '
     compopt() { :; }  # nobody types
     . ./completion; rm completion
     COMP_WORDS=()" + std::string(GetParam().words) +

@@ -33,9 +33,9 @@ TEST_P(BrokenRecording, EndsWithItsPlaceAndWhatWasExpected) {
   TemporaryDirectory const directory;
   if (GetParam().frames) directory.Write("frames.csv", *GetParam().frames);
   if (GetParam().hall) directory.Write("hall.csv", *GetParam().hall);
-  Outcome const outcome = RunTool("replay --quiet " + directory.path());
+  Outcome const outcome = RunTool("replay --quiet " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 3);
-  EXPECT_EQ(Replaced(outcome.err, directory.path(), "DIR"), "shadingctl: "s + GetParam().complaint + "\n");
+  EXPECT_EQ(Replaced(outcome.err, directory.Path(), "DIR"), "shadingctl: "s + GetParam().complaint + "\n");
 }
 
 std::string Hall(std::string const& secondLine) { return "frame,timestamp_ns,hall_x,hall_y\n1,900,1,2\n" + secondLine; }
@@ -102,9 +102,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(Recording, MayBeWrittenInManyWays) {
   TemporaryDirectory const plain;
   WriteWorkedRecording(plain);
-  std::string const frames = ReadFile(plain.path() + "/frames.csv");
-  std::string const hall = ReadFile(plain.path() + "/hall.csv");
-  std::string const expected = RunTool("replay --quiet --format csv " + plain.path()).out;
+  std::string const frames = ReadFile(plain.Path() + "/frames.csv");
+  std::string const hall = ReadFile(plain.Path() + "/hall.csv");
+  std::string const expected = RunTool("replay --quiet --format csv " + plain.Path()).out;
   ASSERT_EQ(Lines(expected).size(), 2U);
 
   struct Variant {
@@ -129,7 +129,7 @@ TEST(Recording, MayBeWrittenInManyWays) {
     TemporaryDirectory const directory;
     directory.Write("frames.csv", variant.frames);
     directory.Write("hall.csv", variant.hall);
-    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path());
+    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.Path());
     EXPECT_EQ(outcome.out, expected) << variant.name << outcome.err;
   }
 }
@@ -156,10 +156,10 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
       hall += std::to_string(row.frame) + "," + std::to_string(timeUs * 1000) + ",1,1\n";
   }
   directory.Write("hall.csv", hall);
-  Outcome const outcome = RunTool("replay --format csv " + directory.path());
+  Outcome const outcome = RunTool("replay --format csv " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_EQ(Lines(outcome.out).size(), 5U);
-  std::string const summary = Replaced(outcome.err, directory.path(), "DIR");
+  std::string const summary = Replaced(outcome.err, directory.Path(), "DIR");
   // 8 new samples after the first in 9.5 ms. Jitter: 1000, 900, 1100, 998, 1000, 1000, 1000 have the mean 6998 / 7 and
   // the mean square 7016004 / 7.
   EXPECT_NE(
@@ -179,7 +179,7 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
             "Found      samples after the last listed frame (not delivered): 1, first at DIR/hall.csv:15\n");
 
   directory.Write("hall.csv", "frame,timestamp_ns,hall_x,hall_y\n10,-5,1,1\n");
-  EXPECT_NE(RunTool("replay --format csv " + directory.path()).err.find("Samples    1 in 1 batches\n           gaps 0"),
+  EXPECT_NE(RunTool("replay --format csv " + directory.Path()).err.find("Samples    1 in 1 batches\n           gaps 0"),
             std::string::npos)
       << "one sample has no rate";
 }
@@ -188,10 +188,10 @@ TEST(Recording, OneOfItsFilesStandsForIt) {
   TemporaryDirectory const old;
   WriteWorkedRecording(old);
   TemporaryDirectory const present;
-  ASSERT_EQ(RunTool("generate --frames 9 " + present.path()).exitCode, 0);
+  ASSERT_EQ(RunTool("generate --frames 9 " + present.Path()).exitCode, 0);
   for (auto const& [directory, files] :
-       {std::pair<std::string, std::vector<std::string>>{old.path(), {"frames", "hall"}},
-        {present.path(), {"recording", "calls", "hall"}}}) {
+       {std::pair<std::string, std::vector<std::string>>{old.Path(), {"frames", "hall"}},
+        {present.Path(), {"recording", "calls", "hall"}}}) {
     std::string const expected = RunTool("replay -q " + directory).out;
     for (auto const& file : files) EXPECT_EQ(RunTool("replay -q " + directory + "/" + file + ".csv").out, expected);
     EXPECT_EQ(RunScript("cd " + directory + " && shadingctl replay -q --format csv " + files[0] + ".csv").out,
@@ -201,7 +201,7 @@ TEST(Recording, OneOfItsFilesStandsForIt) {
 
 TEST(Generate, WhatItWritesReplaysAsTheBuiltInSession) {
   TemporaryDirectory const directory;
-  std::string const recording = directory.path() + "/new/session";
+  std::string const recording = directory.Path() + "/new/session";
   Outcome const written = RunTool("generate " + recording);
   ASSERT_EQ(written.exitCode, 0) << written.err;
   EXPECT_EQ(RunTool("replay --quiet --format csv " + recording).out, RunTool("replay --quiet --format csv").out);
@@ -219,8 +219,8 @@ TEST(Generate, IrregularitiesAreThereWhenAskedForOnly) {
     RunTool(
         "generate --force --frames 200 --frame-rate 30 --hall-rate 500 --jitter-us 100 --drop 0 --late 0 "
         "--pause-us 0 --overlap " +
-        overlap + " " + directory.path());
-    return RunTool("replay --format csv " + directory.path()).err;
+        overlap + " " + directory.Path());
+    return RunTool("replay --format csv " + directory.Path()).err;
   };
   std::string const regular = summary("0");
   for (char const* const part : {"Frames     200 (1 to 200), 6.633 s\n", " 200 batches\n           500.0 a second",

@@ -46,14 +46,14 @@ TEST(Replay, ModesAndTypesOfAFrameWorkedOutByHand) {
   };
   std::string const row = "7,1000000000000,0,start,100,40,60,-5598,0,0,";
   for (auto const& [option, position, distance] : modes) {
-    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path() + " " + option);
+    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.Path() + " " + option);
     EXPECT_EQ(outcome.out, kHeader + row + position + ",,0,near,0,1.0000,0," + distance + "\n")
         << option << outcome.err;
     EXPECT_EQ(outcome.err, "") << option;
   }
   for (char const* type : {"1", "4", "5", "6"}) {
     std::string const typed = Replaced(row, ",0,start", std::string(",") + type + ",start");
-    EXPECT_EQ(RunTool("replay --quiet --format csv --type " + (type + (" " + directory.path()))).out,
+    EXPECT_EQ(RunTool("replay --quiet --format csv --type " + (type + (" " + directory.Path()))).out,
               kHeader + typed + "136.666672,-10,,0,near,0,1.0000,0,7.3333\n");
   }
 }
@@ -61,14 +61,14 @@ TEST(Replay, ModesAndTypesOfAFrameWorkedOutByHand) {
 TEST(Replay, ACameraThatIsNotInTheSensorMapIsOff) {
   TemporaryDirectory const directory;
   WriteWorkedRecording(directory);
-  Outcome const outcome = RunTool("replay --quiet --format csv --camera 1 " + directory.path());
+  Outcome const outcome = RunTool("replay --quiet --format csv --camera 1 " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_EQ(outcome.out, kHeader + std::string("7,1000000000000,0,off,,,,,,,,,camera not in the sensor map,1,,,,,\n"));
   EXPECT_EQ(outcome.err,
             "shadingctl: camera 1 is not in the device's sensor map: every frame is off\n"
             "shadingctl: NOTHING MATCHED: not one frame has a sample at its start\n");
   // The second camera of the map answers like the first.
-  EXPECT_NE(RunTool("replay --quiet --format csv --camera 2 " + directory.path()).out.find(",start,"),
+  EXPECT_NE(RunTool("replay --quiet --format csv --camera 2 " + directory.Path()).out.find(",start,"),
             std::string::npos);
 }
 
@@ -77,7 +77,7 @@ TEST(Replay, ACameraThatIsNotInTheSensorMapIsOff) {
 TEST(Replay, EachMatchIsToldAsFarAsTheLogLevelAllows) {
   TemporaryDirectory const directory;
   WriteWorkedRecording(directory);
-  std::string const hall = ReadFile(directory.path() + "/hall.csv");
+  std::string const hall = ReadFile(directory.Path() + "/hall.csv");
   directory.Write("hall.csv", "frame,timestamp_ns,hall_x,hall_y\n" + Replaced(hall.substr(hall.find("7,999945402000")),
                                                                               "7,999955402000",
                                                                               "7,999954402400,0,0\n7,999955402000"));
@@ -92,7 +92,7 @@ TEST(Replay, EachMatchIsToldAsFarAsTheLogLevelAllows) {
                   "12,1000043402000,102402000,10000000\n");  // starts 10 ms before entry 0, entry 10 at its end
   std::string shown;
   for (char const* const options : {"--log-level 4", "--log-level 1", "--log-level 0", "--reset-matched"}) {
-    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.path() + " " + options);
+    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.Path() + " " + options);
     shown += std::string(options) + "\n" + outcome.out + outcome.err;
   }
   ExpectGolden(shown, "matches.txt");
@@ -101,7 +101,7 @@ TEST(Replay, EachMatchIsToldAsFarAsTheLogLevelAllows) {
 TEST(Replay, TableShowsUnitsAndTheTolerance) {
   TemporaryDirectory const directory;
   WriteWorkedRecording(directory);
-  EXPECT_EQ(Replaced(RunTool("replay --quiet " + directory.path()).out, directory.path(), "DIR"),
+  EXPECT_EQ(Replaced(RunTool("replay --quiet " + directory.Path()).out, directory.Path(), "DIR"),
             R"(DIR: camera 0, sensor type 3, frame type 0, mode mean, log level 4
 
      frame      time match     samples    span  offset from start      age        hall x        hall y covers note
@@ -116,7 +116,7 @@ TEST(Replay, JsonHasNullWhereThereIsNoValue) {
   directory.Write("frames.csv",
                   "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n"
                   "6,999999000000,10000000,20000000\n7,1000000000000,10000000,20000000\n");
-  auto const json = nlohmann::json::parse(RunTool("replay --format json " + directory.path()).out);
+  auto const json = nlohmann::json::parse(RunTool("replay --format json " + directory.Path()).out);
   EXPECT_EQ(
       json["frames"].dump(),
       R"([{"camera":0,"coverage":null,"end":null,"end_distance_us":null,"end_index":null,"exposure_us":10000,"frame":6,"hall_x":null,"hall_y":null,)"
@@ -141,14 +141,14 @@ TEST(Replay, JsonHasNullWhereThereIsNoValue) {
   EXPECT_TRUE(summary["carried_age_us"]["median"].is_null());
   EXPECT_EQ(summary["samples"]["rate_hz"], 1000.0);
   EXPECT_EQ(summary["samples"]["jitter_us"], 0.0);
-  EXPECT_EQ(json["summary"]["found"]["empty_batches"]["first"], directory.path() + "/frames.csv:2");
+  EXPECT_EQ(json["summary"]["found"]["empty_batches"]["first"], directory.Path() + "/frames.csv:2");
 }
 
 TEST(Replay, JsonHoldsEveryBatchAsDeliveredWhenAsked) {
   TemporaryDirectory const directory;
   WriteWorkedRecording(directory);
-  directory.Write("hall.csv", ReadFile(directory.path() + "/hall.csv") + "7,999924402000,-1.5,0.1\n");
-  std::string const command = "replay --format json " + directory.path();
+  directory.Write("hall.csv", ReadFile(directory.Path() + "/hall.csv") + "7,999924402000,-1.5,0.1\n");
+  std::string const command = "replay --format json " + directory.Path();
   auto const json = nlohmann::json::parse(RunTool(command + " --samples").out);
   ASSERT_EQ(json["batches"].size(), 1U);
   auto const& batch = json["batches"][0];
@@ -200,7 +200,7 @@ TEST(Replay, WhyThereIsNoStartIsSaidOfTheWindow) {
       hall += "7," + std::to_string(1000000000000 + us * 1000) + ",1,2\n";
     }
     directory.Write("hall.csv", hall);
-    auto const lines = Lines(RunTool("replay --quiet --format csv " + directory.path()).out);
+    auto const lines = Lines(RunTool("replay --quiet --format csv " + directory.Path()).out);
     ASSERT_EQ(lines.size(), 2U) << row.name;
     auto const fields = Fields(lines[1]);
     EXPECT_EQ(fields[3] + "," + fields[12], row.expected) << row.name;
@@ -231,14 +231,14 @@ TEST(Replay, AHistoryThatNeverHoldsEnoughIsAFailureOfItsOwn) {
   for (auto const& row : rows) {
     TemporaryDirectory const directory;
     std::string const options = " --jitter-us 0 --overlap 0 --drop 0 --late 0 --pause-us 0 --force ";
-    ASSERT_EQ(RunTool("generate " + (row.options + options) + directory.path()).exitCode, 0);
-    std::string const summary = RunTool("replay --format csv " + directory.path()).err;
+    ASSERT_EQ(RunTool("generate " + (row.options + options) + directory.Path()).exitCode, 0);
+    std::string const summary = RunTool("replay --format csv " + directory.Path()).err;
     EXPECT_NE(summary.find(row.told), std::string::npos) << row.options << "\n" << summary;
   }
   TemporaryDirectory const directory;
-  ASSERT_EQ(RunTool("generate --frames 40 --frame-rate 120 --hall-rate 200 " + directory.path()).exitCode, 0);
+  ASSERT_EQ(RunTool("generate --frames 40 --frame-rate 120 --hall-rate 200 " + directory.Path()).exitCode, 0);
   for (char const* const level : {"1", "4"}) {
-    auto const lines = Lines(RunTool("replay --quiet --format csv " + directory.path() + " --log-level " + level).out);
+    auto const lines = Lines(RunTool("replay --quiet --format csv " + directory.Path() + " --log-level " + level).out);
     EXPECT_EQ(Fields(lines.back())[12].substr(0, 15), "30 frames hold ") << lines.back();
   }
 }
@@ -248,7 +248,7 @@ TEST(Replay, ASilentComputationIsMeasuredBesideTheOthersAndChangesNothing) {
   auto const timesOf = [](std::string const& arguments) {
     return nlohmann::json::parse(RunTool("replay --format json " + arguments).out)["summary"]["cameras"][0]["library"];
   };
-  auto const loud = timesOf("--log-level 4 --dump preview --dump-dir " + directory.path());
+  auto const loud = timesOf("--log-level 4 --dump preview --dump-dir " + directory.Path());
   EXPECT_EQ(loud["silent_calculate_ns"]["frames"], 30) << "one in ten of 297";
   double const medianNs = loud["silent_calculate_ns"]["median"];
   EXPECT_GT(medianNs, 0);
@@ -261,9 +261,9 @@ TEST(Replay, ASilentComputationIsMeasuredBesideTheOthersAndChangesNothing) {
 TEST(Replay, RowsGoToTheOutputFileAndMessagesToTheLog) {
   TemporaryDirectory const directory;
   WriteWorkedRecording(directory);
-  std::string const result = directory.path() + "/result.csv";
-  std::string const log = directory.path() + "/library.log";
-  Outcome const outcome = RunTool("replay --format csv -o " + result + " --log " + log + " " + directory.path());
+  std::string const result = directory.Path() + "/result.csv";
+  std::string const log = directory.Path() + "/library.log";
+  Outcome const outcome = RunTool("replay --format csv -o " + result + " --log " + log + " " + directory.Path());
   EXPECT_EQ(
       ReadFile(result),
       kHeader + std::string("7,1000000000000,0,start,100,40,60,-5598,0,0,136.666672,-10,,0,near,0,1.0000,0,7.3333\n"));

@@ -30,13 +30,13 @@ class Result : public testing::Test {
  protected:
   Result() {
     WriteWorkedRecording(mRecording);
-    std::string const odd = mPlace.path() + "/<script>&'";
-    EXPECT_EQ(RunScript("mv '" + mRecording.path() + "' \"" + odd + "\"").exitCode, 0);
+    std::string const odd = mPlace.Path() + "/<script>&'";
+    EXPECT_EQ(RunScript("mv '" + mRecording.Path() + "' \"" + odd + "\"").exitCode, 0);
     mRun = "\"" + odd + "\" --quiet ";
     EXPECT_EQ(RunTool("replay " + mRun + "--format json --samples -o " + Path("result")).exitCode, 0);
   }
 
-  std::string Path(std::string const& name) const { return mPlace.path() + "/" + name; }
+  std::string Path(std::string const& name) const { return mPlace.Path() + "/" + name; }
 
   TemporaryDirectory const mPlace;
   TemporaryDirectory const mRecording;
@@ -49,7 +49,7 @@ TEST_F(Result, PageHoldsTimesFromTheFirstFrameAndSamplesInSteps) {
   Json const data = DataOf(outcome.out);
   ASSERT_EQ(data.size(), 1U);
   EXPECT_EQ(data[0]["origin_ns"], "1000000000000");
-  EXPECT_EQ(data[0]["settings"]["session"], mPlace.path() + "/<script>&'");
+  EXPECT_EQ(data[0]["settings"]["session"], mPlace.Path() + "/<script>&'");
   Json const& frames = data[0]["frames"];
   EXPECT_EQ(frames["time_ns"].dump(), "[0]");
   EXPECT_EQ(frames["start_of_frame_us"].dump(), "[-10000]");
@@ -179,12 +179,12 @@ TEST_F(Result, TraceHasTheFieldsOfItsFormatAndTheTimesOfTheResult) {
 // Slices of one thread may not cross, or viewers drop them.
 TEST(Trace, SlicesThatOverlapStandOnThreadsOfTheirOwn) {
   TemporaryDirectory const directory;
-  std::string const result = directory.path() + "/result";
+  std::string const result = directory.Path() + "/result";
   ASSERT_EQ(
-      RunTool("generate " + directory.path() + "/rec --cameras 2 --frames 90 --exposure-us 30000 --pause-us 250000")
+      RunTool("generate " + directory.Path() + "/rec --cameras 2 --frames 90 --exposure-us 30000 --pause-us 250000")
           .exitCode,
       0);
-  RunTool("replay " + directory.path() + "/rec --quiet --format json -o " + result);
+  RunTool("replay " + directory.Path() + "/rec --quiet --format json -o " + result);
   std::map<std::pair<int, int>, double> freeFrom;
   std::set<int> cameras;
   int unmatched = 0;

@@ -33,7 +33,7 @@ TEST(Rows, OfSomeKindsAndFramesAreShownAndAllArePlayed) {
 
 TEST(Rows, OfASummaryThereAreNone) {
   TemporaryDirectory const directory;
-  std::string const result = directory.path() + "/result";
+  std::string const result = directory.Path() + "/result";
   EXPECT_EQ(RunTool("replay --summary --format csv -o " + result).out, "");
   EXPECT_EQ(ReadFile(result).rfind("Frames     297 (1 to 300), 4.983 s\n", 0), 0U);
   Outcome const table = RunTool("replay --summary");

@@ -123,12 +123,12 @@ TEST(Device, OfTheOptionIsPlayedWhateverTheEnvironmentSays) {
                                      "sensors": [{"sensorId": 4, "sensorIndex": 0, "device": 1}]})");
   TemporaryDirectory const other;
   other.Write("device.json", "{}");
-  for (std::string const& variable : {std::string("/no/device"), other.path()}) {
+  for (std::string const& variable : {std::string("/no/device"), other.Path()}) {
     std::string const environment = "VCAM_DEVICE=" + variable + " shadingctl ";
-    Outcome const replay = RunScript(environment + "replay --device " + directory.path());
+    Outcome const replay = RunScript(environment + "replay --device " + directory.Path());
     EXPECT_EQ(replay.exitCode, 0) << replay.err;
     EXPECT_NE(replay.out.find(": camera 4, sensor type 6,"), std::string::npos);
-    Outcome const calibration = RunScript(environment + "calibration --format csv --device " + directory.path());
+    Outcome const calibration = RunScript(environment + "calibration --format csv --device " + directory.Path());
     EXPECT_EQ(calibration.exitCode, 1) << calibration.err;
     EXPECT_EQ(Lines(calibration.out).size(), 2U);
   }

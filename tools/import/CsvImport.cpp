@@ -77,13 +77,13 @@ class CsvImport : public ImportedSession, private recording::FrameSession {
     if (!mDeliversByFrame) mSettings.batches = recording::Batches::kRebuilt;
   }
 
-  recording::Session& session() override { return *this; }
+  recording::Session& Session() override { return *this; }
   std::string Name() const override { return mArguments.framesFile; }
   std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
   std::vector<std::string> Remarks() const override {
     std::vector<std::string> remarks;
-    for (std::string const& place : {mFrames.cutAt(), mSamples.cutAt()}) {
+    for (std::string const& place : {mFrames.CutAt(), mSamples.CutAt()}) {
       if (!place.empty()) remarks.push_back(fmt::format("{}: the line may be cut, and is left out", place));
     }
     if (!mDeliversByFrame) {

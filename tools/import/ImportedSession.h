@@ -16,7 +16,7 @@ class ImportedSession {
  public:
   virtual ~ImportedSession() = default;
 
-  virtual recording::Session& session() = 0;
+  virtual recording::Session& Session() = 0;
 
   // What the recording lacks, in sentences; complete once the session has been read to its end.
   virtual std::vector<std::string> Remarks() const = 0;

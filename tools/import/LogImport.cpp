@@ -29,23 +29,23 @@ class LogImport : public ImportedSession, private recording::Session {
     mSettings.cameras.emplace();
   }
 
-  recording::Session& session() override { return *this; }
-  std::string Name() const override { return mLog.name(); }
-  recording::Settings const& settings() const override { return mSettings; }
-  recording::Oddities const& oddities() const override { return mOddities; }
+  recording::Session& Session() override { return *this; }
+  std::string Name() const override { return mLog.Name(); }
+  recording::SessionSettings const& Settings() const override { return mSettings; }
+  recording::SessionOddities const& Oddities() const override { return mOddities; }
   std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
   std::vector<std::string> Remarks() const override {
     std::vector<std::string> remarks = {fmt::format(
         "{}: a log holds the samples around each frame, in whole us, and not the batches: results can differ from the "
         "phone's; `shadingctl explain` tells the phone's own",
-        mLog.name())};
+        mLog.Name())};
     if (mLeftOut > 0) {
       remarks.push_back(fmt::format("{}: {} computations have lost their frame's number or times, and are left out",
-                                    mLog.name(), mLeftOut));
+                                    mLog.Name(), mLeftOut));
     }
     if (mWithLoss > 0) {
-      remarks.push_back(fmt::format("{}: {} computations that are taken have lost lines", mLog.name(), mWithLoss));
+      remarks.push_back(fmt::format("{}: {} computations that are taken have lost lines", mLog.Name(), mWithLoss));
     }
     return remarks;
   }
@@ -89,7 +89,7 @@ class LogImport : public ImportedSession, private recording::Session {
     try {
       mAssembler.Add(*entry);
     } catch (hosting::UnusableInput const& unusable) {
-      throw hosting::UnusableInput(fmt::format("{}:{}", mLog.name(), unusable.what()));
+      throw hosting::UnusableInput(fmt::format("{}:{}", mLog.Name(), unusable.what()));
     }
   }
 
@@ -166,7 +166,7 @@ class LogImport : public ImportedSession, private recording::Session {
     if (mDelivered == 0) {
       throw hosting::UnusableInput(
           fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines",
-                      mLog.name(), mParser.counts().lines));
+                      mLog.Name(), mParser.Counts().lines));
     }
     for (std::int32_t const camera : *mSettings.cameras) Queue(camera, recording::StopMonitor{});
   }
@@ -174,8 +174,8 @@ class LogImport : public ImportedSession, private recording::Session {
   recording::LineReader mLog;
   LogParser mParser;
   CallAssembler mAssembler;
-  recording::Settings mSettings;
-  recording::Oddities mOddities;
+  recording::SessionSettings mSettings;
+  recording::SessionOddities mOddities;
   std::map<std::int32_t, Camera> mCameras;
   std::deque<LoggedCall> mPending;
   std::deque<recording::Call> mReady;

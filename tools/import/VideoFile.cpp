@@ -38,22 +38,22 @@ class VideoFile::Bytes : public io::CopyingInputStream {
   explicit Bytes(std::string const& path)
       : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)), stream(this) {
     struct stat status = {};
-    if (!mFile || fstat(mFile.number(), &status) != 0) Fail(errno);
+    if (!mFile || fstat(mFile.Number(), &status) != 0) Fail(errno);
     if (S_ISDIR(status.st_mode)) Fail(EISDIR);
     mMustWait = !S_ISREG(status.st_mode);
   }
 
   int Read(void* buffer, int size) override {
     for (;;) {
-      if (mMustWait) hosting::WaitForInput(mFile.number());
-      ssize_t const got = read(mFile.number(), buffer, static_cast<std::size_t>(size));
+      if (mMustWait) hosting::WaitForInput(mFile.Number());
+      ssize_t const got = read(mFile.Number(), buffer, static_cast<std::size_t>(size));
       if (got == 0) mAtEnd = true;
       if (got >= 0) return static_cast<int>(got);
       if (errno != EINTR && errno != EAGAIN) Fail(errno);
     }
   }
 
-  bool atEnd() const { return mAtEnd; }
+  bool AtEnd() const { return mAtEnd; }
 
  private:
   [[noreturn]] void Fail(int error) const {
@@ -121,7 +121,7 @@ VideoFile::Field VideoFile::ReadField(videoimu::VideoFrameMetaData& frame) {
 }
 
 VideoFile::Field VideoFile::Broken() {
-  if (!mBytes->atEnd()) return Broken("expected a number of at most 10 bytes, found a longer one");
+  if (!mBytes->AtEnd()) return Broken("expected a number of at most 10 bytes, found a longer one");
   return Broken(fmt::format("expected a whole field, found the end of the file after {} bytes, so it is cut",
                             mBytes->stream.ByteCount()));
 }

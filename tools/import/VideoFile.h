@@ -25,8 +25,8 @@ class VideoFile {
   Found Next(videoimu::VideoFrameMetaData& frame);
 
   // The bytes of all fields that were read so far, from the beginning of the file.
-  std::int64_t wholeBytes() const { return mWholeBytes; }
-  std::string const& problem() const { return mProblem; }
+  std::int64_t WholeBytes() const { return mWholeBytes; }
+  std::string const& Problem() const { return mProblem; }
 
  private:
   class Bytes;

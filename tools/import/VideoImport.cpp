@@ -22,15 +22,15 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
     mSettings.batches = recording::Batches::kRebuilt;
   }
 
-  recording::Session& session() override { return *this; }
+  recording::Session& Session() override { return *this; }
   std::string Name() const override { return mArguments.file; }
   std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
   std::vector<std::string> Remarks() const override {
     std::vector<std::string> remarks;
-    if (!mFile.problem().empty()) {
+    if (!mFile.Problem().empty()) {
       remarks.push_back(fmt::format("{}: byte {}: {}; what comes before it is whole and taken", mArguments.file,
-                                    mFile.wholeBytes(), mFile.problem()));
+                                    mFile.WholeBytes(), mFile.Problem()));
     }
     remarks.push_back(fmt::format(
         "{}: its samples are delivered with the frames that name them. These are not the batches of the platform's "
@@ -41,7 +41,7 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
 
  private:
   std::optional<recording::SessionFrame> ReadFrame() override {
-    std::int64_t const begin = mFile.wholeBytes();
+    std::int64_t const begin = mFile.WholeBytes();
     switch (mFile.Next(mMetaData)) {
       case VideoFile::Found::kFrame:
         return Converted(begin);
@@ -53,7 +53,7 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
     }
     if (mFrames > 0) return std::nullopt;
     throw hosting::UnusableInput(
-        fmt::format("{}: expected frames (video_meta), found none in {} bytes", mArguments.file, mFile.wholeBytes()));
+        fmt::format("{}: expected frames (video_meta), found none in {} bytes", mArguments.file, mFile.WholeBytes()));
   }
 
   [[noreturn]] void RefuseBroken() const {
@@ -61,7 +61,7 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
     throw hosting::UnusableInput(
         fmt::format("{}: byte {}: {}; the {} frames with {} samples before that byte are "
                     "whole{}",
-                    mArguments.file, mFile.wholeBytes(), mFile.problem(), mFrames, mSamples, salvage));
+                    mArguments.file, mFile.WholeBytes(), mFile.Problem(), mFrames, mSamples, salvage));
   }
 
   // `begin`: where to look for the frame's field, for a message.

@@ -30,7 +30,7 @@ class WholeRows {
     if (!mAhead) return std::nullopt;
     Ahead row = std::move(*mAhead);
     ReadAhead();
-    if (!mAhead && !mFile.lastLineEnds()) {
+    if (!mAhead && !mFile.LastLineEnds()) {
       mCutAt = row.place;
       if (mSalvages) return std::nullopt;
       throw hosting::UnusableInput(
@@ -44,7 +44,7 @@ class WholeRows {
   }
 
   // "FILE:LINE" of the cut line; empty as long as none was met.
-  std::string const& cutAt() const { return mCutAt; }
+  std::string const& CutAt() const { return mCutAt; }
 
  private:
   struct Ahead {

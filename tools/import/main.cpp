@@ -33,7 +33,7 @@ void RefuseOverwritingInputs(ImportArguments const& arguments) {
 int Import(ImportArguments const& arguments) {
   RefuseOverwritingInputs(arguments);
   auto const imported = Open(arguments);
-  RecordingSize const size = WriteRecording(imported->session(), arguments.directory, arguments.force);
+  RecordingSize const size = WriteRecording(imported->Session(), arguments.directory, arguments.force);
   for (std::string const& remark : imported->Remarks()) Tell(remark);
   OutputFile console(kStandardOutput);
   console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.calculations, size.samples));

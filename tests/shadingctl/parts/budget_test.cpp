@@ -52,13 +52,13 @@ TEST(Budget, SharesAreThoseWorkedOutByHand) {
   };
   for (auto const& row : rows) {
     Budget const budget = MakeBudget(row.timing);
-    EXPECT_NEAR(budget.matched(), row.start, 0.004) << row.name;
+    EXPECT_NEAR(budget.Matched(), row.start, 0.004) << row.name;
     EXPECT_NEAR(budget.bothEndsNear, row.bothEndsNear, 0.004) << row.name;
     double sum = 0;
     for (double const share : budget.shares) sum += share;
     EXPECT_NEAR(sum, 1, 1e-9) << row.name;
     if (row.start < 1) {
-      EXPECT_GT(budget.shareOf(row.obstacle), 0) << row.name;
+      EXPECT_GT(budget.ShareOf(row.obstacle), 0) << row.name;
     }
   }
   // At 8 kHz: the window ends 6.125 to 6.25 ms after the timestamp, 7.834 to 7.959 ms after the start of 16 ms.
@@ -78,21 +78,21 @@ TEST(Budget, LimitsHoldOnOneSideAndFailOnTheOther) {
       return MakeBudget(other);
     };
     ASSERT_TRUE(limits.longestExposureNs);
-    EXPECT_EQ(withExposure(0.999).shareOf(Obstacle::kReach), 0);
-    EXPECT_GT(withExposure(1.01).shareOf(Obstacle::kReach), 0);
+    EXPECT_EQ(withExposure(0.999).ShareOf(Obstacle::kReach), 0);
+    EXPECT_GT(withExposure(1.01).ShareOf(Obstacle::kReach), 0);
 
     auto const withRate = [&](std::optional<double> const& hz, double factor) {
       Timing other = timing;
       other.hallIntervalNs = std::llround(1e9 / (*hz * factor));
       return MakeBudget(other);
     };
-    EXPECT_EQ(withRate(limits.lowestToleranceHz, 1.001).shareOf(Obstacle::kTolerance), 0);
-    EXPECT_GT(withRate(limits.lowestToleranceHz, 0.99).shareOf(Obstacle::kTolerance), 0);
-    EXPECT_EQ(withRate(limits.lowestHistoryHz, 1.001).shareOf(Obstacle::kHistory), 0);
-    EXPECT_GT(withRate(limits.lowestHistoryHz, 0.999).shareOf(Obstacle::kHistory), 0);
+    EXPECT_EQ(withRate(limits.lowestToleranceHz, 1.001).ShareOf(Obstacle::kTolerance), 0);
+    EXPECT_GT(withRate(limits.lowestToleranceHz, 0.99).ShareOf(Obstacle::kTolerance), 0);
+    EXPECT_EQ(withRate(limits.lowestHistoryHz, 1.001).ShareOf(Obstacle::kHistory), 0);
+    EXPECT_GT(withRate(limits.lowestHistoryHz, 0.999).ShareOf(Obstacle::kHistory), 0);
     ASSERT_TRUE(limits.highestStartHz);
-    EXPECT_EQ(withRate(limits.highestStartHz, 0.999).shareOf(Obstacle::kReach), 0);
-    EXPECT_GT(withRate(limits.highestStartHz, 1.05).shareOf(Obstacle::kReach), 0);
+    EXPECT_EQ(withRate(limits.highestStartHz, 0.999).ShareOf(Obstacle::kReach), 0);
+    EXPECT_GT(withRate(limits.highestStartHz, 1.05).ShareOf(Obstacle::kReach), 0);
   }
   // The readout ends 13.861 ms after the timestamp, so 49 samples must take at least that long.
   Budget const budget = MakeBudget(TimingOf(200, 60, 1266, 15980));

@@ -14,7 +14,7 @@ TEST(Histogram, FindsTheMiddleOfAnySize) {
     histogram.Add(value);
     EXPECT_DOUBLE_EQ(histogram.Median().value(), static_cast<double>(value));
     EXPECT_EQ(histogram.Between(static_cast<double>(value) / 2, static_cast<double>(value)).count, 2U) << value;
-    EXPECT_EQ(histogram.largest(), value);
+    EXPECT_EQ(histogram.Largest(), value);
   }
 }
 

@@ -47,7 +47,7 @@ TEST(LibraryMessages, MessagesThatAreCutAreDamaged) {
       FrameMessages const frame = Read(message.substr(0, length));
       EXPECT_EQ(frame.damaged, 1U) << message.substr(0, length);
       EXPECT_FALSE(frame.batch || frame.buffered || frame.matched || frame.query || frame.times || frame.span ||
-                   frame.done() || !frame.source.empty() || frame.firstCandidate || frame.start ||
+                   frame.Done() || !frame.source.empty() || frame.firstCandidate || frame.start ||
                    frame.firstEndCandidate || frame.spanEntries > 0)
           << message.substr(0, length);
     }

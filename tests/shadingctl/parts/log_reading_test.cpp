@@ -65,7 +65,7 @@ TEST(LogLines, TheLongFormatHasItsHeadOnALineOfItsOwn) {
   EXPECT_FALSE(parser.Add("\r"));
   EXPECT_FALSE(parser.Add("[ 01-02 03:04:05.679  1234: 5678 I/Other ]"));
   EXPECT_FALSE(parser.Add(kMessage)) << "of another tag, whatever its text";
-  EXPECT_EQ(parser.counts().otherTags, 1U);
+  EXPECT_EQ(parser.Counts().otherTags, 1U);
 }
 
 TEST(LogLines, WhatIsNoMessageOfTheLibraryIsCounted) {
@@ -77,11 +77,11 @@ TEST(LogLines, WhatIsNoMessageOfTheLibraryIsCounted) {
         "01-02 03:04:05.678  1  2 I VeyraShading", "99999999999999999999.1  1  2 I VeyraShadingUtil: x"}) {
     EXPECT_FALSE(parser.Add(line)) << line;
   }
-  EXPECT_EQ(parser.counts().lines, 7U);
-  EXPECT_EQ(parser.counts().otherTags, 3U);
-  EXPECT_EQ(parser.counts().droppedByLog, 26U);
-  EXPECT_EQ(parser.counts().unreadable, 3U);
-  EXPECT_EQ(parser.counts().firstUnreadable, 5U);
+  EXPECT_EQ(parser.Counts().lines, 7U);
+  EXPECT_EQ(parser.Counts().otherTags, 3U);
+  EXPECT_EQ(parser.Counts().droppedByLog, 26U);
+  EXPECT_EQ(parser.Counts().unreadable, 3U);
+  EXPECT_EQ(parser.Counts().firstUnreadable, 5U);
   EXPECT_FALSE(parser.Add("[a] " + std::string(1018, 'x'))->isCut) << "1022 characters";
   EXPECT_TRUE(parser.Add("[a] " + std::string(1019, 'x'))->isCut);
 }
@@ -135,7 +135,7 @@ std::vector<LoggedCall> CallsIn(std::vector<std::string> const& lines, std::uint
     if (auto const entry = parser.Add(line)) assembler.Add(*entry);
   }
   assembler.Finish();
-  if (damaged != nullptr) *damaged = assembler.damaged();
+  if (damaged != nullptr) *damaged = assembler.Damaged();
   return calls;
 }
 
@@ -163,7 +163,7 @@ TEST(LoggedCalls, TwoFramesWithAnyOneLineMissingAreStillTwoFrames) {
     EXPECT_EQ(calls[0].lost + calls[1].lost, isWhole ? 0U : 1U) << lost;
     bool const costsWindow = lost.find("source") != std::string::npos || lost.find("oisCount") != std::string::npos ||
                              lost.find("frame_id") != std::string::npos;
-    EXPECT_EQ(calls[0].isWhole() && calls[1].isWhole(), !costsWindow) << lost;
+    EXPECT_EQ(calls[0].IsWhole() && calls[1].IsWhole(), !costsWindow) << lost;
   }
 }
 
@@ -199,7 +199,7 @@ TEST(LoggedCalls, ThreadsThatMingleAreToldApart) {
   EXPECT_EQ(calls[0].camera, 0);
   EXPECT_EQ(calls[1].camera, 2);
   EXPECT_EQ(calls[0].lost + calls[1].lost, 0U);
-  EXPECT_TRUE(calls[0].isWhole() && calls[1].isWhole());
+  EXPECT_TRUE(calls[0].IsWhole() && calls[1].IsWhole());
   try {
     CallsIn(plain);
     ADD_FAILURE() << "lines of two cameras without thread ids were accepted";
@@ -222,7 +222,7 @@ TEST(LoggedCalls, APauseSeparatesWhatIsLeftOfTwoFrames) {
   ASSERT_EQ(calls.size(), 2U);
   EXPECT_FALSE(calls[0].frame);
   EXPECT_EQ(calls[1].frame, 6U);
-  EXPECT_FALSE(calls[0].isWhole() || calls[1].isWhole());
+  EXPECT_FALSE(calls[0].IsWhole() || calls[1].IsWhole());
 }
 
 TEST(LoggedCalls, AFrameWithoutSamplesHasTheNumberOfItsBatch) {

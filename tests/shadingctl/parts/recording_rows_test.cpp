@@ -10,7 +10,7 @@
 #include "recording/Recording.h"
 #include "recording/RecordingRows.h"
 
-namespace hosting {
+namespace recording {
 namespace {
 
 Call CallAt(std::uint64_t timeNs, std::int32_t camera, decltype(Call::operation) operation) {
@@ -82,7 +82,7 @@ TEST(RecordingRows, AreReadAsTheCallsThatWereWritten) {
   std::string directory = (std::filesystem::temp_directory_path() / "recording-XXXXXX").string();
   ASSERT_NE(mkdtemp(directory.data()), nullptr);
   std::vector<Call> const calls = CallsOfAllKinds();
-  Settings settings;
+  SessionSettings settings;
   settings.cameras = {{0, -2147483648, 2}};
   settings.calculationMode = 4;
   settings.batches = Batches::kFiled;
@@ -100,8 +100,8 @@ TEST(RecordingRows, AreReadAsTheCallsThatWereWritten) {
   std::ofstream(directory + "/hall.csv") << sampleRows;
 
   auto const session = OpenRecording(directory);
-  EXPECT_EQ(SettingsText(session->settings()), SettingsText(settings));
-  EXPECT_EQ(session->settings().cameras, settings.cameras);
+  EXPECT_EQ(SettingsText(session->Settings()), SettingsText(settings));
+  EXPECT_EQ(session->Settings().cameras, settings.cameras);
   EXPECT_EQ(session->FrameCount(), 2U);
   Call call;
   for (Call const& written : calls) {
@@ -109,10 +109,10 @@ TEST(RecordingRows, AreReadAsTheCallsThatWereWritten) {
     EXPECT_EQ(Told(call), Told(written));
   }
   EXPECT_FALSE(session->Next(call));
-  EXPECT_EQ(session->oddities().lostCalls.count, calls.size() - 1);
-  EXPECT_EQ(session->oddities().lostSamples.count, 6U);
+  EXPECT_EQ(session->Oddities().lostCalls.count, calls.size() - 1);
+  EXPECT_EQ(session->Oddities().lostSamples.count, 6U);
   std::filesystem::remove_all(directory);
 }
 
 }  // namespace
-}  // namespace hosting
+}  // namespace recording

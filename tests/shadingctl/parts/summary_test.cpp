@@ -10,16 +10,16 @@
 namespace shadingctl {
 namespace {
 
-FrameResult Frame(Match match) {
-  FrameResult frame;
-  frame.match = match;
+Frame FrameOf(Match match) {
+  Frame frame;
+  frame.row.match = match;
   return frame;
 }
 
 Summary SummaryOf(std::initializer_list<std::pair<Match, int>> counts) {
   Summary summary(4);
   for (auto const& [match, count] : counts) {
-    for (int i = 0; i < count; ++i) summary.Add(Frame(match), 0);
+    for (int i = 0; i < count; ++i) summary.Add(FrameOf(match));
   }
   return summary;
 }
@@ -58,10 +58,10 @@ TEST(Summary, TheWarmUpIsNoFailure) {
 
 TEST(Summary, AgesAreNeitherNegativeNorMoreExactThanTheyAreKnown) {
   Summary summary(4);
-  FrameResult carried = Frame(Match::kCarried);
+  Frame carried = FrameOf(Match::kCarried);
   for (std::int64_t const ageUs : {400000L, 400001L, 400003L, -9000L, -1L}) {
-    carried.spanAgeUs = ageUs;
-    summary.Add(carried, 0);
+    carried.row.spanAgeUs = ageUs;
+    summary.Add(carried);
   }
   EXPECT_EQ(LineOf(summary, "Carried"),
             "Carried    position from the oldest end of the window; its age: median 400.0 ms (within 1.6 %), largest "

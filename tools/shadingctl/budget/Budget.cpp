@@ -105,7 +105,7 @@ Budget MakeBudget(Timing const& timing) {
   budget.timing = timing;
   budget.reachBackNs = ReachBackNs(timing.exposureNs, timing.readoutNs);
   std::vector<PhaseRange> const ranges = OutcomesOfAllPhases(timing);
-  budget.fewestSamples = HistoryAt(timing, ranges.front().beginNs).count();
+  budget.fewestSamples = HistoryAt(timing, ranges.front().beginNs).Count();
   std::array<std::int64_t, kObstacleCount> obstaclesNs{};
   std::int64_t bothEndsNearNs = 0;
   bool hasWindow = true;
@@ -121,10 +121,10 @@ Budget MakeBudget(Timing const& timing) {
       }
     }
     History const history = HistoryAt(timing, range.beginNs);
-    budget.fewestSamples = std::min(budget.fewestSamples, history.count());
-    hasWindow = hasWindow && history.count() >= kWindow && history.newest >= 0;
+    budget.fewestSamples = std::min(budget.fewestSamples, history.Count());
+    hasWindow = hasWindow && history.Count() >= kWindow && history.newest >= 0;
     if (!hasWindow) continue;
-    std::int64_t const begin = history.windowBegin();
+    std::int64_t const begin = history.WindowBegin();
     std::int64_t const backNs = -begin * timing.hallIntervalNs - range.endNs;
     std::int64_t const aheadNs = (begin + kWindow - 1) * timing.hallIntervalNs + range.beginNs;
     budget.windowBackNs = std::min(budget.windowBackNs.value_or(INT64_MAX), backNs);

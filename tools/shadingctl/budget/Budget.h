@@ -39,8 +39,8 @@ struct Budget {
   std::optional<Lock> lock;
   Limits limits;
 
-  double shareOf(Obstacle obstacle) const { return shares[static_cast<std::size_t>(obstacle)]; }
-  double matched() const { return shareOf(Obstacle::kNone); }
+  double ShareOf(Obstacle obstacle) const { return shares[static_cast<std::size_t>(obstacle)]; }
+  double Matched() const { return ShareOf(Obstacle::kNone); }
 };
 
 Budget MakeBudget(Timing const& timing);

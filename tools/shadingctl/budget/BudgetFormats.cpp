@@ -41,10 +41,10 @@ std::optional<double> Microseconds(std::optional<std::int64_t> const& ns) {
 }
 
 std::string VerdictText(Budget const& budget) {
-  if (budget.matched() == 0) return "Does not fit: no frame has a sample at the start of its readout.\n";
-  if (budget.matched() < 1) {
+  if (budget.Matched() == 0) return "Does not fit: no frame has a sample at the start of its readout.\n";
+  if (budget.Matched() < 1) {
     return fmt::format("Fits in part: {} of the frames have a sample at the start of their readout.\n",
-                       Percent(budget.matched()));
+                       Percent(budget.Matched()));
   }
   if (budget.bothEndsNear < 1) {
     return fmt::format("Fits in part: every frame has a sample at the start of its readout, {} at its end.\n",
@@ -56,7 +56,7 @@ std::string VerdictText(Budget const& budget) {
 std::string HistoryText(Budget const& budget) {
   std::string text = fmt::format("History    {} samples in {} frames at least, {} are needed: ", budget.fewestSamples,
                                  kKeptFrames, kWindow);
-  double const lacking = budget.shareOf(Obstacle::kHistory);
+  double const lacking = budget.ShareOf(Obstacle::kHistory);
   if (lacking == 0) return text + "enough\n";
   return text + fmt::format("too few for {} of the frames; enough from {:.1f} a second on\n", Percent(lacking),
                             *budget.limits.lowestHistoryHz);
@@ -92,7 +92,7 @@ std::string EndText(Budget const& budget) {
 
 std::string MatchText(Budget const& budget) {
   std::string text = fmt::format("Match      {} of the frames have a sample at their start, at random phase\n",
-                                 Percent(budget.matched()));
+                                 Percent(budget.Matched()));
   struct {
     Obstacle obstacle;
     char const* words;
@@ -102,14 +102,14 @@ std::string MatchText(Budget const& budget) {
                          {Obstacle::kHistory, "the history is too short"},
                          {Obstacle::kNothingAfter, "no sample after the timestamp has come"}};
   for (auto const& row : kRows) {
-    double const share = budget.shareOf(row.obstacle);
+    double const share = budget.ShareOf(row.obstacle);
     if (share > 0) text += fmt::format("           {}: {}\n", row.words, Percent(share));
   }
   double const toleranceHz = *budget.limits.lowestToleranceHz;
-  if (budget.shareOf(Obstacle::kTolerance) > 0) {
+  if (budget.ShareOf(Obstacle::kTolerance) > 0) {
     text += fmt::format("           a sample is near every start from {:.1f} samples a second on\n", toleranceHz);
   }
-  if (budget.shareOf(Obstacle::kSingle) > 0) {
+  if (budget.ShareOf(Obstacle::kSingle) > 0) {
     text += fmt::format("           every readout has two samples above {:.1f} samples a second\n",
                         *budget.limits.lowestSpanHz);
   }
@@ -151,10 +151,10 @@ std::string BudgetTable(std::vector<Budget> const& budgets) {
     }
     std::string row =
         fmt::format(kRow, fmt::format("{:.6g}", RateHz(budget.timing.hallIntervalNs)), budget.timing.exposureNs / 1000,
-                    Percent(budget.matched()), Percent(budget.shareOf(Obstacle::kReach)),
-                    Percent(budget.shareOf(Obstacle::kTolerance)),
-                    Percent(budget.shareOf(Obstacle::kHistory) + budget.shareOf(Obstacle::kNothingAfter)),
-                    Percent(budget.shareOf(Obstacle::kSingle)), Percent(budget.bothEndsNear),
+                    Percent(budget.Matched()), Percent(budget.ShareOf(Obstacle::kReach)),
+                    Percent(budget.ShareOf(Obstacle::kTolerance)),
+                    Percent(budget.ShareOf(Obstacle::kHistory) + budget.ShareOf(Obstacle::kNothingAfter)),
+                    Percent(budget.ShareOf(Obstacle::kSingle)), Percent(budget.bothEndsNear),
                     Percent(budget.medianCoverage), Percent(budget.worstCoverage), locked);
     row.erase(row.find_last_not_of(" \n") + 1);
     text += row + "\n";
@@ -171,12 +171,12 @@ nlohmann::ordered_json BudgetJson(Budget const& budget) {
   json["exposure_us"] = Microseconds(timing.exposureNs);
   json["readout_us"] = Microseconds(timing.readoutNs);
   json["delivery_delay_us"] = Microseconds(timing.deliveryDelayNs);
-  json["start"] = budget.matched();
-  json["beyond_reach"] = budget.shareOf(Obstacle::kReach);
-  json["beyond_tolerance"] = budget.shareOf(Obstacle::kTolerance);
-  json["single"] = budget.shareOf(Obstacle::kSingle);
-  json["short_history"] = budget.shareOf(Obstacle::kHistory);
-  json["nothing_after"] = budget.shareOf(Obstacle::kNothingAfter);
+  json["start"] = budget.Matched();
+  json["beyond_reach"] = budget.ShareOf(Obstacle::kReach);
+  json["beyond_tolerance"] = budget.ShareOf(Obstacle::kTolerance);
+  json["single"] = budget.ShareOf(Obstacle::kSingle);
+  json["short_history"] = budget.ShareOf(Obstacle::kHistory);
+  json["nothing_after"] = budget.ShareOf(Obstacle::kNothingAfter);
   json["both_ends_near"] = budget.bothEndsNear;
   json["median_coverage"] = OrNull(budget.medianCoverage);
   json["worst_coverage"] = OrNull(budget.worstCoverage);

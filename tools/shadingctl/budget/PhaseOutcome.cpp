@@ -33,7 +33,7 @@ std::int64_t ReachBackNs(std::int64_t exposureNs, std::int64_t readoutNs) {
   return exposureNs + static_cast<std::int64_t>(shorterUs * kOffsetFactor) * kMicrosecondNs + kOffsetConstantNs;
 }
 
-std::int64_t History::windowBegin() const { return std::min(std::max(oldest, -kBefore), newest - kWindow + 1); }
+std::int64_t History::WindowBegin() const { return std::min(std::max(oldest, -kBefore), newest - kWindow + 1); }
 
 // Updates are one frame interval apart, and each delivers every sample taken until then.
 History HistoryAt(Timing const& timing, std::int64_t phaseNs) {
@@ -47,8 +47,8 @@ PhaseOutcome OutcomeAt(Timing const& timing, std::int64_t phaseNs) {
   History const history = HistoryAt(timing, phaseNs);
   PhaseOutcome outcome;
   if (history.newest < 0) return {Obstacle::kNothingAfter};
-  if (history.count() < kWindow) return {Obstacle::kHistory};
-  std::int64_t const begin = history.windowBegin();
+  if (history.Count() < kWindow) return {Obstacle::kHistory};
+  std::int64_t const begin = history.WindowBegin();
 
   // Time of a window entry since the start of the readout.
   std::int64_t const entry0Ns = phaseNs + begin * intervalNs + ReachBackNs(timing.exposureNs, timing.readoutNs);

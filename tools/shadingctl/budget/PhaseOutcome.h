@@ -70,9 +70,9 @@ std::vector<PhaseRange> OutcomesOfAllPhases(Timing const& timing);
 struct History {
   std::int64_t oldest = 0;
   std::int64_t newest = 0;
-  std::int64_t count() const { return newest - oldest + 1; }
+  std::int64_t Count() const { return newest - oldest + 1; }
   // The window of 100 samples in it. Requires: count() >= 100 and newest >= 0.
-  std::int64_t windowBegin() const;
+  std::int64_t WindowBegin() const;
 };
 History HistoryAt(Timing const& timing, std::int64_t phaseNs);
 

@@ -36,9 +36,9 @@ ScratchDirectory::~ScratchDirectory() {
 }
 
 void MountDumpFiles(std::string const& deviceDirectory, ScratchDirectory const& scratch) {
-  fs::path directory = scratch.path();
+  fs::path directory = scratch.Path();
   if (deviceDirectory.empty()) {
-    if (auto const error = desktop::WriteBuiltInCalibration(scratch.path()); !error.empty())
+    if (auto const error = desktop::WriteBuiltInCalibration(scratch.Path()); !error.empty())
       throw hosting::UnusableInput(error);
   } else {
     std::error_code failure;

@@ -13,7 +13,7 @@ class ScratchDirectory {
   ScratchDirectory(ScratchDirectory const&) = delete;
   ScratchDirectory& operator=(ScratchDirectory const&) = delete;
 
-  std::string const& path() const { return mPath; }
+  std::string const& Path() const { return mPath; }
 
  private:
   std::string mPath;

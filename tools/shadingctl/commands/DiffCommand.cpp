@@ -24,7 +24,7 @@ int RunDiff(DiffArguments const& arguments) {
   ResultDiff const diff = CompareResults(arguments.a, arguments.b, arguments.options);
   output.Write(DiffText(diff, arguments.a, arguments.b));
   output.Finish();
-  return diff.isSame() ? kExitDone : kExitDifference;
+  return diff.IsSame() ? kExitDone : kExitDifference;
 }
 
 constexpr char const* kDiffExamples =

@@ -29,7 +29,7 @@ struct DumpsArguments {
 bool IsBefore(NamedDump const& left, NamedDump const& right) {
   auto const key = [](NamedDump const& named) {
     DumpName const& name = named.dump.name;
-    return std::make_tuple(name.camera, name.kind, name.frame(), name.startOfFrameUs);
+    return std::make_tuple(name.camera, name.kind, name.Frame(), name.startOfFrameUs);
   };
   return key(left) < key(right);
 }

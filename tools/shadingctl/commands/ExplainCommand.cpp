@@ -51,9 +51,9 @@ int Finish(ExplainArguments const& arguments, ReadingEnd const& ending, std::str
   bool const isKept = ending.error.empty() || !output.IsHeldBack();
   if (isKept) output.Finish();
   if (!ending.error.empty()) Tell(ending.error);
-  if (!isKept) Tell(fmt::format("{}: not written, as the source was not read to its end", output.name()));
+  if (!isKept) Tell(fmt::format("{}: not written, as the source was not read to its end", output.Name()));
   if (ExitCodeOf(ending) != kExitDone) return ExitCodeOf(ending);
-  if (arguments.frame && !writer.hasShown()) {
+  if (arguments.frame && !writer.HasShown()) {
     Tell(fmt::format("{}: expected frame {}, found none of that number", name, *arguments.frame));
     return kExitUnusable;
   }
@@ -72,11 +72,11 @@ int ExplainLog(ExplainArguments const& arguments) {
   Recomputation recomputation(device.settings, library);
   Summaries summaries(hosting::kDetailLevel);
   LogExplanation explanation(&recomputation, summaries, [&](ExplainedCall const& call) { writer.Add(call); });
-  writer.Begin(SettingsOf(log.name(), library, "as logged"));
+  writer.Begin(SettingsOf(log.Name(), library, "as logged"));
   ReadingEnd const ending = ReadToTheEnd([&] { explanation.Read(log); });
   explanation.Finish();
   summaries.Close({}, 0);
-  return Finish(arguments, ending, log.name(), summaries, explanation.report(), writer, output);
+  return Finish(arguments, ending, log.Name(), summaries, explanation.Report(), writer, output);
 }
 
 int ExplainRecording(ExplainArguments const& arguments) {
@@ -86,7 +86,7 @@ int ExplainRecording(ExplainArguments const& arguments) {
   AddRecordingFiles(arguments.source, inputs);
   RefuseOverwriting(inputs, {arguments.output});
   auto const session = recording::OpenRecording(arguments.source);
-  desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->settings(), hosting::kDetailLevel);
+  desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->Settings(), hosting::kDetailLevel);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(settings);
   VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
@@ -110,7 +110,7 @@ int ExplainRecording(ExplainArguments const& arguments) {
     std::set<std::int32_t> cameras;
     ending = PlaySession(*session, replay, options.camera, cameras, listener);
   }
-  summaries.Close(session->oddities(), 0);
+  summaries.Close(session->Oddities(), 0);
   TellOfOtherBatches(*session);
   return Finish(arguments, ending, session->Name(), summaries, std::nullopt, writer, output);
 }

@@ -67,7 +67,7 @@ void AddRecordingFiles(std::string const& directory, std::vector<std::string>& f
 }
 
 void TellOfOtherBatches(recording::Session const& session) {
-  recording::Batches const batches = session.settings().batches;
+  recording::Batches const batches = session.Settings().batches;
   if (batches == recording::Batches::kDelivered) return;
   Tell(fmt::format(
       "{}: its batches are those that {}, not those that were delivered: positions can differ from the "

@@ -52,12 +52,12 @@ int Summarize(SummarizeArguments const& arguments) {
     }
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
   }
-  if (totals.results() + totals.unusable() == 0)
+  if (totals.Results() + totals.Unusable() == 0)
     throw hosting::UnusableInput("standard input: expected names of results, found none");
   output.Write(arguments.isJson ? totals.Json() : totals.Text());
   output.Finish();
-  if (totals.unusable() + totals.unfinished() > 0) return kExitUnusable;
-  return totals.differentAnswers() > 0 ? kExitDifference : kExitDone;
+  if (totals.Unusable() + totals.Unfinished() > 0) return kExitUnusable;
+  return totals.DifferentAnswers() > 0 ? kExitDifference : kExitDone;
 }
 
 constexpr char const* kSummarizeExamples =

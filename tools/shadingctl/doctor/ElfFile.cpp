@@ -18,19 +18,19 @@ namespace {
 constexpr std::uint64_t kMaximumTableBytes = 4096;
 
 Processor ReadProcessor(ElfImage const& image) {
-  if (image.header().e_type != ET_DYN) image.Fail("expected a shared object, found another kind of ELF file");
-  switch (image.header().e_machine) {
+  if (image.Header().e_type != ET_DYN) image.Fail("expected a shared object, found another kind of ELF file");
+  switch (image.Header().e_machine) {
     case EM_X86_64:
       return Processor::kX86_64;
     case EM_AARCH64:
       return Processor::kAArch64;
     default:
-      image.Fail(fmt::format("expected code for x86-64 or AArch64, found ELF machine {}", image.header().e_machine));
+      image.Fail(fmt::format("expected code for x86-64 or AArch64, found ELF machine {}", image.Header().e_machine));
   }
 }
 
 void ReadSegments(ElfImage const& image, ElfFile& file) {
-  for (GElf_Phdr const& header : image.segments()) {
+  for (GElf_Phdr const& header : image.Segments()) {
     ElfSegment const segment = {header.p_offset,
                                 header.p_filesz,
                                 header.p_vaddr,
@@ -117,7 +117,7 @@ ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& t
   ElfFile file;
   file.processor = ReadProcessor(image);
   ReadSegments(image, file);
-  for (ElfSection const& section : image.sections()) {
+  for (ElfSection const& section : image.Sections()) {
     if (section.header.sh_type == SHT_DYNAMIC) ReadDynamic(image, section, file);
     if (section.header.sh_type == SHT_DYNSYM) ReadSymbols(image, section, file);
     if (section.header.sh_type == SHT_NOTE) ReadNotes(image, section, file);

@@ -22,9 +22,9 @@ class ElfImage {
  public:
   ElfImage(std::string bytes, std::string path);
 
-  GElf_Ehdr const& header() const { return mHeader; }
-  std::vector<GElf_Phdr> const& segments() const { return mSegments; }
-  std::vector<ElfSection> const& sections() const { return mSections; }
+  GElf_Ehdr const& Header() const { return mHeader; }
+  std::vector<GElf_Phdr> const& Segments() const { return mSegments; }
+  std::vector<ElfSection> const& Sections() const { return mSections; }
   std::uint64_t size() const { return mBytes->size(); }
 
   // The records of a section as the host reads them; never null.

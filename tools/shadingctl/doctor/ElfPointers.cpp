@@ -19,13 +19,13 @@ class Reader {
  public:
   Reader(ElfImage const& image, std::uint64_t address, std::uint64_t bytes)
       : mImage(image), mAddress(address), mBytes(bytes) {
-    bool const isArm = image.header().e_machine == EM_AARCH64;
+    bool const isArm = image.Header().e_machine == EM_AARCH64;
     mAbsolute = isArm ? R_AARCH64_ABS64 : R_X86_64_64;
     mRelative = isArm ? R_AARCH64_RELATIVE : R_X86_64_RELATIVE;
   }
 
   std::map<std::uint64_t, ElfPointer> Read() {
-    for (ElfSection const& section : mImage.sections()) {
+    for (ElfSection const& section : mImage.Sections()) {
       switch (section.header.sh_type) {
         case SHT_RELA:
           ReadRela(section);
@@ -55,8 +55,8 @@ class Reader {
   }
 
   std::string SymbolName(ElfSection const& section, std::uint64_t index) const {
-    if (section.header.sh_link >= mImage.sections().size()) mImage.Fail("relocations name a section that is not there");
-    ElfSection const& symbols = mImage.sections()[section.header.sh_link];
+    if (section.header.sh_link >= mImage.Sections().size()) mImage.Fail("relocations name a section that is not there");
+    ElfSection const& symbols = mImage.Sections()[section.header.sh_link];
     GElf_Sym symbol;
     if (gelf_getsym(mImage.Records(symbols), static_cast<int>(index), &symbol) == nullptr) {
       mImage.Fail(fmt::format("a relocation names symbol {}, which is not there", index));

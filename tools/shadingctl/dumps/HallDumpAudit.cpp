@@ -20,7 +20,7 @@ std::string AskTheSystem() {
   std::string const content(kLargestDump, '0');
   hosting::FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   int error = file ? 0 : errno;
-  if (file && write(file.number(), content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
+  if (file && write(file.Number(), content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
     error = errno != 0 ? errno : ENOSPC;  // a short write has no error of its own
   }
   if (file) unlink(path.c_str());

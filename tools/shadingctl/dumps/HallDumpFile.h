@@ -25,7 +25,7 @@ struct DumpName {
   std::int32_t printedFrame = 0;               // as in the name: negative from frame 2147483648 on
   std::optional<std::int64_t> startOfFrameUs;  // captures only
 
-  std::uint32_t frame() const { return static_cast<std::uint32_t>(printedFrame); }
+  std::uint32_t Frame() const { return static_cast<std::uint32_t>(printedFrame); }
 };
 
 // Parses a file's name; nullopt when the library gives no file such a name.
@@ -50,7 +50,7 @@ struct HallDump {
 class BrokenDump : public std::runtime_error {
  public:
   BrokenDump(std::size_t line, std::string const& what) : std::runtime_error(what), mLine(line) {}
-  std::size_t line() const { return mLine; }  // counted from 1
+  std::size_t Line() const { return mLine; }  // counted from 1
 
  private:
   std::size_t mLine;

@@ -76,7 +76,7 @@ void ReadDumps(std::string const& name, std::vector<NamedDump>& dumps,
     try {
       dumps.push_back({path.string(), ReadDump(path.string())});
     } catch (BrokenDump const& broken) {
-      complain(fmt::format("{}:{}: {}", path.string(), broken.line(), broken.what()));
+      complain(fmt::format("{}:{}: {}", path.string(), broken.Line(), broken.what()));
     }
   }
 }

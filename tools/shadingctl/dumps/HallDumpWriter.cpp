@@ -21,7 +21,7 @@ void WriteTable(OutputFile& output, std::vector<NamedDump> const& dumps, bool wi
   for (NamedDump const& named : dumps) {
     HallDump const& dump = named.dump;
     std::string const start = dump.name.startOfFrameUs ? std::to_string(*dump.name.startOfFrameUs) : "-";
-    write(Name(dump.name.kind), dump.name.camera, dump.name.frame(), dump.name.printedFrame, start, dump.samples.size(),
+    write(Name(dump.name.kind), dump.name.camera, dump.name.Frame(), dump.name.printedFrame, start, dump.samples.size(),
           fmt::format("{:.6f}", dump.hall0.x), fmt::format("{:.6f}", dump.hall0.y), dump.exposureUs, dump.shutterUs);
     if (dump.hall1.x != 0 || dump.hall1.y != 0) {
       output.Write(fmt::format("        hall 1: {:.6f} {:.6f}\n", dump.hall1.x, dump.hall1.y));
@@ -49,7 +49,7 @@ void WriteCsv(OutputFile& output, std::vector<NamedDump> const& dumps, bool with
     HallDump const& dump = named.dump;
     std::string const start = dump.name.startOfFrameUs ? std::to_string(*dump.name.startOfFrameUs) : "";
     output.Write(fmt::format("{},{},{},{},{},{},{:.6f},{:.6f},{:.6f},{:.6f},{},{}", Name(dump.name.kind),
-                             dump.name.camera, dump.name.frame(), dump.name.printedFrame, start, dump.samples.size(),
+                             dump.name.camera, dump.name.Frame(), dump.name.printedFrame, start, dump.samples.size(),
                              dump.hall0.x, dump.hall0.y, dump.hall1.x, dump.hall1.y, dump.exposureUs, dump.shutterUs));
     if (withSamples) {
       output.Write("," + Column(dump.samples, &Position::x) + "," + Column(dump.samples, &Position::y));
@@ -70,7 +70,7 @@ void WriteJson(OutputFile& output, std::vector<NamedDump> const& dumps) {
     nlohmann::ordered_json json = {{"file", named.file},
                                    {"kind", Name(dump.name.kind)},
                                    {"camera", dump.name.camera},
-                                   {"frame", dump.name.frame()},
+                                   {"frame", dump.name.Frame()},
                                    {"printed_frame", dump.name.printedFrame},
                                    {"start_of_frame_us", nullptr},
                                    {"hall0", PositionJson(dump.hall0)},

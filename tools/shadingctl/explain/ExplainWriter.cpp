@@ -65,13 +65,13 @@ ExplainWriter::ExplainWriter(OutputFile& output, Format format, std::optional<st
 }
 
 void ExplainWriter::Begin(ReplaySettings const& settings) {
-  if (!isInWords()) mRows->Begin(settings);
+  if (!IsInWords()) mRows->Begin(settings);
 }
 
 void ExplainWriter::Add(ExplainedCall const& call) {
   if (mFrame && call.frame.row.frame != *mFrame) return;
   mHasShown = true;
-  if (isInWords()) {
+  if (IsInWords()) {
     mOutput.Write(mFrame ? StoryText(call) : CallLine(call));
   } else {
     mRows->Add(call.frame.row);
@@ -81,7 +81,7 @@ void ExplainWriter::Add(ExplainedCall const& call) {
 
 void ExplainWriter::End(Summaries const& summaries, std::optional<LogReport> const& report, std::string const& name,
                         std::string const& error) {
-  if (!isInWords()) {
+  if (!IsInWords()) {
     mRows->AddExtra("explained", mWords);
     if (report) mRows->AddExtra("log", ReportJson(*report, name));
     mRows->End(summaries.End(error));
@@ -89,7 +89,7 @@ void ExplainWriter::End(Summaries const& summaries, std::optional<LogReport> con
   if (report && report->messages == 0) return;  // `error` says all
   std::string const closing =
       (report ? ReportText(*report, name) : fmt::format("Session    {}\n", name)) + summaries.FindingsText();
-  if (isInWords()) mOutput.Write((mHasShown ? "\n" : "") + closing);
+  if (IsInWords()) mOutput.Write((mHasShown ? "\n" : "") + closing);
   if (mFormat == Format::kCsv) TellPlainly(closing);
 }
 

@@ -26,10 +26,10 @@ class ExplainWriter {
   void End(Summaries const& summaries, std::optional<LogReport> const& report, std::string const& name,
            std::string const& error);
 
-  bool hasShown() const { return mHasShown; }
+  bool HasShown() const { return mHasShown; }
 
  private:
-  bool isInWords() const { return mRows == nullptr; }
+  bool IsInWords() const { return mRows == nullptr; }
 
   OutputFile& mOutput;
   Format mFormat;

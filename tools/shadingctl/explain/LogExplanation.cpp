@@ -22,14 +22,14 @@ void ForgetPartOfWindow(FrameMessages& messages) {
 
 // Whether what is left of a call tells what became of it.
 bool IsDecided(FrameMessages const& messages) {
-  return messages.done() || messages.failed || messages.span || messages.notRegistered || messages.nothingMatched ||
+  return messages.Done() || messages.failed || messages.span || messages.notRegistered || messages.nothingMatched ||
          messages.zeroTime || (messages.times && messages.times->samples == 0);
 }
 
 // A span of two entries or more has a position, also where the line that tells it is lost.
 void RestoreOutcome(FrameMessages& messages) {
   bool const hasPosition = messages.span && messages.span->last > messages.span->first;
-  if (hasPosition && !messages.done() && !messages.failed) messages.noPosition = NoPositionTold{};
+  if (hasPosition && !messages.Done() && !messages.failed) messages.noPosition = NoPositionTold{};
 }
 
 CallOutcome OutcomeOf(LoggedCall const& call, bool hasBeenWarm) {
@@ -39,7 +39,7 @@ CallOutcome OutcomeOf(LoggedCall const& call, bool hasBeenWarm) {
   outcome.startFound = messages.start ||
                        (messages.lastCandidate && messages.lastCandidate->distanceUs < kToleranceUs) ||
                        (messages.span && messages.span->first > 0);
-  outcome.flagHanded = messages.done() || messages.firstEndCandidate;
+  outcome.flagHanded = messages.Done() || messages.firstEndCandidate;
   outcome.startsBeforeTime =
       messages.times && call.timestampNs && messages.times->exposureUs > *call.timestampNs / 1000;
   outcome.updates = call.batch ? call.batch->frames : kHistoryFrames + 1;
@@ -66,24 +66,24 @@ void LogExplanation::Read(recording::LineReader& log) {
     try {
       mAssembler.Add(*entry);
     } catch (hosting::UnusableInput const& unusable) {
-      throw hosting::UnusableInput(fmt::format("{}:{}", log.name(), unusable.what()));
+      throw hosting::UnusableInput(fmt::format("{}:{}", log.Name(), unusable.what()));
     }
   }
-  mReport.lines = mParser.counts();
+  mReport.lines = mParser.Counts();
   if (mReport.messages > 0) return;
   throw hosting::UnusableInput(fmt::format(
       "{}: expected messages of the library, as `adb logcat -v threadtime`, `-v long` or `shadingctl replay "
       "--log` write them; found none in {} lines",
-      log.name(), mReport.lines.lines));
+      log.Name(), mReport.lines.lines));
 }
 
 void LogExplanation::Finish() {
   mAssembler.Finish();
   while (auto frame = mFrames.TakeAnyway()) Show(std::move(*frame));
-  mReport.lines = mParser.counts();
-  mReport.damaged = mAssembler.damaged();
-  mReport.firstDamagedLine = mAssembler.firstDamagedLine();
-  mReport.hasDetail = mAssembler.hasDetail();
+  mReport.lines = mParser.Counts();
+  mReport.damaged = mAssembler.Damaged();
+  mReport.firstDamagedLine = mAssembler.FirstDamagedLine();
+  mReport.hasDetail = mAssembler.HasDetail();
 }
 
 void LogExplanation::Take(LoggedCall call) {
@@ -161,7 +161,7 @@ void LogExplanation::CountLoss(LoggedCall const& call, Camera& camera) {
 // A log has windows, not deliveries: its samples are those of a window that are later than all before. Where a window
 // does not reach back to them, samples are missing that may well have been delivered.
 void LogExplanation::AddSamples(LoggedCall const& call, Camera& camera) {
-  SessionFacts& session = mSummaries.Of(call.camera.value_or(0)).facts();
+  SessionFacts& session = mSummaries.Of(call.camera.value_or(0)).Facts();
   if (call.batch || call.noBatch) {
     session.AddBatch(*call.frame, call.batch ? static_cast<std::size_t>(call.batch->samples) : 0, call.batch,
                      call.split);

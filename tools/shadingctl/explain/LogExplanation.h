@@ -57,7 +57,7 @@ class LogExplanation {
   void Read(recording::LineReader& log);
   void Finish();
 
-  LogReport const& report() const { return mReport; }
+  LogReport const& Report() const { return mReport; }
 
  private:
   // What a host keeps of a camera.

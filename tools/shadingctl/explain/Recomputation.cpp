@@ -57,7 +57,7 @@ std::vector<NSCam::Utils::SensorData> WindowOf(FrameMessages const& messages, bo
 }
 
 // Whether the host handed a set flag in, as far as that changes the outcome.
-bool FlagWasSet(FrameMessages const& messages) { return messages.done() || messages.firstEndCandidate.has_value(); }
+bool FlagWasSet(FrameMessages const& messages) { return messages.Done() || messages.firstEndCandidate.has_value(); }
 
 std::string SpanText(std::optional<SpanFound> const& span) {
   return span ? fmt::format("entries {} to {}", span->first, span->last) : std::string("no span");
@@ -95,7 +95,7 @@ Recomputation::~Recomputation() {
 }
 
 Recomputation::Result Recomputation::Check(LoggedCall const& call) {
-  if (!call.isWhole()) return {};
+  if (!call.IsWhole()) return {};
   int const mode = call.messages.position ? call.messages.position->mode : mMode.value_or(hosting::kModeMean);
   if (mLibrary == nullptr) Load(mode);
   if (mode != *mMode && mModeSwitch == nullptr) return {Verdict::kOtherMode, {}};

@@ -17,8 +17,8 @@ std::vector<std::string> FormatNames(LogReport const& report) {
 
 std::string Numbers(FrameList const& frames) {
   std::vector<std::uint32_t> const first(frames.first.begin(),
-                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.named()));
-  return fmt::format("{}{}", fmt::join(first, ", "), frames.count > frames.named() ? ", ..." : "");
+                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
+  return fmt::format("{}{}", fmt::join(first, ", "), frames.count > frames.Named() ? ", ..." : "");
 }
 
 std::string FirstLine(std::uint64_t count, std::uint64_t line) {
@@ -27,7 +27,7 @@ std::string FirstLine(std::uint64_t count, std::uint64_t line) {
 
 nlohmann::ordered_json FramesJson(FrameList const& frames) {
   nlohmann::ordered_json first = nlohmann::ordered_json::array();
-  for (std::size_t i = 0; i < frames.named(); ++i) first.push_back(frames.first[i]);
+  for (std::size_t i = 0; i < frames.Named(); ++i) first.push_back(frames.first[i]);
   return {{"count", frames.count}, {"first", std::move(first)}};
 }
 

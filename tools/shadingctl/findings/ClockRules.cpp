@@ -44,7 +44,7 @@ std::optional<SessionFinding> WrongUnits(SessionFacts const& facts) {
   };
   SessionFinding finding;
   for (auto const& [range, valueUs] :
-       {Measured{kFrameIntervals, facts.FrameIntervalUs()}, Measured{kSampleIntervals, facts.samples().intervalUs},
+       {Measured{kFrameIntervals, facts.FrameIntervalUs()}, Measured{kSampleIntervals, facts.Samples().intervalUs},
         Measured{kExposures, facts.MedianExposureUs()}, Measured{kReadouts, facts.MedianReadoutUs()}}) {
     auto const factor = WrongFactor(valueUs, range);
     if (!factor) continue;
@@ -64,13 +64,13 @@ std::optional<SessionFinding> WrongUnits(SessionFacts const& facts) {
 // to within three frames, and every window either has nothing after the frame's timestamp (samples behind) or begins
 // with the history (samples ahead).
 bool HasSteadyOffset(SessionFacts const& facts) {
-  MatchFacts const& match = facts.match();
-  TimeRange const& leadNs = facts.delivery().leadNs();
+  MatchFacts const& match = facts.Matches();
+  TimeRange const& leadNs = facts.Delivery().LeadNs();
   auto const frameUs = facts.FrameIntervalUs();
-  if (match.settled() == 0 || match.of(StartCause::kNear).count > 0 || leadNs.isEmpty() || !frameUs) return false;
+  if (match.Settled() == 0 || match.Of(StartCause::kNear).count > 0 || leadNs.IsEmpty() || !frameUs) return false;
   double const spreadUs = (static_cast<double>(leadNs.greatest) - static_cast<double>(leadNs.least)) / 1e3;
-  bool const isBehind = match.of(StartCause::kNothingAfter).count == match.settled() && leadNs.greatest < 0;
-  bool const isAhead = match.of(StartCause::kHistoryBeginsLate).count == match.settled();
+  bool const isBehind = match.Of(StartCause::kNothingAfter).count == match.Settled() && leadNs.greatest < 0;
+  bool const isAhead = match.Of(StartCause::kHistoryBeginsLate).count == match.Settled();
   return (isBehind || isAhead) && spreadUs <= 3 * *frameUs;
 }
 
@@ -78,7 +78,7 @@ bool HasSteadyOffset(SessionFacts const& facts) {
 // that.
 std::optional<SessionFinding> ClockOffset(SessionFacts const& facts) {
   if (!HasSteadyOffset(facts)) return std::nullopt;
-  TimeRange const& leadNs = facts.delivery().leadNs();
+  TimeRange const& leadNs = facts.Delivery().LeadNs();
   double const leastUs = static_cast<double>(leadNs.least) / 1e3;
   double const greatestUs = static_cast<double>(leadNs.greatest) / 1e3;
   bool const isBehind = greatestUs < 0;
@@ -90,15 +90,15 @@ std::optional<SessionFinding> ClockOffset(SessionFacts const& facts) {
                   isBehind ? "before" : "after"),
       "take the timestamps of frames and samples from one clock",
       {{"least_us", leastUs}, {"greatest_us", greatestUs}},
-      facts.match().of(isBehind ? StartCause::kNothingAfter : StartCause::kHistoryBeginsLate)};
+      facts.Matches().Of(isBehind ? StartCause::kNothingAfter : StartCause::kHistoryBeginsLate)};
 }
 
 // clock_jump. The newest sample's lead over its frame changes by 50 ms or more and stays there for 30 frames. 50 ms is
 // above the jitter of a delivery; a batch that is late comes back within the history.
 std::optional<SessionFinding> ClockJump(SessionFacts const& facts) {
-  FrameList const& jumps = facts.delivery().jumps();
+  FrameList const& jumps = facts.Delivery().Jumps();
   if (jumps.count == 0) return std::nullopt;
-  double const largestUs = static_cast<double>(facts.delivery().largestJumpNs()) / 1e3;
+  double const largestUs = static_cast<double>(facts.Delivery().LargestJumpNs()) / 1e3;
   return SessionFinding{"clock_jump",
                         fmt::format("the clock of the samples jumped against that of the frames {}, by {} {}{}",
                                     Times(jumps.count), Milliseconds(std::abs(largestUs)),

@@ -11,7 +11,7 @@ namespace shadingctl::rules {
 
 // camera_off. Any frame for which the camera was not enabled.
 std::optional<SessionFinding> CameraOff(SessionFacts const& facts) {
-  FrameList const& off = facts.match().of(StartCause::kOff);
+  FrameList const& off = facts.Matches().Of(StartCause::kOff);
   if (off.count == 0) return std::nullopt;
   return SessionFinding{
       "camera_off",
@@ -23,8 +23,8 @@ std::optional<SessionFinding> CameraOff(SessionFacts const& facts) {
 
 // not_told. The messages lack the window or the end of one frame in a hundred: the other rules stay silent about these.
 std::optional<SessionFinding> NotTold(SessionFacts const& facts) {
-  MatchFacts const& match = facts.match();
-  FrameList const untold = Together(match.of(StartCause::kUntold), match.untoldEnds);
+  MatchFacts const& match = facts.Matches();
+  FrameList const untold = Together(match.Of(StartCause::kUntold), match.untoldEnds);
   if (!IsWorthTelling(untold.count, facts)) return std::nullopt;
   return SessionFinding{"not_told",
                         fmt::format("the messages do not tell where {} have their ends", FramesText(untold, facts)),
@@ -35,9 +35,9 @@ std::optional<SessionFinding> NotTold(SessionFacts const& facts) {
 
 // batches. Any frame without a batch; what it cost are those of them without both ends near.
 std::optional<SessionFinding> Batches(SessionFacts const& facts) {
-  BatchFacts const& batches = facts.batches();
+  BatchFacts const& batches = facts.Batches();
   if (batches.missing.count == 0) return std::nullopt;
-  bool const cameLater = facts.samples().gaps == 0;
+  bool const cameLater = facts.Samples().gaps == 0;
   return SessionFinding{
       "batches",
       fmt::format("{} frames came without samples{}; {} of these frames lack an end near a sample",
@@ -50,12 +50,12 @@ std::optional<SessionFinding> Batches(SessionFacts const& facts) {
 
 // discarded. Any batch that began before the one before it began: the library drops it in silence.
 std::optional<SessionFinding> Discarded(SessionFacts const& facts) {
-  std::uint64_t const discarded = facts.batches().discarded;
+  std::uint64_t const discarded = facts.Batches().discarded;
   if (discarded == 0) return std::nullopt;
   return SessionFinding{
       "discarded",
       fmt::format("the library discarded {} of {} batches, because they began before the batch before began", discarded,
-                  facts.samples().batches),
+                  facts.Samples().batches),
       "deliver each sample once, in the order of time",
       {{"batches", static_cast<double>(discarded)}},
       {}};
@@ -64,7 +64,7 @@ std::optional<SessionFinding> Discarded(SessionFacts const& facts) {
 // gaps. Any interval between samples of more than 1.5 times the median, as long as samples are dense enough to be near
 // every start; otherwise only from three intervals on.
 std::optional<SessionFinding> Gaps(SessionFacts const& facts) {
-  auto const samples = facts.samples();
+  auto const samples = facts.Samples();
   if (samples.gaps == 0 || !samples.longestUs || *samples.longestUs <= kNearWidthUs) return std::nullopt;
   return SessionFinding{"gaps",
                         fmt::format("the samples pause {}, for {}{}", Times(samples.gaps),

@@ -26,23 +26,23 @@ bool IsStill(AxisFacts const& axis) {
 
 // still, dead_axis. Both axes stand still, or one of them.
 std::optional<SessionFinding> Still(SessionFacts const& facts) {
-  AxisFacts const& x = facts.stabiliser().x();
-  AxisFacts const& y = facts.stabiliser().y();
+  AxisFacts const& x = facts.Stabiliser().X();
+  AxisFacts const& y = facts.Stabiliser().Y();
   if (x.differences < kFewSamples || (!IsStill(x) && !IsStill(y))) return std::nullopt;
-  std::vector<std::pair<std::string, double>> const figures = {{"range_x", x.values.range()},
-                                                               {"range_y", y.values.range()}};
+  std::vector<std::pair<std::string, double>> const figures = {{"range_x", x.values.Range()},
+                                                               {"range_y", y.values.Range()}};
   if (IsStill(x) && IsStill(y)) {
     return SessionFinding{"still",
                           fmt::format("the lens does not move: it stays within {:.3g} units in x and {:.3g} in y",
-                                      x.values.range(), y.values.range()),
+                                      x.values.Range(), y.values.Range()),
                           "see whether the stabiliser is off or locked, on a tripod for example",
                           figures,
                           {}};
   }
   return SessionFinding{"dead_axis",
                         fmt::format("the {} axis does not move (within {:.3g} units), the other one ranges over {:.3g}",
-                                    IsStill(x) ? "x" : "y", IsStill(x) ? x.values.range() : y.values.range(),
-                                    IsStill(x) ? y.values.range() : x.values.range()),
+                                    IsStill(x) ? "x" : "y", IsStill(x) ? x.values.Range() : y.values.Range(),
+                                    IsStill(x) ? y.values.Range() : x.values.Range()),
                         "check that channel of the hall sensor and its wiring in the provider",
                         figures,
                         {}};
@@ -59,19 +59,19 @@ std::optional<SessionFinding> EndStop(SessionFacts const& facts) {
     double at;
     double share;
   };
-  StabiliserFacts const& lens = facts.stabiliser();
-  if (lens.x().differences < kFewSamples) return std::nullopt;
+  StabiliserFacts const& lens = facts.Stabiliser();
+  if (lens.X().differences < kFewSamples) return std::nullopt;
   Extreme worst{"", 0, 0};
   auto const look = [&](char const* lower, char const* upper, AxisFacts const& axis) {
     if (IsStill(axis)) return;
     SpreadHistogram const& values = axis.values;
-    double const atLowest = Share(values.CountNearLowest(kNearExtreme), values.count());
-    double const atHighest = Share(values.CountNearHighest(kNearExtreme), values.count());
-    if (atLowest > worst.share) worst = {lower, values.lowest(), atLowest};
-    if (atHighest > worst.share) worst = {upper, values.highest(), atHighest};
+    double const atLowest = Share(values.CountNearLowest(kNearExtreme), values.Count());
+    double const atHighest = Share(values.CountNearHighest(kNearExtreme), values.Count());
+    if (atLowest > worst.share) worst = {lower, values.Lowest(), atLowest};
+    if (atHighest > worst.share) worst = {upper, values.Highest(), atHighest};
   };
-  look("the lower end of x", "the upper end of x", lens.x());
-  look("the lower end of y", "the upper end of y", lens.y());
+  look("the lower end of x", "the upper end of x", lens.X());
+  look("the lower end of y", "the upper end of y", lens.Y());
   if (worst.share < kDwellShare) return std::nullopt;
   return SessionFinding{"end_stop",
                         fmt::format("the lens dwells at {}: {:.0f} % of the samples lie at {:.4g}", worst.name,
@@ -87,20 +87,20 @@ static constexpr double kStepFactor = 20;
 static constexpr double kStepShare = 0.1;
 
 std::optional<SessionFinding> Steps(SessionFacts const& facts) {
-  StabiliserFacts const& lens = facts.stabiliser();
-  double const range = std::max(lens.x().values.range(), lens.y().values.range());
+  StabiliserFacts const& lens = facts.Stabiliser();
+  double const range = std::max(lens.X().values.Range(), lens.Y().values.Range());
   double const threshold = std::max(kStepFactor * lens.MedianStep(), kStepShare * range);
-  bool const areStill = IsStill(lens.x()) && IsStill(lens.y());
-  if (areStill || lens.x().differences < kFewSamples || lens.largestStep().size <= threshold) return std::nullopt;
+  bool const areStill = IsStill(lens.X()) && IsStill(lens.Y());
+  if (areStill || lens.X().differences < kFewSamples || lens.LargestStep().size <= threshold) return std::nullopt;
   std::uint64_t const steps = std::max<std::uint64_t>(lens.CountStepsAbove(threshold), 1);
   FrameList frames;
-  frames.Add(lens.largestStep().frame);
+  frames.Add(lens.LargestStep().frame);
   return SessionFinding{
       "steps",
       fmt::format("the lens jumps {}, by {:.3g} units at most (median step {:.3g}), within one sample interval",
-                  Times(steps), lens.largestStep().size, lens.MedianStep()),
+                  Times(steps), lens.LargestStep().size, lens.MedianStep()),
       "look for resets of the stabiliser, or for samples of another sensor",
-      {{"steps", static_cast<double>(steps)}, {"largest", lens.largestStep().size}},
+      {{"steps", static_cast<double>(steps)}, {"largest", lens.LargestStep().size}},
       frames};
 }
 

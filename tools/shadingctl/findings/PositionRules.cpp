@@ -11,7 +11,7 @@ namespace shadingctl::rules {
 
 // carried. Any frame after the warm-up whose position was taken from the oldest end of the window.
 std::optional<SessionFinding> Carried(SessionFacts const& facts) {
-  MatchFacts const& match = facts.match();
+  MatchFacts const& match = facts.Matches();
   if (match.carried.count == 0) return std::nullopt;
   SessionFinding finding{
       "carried",
@@ -25,14 +25,14 @@ std::optional<SessionFinding> Carried(SessionFacts const& facts) {
     finding.text += fmt::format(", {} old (median)", Milliseconds(*ageUs));
     finding.figures.emplace_back("median_age_us", *ageUs);
   }
-  auto const distances = facts.readoutDistances(Match::kCarried);
+  auto const distances = facts.ReadoutDistances(Match::kCarried);
   if (distances.median) {
     finding.text += fmt::format("{} {} units (median; {} at most) from the mean of their own readout's samples",
                                 ageUs ? " and" : ",", Units(*distances.median), Units(*distances.largest));
     finding.figures.emplace_back("median_distance", *distances.median);
     finding.figures.emplace_back("largest_distance", *distances.largest);
   }
-  if (auto const matched = facts.readoutDistances(Match::kStart).median; matched && distances.median) {
+  if (auto const matched = facts.ReadoutDistances(Match::kStart).median; matched && distances.median) {
     finding.text += fmt::format(", where frames with a start are {} away", Units(*matched));
     finding.figures.emplace_back("median_distance_of_matched", *matched);
   }
@@ -42,7 +42,7 @@ std::optional<SessionFinding> Carried(SessionFacts const& facts) {
 // long_exposure. A frame gathers its light in exposure + readout, and the span is as long as the readout. Told when the
 // exposure is the longer one in one frame in a hundred; below that the span is at least as long as each row's exposure.
 std::optional<SessionFinding> LongExposure(SessionFacts const& facts) {
-  FrameList const& frames = facts.match().longExposures;
+  FrameList const& frames = facts.Matches().longExposures;
   if (!IsWorthTelling(frames.count, facts)) return std::nullopt;
   double const exposureUs = facts.MedianExposureUs().value_or(0);
   double const readoutUs = facts.MedianReadoutUs().value_or(0);
@@ -59,7 +59,7 @@ std::optional<SessionFinding> LongExposure(SessionFacts const& facts) {
 
 // repeated. A repeated sample weighs twice in a mean. Reported from one sample in a hundred of the spans on.
 std::optional<SessionFinding> Repeated(SessionFacts const& facts) {
-  MatchFacts const& match = facts.match();
+  MatchFacts const& match = facts.Matches();
   double const share = Share(match.repeatedSamples, match.spanSamples);
   if (share < kWorthTelling) return std::nullopt;
   return SessionFinding{"repeated",
@@ -72,7 +72,7 @@ std::optional<SessionFinding> Repeated(SessionFacts const& facts) {
 
 // mode_switch. Any frame with another readout time than the one before.
 std::optional<SessionFinding> ModeSwitch(SessionFacts const& facts) {
-  SwitchFacts const& switches = facts.switches();
+  SwitchFacts const& switches = facts.Switches();
   if (switches.frames.count == 0) return std::nullopt;
   return SessionFinding{
       "mode_switch",

@@ -13,13 +13,13 @@ double Share(std::uint64_t part, std::uint64_t whole) {
 }
 
 bool IsWorthTelling(std::uint64_t frames, SessionFacts const& facts) {
-  return frames > 0 && Share(frames, facts.match().settled()) >= kWorthTelling;
+  return frames > 0 && Share(frames, facts.Matches().Settled()) >= kWorthTelling;
 }
 
 FrameList Together(FrameList const& one, FrameList const& other) {
   std::vector<std::uint32_t> named;
   for (FrameList const* const list : {&one, &other}) {
-    for (std::size_t i = 0; i < list->named(); ++i) named.push_back(list->first[i]);
+    for (std::size_t i = 0; i < list->Named(); ++i) named.push_back(list->first[i]);
   }
   std::sort(named.begin(), named.end());
   FrameList all;
@@ -29,7 +29,7 @@ FrameList Together(FrameList const& one, FrameList const& other) {
 }
 
 std::string FramesText(FrameList const& frames, SessionFacts const& facts) {
-  return fmt::format("{} of {} frames", frames.count, facts.match().settled());
+  return fmt::format("{} of {} frames", frames.count, facts.Matches().Settled());
 }
 
 std::string Milliseconds(double us) { return fmt::format("{:.{}f} ms", us / 1e3, std::abs(us) < 1e5 ? 1 : 0); }

@@ -15,7 +15,7 @@ std::int64_t ToNs(double us) { return std::llround(us * 1e3); }
 }  // namespace
 
 std::optional<SessionBudget> BudgetOf(SessionFacts const& facts) {
-  auto const hallIntervalUs = facts.samples().intervalUs;
+  auto const hallIntervalUs = facts.Samples().intervalUs;
   auto const frameIntervalUs = facts.FrameIntervalUs();
   auto const exposureUs = facts.MedianExposureUs();
   auto const readoutUs = facts.MedianReadoutUs();
@@ -27,8 +27,8 @@ std::optional<SessionBudget> BudgetOf(SessionFacts const& facts) {
   timing.frameIntervalNs = ToNs(*frameIntervalUs);
   timing.exposureNs = ToNs(*exposureUs);
   timing.readoutNs = ToNs(*readoutUs);
-  TimeRange const& leadNs = facts.delivery().leadNs();
-  if (!leadNs.isEmpty()) {
+  TimeRange const& leadNs = facts.Delivery().LeadNs();
+  if (!leadNs.IsEmpty()) {
     timing.deliveryDelayNs =
         std::clamp<std::int64_t>(leadNs.least, timing.readoutNs, ToNs(kLongestUs)) - timing.readoutNs;
   }

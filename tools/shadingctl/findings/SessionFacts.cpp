@@ -171,11 +171,11 @@ void SessionFacts::AddReadoutDistance(Match match, double distance) {
   (match == Match::kCarried ? mCarriedDistance : mStartDistance).Add(Millionths(distance));
 }
 
-SessionFacts::Distances SessionFacts::readoutDistances(Match match) const {
+SessionFacts::Distances SessionFacts::ReadoutDistances(Match match) const {
   Histogram const& distances = match == Match::kCarried ? mCarriedDistance : mStartDistance;
   auto const median = distances.Median();
   if (!median) return {};
-  return {*median / kMillionths, static_cast<double>(distances.largest()) / kMillionths};
+  return {*median / kMillionths, static_cast<double>(distances.Largest()) / kMillionths};
 }
 
 std::optional<double> SessionFacts::FrameIntervalUs() const {

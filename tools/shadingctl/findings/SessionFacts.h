@@ -22,7 +22,7 @@ struct FrameList {
   std::array<std::uint32_t, kNamed> first{};
 
   void Add(std::uint32_t frame);
-  std::size_t named() const { return count < kNamed ? static_cast<std::size_t>(count) : kNamed; }
+  std::size_t Named() const { return count < kNamed ? static_cast<std::size_t>(count) : kNamed; }
 };
 
 // The least and the greatest of some times.
@@ -31,7 +31,7 @@ struct TimeRange {
   std::int64_t greatest = INT64_MIN;
 
   void Add(std::int64_t value);
-  bool isEmpty() const { return greatest < least; }
+  bool IsEmpty() const { return greatest < least; }
 };
 
 // How much later than its frame's timestamp the newest delivered sample is. A jump is a change that stays; a batch that
@@ -43,9 +43,9 @@ class DeliveryFacts {
 
   void Add(std::uint32_t frame, std::int64_t leadNs);
 
-  TimeRange const& leadNs() const { return mLeadNs; }
-  FrameList const& jumps() const { return mJumps; }
-  std::int64_t largestJumpNs() const { return mLargestJumpNs; }
+  TimeRange const& LeadNs() const { return mLeadNs; }
+  FrameList const& Jumps() const { return mJumps; }
+  std::int64_t LargestJumpNs() const { return mLargestJumpNs; }
 
  private:
   TimeRange mLeadNs;
@@ -81,9 +81,9 @@ struct MatchFacts {
   Histogram lengthShare;              // the same of the span's length
   Histogram carriedAgeUs;
 
-  FrameList const& of(StartCause cause) const { return starts[static_cast<std::size_t>(cause)]; }
-  FrameList const& of(EndCause cause) const { return ends[static_cast<std::size_t>(cause)]; }
-  std::uint64_t settled() const { return frames - warmUp; }
+  FrameList const& Of(StartCause cause) const { return starts[static_cast<std::size_t>(cause)]; }
+  FrameList const& Of(EndCause cause) const { return ends[static_cast<std::size_t>(cause)]; }
+  std::uint64_t Settled() const { return frames - warmUp; }
 };
 
 struct BatchFacts {
@@ -119,12 +119,12 @@ class SessionFacts {
   // How far the position of a frame is from the mean of its readout's own samples, in the samples' unit.
   void AddReadoutDistance(Match match, double distance);
 
-  MatchFacts const& match() const { return mMatch; }
-  BatchFacts const& batches() const { return mBatches; }
-  SwitchFacts const& switches() const { return mSwitches; }
-  DeliveryFacts const& delivery() const { return mDelivery; }
-  StabiliserFacts const& stabiliser() const { return mStabiliser; }
-  SampleHealth::Report samples() const { return mHealth.Summarize(); }
+  MatchFacts const& Matches() const { return mMatch; }
+  BatchFacts const& Batches() const { return mBatches; }
+  SwitchFacts const& Switches() const { return mSwitches; }
+  DeliveryFacts const& Delivery() const { return mDelivery; }
+  StabiliserFacts const& Stabiliser() const { return mStabiliser; }
+  SampleHealth::Report Samples() const { return mHealth.Summarize(); }
 
   std::optional<double> FrameIntervalUs() const;  // mean over the frame numbers; nullopt with fewer than two
   // Delivered samples, repeated ones included, without the first batch, which may hold any history. nullopt with fewer
@@ -136,7 +136,7 @@ class SessionFacts {
     std::optional<double> median;
     std::optional<double> largest;
   };
-  Distances readoutDistances(Match match) const;  // of kStart or kCarried
+  Distances ReadoutDistances(Match match) const;  // of kStart or kCarried
 
  private:
   void AddSpan(FrameFacts const& facts);

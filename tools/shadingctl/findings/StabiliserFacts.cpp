@@ -49,20 +49,20 @@ void SpreadHistogram::DoubleWidth(bool towardsLower) {
 
 std::uint64_t SpreadHistogram::CountNearLowest(double share) const {
   std::uint64_t near = 0;
-  for (std::size_t i = BinOf(mLowest); i <= BinOf(mLowest + share * range()); ++i) near += mBins[i];
+  for (std::size_t i = BinOf(mLowest); i <= BinOf(mLowest + share * Range()); ++i) near += mBins[i];
   return near;
 }
 
 std::uint64_t SpreadHistogram::CountNearHighest(double share) const {
   std::uint64_t near = 0;
-  for (std::size_t i = BinOf(mHighest - share * range()); i <= BinOf(mHighest); ++i) near += mBins[i];
+  for (std::size_t i = BinOf(mHighest - share * Range()); i <= BinOf(mHighest); ++i) near += mBins[i];
   return near;
 }
 
 void AxisFacts::Add(double value, std::optional<double> before) {
   values.Add(value);
   double const deviation = value - mean;
-  mean += deviation / static_cast<double>(values.count());
+  mean += deviation / static_cast<double>(values.Count());
   sumOfDeviations += deviation * (value - mean);
   if (!before) return;
   double const difference = value - *before;
@@ -73,7 +73,7 @@ void AxisFacts::Add(double value, std::optional<double> before) {
 
 std::optional<double> AxisFacts::Roughness() const {
   if (differences == 0 || sumOfDeviations <= 0) return std::nullopt;
-  double const variance = sumOfDeviations / static_cast<double>(values.count());
+  double const variance = sumOfDeviations / static_cast<double>(values.Count());
   return sumOfSquares / static_cast<double>(differences) / variance;
 }
 

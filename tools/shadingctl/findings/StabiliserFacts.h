@@ -14,10 +14,10 @@ class SpreadHistogram {
  public:
   void Add(double value);
 
-  std::uint64_t count() const { return mCount; }
-  double lowest() const { return mLowest; }
-  double highest() const { return mHighest; }
-  double range() const { return mHighest - mLowest; }
+  std::uint64_t Count() const { return mCount; }
+  double Lowest() const { return mLowest; }
+  double Highest() const { return mHighest; }
+  double Range() const { return mHighest - mLowest; }
 
   // Values no farther than this share of the range from the lowest value, and from the highest.
   std::uint64_t CountNearLowest(double share) const;
@@ -66,9 +66,9 @@ class StabiliserFacts {
     double size = 0;
   };
 
-  AxisFacts const& x() const { return mX; }
-  AxisFacts const& y() const { return mY; }
-  Step const& largestStep() const { return mLargestStep; }
+  AxisFacts const& X() const { return mX; }
+  AxisFacts const& Y() const { return mY; }
+  Step const& LargestStep() const { return mLargestStep; }
 
   // Steps of the lens from one sample to the next that are larger than this.
   std::uint64_t CountStepsAbove(double size) const;

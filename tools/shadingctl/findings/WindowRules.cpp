@@ -20,8 +20,8 @@ constexpr double kNeededSamplesPerFrame =
 // after the warm-up that found fewer; or one in a hundred whose start lies before the history, unless the clocks
 // differ.
 std::optional<SessionFinding> History(SessionFacts const& facts) {
-  FrameList const& tooLittle = facts.match().of(StartCause::kTooLittleHistory);
-  FrameList const& beginsLate = facts.match().of(StartCause::kHistoryBeginsLate);
+  FrameList const& tooLittle = facts.Matches().Of(StartCause::kTooLittleHistory);
+  FrameList const& beginsLate = facts.Matches().Of(StartCause::kHistoryBeginsLate);
   bool const tellsLate = IsWorthTelling(beginsLate.count, facts) && !HasSteadyOffset(facts);
   if (tooLittle.count == 0 && !tellsLate) return std::nullopt;
   double const samplesPerFrame = facts.SamplesPerFrame().value_or(0);
@@ -39,7 +39,7 @@ std::optional<SessionFinding> History(SessionFacts const& facts) {
                                 FramesText(beginsLate, facts));
   }
   auto const frameUs = facts.FrameIntervalUs();
-  auto const rateHz = facts.samples().rateHz;
+  auto const rateHz = facts.Samples().rateHz;
   if (samplesPerFrame >= kNeededSamplesPerFrame || !frameUs || !rateHz) {
     finding.advice = "deliver batches without pauses";
   } else {
@@ -56,12 +56,12 @@ std::optional<SessionFinding> History(SessionFacts const& facts) {
 // multiple of the sample interval that the phase drifts by less than half an interval in the whole session, phase
 // decides all or nothing.
 std::optional<SessionFinding> Sampling(SessionFacts const& facts) {
-  MatchFacts const& match = facts.match();
-  FrameList const between = Together(match.of(StartCause::kBetweenSamples), match.of(EndCause::kBetweenSamples));
-  auto const samples = facts.samples();
+  MatchFacts const& match = facts.Matches();
+  FrameList const between = Together(match.Of(StartCause::kBetweenSamples), match.Of(EndCause::kBetweenSamples));
+  auto const samples = facts.Samples();
   if (between.count == 0 || !samples.intervalUs || *samples.intervalUs <= kNearWidthUs) return std::nullopt;
-  std::uint64_t const near = match.of(StartCause::kNear).count;
-  std::uint64_t const candidates = near + match.of(StartCause::kBetweenSamples).count;
+  std::uint64_t const near = match.Of(StartCause::kNear).count;
+  std::uint64_t const candidates = near + match.Of(StartCause::kBetweenSamples).count;
   double const chance = std::min(kNearWidthUs / *samples.intervalUs, 1.0);
   SessionFinding finding{
       "sampling",
@@ -89,7 +89,7 @@ std::optional<SessionFinding> Sampling(SessionFacts const& facts) {
 // and the window 50 samples before it. Told when the window of one frame in a hundred begins after the start it looks
 // for.
 std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
-  FrameList const& late = facts.match().of(StartCause::kWindowBeginsLate);
+  FrameList const& late = facts.Matches().Of(StartCause::kWindowBeginsLate);
   if (!IsWorthTelling(late.count, facts)) return std::nullopt;
   auto const budget = BudgetOf(facts);
   if (!budget) return std::nullopt;
@@ -119,13 +119,13 @@ std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
 // reach_forward. The window ends 49 samples after the timestamp. Told when for one frame in a hundred the start is near
 // and the window ends before the readout, though later samples were there.
 std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
-  FrameList const& early = facts.match().of(EndCause::kWindowEndsEarly);
+  FrameList const& early = facts.Matches().Of(EndCause::kWindowEndsEarly);
   if (!IsWorthTelling(early.count, facts)) return std::nullopt;
   auto const budget = BudgetOf(facts);
   if (!budget) return std::nullopt;
   double const reachUs = hosting::kSamplesAfter * budget->hallIntervalUs;
-  double const coverage = facts.match().coverage.Median().value_or(0) / 1e6;
-  double const length = facts.match().lengthShare.Median().value_or(0) / 1e6;
+  double const coverage = facts.Matches().coverage.Median().value_or(0) / 1e6;
+  double const length = facts.Matches().lengthShare.Median().value_or(0) / 1e6;
   SessionFinding finding{
       "reach_forward",
       fmt::format("the span of {} ends with the window, 49 samples or {} after the timestamp, before the readout "
@@ -144,11 +144,11 @@ std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
 // not_delivered. The end of the readout, or the timestamp, lies after the newest sample in the history. One frame in a
 // hundred, unless the clocks differ.
 std::optional<SessionFinding> NotDelivered(SessionFacts const& facts) {
-  MatchFacts const& match = facts.match();
+  MatchFacts const& match = facts.Matches();
   FrameList const frames =
-      Together(match.of(EndCause::kNotDelivered),
-               Together(match.of(StartCause::kNothingAfter), match.of(StartCause::kWindowEndsEarly)));
-  if (!IsWorthTelling(frames.count, facts) || HasSteadyOffset(facts) || match.shortfallNs.isEmpty())
+      Together(match.Of(EndCause::kNotDelivered),
+               Together(match.Of(StartCause::kNothingAfter), match.Of(StartCause::kWindowEndsEarly)));
+  if (!IsWorthTelling(frames.count, facts) || HasSteadyOffset(facts) || match.shortfallNs.IsEmpty())
     return std::nullopt;
   double const leastUs = static_cast<double>(match.shortfallNs.least) / 1e3;
   double const greatestUs = static_cast<double>(match.shortfallNs.greatest) / 1e3;

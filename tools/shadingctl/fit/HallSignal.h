@@ -33,10 +33,10 @@ class HallSignal {
   // Whether samples lie on both sides and no two of them are farther apart than three median intervals.
   bool Covers(double fromUs, double toUs) const;
 
-  double medianIntervalUs() const { return mMedianIntervalUs; }
+  double MedianIntervalUs() const { return mMedianIntervalUs; }
 
   // Times handed in count from the first sample, in us.
-  std::int64_t firstNs() const { return mFirstNs; }
+  std::int64_t FirstNs() const { return mFirstNs; }
 
  private:
   struct Knot {

@@ -180,14 +180,14 @@ AxisFit FitAxis(HallSignal const& hall, std::vector<Readout> const& readouts, st
 
 ReferenceFit FitReference(HallSignal const& hall, std::vector<ReferenceFrame> const& frames,
                           FitOptions const& options) {
-  if (hall.medianIntervalUs() > kLongestIntervalUs) {
+  if (hall.MedianIntervalUs() > kLongestIntervalUs) {
     Refuse(fmt::format("samples too rare: expected one every {:.0f} us, found one every {:.0f} us", kLongestIntervalUs,
-                       hall.medianIntervalUs()));
+                       hall.MedianIntervalUs()));
   }
   std::vector<Readout> readouts;
   ReferenceFit fit;
   for (ReferenceFrame const& frame : frames) {
-    double const startUs = static_cast<double>(frame.readoutStartNs - hall.firstNs()) / 1e3;
+    double const startUs = static_cast<double>(frame.readoutStartNs - hall.FirstNs()) / 1e3;
     double const endUs = startUs + frame.readoutUs;
     bool const isUsable = frame.readoutUs > 0 && hall.Covers(startUs - options.searchUs, endUs + options.searchUs);
     if (!isUsable) continue;

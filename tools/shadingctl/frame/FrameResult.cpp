@@ -15,7 +15,7 @@ Match MatchOf(CallOutcome const& outcome, FrameMessages const& messages) {
   if (messages.nothingMatched || messages.zeroTime || (messages.times && messages.times->samples == 0)) {
     return IsWarmingUp(outcome, messages) ? Match::kWarmUp : Match::kNoWindow;
   }
-  if (messages.done()) return outcome.startFound ? Match::kStart : Match::kCarried;
+  if (messages.Done()) return outcome.startFound ? Match::kStart : Match::kCarried;
   return outcome.startFound || outcome.flagHanded ? Match::kSingle : Match::kNoStart;
 }
 
@@ -132,7 +132,7 @@ FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages, std
   result.spanTime = AlignedRange{table[static_cast<std::size_t>(messages.span->first)].timeUs,
                                  table[static_cast<std::size_t>(messages.span->last)].timeUs};
   result.spanAgeUs = timing->ageUs;
-  result.end = timing->endIsNear() ? SpanEnd::kNear : SpanEnd::kLast;
+  result.end = timing->EndIsNear() ? SpanEnd::kNear : SpanEnd::kLast;
   result.endDistanceUs = timing->endDistanceUs;
   result.coverage = timing->coverage;
   result.repeatedSamples = timing->repeated;

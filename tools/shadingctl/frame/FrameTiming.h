@@ -65,7 +65,7 @@ struct SpanTiming {
   std::optional<double>
       coverage;              // share of the readout between the first and the last entry; nullopt without a readout
   std::size_t repeated = 0;  // samples of the span that repeat an earlier one
-  bool endIsNear() const { return endDistanceUs < kToleranceUs; }
+  bool EndIsNear() const { return endDistanceUs < kToleranceUs; }
 };
 
 // nullopt when the table does not hold the span.

@@ -51,7 +51,7 @@ std::uint64_t ExpectedLines(FrameMessages const& m, bool detail) {
   if (samples == 0) return lines;
   lines += 2;  // the table's size, the span
   if (m.start || (m.lastCandidate && m.lastCandidate->distanceUs < kToleranceUs)) ++lines;
-  if (m.done() || detail) ++lines;  // the outcome
+  if (m.Done() || detail) ++lines;  // the outcome
   if (!detail) return lines;
   return lines + samples + StartCandidateLines(m) + EndCandidateLines(m) + SpanEntryLines(m);
 }

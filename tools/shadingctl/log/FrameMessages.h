@@ -46,7 +46,7 @@ struct FrameMessages {
   std::uint32_t damaged = 0;  // messages that could not be read
 
   // The frame has a position, or would have one in another mode.
-  bool done() const { return position || noPosition; }
+  bool Done() const { return position || noPosition; }
 
   // Forgets everything and keeps the memory.
   void Clear();

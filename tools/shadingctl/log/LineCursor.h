@@ -13,7 +13,7 @@ class LineCursor {
  public:
   explicit LineCursor(std::string_view text) : mText(text) {}
 
-  std::string_view rest() const { return mText; }
+  std::string_view Rest() const { return mText; }
 
   bool SkipBlanks() {
     std::size_t const end = mText.find_first_not_of(' ');

@@ -20,7 +20,7 @@ bool TakeTime(LineCursor& cursor, std::int64_t& timeUs) {
   std::int64_t second = 0;
   std::int64_t fractionUs = 0;
   if (!cursor.Take(first) || first < 0) return false;
-  if (cursor.rest().substr(0, 1) == ".") {
+  if (cursor.Rest().substr(0, 1) == ".") {
     if (!cursor.TakeFraction(fractionUs) || first > INT64_MAX / 2000000) return false;
     timeUs = first * 1000000 + fractionUs;
     return true;
@@ -44,7 +44,7 @@ bool TakeTime(LineCursor& cursor, std::int64_t& timeUs) {
   timeUs = (((days * 24 + hour) * 60 + minute) * 60 + second) * 1000000 + fractionUs;
   LineCursor zone = cursor;
   std::int64_t offset = 0;
-  if (zone.SkipBlanks() && (zone.Skip("+") || zone.rest().substr(0, 1) == "-") && zone.Take(offset)) cursor = zone;
+  if (zone.SkipBlanks() && (zone.Skip("+") || zone.Rest().substr(0, 1) == "-") && zone.Take(offset)) cursor = zone;
   return true;
 }
 
@@ -66,7 +66,7 @@ bool TakeThreadtime(std::string_view line, LogHead& head, std::string_view& mess
   std::string_view tag;
   if (!cursor.SkipPriority() || !cursor.SkipBlanks() || !cursor.TakeUntil(": ", tag)) return false;
   head = {LogFormat::kThreadtime, thread, timeUs, std::nullopt, WithoutBlanksAtEnd(tag)};
-  message = cursor.rest();
+  message = cursor.Rest();
   return true;
 }
 
@@ -102,7 +102,7 @@ bool TakeBrief(std::string_view line, LogHead& head, std::string_view& message) 
   head.format = hasTime ? LogFormat::kTime : hasProcess ? LogFormat::kBrief : LogFormat::kTag;
   if (hasTime) head.timeUs = timeUs;
   head.tag = WithoutBlanksAtEnd(tag.substr(0, hasProcess ? process : tag.size()));
-  message = cursor.rest();
+  message = cursor.Rest();
   return true;
 }
 
@@ -116,10 +116,10 @@ bool TakeBare(std::string_view line, LogHead& head, std::string_view& message) {
     if (hasFrame) head.frame = frame;
   } else {
     cursor = LineCursor(line);
-    if (cursor.rest().substr(0, 1) != "[" || line.find("] ") == std::string_view::npos) return false;
+    if (cursor.Rest().substr(0, 1) != "[" || line.find("] ") == std::string_view::npos) return false;
   }
   head.tag = kLibraryTag;
-  message = cursor.rest();
+  message = cursor.Rest();
   return true;
 }
 

@@ -63,7 +63,7 @@ class LogParser {
   // `line` without its line feed; a carriage return at the end is passed over. A message of the library, if it is one.
   std::optional<LogEntry> Add(std::string_view line);
 
-  LogCounts const& counts() const { return mCounts; }
+  LogCounts const& Counts() const { return mCounts; }
 
  private:
   std::optional<LogEntry> AddMessage(LogHead const& head, std::string_view message, bool isCut);

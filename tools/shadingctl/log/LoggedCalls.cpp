@@ -78,7 +78,7 @@ std::optional<std::uint64_t> TimestampIn(FrameMessages const& messages) {
 
 }  // namespace
 
-bool LoggedCall::isWhole() const {
+bool LoggedCall::IsWhole() const {
   bool const hasOutcome = messages.position || messages.failed;
   if (!hasOutcome || !messages.times || messages.source.size() != messages.times->samples) return false;
   for (std::size_t i = 0; i < messages.source.size(); ++i) {

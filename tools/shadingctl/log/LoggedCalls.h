@@ -27,7 +27,7 @@ struct LoggedCall {
   std::uint64_t lost = 0;   // that must have been there besides, at least
 
   // The window and everything that was made of it are there: what the library computed can be computed again.
-  bool isWhole() const;
+  bool IsWhole() const;
 };
 
 // Where in a call a line stands: the step, and the number of the line in steps of several lines that bear one.
@@ -55,9 +55,9 @@ class CallAssembler {
   // Everything was read.
   void Finish();
 
-  std::uint64_t damaged() const { return mDamaged; }
-  std::uint64_t firstDamagedLine() const { return mFirstDamagedLine; }
-  bool hasDetail() const { return mHasDetail; }  // lines that the library writes from level 4 on
+  std::uint64_t Damaged() const { return mDamaged; }
+  std::uint64_t FirstDamagedLine() const { return mFirstDamagedLine; }
+  bool HasDetail() const { return mHasDetail; }  // lines that the library writes from level 4 on
 
  private:
   using Place = LinePlace;

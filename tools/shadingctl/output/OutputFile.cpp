@@ -40,7 +40,7 @@ OutputFile::OutputFile(std::string const& path) : mName(path) {
   } else {
     OpenBesideTarget(WithoutLinks(path), status.st_nlink != 0, status.st_mode);
   }
-  mIsTerminal = isatty(mFile.number()) == 1;
+  mIsTerminal = isatty(mFile.Number()) == 1;
 }
 
 void OutputFile::OpenBesideTarget(std::string const& target, bool exists, unsigned int mode) {
@@ -50,28 +50,28 @@ void OutputFile::OpenBesideTarget(std::string const& target, bool exists, unsign
   mDirectory = hosting::FileDescriptor(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!mDirectory) Fail(errno);
   if (mTarget.empty()) Fail(EISDIR);
-  if (exists && faccessat(mDirectory.number(), mTarget.c_str(), W_OK, AT_EACCESS) != 0) Fail(errno);
+  if (exists && faccessat(mDirectory.Number(), mTarget.c_str(), W_OK, AT_EACCESS) != 0) Fail(errno);
   for (unsigned int attempt = 0; !mFile; ++attempt) {
     std::string const name = fmt::format(".shadingctl-{}-{}", getpid(), attempt);
     mFile = hosting::FileDescriptor(
-        openat(mDirectory.number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPermissions));
+        openat(mDirectory.Number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPermissions));
     if (mFile) mTemporary = name;
     if (!mFile && errno != EEXIST) Fail(errno);
   }
-  if (exists && fchmod(mFile.number(), mode & kModeBits) != 0) {
+  if (exists && fchmod(mFile.Number(), mode & kModeBits) != 0) {
     int const error = errno;
-    unlinkat(mDirectory.number(), mTemporary.c_str(), 0);  // no destructor follows a constructor that throws
+    unlinkat(mDirectory.Number(), mTemporary.c_str(), 0);  // no destructor follows a constructor that throws
     Fail(error);
   }
 }
 
 OutputFile::~OutputFile() {
-  if (!mTemporary.empty()) unlinkat(mDirectory.number(), mTemporary.c_str(), 0);
+  if (!mTemporary.empty()) unlinkat(mDirectory.Number(), mTemporary.c_str(), 0);
 }
 
 std::optional<std::size_t> OutputFile::TerminalWidth() const {
   winsize size = {};
-  if (!mIsTerminal || ioctl(mFile.number(), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return std::nullopt;
+  if (!mIsTerminal || ioctl(mFile.Number(), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return std::nullopt;
   return size.ws_col;
 }
 
@@ -92,11 +92,11 @@ void OutputFile::WriteQuietly(std::string_view text) noexcept {
 void OutputFile::WriteOut() {
   std::string_view rest = mBuffer;
   while (!rest.empty()) {
-    ssize_t const written = write(mFile.number(), rest.data(), rest.size());
+    ssize_t const written = write(mFile.Number(), rest.data(), rest.size());
     if (written >= 0) {
       rest.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno == EAGAIN) {
-      pollfd wanted = {mFile.number(), POLLOUT, 0};
+      pollfd wanted = {mFile.Number(), POLLOUT, 0};
       poll(&wanted, 1, -1);
     } else if (errno != EINTR || hosting::IsInterruptedAgain()) {
       int const error = errno;
@@ -124,7 +124,7 @@ void OutputFile::Complete() {
 
 void OutputFile::Publish() {
   if (mTemporary.empty()) return;
-  if (renameat(mDirectory.number(), mTemporary.c_str(), mDirectory.number(), mTarget.c_str()) != 0) Fail(errno);
+  if (renameat(mDirectory.Number(), mTemporary.c_str(), mDirectory.Number(), mTarget.c_str()) != 0) Fail(errno);
   mTemporary.clear();
 }
 

@@ -41,10 +41,10 @@ class OutputFile {
   // The same for files that belong together: none gets its name before all are complete. Null pointers are passed over.
   static void FinishAll(std::initializer_list<OutputFile*> files);
 
-  std::string const& name() const { return mName; }
+  std::string const& Name() const { return mName; }
 
   // False for standard output, pipes, devices: what was written there can be seen already.
-  bool IsHeldBack() const { return mDirectory.number() >= 0; }
+  bool IsHeldBack() const { return mDirectory.Number() >= 0; }
   bool IsTerminal() const { return mIsTerminal; }
   // Columns; empty for what is no terminal, or one that does not say.
   std::optional<std::size_t> TerminalWidth() const;

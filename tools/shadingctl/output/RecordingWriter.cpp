@@ -77,7 +77,7 @@ RecordingSize WriteRecording(recording::Session& session, std::string const& dir
       size.samples += update->batch.size();
     }
   }
-  settingsFile.Write(recording::SettingsText(session.settings()));
+  settingsFile.Write(recording::SettingsText(session.Settings()));
   OutputFile::FinishAll({&callsFile, &samplesFile, &settingsFile});
   made.Keep();
   fs::remove(framesPath, error);  // one that stays is not read

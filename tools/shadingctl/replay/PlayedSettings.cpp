@@ -11,7 +11,7 @@ constexpr int kEveryMessage = 5;  // the logging library's most talkative settin
 
 }  // namespace
 
-desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, recording::Settings const& recorded,
+desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, recording::SessionSettings const& recorded,
                                        int logLevel) {
   if (recorded.cameras) SetCameras(*recorded.cameras, device);
   if (recorded.calculationMode) device.properties[kModeProperty] = *recorded.calculationMode;

@@ -8,7 +8,7 @@ namespace shadingctl {
 
 // `device` with the cameras and the calculation mode that the session was recorded with, the library at this log level,
 // and a log that tells all of its messages.
-desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, recording::Settings const& recorded,
+desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, recording::SessionSettings const& recorded,
                                        int logLevel);
 
 }  // namespace shadingctl

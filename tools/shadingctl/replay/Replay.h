@@ -72,7 +72,7 @@ class Replay {
   Replay& operator=(Replay const&) = delete;
 
   // What the host should tell its user about the calls so far, the first of it; empty when they went well.
-  std::string const& complaint() const { return mComplaint; }
+  std::string const& Complaint() const { return mComplaint; }
 
   // Makes one call, which must outlive the answer.
   PlayedCall Play(recording::Call const& call);

@@ -96,7 +96,7 @@ class Checked {
   }
 
   std::size_t size() const { return mJson.size(); }
-  Json const& json() const { return mJson; }
+  Json const& Value() const { return mJson; }
 
  private:
   std::string const& mFile;
@@ -108,7 +108,7 @@ void CheckFrame(Checked const& frame) {
   frame.Object();
   frame.At("frame").WholeNumber();
   frame.At("timestamp_ns").WholeNumber();
-  if (!frame.At("match").json().is_string()) frame.At("match").Refuse("a text");
+  if (!frame.At("match").Value().is_string()) frame.At("match").Refuse("a text");
   for (char const* const key : {"message", "end"}) frame.At(key).TextIfAny();
   for (char const* const key : {"window_us", "span_us"}) frame.At(key).RangeIfAny();
   for (char const* const key :
@@ -163,7 +163,7 @@ void CheckRow(Checked const& row, std::size_t numbers, std::size_t lists) {
   if (row.size() != numbers + lists) row.Refuse(fmt::format("a list of {}", numbers + lists));
   for (std::size_t i = 0; i < numbers; ++i) row.At(i).Number();
   for (std::size_t i = numbers; i < row.size(); ++i) {
-    if (!row.At(i).json().is_null()) CheckRow(row.At(i), 3, 0);
+    if (!row.At(i).Value().is_null()) CheckRow(row.At(i), 3, 0);
   }
 }
 
@@ -195,8 +195,8 @@ void CheckFit(Checked const& result) {
 ResultDocument::Kind KindOf(Checked const& result) {
   result.Object();
   for (KnownResult const& known : kKnown) {
-    if (result.At("schema").json() != known.schema) continue;
-    if (result.At("version").json() != known.version) result.At("version").Refuse(std::to_string(known.version));
+    if (result.At("schema").Value() != known.schema) continue;
+    if (result.At("version").Value() != known.version) result.At("version").Refuse(std::to_string(known.version));
     return known.kind;
   }
   result.At("schema").Refuse(

@@ -31,7 +31,7 @@ GoldenCheck::GoldenCheck(std::string const& path) : mFile(path) {
   for (std::string const& name : mNames) {
     auto const column = std::find(known.begin(), known.end(), name);
     if (column == known.end()) {
-      throw hosting::UnusableInput(fmt::format("{}:1: expected columns of a result ({}), found '{}'", mFile.name(),
+      throw hosting::UnusableInput(fmt::format("{}:1: expected columns of a result ({}), found '{}'", mFile.Name(),
                                                fmt::join(known, ", "), name));
     }
     mColumns.push_back(static_cast<std::size_t>(column - known.begin()));
@@ -39,7 +39,7 @@ GoldenCheck::GoldenCheck(std::string const& path) : mFile(path) {
 }
 
 void GoldenCheck::Complain(std::string const& complaint) {
-  if (++mDifferences <= kTold) mComplaints.push_back(fmt::format("{}:{}: {}", mFile.name(), mLine, complaint));
+  if (++mDifferences <= kTold) mComplaints.push_back(fmt::format("{}:{}: {}", mFile.Name(), mLine, complaint));
 }
 
 void GoldenCheck::Add(FrameResult const& row) {
@@ -66,7 +66,7 @@ void GoldenCheck::Finish() {
     ++mLine;
     if (!line.empty() && line != "\r") Complain("expected another frame, found the end of the result");
   }
-  if (mDifferences > kTold) mComplaints.push_back(fmt::format("{}: {} lines differ", mFile.name(), mDifferences));
+  if (mDifferences > kTold) mComplaints.push_back(fmt::format("{}: {} lines differ", mFile.Name(), mDifferences));
 }
 
 }  // namespace shadingctl

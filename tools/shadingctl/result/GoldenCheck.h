@@ -20,9 +20,9 @@ class GoldenCheck {
   // All rows were added.
   void Finish();
 
-  std::uint64_t differences() const { return mDifferences; }  // lines
+  std::uint64_t Differences() const { return mDifferences; }  // lines
   // "FILE:LINE: COLUMN: expected TEXT, found TEXT" of the first ones, and how many there are in all.
-  std::vector<std::string> const& complaints() const { return mComplaints; }
+  std::vector<std::string> const& Complaints() const { return mComplaints; }
 
  private:
   static constexpr std::size_t kTold = 5;

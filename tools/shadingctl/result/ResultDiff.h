@@ -42,7 +42,7 @@ struct ResultDiff {
   std::map<std::string, FieldDifference> fields;
   std::vector<NamedDifference> named;
 
-  bool isSame() const { return different == 0 && onlyInA == 0 && onlyInB == 0; }
+  bool IsSame() const { return different == 0 && onlyInA == 0 && onlyInB == 0; }
 };
 
 // Rows belong together by camera, frame number and, where a frame was computed several times, in their order. Fields

@@ -24,8 +24,8 @@ class Histogram {
 
   void Add(std::int64_t value);
 
-  std::uint64_t count() const { return mCount; }
-  std::int64_t largest() const { return mLargest; }  // 0 as long as there are no values
+  std::uint64_t Count() const { return mCount; }
+  std::int64_t Largest() const { return mLargest; }  // 0 as long as there are no values
 
   // The mean of the bin in which the middle value lies (the upper one of two); empty without values. At most
   // kMedianError of it away from that value, or less than 1.

@@ -55,12 +55,12 @@ SampleHealth::Report SampleHealth::Summarize() const {
   Histogram::Part const regular = mIntervalsNs.Between(*medianNs * kRepeatFactor, *medianNs * kGapFactor);
   Histogram::Part const gaps = mIntervalsNs.Between(*medianNs * kGapFactor, std::numeric_limits<double>::infinity());
   auto const coveredNs = static_cast<double>(DistanceNs(*mOldestNs, mNewestNs) - mUntoldNs);
-  report.repeated += mIntervalsNs.count() - regular.count - gaps.count;
+  report.repeated += mIntervalsNs.Count() - regular.count - gaps.count;
   report.rateHz = static_cast<double>(regular.count + gaps.count) / (coveredNs / 1e9);
   report.intervalUs = *medianNs / 1e3;
   report.jitterUs = regular.StandardDeviation() / 1e3;
   report.gaps = gaps.count;
-  report.longestUs = static_cast<double>(mIntervalsNs.largest()) / 1e3;
+  report.longestUs = static_cast<double>(mIntervalsNs.Largest()) / 1e3;
   return report;
 }
 

@@ -41,19 +41,19 @@ double Rounded(std::string const& name, double value) {
 std::string FramesText(FrameList const& frames) {
   if (frames.count == 0) return {};
   std::vector<std::uint32_t> const first(frames.first.begin(),
-                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.named()));
+                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
   return fmt::format(" [{} {}{}]", first.size() == 1 ? "frame" : "frames", fmt::join(first, ", "),
-                     frames.count > frames.named() ? ", ..." : "");
+                     frames.count > frames.Named() ? ", ..." : "");
 }
 
 }  // namespace
 
 std::string FindingsText(SessionFacts const& facts) {
   std::vector<SessionFinding> const findings = FindingsOf(facts);
-  if (findings.empty() && facts.match().settled() == 0) return "Findings   none: no frame came after the warm-up\n";
+  if (findings.empty() && facts.Matches().Settled() == 0) return "Findings   none: no frame came after the warm-up\n";
   if (findings.empty()) {
     return fmt::format("Findings   none: both ends of the readout are near a sample in {} of {} frames\n",
-                       facts.match().bothNear, facts.match().settled());
+                       facts.Matches().bothNear, facts.Matches().Settled());
   }
   std::string text;
   for (SessionFinding const& finding : findings) {
@@ -69,7 +69,7 @@ nlohmann::ordered_json FindingsJson(SessionFacts const& facts, std::int32_t came
     nlohmann::ordered_json figures = nlohmann::ordered_json::object();
     for (auto const& [name, value] : finding.figures) figures[name] = Rounded(name, value);
     nlohmann::ordered_json first = nlohmann::ordered_json::array();
-    for (std::size_t i = 0; i < finding.frames.named(); ++i) first.push_back(finding.frames.first[i]);
+    for (std::size_t i = 0; i < finding.frames.Named(); ++i) first.push_back(finding.frames.first[i]);
     list.push_back({{"code", finding.code},
                     {"camera", camera},
                     {"text", finding.text},

@@ -6,7 +6,7 @@ namespace shadingctl {
 namespace {
 
 std::optional<std::string> FailedShare(double percent, MatchFacts const& match) {
-  std::uint64_t const settled = match.settled();
+  std::uint64_t const settled = match.Settled();
   if (settled == 0) return "--fail-below: expected frames after the warm-up, found none";
   double const reached = 100 * static_cast<double>(match.bothNear) / static_cast<double>(settled);
   if (reached >= percent) return std::nullopt;
@@ -26,9 +26,9 @@ std::optional<std::string> FailedAge(std::int64_t maxAgeUs, MatchFacts const& ma
 
 std::vector<std::string> FailedGates(Gates const& gates, Summaries const& summaries) {
   std::vector<std::string> failed;
-  for (auto const& [sensorId, summary] : summaries.cameras()) {
-    MatchFacts const& match = summary.facts().match();
-    std::string const camera = summaries.cameras().size() > 1 ? fmt::format("camera {}: ", sensorId) : "";
+  for (auto const& [sensorId, summary] : summaries.Cameras()) {
+    MatchFacts const& match = summary.Facts().Matches();
+    std::string const camera = summaries.Cameras().size() > 1 ? fmt::format("camera {}: ", sensorId) : "";
     auto const add = [&](std::optional<std::string> const& reason) {
       if (reason) failed.push_back(camera + *reason);
     };

@@ -29,9 +29,9 @@ class Percentiles {
   // Requires: a finite value from 0; of shares, up to 1.
   void Add(double value);
 
-  std::uint64_t count() const { return mCount; }
-  std::optional<double> least() const { return mLeast; }
-  std::optional<double> largest() const { return mLargest; }
+  std::uint64_t Count() const { return mCount; }
+  std::optional<double> Least() const { return mLeast; }
+  std::optional<double> Largest() const { return mLargest; }
 
   // Of `percent` from 0 to 100, never outside of the values; empty without values.
   std::optional<double> At(double percent) const;

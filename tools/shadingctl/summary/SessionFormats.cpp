@@ -45,7 +45,7 @@ std::string Summaries::FindingsText() const {
   std::string text;
   for (auto const& [sensorId, summary] : mByCamera) {
     if (mByCamera.size() > 1) text += fmt::format("\nCamera     {}\n", sensorId);
-    text += shadingctl::FindingsText(summary.facts());
+    text += shadingctl::FindingsText(summary.Facts());
   }
   return text;
 }
@@ -53,7 +53,7 @@ std::string Summaries::FindingsText() const {
 nlohmann::ordered_json Summaries::FindingsJson() const {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   for (auto const& [sensorId, summary] : mByCamera) {
-    for (auto& finding : shadingctl::FindingsJson(summary.facts(), sensorId)) all.push_back(std::move(finding));
+    for (auto& finding : shadingctl::FindingsJson(summary.Facts(), sensorId)) all.push_back(std::move(finding));
   }
   return all;
 }

@@ -9,15 +9,15 @@ void Summaries::Add(PlayedCall const& call) {
   if (call.frame) Of(call.camera).Add(*call.frame);
 }
 
-void Summaries::Close(recording::Oddities const& oddities, std::int64_t replayNs) {
+void Summaries::Close(recording::SessionOddities const& oddities, std::int64_t replayNs) {
   if (mByCamera.empty()) Of(0);
   mOddities = oddities;
   mReplayNs = replayNs;
 }
 
-std::uint64_t Summaries::frames() const {
+std::uint64_t Summaries::Frames() const {
   std::uint64_t count = 0;
-  for (auto const& entry : mByCamera) count += entry.second.frames();
+  for (auto const& entry : mByCamera) count += entry.second.Frames();
   return count;
 }
 
@@ -27,9 +27,9 @@ std::uint64_t Summaries::CountOf(Match match) const {
   return count;
 }
 
-std::uint64_t Summaries::differentAnswers() const {
+std::uint64_t Summaries::DifferentAnswers() const {
   std::uint64_t count = 0;
-  for (auto const& entry : mByCamera) count += entry.second.differentAnswers();
+  for (auto const& entry : mByCamera) count += entry.second.DifferentAnswers();
   return count;
 }
 

@@ -20,20 +20,20 @@ class Summaries {
   // Made at the first mention.
   Summary& Of(std::int32_t sensorId) { return mByCamera.try_emplace(sensorId, mLogLevel).first->second; }
 
-  std::map<std::int32_t, Summary> const& cameras() const { return mByCamera; }
+  std::map<std::int32_t, Summary> const& Cameras() const { return mByCamera; }
 
   // What a call came to.
   void Add(PlayedCall const& call);
 
   // At the end of the session.
-  void Close(recording::Oddities const& oddities, std::int64_t replayNs);
+  void Close(recording::SessionOddities const& oddities, std::int64_t replayNs);
 
   // Frames of all cameras.
-  std::uint64_t frames() const;
+  std::uint64_t Frames() const;
   std::uint64_t CountOf(Match match) const;
 
   // Recorded answers that the library did not give again, of all cameras.
-  std::uint64_t differentAnswers() const;
+  std::uint64_t DifferentAnswers() const;
 
   // That of the only camera, or every camera's below its number, and what concerns the whole session.
   std::string Text() const;
@@ -49,7 +49,7 @@ class Summaries {
   int mLogLevel;
   std::map<std::int32_t, Summary> mByCamera;
   std::int64_t mReplayNs = 0;
-  recording::Oddities mOddities;
+  recording::SessionOddities mOddities;
 };
 
 }  // namespace shadingctl

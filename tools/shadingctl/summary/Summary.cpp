@@ -33,8 +33,8 @@ void Summary::AddComplete(FrameResult const& row) {
 
 BatchCounts Summary::Batches() const {
   BatchCounts counts;
-  if (mLogLevel != 0) counts.split = mFacts.batches().split;
-  if (mLogLevel >= 4) counts.dropped = mFacts.batches().discarded;
+  if (mLogLevel != 0) counts.split = mFacts.Batches().split;
+  if (mLogLevel >= 4) counts.dropped = mFacts.Batches().discarded;
   return counts;
 }
 

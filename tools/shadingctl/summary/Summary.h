@@ -41,15 +41,15 @@ class Summary {
   // The row of a frame that was added, once all samples of its readout are there.
   void AddComplete(FrameResult const& row);
 
-  std::uint64_t differentAnswers() const { return mDifferentAnswers; }
-  SessionFacts const& facts() const { return mFacts; }
-  SessionFacts& facts() { return mFacts; }
+  std::uint64_t DifferentAnswers() const { return mDifferentAnswers; }
+  SessionFacts const& Facts() const { return mFacts; }
+  SessionFacts& Facts() { return mFacts; }
 
   std::string Text() const;
   nlohmann::ordered_json Json() const;
 
   double RecordedNs() const;  // from the earliest frame to the latest
-  std::uint64_t frames() const { return mFrames; }
+  std::uint64_t Frames() const { return mFrames; }
   std::uint64_t CountOf(Match match) const { return mMatches[static_cast<std::size_t>(match)]; }
 
  private:

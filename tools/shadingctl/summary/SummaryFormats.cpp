@@ -43,7 +43,7 @@ std::string Summary::Text() const {
   text += "\n" + MatchText() + EndsText();
   text += fmt::format("Position   x {}, y {}\n", RangeText(mHallX), RangeText(mHallY));
   text += CarriedText() + HistoryText() + LibraryText();
-  text += SamplesText(mFacts.samples(), Batches());
+  text += SamplesText(mFacts.Samples(), Batches());
   if (mRecordedAnswers > 0) {
     text += fmt::format("Answers    {} recorded, {} given again, {} different\n", mRecordedAnswers,
                         mRecordedAnswers - mDifferentAnswers, mDifferentAnswers);
@@ -74,24 +74,24 @@ std::string Summary::MatchText() const {
 }
 
 std::string Summary::EndsText() const {
-  MatchFacts const& match = mFacts.match();
+  MatchFacts const& match = mFacts.Matches();
   auto const median = match.coverage.Median();
   if (!median) return {};
   auto const percent = [](double share) { return fmt::format("{:.1f} %", 100 * share); };
   return fmt::format(
       "Both ends  near a sample in {} of the {} frames; a span covers {} of its readout (median), {} at worst\n",
-      PercentText(match.bothNear, match.settled()), match.settled(), percent(*median / 1e6),
+      PercentText(match.bothNear, match.Settled()), match.Settled(), percent(*median / 1e6),
       percent(match.worstCoverage));
 }
 
 std::string Summary::CarriedText() const {
   if (CountOf(Match::kCarried) == 0) return {};
   std::string const text = "Carried    position from the oldest end of the window; its age: ";
-  if (mCarriedAgeUs.count() == 0 && mCarriedLater == 0) return text + "not told at this log level\n";
+  if (mCarriedAgeUs.Count() == 0 && mCarriedLater == 0) return text + "not told at this log level\n";
   std::string ages;
   if (auto const medianUs = mCarriedAgeUs.Median()) {
     ages = fmt::format("median {:.1f} ms (within {:.1f} %), largest {:.1f} ms", *medianUs / 1e3,
-                       100 * Histogram::kMedianError, static_cast<double>(mCarriedAgeUs.largest()) / 1e3);
+                       100 * Histogram::kMedianError, static_cast<double>(mCarriedAgeUs.Largest()) / 1e3);
   }
   if (mCarriedLater > 0) {
     ages += fmt::format("{}{} are later than their frame", ages.empty() ? "none; " : "; ", mCarriedLater);
@@ -116,7 +116,7 @@ std::string Summary::LibraryText() const {
                                  mLogLevel == 0 ? "" : ", the forming and reading of its messages included");
   if (auto const silentNs = mSilentCalculateNs.Median()) {
     text += fmt::format("           at log level 0: calculation {:.1f} us (median of {} that were asked twice)\n",
-                        *silentNs / 1e3, mSilentCalculateNs.count());
+                        *silentNs / 1e3, mSilentCalculateNs.Count());
   }
   return text;
 }
@@ -161,31 +161,31 @@ nlohmann::ordered_json Summary::Json() const {
                        : nlohmann::ordered_json(Share(CountOf(Match::kStart), frames));
   };
   auto const distances = [&](Match match) -> nlohmann::ordered_json {
-    SessionFacts::Distances const told = mFacts.readoutDistances(match);
+    SessionFacts::Distances const told = mFacts.ReadoutDistances(match);
     return {{"median", told.median ? nlohmann::ordered_json(Rounded(*told.median)) : nullptr},
             {"largest", told.largest ? nlohmann::ordered_json(Rounded(*told.largest)) : nullptr}};
   };
-  auto const coverage = mFacts.match().coverage.Median();
+  auto const coverage = mFacts.Matches().coverage.Median();
   bool const tellsHistory = mLogLevel > 0;
-  auto const ages = mCarriedAgeUs.count();
-  SampleHealth::Report const health = mFacts.samples();
+  auto const ages = mCarriedAgeUs.Count();
+  SampleHealth::Report const health = mFacts.Samples();
   return {{"frames", mFrames},
           {"warm_up_frames", CountOf(Match::kWarmUp)},
           {"recorded_ns", mLatestNs - mEarliestNs},
           {"matches", matches},
           {"match_rate", rate(WarmFrames())},
           {"match_rate_of_all", rate(mFrames)},
-          {"both_ends_near", coverage ? nlohmann::ordered_json(mFacts.match().bothNear) : nullptr},
+          {"both_ends_near", coverage ? nlohmann::ordered_json(mFacts.Matches().bothNear) : nullptr},
           {"coverage",
            {{"median", coverage ? nlohmann::ordered_json(Rounded(*coverage / 1e6)) : nullptr},
-            {"worst", coverage ? nlohmann::ordered_json(Rounded(mFacts.match().worstCoverage)) : nullptr}}},
+            {"worst", coverage ? nlohmann::ordered_json(Rounded(mFacts.Matches().worstCoverage)) : nullptr}}},
           {"readout_distance", {{"start", distances(Match::kStart)}, {"carried", distances(Match::kCarried)}}},
           {"hall_x", RangeJson(mHallX)},
           {"hall_y", RangeJson(mHallY)},
           {"carried_age_us",
            {{"median", OrNull(Tenths(mCarriedAgeUs.Median()))},
             {"median_error", Histogram::kMedianError},
-            {"largest", ages == 0 ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(mCarriedAgeUs.largest())},
+            {"largest", ages == 0 ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(mCarriedAgeUs.Largest())},
             {"later", mCarriedLater}}},
           {"history",
            {{"needed_samples", kWindowSize},
@@ -199,7 +199,7 @@ nlohmann::ordered_json Summary::Json() const {
             {"silent_calculate_ns",
              {{"median", OrNull(Tenths(mSilentCalculateNs.Median()))},
               {"median_error", Histogram::kMedianError},
-              {"frames", mSilentCalculateNs.count()}}}}},
+              {"frames", mSilentCalculateNs.Count()}}}}},
           {"samples",
            {{"delivered", health.delivered},
             {"batches", health.batches},

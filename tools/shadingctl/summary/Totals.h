@@ -49,10 +49,10 @@ class Totals {
   void Add(std::string const& file, ReplayResult const& result);
   void AddUnusable() { ++mUnusable; }
 
-  std::uint64_t results() const { return mResults; }
-  std::uint64_t unfinished() const { return mUnfinished; }  // of the results: those that ended early
-  std::uint64_t unusable() const { return mUnusable; }      // beside the results
-  std::uint64_t differentAnswers() const { return mSum.differentAnswers; }
+  std::uint64_t Results() const { return mResults; }
+  std::uint64_t Unfinished() const { return mUnfinished; }  // of the results: those that ended early
+  std::uint64_t Unusable() const { return mUnusable; }      // beside the results
+  std::uint64_t DifferentAnswers() const { return mSum.differentAnswers; }
 
   std::string Text() const;
   std::string Json() const;

@@ -41,10 +41,10 @@ std::string Totals::MeasuresText() const {
   text += fmt::format("{:>9}{:>9}\n", "largest", "of");
   for (Measure const& measure : mMeasures) {
     Percentiles const& percentiles = measure.percentiles;
-    if (percentiles.count() == 0) continue;
-    text += fmt::format("  {:<30}{:>9}", measure.title, ValueText(measure, percentiles.least()));
+    if (percentiles.Count() == 0) continue;
+    text += fmt::format("  {:<30}{:>9}", measure.title, ValueText(measure, percentiles.Least()));
     for (double const percent : kPercents) text += fmt::format("{:>9}", ValueText(measure, percentiles.At(percent)));
-    text += fmt::format("{:>9}{:>9}\n", ValueText(measure, percentiles.largest()), percentiles.count());
+    text += fmt::format("{:>9}{:>9}\n", ValueText(measure, percentiles.Largest()), percentiles.Count());
   }
   return text + fmt::format(
                     "  least and largest are exact; the others are off by at most {:g} percentage points where "
@@ -85,10 +85,10 @@ std::string Totals::Json() const {
     for (double const percent : kPercents) {
       percentiles[fmt::format("{:g}", percent)] = Rounded(measure, measure.percentiles.At(percent));
     }
-    measures[measure.name] = {{"cameras", measure.percentiles.count()},
-                              {"least", Rounded(measure, measure.percentiles.least())},
+    measures[measure.name] = {{"cameras", measure.percentiles.Count()},
+                              {"least", Rounded(measure, measure.percentiles.Least())},
                               {"percentiles", percentiles},
-                              {"largest", Rounded(measure, measure.percentiles.largest())}};
+                              {"largest", Rounded(measure, measure.percentiles.Largest())}};
   }
   Json worst = Json::array();
   for (RankedCamera const& ranked : mWorst) {

@@ -8,7 +8,7 @@ namespace shadingctl {
 namespace {
 
 std::string DigestText(ResultChecks const& checks) {
-  return checks.digest() ? fmt::format("Digest     {} of the rows as CSV\n", *checks.digest()) : std::string();
+  return checks.Digest() ? fmt::format("Digest     {} of the rows as CSV\n", *checks.Digest()) : std::string();
 }
 
 std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
@@ -16,7 +16,7 @@ std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, 
   RowSelection const& rows = arguments.rows;
   bool const isSelection = !rows.none && !rows.IsAll();
   std::string const shown = isSelection ? fmt::format("Shown      {} of {} frames; the summary is of all\n",
-                                                      ending.shownFrames, summaries.frames())
+                                                      ending.shownFrames, summaries.Frames())
                                         : std::string();
   return shown + summaries.Text() + DigestText(checks);
 }
@@ -45,7 +45,7 @@ void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summar
   if (isResult) files.output->Write(summary);
   auto const finished = [&](OutputFile* file) -> OutputFile* {
     if (file == nullptr || isComplete || !file->IsHeldBack()) return file;
-    Tell(fmt::format("{}: not written, as the replay is not complete", file->name()));
+    Tell(fmt::format("{}: not written, as the replay is not complete", file->Name()));
     return nullptr;
   };
   OutputFile* const output = finished(files.output);
@@ -59,7 +59,7 @@ int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summari
                  ResultChecks const& checks) {
   if (!ending.complaint.empty()) Tell(ending.complaint);
   if (summaries.CountOf(Match::kStart) == 0 && ending.error.empty()) {
-    Tell(summaries.frames() == 0 ? "NOTHING MATCHED: no position was computed"
+    Tell(summaries.Frames() == 0 ? "NOTHING MATCHED: no position was computed"
                                  : "NOTHING MATCHED: not one frame has a sample at its start");
   }
   std::string const dumps = ending.dumps.Complaint(arguments.dumpDirectory);
@@ -67,8 +67,8 @@ int TellProblems(ReplayArguments const& arguments, Ending const& ending, Summari
   if (!ending.error.empty()) Tell(ending.error);
   if (ending.exitCode != kExitDone) return ending.exitCode;
   if (!dumps.empty()) return kExitUnusable;
-  for (std::string const& complaint : checks.complaints()) Tell(complaint);
-  bool const differs = summaries.differentAnswers() > 0 || !checks.complaints().empty();
+  for (std::string const& complaint : checks.Complaints()) Tell(complaint);
+  bool const differs = summaries.DifferentAnswers() > 0 || !checks.Complaints().empty();
   return differs ? kExitDifference : kExitDone;
 }
 

@@ -21,7 +21,7 @@ class ReplayReport {
   // The page is written; file() is not finished.
   void End(ResultEnd const& end);
 
-  OutputFile& file() { return mFile; }
+  OutputFile& File() { return mFile; }
 
  private:
   OutputFile mFile;

@@ -63,7 +63,7 @@ void StartDumping(ReplayArguments const& arguments, std::optional<int> type) {
 }
 
 // Options win over the recording, and the recording over the device.
-desktop::DeviceSettings SettingsFor(ReplayArguments const& arguments, recording::Settings const& recorded,
+desktop::DeviceSettings SettingsFor(ReplayArguments const& arguments, recording::SessionSettings const& recorded,
                                     desktop::DeviceSettings settings) {
   settings = PlayedSettings(std::move(settings), recorded, arguments.logLevel);
   if (!arguments.mode.empty()) settings.properties[kModeProperty] = kModes.at(arguments.mode);
@@ -146,8 +146,8 @@ Ending PlayAll(ReplayArguments const& arguments, recording::Session& session, Re
     ending.exitCode = kExitUnusable;
   }
   std::chrono::nanoseconds const passed = std::chrono::steady_clock::now() - start;
-  summaries.Close(session.oddities(), passed.count());
-  ending.complaint = replay.complaint();
+  summaries.Close(session.Oddities(), passed.count());
+  ending.complaint = replay.Complaint();
   return ending;
 }
 
@@ -174,7 +174,7 @@ Replay::Options OptionsFrom(ReplayArguments const& arguments, Camera const& came
 
 ReplaySettings SettingsOf(ReplayArguments const& arguments, recording::Session const& session, Camera const& camera,
                           std::string const& library, std::string const& mode) {
-  recording::Settings const& recorded = session.settings();
+  recording::SessionSettings const& recorded = session.Settings();
   ReplaySettings settings;
   settings.session = session.Name();
   settings.library = library;
@@ -200,7 +200,7 @@ int RunReplay(ReplayArguments const& arguments) {
   RefuseOverwritingInputs(arguments, chosen, path);
   std::unique_ptr<recording::Session> const session = OpenSession(arguments.recording, !arguments.dumps.empty());
   desktop::Device& device = desktop::Device::Get();
-  desktop::DeviceSettings const settings = SettingsFor(arguments, session->settings(), chosen.settings);
+  desktop::DeviceSettings const settings = SettingsFor(arguments, session->Settings(), chosen.settings);
   device.Configure(settings);
   VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
 
@@ -230,12 +230,12 @@ int RunReplay(ReplayArguments const& arguments) {
                      camera.sensorId, !arguments.quiet && !terminalIsTaken);
   }
   checks.Finish(summaries, ending.error.empty());
-  if (checks.digest()) writer->AddExtra("digest", *checks.digest());
+  if (checks.Digest()) writer->AddExtra("digest", *checks.Digest());
   writer->End(summaries.End(ending.error));
   if (report) report->End(summaries.End(ending.error));
   TellOfOtherBatches(*session);
   FinishReplay(arguments, ending, summaries, checks,
-               {&output, log ? &*log : nullptr, report ? &report->file() : nullptr});
+               {&output, log ? &*log : nullptr, report ? &report->File() : nullptr});
   return TellProblems(arguments, ending, summaries, checks);
 }
 

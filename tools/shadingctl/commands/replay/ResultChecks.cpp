@@ -17,7 +17,7 @@ void ResultChecks::Finish(Summaries const& summaries, bool isComplete) {
   if (!isComplete) return;
   if (mGolden) {
     mGolden->Finish();
-    mComplaints = mGolden->complaints();
+    mComplaints = mGolden->Complaints();
   }
   for (std::string& reason : FailedGates(mGates, summaries)) mComplaints.push_back(std::move(reason));
 }

@@ -27,8 +27,8 @@ class ResultChecks {
   // All rows were added, or the replay ended early and only the digest of those that were is of any use.
   void Finish(Summaries const& summaries, bool isComplete);
 
-  std::optional<std::string> const& digest() const { return mDigestText; }  // "xxh128:..."
-  std::vector<std::string> const& complaints() const { return mComplaints; }
+  std::optional<std::string> const& Digest() const { return mDigestText; }  // "xxh128:..."
+  std::vector<std::string> const& Complaints() const { return mComplaints; }
 
  private:
   Gates mGates;
