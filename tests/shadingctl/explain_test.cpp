@@ -202,21 +202,22 @@ TEST(Explanations, TellTheWorkedFrameStepByStep) {
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   EXPECT_EQ(
       outcome.out.substr(0, outcome.out.find("\n\n")),
-      "Camera 0, frame 7: followed the lens over 100 % of the readout\n"
-      "  Exposed for 10.0 ms and read out in 20.0 ms: the readout began 15.6 ms before the frame's timestamp of "
+      "Camera 0, frame 7: followed the lens over 100 % of the search interval\n"
+      "  Exposed for 10.0 ms and read out in 20.0 ms: the search interval begins 15.6 ms before the frame's timestamp "
+      "of "
       "1000000000000 ns, on the samples' own clock.\n"
       "  The library held 120 samples; its window of 100 entries, 1.000 ms apart, reaches from 40.0 ms before the "
-      "readout began to 59.0 ms after the readout began.\n"
-      "  Its start was found: the span begins exactly when the readout began.\n"
+      "search interval's start to 59.0 ms after the search interval's start.\n"
+      "  Its start was found: the span begins exactly at the search interval's start.\n"
       "  The span is entries 40 to 60. The end, one readout after its first entry, is near a sample; its last entry "
       "is 0 us from there.\n"
-      "  It covers 100 % of the readout.\n"
+      "  It covers 100 % of the search interval.\n"
       "  The position is (136.666672, -10).\n"
-      "  That is 7.33 units from the mean of the samples of the frame's own readout.");
+      "  That is 7.33 units from the mean of all samples of the search interval.");
 
   Json const json = Json::parse(RunTool("explain --frame 7 --format json " + directory.Path() + "/hall.csv").out);
   EXPECT_EQ(json["frames"][0]["end_index"], 60);
-  EXPECT_EQ(json["explained"][0]["text"], "followed the lens over 100 % of the readout");
+  EXPECT_EQ(json["explained"][0]["text"], "followed the lens over 100 % of the search interval");
 }
 
 TEST(Explanations, WithoutAFrameToTellAreRefused) {

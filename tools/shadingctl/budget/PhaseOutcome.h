@@ -66,12 +66,13 @@ struct PhaseRange {
 // All phases, in order: the outcome changes at five of them at most.
 std::vector<PhaseRange> OutcomesOfAllPhases(Timing const& timing);
 
-// The history, for the phase: the index that its samples have, counted from the first one at or after the timestamp.
+// The history at a phase: indices of its oldest and newest sample; index 0 is the first sample at or after the frame's
+// timestamp.
 struct History {
   std::int64_t oldest = 0;
   std::int64_t newest = 0;
   std::int64_t Count() const { return newest - oldest + 1; }
-  // The window of 100 samples in it. Requires: count() >= 100 and newest >= 0.
+  // The window of 100 samples in it. Requires: Count() >= 100 and newest >= 0.
   std::int64_t WindowBegin() const;
 };
 History HistoryAt(Timing const& timing, std::int64_t phaseNs);

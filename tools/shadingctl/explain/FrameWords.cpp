@@ -10,10 +10,10 @@ namespace {
 std::string Milliseconds(double us) { return fmt::format("{:.{}f} ms", us / 1e3, std::abs(us) < 1e4 ? 3 : 1); }
 std::string Milliseconds(std::int64_t us) { return Milliseconds(static_cast<double>(us)); }
 
-// "3.2 ms before the readout began", or after it.
+// "3.2 ms before the search interval's start", or after it.
 std::string AgainstStart(std::int64_t us) {
-  if (us == 0) return "exactly when the readout began";
-  return fmt::format("{} {} the readout began", Milliseconds(DistanceUs(us, 0)), us < 0 ? "before" : "after");
+  if (us == 0) return "exactly at the search interval's start";
+  return fmt::format("{} {} the search interval's start", Milliseconds(DistanceUs(us, 0)), us < 0 ? "before" : "after");
 }
 
 std::string PositionWords(FrameResult const& result) {
@@ -29,19 +29,19 @@ std::string NearestWords(FrameFacts const& facts) {
 std::string WhyNoStart(FrameFacts const& facts) {
   switch (facts.start) {
     case StartCause::kNear:
-      return "a sample lies near the start of the readout";
+      return "a sample lies near the start of the search interval";
     case StartCause::kBetweenSamples:
-      return fmt::format("no sample lies within {} us of the start of the readout{}", kToleranceUs,
+      return fmt::format("no sample lies within {} us of the start of the search interval{}", kToleranceUs,
                          NearestWords(facts));
     case StartCause::kWindowBeginsLate:
       return fmt::format("the window reaches {} samples back, and its oldest one was taken {}", hosting::kSamplesBefore,
                          facts.window ? AgainstStart(facts.window->firstUs) : "too late");
     case StartCause::kHistoryBeginsLate:
       return fmt::format("the library's oldest sample was taken {}",
-                         facts.window ? AgainstStart(facts.window->firstUs) : "after the readout began");
+                         facts.window ? AgainstStart(facts.window->firstUs) : "after the search interval's start");
     case StartCause::kWindowEndsEarly:
       return fmt::format("the newest sample, with which no span can begin, was taken {}",
-                         facts.window ? AgainstStart(facts.window->lastUs) : "before the readout began");
+                         facts.window ? AgainstStart(facts.window->lastUs) : "before the search interval's start");
     case StartCause::kTooLittleHistory:
       return fmt::format("the library held {} samples and answers from {} on", facts.history.value_or(0), kWindowSize);
     case StartCause::kNothingAfter:
@@ -85,8 +85,8 @@ std::string Headline(FrameResult const& result, FrameFacts const& facts) {
     case Match::kStart:
       if (!facts.end) return "followed the lens";
       if (facts.end == EndCause::kNear)
-        return fmt::format("followed the lens over {} of the readout", Percent(facts.coverage));
-      return fmt::format("followed the lens over {} of the readout, whose end is {}", Percent(facts.coverage),
+        return fmt::format("followed the lens over {} of the search interval", Percent(facts.coverage));
+      return fmt::format("followed the lens over {} of the search interval, whose end is {}", Percent(facts.coverage),
                          WhyNoEnd(facts));
     case Match::kCarried:
       return fmt::format("took a position from {} before, as {}",
@@ -101,11 +101,11 @@ std::string Headline(FrameResult const& result, FrameFacts const& facts) {
 std::vector<std::string> Story(FrameResult const& result, FrameFacts const& facts) {
   std::vector<std::string> story;
   if (facts.exposureUs && facts.readoutUs && facts.readoutEndUs) {
-    story.push_back(
-        fmt::format("Exposed for {} and read out in {}: the readout began {} before the frame's timestamp of {} "
-                    "ns, on the samples' own clock.",
-                    Milliseconds(static_cast<double>(*facts.exposureUs)), Milliseconds(std::int64_t{*facts.readoutUs}),
-                    Milliseconds(DifferenceUs(*facts.readoutUs, *facts.readoutEndUs)), facts.timestampNs));
+    story.push_back(fmt::format(
+        "Exposed for {} and read out in {}: the search interval begins {} before the frame's timestamp of {} "
+        "ns, on the samples' own clock.",
+        Milliseconds(static_cast<double>(*facts.exposureUs)), Milliseconds(std::int64_t{*facts.readoutUs}),
+        Milliseconds(DifferenceUs(*facts.readoutUs, *facts.readoutEndUs)), facts.timestampNs));
   }
   if (facts.window) {
     story.push_back(
@@ -130,7 +130,7 @@ std::vector<std::string> Story(FrameResult const& result, FrameFacts const& fact
         fmt::format("The span is entries {} to {}. The end, one readout after its first entry, is {}; its last entry "
                     "is {} us from there.",
                     *result.startIndex, *result.endIndex, WhyNoEnd(facts), *facts.endDistanceUs));
-    story.push_back(fmt::format("It covers {} of the readout{}.", Percent(facts.coverage),
+    story.push_back(fmt::format("It covers {} of the search interval{}.", Percent(facts.coverage),
                                 facts.repeated > 0
                                     ? fmt::format(", and {} of its {} samples are repeats, which weigh twice",
                                                   facts.repeated, facts.spanEntries)
@@ -139,7 +139,7 @@ std::vector<std::string> Story(FrameResult const& result, FrameFacts const& fact
   story.push_back(fmt::format("The position is {}{}.", PositionWords(result),
                               HasNewPosition(result) ? "" : ", that of an earlier frame"));
   if (result.readoutDistance && HasNewPosition(result)) {
-    story.push_back(fmt::format("That is {:.3g} units from the mean of the samples of the frame's own readout.",
+    story.push_back(fmt::format("That is {:.3g} units from the mean of all samples of the search interval.",
                                 *result.readoutDistance));
   }
   return story;

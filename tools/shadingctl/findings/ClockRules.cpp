@@ -35,8 +35,8 @@ std::optional<double> WrongFactor(std::optional<double> valueUs, PlausibleRange 
 
 }  // namespace
 
-// units. A rate or time outside kPlausible that a factor of 10^3 or 10^6 brings inside. Told first and whatever the
-// match says: in a wrong unit the tolerance is a thousand times as wide, and everything matches.
+// units. A rate or time outside its plausible range that a factor of 10^3 or 10^6 brings inside. Told first and
+// whatever the match says: in a wrong unit the tolerance is a thousand times as wide, and everything matches.
 std::optional<SessionFinding> WrongUnits(SessionFacts const& facts) {
   struct Measured {
     PlausibleRange const& range;

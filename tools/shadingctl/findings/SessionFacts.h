@@ -68,8 +68,8 @@ struct MatchFacts {
   std::uint64_t bothNear = 0;
   std::array<FrameList, 10> starts;  // by StartCause, the warm-up apart
   std::array<FrameList, 4> ends;     // by EndCause, of spans that began near the start
-  FrameList untoldEnds;              // of the same spans, where the messages do not tell
-  TimeRange shortfallNs;             // from the newest sample to the end of the readout, of frames that lack later ones
+  FrameList untoldEnds;              // of spans that began near the start, where the messages do not tell
+  TimeRange shortfallNs;  // from the newest sample to the end of the search interval, of frames that lack later ones
   FrameList carried;
   FrameList longExposures;  // longer than the readout
   FrameList repeated;       // frames whose span has repeated samples
@@ -78,7 +78,7 @@ struct MatchFacts {
   Histogram coverage;  // in millionths, of the frames that got a position
   double worstCoverage = 1;
   std::optional<OldPosition> oldest;  // of the positions that frames use, new ones and kept ones
-  Histogram lengthShare;              // the same of the span's length
+  Histogram lengthShare;              // span length over readout time, in millionths
   Histogram carriedAgeUs;
 
   FrameList const& Of(StartCause cause) const { return starts[static_cast<std::size_t>(cause)]; }
@@ -116,7 +116,8 @@ class SessionFacts {
   // The library has forgotten all samples.
   void BeginHistory() { mNewestStoredNs.reset(); }
 
-  // How far the position of a frame is from the mean of its readout's own samples, in the samples' unit.
+  // How far the position of a frame is from the mean of all samples of its search interval, in
+  // their unit.
   void AddReadoutDistance(Match match, double distance);
 
   MatchFacts const& Matches() const { return mMatch; }

@@ -58,13 +58,13 @@ struct FrameResult {
   std::int32_t camera = 0;
   std::optional<SpanEnd> end;
   std::optional<std::int64_t> endDistanceUs;
-  std::optional<double> coverage;                // of the readout by the span, 0 to 1
+  std::optional<double> coverage;                // share of the search interval that the span covers, 0 to 1
   std::optional<std::uint64_t> repeatedSamples;  // in the span
-  std::optional<double> readoutDistance;         // from the mean of the readout's own samples, in the samples' unit
+  std::optional<double> readoutDistance;         // from the mean of all samples of the search interval, in their unit
 
   // In JSON rows only.
   std::optional<AlignedRange> window;    // from the first to the last of the library's entries
-  std::optional<AlignedRange> spanTime;  // the same of the span
+  std::optional<AlignedRange> spanTime;  // from the first to the last entry of the span
 
   // In no row, except what JSON tells of the times.
   std::int64_t sinceFirstNs = 0;  // from the session's first frame

@@ -46,19 +46,19 @@ double Distance(LensPosition const& one, LensPosition const& other) {
 }
 
 std::optional<SpanTiming> TimeSpan(std::vector<AlignedSample> const& table, SpanFound const& span,
-                                   Readout const& readout) {
+                                   SearchInterval const& interval) {
   bool const isHeld = span.first >= 0 && span.first <= span.last && static_cast<std::size_t>(span.last) < table.size();
   if (!isHeld) return std::nullopt;
   auto const first = static_cast<std::size_t>(span.first);
   auto const last = static_cast<std::size_t>(span.last);
-  std::int64_t const firstUs = DifferenceUs(table[first].timeUs, readout.startUs);  // both since the readout's start
-  std::int64_t const lastUs = DifferenceUs(table[last].timeUs, readout.startUs);
+  std::int64_t const firstUs = DifferenceUs(table[first].timeUs, interval.startUs);  // both since the interval's start
+  std::int64_t const lastUs = DifferenceUs(table[last].timeUs, interval.startUs);
 
   SpanTiming timing;
   timing.ageUs = DifferenceUs(0, firstUs);
-  timing.endDistanceUs = DistanceUs(DifferenceUs(lastUs, firstUs), readout.lengthUs);
-  if (readout.lengthUs > 0) {
-    std::int64_t const length = readout.lengthUs;
+  timing.endDistanceUs = DistanceUs(DifferenceUs(lastUs, firstUs), interval.lengthUs);
+  if (interval.lengthUs > 0) {
+    std::int64_t const length = interval.lengthUs;
     std::int64_t const coveredUs =
         std::clamp<std::int64_t>(lastUs, 0, length) - std::clamp<std::int64_t>(firstUs, 0, length);
     timing.coverage = static_cast<double>(std::max<std::int64_t>(coveredUs, 0)) / static_cast<double>(length);

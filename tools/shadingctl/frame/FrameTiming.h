@@ -1,7 +1,7 @@
-// The span of a frame compared with its readout. docs/replay-output.md explains every figure.
+// The span of a frame compared with its search interval. docs/replay-output.md explains every figure.
 //
-// Times are aligned ones, in us: the library's own, in which a frame's readout begins at its timestamp less its
-// exposure time. Differences wrap as the library's do, so times that cannot be real do no harm.
+// Times are aligned ones, in us: the library's own, in which a frame's search interval begins at its timestamp less
+// its exposure time. Differences wrap as the library's do, so times that cannot be real do no harm.
 #pragma once
 
 #include <cstddef>
@@ -46,7 +46,8 @@ struct AlignedRange {
   std::int64_t lastUs = 0;
 };
 
-struct Readout {
+// Where the library looks for a frame's samples: from the start of frame on, as long as the readout.
+struct SearchInterval {
   std::int64_t startUs = 0;
   std::uint32_t lengthUs = 0;
 };
@@ -58,25 +59,25 @@ struct LensPosition {
 
 double Distance(LensPosition const& one, LensPosition const& other);
 
-// Both ends of a span as the library looks for them: the end one readout after the first entry, wherever that is.
+// Both ends of a span as the library looks for them: the end one readout time after the first entry, wherever that is.
 struct SpanTiming {
-  std::int64_t ageUs = 0;  // from the first entry to the start of the readout; negative when the entry is later
+  std::int64_t ageUs = 0;  // from the first entry to the start of the interval; negative when the entry is later
   std::int64_t endDistanceUs = 0;
   std::optional<double>
-      coverage;              // share of the readout between the first and the last entry; nullopt without a readout
+      coverage;              // share of the interval between the first and the last entry; nullopt without a length
   std::size_t repeated = 0;  // samples of the span that repeat an earlier one
   bool EndIsNear() const { return endDistanceUs < kToleranceUs; }
 };
 
 // nullopt when the table does not hold the span.
 std::optional<SpanTiming> TimeSpan(std::vector<AlignedSample> const& table, SpanFound const& span,
-                                   Readout const& readout);
+                                   SearchInterval const& interval);
 
 // Of the times between the table's neighbours; nullopt with fewer than two.
 std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table);
 
-// How many samples from `first` to `last` repeat an earlier one: later than the sample before them by less than a
-// quarter of the table's median interval, with the same position.
+// How many samples from `first` to `last` repeat an earlier one: at the same position, and later by less than a
+// quarter of the table's median interval.
 std::size_t CountRepeated(std::vector<AlignedSample> const& table, std::size_t first, std::size_t last);
 
 }  // namespace shadingctl

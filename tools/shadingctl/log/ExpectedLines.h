@@ -7,7 +7,7 @@
 
 namespace shadingctl {
 
-// At least, as far as the lines that are left tell. `hasDetail`: the library's log level is 4 or more.
+// A lower bound: what lost lines told is unknown. `hasDetail`: the library's log level is 4 or more.
 std::uint64_t ExpectedLines(FrameMessages const& messages, bool hasDetail);
 
 }  // namespace shadingctl

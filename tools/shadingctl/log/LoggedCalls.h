@@ -23,14 +23,14 @@ struct LoggedCall {
   bool split = false;    // the batch
   bool noBatch = false;  // the platform had no samples
   std::uint64_t firstLine = 0;
-  std::uint64_t lines = 0;  // that were read, those of the update apart
-  std::uint64_t lost = 0;   // that must have been there besides, at least
+  std::uint64_t lines = 0;  // lines read, without those of the update
+  std::uint64_t lost = 0;   // lines missing: a lower bound
 
   // The window and everything that was made of it are there: what the library computed can be computed again.
   bool IsWhole() const;
 };
 
-// Where in a call a line stands: the step, and the number of the line in steps of several lines that bear one.
+// The place of a line in its call: the step and, in steps of several numbered lines, the line's number.
 using LinePlace = std::tuple<int, std::int64_t>;
 
 // A call whose end has not been read.

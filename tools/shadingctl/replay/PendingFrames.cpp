@@ -15,7 +15,7 @@ struct Interval {
   std::int64_t lastUs = 0;
 };
 
-Interval OwnReadout(FrameTimesTold const& times) {
+Interval SampleTimes(FrameTimesTold const& times) {
   std::uint64_t const startUs = times.startOfFrameUs + static_cast<std::uint64_t>(times.offsetUs);
   return {static_cast<std::int64_t>(startUs - kToleranceUs),
           static_cast<std::int64_t>(startUs + times.readoutUs + kToleranceUs)};
@@ -42,13 +42,13 @@ bool PendingFrames::IsComplete(FrameResult const& row) const {
   if (!row.times || !HasPosition(row) || mFrames.size() > kLongestWait) return true;
   auto const samples = mSamples.find(row.camera);
   return samples != mSamples.end() && !samples->second.empty() &&
-         std::get<0>(*samples->second.rbegin()) > OwnReadout(*row.times).lastUs + kRepeatedUs;
+         std::get<0>(*samples->second.rbegin()) > SampleTimes(*row.times).lastUs + kRepeatedUs;
 }
 
 std::optional<double> PendingFrames::DistanceOf(FrameResult const& row) const {
   auto const samples = mSamples.find(row.camera);
   if (!row.times || !HasPosition(row) || samples == mSamples.end()) return std::nullopt;
-  Interval const own = OwnReadout(*row.times);
+  Interval const own = SampleTimes(*row.times);
   constexpr float kLowest = std::numeric_limits<float>::lowest();
   LensPosition sum;
   std::uint64_t count = 0;

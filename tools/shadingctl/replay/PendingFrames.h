@@ -1,4 +1,4 @@
-// Frames that wait for the last samples of their readout, which may be delivered with a later frame.
+// Frames that wait for the last samples of their search interval, which may be delivered with a later frame.
 #pragma once
 
 #include <cstdint>
@@ -14,9 +14,10 @@
 
 namespace shadingctl {
 
-// Every frame comes out in the order in which it came in, with its distance from the mean of its readout's own samples.
-// Those are the camera's samples from 1500 us before its readout to 1500 us after it, whenever they were delivered: as
-// many as a span with both ends near may hold. Samples with the same us and position count once. Constant memory.
+// Every frame comes out in the order in which it came in, with its distance from the mean of the samples of its search
+// interval. Those are the camera's samples from 1500 us before the interval to 1500 us after it, whenever they were
+// delivered: as many as a span with both ends near may hold. Samples with the same us and position count once. Constant
+// memory.
 class PendingFrames {
  public:
   // In any order; samples that were added before are ignored.

@@ -27,12 +27,12 @@ class Histogram {
   std::uint64_t Count() const { return mCount; }
   std::int64_t Largest() const { return mLargest; }  // 0 as long as there are no values
 
-  // The mean of the bin in which the middle value lies (the upper one of two); empty without values. At most
-  // kMedianError of it away from that value, or less than 1.
+  // The mean of the bin in which the middle value lies (the upper one of two); empty without values. Differs from that
+  // value by less than 1 or by at most its kMedianError-th part.
   std::optional<double> Median() const;
   static constexpr double kMedianError = 1.0 / 64;
 
-  // The same of the value of that rank in ascending order, from 1; empty beyond count().
+  // The mean of the bin of the value with that rank in ascending order, from 1; empty beyond Count().
   std::optional<double> AtRank(std::uint64_t rank) const;
 
   // The bins after that of `above`, up to and including that of `upTo`.
