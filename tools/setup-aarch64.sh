@@ -4,6 +4,7 @@
 # build/aarch64-libcxx-root.
 set -eu
 cd "$(dirname "$0")/.."
+command -v dpkg >/dev/null || { echo "Expected dpkg and Debian's arm64 packages."; exit 1; }
 if ! dpkg --print-foreign-architectures | grep -qx arm64; then
   [ "$(id -u)" = 0 ] || { echo "Run this as root, then try again: dpkg --add-architecture arm64"; exit 1; }
   dpkg --add-architecture arm64

@@ -10,8 +10,10 @@ trap 'rm -rf "$copy"' EXIT
 
 # notices FILE EDIT TOLD: the edit, as a script of sed, and what is to be told then.
 notices() {
-  mkdir -p "$copy/lsc" "$copy/platform/desktop"
-  for file in Android.bp lsc/CMakeLists.txt platform/desktop/CMakeLists.txt; do cp "$tree/$file" "$copy/$file"; done
+  for file in Android.bp lsc/CMakeLists.txt cmake/Hardening.cmake capture/CMakeLists.txt platform/desktop/CMakeLists.txt; do
+    mkdir -p "$copy/$(dirname "$file")"
+    cp "$tree/$file" "$copy/$file"
+  done
   sed -i "$2" "$copy/$1"
   ! cmp -s "$tree/$1" "$copy/$1" || { echo "$2: changes nothing in $1"; exit 1; }
   status=0
@@ -27,7 +29,9 @@ notices Android.bp 's/"-Os"/"-O1"/' 'flags of Android.bp that lsc/CMakeLists.txt
 notices Android.bp '/-mbranch/d' 'flags of lsc/CMakeLists.txt that Android.bp lacks: -mbranch-protection=standard'
 notices Android.bp 's/"liblog"/"libslog"/' 'libraries of Android.bp that lsc/CMakeLists.txt lacks: libslog'
 notices Android.bp '/version_script/d' 'expected the version script'
-notices lsc/CMakeLists.txt 's/-Wl,-z,now/-Wl,-z,lazy/' 'flags of lsc/CMakeLists.txt that Android.bp lacks: -Wl,-z,lazy'
+notices cmake/Hardening.cmake 's/-Wl,-z,now/-Wl,-z,lazy/' 'flags of lsc/CMakeLists.txt that Android.bp lacks: -Wl,-z,lazy'
 notices lsc/CMakeLists.txt 's/^  ReadoutMatch.cpp sensor/  sensor/; s/ois\/ReadoutMatch.cpp sensor/sensor/' \
   'sources built for speed'
+notices Android.bp '/RecordingFiles.cpp/d' 'sources of shadingtap of capture/CMakeLists.txt that Android.bp lacks: RecordingFiles.cpp'
+notices Android.bp '/-z,nodelete/d' 'link options of taps of capture/CMakeLists.txt that Android.bp lacks: -Wl,-z,nodelete'
 echo "every difference is told"

@@ -26,10 +26,8 @@ class Capture : public testing::Test {
   Outcome Run(std::string const& script) const {
     return RunScript("cd " + mPlace.Path() +
                      " || exit 99\n"
-                     "tap() { " TAP_SCRIPT
-                     " \"$@\" tapped/lib; }\n"
-                     "tap_on() { " TAP_SCRIPT " $1 tapped/lib " LIBRARY_DIRECTORY
-                     "; }\n"
+                     "tap() { " LIBRARY_DIRECTORY
+                     "/vcam-shadingutil/taps/tap \"$@\" tapped/lib; }\n"
                      "same() { cut -d, -f-18 $1 | uniq >left; cut -d, -f-18 $2 | cmp - left; }\n"
                      "tapped() { VCAM_TAP_DIRECTORY=captures tapped/bin/shadingctl \"$@\"; }\n" +
                      script);
@@ -53,7 +51,7 @@ TEST_F(Capture, ReplaysToTheResultsThatTheHostGot) {
   for (std::string const session : sessions) {
     Outcome const outcome = Run("rm -rf captures/* session; shadingctl generate session " + session +
                                 " >/dev/null || exit 98\n"
-                                "tap_on on || exit 97\n"
+                                "tap on || exit 97\n"
                                 "shadingctl replay --format csv session -o plain.csv >/dev/null || exit 96\n"
                                 "tapped replay --format csv session -o tapped.csv >/dev/null || exit 95\n"
                                 "tap off\n"
@@ -68,7 +66,7 @@ TEST_F(Capture, ReplaysToTheResultsThatTheHostGot) {
 // Batches that the library neither splits nor discards are read back from it as they were delivered.
 TEST_F(Capture, OfTheLibraryAloneSaysThatBatchesAreThoseItFiled) {
   Outcome const outcome =
-      Run("tap_on library && shadingctl generate --overlap 0 session >/dev/null || exit 98\n"
+      Run("tap library && shadingctl generate --overlap 0 session >/dev/null || exit 98\n"
           "tapped replay --format csv session -o tapped.csv >/dev/null || exit 97\n"
           "shadingctl replay --format csv session -o plain.csv >/dev/null || exit 96\n"
           "cmp plain.csv tapped.csv || exit 94\n"
@@ -80,7 +78,7 @@ TEST_F(Capture, OfTheLibraryAloneSaysThatBatchesAreThoseItFiled) {
 
 TEST_F(Capture, WithoutItsDirectoryLeavesTheHostAlone) {
   Outcome const outcome =
-      Run("tap_on on && rmdir captures && tapped replay --format csv -o tapped.csv >/dev/null && shadingctl replay "
+      Run("tap on && rmdir captures && tapped replay --format csv -o tapped.csv >/dev/null && shadingctl replay "
           "--format csv -o plain.csv "
           ">/dev/null && cmp plain.csv tapped.csv");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
@@ -95,7 +93,7 @@ TEST_F(Capture, OnAFullDiskIsBrokenAndReadable) {
           "  tapped replay --format csv -o tapped.csv >/dev/null || exit 96\n"
           "  cp -r captures/* kept; cat kept/recording.csv\n"
           "}\n"
-          "if [ -z \"$INSIDE\" ]; then INSIDE=1; export INSIDE; tap_on on || exit 98\n"
+          "if [ -z \"$INSIDE\" ]; then INSIDE=1; export INSIDE; tap on || exit 98\n"
           "  unshare -m true 2>/dev/null && exec unshare -m sh \"$0\"; exec unshare -Urm sh \"$0\"; fi\n"
           "inside");
   ASSERT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
@@ -119,7 +117,7 @@ TEST_F(Capture, OnAFullDiskIsBrokenAndReadable) {
 // With calls missing, later answers may differ: exit code 1.
 TEST_F(Capture, OnASlowDiskCountsWhatItLosesAndTheHostGoesOn) {
   Outcome const outcome =
-      Run("tap_on on && shadingctl generate --frames 20000 session >/dev/null || exit 98\n"
+      Run("tap on && shadingctl generate --frames 20000 session >/dev/null || exit 98\n"
           "shadingctl replay --format csv --log-level 0 session -o plain.csv >/dev/null || exit 97\n"
           "LD_PRELOAD=" SLOW_DISK_LIBRARY
           " tapped replay --format csv --log-level 0 session -o tapped.csv >/dev/null || exit 96\n"
@@ -138,7 +136,7 @@ TEST_F(Capture, OnASlowDiskCountsWhatItLosesAndTheHostGoesOn) {
 
 TEST_F(Capture, TapsGoOnOnceAndComeOffWhole) {
   Outcome const outcome =
-      Run("(cd tapped/lib && cksum *.so */*.so) >before; tap_on on && tap_on on; echo $?\n"
+      Run("(cd tapped/lib && cksum *.so */*.so) >before; tap on && tap on; echo $?\n"
           "tap off && tap off && (cd tapped/lib && cksum *.so* */*.so*) | cmp - before");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   EXPECT_EQ(outcome.out, "3\n");

@@ -33,6 +33,9 @@ Outcome RunTool(std::string const& arguments);
 // Runs a shell script, in which `shadingctl` is the program, in the current directory.
 Outcome RunScript(std::string const& script);
 
+// Why the program cannot mount calibration data here, in its words; empty where it can. Tests of them skip with it.
+std::string const& MountRefusal();
+
 // The program at work in the background, with its standard output in a pipe.
 class StartedTool {
  public:

@@ -4,6 +4,7 @@
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -18,7 +19,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Calibration, BuiltInCamerasAreAsCommitted) {
+class Calibration : public testing::Test {
+  void SetUp() override {
+    if (!MountRefusal().empty()) GTEST_SKIP() << MountRefusal();
+  }
+};
+
+TEST_F(Calibration, BuiltInCamerasAreAsCommitted) {
   TemporaryDirectory const temporary;
   setenv("TMPDIR", temporary.Path().c_str(), 1);
   std::string const result = temporary.Path() + "-result.txt";
@@ -32,7 +39,7 @@ TEST(Calibration, BuiltInCamerasAreAsCommitted) {
   unsetenv("TMPDIR");
 }
 
-TEST(Calibration, TheBuiltInDeviceShowsItsSoundCamerasFirst) {
+TEST_F(Calibration, TheBuiltInDeviceShowsItsSoundCamerasFirst) {
   Outcome const some = RunTool("calibration --format csv");
   EXPECT_EQ(some.exitCode, 0);
   EXPECT_EQ(Lines(some.out).size(), 4U);
@@ -78,7 +85,7 @@ class PlayedCamera {
 std::string const kWhole = std::string(16, '\0') + kRecord + std::string(5, '\0') + Block(1);
 constexpr char const* kPlaces = R"("multiGolden[0]": 16, "PNCCaliData[0]": [32, 2341])";
 
-TEST(Calibration, SoundDataGiveExitCode0AndTheirNumbersInEveryFormat) {
+TEST_F(Calibration, SoundDataGiveExitCode0AndTheirNumbersInEveryFormat) {
   PlayedCamera const camera(kPlaces, 0, kWhole);
   Outcome const json = camera.Run("--format json");
   EXPECT_EQ(json.exitCode, 0) << json.err;
@@ -105,7 +112,7 @@ TEST(Calibration, SoundDataGiveExitCode0AndTheirNumbersInEveryFormat) {
             "64.500,320.500,576.500,832.500,1088.500,1344.500,1600.500,1856.500,2112.500");
 }
 
-TEST(Calibration, JsonHoldsTheBlockAsStoredAndAsHandedOut) {
+TEST_F(Calibration, JsonHoldsTheBlockAsStoredAndAsHandedOut) {
   auto const blockOf = [](int rowOrder, std::string const& file) {
     return nlohmann::json::parse(PlayedCamera(kPlaces, rowOrder, file).Run("--format json").out)["cameras"][0]["block"];
   };
@@ -123,7 +130,7 @@ TEST(Calibration, JsonHoldsTheBlockAsStoredAndAsHandedOut) {
   EXPECT_EQ(cut["values"][8][129], 0x2000);
 }
 
-TEST(Calibration, RawIsTheBlockAsHandedOut) {
+TEST_F(Calibration, RawIsTheBlockAsHandedOut) {
   PlayedCamera const mirrored(kPlaces, 2, kWhole);
   EXPECT_EQ(mirrored.Run("--camera 0 --raw " + mirrored.Raw()).exitCode, 0);
   std::string const raw = ReadFile(mirrored.Raw());
@@ -137,7 +144,7 @@ TEST(Calibration, RawIsTheBlockAsHandedOut) {
   EXPECT_FALSE(fs::exists(none.Raw()));
 }
 
-TEST(Calibration, BrokenDataSayWhichDefaultTheCallerGetsAndWhy) {
+TEST_F(Calibration, BrokenDataSayWhichDefaultTheCallerGetsAndWhy) {
   auto const withLength = [](char const* length) {
     return std::string(R"("multiGolden[0]": 16, "PNCCaliData[0]": [32, )") + length + "]";
   };
@@ -173,7 +180,7 @@ TEST(Calibration, BrokenDataSayWhichDefaultTheCallerGetsAndWhy) {
   ExpectGolden(shown, "broken-calibration.txt");
 }
 
-TEST(Calibration, ACameraWithoutADumpFileAndOneWithAFolderInItsPlace) {
+TEST_F(Calibration, ACameraWithoutADumpFileAndOneWithAFolderInItsPlace) {
   TemporaryDirectory const directory;
   directory.Write("device.json", R"({"configuration": {"FeatureShading":
       {"multiGolden[0]": 16, "multiGolden[13]": 0, "PNCCaliData[13]": [0, 5]}}})");
@@ -203,7 +210,7 @@ void RefuseNamespaces() {
   if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) std::abort();
 }
 
-TEST(Calibration, WithoutRootAndNamespacesThereIsOneLineAndExitCode3) {
+TEST(RefusedCalibration, WithoutRootAndNamespacesThereIsOneLineAndExitCode3) {
   if (prctl(PR_GET_SECCOMP, 0, 0, 0, 0) < 0) GTEST_SKIP() << "system calls cannot be refused under an emulator";
   EXPECT_EXIT(
       {
@@ -213,7 +220,27 @@ TEST(Calibration, WithoutRootAndNamespacesThereIsOneLineAndExitCode3) {
         std::_Exit(outcome.exitCode);
       },
       testing::ExitedWithCode(3),
-      "^shadingctl: no private mount namespace \\(needs root or user namespaces\\): Operation not permitted\n$");
+      geteuid() == 0 ? "^shadingctl: no private mount namespace \\(root lacks CAP_SYS_ADMIN, and user namespaces are "
+                       "refused\\): Operation not permitted\n$"
+                     : "^shadingctl: no private mount namespace \\(user namespaces are refused: needs root\\): "
+                       "Operation not permitted\n$");
+}
+
+// The mount's own root is then another directory, and its propagation that of the whole system.
+TEST_F(Calibration, InAPlainChrootIsMountedForTheToolAlone) {
+  if (geteuid() != 0) GTEST_SKIP() << "chroot needs root";
+  TemporaryDirectory const directory;
+  Outcome const outcome = RunScript("cd " + directory.path() +
+                                    " && mkdir -p bin lib mnt tmp || exit 99\n"
+                                    "cp " PROGRAM_DIRECTORY "/shadingctl bin && cp -r " LIBRARY_DIRECTORY
+                                    "/* lib || exit 98\n"
+                                    "LD_LIBRARY_PATH=" LIBRARY_DIRECTORY
+                                    "/vcam-shadingutil ldd bin/shadingctl | grep -o '/[^ ]*' | sort -u | "
+                                    "xargs cp -t lib && mkdir lib64 && cp /lib64/ld-linux* lib64 || exit 97\n"
+                                    "LD_LIBRARY_PATH=/lib:/lib/vcam-shadingutil chroot . /bin/shadingctl calibration "
+                                    "--format csv --library lib/libvcam_shadingutil.so && ls mnt");
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_EQ(outcome.out, RunTool("calibration --format csv").out) << "and nothing below /mnt stays";
 }
 
 }  // namespace

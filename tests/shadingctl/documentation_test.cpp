@@ -11,8 +11,9 @@ namespace shadingctl {
 namespace {
 
 // What a page takes for the source and the built tree.
-constexpr char const* kTree =
-    "tap() { " TAP_SCRIPT " \"$@\"; }; programs=" PROGRAM_DIRECTORY "; libraries=" LIBRARY_DIRECTORY "\n";
+constexpr char const* kTree = "programs=" PROGRAM_DIRECTORY "; libraries=" LIBRARY_DIRECTORY
+                              "\n"
+                              "tap() { $libraries/vcam-shadingutil/taps/tap \"$@\"; }\n";
 
 struct Page {
   char const* path;

@@ -79,6 +79,7 @@ TEST_F(Result, ReplayWritesTheSamePageWhateverItShows) {
 }
 
 TEST_F(Result, TwoReplaysShareAPageAndCalibrationStandsAlone) {
+  if (!MountRefusal().empty()) GTEST_SKIP() << MountRefusal();
   EXPECT_EQ(DataOf(RunTool("report " + Path("result") + " " + Path("result")).out).size(), 2U);
   EXPECT_EQ(RunTool("calibration --format json -o " + Path("calibration")).exitCode, 0);
   Json const data = DataOf(RunTool("report - <" + Path("calibration")).out);
