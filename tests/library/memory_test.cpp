@@ -5,7 +5,7 @@
 #include <cstddef>
 
 #include "platform/desktop/Device.h"
-#include "tests/host/HostView.h"
+#include "tests/library/HostView.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "platform/desktop/Device.h"
-#include "tests/stress/HostThreads.h"
+#include "tests/library/HostThreads.h"
 #include "tests/support/MountedCalibration.h"
 
 namespace {
