@@ -89,7 +89,7 @@ struct Situation {
 Situation PlaySettled(bench::Library& library, char const* name, std::size_t frames,
                       std::function<void()> const& beforeCall) {
   constexpr std::size_t kFirstSecond = 2 * bench::Stream::kBlockFrames;
-  bench::TimeWaits const waits;
+  bench::CountWaits const waits;
   library.Start(kCamera);
   Host host(library, kCamera);
   CallTimes updates(frames), calculations(frames), first(2 * kFirstSecond);
@@ -120,7 +120,7 @@ Situation PlayBeside(bench::Library& library, char const* name, std::size_t fram
 }
 
 Situation PlayStarts(bench::Library& library, std::size_t starts) {
-  bench::TimeWaits const waits;
+  bench::CountWaits const waits;
   CallTimes updates(starts * kFirstFrames), calculations(starts * kFirstFrames);
   for (std::size_t i = 0; i < starts; ++i) {
     library.Start(kCamera);
