@@ -154,6 +154,8 @@ double TimeLocks::heldShare() const {
   return ns(true) / (ns(true) + ns(false));
 }
 
+bool TimeLocks::sawLock() { return locks.pieces[true] > 0; }
+
 CountWaits::CountWaits() {
   LibrarysCode();
   waits = {};

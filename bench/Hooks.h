@@ -26,6 +26,9 @@ class TimeLocks {
 
   // Share of the time since construction with a lock held.
   double heldShare() const;
+
+  // Whether any lock was seen.
+  static bool sawLock();
 };
 
 // The current thread's acquisitions of the library's locks. Contended: another thread held the lock.
