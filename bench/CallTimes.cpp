@@ -51,7 +51,7 @@ Events Events::Now() {
   rusage usage = {};
   getrusage(RUSAGE_THREAD, &usage);
   return {usage.ru_minflt + usage.ru_majflt, usage.ru_nivcsw, static_cast<std::int64_t>(allocations.SoFar()),
-          TimeWaits::ForLibraryNs(), std::chrono::nanoseconds(inPlatform).count()};
+          CountWaits::SoFar().ns, std::chrono::nanoseconds(inPlatform).count()};
 }
 
 void CallTimes::Add(std::int64_t ns, Events const& before, Events const& after) {

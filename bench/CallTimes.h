@@ -15,7 +15,7 @@ constexpr std::int64_t kSlowNs = 20'000;
 // What a slow call spent its time on: the first of these that applies.
 enum Cause {
   kPageFault,
-  kLibraryLock,  // at least half of the time waiting for a mutex of the library
+  kLibraryLock,  // at least half of the time waiting for a lock of the library
   kPreempted,    // another thread got the processor
   kPlatform,     // at least half of the time in the platform, its mutexes included
   kElsewhere,    // none of these: an interrupt, the hypervisor, or cold memory
@@ -33,7 +33,7 @@ struct Events {
   std::int64_t platformNs = 0;
 };
 
-// Requires: the current thread has a TimeWaits.
+// Requires: the current thread has a CountWaits.
 class CallTimes {
  public:
   // Memory for all times is touched at once, so that no page of it is missing later.

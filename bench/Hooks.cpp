@@ -1,11 +1,14 @@
 #include "bench/Hooks.h"
 
-#include <dlfcn.h>
-#include <pthread.h>
+#include <link.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
+
+#include "bench/LockFunctions.h"
 
 extern "C" void* __libc_malloc(std::size_t size);
 
@@ -32,28 +35,53 @@ void Cut(bool wasHeld) {
   locks.cut = Clock::now();
 }
 
-// What a thread waited for mutexes: others' and the library's.
-struct Waits {
-  bool areTimed = false;
-  Clock::duration time[2]{};
-};
-thread_local Waits waits;
+// The library's code: bounds of its segments. Found when locks are first counted, at which it must be loaded.
+struct Code {
+  Code() { dl_iterate_phdr(Find, this); }
 
-bool IsInLibrary(void const* address) {
-  Dl_info info;
-  return dladdr(address, &info) != 0 && std::strstr(info.dli_fname, "libvcam_shadingutil") != nullptr;
+  static int Find(dl_phdr_info* object, std::size_t, void* code) {
+    if (std::strstr(object->dlpi_name, "libvcam_shadingutil") == nullptr) return 0;
+    for (int i = 0; i < object->dlpi_phnum; ++i) {
+      if (object->dlpi_phdr[i].p_type != PT_LOAD) continue;
+      std::uintptr_t const begin = object->dlpi_addr + object->dlpi_phdr[i].p_vaddr;
+      auto& bounds = *static_cast<Code*>(code);
+      bounds.begin = std::min(bounds.begin, begin);
+      bounds.end = std::max(bounds.end, begin + object->dlpi_phdr[i].p_memsz);
+    }
+    return 1;
+  }
+
+  bool Has(void const* address) const {
+    auto const place = reinterpret_cast<std::uintptr_t>(address);
+    return place >= begin && place < end;
+  }
+
+  std::uintptr_t begin = ~std::uintptr_t{0};
+  std::uintptr_t end = 0;
+};
+
+Code const& LibrarysCode() {
+  static Code const code;
+  return code;
 }
 
-using MutexFunction = int (*)(pthread_mutex_t*);
+thread_local bool waitsAreCounted = false;
+thread_local bench::Waits waits;
 
-MutexFunction Next(char const* name) { return reinterpret_cast<MutexFunction>(dlsym(RTLD_NEXT, name)); }
+bool WaitIsCounted(void const* caller) { return waitsAreCounted && LibrarysCode().Has(caller); }
 
-int LockAndTimeWait(pthread_mutex_t* mutex, MutexFunction lock, void const* caller) {
-  if (pthread_mutex_trylock(mutex) == 0) return 0;
+template <typename Try, typename Lock>
+[[gnu::noinline]] int CountWait(Try tryToLock, Lock lock) {
+  int const result = tryToLock();
+  waits.acquisitions += result == 0 || result == EBUSY ? 1 : 0;
+  if (result != EBUSY) return result;
+  ++waits.contended;
   Clock::time_point const begin = Clock::now();
-  int const result = lock(mutex);
-  waits.time[IsInLibrary(caller)] += Clock::now() - begin;
-  return result;
+  int const waited = lock();
+  std::int64_t const ns = std::chrono::nanoseconds(Clock::now() - begin).count();
+  waits.ns += ns;
+  waits.longestNs = std::max(waits.longestNs, ns);
+  return waited;
 }
 
 double Ns(Clock::duration duration) { return std::chrono::duration<double, std::nano>(duration).count(); }
@@ -81,18 +109,26 @@ __attribute__((visibility("default"))) void* malloc(std::size_t size) {
   return __libc_malloc(size);
 }
 
-__attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
-  static MutexFunction const next = Next("pthread_mutex_lock");
-  int const result = waits.areTimed ? LockAndTimeWait(mutex, next, __builtin_return_address(0)) : next(mutex);
-  if (locks.isTimed && locks.depth++ == 0) Cut(false);
-  return result;
-}
-
-__attribute__((visibility("default"))) int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
-  static MutexFunction const next = Next("pthread_mutex_unlock");
-  if (locks.isTimed && --locks.depth == 0) Cut(true);
-  return next(mutex);
-}
+// A lock that was not to be had at once counts as contended, also where the caller does not wait for it.
+#define STAND_BEFORE_LOCK(name, tryName, parameters, arguments)                                   \
+  __attribute__((visibility("default"))) int name parameters noexcept {                           \
+    static auto const next = NEXT_FUNCTION(name);                                                 \
+    auto const countWait = [&] {                                                                  \
+      static auto const nextTry = NEXT_FUNCTION(tryName);                                         \
+      return CountWait([&] { return nextTry(lock); }, [&] { return next arguments; });            \
+    };                                                                                            \
+    int const result = WaitIsCounted(__builtin_return_address(0)) ? countWait() : next arguments; \
+    if (result == 0 && locks.isTimed && locks.depth++ == 0) Cut(false);                           \
+    return result;                                                                                \
+  }
+#define STAND_BEFORE_UNLOCK(name, parameters, arguments)                \
+  __attribute__((visibility("default"))) int name parameters noexcept { \
+    static auto const next = NEXT_FUNCTION(name);                       \
+    if (locks.isTimed && --locks.depth == 0) Cut(true);                 \
+    return next arguments;                                              \
+  }
+FOR_EACH_FUNCTION_THAT_LOCKS(STAND_BEFORE_LOCK)
+FOR_EACH_FUNCTION_THAT_UNLOCKS(STAND_BEFORE_UNLOCK)
 
 }  // extern "C"
 
@@ -118,14 +154,16 @@ double TimeLocks::HeldShare() const {
   return ns(true) / (ns(true) + ns(false));
 }
 
-TimeWaits::TimeWaits() {
+bool TimeLocks::sawLock() { return locks.pieces[true] > 0; }
+
+CountWaits::CountWaits() {
+  LibrarysCode();
   waits = {};
-  waits.areTimed = true;
+  waitsAreCounted = true;
 }
 
-TimeWaits::~TimeWaits() { waits.areTimed = false; }
+CountWaits::~CountWaits() { waitsAreCounted = false; }
 
-std::int64_t TimeWaits::ForLibraryNs() { return std::chrono::nanoseconds(waits.time[true]).count(); }
-std::int64_t TimeWaits::ForOthersNs() { return std::chrono::nanoseconds(waits.time[false]).count(); }
+Waits CountWaits::SoFar() { return waits; }
 
 }  // namespace bench

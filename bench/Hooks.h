@@ -1,4 +1,4 @@
-// Interposes malloc and the mutex functions, for this program and the libraries that it loads.
+// Interposes malloc and the functions that lock (LockFunctions.h), for this program and the libraries that it loads.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ class CountAllocations {
   std::uint64_t mBefore;
 };
 
-// Divides the current thread's time into the parts with and without a mutex held, in one pass. The cost of reading the
+// Divides the current thread's time into the parts with and without a lock held, in one pass. The cost of reading the
 // clock is measured and subtracted.
 class TimeLocks {
  public:
@@ -24,21 +24,31 @@ class TimeLocks {
   TimeLocks(TimeLocks const&) = delete;
   TimeLocks& operator=(TimeLocks const&) = delete;
 
-  // Share of the time since construction with a mutex held.
+  // Share of the time since construction with a lock held.
   double HeldShare() const;
+
+  // Whether any lock was seen.
+  static bool sawLock();
 };
 
-// How long the current thread waits for mutexes that another thread holds, while an object of this class lives.
-class TimeWaits {
- public:
-  TimeWaits();
-  ~TimeWaits();
-  TimeWaits(TimeWaits const&) = delete;
-  TimeWaits& operator=(TimeWaits const&) = delete;
+// The current thread's acquisitions of the library's locks. Contended: another thread held the lock.
+struct Waits {
+  std::uint64_t acquisitions = 0;
+  std::uint64_t contended = 0;
+  std::int64_t ns = 0;  // waited for the contended ones
+  std::int64_t longestNs = 0;
+};
 
-  // Since construction, for the library's mutexes and for all others, in ns.
-  static std::int64_t ForLibraryNs();
-  static std::int64_t ForOthersNs();
+// Counts them while an object of this class lives. Requires: the library is loaded.
+class CountWaits {
+ public:
+  CountWaits();
+  ~CountWaits();
+  CountWaits(CountWaits const&) = delete;
+  CountWaits& operator=(CountWaits const&) = delete;
+
+  // Since construction.
+  static Waits SoFar();
 };
 
 }  // namespace bench

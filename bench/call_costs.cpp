@@ -91,6 +91,7 @@ Settled PlaySettled(bench::Library& library, bench::Stream& stream) {
       library.Object().CalcOISValue(kShadingPreview, input, &x, &y, frame.number, camera, matched);
     }
     heldShare.push_back(locks.HeldShare());
+    if (!bench::TimeLocks::sawLock()) throw UnusableInput("a calculation takes no lock that bench/Hooks.cpp watches");
   }
   library.Stop(camera);
   settled.heldShare = MedianOf(std::move(heldShare));

@@ -1,6 +1,6 @@
 // The slowest frames, not the median one: update and calculation of one camera, call by call, alone, beside other
 // threads, with cold caches and in the first frames after a start, and what the slowest calls spent their time on.
-// docs/measurements.md has the figures of the last long run. Exit code 1: the library faulted a page in, or allocated,
+// docs/reliability.md has the figures of the last long run. Exit code 1: the library faulted a page in, or allocated,
 // after the first second.
 #include <fmt/format.h>
 #include <malloc.h>
@@ -17,8 +17,7 @@
 
 #include "bench/CallTimes.h"
 #include "bench/Hooks.h"
-#include "bench/Library.h"
-#include "bench/Stream.h"
+#include "bench/Host.h"
 #include "bench/Table.h"
 #include "hosting/HostLibrary.h"
 #include "hosting/UnusableInput.h"
@@ -26,6 +25,7 @@
 namespace {
 
 using bench::CallTimes;
+using bench::Host;
 
 constexpr int kCamera = 0;
 constexpr int kOtherCamera = 1;
@@ -35,48 +35,12 @@ constexpr std::size_t kCacheLine = 64;
 constexpr std::size_t kFirstFrames = 40;
 constexpr std::size_t kColdShare = 1000;  // one cold frame, or start, for so many others: each takes milliseconds
 
-// A host of one camera.
-class Host {
- public:
-  Host(bench::Library& library, int camera)
-      : mLibrary(library),
-        mCamera(camera),
-        mStream("1 kHz", kSamplesPerBlock, false),
-        mPull(bench::ProviderName(camera)) {}
-
-  // The next frame, whose samples the platform has.
-  bench::Frame const& Next() {
-    if (mNext == mStream.Frames().size()) {
-      mStream.Advance();
-      mNext = 0;
-    }
-    bench::Frame const& frame = mStream.Frames()[mNext++];
-    mPull.Deliver(frame.batch);
-    return frame;
-  }
-  void Update(bench::Frame const& frame) {
-    mLibrary.Object().UpdateSensorData(mCamera, frame.number, frame.input.timestamp0);
-  }
-  void Calculate(bench::Frame const& frame) {
-    CalcOISValueInput input = frame.input;
-    int matched = 0;
-    mLibrary.Object().CalcOISValue(kShadingPreview, input, &mX, &mY, frame.number, mCamera, matched);
-    mMatched += static_cast<std::size_t>(matched);
-  }
-
-  // Frames with a sample at their start so far.
-  std::size_t matched() const { return mMatched; }
-
- private:
-  bench::Library& mLibrary;
-  int mCamera;
-  bench::Stream mStream;
-  bench::Pull mPull;
-  std::size_t mNext = 0;
-  std::vector<double> mX;
-  std::vector<double> mY;
-  std::size_t mMatched = 0;
-};
+// The next frame of a host, whose samples the platform has.
+bench::Frame const& NextDelivered(Host& host) {
+  bench::Frame const& frame = host.Next();
+  host.Deliver(frame);
+  return frame;
+}
 
 struct Situation {
   char const* name;
@@ -89,13 +53,13 @@ struct Situation {
 Situation PlaySettled(bench::Library& library, char const* name, std::size_t frames,
                       std::function<void()> const& beforeCall) {
   constexpr std::size_t kFirstSecond = 2 * bench::Stream::kBlockFrames;
-  bench::TimeWaits const waits;
+  bench::CountWaits const waits;
   library.Start(kCamera);
-  Host host(library, kCamera);
+  Host host(library, kCamera, kSamplesPerBlock);
   CallTimes updates(frames), calculations(frames), first(2 * kFirstSecond);
   for (std::size_t i = 0; i < kFirstSecond + frames; ++i) {
     bool const counts = i >= kFirstSecond;
-    bench::Frame const& frame = host.Next();
+    bench::Frame const& frame = NextDelivered(host);
     beforeCall();
     (counts ? updates : first).Measure([&] { host.Update(frame); });
     beforeCall();
@@ -120,13 +84,13 @@ Situation PlayBeside(bench::Library& library, char const* name, std::size_t fram
 }
 
 Situation PlayStarts(bench::Library& library, std::size_t starts) {
-  bench::TimeWaits const waits;
+  bench::CountWaits const waits;
   CallTimes updates(starts * kFirstFrames), calculations(starts * kFirstFrames);
   for (std::size_t i = 0; i < starts; ++i) {
     library.Start(kCamera);
-    Host host(library, kCamera);
+    Host host(library, kCamera, kSamplesPerBlock);
     for (std::size_t n = 0; n < kFirstFrames; ++n) {
-      bench::Frame const& frame = host.Next();
+      bench::Frame const& frame = NextDelivered(host);
       updates.Measure([&] { host.Update(frame); });
       calculations.Measure([&] { host.Calculate(frame); });
     }
@@ -140,12 +104,12 @@ std::vector<Situation> PlayAll(bench::Library& library, std::size_t frames) {
   std::vector<Situation> situations = {PlaySettled(library, "alone", frames, nothing)};
 
   library.Start(kOtherCamera);
-  Host other(library, kOtherCamera);
+  Host other(library, kOtherCamera, kSamplesPerBlock);
   situations.push_back(
-      PlayBeside(library, "beside updates of another camera", frames, [&] { other.Update(other.Next()); }));
+      PlayBeside(library, "beside updates of another camera", frames, [&] { other.Update(NextDelivered(other)); }));
   library.Stop(kOtherCamera);
 
-  Host reader(library, kCamera);
+  Host reader(library, kCamera, kSamplesPerBlock);
   bench::Stream const stream("1 kHz", kSamplesPerBlock, false);
   situations.push_back(PlayBeside(library, "beside calculations of the same camera", frames,
                                   [&] { reader.Calculate(stream.Frames().back()); }));

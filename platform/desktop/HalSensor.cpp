@@ -90,7 +90,9 @@ class SensorList final : public IHalSensorList {
   }
 
   void staticInformation(std::uint32_t sensorDevice, SensorStaticInformation& information) override {
-    Stage().NoteCall("staticInformation %u", sensorDevice);
+    static SensorStaticInformation const kCleared = {};
+    bool const isCleared = std::memcmp(&information, &kCleared, sizeof information) == 0;
+    Stage().NoteCall("staticInformation %u%s", sensorDevice, isCleared ? "" : " not cleared");
     auto const matches = [&](ImageSensor const& sensor) { return sensor.device == sensorDevice; };
     auto const order = AskFirst(matches, [](ImageSensor const& sensor) { return sensor.calibrationRowOrder; });
     if (!order) return;

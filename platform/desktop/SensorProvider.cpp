@@ -14,6 +14,7 @@ desktop::Device::Backstage& Stage() { return desktop::Device::Get().backstage();
 // The only kind of provider. Providers of the same name share one queue.
 struct NamedProvider final : SensorProvider {
   explicit NamedProvider(char const* user) : name(user), queue(Stage().Queue(name)) {}
+  ~NamedProvider() { Stage().NoteCall("~SensorProvider %s", name.c_str()); }
 
   std::string const name;
   desktop::SampleQueue& queue;

@@ -145,8 +145,10 @@ TEST_F(Platform, CallsLeaveTheirLinesWhileTheyAreRecorded) {
     int value = 0;
     GetIntegerConfiguration("F", "k", &value);
     GetIntegerListConfiguration("F", "k", &value, 1);
-    SensorStaticInformation information;
+    SensorStaticInformation information = {};
     IHalSensorList::get()->staticInformation(1, information);
+    IHalSensorList::get()->staticInformation(1, information);  // holds the answer of the first call
+    SensorProvider::createInstance("User");
     VCam::Utils::VLog::VLogger::isDefaultModeEnabled();
   };
   call();
@@ -156,7 +158,9 @@ TEST_F(Platform, CallsLeaveTheirLinesWhileTheyAreRecorded) {
   call();
   EXPECT_THAT(device.TakeCalls(),
               ElementsAre("GetKeyCount F", "GetValuesCount F k", "GetIntegerConfiguration F k",
-                          "GetIntegerListConfiguration F k 1", "IHalSensorList::get", "staticInformation 1"));
+                          "GetIntegerListConfiguration F k 1", "IHalSensorList::get", "staticInformation 1",
+                          "IHalSensorList::get", "staticInformation 1 not cleared", "createInstance User",
+                          "~SensorProvider User"));
 }
 
 }  // namespace

@@ -264,6 +264,42 @@ class Pnc : public Calibration {
   }
 };
 
+// Each camera has its own file, its own places in it and its own settled answer.
+TEST_F(Pnc, CamerasDoNotAnswerForEachOther) {
+  struct {
+    char const* file;
+    int mask;
+    unsigned char magnitude, sign;
+    int index;
+  } const rows[] = {
+      {"rear_camera_eeprom_data.bin", 0x01, 4, 0, 1},          {"front_camera_eeprom_data.bin", 0x02, 8, 0, 2},
+      {"rear_second_camera_eeprom_data.bin", 0x04, 8, 200, 3}, {"front_second_camera_eeprom_data.bin", 0x08, 9, 0, 4},
+      {"rear_third_camera_eeprom_data.bin", 0x10, 9, 200, 5},  {"front_third_camera_eeprom_data.bin", 0x20, 5, 0, 2},
+      {"rear_fourth_camera_eeprom_data.bin", 0x40, 5, 200, 3}};
+  for (std::size_t camera = 0; camera < std::size(rows); ++camera) {
+    auto const& row = rows[camera];
+    auto const record = static_cast<std::int32_t>(10 + 20 * camera);
+    std::int32_t const block = record + 11;
+    std::string const number = "[" + std::to_string(camera) + "]";
+    Configure("multiGolden" + number, {record});
+    Configure("PNCCaliData" + number, {block, 5});
+    Bytes file(200, 0);
+    auto* const bytes = file.data() + record;
+    bytes[0] = 1;
+    bytes[5] = row.magnitude;
+    bytes[6] = row.sign;
+    std::fill(bytes + 11, bytes + 15, static_cast<unsigned char>(0x10 + camera));
+    bytes[15] = 1;
+    WriteFile(row.file, file);
+  }
+  for (std::size_t camera = 0; camera < std::size(rows); ++camera) {
+    EXPECT_EQ(IndexAgain(rows[camera].mask), rows[camera].index) << rows[camera].file;
+    EXPECT_EQ(Block(rows[camera].mask, 4), Bytes(4, static_cast<unsigned char>(0x10 + camera))) << rows[camera].file;
+  }
+  for (auto const& row : rows) fs::remove(CalibrationDirectory() / row.file);
+  for (auto const& row : rows) EXPECT_EQ(IndexAgain(row.mask), row.index) << row.file << ", settled";
+}
+
 TEST_F(Pnc, AValidBlockIsHandedOutAsStoredAndReadAnewEachTime) {
   Bytes file = FileWithBlock(2341, 1);
   WriteFile(kRearFile, file);
@@ -342,13 +378,24 @@ TEST_F(Pnc, RowsAreMirroredWhenTheSensorAsksForIt) {
     SetRowOrder(order);
     EXPECT_EQ(Block(kRear, 2344), DataOf(file)) << order;
   }
-  SetRowOrder(2);
+  // Sensor index 0 is the camera with sensorId 2 and device 0x40, the only one with mirrored rows.
+  auto settings = device.Settings();
+  settings.sensors[0].sensorIndex = 2;
+  settings.sensors[2].sensorIndex = 0;
+  settings.sensors[2].device = 0x40;
+  settings.sensors[6].device = 4;
+  settings.sensors[2].calibrationRowOrder = 2;
+  device.Configure(settings);
   device.SetFault(desktop::Fault::kNoSensorList, true);
   EXPECT_EQ(Block(kRear, 2344), DataOf(file)) << "no sensor list";
   device.SetFault(desktop::Fault::kNoSensorList, false);
 
   Logged();
+  device.RecordCalls(true);
   Bytes const mirrored = Block(kRear, 2344);
+  EXPECT_THAT(device.TakeCalls(),
+              ElementsAre("GetKeyCount FeatureShading", "GetIntegerListConfiguration FeatureShading PNCCaliData[0] 2",
+                          "IHalSensorList::get", "sensorDevice 0", "staticInformation 64"));
   EXPECT_EQ(Logged()[1], "[VeyraSwapPNCCaliData] dataLen:2344");
   Bytes const data = DataOf(file);
   auto const value = [](Bytes const& bytes, std::size_t row, std::size_t k) {

@@ -72,23 +72,26 @@ TEST_F(Dump, EveryKindOfFrameHasItsFileAndItsSwitch) {
   std::string const capture = std::string(kDirectory) + "/capture_camera_0_frame_42_999990000_oishall.txt";
   for (int const type : {0, 1, 4, 5, 6}) {
     bool const isPreview = type == 0 || type == 4;
-    for (int const switches : {0, 1, 2, 3}) {
-      g_preOisDump = switches & 1;
-      g_capOisDump = (switches & 2) == 0 ? 0 : -1;
+    for (auto const& [previewSwitch, captureSwitch] :
+         {std::pair{0, 0}, {1, 0}, {-1, 0}, {0, 1}, {0, -1}, {-1, -1}, {2, 2}}) {
+      g_preOisDump = previewSwitch;
+      g_capOisDump = captureSwitch;
       Run(type);
       auto const files = TakeFiles();
-      bool const isOn = isPreview ? g_preOisDump != 0 : g_capOisDump != 0;
-      ASSERT_EQ(files.size(), isOn ? 1U : 0U) << type << ' ' << switches;
+      bool const isOn = (isPreview ? previewSwitch : captureSwitch) != 0;
+      ASSERT_EQ(files.size(), isOn ? 1U : 0U) << type << ' ' << previewSwitch << ' ' << captureSwitch;
       EXPECT_TRUE(!isOn || files.count(isPreview ? preview : capture) == 1) << type;
     }
   }
 }
 
-TEST_F(Dump, TheTextIsTheSameInEveryLocale) {
+TEST_F(Dump, TheTextIsTheSameInEveryLocaleAndReplacesALongerOne) {
   setenv("LOCPATH", LOCALE_DIRECTORY, 1);  // de_DE writes a comma where others write a point
   StartDumping(ShortSession());
   frameId = 2'147'483'648U;
   for (char const* locale : {"C", "de_DE.UTF-8"}) {
+    std::ofstream(std::string(kDirectory) + "/preview_camera_0_frame_-2147483648_oishall.txt")
+        << std::string(1'000, 'x');
     ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << locale;
     Run(0);
     auto const files = TakeFiles();

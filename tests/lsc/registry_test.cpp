@@ -55,7 +55,7 @@ TEST_F(Registry, AMonitorIsRegisteredStartedFedAndDestroyed) {
       << "a time goes before the frame number";
 
   library->StopSensorMonitor(0, 3);
-  EXPECT_THAT(Called(), ElementsAre("disableSensor OIS_MONITOR-0-3 3"));
+  EXPECT_THAT(Called(), ElementsAre("disableSensor OIS_MONITOR-0-3 3", "~SensorProvider OIS_MONITOR-0-3"));
   EXPECT_THAT(Logged(), ElementsAre("[disableSensor]  disable sensor 3",
                                     "[StopSensorMonitor] Stop sensorId:0 sensorType:3, mSensorMonitors.size:0"));
   EXPECT_FALSE(library->StartSensorMonitor(0, 3));
@@ -112,8 +112,15 @@ TEST_F(Registry, RegistrationRefusesWhatIsNotConfiguredAndKeepsWhatMatchesInEith
   Called();
   EXPECT_FALSE(library->RegisterAndStartSensorMonitor(1, 3));
   EXPECT_THAT(Called(), IsEmpty());
+  Logged();
   EXPECT_TRUE(library->StartSensorMonitor(2, 3));  // the monitor of sensor 0, by its type
   EXPECT_THAT(Called(), ElementsAre("createInstance OIS_MONITOR-0-3", "enableSensor OIS_MONITOR-0-3 3 1"));
+  EXPECT_TRUE(library->StartSensorMonitor(0, 9));  // and by its sensorId
+  library->StopSensorMonitor(0, 9);
+  EXPECT_THAT(Logged(), ElementsAre("[StartSensorMonitor] Enable Sensor Monitor sensorId:2 sensorType:3 ret:1",
+                                    "[StartSensorMonitor] Enable Sensor Monitor sensorId:0 sensorType:9 ret:1",
+                                    "[StopSensorMonitor] Stop sensorId:0 sensorType:9, mSensorMonitors.size:0"))
+      << "the numbers are those of the call";
 }
 
 TEST_F(Registry, IsEnabledAsksForARegisteredMonitorNotForAStartedOne) {
@@ -136,14 +143,20 @@ TEST_F(Registry, IsEnabledAsksForARegisteredMonitorNotForAStartedOne) {
 
 TEST_F(Registry, APlatformThatRefusesLeavesASilentOrARunningMonitor) {
   library = NewLibrary(1);
+  Called();
   device.SetFault(Fault::kNoProvider, true);
   EXPECT_TRUE(library->RegisterAndStartSensorMonitor(0, 3));
-  Logged();
-  Called();
   library->UpdateSensorData(0, 1, 1);
+  EXPECT_THAT(Called(), ElementsAre("createInstance OIS_MONITOR-0-3"));
+  library->StopSensorMonitor(0, 3);
   EXPECT_THAT(Called(), IsEmpty());
-  EXPECT_THAT(Logged(), IsEmpty());
+  EXPECT_THAT(Logged(), ElementsAre("[RegisterSensorMonitor] Register Sensor Monitor sensorId:0 sensorType:3",
+                                    "[StartSensorMonitor] Enable Sensor Monitor sensorId:0 sensorType:3 ret:1",
+                                    "[StopSensorMonitor] Stop sensorId:0 sensorType:3, mSensorMonitors.size:0"))
+      << "the monitor itself is silent";
 
+  library->RegisterAndStartSensorMonitor(0, 3);
+  Logged();
   device.SetFault(Fault::kNoProvider, false);
   device.SetFault(Fault::kRefusedEnable, true);
   EXPECT_FALSE(library->StartSensorMonitor(0, 3)) << "the provider is asked for again";
@@ -188,7 +201,8 @@ TEST_F(Registry, DestructionEndsTheSensorsLastRegisteredFirst) {
   library->RegisterAndStartSensorMonitor(2, 5);
   Called();
   library.reset();
-  EXPECT_THAT(Called(), ElementsAre("disableSensor OIS_MONITOR-2-5 5", "disableSensor OIS_MONITOR-0-3 3"));
+  EXPECT_THAT(Called(), ElementsAre("disableSensor OIS_MONITOR-2-5 5", "~SensorProvider OIS_MONITOR-2-5",
+                                    "disableSensor OIS_MONITOR-0-3 3", "~SensorProvider OIS_MONITOR-0-3"));
 }
 
 TEST_F(Registry, RollingShutterIsAskedOfTheDriverAndKeptInTheMonitor) {
@@ -216,10 +230,18 @@ TEST_F(Registry, RollingShutterIsAskedOfTheDriverAndKeptInTheMonitor) {
 
   auto settings = device.Settings();
   settings.sensors[0].answeredMode = {{6, 77}};
+  settings.sensors[0].sensorIndex = 2;
+  settings.sensors[2].sensorIndex = 0;
+  settings.sensors[0].device = 0x40;
   device.Configure(settings);
+  Called();
   EXPECT_EQ(library->StoreRollingShutter(0, 6), 20'000'000U);
   EXPECT_THAT(Logged(), ElementsAre("[StoreRollingShutter] rolling shutter:20000000 sensorMode:77"))
       << "the mode that the driver answered for";
+  EXPECT_THAT(Called(),
+              ElementsAre("IHalSensorList::get", "sensorIndex 0", "sensorDevice 2", "openSensor VeyraShadingUtil 0",
+                          "sendCommand 64 0x400f 0 6", "release VeyraShadingUtil"))
+      << "the device by the sensor index, the handle by the sensorId";
 
   for (Fault const fault : {Fault::kNoSensorList, Fault::kNoSensorHandle, Fault::kSilentDriver}) {
     library->StoreRollingShutter(0, 7);

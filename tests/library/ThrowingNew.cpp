@@ -1,4 +1,4 @@
-#include "tests/host/ThrowingNew.h"
+#include "tests/library/ThrowingNew.h"
 
 #include <cstdlib>
 #include <new>

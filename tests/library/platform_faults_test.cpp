@@ -5,7 +5,7 @@
 #include <map>
 
 #include "platform/desktop/Device.h"
-#include "tests/faults/FaultHost.h"
+#include "tests/library/FaultHost.h"
 #include "tests/support/MountedCalibration.h"
 
 namespace {

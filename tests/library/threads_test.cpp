@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "platform/desktop/Device.h"
-#include "tests/host/HostView.h"
+#include "tests/library/HostView.h"
 #include "tests/support/MountedCalibration.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "tests/host/HostView.h"
+#include "tests/library/HostView.h"
 
 namespace stress {
 

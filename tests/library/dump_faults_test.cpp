@@ -13,7 +13,7 @@
 #include <iterator>
 
 #include "platform/desktop/CalibrationMount.h"
-#include "tests/faults/FaultHost.h"
+#include "tests/library/FaultHost.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <stdexcept>
 
 #include "platform/desktop/Device.h"
-#include "tests/host/HostView.h"
-#include "tests/host/ThrowingNew.h"
+#include "tests/library/HostView.h"
+#include "tests/library/ThrowingNew.h"
 #include "tests/support/MountedCalibration.h"
 
 namespace {

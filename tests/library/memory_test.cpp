@@ -5,7 +5,7 @@
 #include <cstddef>
 
 #include "platform/desktop/Device.h"
-#include "tests/host/HostView.h"
+#include "tests/library/HostView.h"
 
 namespace {
 
@@ -89,6 +89,29 @@ TEST_F(Heap, UnevenBatchesSettle) {
   std::size_t const settled = HeapBytes();
   deliverUneven(1'000);
   EXPECT_EQ(HeapBytes(), settled);
+}
+
+// While the sensor is disabled and while its provider is given up the history is still there; the message comes last.
+std::vector<std::string> callsOfStop;
+
+TEST_F(Heap, AStopDisablesGivesTheProviderUpClearsAndThenTells) {
+  *library.Find<int*>("gLogLevel") = 1;
+  Deliver(nextNs, kGiantSamples);
+  static std::size_t heapBefore = 0;
+  heapBefore = HeapBytes();
+  callsOfStop.clear();
+  device.RecordCalls(true, true);
+  device.WatchCalls([](char const* call) {
+    bool const isHeld = HeapBytes() + kGiantSamples * kSampleSize / 2 > heapBefore;
+    callsOfStop.push_back(std::string(call) + (isHeld ? ", history held" : ""));
+  });
+  shading.Stop(0, 3);
+  device.WatchCalls(nullptr);
+  device.RecordCalls(false);
+  callsOfStop.resize(3);
+  EXPECT_EQ(callsOfStop,
+            (std::vector<std::string>{"disableSensor OIS_MONITOR-0-3 3, history held",
+                                      "~SensorProvider OIS_MONITOR-0-3, history held", "isLogDetailsEnabled 128 3"}));
 }
 
 // The sensor map's memory is freed before the monitors are destroyed, when their sensors are disabled.

@@ -6,8 +6,8 @@
 
 #include <climits>
 
-#include "tests/faults/FailingMemory.h"
-#include "tests/faults/FaultHost.h"
+#include "tests/library/FailingMemory.h"
+#include "tests/library/FaultHost.h"
 #include "tests/support/MountedCalibration.h"
 
 namespace {

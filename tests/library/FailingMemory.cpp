@@ -1,11 +1,11 @@
-#include "tests/faults/FailingMemory.h"
+#include "tests/library/FailingMemory.h"
 
 #include <sys/mman.h>
 
 #include <cstdlib>
 #include <new>
 
-#include "tests/faults/FaultHost.h"
+#include "tests/library/FaultHost.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 // SHADING_STRESS_ROUNDS asks for another number of calls per thread than the fixed one.
 #include <cstdlib>
 
-#include "tests/stress/HostThreads.h"
+#include "tests/library/HostThreads.h"
 #include "tests/support/MountedCalibration.h"
 
 TEST(HostThreads, OverlappingCamerasGiveOnlyAnswersThatSomeOrderExplains) {

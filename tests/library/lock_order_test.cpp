@@ -1,16 +1,15 @@
 // Which of the library's locks are held while another one is taken and while the platform is called. This program's
-// pthread_mutex_lock stands before the C library's and watches the calls that come from the shared library.
-#include <dlfcn.h>
+// functions that lock stand before the C library's and watch the calls that come from the shared library.
 #include <link.h>
-#include <pthread.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
+#include "bench/LockFunctions.h"
 #include "platform/desktop/Device.h"
-#include "tests/stress/HostThreads.h"
+#include "tests/library/HostThreads.h"
 #include "tests/support/MountedCalibration.h"
 
 namespace {
@@ -19,16 +18,16 @@ namespace {
 std::atomic<std::uintptr_t> codeBegin{0};
 std::atomic<std::uintptr_t> codeEnd{0};
 
-std::atomic<pthread_mutex_t*> creationMutex{nullptr};
-std::atomic<pthread_mutex_t*> registryMutex{nullptr};  // the first one that is taken with no other held
+std::atomic<void*> creationMutex{nullptr};
+std::atomic<void*> registryMutex{nullptr};  // the first one that is taken with no other held
 
 std::atomic<unsigned int> violations{0};
 std::atomic<unsigned int> nestedLocks{0};
 std::atomic<unsigned int> driverCalls{0};
 std::atomic<unsigned int> pulls{0};
 
-// The library's mutexes that this thread holds.
-thread_local pthread_mutex_t* held[4];
+// The library's locks that this thread holds.
+thread_local void* held[4];
 thread_local unsigned int heldCount = 0;
 
 void Complain(char const* problem, char const* detail) {
@@ -40,26 +39,26 @@ bool IsLibrarys(void const* returnAddress) {
   return address >= codeBegin && address < codeEnd;
 }
 
-void Take(pthread_mutex_t* mutex) {
-  if (heldCount == 0 && mutex != creationMutex) {
-    pthread_mutex_t* expected = nullptr;
-    if (!registryMutex.compare_exchange_strong(expected, mutex) && expected != mutex) {
+void Take(void* lock) {
+  if (heldCount == 0 && lock != creationMutex) {
+    void* expected = nullptr;
+    if (!registryMutex.compare_exchange_strong(expected, lock) && expected != lock) {
       Complain("a buffer's lock is taken", "without the registry's");
     }
   }
   if (heldCount == 1) {
     ++nestedLocks;
-    if (held[0] != registryMutex || mutex == registryMutex || mutex == creationMutex) {
+    if (held[0] != registryMutex || lock == registryMutex || lock == creationMutex) {
       Complain("a lock is taken", "against the order");
     }
   }
   if (heldCount >= 2) Complain("a third lock", "is taken");
-  if (heldCount < 4) held[heldCount++] = mutex;
+  if (heldCount < 4) held[heldCount++] = lock;
 }
 
-void Release(pthread_mutex_t* mutex) {
+void Release(void* lock) {
   for (unsigned int i = 0; i < heldCount; ++i) {
-    if (held[i] != mutex) continue;
+    if (held[i] != lock) continue;
     if (i + 1 != heldCount) Complain("a lock is released", "that is not the newest");
     --heldCount;
   }
@@ -91,28 +90,24 @@ int FindCode(dl_phdr_info* object, std::size_t, void*) {
   return 1;
 }
 
-using MutexCall = int (*)(pthread_mutex_t*);
-
-MutexCall Next(char const* name, std::atomic<MutexCall>& found) {
-  if (found == nullptr) found = reinterpret_cast<MutexCall>(dlsym(RTLD_NEXT, name));
-  return found;
-}
-
-std::atomic<MutexCall> nextLock{nullptr};
-std::atomic<MutexCall> nextUnlock{nullptr};
-
 }  // namespace
 
-extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) {
-  int const result = Next("pthread_mutex_lock", nextLock)(mutex);
-  if (IsLibrarys(__builtin_return_address(0))) Take(mutex);
-  return result;
-}
-
-extern "C" int pthread_mutex_unlock(pthread_mutex_t* mutex) {
-  Release(mutex);  // whoever calls: the library's last call of a function returns to the host
-  return Next("pthread_mutex_unlock", nextUnlock)(mutex);
-}
+#define WATCH_LOCK(name, tryName, parameters, arguments)                    \
+  extern "C" int name parameters noexcept {                                 \
+    static auto const next = NEXT_FUNCTION(name);                           \
+    int const result = next arguments;                                      \
+    if (result == 0 && IsLibrarys(__builtin_return_address(0))) Take(lock); \
+    return result;                                                          \
+  }
+// Whoever calls: the library's last call of a function returns to the host.
+#define WATCH_UNLOCK(name, parameters, arguments) \
+  extern "C" int name parameters noexcept {       \
+    static auto const next = NEXT_FUNCTION(name); \
+    Release(lock);                                \
+    return next arguments;                        \
+  }
+FOR_EACH_FUNCTION_THAT_LOCKS(WATCH_LOCK)
+FOR_EACH_FUNCTION_THAT_UNLOCKS(WATCH_UNLOCK)
 
 TEST(Locks, AreTakenInOrderAndNeverHeldWhileTheDriverIsCalled) {
 #ifdef _LIBCPP_VERSION
@@ -123,7 +118,7 @@ TEST(Locks, AreTakenInOrderAndNeverHeldWhileTheDriverIsCalled) {
   SharedObject const library;
   dl_iterate_phdr(FindCode, nullptr);
   ASSERT_NE(codeBegin, 0U);
-  creationMutex = library.Find<pthread_mutex_t*>("_ZN16VeyraShadingUtil12mSingleMutexE");
+  creationMutex = library.Find<void*>("_ZN16VeyraShadingUtil12mSingleMutexE");
   desktop::Device::Get().WatchCalls(WatchCall);
   stress::Counts counts;
   stress::RunHostThreads(library, 1000, counts);

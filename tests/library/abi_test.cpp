@@ -5,7 +5,7 @@
 
 #include "platform/desktop/Device.h"
 #include "platform/desktop/Memory.h"
-#include "tests/host/HostView.h"
+#include "tests/library/HostView.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/faults/FaultHost.h"
+#include "tests/library/FaultHost.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

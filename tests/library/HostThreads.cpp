@@ -1,4 +1,4 @@
-#include "tests/stress/HostThreads.h"
+#include "tests/library/HostThreads.h"
 
 #include <algorithm>
 #include <array>

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/host/HostView.h"
+#include "tests/library/HostView.h"
 
 namespace faults {
 
