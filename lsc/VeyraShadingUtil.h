@@ -133,7 +133,7 @@ class LSC_EXPORT VeyraShadingUtil {
   void RemoveMonitor(VeyraSensorMonitor const* monitor) noexcept LSC_REQUIRES(mMonitorMutex);
 
   // The samples that QuerySensorData copies, in place: valid while mMonitorMutex is held. Writes the same messages;
-  // `outputSize` is the size that they give when nothing is found.
+  // `outputSize` is logged as the size when nothing is found.
   lsc::SampleRange FindSamples(int sensorId, unsigned int frameNumber, unsigned long timestamp,
                                std::size_t outputSize) noexcept LSC_REQUIRES(mMonitorMutex);
 
@@ -234,7 +234,7 @@ class VeyraShadingUtil::VeyraSensorMonitor {
   void getSensorData(VeyraSensorData::Samples& out, unsigned int frameNumber, unsigned long time) noexcept;
 
   // The samples that getSensorData copies, in place; empty when there are none. Writes the same messages; `outputSize`
-  // is the size that they give when nothing is found.
+  // is logged as the size when nothing is found.
   lsc::SampleRange findSensorData(unsigned int frameNumber, unsigned long time, std::size_t outputSize) noexcept;
 
   bool isFor(int sensorId) const { return mSensorId == sensorId; }

@@ -15,7 +15,7 @@ constexpr std::size_t kWindowSize = 100;  // samples that a look-up by time answ
 // time, so positions are found by binary search inside a frame.
 class SampleCursor {
  public:
-  SampleCursor() = default;  // to be assigned to
+  SampleCursor() = default;  // assign before use
 
   // The end.
   explicit SampleCursor(FrameQueue const& queue) : mQueue(&queue) {}
@@ -66,7 +66,7 @@ class SampleCursor {
   std::size_t mRemaining = 0;
 };
 
-// Some samples in a row, or none. Cheap to make: the first sample is located only when it is asked for. Counts have 32
+// Consecutive samples, or none. Cheap to make: the first sample is located only when it is asked for. Counts have 32
 // bits, since a range of 16 bytes is returned in registers: 8 ns a calculation. 2^32 samples would be 256 GiB.
 class SampleRange {
  public:
@@ -83,13 +83,13 @@ class SampleRange {
   // Requires: not empty.
   SampleCursor first() const { return SampleCursor::FromNewest(*mQueue, mRemaining); }
 
-  // The first sample of the range at or after a time. When there is none, a position behind the range.
+  // The first sample of the range at or after a time, or past the end.
   SampleCursor lowerBound(std::int64_t timeNs) const {
     SampleCursor const found = SampleCursor::LowerBound(*mQueue, timeNs);
     return found.remaining() > mRemaining ? first() : found;
   }
 
-  // Number of samples from `position` to the last one of the range; 0 behind the range.
+  // Number of samples from `position` to the last one of the range; 0 past the end.
   std::size_t remainingFrom(SampleCursor const& position) const {
     std::size_t const behind = mRemaining - mSize;
     return position.remaining() > behind ? position.remaining() - behind : 0;

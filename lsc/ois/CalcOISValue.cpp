@@ -16,40 +16,29 @@ namespace {
 using lsc::HallRun;
 using lsc::SampleRange;
 
-// What a frame needs of its window, copied to the stack while mMonitorMutex is held: the samples of its span and, for
-// messages, the whole window.
-class FrameSamples {
- public:
-  // Requires: the range is not empty.
-  void matchAndCopy(SampleRange const& range, lsc::Readout const& readout, bool fallBackToOldest,
-                    bool messagesAreWanted) noexcept;
-
+// What a frame needs of its window, copied while mMonitorMutex is held: the samples of its span and, for messages, the
+// whole window.
+struct CopiedMatch {
   bool startIsNear;
   HallRun span;
-
-  // For messages only.
-  lsc::ReadoutMatch match;
+  lsc::ReadoutMatch match;  // for messages only, as is the window
   HallRun window;
-
- private:
-  void copyWindow(SampleRange const& range, lsc::ReadoutMatch const& found);
-
-  lsc::HallSample mStorage[lsc::kWindowSize];
 };
 
-// Flattened: calls would cost 20 ns with the lock held.
-[[gnu::flatten]] void FrameSamples::matchAndCopy(SampleRange const& range, lsc::Readout const& readout,
-                                                 bool fallBackToOldest, bool messagesAreWanted) noexcept {
-  lsc::ReadoutMatch const found = lsc::MatchReadout(range, readout, fallBackToOldest);
-  startIsNear = found.start.has_value();
-  if (messagesAreWanted) return copyWindow(range, found);
-  span = lsc::CopyHall(found.spanFirst, found.spanSize, mStorage);
+[[gnu::cold, gnu::noinline]] CopiedMatch CopyWindow(SampleRange const& range, lsc::ReadoutMatch const& match,
+                                                    lsc::HallSample* storage) {
+  HallRun const window = lsc::CopyHall(range.first(), range.size(), storage);
+  HallRun const span = {storage + (match.spanSize > 0 ? range.indexOf(match.spanFirst) : 0), match.spanSize};
+  return {match.start.has_value(), span, match, window};
 }
 
-[[gnu::cold, gnu::noinline]] void FrameSamples::copyWindow(SampleRange const& range, lsc::ReadoutMatch const& found) {
-  match = found;
-  window = lsc::CopyHall(range.first(), range.size(), mStorage);
-  span = {mStorage + (found.spanSize > 0 ? range.indexOf(found.spanFirst) : 0), found.spanSize};
+// Requires: a non-empty range, kWindowSize samples at `storage`. Flattened: calls would cost 20 ns under the lock.
+[[gnu::flatten]] CopiedMatch MatchAndCopy(SampleRange const& range, lsc::SearchInterval const& interval,
+                                          bool fallBackToOldest, bool messagesAreWanted,
+                                          lsc::HallSample* storage) noexcept {
+  lsc::ReadoutMatch const match = lsc::MatchReadout(range, interval, fallBackToOldest);
+  if (messagesAreWanted) return CopyWindow(range, match, storage);
+  return {match.start.has_value(), lsc::CopyHall(match.spanFirst, match.spanSize, storage), {}, {}};
 }
 
 // Leaves two elements in the vector and reuses its memory.
@@ -75,26 +64,27 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
     LSC_LOGW("Unknown type %d", type);  // the query at time 0 that follows finds nothing
   }
 
-  lsc::Readout const readout = {times.startOfFrameUs, times.shutterUs,
-                                lsc::OffsetUs(times.exposureUs, times.shutterUs)};
+  lsc::SearchInterval const interval = {times.startOfFrameUs, times.readoutUs,
+                                        lsc::OffsetUs(times.exposureUs, times.readoutUs)};
   bool const fallBackToOldest = oisMatched != 0;
   bool const messagesAreWanted = gLogLevel != 0;
   std::size_t sampleCount = 0;
-  FrameSamples samples;
+  CopiedMatch samples = {};
+  lsc::HallSample storage[lsc::kWindowSize];  // uninitialised: filled as far as samples are found
   {
     lsc::MutexLock const lock(mMonitorMutex);
     SampleRange const range = FindSamples(sensorId, 0, times.timestampNs, 0);
     sampleCount = range.size();
-    if (!range.empty()) samples.matchAndCopy(range, readout, fallBackToOldest, messagesAreWanted);
+    if (!range.empty()) samples = MatchAndCopy(range, interval, fallBackToOldest, messagesAreWanted, storage);
   }
   LSC_LOGI_NONZERO(
       "camera_id = %d, type = %d, oisCount = %d, sof_timestamp = %llu, exposure_time = %llu, "
       "shutter_time = %u, timeDiff = %lld",
       sensorId, type, static_cast<int>(sampleCount), static_cast<unsigned long long>(times.startOfFrameUs),
-      static_cast<unsigned long long>(times.exposureUs), times.shutterUs, static_cast<long long>(readout.offsetUs));
+      static_cast<unsigned long long>(times.exposureUs), times.readoutUs, static_cast<long long>(interval.offsetUs));
   if (sampleCount == 0) return;
 
-  if (messagesAreWanted) lsc::LogMatch(__func__, samples.window, readout, samples.match, fallBackToOldest);
+  if (messagesAreWanted) lsc::LogMatch(__func__, samples.window, interval, samples.match, fallBackToOldest);
   if (samples.startIsNear) oisMatched = 1;
   if (!samples.span.hasTwoEntries()) {
     LSC_LOGI_DETAIL(

@@ -34,8 +34,8 @@ std::optional<FrameTimes> SelectFrameTimes(CustShadingType type, CalcOISValueInp
   }
 }
 
-std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs) {
-  std::uint64_t const shorterUs = std::min<std::uint64_t>(exposureUs, shutterUs);
+std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t readoutUs) {
+  std::uint64_t const shorterUs = std::min<std::uint64_t>(exposureUs, readoutUs);
   float const shareUs = static_cast<float>(static_cast<std::int64_t>(shorterUs)) * kOffsetFactor;  // 32 bits
   return static_cast<std::int64_t>(shareUs) - kOffsetConstantUs;
 }

@@ -11,7 +11,7 @@ namespace lsc {
 struct FrameTimes {
   std::uint64_t timestampNs;
   std::uint64_t exposureUs;
-  std::uint32_t shutterUs;       // rolling shutter: from the first line's readout to the last one's
+  std::uint32_t readoutUs;       // readout time: from the first line's readout to the last one's
   std::uint64_t startOfFrameUs;  // timestamp less exposure; wraps when the exposure is the longer one
 };
 
@@ -21,6 +21,6 @@ std::optional<FrameTimes> SelectFrameTimes(CustShadingType type, CalcOISValueInp
 
 // The offset that is subtracted from every sample time, in us: at most -166, so samples move forward in time, by a
 // little more than half of the shorter one of exposure and readout.
-std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t shutterUs);
+std::int64_t OffsetUs(std::uint64_t exposureUs, std::uint32_t readoutUs);
 
 }  // namespace lsc

@@ -43,7 +43,7 @@ void WriteContent(std::FILE* file, unsigned int frameId, FrameTimes const& times
   WriteValue(file, "match ois hall1 X", ElementOrZero(outOisX, 1));
   WriteValue(file, "match ois hall1 y", ElementOrZero(outOisY, 1));
   std::fprintf(file, "\t\"exposure_time\": %lld\n", static_cast<long long>(times.exposureUs));
-  std::fprintf(file, "\t\"shutter_time\": %d\n", static_cast<int>(times.shutterUs));
+  std::fprintf(file, "\t\"shutter_time\": %d\n", static_cast<int>(times.readoutUs));
 }
 
 }  // namespace

@@ -64,11 +64,11 @@ void LogStart(char const* function, EntryTable const& table, std::uint64_t start
                        candidate + 1);
 }
 
-void LogEnd(char const* function, EntryTable const& table, int first, std::uint32_t shutterUs,
+void LogEnd(char const* function, EntryTable const& table, int first, std::uint32_t readoutUs,
             std::optional<NearEntry> const& end) {
   int const candidate = end ? table.indexOf(end->candidate) : table.count - 2;
   if (!DetailIsLogged() || first > candidate) return;
-  std::uint64_t const endUs = static_cast<std::uint64_t>(table.alignedUs[first]) + shutterUs;
+  std::uint64_t const endUs = static_cast<std::uint64_t>(table.alignedUs[first]) + readoutUs;
   for (int i = first; i <= candidate; ++i) {
     LSC_LOGI_DETAIL_FOR(function, "endIndex, i = %d, timestamp Difference = %lld", i,
                         static_cast<long long>(DistanceUs(table.alignedUs[i], endUs)));
@@ -89,23 +89,23 @@ void LogSpan(char const* function, HallRun window, EntryTable const& table, int 
 
 }  // namespace
 
-void LogMatch(char const* function, HallRun window, Readout const& readout, ReadoutMatch const& match,
+void LogMatch(char const* function, HallRun window, SearchInterval const& interval, ReadoutMatch const& match,
               bool fallsBackToOldest) {
-  EntryTable const table = TableOf(window, readout.offsetUs);
+  EntryTable const table = TableOf(window, interval.offsetUs);
   LogSamples(function, window);
   LSC_LOGI_NONZERO_FOR(function, "activeNum:%d", table.count);
 
-  LogStart(function, table, readout.startOfFrameUs, match.start);
+  LogStart(function, table, interval.startOfFrameUs, match.start);
   int first = 0;
   int last = 0;
   if (match.start || fallsBackToOldest) {
     if (match.start) first = table.indexOf(match.start->chosen);
     last = match.end ? table.indexOf(match.end->chosen) : table.count - 1;
-    LogEnd(function, table, first, readout.shutterUs, match.end);
+    LogEnd(function, table, first, interval.readoutUs, match.end);
   }
   LSC_LOGI_NONZERO_FOR(function, "startIndex = %d, endIndex = %d", first, last);
   if (last - first >= 1 && UsesEveryEntry(g_oisDebug)) {
-    LogSpan(function, window, table, first, last, readout.startOfFrameUs);
+    LogSpan(function, window, table, first, last, interval.startOfFrameUs);
   }
 }
 

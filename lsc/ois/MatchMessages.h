@@ -6,9 +6,9 @@
 
 namespace lsc {
 
-// Writes them in the order in which the search looks at entries, for a match in a window of at most kWindowSize
-// samples; `fallsBackToOldest` as the match was made. They bear the name `function`, and number the entries from 0.
-void LogMatch(char const* function, HallRun window, Readout const& readout, ReadoutMatch const& match,
+// Writes them under the name `function`, in the order in which the search looks at entries; these are numbered from 0.
+// The window has at most kWindowSize samples. `fallsBackToOldest`: same value as passed to MatchReadout.
+void LogMatch(char const* function, HallRun window, SearchInterval const& interval, ReadoutMatch const& match,
               bool fallsBackToOldest);
 
 }  // namespace lsc

@@ -8,11 +8,11 @@
 namespace lsc {
 namespace {
 
-// A 64-bit time in ns is less than 2^54 us from 0, and so, give or take seconds, is every aligned time. A target beyond
-// 2^61 us is near none of them and stays so when it is moved there, where nothing overflows.
+// Clamped: beyond 2^61 us no entry is near, as a 64-bit time in ns is less than 2^54 us from 0 and an aligned time only
+// seconds more; nothing overflows there.
 constexpr std::int64_t kUnreachableUs = std::int64_t{1} << 61;
 
-// The aligned times near a target: one interval, both ends included, that does not cross 0.
+// Aligned times near a target, both ends included; never on both sides of 0.
 struct Interval {
   std::int64_t firstUs;
   std::int64_t lastUs;
@@ -43,30 +43,35 @@ class Entries {
 
   bool contains(SampleCursor const& position) const { return mWindow.remainingFrom(position) > 0; }
 
-  // The first entry, or a position behind the window.
+  // The first entry, or past the end.
   SampleCursor first() const { return skipLeadingZero(mWindow.first()); }
 
-  // The first entry at or after an aligned time, or a position behind the window.
+  // The first entry at or after an aligned time, or past the end.
   SampleCursor lowerBound(std::int64_t timeUs) const { return skipLeadingZero(mWindow.lowerBound(firstNsOf(timeUs))); }
 
   // The earliest sample time of an entry at or after an aligned time.
   std::int64_t firstNsOf(std::int64_t timeUs) const { return FirstNsOf(timeUs + mOffsetUs); }
 
-  // Moves `position`, the first entry that may be near a target, to its successor if that is closer. nullopt when it is
-  // not near or has no successor.
-  std::optional<NearEntry> chooseNearer(SampleCursor& position, Interval near, std::uint64_t targetUs) const {
-    if (!contains(position)) return std::nullopt;
-    std::int64_t const candidateUs = alignedUs(position);
+  struct Choice {
+    NearEntry entry;
+    SampleCursor position;  // of the chosen entry
+  };
+
+  // The candidate or its successor, whichever is closer to the target; the candidate if they are equally close. nullopt
+  // if the candidate is past the end, outside the tolerance or the last entry.
+  std::optional<Choice> chooseNearer(SampleCursor const& candidate, Interval near, std::uint64_t targetUs) const {
+    if (!contains(candidate)) return std::nullopt;
+    std::int64_t const candidateUs = alignedUs(candidate);
     if (candidateUs < near.firstUs || candidateUs > near.lastUs) return std::nullopt;
 
-    std::uint32_t const candidate = mWindow.indexOf(position);
-    SampleCursor next = position;
+    SampleCursor next = candidate;
     do {
       if (mWindow.remainingFrom(next) <= 1) return std::nullopt;
       next.advance(1);
     } while (alignedUs(next) == candidateUs);
-    if (DistanceUs(candidateUs, targetUs) > DistanceUs(alignedUs(next), targetUs)) position = next;
-    return NearEntry{candidate, mWindow.indexOf(position)};
+    bool const nextIsCloser = DistanceUs(candidateUs, targetUs) > DistanceUs(alignedUs(next), targetUs);
+    SampleCursor const chosen = nextIsCloser ? next : candidate;
+    return Choice{{mWindow.indexOf(candidate), mWindow.indexOf(chosen)}, chosen};
   }
 
  private:
@@ -82,26 +87,30 @@ class Entries {
 
 }  // namespace
 
-ReadoutMatch MatchReadout(SampleRange const& window, Readout const& readout, bool fallBackToOldest) {
-  Entries const entries(window, readout.offsetUs);
+ReadoutMatch MatchReadout(SampleRange const& window, SearchInterval const& interval, bool fallBackToOldest) {
+  Entries const entries(window, interval.offsetUs);
   ReadoutMatch match;
 
-  Interval const nearStart = NearTimes(readout.startOfFrameUs, 1);
-  match.spanFirst = entries.lowerBound(nearStart.firstUs);
-  match.start = entries.chooseNearer(match.spanFirst, nearStart, readout.startOfFrameUs);
-  if (!match.start) {
+  Interval const nearStart = NearTimes(interval.startOfFrameUs, 1);
+  SampleCursor const candidate = entries.lowerBound(nearStart.firstUs);
+  if (auto const start = entries.chooseNearer(candidate, nearStart, interval.startOfFrameUs)) {
+    match.start = start->entry;
+    match.spanFirst = start->position;
+  } else {
     if (!fallBackToOldest) return match;
     match.spanFirst = entries.first();
     if (!entries.contains(match.spanFirst)) return match;
   }
 
-  std::uint64_t const endUs = static_cast<std::uint64_t>(entries.alignedUs(match.spanFirst)) + readout.shutterUs;
+  std::uint64_t const endUs = static_cast<std::uint64_t>(entries.alignedUs(match.spanFirst)) + interval.readoutUs;
   Interval const nearEnd = NearTimes(endUs, 0);
   SampleCursor last = match.spanFirst;
   last.advanceTo(entries.firstNsOf(nearEnd.firstUs));
-  match.end = entries.chooseNearer(last, nearEnd, endUs);
-  std::size_t const behind = match.end ? window.remainingFrom(last) - 1 : 0;
-  match.spanSize = window.remainingFrom(match.spanFirst) - behind;
+  match.spanSize = window.remainingFrom(match.spanFirst);
+  if (auto const end = entries.chooseNearer(last, nearEnd, endUs)) {
+    match.end = end->entry;
+    match.spanSize -= window.remainingFrom(end->position) - 1;
+  }
   return match;
 }
 

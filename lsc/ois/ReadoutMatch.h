@@ -16,10 +16,10 @@ namespace lsc {
 // An entry is near a time when it is closer than this, in us: one and a half sample periods at 1 kHz. Empirical.
 constexpr std::int64_t kToleranceUs = 1500;
 
-// When a frame was read out.
-struct Readout {
+// Where a frame's samples are searched: from the start of frame on, as long as the readout.
+struct SearchInterval {
   std::uint64_t startOfFrameUs;
-  std::uint32_t shutterUs;  // rolling shutter: from the first line's readout to the last one's
+  std::uint32_t readoutUs;  // readout time
   std::int64_t offsetUs;    // subtracted from sample times
 };
 
@@ -34,14 +34,14 @@ struct NearEntry {
 // when no entry is near the end, with the window's last sample.
 struct ReadoutMatch {
   std::optional<NearEntry> start;  // near the start of the frame; an entry at time 0 is no candidate
-  std::optional<NearEntry> end;    // near the time of the span's first entry plus the readout
+  std::optional<NearEntry> end;    // near the time of the span's first entry plus the readout time
   SampleCursor spanFirst;          // meaningless when the span is empty
   std::size_t spanSize = 0;        // 0 when there is no first entry
 };
 
-// Finds the readout in a window, in place and without allocating. `fallBackToOldest` lets a span without a near start
-// begin with the window's first entry. Requires: the window is not empty.
-ReadoutMatch MatchReadout(SampleRange const& window, Readout const& readout, bool fallBackToOldest);
+// Finds the span of a search interval in a window, in place and without allocating. `fallBackToOldest` lets a span
+// without a near start begin with the window's first entry. Requires: the window is not empty.
+ReadoutMatch MatchReadout(SampleRange const& window, SearchInterval const& interval, bool fallBackToOldest);
 
 // Distance in us of an aligned time and another time, compared as unsigned values.
 constexpr std::uint64_t DistanceUs(std::int64_t alignedUs, std::uint64_t otherUs) {

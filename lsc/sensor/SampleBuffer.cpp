@@ -16,9 +16,10 @@ using NSCam::Utils::SensorData;
 
 constexpr std::size_t kWindowBeforeMatch = 50;  // samples of a window before the matched one
 
-// The first sample at or after a time, both compared as unsigned values, by its number of remaining samples; 0 when
-// there is none. The history is in signed order, in which a time before 0 comes first, while as an unsigned value it is
-// later than all others: with such times in the history only a scan from the oldest sample on finds the first match.
+// Number of samples from the first match to the newest, 0 without a match; a sample at or after the time matches, both
+// compared as unsigned values. The history is in signed order, in which a time before 0 comes first, while as an
+// unsigned value it is later than all others: with such times in it only a scan from the oldest sample on finds the
+// first match.
 std::size_t RemainingByScan(FrameQueue const& queue, std::uint64_t timeNs) {
   std::size_t remaining = queue.sampleCount();
   for (std::size_t frame = 0; frame < queue.size(); ++frame) {
@@ -30,7 +31,7 @@ std::size_t RemainingByScan(FrameQueue const& queue, std::uint64_t timeNs) {
   return 0;
 }
 
-// The same by binary search where the two orders agree.
+// As RemainingByScan, but by binary search where the two orders agree.
 std::size_t RemainingFrom(FrameQueue const& queue, std::uint64_t timeNs) {
   if (queue.empty()) return 0;
   if (queue.front().second.front().timestamp < 0) return RemainingByScan(queue, timeNs);

@@ -19,7 +19,7 @@ namespace {
 TEST(Offset, IsAShareOfTheShorterTimePlusAConstantTruncatedTowardZero) {
   struct {
     std::uint64_t exposureUs;
-    std::uint32_t shutterUs;
+    std::uint32_t readoutUs;
     std::int64_t offsetUs;
   } const rows[] = {
       {0, 20'000, -166},
@@ -31,7 +31,7 @@ TEST(Offset, IsAShareOfTheShorterTimePlusAConstantTruncatedTowardZero) {
       {~std::uint64_t{0}, 1'000, -709}  // not compared as signed
   };
   for (auto const& row : rows) {
-    EXPECT_EQ(lsc::OffsetUs(row.exposureUs, row.shutterUs), row.offsetUs) << row.exposureUs << ", " << row.shutterUs;
+    EXPECT_EQ(lsc::OffsetUs(row.exposureUs, row.readoutUs), row.offsetUs) << row.exposureUs << ", " << row.readoutUs;
   }
 }
 
@@ -51,7 +51,7 @@ TEST(FrameTimes, EachKindTakesItsPair) {
     EXPECT_EQ(times->timestampNs, row.timestampNs) << row.type;
     EXPECT_EQ(times->exposureUs, row.exposureUs) << row.type;
     EXPECT_EQ(times->startOfFrameUs, row.startOfFrameUs) << row.type;
-    EXPECT_EQ(times->shutterUs, 15'980U) << row.type;
+    EXPECT_EQ(times->readoutUs, 15'980U) << row.type;
   }
   for (int const type : {-1, 2, 3, 7}) {
     EXPECT_FALSE(lsc::SelectFrameTimes(static_cast<CustShadingType>(type), input, 0)) << type;
@@ -87,8 +87,8 @@ std::ostream& operator<<(std::ostream& out, Found const& found) {
              << found.end << ", span " << found.spanBegin << " +" << found.spanSize;
 }
 
-Found Match(lsc::SampleRange const& window, lsc::Readout const& readout, bool fallBackToOldest) {
-  auto const match = lsc::MatchReadout(window, readout, fallBackToOldest);
+Found Match(lsc::SampleRange const& window, lsc::SearchInterval const& interval, bool fallBackToOldest) {
+  auto const match = lsc::MatchReadout(window, interval, fallBackToOldest);
   auto const index = [](auto const& near, auto member) { return near ? static_cast<int>((*near).*member) : kNone; };
   return {index(match.start, &lsc::NearEntry::candidate),
           index(match.start, &lsc::NearEntry::chosen),
@@ -145,7 +145,7 @@ TEST(ReadoutMatch, EndIsSearchedFromTheSpansFirstEntryOn) {
     char const* what;
     std::vector<std::vector<std::int64_t>> framesNs;
     std::uint64_t startOfFrameUs;
-    std::uint32_t shutterUs;
+    std::uint32_t readoutUs;
     Found found;
   } const rows[] = {
       {"the closer of two",
@@ -175,7 +175,7 @@ TEST(ReadoutMatch, EndIsSearchedFromTheSpansFirstEntryOn) {
       {"the longest readout", {{kLatestNs - 1'000, kLatestNs}}, kLatestUs + 9, 4'294'967, {0, 0, kNone, kNone, 0, 2}},
   };
   for (auto const& row : rows) {
-    EXPECT_EQ(Match(History(row.framesNs).All(), {row.startOfFrameUs, row.shutterUs, -10}, false), row.found)
+    EXPECT_EQ(Match(History(row.framesNs).All(), {row.startOfFrameUs, row.readoutUs, -10}, false), row.found)
         << row.what;
   }
 }
@@ -184,7 +184,7 @@ TEST(ReadoutMatch, WithoutANearStartTheSpanBeginsWithTheFirstEntryOrIsEmpty) {
   struct {
     char const* what;
     std::vector<std::vector<std::int64_t>> framesNs;
-    std::uint32_t shutterUs;
+    std::uint32_t readoutUs;
     Found found;  // with the fallback
   } const rows[] = {
       {"to the end of the readout", {{990'000, 2'990'000, 5'990'000}}, 2'000, {kNone, kNone, 1, 1, 0, 2}},
@@ -195,8 +195,8 @@ TEST(ReadoutMatch, WithoutANearStartTheSpanBeginsWithTheFirstEntryOrIsEmpty) {
   };
   for (auto const& row : rows) {
     History const history(row.framesNs);
-    EXPECT_EQ(Match(history.All(), {90'000, row.shutterUs, -10}, true), row.found) << row.what;
-    EXPECT_EQ(Match(history.All(), {90'000, row.shutterUs, -10}, false), (Found{kNone, kNone, kNone, kNone, kNone, 0}))
+    EXPECT_EQ(Match(history.All(), {90'000, row.readoutUs, -10}, true), row.found) << row.what;
+    EXPECT_EQ(Match(history.All(), {90'000, row.readoutUs, -10}, false), (Found{kNone, kNone, kNone, kNone, kNone, 0}))
         << row.what;
   }
 }
@@ -210,7 +210,7 @@ TEST(ReadoutMatch, NothingOutsideTheWindowIsFound) {
     char const* what;
     std::size_t remaining;  // from the window's first sample
     std::uint64_t startOfFrameUs;
-    std::uint32_t shutterUs;
+    std::uint32_t readoutUs;
     Found found;
   } const rows[] = {
       {"at the oldest end", 300, 1'000, 16'000, {0, 0, 15, 16, 0, 17}},
@@ -225,7 +225,7 @@ TEST(ReadoutMatch, NothingOutsideTheWindowIsFound) {
   };
   for (auto const& row : rows) {
     lsc::SampleRange const window(history.queue, row.remaining, 100);
-    EXPECT_EQ(Match(window, {row.startOfFrameUs, row.shutterUs, -10}, false), row.found) << row.what;
+    EXPECT_EQ(Match(window, {row.startOfFrameUs, row.readoutUs, -10}, false), row.found) << row.what;
   }
 }
 
