@@ -22,6 +22,7 @@ struct BenchTruth {
   double interceptUs = 166;
   std::string verdict = "agrees";
   std::string diagnosis;  // codes with a blank between them
+  std::string follows = "cannot_tell";
   Gains imageX = {1, 0};
   Gains imageY = {0, 1};
   double hallHz = 1000;
@@ -60,15 +61,17 @@ struct BenchData {
 
 BenchData MakeBench(BenchTruth const& truth, unsigned seed);
 
-// In how many sessions each quantity ("x lag_us") lay inside its interval and each verdict, refusal and diagnosis was
+constexpr char const* kBenchQuantities[] = {"lag",       "slope", "intercept", "gain", "cross-talk",
+                                            "curvature", "trend", "bend",      "drift"};
+
+// In how many sessions each quantity ("x lag") lay inside its interval and each verdict, refusal and diagnosis was
 // given; of how many each was told at all.
 struct BenchScore {
   std::map<std::string, int> held;
   std::map<std::string, int> told;
-  std::map<std::string, int> verdicts;   // and codes of refusals
+  std::map<std::string, int> verdicts;   // with the codes of refusals
   std::map<std::string, int> diagnoses;  // all codes of a session, with a blank between them
-  std::map<std::string, int> follows;
-  double lagHalfUs = 0;  // median half-width of the lag of x
+  std::map<std::string, int> follows;    // what the lag was told to follow
 };
 
 BenchScore ScoreBench(BenchTruth const& truth, unsigned firstSeed, unsigned lastSeed);

@@ -77,6 +77,7 @@ Json FitDocument(ReferenceFit const& fit, FitSource const& source) {
                    {"unknown", source.unknown},
                    {"skipped", source.skipped},
                    {"shorter_us", fit.windows.shorterUs},
+                   {"readout_us", fit.readoutUs},
                    {"verdict", VerdictOf(fit)},
                    {"reason", ReasonOf(fit)},
                    {"p", nullptr},

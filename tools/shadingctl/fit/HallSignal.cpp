@@ -56,6 +56,7 @@ void HallSignal::FindClipped(double HallPoint::*axis, double sign) {
   for (std::size_t i = 2; i < values.size(); ++i) bends.push_back(values[i] - 2 * values[i - 1] + values[i - 2]);
   std::sort(values.begin(), values.end());
   double step = values.back() - values.front();
+  if (!(step > 0)) return;
   for (std::size_t i = 1; i < values.size(); ++i) {
     if (values[i] > values[i - 1]) step = std::min(step, values[i] - values[i - 1]);
   }

@@ -97,10 +97,10 @@ class Fitting {
     auto const [whole, partial, clipped] = counts;
     if (whole >= kFewestFrames && mFit.clipped == 0)
       throw Refusal{"too_little_motion", "hall_x or hall_y stands still, or both move as one"};
-    throw Refusal{whole + clipped >= kFewestFrames ? "clipped" : "too_few_frames",
-                  fmt::format("expected {} frames of the reference with samples all around them, found {}; in {} the "
-                              "samples touch an end of their range",
-                              kFewestFrames, whole, clipped)};
+    std::string const found =
+        fmt::format("expected {} frames of the reference with samples all around them, found {}", kFewestFrames, whole);
+    if (whole + clipped < kFewestFrames) throw Refusal{"too_few_frames", found};
+    throw Refusal{"clipped", fmt::format("{}; in {} the samples touch an end of their range", found, clipped)};
   }
 
   // The frames that the rest is about.

@@ -118,6 +118,12 @@ std::optional<Stamp> StampOf(ReferenceFit const& fit) {
   return isReadoutEnd ? Stamp{"stamped_readout_end", found->slope, fit.readoutUs, kReadoutEnd} : *found;
 }
 
+// How much longer the lag of image x is than that of y; 0 where that is not clear.
+double AxesApartUs(ReferenceFit const& fit) {
+  double const apartUs = fit.axes[0].at[kLag] - fit.axes[1].at[kLag];
+  return IsClear(apartUs, ErrorOf(fit.axes, Only(kLag), Only(kLag, -1)), kLeastUs) ? apartUs : 0;
+}
+
 // What the stamp leaves of the lag.
 void AddConstant(ReferenceFit const& fit, std::optional<Stamp> const& stamp, std::vector<Cause>& causes) {
   bool const isLibrarys = !stamp || *stamp->code == '\0';
@@ -132,7 +138,7 @@ void AddConstant(ReferenceFit const& fit, std::optional<Stamp> const& stamp, std
                                                    "number {:+.0f}: correct the numbers of the reference",
                                                    -frames)});
   }
-  if (isFrames || (isLibrarys && stamp && IsClear(offUs, lag.error, kLeastUs))) {
+  if (isFrames || (isLibrarys && stamp && IsClear(offUs, lag.error, std::max(kLeastUs, std::abs(AxesApartUs(fit)))))) {
     causes.push_back({"clock_constant", fmt::format("the samples' times are {:.0f} us {} for the frames': correct "
                                                     "either clock by that constant",
                                                     std::abs(offUs), offUs < 0 ? "too late" : "too early")});
@@ -147,6 +153,8 @@ std::optional<Estimate> EstimateOf(ReferenceFit const& fit, std::size_t axis, Qu
   if (!fit.hasLag || (isOfSlope && slope != SlopeState::kFitted)) return std::nullopt;
   if (quantity == kDriftPpm && slope == SlopeState::kFollowsTime) return std::nullopt;
   RobustFit const& robust = fit.axes[axis];
+  bool const isRefined = isOfSlope || quantity == kGainCurvature || quantity == kDriftPpm || quantity == kCorrelation;
+  if (isRefined && robust.influences.empty()) return std::nullopt;
   if (quantity == kResidual) return Estimate{ResidualOf(robust)};
   if (quantity == kResidualShare) return Estimate{ResidualOf(robust) / fit.windows.Motion(axis)};
   if (quantity == kCorrelation) return Estimate{robust.correlation};
@@ -171,10 +179,10 @@ std::string ReasonOf(ReferenceFit const& fit) {
   if (fit.refused) return fit.refused->text;
   double const halfUs = std::max(*EstimateOf(fit, 0, kLagUs)->half, *EstimateOf(fit, 1, kLagUs)->half);
   double const farthestUs = std::max(fit.differences[0].farthestUs, fit.differences[1].farthestUs);
-  std::string reason =
-      VerdictOf(fit) == "differs"
-          ? fmt::format("the pictures show samples up to {:.0f} us from those that the library takes", farthestUs)
-          : fmt::format("the session tells the lag to {:.0f} us, and no difference from the library's", halfUs);
+  std::string reason = fmt::format(
+      "the pictures show samples up to {:.0f} us from those that the library takes; the "
+      "session tells the lag to {:.0f} us",
+      farthestUs, halfUs);
   if (fit.windows.slope == SlopeState::kOneExposure) reason += "; exposures vary too little to tell a slope";
   if (fit.windows.slope == SlopeState::kFollowsTime)
     reason += "; slope and drift look alike, as the exposure rises or falls with time: sweep it up and down twice";
@@ -189,8 +197,8 @@ std::vector<Cause> DiagnosisOf(ReferenceFit const& fit) {
     if (stamp && *stamp->code != '\0') causes.push_back({stamp->code, stamp->text});
     if (stamp || fit.windows.slope == SlopeState::kOneExposure) AddConstant(fit, stamp, causes);
   }
-  double const apartUs = fit.axes[0].at[kLag] - fit.axes[1].at[kLag];
-  if (IsClear(apartUs, ErrorOf(fit.axes, Only(kLag), Only(kLag, -1)), kLeastUs)) {
+  double const apartUs = AxesApartUs(fit);
+  if (apartUs != 0) {
     causes.push_back({"axes_differ", fmt::format("the lag of image x is {:.0f} us {} than that of y: look for a filter "
                                                  "that one axis of the stabiliser has alone",
                                                  std::abs(apartUs), apartUs > 0 ? "longer" : "shorter")});

@@ -165,7 +165,7 @@ void CheckRow(Checked const& row, std::size_t numbers) {
 
 void CheckFit(Checked const& result) {
   for (char const* const key : {"frames", "left_out", "clipped"}) result.At(key).WholeNumber();
-  result.At("shorter_us").Number();
+  for (char const* const key : {"shorter_us", "readout_us"}) result.At(key).Number();
   result.At("p").NumberIfAny();
   for (char const* const key : {"recording", "reference", "verdict", "reason", "lag_follows", "slope"})
     result.At(key).TextIfAny();
