@@ -34,8 +34,8 @@ double Lens(std::size_t axis, double us, Phases const& phases) {
 double TimeOf(BenchTruth const& truth, int frame) { return 2.0 * frame / (truth.frames - 1) - 1; }
 
 double ExposureUs(BenchTruth const& truth, int frame) {
-  double const share =
-      truth.risesWithTime ? (TimeOf(truth, frame) + 1) / 2 : 0.5 - 0.5 * std::cos(2 * kPi * frame / 90.0);
+  double share = 0.5 - 0.5 * std::cos(2 * kPi * frame / 90.0);
+  if (truth.risesWithTime > 0) share = std::pow((TimeOf(truth, frame) + 1) / 2, truth.risesWithTime);
   return truth.exposureFromUs + share * (truth.exposureToUs - truth.exposureFromUs);
 }
 
@@ -244,7 +244,8 @@ std::vector<BenchTruth> BenchKinds() {
   add("curved gain", "agrees", "curved", [](BenchTruth& t) { t.curvature = 0.004; });
   add("clipped samples", "agrees", "clipped", [](BenchTruth& t) { t.clip = 25, t.frames = 600; });
   add("clock drifts by 200 ppm", "agrees", "drift", [](BenchTruth& t) { t.driftPpm = 200, t.frames = 600; });
-  add("drift, exposure rises with time", "agrees", "", [](BenchTruth& t) { t.driftPpm = 200, t.risesWithTime = true; });
+  add("drift, exposure rises with time", "agrees", "", [](BenchTruth& t) { t.driftPpm = 200, t.risesWithTime = 1; });
+  add("exposure rises with time, squared", "agrees", "", [](BenchTruth& t) { t.risesWithTime = 2; });
   add("outliers, trend and drift", "differs", "stamped_end drift",
       [&](BenchTruth& t) { ideal(t), t.outliers = 0.05, t.trend = 20, t.bend = 5, t.driftPpm = -150, t.frames = 600; });
   add("axes 800 us apart", "differs", "axes_differ", [](BenchTruth& t) { t.axesApartUs = 800; });

@@ -35,7 +35,7 @@ struct BenchTruth {
   double motion = 1;
 
   bool followsExposure = false;  // the lag's slope is one over the exposure, not the shorter time
-  bool risesWithTime = false;    // the exposure, once, in place of sweeps
+  double risesWithTime = 0;      // the exposure, once, by this power of time; 0: it is swept
   double axesApartUs = 0;        // lag of x, less that of y
   double driftPpm = 0;           // of the lag with time
   double trend = 0;              // of the image, from the first frame to the last

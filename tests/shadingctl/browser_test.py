@@ -53,9 +53,9 @@ def make_results(tool, place):
     replay('long', place / 'long')
     run('replay', '--quiet', '--format', 'json', '--log-level', 0, '-o', place / 'sparse.json')
     run('calibration', '--all', '--format', 'json', '-o', place / 'calibration.json', codes=(1,))
-    run('generate', place / 'bench', '--force', '--clock-offset-us', 12000, '--reference', place / 'target.csv')
+    run('generate', place / 'bench', '--force', '--frames', 900, '--clock-offset-us', 12000, '--reference', place / 'target.csv')
     rows = (place / 'target.csv').read_text().splitlines()
-    rows[9::30] = [f'{row.split(",")[0]},0,0' for row in rows[9::30]]  # lost targets
+    rows[9::90] = [f'{row.split(",")[0]},0,400' for row in rows[9::90]]  # lost targets
     (place / 'target.csv').write_text('\n'.join(rows) + '\n')
     run('fit', place / 'bench', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'fit.json')
     run('generate', place / 'still', '--force', '--exposure-us', 8000, '--reference', place / 'target.csv')

@@ -7,8 +7,9 @@
 namespace shadingctl {
 namespace {
 
-constexpr double kLeastSpreadUs = 500;    // standard deviation of exposures from which a slope can be told
-constexpr double kMostLikeTime = 0.9;     // of exposure and time
+constexpr double kLeastSpreadUs = 500;  // standard deviation of exposures from which a slope can be told
+constexpr double kMostLikeTime = 0.9;   // correlation of exposure and time
+constexpr double kSameAsTime = 0.999;
 constexpr int kDeviationSteps = 10;       // of reweighting: the sum changes by less than a percent after them
 constexpr double kSmallDeviation = 0.02;  // of the mean one: smaller ones weigh no more
 constexpr double kNoDeviation = 1e-150;   // keeps weights finite
@@ -45,8 +46,9 @@ FrameWindows::FrameWindows(std::vector<FrameWindow> frames, bool byExposure) : l
   }
   auto const& [times, exposures] = std::pair(sums.matrix[0][0], sums.matrix[1][1]);
   if (!(std::sqrt(exposures) >= kLeastSpreadUs)) return;
-  bool const followsTime = std::abs(sums.matrix[1][0]) > kMostLikeTime * std::sqrt(times * exposures);
-  slope = followsTime ? SlopeState::kFollowsTime : SlopeState::kFitted;
+  double const likeness = std::abs(sums.matrix[1][0]) / std::sqrt(times * exposures);
+  slope = likeness > kMostLikeTime ? SlopeState::kFollowsTime : SlopeState::kFitted;
+  if (likeness < kSameAsTime) parameters = kParameters;
 }
 
 std::vector<double> FrameWindows::Positions(std::size_t axis) const {

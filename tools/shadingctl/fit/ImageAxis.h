@@ -45,11 +45,11 @@ struct FrameWindows {
   double slopeByUs = 0;  // mean
   double spanUs = 0;     // from the first frame to the last
   SlopeState slope = SlopeState::kOneExposure;
+  std::size_t parameters = kSlope;  // that can be fitted: the slope too, unless it and the drift look the same
 
   // The slope goes by the exposure, or by the shorter one of exposure and readout.
   explicit FrameWindows(std::vector<FrameWindow> frames = {}, bool byExposure = false);
 
-  std::size_t parameters() const { return slope == SlopeState::kFitted ? kParameters : kSlope; }
   std::vector<double> Positions(std::size_t axis) const;
   double Motion(std::size_t axis) const;  // of the image: its standard deviation, whatever the outliers
 };

@@ -118,16 +118,16 @@ class Fitting {
     mFit.hasLag = true;
     for (std::size_t axis = 0; axis < 2; ++axis) {
       mFit.axes[axis].at = found[axis].at;
-      if (mFit.windows.slope != SlopeState::kFitted) mFit.axes[axis].at[kSlope] = 0;
+      if (mFit.windows.parameters <= kSlope) mFit.axes[axis].at[kSlope] = 0;
       Evaluate(Axis(axis), mFit.axes[axis]);
     }
   }
 
   void CheckSearch(std::array<LagTrial, 2> const& found) const {
     double const edgeUs = mLagsUs.back() - kGridUs;
-    CheckOutliers();
     for (std::size_t axis = 0; axis < 2; ++axis) {
       if (found[axis].share > kMostResidualShare) {
+        CheckOutliers();
         throw Refusal{IsSmooth(axis) ? "not_this_recording" : "too_little_motion",
                       fmt::format("reference {}: too little motion, not of this recording, or a lag beyond the search: "
                                   "expected at most {:.0f} % of the motion unexplained, found {:.0f} % at the best lag",
@@ -174,7 +174,10 @@ class Fitting {
 
   void Refine() {
     auto shorter = FitBoth(mFit.windows);
-    if (!shorter) throw Refusal{"too_little_motion", "too little motion: no lag fits better than its neighbours"};
+    if (!shorter) {
+      CheckOutliers();
+      throw Refusal{"too_little_motion", "no lag fits better than its neighbours"};
+    }
     mFit.axes = std::move(*shorter);
     CheckOutliers();
     mFit.probability = ProbabilityOfLibrary(mFit.axes, mFit.windows);
@@ -239,6 +242,7 @@ class Fitting {
       auto const lensAt = [&](double lagUs) { return mHall.Mean(window.startUs - lagUs, window.endUs - lagUs); };
       positions.push_back(lensAt(libraryUs).*driving - lensAt(window.LagUs(at)).*driving);
     }
+    if (mFit.windows.slope != SlopeState::kFitted) difference.farthestUs = std::abs(difference.lagUs);
     difference.position = std::sqrt(MeanSquare(positions));
     return difference;
   }

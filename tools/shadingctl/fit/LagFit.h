@@ -41,7 +41,7 @@ struct SearchedLag {
 // The library's window of an axis against the fitted one.
 struct Difference {
   double lagUs = 0;       // mean of all frames
-  double farthestUs = 0;  // at any exposure
+  double farthestUs = 0;  // at any exposure, as far as there is a slope
   double position = 0;    // of the lens, on the axis that drives the image's: RMS
 };
 

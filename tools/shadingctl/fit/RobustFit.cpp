@@ -92,7 +92,7 @@ bool FillInfluences(RobustFit& fit, Whitened const& whitened, std::size_t count)
 }
 
 double Freedom(FrameWindows const& windows) {
-  return static_cast<double>(windows.list.size()) - static_cast<double>(windows.parameters());
+  return static_cast<double>(windows.list.size()) - static_cast<double>(windows.parameters);
 }
 
 }  // namespace
@@ -117,7 +117,7 @@ std::optional<RobustFit> FitRobustly(ImageAxis const& axis, Parameters const& at
   for (int step = 0; step < kMostSteps; ++step) {
     Evaluate(axis, fit, step < kMarkingSteps);
     Whitened const whitened = Whiten(fit);
-    Moments moments{axis.windows.parameters()};
+    Moments moments{axis.windows.parameters};
     for (Equation const& equation : whitened.equations)
       moments.Add(equation.change, equation.error, std::pow(NearnessOf(equation, whitened.scale), 2));
     auto const change = moments.Solve();
