@@ -224,6 +224,10 @@ std::vector<BenchTruth> BenchKinds() {
   add("ideal, long exposures", "differs", "stamped_end", [&](BenchTruth& t) {
     t.follows = "exposure", ideal(t), t.exposureToUs = 24000, t.frameUs = 25000, t.followsExposure = true;
   });
+  add("library's, mostly long exposures", "agrees", "", [](BenchTruth& t) {
+    t.exposureToUs = 60000, t.frameUs = 66667;
+    t.follows = "shorter";
+  });
   add("library's, long exposures", "agrees", "",
       [](BenchTruth& t) { t.follows = "shorter", t.exposureToUs = 24000, t.frameUs = 25000; });
   add("clock 12 ms off", "differs", "clock_constant", [](BenchTruth& t) { t.interceptUs -= 12000; });

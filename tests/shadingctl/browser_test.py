@@ -60,7 +60,7 @@ def make_results(tool, place):
     run('fit', place / 'bench', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'fit.json')
     run('generate', place / 'still', '--force', '--exposure-us', 8000, '--reference', place / 'target.csv')
     run('fit', place / 'still', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'line.json')
-    (place / 'target.csv').write_text('frame,x,y\n' + ''.join(f'{n},{n * 7919 % 101},{n}\n' for n in range(1, 300)))
+    (place / 'target.csv').write_text('frame,x,y\n' + ''.join(f'{n},{n * 7919 % 101},{n * 4127 % 97}\n' for n in range(1, 300)))
     run('fit', place / 'bench', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'refused.json',
         codes=(3,))
     reports = {name: [name]

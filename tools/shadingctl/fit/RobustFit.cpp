@@ -9,6 +9,8 @@ namespace {
 
 constexpr double kLeastScale = 0.001;  // of the motion: a target is hardly seen better, nor a lens between its samples
 constexpr int kMostSteps = 80;         // it takes about 15
+constexpr int kStartSteps = 8;         // of least absolute deviations, which no frame escapes as an outlier
+constexpr double kSmallError = 0.05;   // scales; smaller ones weigh no more there
 constexpr int kMarkingSteps = 25;      // then the outliers stay, so that the rest settles
 constexpr double kSettledUs = 0.02;
 constexpr double kMostCorrelation = 0.995;
@@ -115,14 +117,20 @@ std::optional<RobustFit> FitRobustly(ImageAxis const& axis, Parameters const& at
   RobustFit fit;
   fit.at = at;
   for (int step = 0; step < kMostSteps; ++step) {
+    bool const isStart = step < kStartSteps;
     Evaluate(axis, fit, step < kMarkingSteps);
+    if (isStart) fit.isOutlier.assign(fit.isOutlier.size(), false);
+    if (isStart) fit.correlation = 0;
     Whitened const whitened = Whiten(fit);
     Moments moments{axis.windows.parameters};
-    for (Equation const& equation : whitened.equations)
-      moments.Add(equation.change, equation.error, std::pow(NearnessOf(equation, whitened.scale), 2));
+    for (Equation const& equation : whitened.equations) {
+      double const deviation = std::max(std::abs(equation.error) / whitened.scale, kSmallError);
+      moments.Add(equation.change, equation.error,
+                  isStart ? 1 / deviation : std::pow(NearnessOf(equation, whitened.scale), 2));
+    }
     auto const change = moments.Solve();
     if (!change) return std::nullopt;
-    if (std::abs((*change)[kLag]) < kSettledUs)
+    if (!isStart && std::abs((*change)[kLag]) < kSettledUs)
       return FillInfluences(fit, whitened, moments.count) ? std::optional(std::move(fit)) : std::nullopt;
     for (std::size_t i = 0; i < kParameters; ++i) fit.at[i] += (*change)[i];
   }

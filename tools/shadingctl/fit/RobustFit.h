@@ -30,8 +30,9 @@ using BothAxes = std::array<RobustFit, 2>;
 // Fills all but the influences for the parameters `fit.at`; which frames are outliers only with `marksOutliers`.
 void Evaluate(ImageAxis const& axis, RobustFit& fit, bool marksOutliers = true);
 
-// Tukey's biweight, of errors that are freed of their first autocorrelation. Begins near `at`, whose slope stays where
-// the windows have none. nullopt when the parameters cannot be told apart or do not settle.
+// Least absolute deviations, then Tukey's biweight of errors that are freed of their first autocorrelation. Begins near
+// `at`, whose slope stays where the windows have none. nullopt when the parameters cannot be told apart or do not
+// settle.
 std::optional<RobustFit> FitRobustly(ImageAxis const& axis, Parameters const& at);
 
 // Standard error of a quantity of x plus one of y, each a gradient times the parameters.
