@@ -4,6 +4,8 @@
 #include <numeric>
 #include <utility>
 
+#include "hosting/LibraryNumbers.h"
+
 namespace shadingctl {
 namespace {
 
@@ -55,6 +57,13 @@ std::vector<double> FrameWindows::Positions(std::size_t axis) const {
   std::vector<double> positions;
   for (FrameWindow const& window : list) positions.push_back(window.position[axis]);
   return positions;
+}
+
+bool FrameWindows::IsSmooth(std::size_t axis) const {
+  std::vector<double> const at = Positions(axis);
+  std::vector<double> bends;
+  for (std::size_t i = 2; i < at.size(); ++i) bends.push_back(at[i] - 2 * at[i - 1] + at[i - 2]);
+  return RobustDeviation(std::move(bends)) / std::sqrt(6.0) < Motion(axis) / 2;
 }
 
 double FrameWindows::Motion(std::size_t axis) const {
@@ -114,5 +123,24 @@ std::optional<LagTrial> ImageAxis::TryLag(Parameters const& at, std::size_t fewe
   trial.share = TrimmedSize(residuals) / TrimmedSize(positions);
   return trial;
 }
+
+Difference ImageAxis::DifferenceOf(Parameters const& at) const {
+  auto const driving = IsDrivenByY(at) ? &HallPoint::y : &HallPoint::x;
+  Difference difference;
+  difference.lagUs = at[kLag] - LibraryLagUs(windows.shorterUs);
+  std::vector<double> positions;
+  for (FrameWindow const& window : windows.list) {
+    double const libraryUs = LibraryLagUs(window.ShorterUs());
+    double const withoutDriftUs = at[kLag] + at[kSlope] * window.slopeByUs;
+    difference.farthestUs = std::max(difference.farthestUs, std::abs(withoutDriftUs - libraryUs));
+    auto const lensAt = [&](double lagUs) { return hall.Mean(window.startUs - lagUs, window.endUs - lagUs); };
+    positions.push_back(lensAt(libraryUs).*driving - lensAt(window.LagUs(at)).*driving);
+  }
+  if (windows.slope != SlopeState::kFitted) difference.farthestUs = std::abs(difference.lagUs);
+  difference.position = std::sqrt(MeanSquare(positions));
+  return difference;
+}
+
+double LibraryLagUs(double shorterUs) { return hosting::kOffsetFactor * shorterUs + hosting::kOffsetConstantUs; }
 
 }  // namespace shadingctl

@@ -51,6 +51,7 @@ struct FrameWindows {
   explicit FrameWindows(std::vector<FrameWindow> frames = {}, bool byExposure = false);
 
   std::vector<double> Positions(std::size_t axis) const;
+  bool IsSmooth(std::size_t axis) const;  // goes on from frame to frame, as an image does that moves and is seen well
   double Motion(std::size_t axis) const;  // of the image: its standard deviation, whatever the outliers
 };
 
@@ -66,6 +67,13 @@ struct LagTrial {
   double share = 0;  // of the image's motion that is left over, both of the best three quarters of the frames
 };
 
+// The library's window of an axis against the fitted one.
+struct Difference {
+  double lagUs = 0;       // mean of all frames
+  double farthestUs = 0;  // at any exposure, as far as there is a slope
+  double position = 0;    // of the lens, on the axis that drives the image's: RMS
+};
+
 struct ImageAxis {
   HallSignal const& hall;
   FrameWindows const& windows;
@@ -77,6 +85,10 @@ struct ImageAxis {
   // its slope as in `at`; the curvature too, if `at` has gains. Takes the frames with samples around them. nullopt
   // where these are fewer than `fewest`, or the gains cannot be told apart.
   std::optional<LagTrial> TryLag(Parameters const& at, std::size_t fewest) const;
+
+  Difference DifferenceOf(Parameters const& at) const;
 };
+
+double LibraryLagUs(double shorterUs);
 
 }  // namespace shadingctl

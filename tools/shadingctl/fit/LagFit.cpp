@@ -19,18 +19,9 @@ constexpr double kGridUs = 2000;              // of the search: the hand's faste
 constexpr double kMarginUs = 10000;           // by which frames' lags may differ from the best one of the search
 constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0, 0.5};  // of the search: the first, near the best lag the others
 
-double MeanSquare(std::vector<double> const& values) {
-  return std::inner_product(values.begin(), values.end(), values.begin(), 0.0) / static_cast<double>(values.size());
-}
-
-std::vector<FrameWindow> WindowsOf(std::vector<ReferenceFrame> const& frames, std::int64_t firstNs) {
-  std::vector<FrameWindow> windows;
-  for (ReferenceFrame const& frame : frames) {
-    double const startUs = static_cast<double>(frame.readoutStartNs - firstNs) / 1e3;
-    if (frame.readoutUs > 0)
-      windows.push_back({frame.frame, startUs, startUs + frame.readoutUs, frame.exposureUs, frame.position, 0, 0});
-  }
-  return windows;
+template <class... Values>
+[[noreturn]] void Refuse(char const* code, char const* text, Values const&... values) {
+  throw Refusal{code, fmt::format(fmt::runtime(text), values...)};
 }
 
 // A step throws Refusal where it cannot go on.
@@ -38,16 +29,20 @@ class Fitting {
  public:
   Fitting(HallSignal const& hall, std::vector<ReferenceFrame> const& frames, FitOptions const& options) : mHall(hall) {
     mFit.leftOut = frames.size();
-    mFit.windows = FrameWindows(WindowsOf(frames, hall.firstNs()));
-    std::vector<FrameWindow> const& list = mFit.windows.list;
+    std::vector<FrameWindow> list;
     std::vector<double> intervalsUs;
     std::vector<double> readoutsUs;
-    for (std::size_t i = 0; i < list.size(); ++i) {
-      readoutsUs.push_back(list[i].endUs - list[i].startUs);
-      if (i == 0) continue;
-      double const passedUs = list[i].startUs + list[i].exposureUs - list[i - 1].startUs - list[i - 1].exposureUs;
-      intervalsUs.push_back(passedUs / static_cast<double>(list[i].frame - list[i - 1].frame));
+    for (ReferenceFrame const& frame : frames) {
+      if (!(frame.readoutUs > 0)) continue;
+      double const startUs = static_cast<double>(frame.readoutStartNs - hall.firstNs()) / 1e3;
+      readoutsUs.push_back(frame.readoutUs);
+      if (!list.empty()) {
+        double const passedUs = startUs + frame.exposureUs - list.back().startUs - list.back().exposureUs;
+        intervalsUs.push_back(passedUs / static_cast<double>(frame.frame - list.back().frame));
+      }
+      list.push_back({frame.frame, startUs, startUs + frame.readoutUs, frame.exposureUs, frame.position, 0, 0});
     }
+    mFit.windows = FrameWindows(std::move(list));
     mFit.readoutUs = Median(std::move(readoutsUs));
     mFit.frameIntervalUs = Median(std::move(intervalsUs));
     double const searchUs = options.searchUs + 2 * std::clamp(mFit.frameIntervalUs, 0.0, kLongestFrameUs);
@@ -72,7 +67,7 @@ class Fitting {
 
   LagTrial Search(std::size_t axis) const {
     bool const isStill = mFit.windows.list.size() >= kFewestFrames && !(mFit.windows.Motion(axis) > 0);
-    if (isStill) throw Refusal{"too_little_motion", fmt::format("reference {} stands still", "xy"[axis])};
+    if (isStill) Refuse("too_little_motion", "reference {} stands still", "xy"[axis]);
     bool const hasSlope = mFit.windows.slope == SlopeState::kFitted;
     std::optional<LagTrial> best;
     auto const tryLag = [&](double lagUs, double slope) {
@@ -96,11 +91,11 @@ class Fitting {
       ++counts[static_cast<std::size_t>(mHall.CoverageOf(window.startUs, window.endUs))];
     auto const [whole, partial, clipped] = counts;
     if (whole >= kFewestFrames && mFit.clipped == 0)
-      throw Refusal{"too_little_motion", "hall_x or hall_y stands still, or both move as one"};
-    std::string const found =
-        fmt::format("expected {} frames of the reference with samples all around them, found {}", kFewestFrames, whole);
-    if (whole + clipped < kFewestFrames) throw Refusal{"too_few_frames", found};
-    throw Refusal{"clipped", fmt::format("{}; in {} the samples touch an end of their range", found, clipped)};
+      Refuse("too_little_motion", "hall_x or hall_y stands still, or both move as one");
+    Refuse(whole + clipped < kFewestFrames ? "too_few_frames" : "clipped",
+           "expected {} frames of the reference with samples all around them, found {}, and {} whose samples touch an "
+           "end of their range",
+           kFewestFrames, whole, clipped);
   }
 
   // The frames that the rest is about.
@@ -128,36 +123,24 @@ class Fitting {
     for (std::size_t axis = 0; axis < 2; ++axis) {
       if (found[axis].share > kMostResidualShare) {
         CheckOutliers();
-        throw Refusal{IsSmooth(axis) ? "not_this_recording" : "too_little_motion",
-                      fmt::format("reference {}: too little motion, not of this recording, or a lag beyond the search: "
-                                  "expected at most {:.0f} % of the motion unexplained, found {:.0f} % at the best lag",
-                                  "xy"[axis], 100 * kMostResidualShare, 100 * found[axis].share)};
+        Refuse(mFit.windows.IsSmooth(axis) ? "not_this_recording" : "too_little_motion",
+               "reference {}: too little motion, not of this recording, or a lag beyond the search: expected at most "
+               "{:.0f} % of the motion unexplained, found {:.0f} % at the best lag",
+               "xy"[axis], 100 * kMostResidualShare, 100 * found[axis].share);
       }
-      if (std::abs(found[axis].at[kLag]) > edgeUs) {
-        throw Refusal{"search_edge", fmt::format("reference {}: expected a lag within {:.0f} us, found it at the end "
-                                                 "of the search",
-                                                 "xy"[axis], edgeUs)};
-      }
+      if (std::abs(found[axis].at[kLag]) > edgeUs)
+        Refuse("search_edge", "reference {}: expected a lag within {:.0f} us, found it at the end of the search",
+               "xy"[axis], edgeUs);
     }
-  }
-
-  // Whether the image goes on from frame to frame as something that moves does; what is seen badly jumps about.
-  bool IsSmooth(std::size_t axis) const {
-    std::vector<double> const at = mFit.windows.Positions(axis);
-    std::vector<double> bends;
-    for (std::size_t i = 2; i < at.size(); ++i) bends.push_back(at[i] - 2 * at[i - 1] + at[i - 2]);
-    return RobustDeviation(std::move(bends)) / std::sqrt(6.0) < mFit.windows.Motion(axis) / 2;
   }
 
   void CheckOutliers() const {
     for (RobustFit const& fit : mFit.axes) {
       auto const count = static_cast<double>(std::count(fit.isOutlier.begin(), fit.isOutlier.end(), true));
       double const share = count / static_cast<double>(fit.isOutlier.size());
-      if (share > kMostOutliers) {
-        throw Refusal{"outliers", fmt::format("expected at most {:.0f} % of the frames off by more than {} scales, "
-                                              "found {:.0f} %",
-                                              100 * kMostOutliers, kOutlierScales, 100 * share)};
-      }
+      if (share > kMostOutliers)
+        Refuse("outliers", "expected at most {:.0f} % of the frames off by more than {} scales, found {:.0f} %",
+               100 * kMostOutliers, kOutlierScales, 100 * share);
     }
   }
 
@@ -176,7 +159,7 @@ class Fitting {
     auto shorter = FitBoth(mFit.windows);
     if (!shorter) {
       CheckOutliers();
-      throw Refusal{"too_little_motion", "no lag fits better than its neighbours"};
+      Refuse("too_little_motion", "no lag fits better than its neighbours");
     }
     mFit.axes = std::move(*shorter);
     CheckOutliers();
@@ -216,7 +199,7 @@ class Fitting {
   void Compare() {
     for (std::size_t axis = 0; axis < 2; ++axis) {
       mLagsUs.push_back(mFit.axes[axis].at[kLag]);
-      if (!mFit.refused) mFit.differences[axis] = DifferenceOf(axis);
+      if (!mFit.refused) mFit.differences[axis] = Axis(axis).DifferenceOf(mFit.axes[axis].at);
     }
     std::sort(mLagsUs.begin(), mLagsUs.end());
     for (double const lagUs : mLagsUs) {
@@ -227,24 +210,6 @@ class Fitting {
       auto const ofY = Axis(1).TryLag(y, kFewestFrames / 2);
       if (ofX && ofY) mFit.search.push_back({lagUs, {ofX->share, ofY->share}});
     }
-  }
-
-  Difference DifferenceOf(std::size_t axis) const {
-    Parameters const& at = mFit.axes[axis].at;
-    auto const driving = IsDrivenByY(at) ? &HallPoint::y : &HallPoint::x;
-    Difference difference;
-    difference.lagUs = at[kLag] - LibraryLagUs(mFit.windows.shorterUs);
-    std::vector<double> positions;
-    for (FrameWindow const& window : mFit.windows.list) {
-      double const libraryUs = LibraryLagUs(window.ShorterUs());
-      double const withoutDriftUs = at[kLag] + at[kSlope] * window.slopeByUs;
-      difference.farthestUs = std::max(difference.farthestUs, std::abs(withoutDriftUs - libraryUs));
-      auto const lensAt = [&](double lagUs) { return mHall.Mean(window.startUs - lagUs, window.endUs - lagUs); };
-      positions.push_back(lensAt(libraryUs).*driving - lensAt(window.LagUs(at)).*driving);
-    }
-    if (mFit.windows.slope != SlopeState::kFitted) difference.farthestUs = std::abs(difference.lagUs);
-    difference.position = std::sqrt(MeanSquare(positions));
-    return difference;
   }
 
   HallSignal const& mHall;

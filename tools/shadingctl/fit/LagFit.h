@@ -38,13 +38,6 @@ struct SearchedLag {
   std::array<double, 2> share{};
 };
 
-// The library's window of an axis against the fitted one.
-struct Difference {
-  double lagUs = 0;       // mean of all frames
-  double farthestUs = 0;  // at any exposure, as far as there is a slope
-  double position = 0;    // of the lens, on the axis that drives the image's: RMS
-};
-
 struct ReferenceFit {
   FrameWindows windows;     // the frames that were used
   std::size_t leftOut = 0;  // there are no samples around their readout, or not without a gap

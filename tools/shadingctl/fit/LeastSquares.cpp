@@ -50,6 +50,10 @@ std::optional<Parameters> Moments::Solve() const {
   return solution;
 }
 
+double MeanSquare(std::vector<double> const& values) {
+  return std::inner_product(values.begin(), values.end(), values.begin(), 0.0) / static_cast<double>(values.size());
+}
+
 double Median(std::vector<double> values) {
   if (values.empty()) return 0;
   auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);

@@ -38,6 +38,8 @@ struct Moments {
   std::optional<Parameters> Solve() const;
 };
 
+double MeanSquare(std::vector<double> const& values);
+
 // 0 of none.
 double Median(std::vector<double> values);
 

@@ -30,8 +30,7 @@ double CorrelationOf(RobustFit const& fit) {
     products += fit.residuals[i] * fit.residuals[i - 1];
     ++pairs;
   }
-  if (!(squares > 0) || !(pairs > 0)) return 0;
-  double const found = products / pairs / (squares / frames);
+  double const found = squares > 0 && pairs > 0 ? products / pairs / (squares / frames) : 0;
   return std::clamp(found + (2 + 4 * found) / frames, -kMostCorrelation, kMostCorrelation);
 }
 
@@ -119,8 +118,10 @@ std::optional<RobustFit> FitRobustly(ImageAxis const& axis, Parameters const& at
   for (int step = 0; step < kMostSteps; ++step) {
     bool const isStart = step < kStartSteps;
     Evaluate(axis, fit, step < kMarkingSteps);
-    if (isStart) fit.isOutlier.assign(fit.isOutlier.size(), false);
-    if (isStart) fit.correlation = 0;
+    if (isStart) {
+      fit.isOutlier.assign(fit.isOutlier.size(), false);
+      fit.correlation = 0;
+    }
     Whitened const whitened = Whiten(fit);
     Moments moments{axis.windows.parameters};
     for (Equation const& equation : whitened.equations) {
@@ -167,7 +168,5 @@ double ProbabilityOfLibrary(BothAxes const& fits, FrameWindows const& windows) {
   double const share = freedom / (freedom + Dot(covariance.right, *solution));
   return std::pow(share, freedom / 2) * (hasSlope ? 1 + freedom / 2 * (1 - share) : 1);
 }
-
-double LibraryLagUs(double shorterUs) { return hosting::kOffsetFactor * shorterUs + hosting::kOffsetConstantUs; }
 
 }  // namespace shadingctl

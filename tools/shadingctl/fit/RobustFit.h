@@ -45,6 +45,4 @@ double HalfWidth(double standardError, FrameWindows const& windows);
 // test of lag and slope of both axes, or of both lags where there is no slope.
 double ProbabilityOfLibrary(BothAxes const& fits, FrameWindows const& windows);
 
-double LibraryLagUs(double shorterUs);
-
 }  // namespace shadingctl

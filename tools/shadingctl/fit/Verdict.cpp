@@ -20,13 +20,9 @@ double MotionOf(RobustFit const& fit) {
 
 double ResidualOf(RobustFit const& fit) {
   double squares = 0;
-  double frames = 0;
-  for (std::size_t i = 0; i < fit.residuals.size(); ++i) {
-    if (fit.isOutlier[i]) continue;
-    squares += fit.residuals[i] * fit.residuals[i];
-    ++frames;
-  }
-  return std::sqrt(squares / frames);
+  for (std::size_t i = 0; i < fit.residuals.size(); ++i)
+    squares += fit.isOutlier[i] ? 0 : fit.residuals[i] * fit.residuals[i];
+  return std::sqrt(squares / static_cast<double>(std::count(fit.isOutlier.begin(), fit.isOutlier.end(), false)));
 }
 
 double CrossTalkOf(Parameters const& at) { return IsDrivenByY(at) ? at[kGainX] / at[kGainY] : at[kGainY] / at[kGainX]; }
@@ -134,9 +130,9 @@ void AddConstant(ReferenceFit const& fit, std::optional<Stamp> const& stamp, std
   bool const isFrames = (std::abs(frames) == 1 || std::abs(frames) == 2) &&
                         !IsClear(offUs - frames * fit.frameIntervalUs, lag.error, kNearUs);
   if (isFrames) {
-    causes.push_back({"frame_numbers", fmt::format("the reference's picture of a number is that of the recording's "
-                                                   "number {:+.0f}: correct the numbers of the reference",
-                                                   -frames)});
+    causes.push_back(
+        {"frame_numbers",
+         fmt::format("the reference's picture N is the recording's frame N{:+.0f}: correct its numbers", -frames)});
   }
   if (isFrames || (isLibrarys && stamp && IsClear(offUs, lag.error, std::max(kLeastUs, std::abs(AxesApartUs(fit)))))) {
     causes.push_back({"clock_constant", fmt::format("the samples' times are {:.0f} us {} for the frames': correct "
@@ -179,10 +175,9 @@ std::string ReasonOf(ReferenceFit const& fit) {
   if (fit.refused) return fit.refused->text;
   double const halfUs = std::max(*EstimateOf(fit, 0, kLagUs)->half, *EstimateOf(fit, 1, kLagUs)->half);
   double const farthestUs = std::max(fit.differences[0].farthestUs, fit.differences[1].farthestUs);
-  std::string reason = fmt::format(
-      "the pictures show samples up to {:.0f} us from those that the library takes; the "
-      "session tells the lag to {:.0f} us",
-      farthestUs, halfUs);
+  std::string reason =
+      fmt::format("the pictures show samples up to {:.0f} us from those that the library takes", farthestUs);
+  reason += fmt::format("; the session tells the lag to {:.0f} us", halfUs);
   if (fit.windows.slope == SlopeState::kOneExposure) reason += "; exposures vary too little to tell a slope";
   if (fit.windows.slope == SlopeState::kFollowsTime)
     reason += "; slope and drift look alike, as the exposure rises or falls with time: sweep it up and down twice";
