@@ -53,11 +53,18 @@ def make_results(tool, place):
     replay('long', place / 'long')
     run('replay', '--quiet', '--format', 'json', '--log-level', 0, '-o', place / 'sparse.json')
     run('calibration', '--all', '--format', 'json', '-o', place / 'calibration.json', codes=(1,))
-    run('generate', place / 'bench', '--force', '--clock-offset-us', 12000, '--reference', place / 'target.csv')
+    run('generate', place / 'bench', '--force', '--frames', 900, '--clock-offset-us', 12000, '--reference', place / 'target.csv')
+    rows = (place / 'target.csv').read_text().splitlines()
+    rows[9::90] = [f'{row.split(",")[0]},0,400' for row in rows[9::90]]  # lost targets
+    (place / 'target.csv').write_text('\n'.join(rows) + '\n')
     run('fit', place / 'bench', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'fit.json')
     run('generate', place / 'still', '--force', '--exposure-us', 8000, '--reference', place / 'target.csv')
     run('fit', place / 'still', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'line.json')
-    reports = {name: [name] for name in ('builtin', 'sick', 'pair', 'long', 'sparse', 'calibration', 'fit', 'line')}
+    (place / 'target.csv').write_text('frame,x,y\n' + ''.join(f'{n},{n * 7919 % 101},{n * 4127 % 97}\n' for n in range(1, 300)))
+    run('fit', place / 'bench', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'refused.json',
+        codes=(3,))
+    reports = {name: [name]
+               for name in ('builtin', 'sick', 'pair', 'long', 'sparse', 'calibration', 'fit', 'line', 'refused')}
     reports['both'] = ['sick', 'reset']
     reports['fewer'] = ['sick', 'part']
     reports['more'] = ['part', 'sick']
@@ -389,7 +396,7 @@ class Reports(unittest.TestCase):
             self.open(name)
             shown = self.browser.run('return [...document.querySelectorAll("[data-key]")]'
                                      '.map((e) => [e.dataset.key, e.textContent]).filter(([key]) => key.includes("."))')
-            self.assertEqual(len(shown), 14)
+            self.assertEqual(len(shown), 24)
             for key, text in shown:
                 axis, quantity = key.split('.')
                 value = result['axes'][axis][quantity]['value']
@@ -400,10 +407,22 @@ class Reports(unittest.TestCase):
                 digits = len(number.split('.')[1]) if '.' in number else 0
                 self.assertAlmostEqual(float(number), value, delta=0.5001 * 10 ** -digits, msg=key)
             self.assertEqual(self.browser.run('return document.querySelectorAll("#lags circle").length'),
-                             2 * len(result['groups']))
+                             20 if name == 'fit' else 0)
+            self.assertIn(result['reason'], self.browser.run('return document.querySelector("#verdict").textContent'))
+            self.assertEqual(self.browser.run('return document.querySelectorAll("#residuals .outlier").length'),
+                             4 * len(result['outliers']))
         self.assertIn('vary too little', self.browser.run('return document.querySelector("#lags").textContent'))
         self.open('fit')
-        self.assertEqual(self.browser.run('return document.querySelectorAll("td.outside").length'), 4)
+        # The library's lag is far off, and yet every bar shows its interval.
+        widths = self.browser.run('return [...document.querySelectorAll(".interval .range")].map((e) => e.getBBox().width)')
+        self.assertEqual(len(widths), 6)
+        self.assertGreater(min(widths), 50)
+
+    def test_a_refused_fit_says_why_and_shows_what_was_found(self):
+        result = self.result('refused')
+        self.open('refused')
+        self.assertIn(result['refused']['text'], self.browser.run('return document.querySelector("#verdict").textContent'))
+        self.assertEqual(self.browser.run('return document.querySelectorAll("#residuals svg").length'), 4)
 
     def test_100000_samples_stay_fluid_and_small(self):
         batches = self.result('long')['batches']

@@ -23,24 +23,26 @@ TEST(FitCommand, SaysTheSameInEveryFormat) {
   ASSERT_EQ(json.exitCode, 0) << json.err;
   auto const fit = nlohmann::json::parse(json.out);
   EXPECT_EQ(fit["schema"], "shadingctl-fit");
-  EXPECT_EQ(fit["version"], 1);
+  EXPECT_EQ(fit["version"], 2);
   EXPECT_EQ(fit["axes"]["y"]["hall"], "hall_y");
   EXPECT_NEAR(fit["axes"]["x"]["gain"]["value"].get<double>(), 0.5, 0.01);
   EXPECT_NEAR(fit["axes"]["y"]["gain"]["value"].get<double>(), -0.5, 0.01);
   EXPECT_EQ(fit["axes"]["x"]["lag_slope"]["library"], 0.5432);
   EXPECT_EQ(fit["images"].size(), fit["frames"]);
-  EXPECT_EQ(fit["search"].size(), 41U) << "from -40 ms to 40 ms in steps of 2 ms";
-  ASSERT_EQ(fit["groups"].size(), 10U);
-  for (auto const& group : fit["groups"]) {
-    double const line = fit["axes"]["y"]["lag_slope"]["value"].get<double>() * group[0].get<double>() +
-                        fit["axes"]["y"]["lag_intercept_us"]["value"].get<double>();
-    EXPECT_NEAR(group[2][0].get<double>(), line, 200) << group;
-  }
+  EXPECT_GE(fit["search"].size(), 74U) << "from -73.3 ms to 73.3 ms in steps of 2 ms, and the best lags";
+  EXPECT_EQ(fit["refused"], nullptr);
+  EXPECT_EQ(fit["diagnosis"].size(), fit["advice"].size());
+  double const off =
+      fit["axes"]["y"]["lag_us"]["value"].get<double>() - fit["axes"]["y"]["lag_us"]["library"].get<double>();
+  EXPECT_NEAR(fit["difference"]["y"]["lag_us"].get<double>(), off, 1e-6);
+  EXPECT_NE(RunScript(in + "shadingctl fit session --reference target.csv")
+                .out.find("Verdict: " + fit["verdict"].get<std::string>() + ": " + fit["reason"].get<std::string>()),
+            std::string::npos);
 
   auto const lines = Lines(RunScript(in + "shadingctl fit session --reference target.csv --format csv").out);
-  ASSERT_EQ(lines.size(), 15U);
+  ASSERT_EQ(lines.size(), 25U) << "twelve quantities of either axis";
   EXPECT_EQ(lines[0], "image,hall,quantity,value,low,high,library");
-  EXPECT_EQ(lines[11].substr(0, 15), "y,hall_y,gain,-");
+  EXPECT_EQ(lines[16].substr(0, 15), "y,hall_y,gain,-");
 }
 
 // What pictures would show of a synthetic session depends on its lens alone.
@@ -59,7 +61,7 @@ TEST(FitCommand, FindsByHowMuchTheClockOfTheSamplesIsOff) {
   for (Row const& row : table) {
     TemporaryDirectory const place;
     Outcome const outcome =
-        RunScript("cd " + place.Path() + " && shadingctl generate session --frames 400 --reference target.csv " +
+        RunScript("cd " + place.Path() + " && shadingctl generate session --frames 900 --reference target.csv " +
                   row.session + " >/dev/null && shadingctl fit session --reference target.csv --format json");
     ASSERT_EQ(outcome.exitCode, 0) << row.session << outcome.err;
     auto const fit = nlohmann::json::parse(outcome.out);
@@ -67,7 +69,46 @@ TEST(FitCommand, FindsByHowMuchTheClockOfTheSamplesIsOff) {
       auto const& lag = fit["axes"][axis]["lag_us"];
       EXPECT_NEAR(lag["library"].get<double>() - lag["value"].get<double>(), row.laterUs, 10) << row.session;
     }
-    EXPECT_GT(fit["frames"].get<int>(), 370) << row.session;
+    EXPECT_GT(fit["frames"].get<int>(), 850) << row.session;
+    EXPECT_EQ(fit["verdict"], row.laterUs == 0 ? "agrees" : "differs") << row.session;
+    EXPECT_EQ(fit["diagnosis"], row.laterUs == 0 ? nlohmann::json::array() : nlohmann::json::array({"clock_constant"}));
+  }
+}
+
+// A verdict ends with 0, with --check that of another one than agrees with 1, a refusal with 3 and a result.
+TEST(FitCommand, AlwaysAnswers) {
+  TemporaryDirectory const place;
+  std::string const in = "cd " + place.Path() + " && ";
+  ASSERT_EQ(
+      RunScript(in + "shadingctl generate session --frames 300 --reference target.csv && shadingctl generate late "
+                     "--frames 300 --clock-offset-us 12000 --reference late.csv && head -50 target.csv >few.csv && "
+                     "sed -E '1s/.*/image,u,v/; 20s/,[^,]*/,lost/; 21s/,[^,]*$/,nan/; 23s/^[0-9]*/18/' target.csv "
+                     ">bad.csv && printf 'frame,x,y\n70001,2,3\n' >other.csv")
+          .exitCode,
+      0);
+  struct Row {
+    char const* arguments;
+    int exitCode;
+    char const* verdict;
+    char const* code;
+    int skipped;
+  };
+  Row const table[] = {
+      {"session --reference target.csv --check", 0, "agrees", "", 0},
+      {"late --reference late.csv", 0, "differs", "", 0},
+      {"late --reference late.csv --check", 1, "differs", "", 0},
+      {"session --reference few.csv --check", 3, "cannot_tell", "too_few_frames", 0},
+      {"session --reference other.csv", 3, "cannot_tell", "not_this_recording", 0},
+      {"session --reference bad.csv --skip-bad --map frame=image --map x=u --map y=v", 0, "agrees", "", 3},
+  };
+  for (Row const& row : table) {
+    Outcome const outcome = RunScript(in + "shadingctl fit --format json -o fit.json " + row.arguments);
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.arguments << outcome.err;
+    auto const fit = nlohmann::json::parse(ReadFile(place.Path() + "/fit.json"));
+    EXPECT_EQ(fit["verdict"], row.verdict) << row.arguments;
+    EXPECT_EQ(fit["skipped"], row.skipped) << row.arguments;
+    EXPECT_EQ(fit["refused"].is_null() ? "" : fit["refused"]["code"], row.code) << row.arguments;
+    EXPECT_EQ(RunScript(in + "shadingctl report fit.json -o fit.html").exitCode, 0) << row.arguments;
   }
 }
 
@@ -78,7 +119,6 @@ TEST(FitCommand, RefusesWhatItCannotUse) {
             0);
   place.Write("twice.csv", "frame,x,y\n1,2,3\n2,2,3\n1,4,4\n");
   place.Write("word.csv", "frame,x,y\n1,2,far\n");
-  place.Write("other.csv", "frame,x,y\n70001,2,3\n");
   place.Write("few.csv", "frame,x,y\n5,2,3\n6,3,3\n");
   struct Row {
     char const* arguments;
@@ -88,8 +128,9 @@ TEST(FitCommand, RefusesWhatItCannotUse) {
   Row const table[] = {
       {"session --reference twice.csv", 3, "twice.csv:4: frame: expected each frame once, found '1'"},
       {"session --reference word.csv", 3, "word.csv:2: y: expected a decimal number, found 'far'"},
-      {"session --reference other.csv", 3, "other.csv: expected frames of session, found none of them among 1"},
-      {"session --reference few.csv", 3, "too short: expected 100 frames of the reference"},
+      {"session --reference twice.csv --map x=u", 3, "twice.csv:1: u: expected this column"},
+      {"session --reference twice.csv --map z=u", 2, "--map: expected FIELD=COLUMN, where FIELD is frame, x or y"},
+      {"session --reference twice.csv --map x=u --map x=v", 2, "each once, found 'x=v'"},
       {"session --reference missing.csv", 3, "missing.csv: cannot be read"},
       {"pair --reference few.csv", 3, "expected --camera, found 2 cameras: "},
       {"pair --reference few.csv --camera 77", 3, "expected camera 77, found "},

@@ -113,9 +113,10 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
        "batches[0].samples[1][1]: expected a number or null, found \"2\""},
       {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": 1}]})",
        "cameras[0].table: expected an object, found 1"},
-      {R"({"schema": "shadingctl-fit", "version": 1, "frames": 1, "left_out": 0, "shorter_us": null})",
+      {R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": null})",
        "shorter_us: expected a number, found null"},
-      {R"({"schema": "shadingctl-fit", "version": 1, "frames": 1, "left_out": 0, "shorter_us": 1, "axes": {"x": 1}})",
+      {R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": 1,
+          "readout_us": 1, "diagnosis": [], "advice": [], "axes": {"x": 1}})",
        "axes.x: expected an object, found 1"},
   };
   for (auto const& [text, complaint] : rows) {

@@ -2,9 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "recording/Recording.h"
@@ -12,6 +12,7 @@
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/fit/BenchSession.h"
 #include "tools/shadingctl/fit/FitFormats.h"
+#include "tools/shadingctl/fit/Verdict.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
@@ -21,40 +22,59 @@ namespace {
 
 struct FitArguments {
   std::string recording;
-  std::string reference;
+  Reference reference;
   std::optional<std::int32_t> camera;
   FitOptions fit;
+  bool check = false;
   Format format = Format::kTable;
   std::string output;
 };
 
 int Fit(FitArguments const& arguments) {
-  std::vector<std::string> inputs = {arguments.reference};
+  std::string const& reference = arguments.reference.path;
+  std::vector<std::string> inputs = {reference};
   AddRecordingFiles(recording::RecordingDirectory(arguments.recording), inputs);
   RefuseOverwriting(inputs, {arguments.output});
   OutputFile output(arguments.output);
-  BenchSession session =
+  BenchSession const session =
       ReadBenchSession(recording::RecordingDirectory(arguments.recording), arguments.reference, arguments.camera);
+  if (session.skipped > 0) Tell(fmt::format("{}: {} rows could not be read; left out", reference, session.skipped));
   if (session.unknown > 0) {
-    Tell(fmt::format("{}: {} frames are not in the recording, or before its first readout time; left out",
-                     arguments.reference, session.unknown));
+    Tell(fmt::format("{}: {} frames are not in the recording, or before its first readout time; left out", reference,
+                     session.unknown));
   }
-  ReferenceFit const fit = FitReference(HallSignal(std::move(session.samples)), session.frames, arguments.fit);
-  output.Write(arguments.format == Format::kCsv    ? FitCsv(fit)
-               : arguments.format == Format::kJson ? FitJson(fit, arguments.recording, arguments.reference)
-                                                   : FitText(fit));
+  ReferenceFit const fit = FitReference(session.samples, session.frames, arguments.fit);
+  auto const document = FitDocument(fit, {arguments.recording, reference, session.unknown, session.skipped});
+  output.Write(arguments.format == Format::kCsv    ? FitCsv(document)
+               : arguments.format == Format::kJson ? FitJson(document)
+                                                   : FitText(document));
   output.Finish();
-  return kExitDone;
+  if (fit.refused) Tell(fmt::format("{}: {}", reference, fit.refused->text));
+  if (fit.refused) return kExitUnusable;
+  return arguments.check && VerdictOf(fit) != "agrees" ? kExitDifference : kExitDone;
+}
+
+void AddMapping(std::vector<std::string> const& texts, ReferenceColumns& columns) {
+  for (std::string const& text : texts) {
+    std::string const field = text.substr(0, text.find('='));
+    bool const isMapping = (field == "frame" || field == "x" || field == "y") && text.size() > field.size() + 1;
+    if (!isMapping || !columns.emplace(field, text.substr(field.size() + 1)).second) {
+      throw CLI::ValidationError(
+          "--map", fmt::format("expected FIELD=COLUMN, where FIELD is frame, x or y, each once, found '{}'", text));
+    }
+  }
 }
 
 constexpr char const* kFitExamples = R"(The reference has the columns frame, x and y: where the image of a fixed target
 stood, in any unit. Frames may be missing. docs/bench.md goes from capture to fit.
 
-Exit code: 0 done, whatever the fit says of the library's numbers, 3 unusable input,
-or too little motion, too few frames, no variation.
+Exit code: 0 done, whatever the verdict, 1 with --check and a verdict other than
+agrees, 3 unusable input, or a fit that was refused: the result says why, and what
+was found.
 
 Examples:
   shadingctl fit RECORDING --reference target.csv
+  shadingctl fit RECORDING --reference tracked.csv --map frame=image --map x=u --map y=v --skip-bad
   shadingctl fit RECORDING --reference target.csv --format json -o fit.json)";
 
 }  // namespace
@@ -67,15 +87,23 @@ void AddFitCommand(CLI::App& app, Command& chosen) {
   command->add_option("RECORDING", arguments->recording, "Recording (its directory or a file of it)")
       ->required()
       ->check(RefuseStandardStream);
-  command->add_option("--reference", arguments->reference, "File that says where the image stood in each frame")
+  command->add_option("--reference", arguments->reference.path, "File that says where the image stood in each frame")
       ->required()
       ->check(RefuseStandardStream);
+  command
+      ->add_option_function<std::vector<std::string>>(
+          "--map",
+          [arguments](std::vector<std::string> const& texts) { AddMapping(texts, arguments->reference.columns); },
+          "The reference's column for frame, x or y; once for each")
+      ->type_name("FIELD=COLUMN")
+      ->expected(1)
+      ->take_all();
+  command->add_flag("--skip-bad", arguments->reference.skipBad, "Leave out rows of the reference that cannot be read");
+  command->add_flag("--check", arguments->check, "End with 1 unless the verdict is agrees");
   AddNumber(*command, "--camera", arguments->camera, std::int32_t{0}, std::int32_t{2147483647},
             "Of a recording with several cameras, the one that the reference shows");
   AddNumber(*command, "--search-us", arguments->fit.searchUs, 5000.0, 200000.0,
-            "The lag is sought from minus to plus this");
-  AddNumber(*command, "--resamples", arguments->fit.resamples, std::uint32_t{200}, std::uint32_t{100000},
-            "How often the frames are drawn for the intervals");
+            "The lag is sought from minus to plus this, and two frame intervals further");
   AddResultOptions(*command, arguments->format, arguments->output);
   command->callback([arguments, &chosen] { chosen = [arguments] { return Fit(*arguments); }; });
 }

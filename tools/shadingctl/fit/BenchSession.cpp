@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <map>
 #include <set>
 #include <utility>
@@ -20,14 +19,23 @@ constexpr double kNsOfUs = 1e3;
 
 using Positions = std::map<std::uint32_t, std::array<double, 2>>;
 
-Positions ReadReference(std::string const& path) {
+Positions ReadReference(Reference const& reference, std::size_t& skipped) {
   enum Column : std::size_t { kFrame, kX, kY };
-  recording::CsvFile file(path, std::array<recording::CsvFile::Column, 3>{{{"frame"}, {"x"}, {"y"}}});
+  auto const column = [&](char const* field) {
+    auto const mapped = reference.columns.find(field);
+    return recording::CsvFile::Column{mapped == reference.columns.end() ? field : mapped->second.c_str()};
+  };
+  recording::CsvFile file(reference.path, std::array{column("frame"), column("x"), column("y")});
   Positions positions;
   while (file.Next()) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
-    std::array<double, 2> const position = {double{file.Finite(kX)}, double{file.Finite(kY)}};
-    if (!positions.emplace(file.Unsigned32(kFrame), position).second) file.Complain(kFrame, "each frame once");
+    try {
+      std::array<double, 2> const position = {double{file.Finite(kX)}, double{file.Finite(kY)}};
+      if (!positions.emplace(file.Unsigned32(kFrame), position).second) file.Complain(kFrame, "each frame once");
+    } catch (hosting::UnusableInput const&) {
+      if (!reference.skipBad) throw;
+      ++skipped;
+    }
   }
   return positions;
 }
@@ -61,10 +69,6 @@ class Collector {
       session.frames.push_back(found->second);
       session.frames.back().position = position;
     }
-    bool const hasTimes = std::any_of(mSamples.begin(), mSamples.end(), [this](HallSample const& sample) {
-      return sample.timeNs != mSamples.front().timeNs;
-    });
-    if (!hasTimes) throw hosting::UnusableInput(mRecording + ": expected samples at different times, found none");
     session.samples = mSamples;
     return session;
   }
@@ -101,17 +105,15 @@ class Collector {
 
 }  // namespace
 
-BenchSession ReadBenchSession(std::string const& recording, std::string const& reference,
+BenchSession ReadBenchSession(std::string const& recording, Reference const& reference,
                               std::optional<std::int32_t> camera) {
-  Positions const positions = ReadReference(reference);
+  std::size_t skipped = 0;
+  Positions const positions = ReadReference(reference, skipped);
   auto const session = recording::OpenRecording(recording);
   Collector collector(session->Name(), camera);
   for (recording::Call call; session->Next(call);) collector.Add(call);
   BenchSession joined = collector.Join(positions);
-  if (joined.frames.empty()) {
-    throw hosting::UnusableInput(
-        fmt::format("{}: expected frames of {}, found none of them among {}", reference, recording, positions.size()));
-  }
+  joined.skipped = skipped;
   return joined;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,16 +12,25 @@
 
 namespace shadingctl {
 
+// The names of the columns "frame", "x" and "y" of a reference, where they are not these.
+using ReferenceColumns = std::map<std::string, std::string>;
+
+struct Reference {
+  std::string path;
+  ReferenceColumns columns;
+  bool skipBad = false;  // passes over rows that cannot be read or that name a frame again
+};
+
 struct BenchSession {
   std::vector<HallSample> samples;
   std::vector<ReferenceFrame> frames;  // of the reference that the recording has
   std::size_t unknown = 0;             // of the reference that it does not have, or whose readout time it does not say
+  std::size_t skipped = 0;             // rows of the reference
 };
 
 // Reads both to their ends. `camera` may be missing where the recording has only one. A frame that is computed more
-// than once counts by its first computation. Throws UnusableInput when one of the files cannot be used, or when they do
-// not belong together.
-BenchSession ReadBenchSession(std::string const& recording, std::string const& reference,
+// than once counts by its first computation. Throws UnusableInput when one of the files cannot be used.
+BenchSession ReadBenchSession(std::string const& recording, Reference const& reference,
                               std::optional<std::int32_t> camera);
 
 }  // namespace shadingctl

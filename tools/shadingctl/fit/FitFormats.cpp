@@ -3,160 +3,186 @@
 #include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
-#include <utility>
+#include <optional>
 
 #include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/fit/Verdict.h"
 
 namespace shadingctl {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-// One line of a result. Without an interval it is a figure of the fit alone.
-struct Quantity {
-  char axis = 'x';
-  char const* name = "";
-  std::optional<double> value;
-  std::optional<Interval> interval;
-  std::optional<double> library;  // what the library takes it for
-  int digits = 4;                 // after the point, for people
-};
+constexpr char const* kAxes[] = {"x", "y"};
+constexpr char const* kLists[] = {"outliers", "search", "images"};
 
-void AddAxis(std::vector<Quantity>& list, char name, AxisFit const& axis, double libraryLagUs) {
-  auto const add = [&](char const* quantity, Estimate const& estimate, std::optional<double> library, int digits) {
-    list.push_back({name, quantity, estimate.value, estimate.interval, library, digits});
-  };
-  add("lag_us", axis.lagUs, libraryLagUs, 0);
-  if (axis.line) {
-    add("lag_slope", axis.line->slope, hosting::kOffsetFactor, 4);
-    add("lag_intercept_us", axis.line->interceptUs, hosting::kOffsetConstantUs, 0);
-  } else {
-    list.push_back({name, "lag_slope", std::nullopt, std::nullopt, hosting::kOffsetFactor, 4});
-    list.push_back({name, "lag_intercept_us", std::nullopt, std::nullopt, hosting::kOffsetConstantUs, 0});
-  }
-  add("gain", axis.gain, std::nullopt, 4);
-  add("cross_talk", axis.crossTalk, std::nullopt, 4);
-  list.push_back({name, "residual", axis.residual, std::nullopt, std::nullopt, 4});
-  list.push_back({name, "residual_share", axis.residualShare, std::nullopt, std::nullopt, 4});
-}
-
-double LibraryLagUs(ReferenceFit const& fit) {
-  return hosting::kOffsetFactor * fit.shorterUs + hosting::kOffsetConstantUs;
-}
-
-std::vector<Quantity> QuantitiesOf(ReferenceFit const& fit) {
-  std::vector<Quantity> list;
-  AddAxis(list, 'x', fit.axes[0], LibraryLagUs(fit));
-  AddAxis(list, 'y', fit.axes[1], LibraryLagUs(fit));
-  return list;
-}
-
-char const* HallAxis(AxisFit const& axis) { return axis.isDrivenByY ? "hall_y" : "hall_x"; }
-
-std::string Number(double value, int digits) {
-  std::string text = fmt::format("{:.{}f}", value, digits);
-  bool const isZero = text.find_first_of("123456789") == std::string::npos;
-  return isZero && text[0] == '-' ? text.substr(1) : text;
-}
-
-std::string Cell(std::optional<double> value, int digits) { return value ? Number(*value, digits) : std::string("-"); }
-
-std::string Cell(std::optional<double> value) { return value ? fmt::format("{}", *value) : std::string(); }
-
-std::string VerdictOf(Quantity const& quantity) {
-  if (!quantity.library || !quantity.interval) return "";
-  return quantity.interval->Holds(*quantity.library) ? "inside" : "outside";
-}
-
-Json OrNull(std::optional<double> value) {
-  if (value) return *value;
-  return nullptr;
-}
+// In the order of Quantity, with the digits after the point for people.
+constexpr struct {
+  char const* name;
+  int digits;
+} kColumns[kQuantities] = {{"lag_us", 0},   {"lag_slope", 4},      {"lag_intercept_us", 0},
+                           {"gain", 4},     {"cross_talk", 4},     {"curvature", 4},
+                           {"trend", 4},    {"trend_bend", 4},     {"drift_ppm", 1},
+                           {"residual", 4}, {"residual_share", 4}, {"correlation", 4}};
 
 // As many digits as a picture can show.
 double Short(double value) { return std::stod(fmt::format("{:.7g}", value)); }
 
-Json OrNull(std::optional<Estimate> const& estimate) {
-  if (!estimate) return nullptr;
-  return {Short(estimate->value), Short(estimate->interval.low), Short(estimate->interval.high)};
+Json AxisJson(ReferenceFit const& fit, std::size_t axis) {
+  double const library[] = {LibraryLagUs(fit.windows.shorterUs), hosting::kOffsetFactor, hosting::kOffsetConstantUs};
+  Json json = {{"hall", nullptr}};
+  if (fit.hasLag) json["hall"] = IsDrivenByY(fit.axes[axis].at) ? "hall_y" : "hall_x";
+  for (std::size_t i = 0; i < kQuantities; ++i) {
+    auto const estimate = EstimateOf(fit, axis, static_cast<Quantity>(i));
+    Json& entry = json[kColumns[i].name] = {{"value", nullptr}};
+    if (estimate) entry["value"] = estimate->value;
+    if (estimate && estimate->half)
+      entry["interval"] = {estimate->value - *estimate->half, estimate->value + *estimate->half};
+    if (i < std::size(library)) entry["library"] = library[i];
+  }
+  return json;
 }
 
-// ,"name": [ROW, ROW], one row to a line.
-std::string RowsText(char const* name, Json const& rows) {
-  std::string text = fmt::format(",\n  \"{}\": [", name);
-  for (std::size_t i = 0; i < rows.size(); ++i) text += (i > 0 ? ",\n    " : "\n    ") + rows[i].dump();
-  return text + (rows.empty() ? "]" : "\n  ]");
+std::string Number(Json const& value, int digits, char const* missing = "") {
+  if (!value.is_number()) return missing;
+  std::string text = fmt::format("{:.{}f}", value.get<double>(), digits);
+  bool const isZero = text.find_first_of("123456789") == std::string::npos;
+  return isZero && text[0] == '-' ? text.substr(1) : text;
+}
+
+// Calls row(axis, quantity, value, low, high, library) for each quantity of a document.
+template <class Row>
+void ForEachQuantity(Json const& document, Row const& row) {
+  for (char const* const name : kAxes) {
+    for (auto const& column : kColumns) {
+      Json const& entry = document.at("axes").at(name).at(column.name);
+      Json const interval = entry.value("interval", Json({nullptr, nullptr}));
+      row(name, column, entry.at("value"), interval[0], interval[1], entry.value("library", Json()));
+    }
+  }
 }
 
 }  // namespace
 
-std::string FitText(ReferenceFit const& fit) {
-  std::string text = fmt::format("{} frames, {} left out; min(exposure, readout) is {:.0f} us on average\n", fit.frames,
-                                 fit.leftOut, fit.shorterUs);
-  for (std::size_t i = 0; i < fit.axes.size(); ++i) {
-    AxisFit const& axis = fit.axes[i];
-    text += fmt::format("Image {}: driven by {}, {}\n", "xy"[i], HallAxis(axis),
-                        axis.gain.value < 0 ? "mirrored" : "not mirrored");
+Json FitDocument(ReferenceFit const& fit, FitSource const& source) {
+  static constexpr char const* kFollows[] = {"cannot_tell", "shorter", "exposure"};
+  static constexpr char const* kSlopeStates[] = {"fitted", "one_exposure", "follows_time"};
+  Json document = {{"schema", kFitSchema},
+                   {"version", kFitVersion},
+                   {"recording", source.recording},
+                   {"reference", source.reference},
+                   {"frames", fit.hasLag ? fit.windows.list.size() : 0},
+                   {"left_out", fit.leftOut},
+                   {"clipped", fit.clipped},
+                   {"unknown", source.unknown},
+                   {"skipped", source.skipped},
+                   {"shorter_us", fit.windows.shorterUs},
+                   {"readout_us", fit.readoutUs},
+                   {"verdict", VerdictOf(fit)},
+                   {"reason", ReasonOf(fit)},
+                   {"p", nullptr},
+                   {"difference", nullptr},
+                   {"lag_follows", kFollows[static_cast<std::size_t>(fit.follows)]},
+                   {"slope", kSlopeStates[static_cast<std::size_t>(fit.windows.slope)]},
+                   {"diagnosis", Json::array()},
+                   {"advice", Json::array()},
+                   {"refused", nullptr}};
+  if (fit.refused) document["refused"] = {{"code", fit.refused->code}, {"text", fit.refused->text}};
+  if (!fit.refused) document["p"] = fit.probability;
+  for (Cause const& cause : DiagnosisOf(fit)) {
+    document["diagnosis"].push_back(cause.code);
+    document["advice"].push_back(cause.text);
   }
-  text += fmt::format("\n{:<5} {:<17} {:>10}   {:>10} {:>10}  {:>10}\n", "image", "", "value", "95 % from", "to",
-                      "library");
-  bool isOutside = false;
-  for (Quantity const& quantity : QuantitiesOf(fit)) {
-    Interval const interval = quantity.interval.value_or(Interval{});
-    auto const bound = [&](double value) { return quantity.interval ? Number(value, quantity.digits) : std::string(); };
-    std::string line =
-        fmt::format("{:<5} {:<17} {:>10}   {:>10} {:>10}  {:>10} {}", quantity.axis, quantity.name,
-                    Cell(quantity.value, quantity.digits), bound(interval.low), bound(interval.high),
-                    quantity.library ? Cell(quantity.library, quantity.digits) : "", VerdictOf(quantity));
-    text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
-    isOutside = isOutside || VerdictOf(quantity) == "outside";
+  for (std::size_t i = 0; i < 2; ++i) {
+    document["axes"][kAxes[i]] = AxisJson(fit, i);
+    if (fit.refused) continue;
+    document["difference"][kAxes[i]] = {{"lag_us", fit.differences[i].lagUs},
+                                        {"position", fit.differences[i].position}};
   }
-  if (!fit.axes[0].line)
-    text += "\nExposure and readout vary too little to tell slope and intercept of the lag apart.\n";
-  return text + (isOutside ? "\nThe library's numbers do not all lie inside the intervals.\n"
-                           : "\nThe library's numbers lie inside the intervals.\n");
+  for (char const* const list : kLists) document[list] = Json::array();
+  for (SearchedLag const& searched : fit.search)
+    document["search"].push_back({Short(searched.lagUs), Short(searched.share[0]), Short(searched.share[1])});
+  auto const& [x, y] = fit.axes;
+  for (std::size_t i = 0; i < x.residuals.size(); ++i) {
+    FrameWindow const& window = fit.windows.list[i];
+    Json& image = document["images"].emplace_back(Json::array({window.frame}));
+    for (double const value : {window.startUs / 1e6, window.exposureUs, window.slopeByUs + fit.windows.slopeByUs,
+                               window.position[0], window.position[1], x.tangents[i].position, y.tangents[i].position,
+                               x.tangents[i].change[kLag], y.tangents[i].change[kLag]}) {
+      image.push_back(Short(value));
+    }
+    if (!x.isOutlier[i] && !y.isOutlier[i]) continue;
+    document["outliers"].push_back(
+        {{"frame", window.frame}, {"residual", {Short(x.residuals[i]), Short(y.residuals[i])}}});
+  }
+  return document;
 }
 
-std::string FitCsv(ReferenceFit const& fit) {
-  std::string text = "image,hall,quantity,value,low,high,library\n";
-  for (Quantity const& quantity : QuantitiesOf(fit)) {
-    AxisFit const& axis = fit.axes[quantity.axis == 'x' ? 0 : 1];
-    auto const& interval = quantity.interval;
-    text += fmt::format("{},{},{},{},{},{},{}\n", quantity.axis, HallAxis(axis), quantity.name, Cell(quantity.value),
-                        interval ? fmt::format("{}", interval->low) : "",
-                        interval ? fmt::format("{}", interval->high) : "", Cell(quantity.library));
+std::string FitText(Json const& document) {
+  auto const text = [&](char const* key) { return document.at(key).get<std::string>(); };
+  std::string all = fmt::format(
+      "{} frames, {} left out ({} of them clipped), {} outliers; min(exposure, readout) is {} us "
+      "on average\nVerdict: {}: {}\n",
+      document.at("frames").dump(), document.at("left_out").dump(), document.at("clipped").dump(),
+      document.at("outliers").size(), Number(document.at("shorter_us"), 0), text("verdict"), text("reason"));
+  for (std::size_t i = 0; i < document.at("diagnosis").size(); ++i) {
+    all += fmt::format("Diagnosis: {}: {}\n", document["diagnosis"][i].get<std::string>(),
+                       document["advice"][i].get<std::string>());
   }
+  if (text("lag_follows") != "cannot_tell") {
+    all += fmt::format("The lag follows {}\n",
+                       text("lag_follows") == "exposure" ? "the exposure" : "min(exposure, readout)");
+  }
+  for (char const* const name : kAxes) {
+    Json const& axis = document.at("axes").at(name);
+    if (axis.at("hall").is_null()) return all;
+    bool const isMirrored = axis.at("gain").at("value").get<double>() < 0;
+    all += fmt::format("Image {}: driven by {}, {}mirrored", name, axis["hall"].get<std::string>(),
+                       isMirrored ? "" : "not ");
+    Json const& difference = document.at("difference");
+    if (!difference.is_null()) {
+      all += fmt::format("; {} us from the library's lag, its position off by {} (RMS)",
+                         Number(difference.at(name).at("lag_us"), 0), Number(difference.at(name).at("position"), 4));
+    }
+    all += "\n";
+  }
+  all += fmt::format("\n{:<5} {:<17} {:>10}   {:>10} {:>10}  {:>10}\n", "image", "", "value", "95 % from", "to",
+                     "library");
+  ForEachQuantity(document, [&](char const* axis, auto const& column, Json const& value, Json const& low,
+                                Json const& high, Json const& library) {
+    std::string const line =
+        fmt::format("{:<5} {:<17} {:>10}   {:>10} {:>10}  {:>10}", axis, column.name, Number(value, column.digits, "-"),
+                    Number(low, column.digits), Number(high, column.digits), Number(library, column.digits));
+    all += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+  });
+  return all;
+}
+
+std::string FitCsv(Json const& document) {
+  std::string text = "image,hall,quantity,value,low,high,library\n";
+  auto const cell = [](Json const& value) { return value.is_number() ? fmt::format("{}", value.get<double>()) : ""; };
+  ForEachQuantity(document, [&](char const* axis, auto const& column, Json const& value, Json const& low,
+                                Json const& high, Json const& library) {
+    Json const& hall = document.at("axes").at(axis).at("hall");
+    text += fmt::format("{},{},{},{},{},{},{}\n", axis, hall.is_null() ? "" : hall.get<std::string>(), column.name,
+                        cell(value), cell(low), cell(high), cell(library));
+  });
   return text;
 }
 
-std::string FitJson(ReferenceFit const& fit, std::string const& recording, std::string const& reference) {
-  Json axes = {{"x", {{"hall", HallAxis(fit.axes[0])}}}, {"y", {{"hall", HallAxis(fit.axes[1])}}}};
-  for (Quantity const& quantity : QuantitiesOf(fit)) {
-    Json& entry = axes[std::string(1, quantity.axis)][quantity.name];
-    entry["value"] = OrNull(quantity.value);
-    if (quantity.interval) entry["interval"] = {quantity.interval->low, quantity.interval->high};
-    if (quantity.library) entry["library"] = *quantity.library;
+// Of the lists one row to a line.
+std::string FitJson(Json document) {
+  std::string lists;
+  for (char const* const name : kLists) {
+    lists += fmt::format(",\n  \"{}\": [", name);
+    char const* before = "\n    ";
+    for (Json const& row : document.at(name)) lists += std::exchange(before, ",\n    ") + row.dump();
+    lists += document.at(name).empty() ? "]" : "\n  ]";
+    document.erase(name);
   }
-  Json const head = {{"schema", kFitSchema},        {"version", kFitVersion}, {"recording", recording},
-                     {"reference", reference},      {"frames", fit.frames},   {"left_out", fit.leftOut},
-                     {"shorter_us", fit.shorterUs}, {"axes", std::move(axes)}};
-  auto const& [x, y] = fit.axes;
-  Json search = Json::array();
-  for (std::size_t i = 0; i < x.search.size(); ++i) {
-    search.push_back({x.search[i].lagUs, Short(x.search[i].residualShare), Short(y.search[i].residualShare)});
-  }
-  Json groups = Json::array();
-  for (std::size_t i = 0; i < x.groups.size(); ++i) {
-    groups.push_back({Short(x.groups[i].shorterUs), OrNull(x.groups[i].lagUs), OrNull(y.groups[i].lagUs)});
-  }
-  Json images = Json::array();
-  for (FittedImage const& image : fit.images) {
-    images.push_back({image.frame, Short(image.measured[0]), Short(image.measured[1]), Short(image.fitted[0]),
-                      Short(image.fitted[1])});
-  }
-  std::string text = head.dump(2, ' ', false, Json::error_handler_t::replace);
+  std::string text = document.dump(2, ' ', false, Json::error_handler_t::replace);
   text.erase(text.rfind("\n}"));
-  return text + RowsText("search", search) + RowsText("groups", groups) + RowsText("images", images) + "\n}\n";
+  return text + lists + "\n}\n";
 }
 
 }  // namespace shadingctl

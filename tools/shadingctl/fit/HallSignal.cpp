@@ -1,11 +1,20 @@
 #include "tools/shadingctl/fit/HallSignal.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "tools/shadingctl/fit/LeastSquares.h"
 
 namespace shadingctl {
 namespace {
 
-constexpr double kWidestGap = 3;  // median intervals: a curve through a wider one would be a guess
+constexpr double kWidestGap = 3;            // median intervals: a curve through a wider one would be a guess
+constexpr double kHarmlessGapUs = 3000;     // the hand's fastest swings last 80 ms
+constexpr double kClosest = 0.1;            // median intervals: the noise of nearer ones makes the curve steep
+constexpr double kLeastPlateau = 0.02;      // share of the samples; less does the fit no harm
+constexpr double kBeyondPlateau = 0.005;    // share of the samples that may lie beyond it, as a glitch does
+constexpr double kPlateauShare = 0.75;      // of what lies within four widths; of a sine half of it does
+constexpr double kDeviationsOfBends = 2.4;  // six deviations of the noise, of which a bend has the root of six
 
 HallPoint operator+(HallPoint const& one, HallPoint const& other) { return {one.x + other.x, one.y + other.y}; }
 HallPoint operator-(HallPoint const& one, HallPoint const& other) { return {one.x - other.x, one.y - other.y}; }
@@ -18,15 +27,47 @@ HallSignal::HallSignal(std::vector<HallSample> samples) {
   auto const sameTime = [](auto const& a, auto const& b) { return a.timeNs == b.timeNs; };
   samples.erase(std::unique(samples.begin(), samples.end(), sameTime), samples.end());
   mFirstNs = samples.front().timeNs;
-  for (HallSample const& sample : samples)
-    mKnots.push_back({static_cast<double>(sample.timeNs - mFirstNs) / 1e3, {sample.x, sample.y}, {}, {}, 0});
   std::vector<double> intervalsUs;
-  for (std::size_t i = 1; i < mKnots.size(); ++i) intervalsUs.push_back(mKnots[i].timeUs - mKnots[i - 1].timeUs);
-  auto const middle = intervalsUs.begin() + static_cast<std::ptrdiff_t>(intervalsUs.size() / 2);
-  std::nth_element(intervalsUs.begin(), middle, intervalsUs.end());
-  mMedianIntervalUs = *middle;
+  for (std::size_t i = 1; i < samples.size(); ++i)
+    intervalsUs.push_back(static_cast<double>(samples[i].timeNs - samples[i - 1].timeNs) / 1e3);
+  mMedianIntervalUs = Median(std::move(intervalsUs));
+  HallPoint mean;
+  for (HallSample const& sample : samples)
+    mean = mean + (1 / static_cast<double>(samples.size())) * HallPoint{sample.x, sample.y};
+  for (HallSample const& sample : samples) {
+    double const timeUs = static_cast<double>(sample.timeNs - mFirstNs) / 1e3;
+    if (!mKnots.empty() && timeUs - mKnots.back().timeUs < kClosest * mMedianIntervalUs) continue;
+    mKnots.push_back({timeUs, HallPoint{sample.x, sample.y} - mean, {}, {}, 0, 0});
+  }
+  for (double const sign : {-1.0, 1.0}) {
+    FindClipped(&HallPoint::x, sign);
+    FindClipped(&HallPoint::y, sign);
+  }
   FindSlopes();
   Integrate();
+}
+
+// A lens that turns round spends the less time near its farthest position the nearer one looks; one that is clipped
+// does not. The samples' noise and their steps leave open how near one can look.
+void HallSignal::FindClipped(double HallPoint::*axis, double sign) {
+  std::vector<double> values;
+  for (Knot const& knot : mKnots) values.push_back(sign * knot.value.*axis);
+  std::vector<double> bends;
+  for (std::size_t i = 2; i < values.size(); ++i) bends.push_back(values[i] - 2 * values[i - 1] + values[i - 2]);
+  std::sort(values.begin(), values.end());
+  double step = values.back() - values.front();
+  if (!(step > 0)) return;
+  for (std::size_t i = 1; i < values.size(); ++i) {
+    if (values[i] > values[i - 1]) step = std::min(step, values[i] - values[i - 1]);
+  }
+  double const near = std::max(kDeviationsOfBends * RobustDeviation(std::move(bends)), 1.5 * step);
+  auto const count = static_cast<double>(values.size());
+  double const end = values[static_cast<std::size_t>((1 - kBeyondPlateau) * (count - 1))];
+  auto const shareFrom = [&](double from) {
+    return static_cast<double>(values.end() - std::lower_bound(values.begin(), values.end(), from)) / count;
+  };
+  if (shareFrom(end - near) < std::max(kLeastPlateau, kPlateauShare * shareFrom(end - 4 * near))) return;
+  for (Knot& knot : mKnots) knot.clippedBefore += std::size_t{sign * knot.value.*axis >= end - near};
 }
 
 // Those of the parabola through a knot and its neighbours; at either end that of the straight line.
@@ -48,8 +89,10 @@ void HallSignal::FindSlopes() {
 void HallSignal::Integrate() {
   for (std::size_t i = 1; i < mKnots.size(); ++i) {
     mKnots[i].integral = IntegralTo(mKnots[i].timeUs);
-    bool const isGap = mKnots[i].timeUs - mKnots[i - 1].timeUs > kWidestGap * mMedianIntervalUs;
+    bool const isGap =
+        mKnots[i].timeUs - mKnots[i - 1].timeUs > std::max(kWidestGap * mMedianIntervalUs, kHarmlessGapUs);
     mKnots[i].gapsBefore = mKnots[i - 1].gapsBefore + (isGap ? 1 : 0);
+    mKnots[i].clippedBefore += mKnots[i - 1].clippedBefore;
   }
 }
 
@@ -88,9 +131,13 @@ HallPoint HallSignal::Mean(double fromUs, double toUs) const {
   return (1 / (toUs - fromUs)) * (IntegralTo(toUs) - IntegralTo(fromUs));
 }
 
-bool HallSignal::Covers(double fromUs, double toUs) const {
-  if (fromUs < mKnots.front().timeUs || toUs > mKnots.back().timeUs) return false;
-  return mKnots[KnotBefore(toUs) + 1].gapsBefore == mKnots[KnotBefore(fromUs)].gapsBefore;
+Coverage HallSignal::CoverageOf(double fromUs, double toUs) const {
+  if (fromUs < mKnots.front().timeUs || toUs > mKnots.back().timeUs) return Coverage::kPartial;
+  Knot const& last = mKnots[KnotBefore(toUs) + 1];
+  std::size_t const before = KnotBefore(fromUs);
+  if (last.gapsBefore != mKnots[before].gapsBefore) return Coverage::kPartial;
+  std::size_t const clippedBefore = before == 0 ? 0 : mKnots[before - 1].clippedBefore;
+  return last.clippedBefore == clippedBefore ? Coverage::kWhole : Coverage::kClipped;
 }
 
 }  // namespace shadingctl

@@ -18,11 +18,18 @@ struct HallPoint {
   double y = 0;
 };
 
-// A smooth curve through the samples: between two of them a cubic with the slopes of their neighbourhood, so that a low
-// sample rate does not flatten the motion as straight lines would.
+enum class Coverage {
+  kWhole,
+  kPartial,  // no samples on one side, or two of them farther apart than three median intervals and 3 ms
+  kClipped,  // an axis stands at an end of the range that the samples can tell
+};
+
+// A smooth curve through the samples, less their mean: between two of them a cubic with the slopes of their
+// neighbourhood, so that a low sample rate does not flatten the motion as straight lines would.
 class HallSignal {
  public:
-  // Sorts the samples; of those with the same time the first one counts. At least two times are needed.
+  // Sorts the samples; of those closer together than a tenth of the median interval the first one counts. At least two
+  // times are needed.
   explicit HallSignal(std::vector<HallSample> samples);
 
   HallPoint At(double timeUs) const;
@@ -30,8 +37,7 @@ class HallSignal {
   // Over fromUs..toUs, which is not empty.
   HallPoint Mean(double fromUs, double toUs) const;
 
-  // Whether samples lie on both sides and no two of them are farther apart than three median intervals.
-  bool Covers(double fromUs, double toUs) const;
+  Coverage CoverageOf(double fromUs, double toUs) const;
 
   double MedianIntervalUs() const { return mMedianIntervalUs; }
 
@@ -45,11 +51,13 @@ class HallSignal {
     HallPoint slope;     // per us
     HallPoint integral;  // from the first knot
     std::size_t gapsBefore = 0;
+    std::size_t clippedBefore = 0;  // and with it
   };
 
   std::size_t KnotBefore(double timeUs) const;
   HallPoint IntegralTo(double timeUs) const;
   void FindSlopes();
+  void FindClipped(double HallPoint::*axis, double sign);
   void Integrate();
 
   std::int64_t mFirstNs = 0;

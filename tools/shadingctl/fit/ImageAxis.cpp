@@ -1,72 +1,146 @@
 #include "tools/shadingctl/fit/ImageAxis.h"
 
 #include <cmath>
+#include <numeric>
+#include <utility>
+
+#include "hosting/LibraryNumbers.h"
 
 namespace shadingctl {
 namespace {
 
-constexpr std::size_t kBlockFrames = 5;
-constexpr int kMostSteps = 30;  // of the refinement; it takes about 5
-constexpr double kSettledUs = 1e-3;
+constexpr double kLeastSpreadUs = 500;  // standard deviation of exposures from which a slope can be told
+constexpr double kMostLikeTime = 0.9;   // correlation of exposure and time
+constexpr double kSameAsTime = 0.999;
+constexpr int kDeviationSteps = 10;       // of reweighting: the sum changes by less than a percent after them
+constexpr double kSmallDeviation = 0.02;  // of the mean one: smaller ones weigh no more
+constexpr double kNoDeviation = 1e-150;   // keeps weights finite
 
-double LagOf(Readout const& readout, double lagUs, double slope) { return lagUs + slope * readout.shorterUs; }
+double MeanSize(std::vector<double> const& values, std::size_t count) {
+  return std::accumulate(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(count), 0.0,
+                         [](double sum, double value) { return sum + std::abs(value); }) /
+         static_cast<double>(count);
+}
+
+// Of the smaller three quarters, which hold no outlier if not more than a quarter of all are.
+double TrimmedSize(std::vector<double> values) {
+  std::sort(values.begin(), values.end(), [](double a, double b) { return std::abs(a) < std::abs(b); });
+  return MeanSize(values, values.size() - values.size() / 4);
+}
 
 }  // namespace
 
-std::optional<std::pair<Parameters, double>> ImageAxis::At(double lagUs, double slope) const {
-  Moments moments;
-  for (Readout const& readout : mReadouts) {
-    double const lag = LagOf(readout, lagUs, slope);
-    HallPoint const mean = mHall.Mean(readout.startUs - lag, readout.endUs - lag);
-    moments.Add({1, mean.x, mean.y, 0, 0}, readout.position[mIndex]);
+FrameWindows::FrameWindows(std::vector<FrameWindow> frames, bool byExposure) : list(std::move(frames)) {
+  auto const count = static_cast<double>(list.size());
+  double startUs = 0;
+  for (FrameWindow& window : list) {
+    window.slopeByUs = byExposure ? window.exposureUs : window.ShorterUs();
+    shorterUs += window.ShorterUs() / count;
+    slopeByUs += window.slopeByUs / count;
+    startUs += window.startUs / count;
   }
-  auto solution = Solve(moments, kLag);
-  if (!solution) return std::nullopt;
-  double rest = moments.squares;
-  for (std::size_t i = 0; i < kLag; ++i) rest -= (*solution)[i] * moments.right[i];
-  (*solution)[kLag] = lagUs;
-  (*solution)[kSlope] = slope;
-  return std::pair(*solution, rest);
+  if (!list.empty()) spanUs = std::max(1.0, list.back().startUs - list.front().startUs);
+  Moments sums{2};
+  for (FrameWindow& window : list) {
+    window.slopeByUs -= slopeByUs;
+    window.time = 2 * (window.startUs - startUs) / spanUs;
+    sums.Add({window.time, window.slopeByUs}, 0, 1 / count);
+  }
+  auto const& [times, exposures] = std::pair(sums.matrix[0][0], sums.matrix[1][1]);
+  if (!(std::sqrt(exposures) >= kLeastSpreadUs)) return;
+  double const likeness = std::abs(sums.matrix[1][0]) / std::sqrt(times * exposures);
+  slope = likeness > kMostLikeTime ? SlopeState::kFollowsTime : SlopeState::kFitted;
+  if (likeness < kSameAsTime) parameters = kParameters;
 }
 
-std::optional<Parameters> ImageAxis::Refine(Parameters at) const {
-  for (int step = 0; step < kMostSteps; ++step) {
-    Moments sum;
-    for (Moments const& block : Blocks(at)) sum.Add(block);
-    auto const change = Solve(sum, mCount);
-    if (!change) return std::nullopt;
-    for (std::size_t i = 0; i < kParameters; ++i) at[i] += (*change)[i];
-    if (std::abs((*change)[kLag]) < kSettledUs) return at;
-  }
-  return std::nullopt;
+std::vector<double> FrameWindows::Positions(std::size_t axis) const {
+  std::vector<double> positions;
+  for (FrameWindow const& window : list) positions.push_back(window.position[axis]);
+  return positions;
 }
 
-std::vector<Tangent> ImageAxis::Tangents(Parameters const& at) const {
-  std::vector<Tangent> tangents;
-  tangents.reserve(mReadouts.size());
-  for (Readout const& readout : mReadouts) {
-    double const lag = LagOf(readout, at[kLag], at[kSlope]);
-    double const fromUs = readout.startUs - lag;
-    double const toUs = readout.endUs - lag;
-    HallPoint const mean = mHall.Mean(fromUs, toUs);
-    HallPoint const first = mHall.At(fromUs);
-    HallPoint const last = mHall.At(toUs);
-    double const byLag = (at[kGainX] * (first.x - last.x) + at[kGainY] * (first.y - last.y)) / (toUs - fromUs);
-    tangents.push_back({mean, at[0] + at[kGainX] * mean.x + at[kGainY] * mean.y, byLag});
-  }
-  return tangents;
+bool FrameWindows::IsSmooth(std::size_t axis) const {
+  std::vector<double> const at = Positions(axis);
+  std::vector<double> bends;
+  for (std::size_t i = 2; i < at.size(); ++i) bends.push_back(at[i] - 2 * at[i - 1] + at[i - 2]);
+  return RobustDeviation(std::move(bends)) / std::sqrt(6.0) < Motion(axis) / 2;
 }
 
-std::vector<Moments> ImageAxis::Blocks(Parameters const& at) const {
-  std::vector<Moments> blocks;
-  std::vector<Tangent> const tangents = Tangents(at);
-  for (std::size_t i = 0; i < mReadouts.size(); ++i) {
-    if (i % kBlockFrames == 0) blocks.emplace_back();
-    auto const& [lens, position, byLag] = tangents[i];
-    blocks.back().Add({1, lens.x, lens.y, byLag, byLag * mReadouts[i].shorterUs},
-                      mReadouts[i].position[mIndex] - position);
-  }
-  return blocks;
+double FrameWindows::Motion(std::size_t axis) const {
+  std::vector<double> positions = Positions(axis);
+  double const middle = Median(positions);
+  for (double& position : positions) position -= middle;
+  return RobustDeviation(std::move(positions));
 }
+
+Tangent ImageAxis::TangentOf(FrameWindow const& window, Parameters const& at) const {
+  double const fromUs = window.startUs - window.LagUs(at);
+  double const toUs = window.endUs - window.LagUs(at);
+  HallPoint const mean = hall.Mean(fromUs, toUs);
+  HallPoint const first = hall.At(fromUs);
+  HallPoint const last = hall.At(toUs);
+  double const time = window.time;
+  double const moved = at[kGainX] * mean.x + at[kGainY] * mean.y;
+  double const steepness = 1 + 2 * at[kCurvature] * moved;
+  double const byLag =
+      steepness * (at[kGainX] * (first.x - last.x) + at[kGainY] * (first.y - last.y)) / (toUs - fromUs);
+  double const position =
+      at[kOffset] + at[kTrend] * time + at[kBend] * time * time + moved + at[kCurvature] * moved * moved;
+  return {position,
+          {1, time, time * time, steepness * mean.x, steepness * mean.y, moved * moved, byLag, byLag * time,
+           byLag * window.slopeByUs}};
+}
+
+std::optional<LagTrial> ImageAxis::TryLag(Parameters const& at, std::size_t fewest) const {
+  Parameters straight = at;  // in which the image is linear in the parameters
+  straight[kCurvature] = 0;
+  std::vector<Parameters> rows;
+  std::vector<double> positions;
+  for (FrameWindow const& window : windows.list) {
+    double const lagUs = window.LagUs(at);
+    if (hall.CoverageOf(window.startUs - lagUs, window.endUs - lagUs) != Coverage::kWhole) continue;
+    rows.push_back(TangentOf(window, straight).change);
+    for (Parameter const set : {kLag, kDrift, kSlope}) rows.back()[set] = 0;
+    positions.push_back(window.position[index]);
+  }
+  if (rows.size() < fewest) return std::nullopt;
+  bool const isCurved = at[kGainX] != 0 || at[kGainY] != 0;
+  LagTrial trial;
+  std::vector<double> residuals(rows.size(), 1);
+  for (int step = 0; step < kDeviationSteps; ++step) {
+    double const small = kSmallDeviation * MeanSize(residuals, rows.size()) + kNoDeviation;
+    Moments moments{isCurved ? kLag : kCurvature};
+    for (std::size_t i = 0; i < rows.size(); ++i)
+      moments.Add(rows[i], positions[i], 1 / std::max(std::abs(residuals[i]), small));
+    auto const solution = moments.Solve();
+    if (!solution) return std::nullopt;
+    trial.at = *solution;
+    for (std::size_t i = 0; i < rows.size(); ++i) residuals[i] = positions[i] - Dot(rows[i], trial.at);
+  }
+  for (Parameter const set : {kLag, kDrift, kSlope}) trial.at[set] = at[set];
+  double const middle = Median(positions);
+  for (double& position : positions) position -= middle;
+  trial.share = TrimmedSize(residuals) / TrimmedSize(positions);
+  return trial;
+}
+
+Difference ImageAxis::DifferenceOf(Parameters const& at) const {
+  auto const driving = IsDrivenByY(at) ? &HallPoint::y : &HallPoint::x;
+  Difference difference;
+  difference.lagUs = at[kLag] - LibraryLagUs(windows.shorterUs);
+  std::vector<double> positions;
+  for (FrameWindow const& window : windows.list) {
+    double const libraryUs = LibraryLagUs(window.ShorterUs());
+    double const withoutDriftUs = at[kLag] + at[kSlope] * window.slopeByUs;
+    difference.farthestUs = std::max(difference.farthestUs, std::abs(withoutDriftUs - libraryUs));
+    auto const lensAt = [&](double lagUs) { return hall.Mean(window.startUs - lagUs, window.endUs - lagUs); };
+    positions.push_back(lensAt(libraryUs).*driving - lensAt(window.LagUs(at)).*driving);
+  }
+  if (windows.slope != SlopeState::kFitted) difference.farthestUs = std::abs(difference.lagUs);
+  difference.position = std::sqrt(MeanSquare(positions));
+  return difference;
+}
+
+double LibraryLagUs(double shorterUs) { return hosting::kOffsetFactor * shorterUs + hosting::kOffsetConstantUs; }
 
 }  // namespace shadingctl

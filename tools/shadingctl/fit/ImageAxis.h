@@ -1,10 +1,12 @@
-// One axis of the image, as a function of where the lens stood.
+// One axis of the image, as a function of where the lens stood in each frame.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include "tools/shadingctl/fit/HallSignal.h"
@@ -12,45 +14,81 @@
 
 namespace shadingctl {
 
+// Which axis of the samples moves this axis of the image most.
+inline bool IsDrivenByY(Parameters const& at) { return std::abs(at[kGainY]) > std::abs(at[kGainX]); }
+
 // A frame on the clock of the hall signal.
-struct Readout {
-  double startUs = 0;
+struct FrameWindow {
+  std::uint32_t frame = 0;
+  double startUs = 0;  // of the readout
   double endUs = 0;
-  double shorterUs = 0;              // of exposure and readout, less the mean
+  double exposureUs = 0;
   std::array<double, 2> position{};  // x and y, where the image stood
+
+  // Less the means of all frames.
+  double time = 0;       // grows by 2 from the first frame to the last
+  double slopeByUs = 0;  // what the lag's slope goes by
+
+  double ShorterUs() const { return std::min(exposureUs, endUs - startUs); }
+  double LagUs(Parameters const& at) const { return at[kLag] + at[kDrift] * time + at[kSlope] * slopeByUs; }
 };
 
-// Where a frame's image stands by the fit, and what moves it there.
+enum class SlopeState {
+  kFitted,
+  kOneExposure,  // the frames vary too little
+  kFollowsTime,  // the exposure rises or falls with time: slope and drift look alike
+};
+
+struct FrameWindows {
+  std::vector<FrameWindow> list;
+  double shorterUs = 0;  // mean of the shorter one of exposure and readout
+  double slopeByUs = 0;  // mean
+  double spanUs = 0;     // from the first frame to the last
+  SlopeState slope = SlopeState::kOneExposure;
+  std::size_t parameters = kSlope;  // that can be fitted: the slope too, unless it and the drift look the same
+
+  // The slope goes by the exposure, or by the shorter one of exposure and readout.
+  explicit FrameWindows(std::vector<FrameWindow> frames = {}, bool byExposure = false);
+
+  std::vector<double> Positions(std::size_t axis) const;
+  bool IsSmooth(std::size_t axis) const;  // goes on from frame to frame, as an image does that moves and is seen well
+  double Motion(std::size_t axis) const;  // of the image: its standard deviation, whatever the outliers
+};
+
+// Where a frame's image stands by the fit, and by how much that changes with each parameter.
 struct Tangent {
-  HallPoint lens;  // the mean over the readout, less the lag
   double position = 0;
-  double byLag = 0;  // by how much the position changes with 1 us more of lag
+  Parameters change{};
 };
 
-class ImageAxis {
- public:
-  // `index` 0 is x. With `count` kParameters the lag has a slope, with kSlope it has none. What is handed in must
-  // outlive the object.
-  ImageAxis(HallSignal const& hall, std::vector<Readout> const& readouts, std::size_t index, std::size_t count)
-      : mHall(hall), mReadouts(readouts), mIndex(index), mCount(count) {}
-
-  // The best offset and gains at a lag, and the squared residual left. nullopt when they cannot be told apart.
-  std::optional<std::pair<Parameters, double>> At(double lagUs, double slope) const;
-
-  // The parameters with the least squared residual near `at`; nullopt when there are none.
-  std::optional<Parameters> Refine(Parameters at) const;
-
-  // The fit near `at` as a linear problem, per block of a few frames, whose errors are alike.
-  std::vector<Moments> Blocks(Parameters const& at) const;
-
-  // In the order of the readouts.
-  std::vector<Tangent> Tangents(Parameters const& at) const;
-
- private:
-  HallSignal const& mHall;
-  std::vector<Readout> const& mReadouts;
-  std::size_t mIndex;
-  std::size_t mCount;
+// The best fit at a given lag.
+struct LagTrial {
+  Parameters at{};
+  double share = 0;  // of the image's motion that is left over, both of the best three quarters of the frames
 };
+
+// The library's window of an axis against the fitted one.
+struct Difference {
+  double lagUs = 0;       // mean of all frames
+  double farthestUs = 0;  // at any exposure, as far as there is a slope
+  double position = 0;    // of the lens, on the axis that drives the image's: RMS
+};
+
+struct ImageAxis {
+  HallSignal const& hall;
+  FrameWindows const& windows;
+  std::size_t index;  // 0 is x
+
+  Tangent TangentOf(FrameWindow const& window, Parameters const& at) const;
+
+  // Fits offset, trend and gains by least absolute deviations, which outliers do not bend, with the lag, its drift and
+  // its slope as in `at`; the curvature too, if `at` has gains. Takes the frames with samples around them. nullopt
+  // where these are fewer than `fewest`, or the gains cannot be told apart.
+  std::optional<LagTrial> TryLag(Parameters const& at, std::size_t fewest) const;
+
+  Difference DifferenceOf(Parameters const& at) const;
+};
+
+double LibraryLagUs(double shorterUs);
 
 }  // namespace shadingctl

@@ -5,214 +5,238 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <random>
-
-#include "hosting/LibraryNumbers.h"
-#include "hosting/UnusableInput.h"
-#include "tools/shadingctl/fit/ImageAxis.h"
-#include "tools/shadingctl/fit/LeastSquares.h"
 
 namespace shadingctl {
 namespace {
 
-constexpr std::size_t kFewestFrames = 100;     // fewer give no 20 blocks, on which the intervals rest
-constexpr double kLongestIntervalUs = 10000;   // between samples: 100 Hz, several of them in a swing of the hand
-constexpr double kLeastSpreadUs = 500;         // standard deviation of exposures from which a slope can be told
-constexpr double kMostResidualShare = 0.5;     // above it, the image does not follow the lens
-constexpr double kWidestLagIntervalUs = 4000;  // wider tells nothing beside a shift of some ms
-constexpr std::size_t kGroups = 10;            // of frames, for a picture
-constexpr double kNormalQuantile = 1.96;       // 95 % lie within so many deviations
-constexpr double kGridUs = 2000;               // of the search: the hand's fastest swings last 80 ms
+constexpr std::size_t kFewestFrames = 100;    // fewer leave too little beside nine parameters of each axis
+constexpr double kLongestIntervalUs = 10000;  // between samples: 100 Hz, several of them in a swing of the hand
+constexpr double kLongestFrameUs = 100000;    // by which frame numbers are sought to be off
+constexpr double kLeastExcessUs = 500;        // standard deviation of what exposures last longer than readouts
+constexpr double kMostResidualShare = 0.5;    // above it, the image does not follow the lens
+constexpr double kMostOutliers = 0.25;        // share of the frames; the search leaves out as many
+constexpr double kGridUs = 2000;              // of the search: the hand's fastest swings last 80 ms
+constexpr double kMarginUs = 10000;           // by which frames' lags may differ from the best one of the search
+constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0, 0.5};  // of the search: the first, near the best lag the others
 
-[[noreturn]] void Refuse(std::string const& reason) { throw hosting::UnusableInput(reason); }
-
-// The best lag of a grid from end to end; `searched` gets all of them.
-Parameters Search(ImageAxis const& axis, char name, double searchUs, double slope, double motion, std::size_t frames,
-                  std::vector<SearchedLag>& searched) {
-  auto const residualOf = [frames](double squares) {
-    return std::sqrt(std::max(squares, 0.0) / static_cast<double>(frames));
-  };
-  std::optional<std::pair<Parameters, double>> best;
-  for (double lagUs = -searchUs; lagUs <= searchUs; lagUs += kGridUs) {
-    auto found = axis.At(lagUs, slope);
-    if (!found) Refuse("no variation: hall_x or hall_y stands still, or both move as one");
-    if (!best || found->second < best->second) best = found;
-    searched.push_back({lagUs, residualOf(found->second) / motion});
-  }
-  double const residual = residualOf(best->second);
-  if (residual > kMostResidualShare * motion) {
-    Refuse(
-        fmt::format("reference {}: too little motion, not of this recording, or a lag beyond the search: expected "
-                    "at most {:.0f} % of the image's motion unexplained, found {:.0f} % at the best lag",
-                    name, 100 * kMostResidualShare, 100 * residual / motion));
-  }
-  if (std::abs(best->first[kLag]) > searchUs - kGridUs) {
-    Refuse(fmt::format("reference {}: expected a lag within {:.0f} us, found it at the end of the search", name,
-                       searchUs - kGridUs));
-  }
-  return best->first;
+template <class... Values>
+[[noreturn]] void Refuse(char const* code, char const* text, Values const&... values) {
+  throw Refusal{code, fmt::format(fmt::runtime(text), values...)};
 }
 
-// The middle 95 % of the values.
-Estimate EstimateOf(double value, std::vector<double>& drawn) {
-  std::sort(drawn.begin(), drawn.end());
-  auto const at = [&](double share) {
-    return drawn[static_cast<std::size_t>(std::lround(share * static_cast<double>(drawn.size() - 1)))];
-  };
-  return {value, {at(0.025), at(0.975)}};
-}
-
-// Parameters that the frames would have given, had others of the same kind been recorded: blocks of them are drawn with
-// replacement, and one step is taken from the parameters of all. What a fit leaves over is smaller than the true
-// errors, and few blocks make long tails: deviations are widened by the blocks' mean leverage (as the jackknife does),
-// and by Student's quantile over the normal one, approximately.
-std::vector<Parameters> Resample(std::vector<Moments> const& blocks, Parameters const& at, std::size_t count,
-                                 std::uint32_t resamples) {
-  std::mt19937_64 source(1);  // always the same
-  auto const number = static_cast<double>(blocks.size());
-  double const freedom = number - static_cast<double>(count);
-  double const widening = number / freedom * (1 + 1.21 / freedom);  // t(0.975) is about 1.96 + 2.37 / freedom
-  std::vector<Parameters> drawn;
-  while (drawn.size() < resamples) {
-    Moments sum;
-    for (std::size_t i = 0; i < blocks.size(); ++i) sum.Add(blocks[source() % blocks.size()]);
-    auto const change = Solve(sum, count);
-    if (!change) Refuse("too short: parts of the recording alone cannot tell the gains and the lag apart");
-    Parameters resampled = at;
-    for (std::size_t i = 0; i < kParameters; ++i) resampled[i] += widening * (*change)[i];
-    drawn.push_back(resampled);
-  }
-  return drawn;
-}
-
-template <class Quantity>
-Estimate Spread(Parameters const& at, std::vector<Parameters> const& drawn, Quantity const& quantity) {
-  std::vector<double> values;
-  values.reserve(drawn.size());
-  for (Parameters const& parameters : drawn) values.push_back(quantity(parameters));
-  return EstimateOf(quantity(at), values);
-}
-
-double SpreadOf(std::vector<Readout> const& readouts, std::size_t axis) {
-  double sum = 0;
-  double squares = 0;
-  auto const count = static_cast<double>(readouts.size());
-  for (Readout const& readout : readouts) sum += readout.position[axis];
-  for (Readout const& readout : readouts) squares += std::pow(readout.position[axis] - sum / count, 2);
-  return std::sqrt(squares / count);
-}
-
-// Groups of as many frames each, from the shortest exposures to the longest.
-std::vector<GroupLag> GroupsOf(std::vector<Readout> const& readouts, std::vector<Tangent> const& tangents,
-                               std::size_t index, Parameters const& best, double meanShorterUs, double residual) {
-  std::vector<std::size_t> order(readouts.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  std::stable_sort(order.begin(), order.end(),
-                   [&](std::size_t a, std::size_t b) { return readouts[a].shorterUs < readouts[b].shorterUs; });
-  std::vector<GroupLag> groups;
-  for (std::size_t group = 0; group < kGroups; ++group) {
-    std::size_t const first = group * order.size() / kGroups;
-    std::size_t const end = (group + 1) * order.size() / kGroups;
-    double shorterUs = 0;
-    double squares = 0;
-    double product = 0;
-    for (std::size_t i = first; i < end; ++i) {
-      Readout const& readout = readouts[order[i]];
-      Tangent const& tangent = tangents[order[i]];
-      shorterUs += readout.shorterUs / static_cast<double>(end - first);
-      squares += tangent.byLag * tangent.byLag;
-      product += tangent.byLag * (readout.position[index] - tangent.position);
+// A step throws Refusal where it cannot go on.
+class Fitting {
+ public:
+  Fitting(HallSignal const& hall, std::vector<ReferenceFrame> const& frames, FitOptions const& options) : mHall(hall) {
+    mFit.leftOut = frames.size();
+    std::vector<FrameWindow> list;
+    std::vector<double> intervalsUs;
+    std::vector<double> readoutsUs;
+    for (ReferenceFrame const& frame : frames) {
+      if (!(frame.readoutUs > 0)) continue;
+      double const startUs = static_cast<double>(frame.readoutStartNs - hall.FirstNs()) / 1e3;
+      readoutsUs.push_back(frame.readoutUs);
+      if (!list.empty()) {
+        double const passedUs = startUs + frame.exposureUs - list.back().startUs - list.back().exposureUs;
+        intervalsUs.push_back(passedUs / static_cast<double>(frame.frame - list.back().frame));
+      }
+      list.push_back({frame.frame, startUs, startUs + frame.readoutUs, frame.exposureUs, frame.position, 0, 0});
     }
-    groups.push_back({meanShorterUs + shorterUs, std::nullopt});
-    if (!(squares > 0)) continue;
-    double const lagUs = best[kLag] + best[kSlope] * shorterUs + product / squares;
-    double const halfUs = kNormalQuantile * residual / std::sqrt(squares);
-    groups.back().lagUs = Estimate{lagUs, {lagUs - halfUs, lagUs + halfUs}};
+    mFit.windows = FrameWindows(std::move(list));
+    mFit.readoutUs = Median(std::move(readoutsUs));
+    mFit.frameIntervalUs = Median(std::move(intervalsUs));
+    double const searchUs = options.searchUs + 2 * std::clamp(mFit.frameIntervalUs, 0.0, kLongestFrameUs);
+    for (double lagUs = -searchUs; lagUs <= searchUs; lagUs += kGridUs) mLagsUs.push_back(lagUs);
   }
-  return groups;
-}
 
-AxisFit FitAxis(HallSignal const& hall, std::vector<Readout> const& readouts, std::size_t index, double meanShorterUs,
-                bool hasSlope, FitOptions const& options, std::vector<FittedImage>& images) {
-  char const name = index == 0 ? 'x' : 'y';
-  double const motion = SpreadOf(readouts, index);
-  if (!(motion > 0)) Refuse(fmt::format("no variation: reference {} stands still", name));
-  std::size_t const count = hasSlope ? kParameters : kSlope;
-  ImageAxis const axis(hall, readouts, index, count);
-  AxisFit fit;
-  Parameters const start =
-      Search(axis, name, options.searchUs, hasSlope ? hosting::kOffsetFactor : 0, motion, readouts.size(), fit.search);
-  auto const best = axis.Refine(start);
-  bool const isWithin = best && std::abs((*best)[kLag] - start[kLag]) < 2 * kGridUs;
-  if (!isWithin) Refuse(fmt::format("reference {}: too little motion: no lag fits better than its neighbours", name));
+  ReferenceFit Run() {
+    try {
+      std::array<LagTrial, 2> const found = {Search(0), Search(1)};
+      Select(found);
+      CheckSearch(found);
+      Refine();
+    } catch (Refusal const& refusal) {
+      mFit.refused = refusal;
+    }
+    if (mFit.hasLag) Compare();
+    return std::move(mFit);
+  }
 
-  std::vector<Moments> const blocks = axis.Blocks(*best);
-  double squares = 0;
-  for (Moments const& block : blocks) squares += block.squares;
-  fit.residual = std::sqrt(squares / static_cast<double>(readouts.size()));
-  fit.residualShare = fit.residual / motion;
-  std::vector<Parameters> const drawn = Resample(blocks, *best, count, options.resamples);
-  fit.lagUs = Spread(*best, drawn, [](Parameters const& p) { return p[kLag]; });
-  double const width = fit.lagUs.interval.high - fit.lagUs.interval.low;
-  if (width > kWidestLagIntervalUs) {
-    Refuse(
-        fmt::format("reference {}: too little motion or too short: the lag can lie anywhere within {:.0f} us, expected "
-                    "at most {:.0f} us",
-                    name, width, kWidestLagIntervalUs));
+ private:
+  ImageAxis Axis(std::size_t index) const { return {mHall, mFit.windows, index}; }
+
+  LagTrial Search(std::size_t axis) const {
+    bool const isStill = mFit.windows.list.size() >= kFewestFrames && !(mFit.windows.Motion(axis) > 0);
+    if (isStill) Refuse("too_little_motion", "reference {} stands still", "xy"[axis]);
+    bool const hasSlope = mFit.windows.slope == SlopeState::kFitted;
+    std::optional<LagTrial> best;
+    auto const tryLag = [&](double lagUs, double slope) {
+      Parameters at = Only(kLag, lagUs);
+      at[kSlope] = slope;
+      auto const trial = Axis(axis).TryLag(at, kFewestFrames);
+      if (trial && (!best || trial->share < best->share)) best = trial;
+    };
+    for (double const lagUs : mLagsUs) tryLag(lagUs, hasSlope ? kSlopes[0] : 0);
+    if (!best) RefuseFrames();
+    double const firstUs = best->at[kLag];
+    for (double const slope : kSlopes) {
+      for (int step = -3; hasSlope && step <= 3; ++step) tryLag(firstUs + step * kGridUs, slope);
+    }
+    return *best;
   }
-  fit.isDrivenByY = std::abs((*best)[kGainY]) > std::abs((*best)[kGainX]);
-  std::size_t const driving = fit.isDrivenByY ? kGainY : kGainX;
-  std::size_t const other = fit.isDrivenByY ? kGainX : kGainY;
-  fit.gain = Spread(*best, drawn, [driving](Parameters const& p) { return p[driving]; });
-  fit.crossTalk = Spread(*best, drawn, [driving, other](Parameters const& p) { return p[other] / p[driving]; });
-  std::vector<Tangent> const tangents = axis.Tangents(*best);
-  for (std::size_t i = 0; i < images.size(); ++i) images[i].fitted[index] = tangents[i].position;
-  if (hasSlope) {
-    fit.groups = GroupsOf(readouts, tangents, index, *best, meanShorterUs, fit.residual);
-    fit.line = LagLine{
-        Spread(*best, drawn, [](Parameters const& p) { return p[kSlope]; }),
-        Spread(*best, drawn, [meanShorterUs](Parameters const& p) { return p[kLag] - p[kSlope] * meanShorterUs; })};
+
+  [[noreturn]] void RefuseFrames() const {
+    std::size_t counts[] = {0, 0, mFit.clipped};
+    for (FrameWindow const& window : mFit.windows.list)
+      ++counts[static_cast<std::size_t>(mHall.CoverageOf(window.startUs, window.endUs))];
+    auto const [whole, partial, clipped] = counts;
+    if (whole >= kFewestFrames && mFit.clipped == 0)
+      Refuse("too_little_motion", "hall_x or hall_y stands still, or both move as one");
+    Refuse(whole + clipped < kFewestFrames ? "too_few_frames" : "clipped",
+           "expected {} frames of the reference with samples all around them, found {}, and {} whose samples touch an "
+           "end of their range",
+           kFewestFrames, whole, clipped);
   }
-  return fit;
-}
+
+  // The frames that the rest is about.
+  void Select(std::array<LagTrial, 2> const& found) {
+    auto const [least, most] = std::minmax(found[0].at[kLag], found[1].at[kLag]);
+    std::vector<FrameWindow> selected;
+    for (FrameWindow const& window : mFit.windows.list) {
+      Coverage const coverage = mHall.CoverageOf(window.startUs - most - kMarginUs, window.endUs - least + kMarginUs);
+      if (coverage == Coverage::kWhole) selected.push_back(window);
+      if (coverage == Coverage::kClipped) ++mFit.clipped;
+    }
+    if (selected.size() < kFewestFrames) RefuseFrames();
+    mFit.leftOut -= selected.size();
+    mFit.windows = FrameWindows(std::move(selected));
+    mFit.hasLag = true;
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      mFit.axes[axis].at = found[axis].at;
+      if (mFit.windows.parameters <= kSlope) mFit.axes[axis].at[kSlope] = 0;
+      Evaluate(Axis(axis), mFit.axes[axis]);
+    }
+  }
+
+  void CheckSearch(std::array<LagTrial, 2> const& found) const {
+    double const edgeUs = mLagsUs.back() - kGridUs;
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      if (found[axis].share > kMostResidualShare) {
+        CheckOutliers();
+        Refuse(mFit.windows.IsSmooth(axis) ? "not_this_recording" : "too_little_motion",
+               "reference {}: too little motion, not of this recording, or a lag beyond the search: expected at most "
+               "{:.0f} % of the motion unexplained, found {:.0f} % at the best lag",
+               "xy"[axis], 100 * kMostResidualShare, 100 * found[axis].share);
+      }
+      if (std::abs(found[axis].at[kLag]) > edgeUs)
+        Refuse("search_edge", "reference {}: expected a lag within {:.0f} us, found it at the end of the search",
+               "xy"[axis], edgeUs);
+    }
+  }
+
+  void CheckOutliers() const {
+    for (RobustFit const& fit : mFit.axes) {
+      auto const count = static_cast<double>(std::count(fit.isOutlier.begin(), fit.isOutlier.end(), true));
+      double const share = count / static_cast<double>(fit.isOutlier.size());
+      if (share > kMostOutliers)
+        Refuse("outliers", "expected at most {:.0f} % of the frames off by more than {} scales, found {:.0f} %",
+               100 * kMostOutliers, kOutlierScales, 100 * share);
+    }
+  }
+
+  std::optional<BothAxes> FitBoth(FrameWindows const& windows) const {
+    BothAxes fits;
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      Parameters const& start = mFit.axes[axis].at;
+      auto fit = FitRobustly({mHall, windows, axis}, start);
+      if (!fit || std::abs(fit->at[kLag] - start[kLag]) > 2 * kGridUs) return std::nullopt;
+      fits[axis] = std::move(*fit);
+    }
+    return fits;
+  }
+
+  void Refine() {
+    auto shorter = FitBoth(mFit.windows);
+    if (!shorter) {
+      CheckOutliers();
+      Refuse("too_little_motion", "no lag fits better than its neighbours");
+    }
+    mFit.axes = std::move(*shorter);
+    CheckOutliers();
+    mFit.probability = ProbabilityOfLibrary(mFit.axes, mFit.windows);
+    ChooseExposure();
+  }
+
+  // Whether the lag goes by the exposure or by the shorter one of exposure and readout: by which of the two leaves less
+  // over, if it does by more than chance (Vuong's test).
+  void ChooseExposure() {
+    FrameWindows byExposure(mFit.windows.list, true);
+    std::vector<double> excessUs;
+    for (std::size_t i = 0; i < byExposure.list.size(); ++i)
+      excessUs.push_back(byExposure.list[i].slopeByUs - mFit.windows.list[i].slopeByUs);
+    bool const areFitted = mFit.windows.slope == SlopeState::kFitted && byExposure.slope == SlopeState::kFitted;
+    if (!areFitted || MeanSquare(excessUs) < kLeastExcessUs * kLeastExcessUs) return;
+    auto other = FitBoth(byExposure);
+    if (!other) return;
+    std::vector<double> gains(excessUs.size());
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      RobustFit const& one = mFit.axes[axis];
+      RobustFit const& two = (*other)[axis];
+      double const limit = kOutlierScales * std::min(one.scale, two.scale);
+      auto const loss = [limit](double residual) { return std::min(1.0, std::pow(residual / limit, 2)); };
+      for (std::size_t i = 0; i < gains.size(); ++i) gains[i] += loss(one.residuals[i]) - loss(two.residuals[i]);
+    }
+    auto const frames = static_cast<double>(gains.size());
+    double const gain = std::accumulate(gains.begin(), gains.end(), 0.0);
+    if (std::abs(gain) < 1.96 * std::sqrt(frames * MeanSquare(gains))) return;
+    mFit.follows = gain > 0 ? LagFollows::kExposure : LagFollows::kShorter;
+    if (gain < 0) return;
+    mFit.axes = std::move(*other);
+    mFit.windows = std::move(byExposure);
+  }
+
+  // The fitted lag with others and with the library's.
+  void Compare() {
+    for (std::size_t axis = 0; axis < 2; ++axis) {
+      mLagsUs.push_back(mFit.axes[axis].at[kLag]);
+      if (!mFit.refused) mFit.differences[axis] = Axis(axis).DifferenceOf(mFit.axes[axis].at);
+    }
+    std::sort(mLagsUs.begin(), mLagsUs.end());
+    for (double const lagUs : mLagsUs) {
+      Parameters x = mFit.axes[0].at;
+      Parameters y = mFit.axes[1].at;
+      x[kLag] = y[kLag] = lagUs;
+      auto const ofX = Axis(0).TryLag(x, kFewestFrames / 2);
+      auto const ofY = Axis(1).TryLag(y, kFewestFrames / 2);
+      if (ofX && ofY) mFit.search.push_back({lagUs, {ofX->share, ofY->share}});
+    }
+  }
+
+  HallSignal const& mHall;
+  std::vector<double> mLagsUs;  // of the search
+  ReferenceFit mFit;
+};
 
 }  // namespace
 
-ReferenceFit FitReference(HallSignal const& hall, std::vector<ReferenceFrame> const& frames,
+ReferenceFit FitReference(std::vector<HallSample> const& samples, std::vector<ReferenceFrame> const& frames,
                           FitOptions const& options) {
+  auto const refuse = [&](char const* code, std::string text) {
+    ReferenceFit fit;
+    fit.leftOut = frames.size();
+    fit.refused = Refusal{code, std::move(text)};
+    return fit;
+  };
+  if (frames.empty()) return refuse("not_this_recording", "expected frames of the recording, found none of them");
+  bool const hasTimes = std::any_of(samples.begin(), samples.end(),
+                                    [&](auto const& sample) { return sample.timeNs != samples.front().timeNs; });
+  if (!hasTimes) return refuse("too_few_samples", "expected samples at different times, found none");
+  HallSignal const hall(samples);
   if (hall.MedianIntervalUs() > kLongestIntervalUs) {
-    Refuse(fmt::format("samples too rare: expected one every {:.0f} us, found one every {:.0f} us", kLongestIntervalUs,
-                       hall.MedianIntervalUs()));
+    return refuse("too_few_samples", fmt::format("expected a sample every {:.0f} us, found one every {:.0f} us",
+                                                 kLongestIntervalUs, hall.MedianIntervalUs()));
   }
-  std::vector<Readout> readouts;
-  ReferenceFit fit;
-  for (ReferenceFrame const& frame : frames) {
-    double const startUs = static_cast<double>(frame.readoutStartNs - hall.FirstNs()) / 1e3;
-    double const endUs = startUs + frame.readoutUs;
-    bool const isUsable = frame.readoutUs > 0 && hall.Covers(startUs - options.searchUs, endUs + options.searchUs);
-    if (!isUsable) continue;
-    double const shorterUs = std::min(frame.exposureUs, frame.readoutUs);
-    readouts.push_back({startUs, endUs, shorterUs, frame.position});
-    fit.images.push_back({frame.frame, frame.position, {}});
-    fit.shorterUs += shorterUs;
-  }
-  fit.frames = readouts.size();
-  fit.leftOut = frames.size() - readouts.size();
-  if (fit.frames < kFewestFrames) {
-    Refuse(fmt::format("too short: expected {} frames of the reference with samples all around them, found {} of {}",
-                       kFewestFrames, fit.frames, frames.size()));
-  }
-  fit.shorterUs /= static_cast<double>(fit.frames);
-  double squares = 0;
-  for (Readout& readout : readouts) {
-    readout.shorterUs -= fit.shorterUs;
-    squares += readout.shorterUs * readout.shorterUs;
-  }
-  bool const hasSlope = std::sqrt(squares / static_cast<double>(fit.frames)) >= kLeastSpreadUs;
-  for (std::size_t i = 0; i < 2; ++i) {
-    fit.axes[i] = FitAxis(hall, readouts, i, fit.shorterUs, hasSlope, options, fit.images);
-  }
-  return fit;
+  return Fitting(hall, frames, options).Run();
 }
 
 }  // namespace shadingctl

@@ -1,5 +1,10 @@
 #include "tools/shadingctl/fit/LeastSquares.h"
 
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <utility>
+
 namespace shadingctl {
 namespace {
 
@@ -7,40 +12,58 @@ constexpr double kSingular = 1e-9;  // a pivot below this share of its column is
 
 }  // namespace
 
-void Moments::Add(Parameters const& row, double value) {
-  for (std::size_t i = 0; i < kParameters; ++i) {
-    for (std::size_t k = 0; k < kParameters; ++k) matrix[i][k] += row[i] * row[k];
-    right[i] += row[i] * value;
-  }
-  squares += value * value;
+double Dot(Parameters const& one, Parameters const& other) {
+  return std::inner_product(one.begin(), one.end(), other.begin(), 0.0);
 }
 
-void Moments::Add(Moments const& other) {
-  for (std::size_t i = 0; i < kParameters; ++i) {
-    for (std::size_t k = 0; k < kParameters; ++k) matrix[i][k] += other.matrix[i][k];
-    right[i] += other.right[i];
-  }
-  squares += other.squares;
+Parameters Only(Parameter parameter, double value) {
+  Parameters parameters{};
+  parameters[parameter] = value;
+  return parameters;
 }
 
-std::optional<Parameters> Solve(Moments moments, std::size_t count) {
-  auto& m = moments.matrix;
-  Parameters const diagonal = {m[0][0], m[1][1], m[2][2], m[3][3], m[4][4]};
+void Moments::Add(Parameters const& row, double value, double weight) {
   for (std::size_t i = 0; i < count; ++i) {
-    if (!(m[i][i] > kSingular * diagonal[i])) return std::nullopt;
+    for (std::size_t k = 0; k <= i; ++k) matrix[i][k] += weight * row[i] * row[k];
+    right[i] += weight * row[i] * value;
+  }
+}
+
+// By elimination, which fills the upper half.
+std::optional<Parameters> Moments::Solve() const {
+  auto m = matrix;
+  Parameters solution{};
+  std::copy_n(right.begin(), count, solution.begin());
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!(m[i][i] > kSingular * matrix[i][i])) return std::nullopt;
     for (std::size_t k = i + 1; k < count; ++k) {
+      m[i][k] = m[k][i];
       double const factor = m[k][i] / m[i][i];
-      for (std::size_t j = i; j < count; ++j) m[k][j] -= factor * m[i][j];
-      moments.right[k] -= factor * moments.right[i];
+      for (std::size_t j = i + 1; j <= k; ++j) m[k][j] -= factor * m[j][i];
+      solution[k] -= factor * solution[i];
     }
   }
-  Parameters solution{};
   for (std::size_t i = count; i-- > 0;) {
-    double rest = moments.right[i];
-    for (std::size_t j = i + 1; j < count; ++j) rest -= m[i][j] * solution[j];
-    solution[i] = rest / m[i][i];
+    for (std::size_t j = i + 1; j < count; ++j) solution[i] -= m[i][j] * solution[j];
+    solution[i] /= m[i][i];
   }
   return solution;
+}
+
+double MeanSquare(std::vector<double> const& values) {
+  return std::inner_product(values.begin(), values.end(), values.begin(), 0.0) / static_cast<double>(values.size());
+}
+
+double Median(std::vector<double> values) {
+  if (values.empty()) return 0;
+  auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+double RobustDeviation(std::vector<double> values) {
+  for (double& value : values) value = std::abs(value);
+  return 1.4826 * Median(std::move(values));
 }
 
 }  // namespace shadingctl

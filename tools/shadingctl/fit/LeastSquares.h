@@ -1,32 +1,49 @@
-// The linear least-squares problem that each step of the fit solves.
+// Least squares and medians: what each step of the fit is made of.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <vector>
 
 namespace shadingctl {
 
-// Parameters: offset, gains of X and Y, lag at the mean of the shorter one of exposure and readout, slope of the lag.
-// The slope comes last, so that it can be left out.
-constexpr std::size_t kParameters = 5;
-constexpr std::size_t kGainX = 1;
-constexpr std::size_t kGainY = 2;
-constexpr std::size_t kLag = 3;
-constexpr std::size_t kSlope = 4;
+// A step that needs fewer parameters takes the first ones, so the slope comes last: it can be left out.
+enum Parameter : std::size_t {
+  kOffset,
+  kTrend,  // of the image over time, and over time squared
+  kBend,
+  kGainX,  // image per unit of the samples
+  kGainY,
+  kCurvature,  // of the image over the squared motion that the gains give it
+  kLag,        // mean of all frames, us
+  kDrift,      // of the lag over time, us
+  kSlope,      // of the lag over the exposure
+  kParameters
+};
 using Parameters = std::array<double, kParameters>;
 
-// Sums over the equations of a least-squares problem.
-struct Moments {
-  std::array<Parameters, kParameters> matrix{};
-  Parameters right{};
-  double squares = 0;
+double Dot(Parameters const& one, Parameters const& other);
+Parameters Only(Parameter parameter, double value = 1);
 
-  void Add(Parameters const& row, double value);
-  void Add(Moments const& other);
+// Sums over the equations of a least-squares problem in its first `count` parameters.
+struct Moments {
+  std::size_t count;
+  std::array<Parameters, kParameters> matrix{};  // the lower half
+  Parameters right{};
+
+  void Add(Parameters const& row, double value, double weight);
+
+  // The other parameters are 0. nullopt when they cannot be told apart.
+  std::optional<Parameters> Solve() const;
 };
 
-// Solves for the first `count` parameters by elimination; the others are 0. nullopt when they cannot be told apart.
-std::optional<Parameters> Solve(Moments moments, std::size_t count);
+double MeanSquare(std::vector<double> const& values);
+
+// 0 of none.
+double Median(std::vector<double> values);
+
+// The standard deviation of values around 0 most of which follow the normal distribution.
+double RobustDeviation(std::vector<double> values);
 
 }  // namespace shadingctl

@@ -157,38 +157,49 @@ void CheckCalibration(Checked const& result) {
   }
 }
 
-// A row of numbers; the last `lists` of them are a value with its interval, or null.
-void CheckRow(Checked const& row, std::size_t numbers, std::size_t lists) {
+void CheckRow(Checked const& row, std::size_t numbers) {
   row.List();
-  if (row.size() != numbers + lists) row.Refuse(fmt::format("a list of {}", numbers + lists));
+  if (row.size() != numbers) row.Refuse(fmt::format("a list of {}", numbers));
   for (std::size_t i = 0; i < numbers; ++i) row.At(i).Number();
-  for (std::size_t i = numbers; i < row.size(); ++i) {
-    if (!row.At(i).Value().is_null()) CheckRow(row.At(i), 3, 0);
-  }
 }
 
 void CheckFit(Checked const& result) {
-  for (char const* const key : {"frames", "left_out"}) result.At(key).WholeNumber();
-  result.At("shorter_us").Number();
-  for (char const* const key : {"recording", "reference"}) result.At(key).TextIfAny();
+  for (char const* const key : {"frames", "left_out", "clipped"}) result.At(key).WholeNumber();
+  for (char const* const key : {"shorter_us", "readout_us"}) result.At(key).Number();
+  result.At("p").NumberIfAny();
+  for (char const* const key : {"recording", "reference", "verdict", "reason", "lag_follows", "slope"})
+    result.At(key).TextIfAny();
+  for (char const* const key : {"diagnosis", "advice"}) {
+    Checked const list = result.At(key).List();
+    for (std::size_t i = 0; i < list.size(); ++i) list.At(i).TextIfAny();
+  }
+  if (!result.At("refused").Value().is_null()) result.At("refused").Object().At("text").TextIfAny();
   for (char const* const name : {"x", "y"}) {
     Checked const axis = result.At("axes").Object().At(name).Object();
-    for (char const* const key :
-         {"lag_us", "lag_slope", "lag_intercept_us", "gain", "cross_talk", "residual", "residual_share"}) {
+    axis.At("hall").TextIfAny();
+    for (char const* const key : {"lag_us", "lag_slope", "lag_intercept_us", "gain", "cross_talk", "curvature", "trend",
+                                  "trend_bend", "drift_ppm", "residual", "residual_share", "correlation"}) {
       Checked const quantity = axis.At(key).Object();
       quantity.At("value").NumberIfAny();
       quantity.At("library").NumberIfAny();
-      if (quantity.Find("interval") != nullptr) CheckRow(quantity.At("interval"), 2, 0);
+      if (quantity.Find("interval") != nullptr) CheckRow(quantity.At("interval"), 2);
     }
+    if (result.At("difference").Value().is_null()) continue;
+    Checked const difference = result.At("difference").Object().At(name).Object();
+    for (char const* const key : {"lag_us", "position"}) difference.At(key).Number();
+  }
+  Checked const outliers = result.At("outliers").List();
+  for (std::size_t i = 0; i < outliers.size(); ++i) {
+    outliers.At(i).Object().At("frame").WholeNumber();
+    CheckRow(outliers.At(i).At("residual"), 2);
   }
   struct {
     char const* key;
     std::size_t numbers;
-    std::size_t lists;
-  } const rows[] = {{"search", 3, 0}, {"groups", 1, 2}, {"images", 5, 0}};
-  for (auto const& [key, numbers, lists] : rows) {
+  } const rows[] = {{"search", 3}, {"images", 10}};
+  for (auto const& [key, numbers] : rows) {
     Checked const list = result.At(key).List();
-    for (std::size_t i = 0; i < list.size(); ++i) CheckRow(list.At(i), numbers, lists);
+    for (std::size_t i = 0; i < list.size(); ++i) CheckRow(list.At(i), numbers);
   }
 }
 
