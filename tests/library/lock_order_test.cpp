@@ -22,6 +22,7 @@ std::atomic<void*> creationMutex{nullptr};
 std::atomic<void*> registryMutex{nullptr};  // the first one that is taken with no other held
 
 std::atomic<unsigned int> violations{0};
+std::atomic<unsigned int> creationLocks{0};
 std::atomic<unsigned int> nestedLocks{0};
 std::atomic<unsigned int> driverCalls{0};
 std::atomic<unsigned int> pulls{0};
@@ -40,6 +41,7 @@ bool IsLibrarys(void const* returnAddress) {
 }
 
 void Take(void* lock) {
+  if (lock == creationMutex) ++creationLocks;
   if (heldCount == 0 && lock != creationMutex) {
     void* expected = nullptr;
     if (!registryMutex.compare_exchange_strong(expected, lock) && expected != lock) {
@@ -125,6 +127,7 @@ TEST(Locks, AreTakenInOrderAndNeverHeldWhileTheDriverIsCalled) {
   desktop::Device::Get().WatchCalls(nullptr);
   EXPECT_EQ(violations, 0U);
   EXPECT_EQ(counts.wrongAnswers, 0U);
+  EXPECT_EQ(creationLocks, 1U) << "the object is made once, and its lock serves for nothing else";
   EXPECT_GT(nestedLocks, 500U);
   EXPECT_GT(driverCalls, 500U);
   EXPECT_GT(pulls, 500U);

@@ -64,8 +64,11 @@ TEST_F(Configuration, SensorMapIsReadAsPairsInOrder) {
   };
   for (auto const& row : rows) {
     device.TakeLog();
+    device.RecordCalls(true);
     auto const library = LibraryWithSensorMap(row.values);
     EXPECT_EQ(Logged(), row.lines);
+    EXPECT_EQ(device.TakeCalls().size(), row.lines.empty() ? 5U : 6U)
+        << "properties, the count and, if usable, the list";
     for (int const id : row.supported) EXPECT_TRUE(library->IsSupportSensor(id)) << id;
     for (int const id : row.unsupported) EXPECT_FALSE(library->IsSupportSensor(id)) << id;
   }

@@ -113,18 +113,32 @@ TEST_F(Dump, TheTextIsTheSameInEveryLocaleAndReplacesALongerOne) {
   }
 }
 
-TEST_F(Dump, ElementsThatTheCallerLacksAreWrittenAsZero) {
+TEST_F(Dump, TheCallersElementsAreWrittenAndThoseThatItLacksAreZero) {
   StartDumping(ShortSession());
   g_oisDebug = 0;
-  x = {3.5};
-  y = {};
-  Run(1);
-  auto const files = TakeFiles();
-  ASSERT_EQ(files.size(), 1U);
-  EXPECT_THAT(files.begin()->second, testing::HasSubstr("\t\"match ois hall0 X\": 3.500000\n"
-                                                        "\t\"match ois hall0 y\": 0.000000\n"
-                                                        "\t\"match ois hall1 X\": 0.000000\n"
-                                                        "\t\"match ois hall1 y\": 0.000000\n"));
+  struct {
+    std::vector<double> x, y;
+    char const* lines;
+  } const rows[] = {{{1.5, 2.5},
+                     {3.5, 4.5, 5.5},
+                     "\t\"match ois hall0 X\": 1.500000\n"
+                     "\t\"match ois hall0 y\": 3.500000\n"
+                     "\t\"match ois hall1 X\": 2.500000\n"
+                     "\t\"match ois hall1 y\": 4.500000\n"},
+                    {{3.5},
+                     {},
+                     "\t\"match ois hall0 X\": 3.500000\n"
+                     "\t\"match ois hall0 y\": 0.000000\n"
+                     "\t\"match ois hall1 X\": 0.000000\n"
+                     "\t\"match ois hall1 y\": 0.000000\n"}};
+  for (auto const& row : rows) {
+    x = row.x;
+    y = row.y;
+    Run(1);
+    auto const files = TakeFiles();
+    ASSERT_EQ(files.size(), 1U);
+    EXPECT_THAT(files.begin()->second, testing::HasSubstr(row.lines));
+  }
 }
 
 TEST_F(Dump, NothingIsWrittenWithoutASpanOrWithoutTheDirectory) {

@@ -131,6 +131,7 @@ TEST(ReadoutMatch, StartIsTheCloserOfTheFirstEntryWithinTheToleranceAndTheNext) 
       {"later than any", {{kLatestNs - 2'000, kLatestNs}}, kLatestUs + 10 + 1'500, kNone, kNone},
       {"far later", {{kLatestNs - 2'000, kLatestNs}}, (std::uint64_t{1} << 63) - 1, kNone, kNone},
       {"the earliest time", {{kEarliestNs, kEarliestNs + 2'000}}, ~kLatestUs + 1 + 10, 0, 0},
+      {"1499 after the earliest time", {{kEarliestNs, kEarliestNs + 2'000}}, ~kLatestUs + 1 + 10 + 1'499, 0, 1},
       {"earlier than any", {{kEarliestNs, kEarliestNs + 2'000}}, std::uint64_t{1} << 63, kNone, kNone},
   };
   for (auto const& row : rows) {

@@ -189,15 +189,24 @@ TEST_F(Registry, AMonitorAloneCopiesWhatItFindsAndElseLeavesTheOutput) {
   monitor.enableSensor();
   device.QueueSamples("OIS_MONITOR-0-3", SamplesAt({100, 200}));
   monitor.updateSensorData(7, 1);
+  gLogLevel = 1;
   Samples samples;
   for (unsigned int const frameNumber : {7U, 8U}) {
     monitor.getSensorData(samples, frameNumber, 0);
     EXPECT_EQ(TimesOf(samples), (std::vector<std::int64_t>{100, 200})) << frameNumber;
   }
+  EXPECT_THAT(Logged(), ElementsAre("[getSensorData]  get sensor data F:(7) TS:(0) data size:2",
+                                    "[getSensorData]  get sensor data F:(8) TS:(0) data size:2"));
 }
 
-TEST_F(Registry, DestructionEndsTheSensorsLastRegisteredFirst) {
+TEST_F(Registry, AStopEndsItsOwnSensorAndDestructionTheOthersLastRegisteredFirst) {
   library->RegisterAndStartSensorMonitor(0, 3);
+  library->RegisterAndStartSensorMonitor(2, 5);
+  Called();
+  library->StopSensorMonitor(2, 5);
+  EXPECT_THAT(Called(), ElementsAre("disableSensor OIS_MONITOR-2-5 5", "~SensorProvider OIS_MONITOR-2-5"));
+  EXPECT_TRUE(library->IsEnabled(0));
+  EXPECT_FALSE(library->IsEnabled(2));
   library->RegisterAndStartSensorMonitor(2, 5);
   Called();
   library.reset();
