@@ -1,9 +1,12 @@
 # Run by cpack between installing and packing: what Debian asks for and a plain installation does not have. The time of
 # everything is SOURCE_DATE_EPOCH where that is set, so that a package can be made twice with the same bytes.
-find_program(SHLIBDEPS dpkg-shlibdeps)
-if(NOT SHLIBDEPS)
-  message(FATAL_ERROR "packages: expected dpkg-shlibdeps, found none (apt-get install dpkg-dev)")
-endif()
+foreach(tool dpkg-shlibdeps file)
+  find_program(found ${tool} NO_CACHE)
+  if(NOT found)
+    message(FATAL_ERROR "packages: expected ${tool}, found none (apt-get install dpkg-dev file)")
+  endif()
+  unset(found)
+endforeach()
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   set(seconds $ENV{SOURCE_DATE_EPOCH})
 else()

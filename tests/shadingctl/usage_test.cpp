@@ -21,6 +21,7 @@ class Usage : public testing::TestWithParam<CommandLine> {};
 
 TEST_P(Usage, IsAnswered) {
   Outcome const outcome = RunTool(GetParam().arguments);
+  if (outcome.err.find(": no private mount namespace (") != std::string::npos) GTEST_SKIP() << outcome.err;
   EXPECT_EQ(outcome.exitCode, GetParam().exitCode);
   std::string const& text = outcome.exitCode == 0 ? outcome.out : outcome.err;
   EXPECT_NE(text.find(GetParam().told), std::string::npos) << text;
