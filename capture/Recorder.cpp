@@ -64,7 +64,7 @@ void Recorder::WriteUntilFinished() noexcept {
   CaptureState written;
   for (bool finished = false; !finished;) {
     finished = mFinished;  // asked first: whatever was added before is in the queue now
-    while (!mCalls.empty()) WriteQueued();
+    while (!mCalls.IsEmpty()) WriteQueued();
     CaptureState const state = {mLostCalls, mLostSamples, mBroken ? "broken" : finished ? "complete" : "running"};
     if (!(state == written)) mFiles->Write(state);
     written = state;
@@ -78,7 +78,7 @@ void Recorder::WriteQueued() noexcept {
   try {
     std::string calls, samples;
     std::vector<NSCam::Utils::SensorData> batch;
-    for (; callCount < kCallsAtOnce && !mCalls.empty(); ++callCount) {
+    for (; callCount < kCallsAtOnce && !mCalls.IsEmpty(); ++callCount) {
       Numbered const next = mCalls.Pop();
       batch.clear();
       for (std::size_t i = 0; i < next.queuedSamples; ++i) batch.push_back(mSamples.Pop());

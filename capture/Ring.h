@@ -17,14 +17,14 @@ class Ring {
   // The pushing thread's.
   std::size_t Room() const { return mCells.size() - (mPushed - mPopped.load(std::memory_order_acquire)); }
 
-  // Requires: room() > 0.
+  // Requires: Room() > 0.
   void Push(Value const& value) {
     mCells[mPushed % mCells.size()] = value;
     mPushed.store(mPushed + 1, std::memory_order_release);
   }
 
   // The popping thread's.
-  bool empty() const { return mPopped == mPushed.load(std::memory_order_acquire); }
+  bool IsEmpty() const { return mPopped == mPushed.load(std::memory_order_acquire); }
 
   // Requires: not empty().
   Value Pop() {
