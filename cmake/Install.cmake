@@ -1,5 +1,6 @@
 # What `cmake --install` puts where, in components (`--component NAME`): library, development, desktop (the played
-# platform), tools, documentation. Everything finds everything else by its place beside it, so the tree can be moved.
+# platform), tools, python, documentation. All but the Python module find the rest by its place beside them, so the tree
+# can be moved.
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_BINDIR}" OR CMAKE_INSTALL_BINDIR MATCHES "/")
   message(FATAL_ERROR "CMAKE_INSTALL_LIBDIR and _BINDIR: expected directories inside of the prefix, and of one level for "
                       "programs; found ${CMAKE_INSTALL_LIBDIR} and ${CMAKE_INSTALL_BINDIR}")
@@ -42,6 +43,10 @@ if(TARGET shadingctl)
   install(FILES ${PROJECT_BINARY_DIR}/pages/_shadingctl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions
           COMPONENT tools)
 endif()
+
+# The Python module, where Debian's Python looks; it finds the tool in PATH.
+install(DIRECTORY python/shadingctl DESTINATION lib/python3/dist-packages COMPONENT python FILES_MATCHING PATTERN "*.py"
+        PATTERN __pycache__ EXCLUDE)
 
 set(documentation ${CMAKE_INSTALL_DATADIR}/doc/vcam-shadingutil)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documentation} COMPONENT documentation)

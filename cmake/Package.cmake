@@ -36,8 +36,12 @@ package(desktop vcam-shadingutil-desktop libs "played phone for the lens-shading
 package(tools vcam-shadingutil-tools utils "judge the lens shading of a phone camera"
 "shadingctl plays recordings to the shading library and shows why the shading
 follows the lens in a frame, or does not; two taps record a host's session." library)
+package(python python3-shadingctl python "judge the lens shading of a phone camera (Python module)"
+"Results of shadingctl as pandas tables, and recordings made of tables." tools)
 package(documentation vcam-shadingutil-doc doc "lens-shading utilities of a phone camera (documentation)"
 "What the library computes, the tool's files and outputs, and how to come from a
 desk into a phone.")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.9), python3-pandas")
 include(CPack)
