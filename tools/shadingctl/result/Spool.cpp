@@ -1,58 +1,41 @@
-#include "tools/shadingctl/result/BatchSpool.h"
+#include "tools/shadingctl/result/Spool.h"
 
 #include <fmt/format.h>
 
-#include <array>
 #include <cerrno>
-#include <cmath>
-#include <iterator>
-#include <string>
 #include <system_error>
 
 #include "hosting/UnusableInput.h"
-#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
-namespace {
 
-// JSON has no infinity.
-std::string NumberText(float position) {
-  return std::isfinite(position) ? PositionText(static_cast<double>(position)) : std::string("null");
-}
-
-}  // namespace
-
-BatchSpool::BatchSpool() : mFile(std::tmpfile(), &std::fclose) {
+Spool::Spool() : mFile(std::tmpfile(), &std::fclose) {
   if (mFile == nullptr) Fail();
 }
 
-void BatchSpool::Fail() {
+void Spool::Fail() {
   throw hosting::UnusableInput(
-      fmt::format("temporary file for samples: cannot be written: {}", std::generic_category().message(errno)));
+      fmt::format("temporary file: cannot be used: {}", std::generic_category().message(errno)));
 }
 
-void BatchSpool::Add(DeliveredBatch const& batch) {
-  std::string text =
-      fmt::format("{}{{\"camera\":{},\"frame\":{},\"samples\":[", mFirst ? "\n" : ",\n", batch.camera, batch.frame);
-  char const* separator = "";
-  for (auto const& sample : batch.samples) {
-    fmt::format_to(std::back_inserter(text), "{}[{},{},{}]", separator, sample.timestamp, NumberText(sample.oisHallX),
-                   NumberText(sample.oisHallY));
-    separator = ",";
-  }
-  text += "]}";
-  if (std::fwrite(text.data(), 1, text.size(), mFile.get()) != text.size()) Fail();
-  mFirst = false;
+void Spool::Append(std::string_view record) {
+  std::size_t const size = record.size();
+  bool const isWritten =
+      std::fwrite(&size, sizeof size, 1, mFile.get()) == 1 && std::fwrite(record.data(), 1, size, mFile.get()) == size;
+  if (!isWritten) Fail();
 }
 
-void BatchSpool::Read(std::function<void(std::string_view)> const& take) {
-  if (std::fflush(mFile.get()) != 0) Fail();
-  std::rewind(mFile.get());
-  std::array<char, 65536> buffer{};
-  while (std::size_t const size = std::fread(buffer.data(), 1, buffer.size(), mFile.get())) {
-    take({buffer.data(), size});
+bool Spool::Next(std::string& record) {
+  if (!mIsRead && std::fseek(mFile.get(), 0, SEEK_SET) != 0) Fail();  // which writes out what is left
+  mIsRead = true;
+  std::size_t size = 0;
+  if (std::fread(&size, sizeof size, 1, mFile.get()) != 1) {
+    if (std::ferror(mFile.get()) != 0) Fail();
+    return false;
   }
-  if (std::ferror(mFile.get()) != 0) Fail();
+  record.resize(size);
+  if (std::fread(record.data(), 1, size, mFile.get()) != size) Fail();
+  return true;
 }
 
 }  // namespace shadingctl

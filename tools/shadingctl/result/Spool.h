@@ -1,30 +1,28 @@
-// Batches that wait in a temporary file until the rows before them in a JSON result are written.
+// Records that wait in a temporary file, so that any number of them takes no memory.
 #pragma once
 
 #include <cstdio>
-#include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
-
-#include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
 
 // The file has no name and goes away with the object. Everything that fails throws UnusableInput.
-class BatchSpool {
+class Spool {
  public:
-  BatchSpool();
+  Spool();
 
-  void Add(DeliveredBatch const& batch);
+  void Append(std::string_view record);
 
-  // The batches in their order, as the members of a JSON list, piece by piece.
-  void Read(std::function<void(std::string_view)> const& take);
+  // The records from the first one on; false at the end. Nothing may be appended afterwards.
+  bool Next(std::string& record);
 
  private:
   [[noreturn]] static void Fail();
 
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> mFile;
-  bool mFirst = true;
+  bool mIsRead = false;
 };
 
 }  // namespace shadingctl
