@@ -22,7 +22,6 @@
 #include "tools/shadingctl/report/ResultDocument.h"
 #include "tools/shadingctl/report/Trace.h"
 #include "tools/shadingctl/result/ResultDiff.h"
-#include "tools/shadingctl/result/ResultFile.h"
 
 namespace {
 
@@ -123,10 +122,12 @@ void ReadResult(std::string const& text) {
   std::string const path = Directory() + "/result";
   try {
     std::size_t rows = 0;
-    shadingctl::ReadResult(path, [&](nlohmann::ordered_json const& row) {
+    shadingctl::ResultSink sink;
+    sink.onRow = [&](shadingctl::ResultRow const& row) {
       ++rows;
-      Expect(row.at("frame").is_number_unsigned(), "a row without its frame");
-    });
+      Expect(row.Get<std::uint64_t>(shadingctl::Column::kFrame) != nullptr, "a row without its frame");
+    };
+    shadingctl::ReadResult(path, {shadingctl::kReplaySchema}, sink);
     Expect(rows <= text.size(), "more rows than the text has room for");
     Expect(shadingctl::CompareResults(path, path, {}).IsSame(), "a result that differs from itself");
   } catch (hosting::UnusableInput const& unusable) {
@@ -145,15 +146,15 @@ void ReadLibrary(std::string const& bytes) {
 
 // What is taken as a result can be drawn.
 void DrawResult(std::string const& text) {
+  Write("result", text);
+  std::string const path = Directory() + "/result";
   try {
-    shadingctl::ResultDocument const result = shadingctl::ParseResult("result", text);
-    std::string const page = shadingctl::MakePage({result});
-    Expect(page.find("</html>") != std::string::npos, "a page without its end");
-    if (result.kind != shadingctl::ResultDocument::Kind::kReplay) return;
     shadingctl::OutputFile nowhere("/dev/null");
-    shadingctl::WriteTrace(result, nowhere);
+    std::vector<shadingctl::PageResult> const results = {shadingctl::ReadPageResult(path)};
+    shadingctl::WritePage(results, nowhere);
+    if (shadingctl::IsReplay(results[0].head)) shadingctl::WriteTrace(path, nowhere);
   } catch (hosting::UnusableInput const& unusable) {
-    ExpectNamed(unusable, "result: ");
+    ExpectNamed(unusable, path);
   }
 }
 

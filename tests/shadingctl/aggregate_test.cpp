@@ -111,7 +111,7 @@ struct Unusable {
 TEST_F(Summarize, UnusableResultsAreToldAndLeftOut) {
   std::string const whole = Result("morning", 110, 80, 200);
   std::vector<Unusable> const rows = {
-      {"cut", whole.substr(0, whole.size() / 2), "cut: expected JSON, found parse error"},
+      {"cut", whole.substr(0, whole.size() / 2), "cut: expected JSON: parse error"},
       {"other", R"({"schema": "shadingctl-budget", "version": 1})",
        "schema: expected \"shadingctl-replay\", found \"shadingctl-budget\"\n"},
       {"newer", R"({"schema": "shadingctl-replay", "version": 2})", "version: expected 1, found 2\n"},

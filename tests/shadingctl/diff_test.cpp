@@ -51,7 +51,7 @@ TEST_F(WorkedResults, DifferByTheLastSampleInsteadOfTheMean) {
   EXPECT_EQ(outcome.exitCode, 1);
   for (char const* const line :
        {"**1 of 1 common rows differ.**", "| hall_x | 1 | 263.333328 | frame 7 |", "| hall_y | 1 | 10 | frame 7 |",
-        "| frame 7 | hall_x | 136.666672 | 400.0 | +263.333328 |", "| frame 7 | hall_y | -10.0 | -20.0 | -10 |",
+        "| frame 7 | hall_x | 136.666672 | 400 | +263.333328 |", "| frame 7 | hall_y | -10 | -20 | -10 |",
         "| frame 7 | readout_distance | 7.3333 | 256.1952 | +248.8619 |", "| mode | mean | last | differs |",
         "| cameras.0.frames | 1 | 1 |  |"}) {
     EXPECT_NE(outcome.out.find(line), std::string::npos) << line << "\n" << outcome.out;
@@ -71,28 +71,50 @@ TEST_F(WorkedResults, AreComparedFrameByFrameAndOnlyInWhatBothHave) {
                                  "Only in B: 1 rows, first frame 4.", "| frame 3 | hall_x | - | 7 | differs |"}) {
     EXPECT_NE(outcome.out.find(line), std::string::npos) << line << "\n" << outcome.out;
   }
+  EXPECT_NE(outcome.err.find("b:1: expected columns of a result (frame, "), std::string::npos) << outcome.err;
+  EXPECT_NE(outcome.err.find("found 'later'; left out 4 such values\n"), std::string::npos) << outcome.err;
   EXPECT_EQ(Diff("a", "a").exitCode, 0);
+  // Whatever the order, and however far apart rows of one frame lie.
+  std::string rows;
+  for (int frame = 99; frame > 0; --frame) rows += std::to_string(frame) + ",0," + std::to_string(frame * frame) + "\n";
+  std::string turned;
+  for (int frame = 1; frame < 100; ++frame) turned += std::to_string(frame) + ",2," + std::to_string(frame) + "\n";
+  Write("down", "frame,camera,hall_x\n" + rows + "7,0,50\n");
+  Write("up", "frame,camera,hall_x\n" + turned + "7,0,49\n7,0,51\n");
+  Outcome const far = Diff("down", "up", "--tolerance 0.5 --first 2");
+  for (char const* const line : {"**1 of 2 common rows differ.**", "Only in A: 98 rows, first frame 1; frame 2.",
+                                 "Only in B: 99 rows, first frame 1 of camera 2; frame 2 of camera 2.",
+                                 "| frame 7, computation 2 | hall_x | 50 | 51 | +1 |"}) {
+    EXPECT_NE(far.out.find(line), std::string::npos) << line << "\n" << far.out;
+  }
 }
 
 TEST_F(WorkedResults, ThatAreNoneAreRefusedWithTheirPlace) {
   Keep("good", "json");
   std::string const good = ReadFile(Path("good"));
+  std::string manyKeys;
+  for (int i = 0; i < 1000; ++i) manyKeys += "\"k" + std::to_string(i) + "\": 1, ";
   struct {
     std::string text;
     char const* message;
   } const rows[] = {
       {"", "bad:1: expected a replay's result, JSON or CSV, found nothing"},
-      {"what is this\n",
-       "bad:1: expected a replay's result, JSON or CSV with the columns frame and timestamp_ns, found "
-       "'what is this'"},
+      {"what is this\n", "bad:1: expected a replay's result, JSON or CSV with the column frame, found 'what is this'"},
       {"frame,timestamp_ns\n1,2\n3\n", "bad:3: expected 2 values, found 1"},
-      {"frame,timestamp_ns\n1,x\n", "bad:2: timestamp_ns: expected a whole number, found 'x'"},
-      {good.substr(0, good.size() / 2), "bad: expected JSON, found parse error at line "},
+      {"frame,timestamp_ns\n1,x\n", "bad:2: timestamp_ns: expected a whole number from 0, found 'x'"},
+      {good.substr(0, good.size() / 2), "bad: expected JSON: parse error at line "},
       {Replaced(good, "shadingctl-replay", "shadingctl-budget"),
        R"(bad: schema: expected "shadingctl-replay", found "shadingctl-budget")"},
       {Replaced(good, "\"version\": 1,", "\"version\": 2,"), "bad: version: expected 1, found 2"},
-      {Replaced(good, "\"frame\":7", "\"frame\":\"7\""), R"(bad: frames[0].frame: expected a whole number, found "7")"},
-      {Replaced(good, "\"summary\"", "\"sum\""), "bad: summary: expected an object, found none"},
+      {Replaced(good, "\"frame\":7", "\"frame\":\"7\""),
+       R"(bad: frames[0].frame: expected a whole number from 0 to 4294967295, found "7")"},
+      {Replaced(good, "\"summary\": {", "\"summary\": 7, \"sum\": {"), "bad: summary: expected an object, found 7"},
+      {"frame,coverage\n1,1.5\n", "bad:2: coverage: expected a number from 0 to 1, found '1.5'"},
+      {"frame,camera\n1,2147483648\n", "bad:2: camera: expected a whole number from -2147483648 to 2147483647"},
+      {"{\"a\": " + std::string(64, '['), "bad: expected at most 64 levels, found more"},
+      {"frame\n" + std::string(1200000, '1'), "bad: expected lines and values of at most 1048576 bytes, found more"},
+      {"{\"a\": \"" + std::string(1200000, 'x'), "bad: expected lines and values of at most 1048576 bytes"},
+      {Replaced(good, "\"summary\": {", "\"summary\": {" + manyKeys), "bad: summary: expected at most 1000 members"},
   };
   for (auto const& row : rows) {
     Write("bad", row.text);
@@ -103,6 +125,10 @@ TEST_F(WorkedResults, ThatAreNoneAreRefusedWithTheirPlace) {
     }
   }
   EXPECT_NE(Diff("good", "missing").err.find("missing: cannot be read: No such file"), std::string::npos);
+  // Its first bytes cannot be read.
+  Outcome const failing = RunTool("diff /proc/self/mem " + Path("good"));
+  EXPECT_EQ(failing.exitCode, 3);
+  EXPECT_NE(failing.err.find("/proc/self/mem: cannot be read: Input/output error"), std::string::npos) << failing.err;
 }
 
 TEST_F(WorkedResults, AreCheckedAgainstAKeptOne) {
@@ -112,10 +138,14 @@ TEST_F(WorkedResults, AreCheckedAgainstAKeptOne) {
   EXPECT_EQ(Replay(check).exitCode, 0);
   Outcome const last = Replay(check + " --mode last");
   EXPECT_EQ(last.exitCode, 1);
-  EXPECT_NE(last.err.find("golden:2: hall_x: expected 136.666672, found 400; hall_y: expected -10, found -20; "
-                          "readout_distance: expected 7.3333, found 256.1952\n"),
-            std::string::npos)
-      << last.err;
+  for (char const* const complaint :
+       {"golden:2: hall_x: expected 136.666672, found 400\n", "golden:2: hall_y: expected -10, found -20\n",
+        "golden:2: readout_distance: expected 7.3333, found 256.1952\n",
+        "golden: 1 rows differ, 0 are missing, 0 are new\n"}) {
+    EXPECT_NE(last.err.find(complaint), std::string::npos) << complaint << last.err;
+  }
+  Keep("json", "json");
+  std::string const json = ReadFile(Path("json"));
   struct {
     std::string golden;
     int exitCode;
@@ -123,11 +153,14 @@ TEST_F(WorkedResults, AreCheckedAgainstAKeptOne) {
   } const rows[] = {
       {"frame,match\n7,start\n", 0, ""},
       {"match,frame\r\nstart,7\r\n", 0, ""},
-      {"frame\n", 1, "golden:2: expected no more frames, found frame 7"},
-      {"frame\n7\n8\n", 1, "golden:3: expected another frame, found the end of the result"},
-      {"frame,match\n7\n", 1, "golden:2: expected 2 values, found 1"},
+      {"frame\n", 1, "golden: expected no frame 7, found it"},
+      {"frame\n7\n8\n", 1, "golden: expected frame 8, found none"},
+      {"frame,match\n7\n", 3, "golden:2: expected 2 values, found 1"},
       {"frame,mtach\n7,start\n", 3, "golden:1: expected columns of a result (frame, "},
-      {"", 3, "found ''"},
+      {"", 3, "golden:1: expected a replay's result, JSON or CSV, found nothing"},
+      {json, 0, ""},
+      {Replaced(json, "\"span_us\":[999990000,", "\"span_us\":[999990001,"), 1,
+       "golden: frames[0]: span_us: expected [999990001,1000010000], found [999990000,1000010000]"},
   };
   for (auto const& row : rows) {
     Write("golden", row.golden);

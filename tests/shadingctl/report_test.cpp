@@ -97,20 +97,38 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
     char const* text;
     char const* complaint;
   } const rows[] = {
-      {"", "expected JSON: parse error at line 1, column 1:"},
-      {"{\"schema\": \"shadingctl-replay\",\n\"version\": 1,", "expected JSON: parse error at line 2, column 14:"},
-      {"[]", "expected an object, found []"},
-      {"{}", "schema: expected \"shadingctl-replay\", \"shadingctl-calibration\" or \"shadingctl-fit\", found null"},
-      {R"({"schema": "shadingctl-replay", "version": 2})", "version: expected 1, found 2"},
-      {R"({"schema": "shadingctl-replay", "version": 1})", "frames: expected a list, found null"},
+      {"", ":1: expected a replay's result, JSON or CSV, found nothing"},
+      {"frame,timestamp_ns,match\n1,2,start\n", ": expected JSON, found CSV"},
+      {"{\"schema\": \"shadingctl-replay\",\n\"version\": 1,", ": expected JSON: parse error at line 2, column 14:"},
+      {"[]", ": expected an object, found a list"},
+      {"{}", ": schema: expected \"shadingctl-replay\""},
+      {R"({"schema": "shadingctl-replay", "version": 2})", ": version: expected 1, found 2"},
+      {R"({"schema": "shadingctl-replay", "version": 1})", ": frames: expected a list, found null"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [{"frame": 1, "timestamp_ns": "x"}]})",
-       "frames[0].timestamp_ns: expected a whole number, found \"x\""},
+       ": frames[0].timestamp_ns: expected a whole number from 0, found \"x\""},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [{"frame": 1, "timestamp_ns": 1, "match": "start",
           "span_us": [1]}]})",
-       "frames[0].span_us: expected a list of two whole numbers or null, found [1]"},
+       ": frames[0].span_us: expected a list of two whole numbers or null, found a list of 1"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [],
           "batches": [{"camera": 0, "samples": [[1, 2, 3], [1, "2", 3]]}]})",
-       "batches[0].samples[1][1]: expected a number or null, found \"2\""},
+       ": batches[0].samples[1][1]: expected a number or null, found \"2\""},
+      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"samples": [[1, 2, 3]], "camera": 0}]})",
+       ": batches[0].camera: expected a whole number before the samples, found none"},
+  };
+  for (auto const& [text, complaint] : rows) {
+    mPlace.Write("broken", text);
+    for (char const* const command : {"report ", "trace "}) {
+      Outcome const outcome = RunTool(command + Path("broken") + " -o " + Path("out"));
+      EXPECT_EQ(outcome.exitCode, 3) << text;
+      EXPECT_EQ(outcome.err.find("shadingctl: " + Path("broken") + complaint), 0U) << text << outcome.err;
+    }
+  }
+  struct {
+    char const* text;
+    char const* complaint;
+  } const pages[] = {
+      {"{\"schema\": 1}",
+       "schema: expected \"shadingctl-replay\" or \"shadingctl-calibration\" or \"shadingctl-fit\", found 1"},
       {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": 1}]})",
        "cameras[0].table: expected an object, found 1"},
       {R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": null})",
@@ -119,13 +137,11 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
           "readout_us": 1, "diagnosis": [], "advice": [], "axes": {"x": 1}})",
        "axes.x: expected an object, found 1"},
   };
-  for (auto const& [text, complaint] : rows) {
+  for (auto const& [text, complaint] : pages) {
     mPlace.Write("broken", text);
-    for (char const* const command : {"report ", "trace "}) {
-      Outcome const outcome = RunTool(command + Path("broken") + " -o " + Path("out"));
-      EXPECT_EQ(outcome.exitCode, 3) << text;
-      EXPECT_EQ(outcome.err.find("shadingctl: " + Path("broken") + ": " + complaint), 0U) << text << outcome.err;
-    }
+    Outcome const outcome = RunTool("report " + Path("broken") + " -o " + Path("out"));
+    EXPECT_EQ(outcome.exitCode, 3) << text;
+    EXPECT_EQ(outcome.err.find("shadingctl: " + Path("broken") + ": " + complaint), 0U) << text << outcome.err;
   }
   EXPECT_EQ(RunTool("report " + Path("none")).err,
             "shadingctl: " + Path("none") + ": cannot be read: No such file or directory\n");
@@ -136,13 +152,14 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
 TEST_F(Result, SparseResultsAndImpossibleTimesAreTakenAsTheyAre) {
   mPlace.Write("sparse", R"({"schema": "shadingctl-replay", "version": 1, "frames": [
       {"frame": 1, "timestamp_ns": 18446744073709551615, "match": "start"},
-      {"frame": 2, "timestamp_ns": 0, "match": "a \"new\" kind", "exposure_us": 9223372036854775807,
-       "readout_us": -9223372036854775808, "offset_us": 9223372036854775807,
+      {"frame": 2, "timestamp_ns": 0, "toString": [{"a": 1}], "match": "a \"new\" kind", "exposure_us": 9223372036854775807,
+       "readout_us": 9223372036854775808, "offset_us": 9223372036854775807,
        "span_us": [9223372036854775807, -9223372036854775808]}]})");
   Json const page = DataOf(RunTool("report " + Path("sparse")).out)[0];
   EXPECT_EQ(page["frames"]["time_ns"].dump(), "[-1,0]") << "as signed numbers";
   EXPECT_EQ(page["frames"]["exposure_us"].dump(), "[null,9223372036854775807]");
   EXPECT_FALSE(page.contains("samples"));
+  EXPECT_FALSE(page["frames"].contains("toString")) << "columns that results do not have are left out";
   Outcome const trace = RunTool("trace " + Path("sparse"));
   EXPECT_EQ(trace.exitCode, 0);
   EXPECT_FALSE(Json::parse(trace.out)["traceEvents"].empty());

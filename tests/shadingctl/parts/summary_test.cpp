@@ -34,9 +34,9 @@ TEST(Summary, OnlyAllIsHundredPercentAndOnlyNothingIsZero) {
   auto const few = SummaryOf({{Match::kStart, 29999}, {Match::kNoStart, 1}});
   EXPECT_EQ(LineOf(few, "Matched"), "Matched    start 29999 (>99.9 %), no_start 1 (<0.1 %)");
   EXPECT_EQ(LineOf(few, "Match rate"), "Match rate >99.9 % of the 30000 frames have a sample at their start");
-  EXPECT_EQ(few.Json()["match_rate"], 0.999967);
-  EXPECT_EQ(SummaryOf({{Match::kStart, 2999999}, {Match::kNoStart, 1}}).Json()["match_rate"], 0.999999);
-  EXPECT_EQ(SummaryOf({{Match::kStart, 1}, {Match::kNoStart, 2999999}}).Json()["match_rate"], 0.000001);
+  EXPECT_EQ(few.ToJson()["match_rate"], 0.999967);
+  EXPECT_EQ(SummaryOf({{Match::kStart, 2999999}, {Match::kNoStart, 1}}).ToJson()["match_rate"], 0.999999);
+  EXPECT_EQ(SummaryOf({{Match::kStart, 1}, {Match::kNoStart, 2999999}}).ToJson()["match_rate"], 0.000001);
   EXPECT_EQ(LineOf(SummaryOf({{Match::kStart, 3}}), "Matched"), "Matched    start 3 (100.0 %)");
   EXPECT_EQ(LineOf(SummaryOf({{Match::kOff, 3}}), "Match rate"),
             "Match rate 0.0 % of the 3 frames have a sample at their start");
@@ -47,11 +47,11 @@ TEST(Summary, TheWarmUpIsNoFailure) {
   EXPECT_EQ(LineOf(summary, "Matched"), "Matched    start 57 (95.0 %), no_window 3 (5.0 %)");
   EXPECT_EQ(LineOf(summary, "Match rate"),
             "Match rate 95.0 % of the 60 frames after the warm-up have a sample at their start (81.4 % of all 70)");
-  auto const json = summary.Json();
+  auto const json = summary.ToJson();
   EXPECT_EQ(json["warm_up_frames"], 10);
   EXPECT_EQ(json["match_rate"], 0.95);
   EXPECT_EQ(json["match_rate_of_all"], 0.814286);
-  EXPECT_TRUE(SummaryOf({{Match::kWarmUp, 10}}).Json()["match_rate"].is_null());
+  EXPECT_TRUE(SummaryOf({{Match::kWarmUp, 10}}).ToJson()["match_rate"].is_null());
   EXPECT_EQ(LineOf(SummaryOf({{Match::kWarmUp, 9}}), "Match rate"),
             "Match rate none, as there is no frame after the warm-up");
 }
@@ -66,7 +66,7 @@ TEST(Summary, AgesAreNeitherNegativeNorMoreExactThanTheyAreKnown) {
   EXPECT_EQ(LineOf(summary, "Carried"),
             "Carried    position from the oldest end of the window; its age: median 400.0 ms (within 1.6 %), largest "
             "400.0 ms; 2 are later than their frame");
-  EXPECT_EQ(summary.Json()["carried_age_us"].dump(),
+  EXPECT_EQ(summary.ToJson()["carried_age_us"].dump(),
             R"({"median":400001.3,"median_error":0.015625,"largest":400003,"later":2})");
 }
 

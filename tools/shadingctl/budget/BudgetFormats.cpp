@@ -5,6 +5,9 @@
 #include <cmath>
 #include <optional>
 
+#include "tools/shadingctl/output/Json.h"
+#include "tools/shadingctl/output/PercentText.h"
+
 namespace shadingctl {
 namespace {
 
@@ -20,21 +23,8 @@ std::optional<double> Rounded(std::optional<double> const& hz) {
 double Microseconds(std::int64_t ns) { return static_cast<double>(ns) / 1e3; }
 std::string Milliseconds(std::int64_t ns) { return fmt::format("{:.3f} ms", static_cast<double>(ns) / 1e6); }
 
-// Rounds, but never to 0 % or 100 %.
-std::string Percent(double share) {
-  double const percent = 100 * share;
-  constexpr double kAlmost = 0.05;
-  if (share > 0 && percent < kAlmost) return "<0.1 %";
-  if (share < 1 && percent > 100 - kAlmost) return ">99.9 %";
-  return fmt::format("{:.1f} %", percent);
-}
-
+std::string Percent(double share) { return PercentText(100 * share); }
 std::string Percent(std::optional<double> share) { return share ? Percent(*share) : "-"; }
-
-nlohmann::ordered_json OrNull(std::optional<double> const& value) {
-  if (value) return *value;
-  return nullptr;
-}
 
 std::optional<double> Microseconds(std::optional<std::int64_t> const& ns) {
   return ns ? std::optional(Microseconds(*ns)) : std::nullopt;
@@ -162,10 +152,10 @@ std::string BudgetTable(std::vector<Budget> const& budgets) {
   return text;
 }
 
-nlohmann::ordered_json BudgetJson(Budget const& budget) {
+Json BudgetJson(Budget const& budget) {
   Timing const& timing = budget.timing;
   Limits const& limits = budget.limits;
-  nlohmann::ordered_json json;
+  Json json;
   json["hall_rate_hz"] = RateHz(timing.hallIntervalNs);
   json["frame_rate_hz"] = RateHz(timing.frameIntervalNs);
   json["exposure_us"] = Microseconds(timing.exposureNs);
@@ -204,7 +194,7 @@ nlohmann::ordered_json BudgetJson(Budget const& budget) {
 std::string BudgetCsv(std::vector<Budget> const& budgets) {
   std::string text;
   for (Budget const& budget : budgets) {
-    nlohmann::ordered_json const json = BudgetJson(budget);
+    Json const json = BudgetJson(budget);
     std::string names;
     std::string values;
     for (auto const& [name, value] : json.items()) {

@@ -1,11 +1,11 @@
 // Budgets for people and for programs.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "tools/shadingctl/budget/Budget.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 
@@ -17,6 +17,6 @@ std::string BudgetTable(std::vector<Budget> const& budgets);
 std::string BudgetCsv(std::vector<Budget> const& budgets);
 
 // Names and values only, which are numbers or null.
-nlohmann::ordered_json BudgetJson(Budget const& budget);
+Json BudgetJson(Budget const& budget);
 
 }  // namespace shadingctl

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <nlohmann/json.hpp>
 
 #include "tools/shadingctl/calibration/CalibrationVerdict.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
@@ -111,28 +111,19 @@ void WriteTables(OutputFile& output, std::string const& device, std::vector<Came
 
 // ---- JSON, from which the CSV takes its values
 
-nlohmann::ordered_json StatisticsJson(RowStatistics const& row) {
+Json StatisticsJson(RowStatistics const& row) {
   constexpr double kSteps = 1000;  // as many decimals as the CSV has
   return {{"minimum", row.minimum}, {"maximum", row.maximum}, {"mean", std::round(row.mean * kSteps) / kSteps}};
 }
 
-template <class Number>
-nlohmann::ordered_json OrNull(std::optional<Number> const& number) {
-  return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json(nullptr);
-}
-
-nlohmann::ordered_json TextOrNull(std::string const& text) {
-  return text.empty() ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(text);
-}
-
-nlohmann::ordered_json TableJson(CameraCalibration const& camera) {
+Json TableJson(CameraCalibration const& camera) {
   Verdict const verdict = JudgeTable(camera);
-  nlohmann::ordered_json json = {{"index", camera.table},     {"sound", verdict.sound},
-                                 {"reason", verdict.reason},  {"default", TextOrNull(verdict.defaultAnswer)},
-                                 {"settled", camera.settled}, {"record_offset", OrNull(camera.places.recordOffset)},
-                                 {"record", nullptr},         {"valid_byte", nullptr},
-                                 {"gradient", nullptr},       {"flag", nullptr},
-                                 {"flag_f", nullptr},         {"record_parts", nlohmann::ordered_json::array()}};
+  Json json = {{"index", camera.table},     {"sound", verdict.sound},
+               {"reason", verdict.reason},  {"default", OrNull(verdict.defaultAnswer)},
+               {"settled", camera.settled}, {"record_offset", OrNull(camera.places.recordOffset)},
+               {"record", nullptr},         {"valid_byte", nullptr},
+               {"gradient", nullptr},       {"flag", nullptr},
+               {"flag_f", nullptr},         {"record_parts", Json::array()}};
   for (RecordPart const& part : ExplainRecord(camera)) {
     json["record_parts"].push_back({{"bytes", part.bytes}, {"hex", part.hex}, {"meaning", part.meaning}});
   }
@@ -147,24 +138,24 @@ nlohmann::ordered_json TableJson(CameraCalibration const& camera) {
   return json;
 }
 
-nlohmann::ordered_json BlockJson(CameraCalibration const& camera) {
+Json BlockJson(CameraCalibration const& camera) {
   Verdict const verdict = JudgeBlock(camera);
   auto const& place = camera.places.block;
-  nlohmann::ordered_json json = {{"kind", Name(KindOf(camera))},
-                                 {"sound", verdict.sound},
-                                 {"reason", verdict.reason},
-                                 {"default", TextOrNull(verdict.defaultAnswer)},
-                                 {"offset", place ? nlohmann::ordered_json(place->offset) : nullptr},
-                                 {"length", place ? nlohmann::ordered_json(place->length) : nullptr},
-                                 {"valid_byte", OrNull(camera.blockValid)},
-                                 {"mirrored", camera.mirrored},
-                                 {"default_fill", KindOf(camera) == BlockKind::kDefaultFill},
-                                 {"minimum", nullptr},
-                                 {"maximum", nullptr},
-                                 {"mean", nullptr},
-                                 {"rows", nlohmann::ordered_json::array()},
-                                 {"stored", RowsOf(camera.file.block)},
-                                 {"values", nlohmann::ordered_json::array()}};
+  Json json = {{"kind", Name(KindOf(camera))},
+               {"sound", verdict.sound},
+               {"reason", verdict.reason},
+               {"default", OrNull(verdict.defaultAnswer)},
+               {"offset", place ? Json(place->offset) : nullptr},
+               {"length", place ? Json(place->length) : nullptr},
+               {"valid_byte", OrNull(camera.blockValid)},
+               {"mirrored", camera.mirrored},
+               {"default_fill", KindOf(camera) == BlockKind::kDefaultFill},
+               {"minimum", nullptr},
+               {"maximum", nullptr},
+               {"mean", nullptr},
+               {"rows", Json::array()},
+               {"stored", RowsOf(camera.file.block)},
+               {"values", Json::array()}};
   if (!camera.block) return json;
   BlockStatistics const statistics = MeasureBlock(*camera.block);
   if (!statistics.rows.empty()) json.update(StatisticsJson(statistics.all));
@@ -173,19 +164,19 @@ nlohmann::ordered_json BlockJson(CameraCalibration const& camera) {
   return json;
 }
 
-nlohmann::ordered_json CameraJson(CameraCalibration const& camera) {
+Json CameraJson(CameraCalibration const& camera) {
   return {{"camera", camera.sensorIndex},
           {"mask", 1 << camera.sensorIndex},
-          {"file", TextOrNull(camera.file.name)},
+          {"file", OrNull(camera.file.name)},
           {"file_bytes", OrNull(camera.file.size)},
-          {"file_problem", TextOrNull(camera.file.problem)},
+          {"file_problem", OrNull(camera.file.problem)},
           {"table", TableJson(camera)},
           {"block", BlockJson(camera)},
           {"messages", camera.messages}};
 }
 
-nlohmann::ordered_json TablesJson() {
-  nlohmann::ordered_json tables = nlohmann::ordered_json::array();
+Json TablesJson() {
+  Json tables = Json::array();
   for (TableRange const& range : kTableRanges) {
     tables.push_back({{"index", range.table}, {"from", OrNull(range.from)}, {"to", OrNull(range.to)}});
   }
@@ -214,18 +205,18 @@ std::string WithRowsOnLines(std::string const& json) {
 }
 
 void WriteJson(OutputFile& output, std::string const& device, std::vector<CameraCalibration> const& cameras) {
-  nlohmann::ordered_json json = {{"schema", "shadingctl-calibration"},
-                                 {"version", 1},
-                                 {"device", device},
-                                 {"tables", TablesJson()},
-                                 {"cameras", nlohmann::ordered_json::array()}};
+  Json json = {{"schema", "shadingctl-calibration"},
+               {"version", 1},
+               {"device", device},
+               {"tables", TablesJson()},
+               {"cameras", Json::array()}};
   for (CameraCalibration const& camera : cameras) json["cameras"].push_back(CameraJson(camera));
-  output.Write(WithRowsOnLines(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) + "\n");
+  output.Write(WithRowsOnLines(Dump(json, 2)) + "\n");
 }
 
 // ---- CSV
 
-std::string Cell(nlohmann::ordered_json const& value) {
+std::string Cell(Json const& value) {
   if (value.is_null()) return {};
   if (value.is_number_float()) return fmt::format("{:.3f}", value.get<double>());
   if (!value.is_string()) return value.dump();
@@ -246,7 +237,7 @@ void WriteCsv(OutputFile& output, std::vector<CameraCalibration> const& cameras)
   for (std::size_t r = 0; r < kBlockRows; ++r) head += fmt::format(",mean_row{}", r);
   output.Write(head + "\n");
   for (CameraCalibration const& camera : cameras) {
-    nlohmann::ordered_json const json = CameraJson(camera);
+    Json const json = CameraJson(camera);
     std::string line = fmt::format("{},{},{},{}", camera.sensorIndex, 1 << camera.sensorIndex, Cell(json["file"]),
                                    Cell(json["file_bytes"]));
     for (char const* const name : kOfTable) line += "," + Cell(json["table"][name]);

@@ -76,7 +76,7 @@ std::string TextOf(std::vector<Budget> const& budgets, BudgetArguments const& ar
     for (Budget const& budget : budgets) list.push_back(BudgetJson(budget));
     nlohmann::ordered_json const document = {
         {"schema", "shadingctl-budget"}, {"version", 1}, {"budgets", std::move(list)}};
-    return document.dump(2) + "\n";
+    return Dump(document, 2) + "\n";
   }
   return arguments.sweep.empty() ? BudgetText(budgets.front()) : BudgetTable(budgets);
 }

@@ -1,16 +1,12 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
-#include "recording/InputStream.h"
+#include "recording/InputFile.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/doctor/DiagnosisWriter.h"
@@ -32,21 +28,15 @@ struct DoctorArguments {
 };
 
 std::string ReadWhole(std::string const& path) {
-  std::string const shown = path == kStandardInput ? "standard input" : path;
-  recording::InputStream const file = recording::OpenInput(path);
+  recording::InputFile file(path);
   std::string bytes;
   std::vector<char> buffer(std::size_t{1} << 16U);
-  std::size_t count = 0;
-  while (file && (count = std::fread(buffer.data(), 1, buffer.size(), file.get())) > 0) {
+  while (std::size_t const count = file.Read(buffer.data(), buffer.size())) {
     bytes.append(buffer.data(), count);
     if (bytes.size() > kMaximumBytes) {
       throw hosting::UnusableInput(
-          fmt::format("{}: expected a library of at most {} bytes, found more", shown, kMaximumBytes));
+          fmt::format("{}: expected a library of at most {} bytes, found more", file.Name(), kMaximumBytes));
     }
-  }
-  if (!file || std::ferror(file.get()) != 0) {
-    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
-    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", shown, std::strerror(errno)));
   }
   return bytes;
 }

@@ -75,4 +75,8 @@ void TellOfOtherBatches(recording::Session const& session) {
       session.Name(), batches == recording::Batches::kFiled ? "the library filed" : "an import put together"));
 }
 
+void TellOfLeftOut(ResultHead const& head) {
+  if (head.leftOut > 0) Tell(fmt::format("{}; left out {} such values", LeftOutText(head), head.leftOut));
+}
+
 }  // namespace shadingctl

@@ -14,6 +14,7 @@
 #include "platform/desktop/Device.h"
 #include "recording/Session.h"
 #include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/result/ResultReader.h"
 #include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
@@ -80,6 +81,9 @@ void AddRecordingFiles(std::string const& directory, std::vector<std::string>& f
 
 // Tells on standard error where the batches of a recording are not those that the platform delivered.
 void TellOfOtherBatches(recording::Session const& session);
+
+// Tells on standard error what of a result's rows was passed over.
+void TellOfLeftOut(ResultHead const& head);
 
 // A check for names of directories, which standard input and output are not. Answers what is wrong.
 inline std::string RefuseStandardStream(std::string const& name) {

@@ -9,7 +9,6 @@
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/report/Page.h"
-#include "tools/shadingctl/report/ResultDocument.h"
 #include "tools/shadingctl/report/Trace.h"
 
 namespace shadingctl {
@@ -20,16 +19,15 @@ struct ReportArguments {
   std::string output;
 };
 
-std::vector<ResultDocument> ReadAll(std::vector<std::string> const& paths) {
-  std::vector<ResultDocument> documents;
-  for (std::string const& path : paths) documents.push_back(ReadResultDocument(path));
-  return documents;
-}
-
 int RunReport(ReportArguments const& arguments) {
   RefuseOverwriting(arguments.results, {arguments.output});
   OutputFile output(arguments.output);
-  output.Write(MakePage(ReadAll(arguments.results)));
+  std::vector<PageResult> results;
+  for (std::string const& path : arguments.results) {
+    results.push_back(ReadPageResult(path));
+    TellOfLeftOut(results.back().head);
+  }
+  WritePage(results, output);
   output.Finish();
   return kExitDone;
 }
@@ -37,7 +35,7 @@ int RunReport(ReportArguments const& arguments) {
 int RunTrace(ReportArguments const& arguments) {
   RefuseOverwriting(arguments.results, {arguments.output});
   OutputFile output(arguments.output);
-  WriteTrace(ReadResultDocument(arguments.results.front()), output);
+  TellOfLeftOut(WriteTrace(arguments.results.front(), output));
   output.Finish();
   return kExitDone;
 }

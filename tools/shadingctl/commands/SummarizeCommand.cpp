@@ -14,7 +14,6 @@
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/summary/ReplayResult.h"
 #include "tools/shadingctl/summary/Totals.h"
 
 namespace shadingctl {
@@ -54,7 +53,7 @@ int Summarize(SummarizeArguments const& arguments) {
   }
   if (totals.Results() + totals.Unusable() == 0)
     throw hosting::UnusableInput("standard input: expected names of results, found none");
-  output.Write(arguments.isJson ? totals.Json() : totals.Text());
+  output.Write(arguments.isJson ? totals.ToJson() : totals.Text());
   output.Finish();
   if (totals.Unusable() + totals.Unfinished() > 0) return kExitUnusable;
   return totals.DifferentAnswers() > 0 ? kExitDifference : kExitDone;

@@ -3,7 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
@@ -34,16 +35,16 @@ void WriteDiagnosisTable(OutputFile& output, std::vector<Finding> const& finding
 }
 
 void WriteDiagnosisJson(OutputFile& output, std::string const& library, std::vector<Finding> const& findings) {
-  nlohmann::ordered_json json = {{"schema", "shadingctl-doctor"},
-                                 {"version", 1},
-                                 {"library", library},
-                                 {"sound", IsSound(findings)},
-                                 {"findings", nlohmann::ordered_json::array()}};
+  Json json = {{"schema", "shadingctl-doctor"},
+               {"version", 1},
+               {"library", library},
+               {"sound", IsSound(findings)},
+               {"findings", Json::array()}};
   for (Finding const& finding : findings) {
     json["findings"].push_back(
         {{"check", finding.check}, {"verdict", Name(finding.judgement)}, {"text", finding.text}});
   }
-  output.Write(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+  output.Write(Dump(json, 2) + "\n");
 }
 
 }  // namespace shadingctl

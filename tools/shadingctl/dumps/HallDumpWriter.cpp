@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
@@ -60,28 +60,27 @@ void WriteCsv(OutputFile& output, std::vector<NamedDump> const& dumps, bool with
 
 // ---- JSON
 
-nlohmann::ordered_json PositionJson(Position const& position) { return {{"x", position.x}, {"y", position.y}}; }
+Json PositionJson(Position const& position) { return {{"x", position.x}, {"y", position.y}}; }
 
 // A line for every frame. NaN and infinities become null.
 void WriteJson(OutputFile& output, std::vector<NamedDump> const& dumps) {
   output.Write("{\"schema\": \"shadingctl-dumps\", \"version\": 1,\n\"dumps\": [");
   for (NamedDump const& named : dumps) {
     HallDump const& dump = named.dump;
-    nlohmann::ordered_json json = {{"file", named.file},
-                                   {"kind", Name(dump.name.kind)},
-                                   {"camera", dump.name.camera},
-                                   {"frame", dump.name.Frame()},
-                                   {"printed_frame", dump.name.printedFrame},
-                                   {"start_of_frame_us", nullptr},
-                                   {"hall0", PositionJson(dump.hall0)},
-                                   {"hall1", PositionJson(dump.hall1)},
-                                   {"exposure_us", dump.exposureUs},
-                                   {"shutter_us", dump.shutterUs},
-                                   {"samples", nlohmann::ordered_json::array()}};
+    Json json = {{"file", named.file},
+                 {"kind", Name(dump.name.kind)},
+                 {"camera", dump.name.camera},
+                 {"frame", dump.name.Frame()},
+                 {"printed_frame", dump.name.printedFrame},
+                 {"start_of_frame_us", nullptr},
+                 {"hall0", PositionJson(dump.hall0)},
+                 {"hall1", PositionJson(dump.hall1)},
+                 {"exposure_us", dump.exposureUs},
+                 {"shutter_us", dump.shutterUs},
+                 {"samples", Json::array()}};
     if (dump.name.startOfFrameUs) json["start_of_frame_us"] = *dump.name.startOfFrameUs;
     for (Position const& sample : dump.samples) json["samples"].push_back(PositionJson(sample));
-    output.Write((&named == &dumps.front() ? "\n" : ",\n") +
-                 json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+    output.Write((&named == &dumps.front() ? "\n" : ",\n") + Dump(json));
   }
   output.Write("\n]}\n");
 }

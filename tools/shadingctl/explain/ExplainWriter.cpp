@@ -9,8 +9,6 @@
 namespace shadingctl {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 std::string StoryText(ExplainedCall const& call) {
   std::string text = fmt::format("Camera {}, frame {}: {}\n", call.frame.row.camera, call.frame.row.frame,
                                  Headline(call.frame.row, call.frame.facts));
@@ -53,7 +51,7 @@ Json WordsJson(ExplainedCall const& call) {
   json["line"] = call.firstLine;
   json["lost_lines"] = call.lost;
   json["recomputed"] = Name(call.recomputed->verdict);
-  json["difference"] = call.recomputed->difference.empty() ? Json(nullptr) : Json(call.recomputed->difference);
+  json["difference"] = OrNull(call.recomputed->difference);
   return json;
 }
 

@@ -2,30 +2,146 @@
 
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "hosting/UnusableInput.h"
-#include "tools/shadingctl/report/PageData.h"
-#include "tools/shadingctl/report/PageText.h"
+#include "tools/shadingctl/report/ResultDocument.h"
+#include "tools/shadingctl/report/WrappingTime.h"
 
 namespace shadingctl {
+namespace {
 
-std::string MakePage(std::vector<ResultDocument> const& documents) {
-  nlohmann::ordered_json results = nlohmann::ordered_json::array();
-  for (ResultDocument const& document : documents) {
-    if (documents.size() > 1 && document.kind != ResultDocument::Kind::kReplay) {
-      throw hosting::UnusableInput(fmt::format("{}: expected the result of a replay beside another one, found {}",
-                                               document.name, Name(document.kind)));
+// No text of the data may end the element that holds it.
+void WriteData(std::string_view text, OutputFile& output) {
+  for (std::size_t at = 0; (at = text.find('<')) != std::string_view::npos;) {
+    output.Write(text.substr(0, at));
+    output.Write("\\u003c");
+    text.remove_prefix(at + 1);
+  }
+  output.Write(text);
+}
+
+bool IsTimeUs(Column column) {
+  return column == Column::kStartOfFrameUs || column == Column::kWindowUs || column == Column::kSpanUs;
+}
+
+// The value with its times counted from the origin.
+Value SinceOrigin(Column column, Value const& value, std::int64_t originNs) {
+  std::int64_t const originUs = originNs / 1000;
+  if (auto const* const ns = std::get_if<std::uint64_t>(&value); column == Column::kTimestampNs && ns != nullptr) {
+    return WrappingDifference(static_cast<std::int64_t>(*ns), originNs);
+  }
+  if (!IsTimeUs(column)) return value;
+  if (auto const* const us = std::get_if<std::int64_t>(&value)) return WrappingDifference(*us, originUs);
+  auto const* const range = std::get_if<UsRange>(&value);
+  if (range == nullptr) return value;
+  return UsRange{WrappingDifference((*range)[0], originUs), WrappingDifference((*range)[1], originUs)};
+}
+
+std::string PositionJson(std::optional<double> const& position) {
+  return ValueJson(kResultColumns[static_cast<std::size_t>(Column::kHallX)],
+                   position ? Value(*position) : Value(None{}));
+}
+
+}  // namespace
+
+void PageData::Add(ResultRow const& row) {
+  if (mRows == 0) {
+    mOriginNs = static_cast<std::int64_t>(*row.Get<std::uint64_t>(Column::kTimestampNs)) / 1000 * 1000;
+  }
+  for (std::size_t i = 0; i < kColumnCount; ++i) {
+    Value const& value = row.values[i];
+    std::string& text = mColumns[i];
+    if (std::holds_alternative<Absent>(value) && text.empty()) continue;
+    if (text.empty()) {
+      for (std::uint64_t before = 0; before < mRows; ++before) text += before == 0 ? "null" : ",null";
     }
-    results.push_back(PageDataOf(document));
+    if (mRows > 0) text += ',';
+    text += ValueJson(kResultColumns[i], SinceOrigin(static_cast<Column>(i), value, mOriginNs));
   }
-  std::string page = kPageBeforeData;
-  // No text of the data may end the element that holds them.
-  for (char const c : results.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) {
-    if (c == '<') page += "\\u003c";
-    if (c != '<') page += c;
+  ++mRows;
+}
+
+void PageData::Add(DeliveredSample const& sample) {
+  auto const [place, isNew] = mSamples.try_emplace(sample.camera);
+  Samples& samples = place->second;
+  if (isNew) {
+    samples.firstNs = sample.timeNs;
+  } else {
+    samples.stepsNs += fmt::format(",{}", WrappingDifference(sample.timeNs, samples.latestNs));
   }
-  return page + kPageAfterData;
+  samples.latestNs = sample.timeNs;
+  samples.x += (isNew ? "" : ",") + PositionJson(sample.x);
+  samples.y += (isNew ? "" : ",") + PositionJson(sample.y);
+}
+
+void PageData::Write(std::function<void(std::string_view)> const& take) const {
+  take(fmt::format(R"("origin_ns":"{}","frames":{{)", mOriginNs));
+  char const* separator = "";
+  for (std::size_t i = 0; i < kColumnCount; ++i) {
+    if (mColumns[i].empty()) continue;
+    bool const isTimestamp = i == static_cast<std::size_t>(Column::kTimestampNs);
+    take(fmt::format("{}\"{}\":[", separator, isTimestamp ? "time_ns" : kResultColumns[i].name));
+    take(mColumns[i]);
+    take("]");
+    separator = ",";
+  }
+  take("}");
+  if (mSamples.empty()) return;
+  separator = ",\"samples\":[";
+  for (auto const& [camera, samples] : mSamples) {
+    take(fmt::format(R"({}{{"camera":{},"time_steps_ns":[{})", separator, camera,
+                     WrappingDifference(samples.firstNs, mOriginNs)));
+    take(samples.stepsNs);
+    take("],\"hall_x\":[");
+    take(samples.x);
+    take("],\"hall_y\":[");
+    take(samples.y);
+    take("]}");
+    separator = ",";
+  }
+  take("]");
+}
+
+PageResult ReadPageResult(std::string const& path) {
+  PageResult result;
+  ResultSink sink;
+  sink.needed = {Column::kFrame, Column::kTimestampNs, Column::kMatch};
+  sink.onRow = [&](ResultRow const& row) { result.data.Add(row); };
+  sink.onSample = [&](DeliveredSample const& sample) { result.data.Add(sample); };
+  result.head = ReadDocument(path, sink);
+  return result;
+}
+
+void WritePage(std::vector<PageResult> const& results, OutputFile& output) {
+  for (PageResult const& result : results) {
+    if (results.size() == 1 || IsReplay(result.head)) continue;
+    throw hosting::UnusableInput(fmt::format("{}: expected the result of a replay beside another one, found {}",
+                                             result.head.name, KindName(result.head)));
+  }
+  output.Write(kPageBeforeData);
+  char const* separator = "[";
+  for (auto const& [head, data] : results) {
+    Json members = {{"kind", KindName(head)}, {"name", head.name}};
+    if (IsReplay(head)) {
+      for (char const* const key : {"settings", "complete", "error", "findings", "summary"}) {
+        members[key] = head.members.value(key, Json());
+      }
+    } else {
+      members.update(head.members);
+    }
+    std::string text = Dump(members);
+    if (IsReplay(head)) text.back() = ',';
+    output.Write(separator);
+    WriteData(text, output);
+    if (IsReplay(head)) {
+      data.Write([&](std::string_view piece) { WriteData(piece, output); });
+      output.Write("}");
+    }
+    separator = ",";
+  }
+  output.Write("]");
+  output.Write(kPageAfterData);
 }
 
 }  // namespace shadingctl

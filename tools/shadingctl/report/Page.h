@@ -1,14 +1,62 @@
 // A report: one page that needs nothing but a browser.
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "tools/shadingctl/report/ResultDocument.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/result/ResultReader.h"
 
 namespace shadingctl {
 
+// The page around its data, assembled from page/ when it is built.
+extern char const kPageBeforeData[];
+extern char const kPageAfterData[];
+
+// Rows and samples of a replay as the page holds them, in numbers that a browser can compute with: rows become columns,
+// and all times count from the whole us of the first frame's timestamp, so that ns and us are rounded alike. The
+// batches of a camera become one list of samples in the order of delivery, each with its step from the time before.
+class PageData {
+ public:
+  // Requires: frame, timestamp and match are there.
+  void Add(ResultRow const& row);
+  void Add(DeliveredSample const& sample);
+
+  // `take` gets the data as JSON, piece by piece: "origin_ns" in digits, since a browser's numbers hold 53 bits,
+  // "frames" and, where there are any, "samples".
+  void Write(std::function<void(std::string_view)> const& take) const;
+
+ private:
+  struct Samples {
+    std::int64_t firstNs = 0;
+    std::int64_t latestNs = 0;
+    std::string stepsNs;  // from the second sample on
+    std::string x;
+    std::string y;
+  };
+
+  std::int64_t mOriginNs = 0;
+  std::uint64_t mRows = 0;
+  std::array<std::string, kColumnCount> mColumns;  // empty: no row has it
+  std::map<std::int64_t, Samples> mSamples;        // by camera
+};
+
+// One result: `head.members` of a replay are its settings, summary and so on, of other kinds all of it.
+struct PageResult {
+  ResultHead head;
+  PageData data;
+};
+
+// Reads the JSON result of a replay, a calibration or a fit, and checks what its page needs. All keys are optional:
+// what needs one that is missing is left out of a picture.
+PageResult ReadPageResult(std::string const& path);
+
 // Of one result, or of two replays that are drawn over each other. Throws UnusableInput for another pair.
-std::string MakePage(std::vector<ResultDocument> const& documents);
+void WritePage(std::vector<PageResult> const& results, OutputFile& output);
 
 }  // namespace shadingctl

@@ -1,27 +1,17 @@
-// A JSON result as it was written, checked as far as pictures need it.
+// The JSON results that have a page.
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
+
+#include "tools/shadingctl/result/ResultReader.h"
 
 namespace shadingctl {
 
-struct ResultDocument {
-  enum class Kind { kReplay, kCalibration, kFit };
-
-  std::string name;  // for titles and messages
-  Kind kind = Kind::kReplay;
-  nlohmann::ordered_json json;
-};
-
 // "replay", "calibration", "fit"
-char const* Name(ResultDocument::Kind kind);
+char const* KindName(ResultHead const& head);
+bool IsReplay(ResultHead const& head);
 
-// Keys that are missing may be missing: what needs them is left out of a picture. Those that are there have the types
-// that the result's page gives them. Throws UnusableInput: "FILE: PLACE: expected TEXT, found TEXT".
-ResultDocument ParseResult(std::string const& name, std::string const& text);
-
-// `path` may be "-".
-ResultDocument ReadResultDocument(std::string const& path);
+// Reads any of them and checks what its page needs. Throws UnusableInput.
+ResultHead ReadDocument(std::string const& path, ResultSink const& sink);
 
 }  // namespace shadingctl

@@ -5,18 +5,16 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
-#include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "hosting/UnusableInput.h"
 #include "tools/shadingctl/report/WrappingTime.h"
+#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 // A camera is a process of the trace; these are its threads, in the order in which they are shown. Slices of a thread
 // may nest but not cross, so those that do go to further threads of the same name.
@@ -33,7 +31,7 @@ struct Slice {
   std::int64_t startNs = 0;
   std::int64_t endNs = 0;
   std::string name;
-  Json arguments;
+  std::string arguments;  // JSON
 };
 
 // us with all digits of the ns, which a double would not hold.
@@ -50,35 +48,33 @@ class TraceWriter {
 
   void Finish() { mOutput.Write("\n]}\n"); }
 
-  void Name(std::int64_t camera) { Meta(camera, 0, "process_name", {{"name", fmt::format("camera {}", camera)}}); }
+  void Name(std::int64_t camera) { Meta(camera, 0, "process_name", fmt::format(R"({{"name":"camera {}"}})", camera)); }
 
   void NameTrack(std::int64_t camera, int thread, std::string const& name) {
-    Meta(camera, thread, "thread_name", {{"name", name}});
-    Meta(camera, thread, "thread_sort_index", {{"sort_index", thread}});
+    Meta(camera, thread, "thread_name", fmt::format(R"({{"name":"{}"}})", name));
+    Meta(camera, thread, "thread_sort_index", fmt::format(R"({{"sort_index":{}}})", thread));
   }
 
-  void AddCounter(std::int64_t camera, char const* name, std::int64_t ns, Json const& value) {
-    if (!value.is_number()) return;
+  void AddCounter(std::int64_t camera, char const* name, std::int64_t ns, std::optional<double> const& value) {
+    if (!value) return;
     Add(fmt::format(R"({{"ph":"C","pid":{},"tid":0,"name":"{}","ts":{},"args":{{"value":{}}}}})", camera, name,
-                    TimeText(ns), value.dump()));
+                    TimeText(ns), PositionText(*value)));
   }
 
-  void AddInstant(std::int64_t camera, std::string const& name, std::int64_t ns, Json const& arguments) {
+  void AddInstant(std::int64_t camera, std::string const& name, std::int64_t ns, std::string const& arguments) {
     Add(fmt::format(R"({{"ph":"i","s":"t","pid":{},"tid":{},"name":{},"ts":{},"args":{}}})", camera,
-                    static_cast<int>(Track::kFrames), Text(name), TimeText(ns), Text(arguments)));
+                    static_cast<int>(Track::kFrames), Dump(name), TimeText(ns), arguments));
   }
 
   void AddSlice(std::int64_t camera, int thread, Slice const& slice) {
     Add(fmt::format(R"({{"ph":"X","pid":{},"tid":{},"name":{},"ts":{},"dur":{},"args":{}}})", camera, thread,
-                    Text(slice.name), TimeText(slice.startNs), TimeText(WrappingDifference(slice.endNs, slice.startNs)),
-                    Text(slice.arguments)));
+                    Dump(slice.name), TimeText(slice.startNs), TimeText(WrappingDifference(slice.endNs, slice.startNs)),
+                    slice.arguments));
   }
 
  private:
-  static std::string Text(Json const& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
-
-  void Meta(std::int64_t camera, int thread, char const* name, Json const& arguments) {
-    Add(fmt::format(R"({{"ph":"M","pid":{},"tid":{},"name":"{}","args":{}}})", camera, thread, name, Text(arguments)));
+  void Meta(std::int64_t camera, int thread, char const* name, std::string const& arguments) {
+    Add(fmt::format(R"({{"ph":"M","pid":{},"tid":{},"name":"{}","args":{}}})", camera, thread, name, arguments));
   }
 
   void Add(std::string const& event) {
@@ -92,35 +88,24 @@ class TraceWriter {
 
 using TrackSlices = std::map<Track, std::vector<Slice>>;
 
-bool HasNumber(Json const& frame, char const* key) { return frame.contains(key) && frame[key].is_number_integer(); }
-
-Json ArgumentsOf(Json const& frame) {
-  Json arguments = Json::object();
-  for (auto const& [key, value] : frame.items()) {
-    if (!value.is_null()) arguments[key] = value;
-  }
-  return arguments;
-}
-
 // The exposure and the readout of the frame's lines, and the samples of its span as they were stamped.
-void AddSlices(Json const& frame, TrackSlices& slices) {
-  auto const timeNs = frame["timestamp_ns"].get<std::int64_t>();
-  std::string const name = fmt::format("frame {}", frame["frame"].get<std::int64_t>());
-  if (HasNumber(frame, "exposure_us")) {
-    std::int64_t const exposureNs = WrappingNsOf(frame["exposure_us"].get<std::int64_t>());
-    slices[Track::kExposure].push_back({WrappingDifference(timeNs, exposureNs), timeNs, name, Json::object()});
+void AddSlices(ResultRow const& row, std::int64_t timeNs, TrackSlices& slices) {
+  std::string const name = fmt::format("frame {}", *row.Get<std::uint64_t>(Column::kFrame));
+  if (auto const* const us = row.Get<std::uint64_t>(Column::kExposureUs)) {
+    slices[Track::kExposure].push_back(
+        {WrappingDifference(timeNs, WrappingNsOf(static_cast<std::int64_t>(*us))), timeNs, name, "{}"});
   }
-  if (HasNumber(frame, "readout_us")) {
-    std::int64_t const readoutNs = WrappingNsOf(frame["readout_us"].get<std::int64_t>());
-    slices[Track::kReadout].push_back({timeNs, WrappingSum(timeNs, readoutNs), name, Json::object()});
+  if (auto const* const us = row.Get<std::uint64_t>(Column::kReadoutUs)) {
+    slices[Track::kReadout].push_back(
+        {timeNs, WrappingSum(timeNs, WrappingNsOf(static_cast<std::int64_t>(*us))), name, "{}"});
   }
-  bool const hasSpan = frame.contains("span_us") && frame["span_us"].is_array() && HasNumber(frame, "offset_us");
-  if (!hasSpan) return;
-  auto const offsetUs = frame["offset_us"].get<std::int64_t>();
-  std::int64_t const firstNs = WrappingNsOf(WrappingSum(frame["span_us"][0].get<std::int64_t>(), offsetUs));
-  std::int64_t const lastNs = WrappingNsOf(WrappingSum(frame["span_us"][1].get<std::int64_t>(), offsetUs));
-  slices[Track::kSpan].push_back(
-      {firstNs, lastNs, fmt::format("{} {}", name, frame["match"].get<std::string>()), ArgumentsOf(frame)});
+  auto const* const span = row.Get<UsRange>(Column::kSpanUs);
+  auto const* const offsetUs = row.Get<std::int64_t>(Column::kOffsetUs);
+  if (span == nullptr || offsetUs == nullptr) return;
+  auto const stampedNs = [&](std::int64_t alignedUs) { return WrappingNsOf(WrappingSum(alignedUs, *offsetUs)); };
+  slices[Track::kSpan].push_back({stampedNs((*span)[0]), stampedNs((*span)[1]),
+                                  fmt::format("{} {}", name, *row.Get<std::string>(Column::kMatch)),
+                                  RowJson(row, false)});
 }
 
 // Each slice goes to the first thread of its track that is free by then.
@@ -144,45 +129,41 @@ void WriteSlices(TraceWriter& writer, std::int64_t camera, TrackName const& trac
 
 }  // namespace
 
-void WriteTrace(ResultDocument const& document, OutputFile& output) {
-  if (document.kind != ResultDocument::Kind::kReplay) {
-    throw hosting::UnusableInput(fmt::format("{}: expected the result of a replay, found {}, which has no times",
-                                             document.name, Name(document.kind)));
-  }
+ResultHead WriteTrace(std::string const& path, OutputFile& output) {
   TraceWriter writer(output);
   std::map<std::int64_t, TrackSlices> cameras;
-  for (Json const& frame : document.json["frames"]) {
-    auto const camera = HasNumber(frame, "camera") ? frame["camera"].get<std::int64_t>() : 0;
+  ResultSink sink;
+  sink.needed = {Column::kFrame, Column::kTimestampNs, Column::kMatch};
+  sink.onRow = [&](ResultRow const& row) {
+    auto const* const named = row.Get<std::int64_t>(Column::kCamera);
+    std::int64_t const camera = named == nullptr ? 0 : *named;
     auto const [place, isNew] = cameras.try_emplace(camera);
     if (isNew) {
       writer.Name(camera);
       writer.NameTrack(camera, static_cast<int>(Track::kFrames), kTracks[0].name);
     }
-    AddSlices(frame, place->second);
-    auto const timeNs = frame["timestamp_ns"].get<std::int64_t>();
-    std::string const match = frame["match"].get<std::string>();
-    bool const hasPosition = match == "start" || match == "carried";
-    if (!hasPosition) {
-      writer.AddInstant(camera, fmt::format("frame {} {}", frame["frame"].get<std::int64_t>(), match), timeNs,
-                        ArgumentsOf(frame));
-      continue;
+    auto const timeNs = static_cast<std::int64_t>(*row.Get<std::uint64_t>(Column::kTimestampNs));
+    AddSlices(row, timeNs, place->second);
+    std::string const& match = *row.Get<std::string>(Column::kMatch);
+    if (match != Name(Match::kStart) && match != Name(Match::kCarried)) {
+      writer.AddInstant(camera, fmt::format("frame {} {}", *row.Get<std::uint64_t>(Column::kFrame), match), timeNs,
+                        RowJson(row, false));
+      return;
     }
-    writer.AddCounter(camera, "position x", timeNs, frame.value("hall_x", Json()));
-    writer.AddCounter(camera, "position y", timeNs, frame.value("hall_y", Json()));
-  }
+    writer.AddCounter(camera, "position x", timeNs, NumberOf(row.Of(Column::kHallX)));
+    writer.AddCounter(camera, "position y", timeNs, NumberOf(row.Of(Column::kHallY)));
+  };
+  sink.onSample = [&](DeliveredSample const& sample) {
+    writer.AddCounter(sample.camera, "hall x", sample.timeNs, sample.x);
+    writer.AddCounter(sample.camera, "hall y", sample.timeNs, sample.y);
+  };
+  ResultHead const head = ReadResult(path, {kReplaySchema}, sink);
+  if (head.isCsv) RefuseValue(head.name, "JSON", "CSV");
   for (auto& [camera, slices] : cameras) {
     for (TrackName const& track : kTracks) WriteSlices(writer, camera, track, std::move(slices[track.track]));
   }
-  if (document.json.contains("batches")) {
-    for (Json const& batch : document.json["batches"]) {
-      auto const camera = batch["camera"].get<std::int64_t>();
-      for (Json const& sample : batch["samples"]) {
-        writer.AddCounter(camera, "hall x", sample[0].get<std::int64_t>(), sample[1]);
-        writer.AddCounter(camera, "hall y", sample[0].get<std::int64_t>(), sample[2]);
-      }
-    }
-  }
   writer.Finish();
+  return head;
 }
 
 }  // namespace shadingctl

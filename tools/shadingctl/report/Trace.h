@@ -2,11 +2,11 @@
 #pragma once
 
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/report/ResultDocument.h"
+#include "tools/shadingctl/result/ResultReader.h"
 
 namespace shadingctl {
 
-// Writes the Chrome trace format, as an object. Throws UnusableInput when the document is no replay.
-void WriteTrace(ResultDocument const& document, OutputFile& output);
+// Reads the JSON result of a replay and writes the Chrome trace format, as an object. Throws UnusableInput.
+ResultHead WriteTrace(std::string const& path, OutputFile& output);
 
 }  // namespace shadingctl

@@ -1,13 +1,16 @@
 // What differs between two results.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
-#include "tools/shadingctl/result/ResultFile.h"
+#include "tools/shadingctl/result/ResultReader.h"
+#include "tools/shadingctl/result/Spool.h"
 
 namespace shadingctl {
 
@@ -16,17 +19,18 @@ struct DiffOptions {
   std::size_t named = 10;  // differences to name
 };
 
-struct FieldDifference {
+struct ColumnDifference {
   std::uint64_t rows = 0;
   double largest = 0;  // of numbers
   std::string largestRow;
 };
 
 struct NamedDifference {
-  std::string row;  // "frame 7", with its camera and the number of the computation where that is needed
-  std::string field;
-  nlohmann::ordered_json a;
-  nlohmann::ordered_json b;
+  std::string row;          // "frame 7", with its camera and the number of the computation where that is needed
+  std::uint64_t place = 0;  // of the row in A
+  std::size_t column = 0;   // of the table
+  Value a;
+  Value b;
 };
 
 struct ResultDiff {
@@ -39,17 +43,57 @@ struct ResultDiff {
   std::uint64_t onlyInB = 0;
   std::vector<std::string> firstOnlyInA;
   std::vector<std::string> firstOnlyInB;
-  std::map<std::string, FieldDifference> fields;
+  std::array<ColumnDifference, kColumnCount> columns;
   std::vector<NamedDifference> named;
 
   bool IsSame() const { return different == 0 && onlyInA == 0 && onlyInB == 0; }
 };
 
-// Rows belong together by camera, frame number and, where a frame was computed several times, in their order. Fields
-// that only one of the results has are not compared. Throws UnusableInput.
+// Compares rows that come one by one with those of a file. Rows belong together by camera, frame number and, where a
+// frame was computed several times, in their order. Columns that only one of both rows has are not compared. Takes the
+// memory of the rows that lie between two that belong together.
+class Comparison {
+ public:
+  // Reads A into a temporary file. Throws UnusableInput.
+  Comparison(std::string const& pathOfA, DiffOptions const& options);
+
+  void Add(ResultRow const& row);  // of B
+  // All rows were added. Answers the comparison without the head of B.
+  ResultDiff Finish();
+
+  ResultHead const& HeadOfA() const { return mDiff.a; }
+
+ private:
+  struct Key {
+    std::int32_t camera = 0;
+    std::uint32_t frame = 0;
+    std::uint32_t earlier = 0;  // computations of the frame
+
+    bool operator<(Key const& other) const;
+    std::string Text() const;
+  };
+  using Rows = std::map<Key, std::string>;  // packed
+
+  Key KeyOf(ResultRow const& row, bool isOfA);
+  bool ReadOfA(Key& key, std::string& row);
+  void CompareWith(Key const& key, std::string const& a, std::string const& b);
+  void Compare(Key const& key, ResultRow const& a, ResultRow const& b);
+
+  DiffOptions mOptions;
+  ResultDiff mDiff;
+  Spool mSpool;  // rows of A
+  Rows mOfA;     // read, without those that were compared
+  Rows mOfB;
+  std::unordered_map<std::uint64_t, std::array<std::uint32_t, 2>> mComputed;  // of a camera's frame, in A and in B
+};
+
 ResultDiff CompareResults(std::string const& pathOfA, std::string const& pathOfB, DiffOptions const& options);
 
 // The comparison in Markdown, with both summaries side by side.
 std::string DiffText(ResultDiff const& diff, std::string const& nameOfA, std::string const& nameOfB);
+
+// What B has otherwise than A, which was kept: "FILE:PLACE: COLUMN: expected TEXT, found TEXT" of the differences that
+// are named, and how many there are in all; nothing where there is none.
+std::vector<std::string> ComplaintsOf(ResultDiff const& diff);
 
 }  // namespace shadingctl

@@ -1,28 +1,42 @@
 // The result of a replay in one of three formats, row by row. docs/replay-output.md describes them.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/SensorProvider.h"
 #include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/TerminalColor.h"
-#include "tools/shadingctl/result/RowSelection.h"
 
 namespace shadingctl {
 
-// What a JSON result calls itself. The version grows when a field changes its meaning or goes; new fields may come.
-constexpr char kReplaySchema[] = "shadingctl-replay";
-constexpr int kReplayVersion = 1;
-
 enum class Format { kTable, kCsv, kJson };
+
+// Frame numbers, both included.
+struct FrameRange {
+  std::uint32_t first = 0;
+  std::uint32_t last = 0;
+};
+
+// Which frames of a replay are shown; all of them are played.
+struct RowSelection {
+  std::vector<Match> only;          // empty: of every kind
+  std::optional<FrameRange> range;  // empty: all
+  bool none = false;                // the summary only
+
+  bool IsAll() const { return only.empty() && !range && !none; }
+
+  bool Includes(FrameResult const& result) const {
+    if (none || (range && (result.frame < range->first || result.frame > range->last))) return false;
+    return only.empty() || std::find(only.begin(), only.end(), result.match) != only.end();
+  }
+};
 
 // What was replayed, and how.
 struct ReplaySettings {
@@ -37,6 +51,7 @@ struct ReplaySettings {
   RowSelection rows;
   bool samples = false;  // JSON holds every batch
 };
+Json SettingsJson(ReplaySettings const& settings);
 
 // What the platform delivered in one update.
 struct DeliveredBatch {
@@ -47,8 +62,8 @@ struct DeliveredBatch {
 
 // What stands at the end of a result.
 struct ResultEnd {
-  nlohmann::ordered_json summary;
-  nlohmann::ordered_json findings;
+  Json summary;
+  Json findings;
   std::string error;  // why the replay ended early; empty when it did not
 };
 
@@ -61,7 +76,7 @@ class ResultWriter {
   // For JSON with samples; other results pass over it.
   virtual void AddBatch(DeliveredBatch const& /*batch*/) {}
   // Something of this result alone, for the end of a JSON object.
-  virtual void AddExtra(std::string const& /*key*/, nlohmann::ordered_json const& /*value*/) {}
+  virtual void AddExtra(std::string const& /*key*/, Json const& /*value*/) {}
   virtual void End(ResultEnd const& end) = 0;
 };
 
@@ -70,10 +85,8 @@ struct TableStyle {
   Color color = Color::kAuto;
 };
 
-// A writer for `format`; `output` must outlive it. A table shows all columns when the output is no terminal.
+// `output` must outlive the writer. A table shows all columns when the output is no terminal.
 std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, TableStyle const& style);
-
-// JSON that goes wherever `write` takes it, piece by piece.
-std::unique_ptr<ResultWriter> MakeJsonWriter(std::function<void(std::string_view)> write);
+std::unique_ptr<ResultWriter> MakeTableWriter(OutputFile& output, TableStyle const& style);
 
 }  // namespace shadingctl

@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 #include <xxhash.h>
 
-#include "tools/shadingctl/result/RowCsv.h"
+#include "tools/shadingctl/result/ResultColumns.h"
 
 namespace shadingctl {
 

@@ -11,20 +11,20 @@ namespace shadingctl {
 namespace {
 
 // Nine significant digits, as PositionText gives them, take 11 characters, or 13 for most fractions.
-constexpr TableColumn kWide[] = {{Column::kCamera, "camera", "", 6},
-                                 {Column::kFrame, "frame", "", 10},
-                                 {Column::kTime, "time", "s", 9},
-                                 {Column::kMatch, "match", "", 9},
-                                 {Column::kSamples, "samples", "", 7},
-                                 {Column::kSpan, "span", "entries", 7},
-                                 {Column::kOffset, "offset", "us", 7},
-                                 {Column::kDistance, "from start", "us/allowed", 10},
-                                 {Column::kAge, "age", "us", 8},
-                                 {Column::kHallX, "hall x", "hall unit", 13},
-                                 {Column::kHallY, "hall y", "hall unit", 13},
-                                 {Column::kCoverage, "covers", "%", 6}};
-constexpr Column kDropOrder[] = {Column::kCoverage, Column::kSamples,  Column::kOffset,
-                                 Column::kSpan,     Column::kDistance, Column::kAge};
+constexpr TableColumn kWide[] = {{TableCell::kCamera, "camera", "", 6},
+                                 {TableCell::kFrame, "frame", "", 10},
+                                 {TableCell::kTime, "time", "s", 9},
+                                 {TableCell::kMatch, "match", "", 9},
+                                 {TableCell::kSamples, "samples", "", 7},
+                                 {TableCell::kSpan, "span", "entries", 7},
+                                 {TableCell::kOffset, "offset", "us", 7},
+                                 {TableCell::kDistance, "from start", "us/allowed", 10},
+                                 {TableCell::kAge, "age", "us", 8},
+                                 {TableCell::kHallX, "hall x", "hall unit", 13},
+                                 {TableCell::kHallY, "hall y", "hall unit", 13},
+                                 {TableCell::kCoverage, "covers", "%", 6}};
+constexpr TableCell kDropOrder[] = {TableCell::kCoverage, TableCell::kSamples,  TableCell::kOffset,
+                                    TableCell::kSpan,     TableCell::kDistance, TableCell::kAge};
 
 constexpr std::size_t kNarrowFrame = 5;  // digits
 constexpr std::size_t kNarrowTime = 7;   // to 999.999 s
@@ -37,7 +37,7 @@ std::size_t WidthOf(TableLayout const& layout) {
   return width;
 }
 
-void Drop(TableLayout& layout, Column dropped) {
+void Drop(TableLayout& layout, TableCell dropped) {
   auto& columns = layout.columns;
   auto const found =
       std::find_if(columns.begin(), columns.end(), [&](TableColumn const& column) { return column.column == dropped; });
@@ -46,12 +46,12 @@ void Drop(TableLayout& layout, Column dropped) {
 
 std::size_t NarrowWidth(TableColumn const& column, std::size_t frameDigits) {
   switch (column.column) {
-    case Column::kFrame:
+    case TableCell::kFrame:
       return std::max(kNarrowFrame, frameDigits);
-    case Column::kTime:
+    case TableCell::kTime:
       return kNarrowTime;
-    case Column::kHallX:
-    case Column::kHallY:
+    case TableCell::kHallX:
+    case TableCell::kHallY:
       return kNarrowPosition;
     default:
       return column.width;
@@ -70,17 +70,17 @@ std::size_t BreakAt(std::string_view text, std::size_t width) {
 TableLayout FitTable(std::optional<std::size_t> width, std::size_t frameDigits, bool withCamera) {
   TableLayout layout;
   layout.columns.assign(std::begin(kWide), std::end(kWide));
-  if (!withCamera) Drop(layout, Column::kCamera);
+  if (!withCamera) Drop(layout, TableCell::kCamera);
   if (!width) return layout;
   auto const fits = [&] { return WidthOf(layout) + kNoteWidth <= *width; };
-  for (Column const dropped : kDropOrder) {
+  for (TableCell const dropped : kDropOrder) {
     if (!fits()) Drop(layout, dropped);
   }
   layout.narrow = !fits();
   if (layout.narrow) {
     for (TableColumn& column : layout.columns) column.width = NarrowWidth(column, frameDigits);
   }
-  if (!fits()) Drop(layout, Column::kTime);
+  if (!fits()) Drop(layout, TableCell::kTime);
   std::size_t const used = WidthOf(layout);
   layout.noteWidth = *width > used + kShortestNote ? *width - used : kShortestNote;
   return layout;
@@ -92,7 +92,7 @@ std::string TableRow(TableLayout const& layout, std::vector<std::string> const& 
   std::size_t indent = 0;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     TableColumn const& column = layout.columns[i];
-    bool const isMatch = column.column == Column::kMatch;
+    bool const isMatch = column.column == TableCell::kMatch;
     std::string const cell =
         isMatch ? fmt::format("{:<{}}", cells[i], column.width) : fmt::format("{:>{}}", cells[i], column.width);
     row += (isMatch && matchColor != nullptr ? matchColor + cell + kPlain : cell) + " ";

@@ -8,7 +8,7 @@
 
 namespace shadingctl {
 
-enum class Column {
+enum class TableCell {
   kCamera,
   kFrame,
   kTime,
@@ -24,7 +24,7 @@ enum class Column {
 };
 
 struct TableColumn {
-  Column column = Column::kFrame;
+  TableCell column = TableCell::kFrame;
   char const* name = "";
   char const* unit = "";
   std::size_t width = 0;

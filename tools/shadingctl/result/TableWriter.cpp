@@ -1,5 +1,3 @@
-#include "tools/shadingctl/result/TableWriter.h"
-
 #include <fmt/format.h>
 
 #include <cmath>
@@ -8,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/shadingctl/result/ResultWriter.h"
 #include "tools/shadingctl/result/TableLayout.h"
 
 namespace shadingctl {
@@ -80,30 +79,30 @@ class TableWriter : public ResultWriter {
 
   std::string Cell(TableColumn const& column, FrameResult const& r) const {
     switch (column.column) {
-      case Column::kCamera:
+      case TableCell::kCamera:
         return std::to_string(r.camera);
-      case Column::kFrame:
+      case TableCell::kFrame:
         return std::to_string(r.frame);
-      case Column::kTime:
+      case TableCell::kTime:
         return FitNumber(static_cast<double>(r.sinceFirstNs) / 1e9, column.width, kTimeDecimals);
-      case Column::kMatch:
+      case TableCell::kMatch:
         return Name(r.match);
-      case Column::kSamples:
+      case TableCell::kSamples:
         return OrEmpty(r.samples);
-      case Column::kSpan:
+      case TableCell::kSpan:
         return r.startIndex && r.endIndex ? fmt::format("{}-{}", *r.startIndex, *r.endIndex) : "";
-      case Column::kOffset:
+      case TableCell::kOffset:
         return OrEmpty(r.offsetUs);
-      case Column::kDistance:
+      case TableCell::kDistance:
         // Only of a start. How far away the span of another frame begins, its age says.
         return r.startDistanceUs && r.startFound ? fmt::format("{}/{}", *r.startDistanceUs, kToleranceUs) : "";
-      case Column::kAge:
+      case TableCell::kAge:
         return OrEmpty(r.spanAgeUs);
-      case Column::kHallX:
+      case TableCell::kHallX:
         return PositionCell(column, r.hallX);
-      case Column::kHallY:
+      case TableCell::kHallY:
         return PositionCell(column, r.hallY);
-      case Column::kCoverage:
+      case TableCell::kCoverage:
         return r.coverage ? fmt::format("{:.0f}", std::floor(100 * *r.coverage)) : "";  // 100 is all of it
     }
     return {};

@@ -1,8 +1,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
+#include <vector>
 
-#include "tools/shadingctl/summary/FindingsFormats.h"
+#include "tools/shadingctl/findings/Findings.h"
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/summary/Summaries.h"
 
 namespace shadingctl {
@@ -13,9 +16,78 @@ std::string OddityText(recording::Oddity const& oddity, char const* what) {
   return fmt::format("Found      {}: {}, first at {}\n", what, oddity.count, oddity.firstPlace);
 }
 
-nlohmann::ordered_json OddityJson(recording::Oddity const& oddity) {
-  return {{"count", oddity.count},
-          {"first", oddity.count == 0 ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(oddity.firstPlace)}};
+Json OddityJson(recording::Oddity const& oddity) {
+  return {{"count", oddity.count}, {"first", oddity.count == 0 ? Json(nullptr) : Json(oddity.firstPlace)}};
+}
+
+constexpr std::size_t kLineLength = 100;
+constexpr char const* kIndent = "           ";  // as wide as the labels of a summary
+
+// Breaks at blanks; every line but the first begins with the indent.
+std::string Wrapped(std::string const& text) {
+  std::string wrapped;
+  std::size_t lineStart = 0;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    std::size_t const end = std::min(text.find(' ', at), text.size());
+    bool const fits = wrapped.size() - lineStart + end - at + 1 <= kLineLength;
+    if (at > 0 && fits) wrapped += ' ';
+    if (!fits) {
+      wrapped += '\n';
+      lineStart = wrapped.size();
+      wrapped += kIndent;
+    }
+    wrapped += text.substr(at, end - at);
+    at = end + 1;
+  }
+  return wrapped + "\n";
+}
+
+// Times in us have one decimal, everything else four.
+double Rounded(std::string const& name, double value) {
+  bool const isTime = name.size() > 3 && name.compare(name.size() - 3, 3, "_us") == 0;
+  double const scale = isTime ? 10 : 10000;
+  return std::round(value * scale) / scale;
+}
+
+std::string FramesText(FrameList const& frames) {
+  if (frames.count == 0) return {};
+  std::vector<std::uint32_t> const first(frames.first.begin(),
+                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
+  return fmt::format(" [{} {}{}]", first.size() == 1 ? "frame" : "frames", fmt::join(first, ", "),
+                     frames.count > frames.Named() ? ", ..." : "");
+}
+
+// A paragraph for each finding, or one line where there is none.
+std::string TextOf(SessionFacts const& facts) {
+  std::vector<SessionFinding> const findings = FindingsOf(facts);
+  if (findings.empty() && facts.Matches().Settled() == 0) return "Findings   none: no frame came after the warm-up\n";
+  if (findings.empty()) {
+    return fmt::format("Findings   none: both ends of the readout are near a sample in {} of {} frames\n",
+                       facts.Matches().bothNear, facts.Matches().Settled());
+  }
+  std::string text;
+  for (SessionFinding const& finding : findings) {
+    text += Wrapped(fmt::format("{} {}: {}{}. What helps: {}.", text.empty() ? "Findings  " : "          ",
+                                finding.code, finding.text, FramesText(finding.frames), finding.advice));
+  }
+  return text;
+}
+
+// Appends an object for each finding.
+void AddFindings(SessionFacts const& facts, std::int32_t camera, Json& list) {
+  for (SessionFinding const& finding : FindingsOf(facts)) {
+    Json figures = Json::object();
+    for (auto const& [name, value] : finding.figures) figures[name] = Rounded(name, value);
+    Json first = Json::array();
+    for (std::size_t i = 0; i < finding.frames.Named(); ++i) first.push_back(finding.frames.first[i]);
+    list.push_back({{"code", finding.code},
+                    {"camera", camera},
+                    {"text", finding.text},
+                    {"figures", std::move(figures)},
+                    {"frames", {{"count", finding.frames.count}, {"first", std::move(first)}}},
+                    {"advice", finding.advice}});
+  }
 }
 
 }  // namespace
@@ -45,24 +117,22 @@ std::string Summaries::FindingsText() const {
   std::string text;
   for (auto const& [sensorId, summary] : mByCamera) {
     if (mByCamera.size() > 1) text += fmt::format("\nCamera     {}\n", sensorId);
-    text += shadingctl::FindingsText(summary.Facts());
+    text += TextOf(summary.Facts());
   }
   return text;
 }
 
-nlohmann::ordered_json Summaries::FindingsJson() const {
-  nlohmann::ordered_json all = nlohmann::ordered_json::array();
-  for (auto const& [sensorId, summary] : mByCamera) {
-    for (auto& finding : shadingctl::FindingsJson(summary.Facts(), sensorId)) all.push_back(std::move(finding));
-  }
+Json Summaries::FindingsJson() const {
+  Json all = Json::array();
+  for (auto const& [sensorId, summary] : mByCamera) AddFindings(summary.Facts(), sensorId, all);
   return all;
 }
 
-nlohmann::ordered_json Summaries::Json() const {
-  nlohmann::ordered_json cameras = nlohmann::ordered_json::array();
+Json Summaries::ToJson() const {
+  Json cameras = Json::array();
   for (auto const& [sensorId, summary] : mByCamera) {
-    nlohmann::ordered_json camera = {{"camera", sensorId}};
-    camera.update(summary.Json());
+    Json camera = {{"camera", sensorId}};
+    camera.update(summary.ToJson());
     cameras.push_back(std::move(camera));
   }
   return {{"cameras", std::move(cameras)},

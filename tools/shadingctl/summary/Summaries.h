@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "recording/Session.h"
@@ -37,13 +36,13 @@ class Summaries {
 
   // That of the only camera, or every camera's below its number, and what concerns the whole session.
   std::string Text() const;
-  nlohmann::ordered_json Json() const;
+  Json ToJson() const;
   // What happened and what helps, of all cameras; Text holds it too.
   std::string FindingsText() const;
-  nlohmann::ordered_json FindingsJson() const;
+  Json FindingsJson() const;
 
-  // The end of a result: Json and FindingsJson, and `error`.
-  ResultEnd End(std::string const& error) const { return {Json(), FindingsJson(), error}; }
+  // The end of a result: ToJson and FindingsJson, and `error`.
+  ResultEnd End(std::string const& error) const { return {ToJson(), FindingsJson(), error}; }
 
  private:
   int mLogLevel;

@@ -3,13 +3,13 @@
 
 #include <array>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
 #include "recording/Session.h"
 #include "tools/shadingctl/findings/SessionFacts.h"
 #include "tools/shadingctl/frame/Frame.h"
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/statistics/Histogram.h"
 #include "tools/shadingctl/statistics/SampleHealth.h"
@@ -46,7 +46,7 @@ class Summary {
   SessionFacts& Facts() { return mFacts; }
 
   std::string Text() const;
-  nlohmann::ordered_json Json() const;
+  Json ToJson() const;
 
   double RecordedNs() const;  // from the earliest frame to the latest
   std::uint64_t Frames() const { return mFrames; }

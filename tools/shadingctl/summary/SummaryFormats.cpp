@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/PercentText.h"
 #include "tools/shadingctl/summary/Summary.h"
 
@@ -77,11 +78,10 @@ std::string Summary::EndsText() const {
   MatchFacts const& match = mFacts.Matches();
   auto const median = match.coverage.Median();
   if (!median) return {};
-  auto const percent = [](double share) { return fmt::format("{:.1f} %", 100 * share); };
   return fmt::format(
       "Both ends  near a sample in {} of the {} frames; a span covers {} of its readout (median), {} at worst\n",
-      PercentText(match.bothNear, match.Settled()), match.Settled(), percent(*median / 1e6),
-      percent(match.worstCoverage));
+      PercentText(match.bothNear, match.Settled()), match.Settled(), PercentText(*median / 1e4),
+      PercentText(100 * match.worstCoverage));
 }
 
 std::string Summary::CarriedText() const {
@@ -123,11 +123,6 @@ std::string Summary::LibraryText() const {
 
 namespace {
 
-template <class Number>
-nlohmann::ordered_json OrNull(std::optional<Number> const& number) {
-  return number ? nlohmann::ordered_json(*number) : nlohmann::ordered_json(nullptr);
-}
-
 // To six decimals; 0 and 1 only where it is nothing or all.
 double Share(std::uint64_t part, std::uint64_t all) {
   constexpr double kSteps = 1e6;
@@ -135,35 +130,32 @@ double Share(std::uint64_t part, std::uint64_t all) {
   return (part == 0 || part == all ? rounded : std::clamp(rounded, 1.0, kSteps - 1)) / kSteps;
 }
 
-// To the four decimals of the rows.
-double Rounded(double number) { return std::round(number * 1e4) / 1e4; }
-
-// What the text shows too: more digits would say more than is known.
-std::optional<double> Tenths(std::optional<double> const& number) {
-  return number ? std::optional<double>(std::round(*number * 10) / 10) : std::nullopt;
+std::optional<double> Rounded(std::optional<double> const& number, double steps) {
+  return number ? std::optional<double>(std::round(*number * steps) / steps) : std::nullopt;
 }
+// To the four decimals of the rows.
+Json Rounded(std::optional<double> const& number) { return OrNull(Rounded(number, 1e4)); }
+// What the text shows too: more digits would say more than is known.
+Json Tenths(std::optional<double> const& number) { return OrNull(Rounded(number, 10)); }
 
-nlohmann::ordered_json RangeJson(Range const& range) {
-  auto const json = [](std::optional<double> const& position) {
-    return position ? nlohmann::ordered_json(std::strtod(PositionText(*position).c_str(), nullptr))
-                    : nlohmann::ordered_json(nullptr);
+Json RangeJson(Range const& range) {
+  auto const shown = [](std::optional<double> const& position) {
+    return position ? Json(std::strtod(PositionText(*position).c_str(), nullptr)) : Json(nullptr);
   };
-  return {{"lowest", json(range.lowest)}, {"highest", json(range.highest)}};
+  return {{"lowest", shown(range.lowest)}, {"highest", shown(range.highest)}};
 }
 
 }  // namespace
 
-nlohmann::ordered_json Summary::Json() const {
-  nlohmann::ordered_json matches;
+Json Summary::ToJson() const {
+  Json matches;
   for (Match const match : kMatches) matches[Name(match)] = CountOf(match);
-  auto const rate = [&](std::uint64_t frames) -> nlohmann::ordered_json {
-    return frames == 0 ? nlohmann::ordered_json(nullptr)
-                       : nlohmann::ordered_json(Share(CountOf(Match::kStart), frames));
+  auto const rate = [&](std::uint64_t frames) {
+    return frames == 0 ? Json(nullptr) : Json(Share(CountOf(Match::kStart), frames));
   };
-  auto const distances = [&](Match match) -> nlohmann::ordered_json {
+  auto const distances = [&](Match match) -> Json {
     SessionFacts::Distances const told = mFacts.ReadoutDistances(match);
-    return {{"median", told.median ? nlohmann::ordered_json(Rounded(*told.median)) : nullptr},
-            {"largest", told.largest ? nlohmann::ordered_json(Rounded(*told.largest)) : nullptr}};
+    return {{"median", Rounded(told.median)}, {"largest", Rounded(told.largest)}};
   };
   auto const coverage = mFacts.Matches().coverage.Median();
   bool const tellsHistory = mLogLevel > 0;
@@ -175,40 +167,40 @@ nlohmann::ordered_json Summary::Json() const {
           {"matches", matches},
           {"match_rate", rate(WarmFrames())},
           {"match_rate_of_all", rate(mFrames)},
-          {"both_ends_near", coverage ? nlohmann::ordered_json(mFacts.Matches().bothNear) : nullptr},
+          {"both_ends_near", coverage ? Json(mFacts.Matches().bothNear) : nullptr},
           {"coverage",
-           {{"median", coverage ? nlohmann::ordered_json(Rounded(*coverage / 1e6)) : nullptr},
-            {"worst", coverage ? nlohmann::ordered_json(Rounded(mFacts.Matches().worstCoverage)) : nullptr}}},
+           {{"median", coverage ? Rounded(*coverage / 1e6) : nullptr},
+            {"worst", coverage ? Rounded(mFacts.Matches().worstCoverage) : nullptr}}},
           {"readout_distance", {{"start", distances(Match::kStart)}, {"carried", distances(Match::kCarried)}}},
           {"hall_x", RangeJson(mHallX)},
           {"hall_y", RangeJson(mHallY)},
           {"carried_age_us",
-           {{"median", OrNull(Tenths(mCarriedAgeUs.Median()))},
+           {{"median", Tenths(mCarriedAgeUs.Median())},
             {"median_error", Histogram::kMedianError},
-            {"largest", ages == 0 ? nlohmann::ordered_json(nullptr) : nlohmann::ordered_json(mCarriedAgeUs.Largest())},
+            {"largest", ages == 0 ? Json(nullptr) : Json(mCarriedAgeUs.Largest())},
             {"later", mCarriedLater}}},
           {"history",
            {{"needed_samples", kWindowSize},
             {"frames", kHistoryFrames},
-            {"too_short", tellsHistory ? nlohmann::ordered_json(mShortHistory) : nullptr},
-            {"longest_too_short", mShortHistory > 0 ? nlohmann::ordered_json(mLongestShortHistory) : nullptr}}},
+            {"too_short", tellsHistory ? Json(mShortHistory) : nullptr},
+            {"longest_too_short", mShortHistory > 0 ? Json(mLongestShortHistory) : nullptr}}},
           {"library",
            {{"log_level", mLogLevel},
             {"update_ns", mUpdateNs},
             {"calculate_ns", mCalculateNs},
             {"silent_calculate_ns",
-             {{"median", OrNull(Tenths(mSilentCalculateNs.Median()))},
+             {{"median", Tenths(mSilentCalculateNs.Median())},
               {"median_error", Histogram::kMedianError},
               {"frames", mSilentCalculateNs.Count()}}}}},
           {"samples",
            {{"delivered", health.delivered},
             {"batches", health.batches},
             {"repeated", health.repeated},
-            {"rate_hz", OrNull(Tenths(health.rateHz))},
-            {"interval_us", OrNull(Tenths(health.intervalUs))},
+            {"rate_hz", Tenths(health.rateHz)},
+            {"interval_us", Tenths(health.intervalUs)},
             {"interval_error", Histogram::kMedianError},
-            {"jitter_us", OrNull(Tenths(health.jitterUs))},
-            {"longest_us", OrNull(Tenths(health.longestUs))},
+            {"jitter_us", Tenths(health.jitterUs)},
+            {"longest_us", Tenths(health.longestUs)},
             {"gaps", health.gaps},
             {"duplicates", health.duplicates},
             {"backward_steps", health.backwardSteps},

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -11,9 +12,42 @@
 #include <vector>
 
 #include "tools/shadingctl/summary/Percentiles.h"
-#include "tools/shadingctl/summary/ReplayResult.h"
 
 namespace shadingctl {
+
+// What `replay --format json` says about a camera, without its rows.
+struct CameraResult {
+  std::int64_t camera = 0;
+  std::uint64_t frames = 0;
+  std::uint64_t warmUpFrames = 0;
+  std::uint64_t recordedNs = 0;
+  std::vector<std::pair<std::string, std::uint64_t>> matches;  // frames of each kind, in the order of the file
+  std::uint64_t samples = 0;
+  std::uint64_t recordedAnswers = 0;
+  std::uint64_t differentAnswers = 0;
+  std::optional<double> coverage;      // median share of a readout that a span covers
+  std::optional<double> carriedAgeUs;  // largest
+  std::optional<double> sampleRateHz;
+  std::optional<double> jitterUs;
+  std::optional<double> longestIntervalUs;
+};
+
+struct ResultFinding {
+  std::string code;
+  std::uint64_t frames = 0;  // 0 where a finding is not about frames
+};
+
+struct ReplayResult {
+  std::string session;
+  bool isComplete = true;
+  std::string error;  // why it is not
+  std::vector<CameraResult> cameras;
+  std::vector<ResultFinding> findings;
+};
+
+// Reads a result in the memory of one without rows, however many rows it has; "-" is standard input. Throws
+// UnusableInput when the file cannot be read or is no such result of a known version.
+ReplayResult ReadReplayResult(std::string const& path);
 
 // A camera of a recording, by the share of its frames after the warm-up that have a start.
 struct RankedCamera {
@@ -55,7 +89,7 @@ class Totals {
   std::uint64_t DifferentAnswers() const { return mSum.differentAnswers; }
 
   std::string Text() const;
-  std::string Json() const;
+  std::string ToJson() const;
 
  private:
   void AddCamera(std::string const& file, std::string const& session, CameraResult const& camera);

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <nlohmann/json.hpp>
 
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/PercentText.h"
 #include "tools/shadingctl/summary/Totals.h"
 
@@ -17,7 +17,7 @@ std::string ValueText(Measure const& measure, std::optional<double> const& value
 }
 
 // As many digits as are known: shares to 0.1 %, other figures to a tenth.
-nlohmann::ordered_json Rounded(Measure const& measure, std::optional<double> const& value) {
+Json Rounded(Measure const& measure, std::optional<double> const& value) {
   if (!value) return nullptr;
   double const steps = measure.scale == Scale::kShare ? 1e4 : 10;
   return std::round(*value * steps) / steps;
@@ -73,8 +73,7 @@ std::string Totals::Text() const {
   return text;
 }
 
-std::string Totals::Json() const {
-  using Json = nlohmann::ordered_json;
+std::string Totals::ToJson() const {
   Json matches = Json::object();
   for (auto const& [name, count] : mSum.matches) matches[name] = count;
   Json findings = Json::object();
@@ -111,8 +110,7 @@ std::string Totals::Json() const {
                          {"measures", measures},
                          {"errors", {{"share", Percentiles::kShareError}, {"quantity", Percentiles::kQuantityError}}},
                          {"worst", worst}};
-  // Names of files need not be UTF-8.
-  return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return Dump(document, 2) + "\n";
 }
 
 }  // namespace shadingctl

@@ -88,8 +88,8 @@ void AddCheckOptions(CLI::App& command, CheckArguments& checks) {
   command
       .add_option(
           "--check", checks.golden,
-          "Compare the rows with this CSV file of a former replay, in the columns that it has; exit code 1 where "
-          "they differ")
+          "Compare the rows with this result of a former replay, CSV or JSON, in the columns that it has; exit code 1 "
+          "where they differ")
       ->type_name("FILE");
   command.add_flag("--digest", checks.digest, "Tell the 128-bit XXH3 of the rows as CSV (xxh128sum)");
   AddNumber(command, "--fail-below", checks.gates.failBelowPercent, 0.0, 100.0,

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <limits>
 #include <map>
@@ -21,7 +22,6 @@
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/replay/ReplayEnding.h"
-#include "tools/shadingctl/commands/replay/ReplayReport.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
@@ -31,6 +31,7 @@
 #include "tools/shadingctl/replay/PlaySession.h"
 #include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
+#include "tools/shadingctl/report/Page.h"
 #include "tools/shadingctl/result/ResultWriter.h"
 #include "tools/shadingctl/synthetic/SyntheticSession.h"
 
@@ -96,6 +97,31 @@ MessageSink SinkInto(std::optional<OutputFile>& log) {
   };
 }
 
+void AddSamples(DeliveredBatch const& batch, PageData& page) {
+  auto const position = [](float value) {
+    return std::isfinite(value) ? std::optional(static_cast<double>(value)) : std::nullopt;
+  };
+  for (auto const& sample : batch.samples) {
+    page.Add(DeliveredSample{batch.camera, sample.timestamp, position(sample.oisHallX), position(sample.oisHallY)});
+  }
+}
+
+// The page holds all frames and samples, whatever the rows show.
+void WriteReport(ReplaySettings settings, ResultEnd const& end, PageData&& data, OutputFile& file) {
+  settings.rows = {};
+  settings.samples = true;
+  std::vector<PageResult> results(1);
+  PageResult& result = results.front();
+  result.head.name = settings.session;
+  result.head.members = {{"settings", SettingsJson(settings)},
+                         {"complete", end.error.empty()},
+                         {"error", OrNull(end.error)},
+                         {"findings", end.findings},
+                         {"summary", end.summary}};
+  result.data = std::move(data);
+  WritePage(results, file);
+}
+
 // Expects a dump of the frame if it got a position and dumps of its kind are on.
 void ExpectDump(ReplayArguments const& arguments, FrameResult const& result, HallDumpAudit& dumps) {
   DumpName name;
@@ -109,8 +135,7 @@ void ExpectDump(ReplayArguments const& arguments, FrameResult const& result, Hal
 }
 
 Ending PlayAll(ReplayArguments const& arguments, recording::Session& session, Replay& replay, ResultWriter& writer,
-               ReplayReport* report, ResultChecks& checks, Summaries& summaries, std::int32_t camera,
-               bool showsProgress) {
+               PageData* page, ResultChecks& checks, Summaries& summaries, std::int32_t camera, bool showsProgress) {
   Ending ending;
   auto const start = std::chrono::steady_clock::now();
   std::set<std::int32_t> cameras;
@@ -121,7 +146,7 @@ Ending PlayAll(ReplayArguments const& arguments, recording::Session& session, Re
     if (played.update) {
       DeliveredBatch const batch = {played.camera, played.update->frame, played.update->batch};
       writer.AddBatch(batch);
-      if (report != nullptr) report->AddBatch(batch);
+      if (page != nullptr) AddSamples(batch, *page);
     }
     if (!played.frame) return;
     ExpectDump(arguments, played.frame->frame.row, ending.dumps);
@@ -130,7 +155,7 @@ Ending PlayAll(ReplayArguments const& arguments, recording::Session& session, Re
   listener.onFrame = [&](Frame const& frame) {
     FrameResult const& row = frame.row;
     summaries.Of(row.camera).AddComplete(row);
-    if (report != nullptr) report->Add(row);
+    if (page != nullptr) page->Add(RowOf(row));
     bool const isIncluded = arguments.rows.Includes(row);
     if (isIncluded || arguments.rows.none) checks.Add(row);
     if (!isIncluded) return;
@@ -207,8 +232,9 @@ int RunReplay(ReplayArguments const& arguments) {
   std::optional<OutputFile> log;
   if (!arguments.log.empty()) log.emplace(arguments.log);
   OutputFile output(arguments.output);
-  std::optional<ReplayReport> report;
+  std::optional<OutputFile> report;
   if (!arguments.report.empty()) report.emplace(arguments.report);
+  PageData page;
   auto const writer = MakeResultWriter(arguments.format, output, arguments.style);
   Summaries summaries(arguments.logLevel);
   ResultChecks checks(arguments.checks);
@@ -225,17 +251,15 @@ int RunReplay(ReplayArguments const& arguments) {
   {
     Replay replay(library, device, options, SinkInto(log));
     writer->Begin(head);
-    if (report) report->Begin(head);
-    ending = PlayAll(arguments, *session, replay, *writer, report ? &*report : nullptr, checks, summaries,
-                     camera.sensorId, !arguments.quiet && !terminalIsTaken);
+    ending = PlayAll(arguments, *session, replay, *writer, report ? &page : nullptr, checks, summaries, camera.sensorId,
+                     !arguments.quiet && !terminalIsTaken);
   }
   checks.Finish(summaries, ending.error.empty());
   if (checks.Digest()) writer->AddExtra("digest", *checks.Digest());
   writer->End(summaries.End(ending.error));
-  if (report) report->End(summaries.End(ending.error));
+  if (report) WriteReport(head, summaries.End(ending.error), std::move(page), *report);
   TellOfOtherBatches(*session);
-  FinishReplay(arguments, ending, summaries, checks,
-               {&output, log ? &*log : nullptr, report ? &report->File() : nullptr});
+  FinishReplay(arguments, ending, summaries, checks, {&output, log ? &*log : nullptr, report ? &*report : nullptr});
   return TellProblems(arguments, ending, summaries, checks);
 }
 

@@ -7,7 +7,6 @@
 
 #include "tools/shadingctl/commands/replay/ResultChecks.h"
 #include "tools/shadingctl/result/ResultWriter.h"
-#include "tools/shadingctl/result/RowSelection.h"
 
 namespace shadingctl {
 

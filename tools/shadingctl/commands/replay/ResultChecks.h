@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "tools/shadingctl/result/GoldenCheck.h"
+#include "tools/shadingctl/result/ResultDiff.h"
 #include "tools/shadingctl/result/RowDigest.h"
 #include "tools/shadingctl/summary/Gates.h"
 
 namespace shadingctl {
 
 struct CheckArguments {
-  std::string golden;  // a CSV file; empty: none
+  std::string golden;  // a result, CSV or JSON; empty: none
   bool digest = false;
   Gates gates;
 };
@@ -32,7 +32,7 @@ class ResultChecks {
 
  private:
   Gates mGates;
-  std::optional<GoldenCheck> mGolden;
+  std::optional<Comparison> mGolden;
   std::optional<RowDigest> mDigest;
   std::optional<std::string> mDigestText;
   std::vector<std::string> mComplaints;

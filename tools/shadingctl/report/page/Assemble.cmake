@@ -27,7 +27,7 @@ string(FIND "${page}" "@DATA@" place)
 string(SUBSTRING "${page}" 0 ${place} before)
 math(EXPR place "${place} + 6")
 string(SUBSTRING "${page}" ${place} -1 after)
-file(WRITE ${OUTPUT} "#include \"tools/shadingctl/report/PageText.h\"
+file(WRITE ${OUTPUT} "#include \"tools/shadingctl/report/Page.h\"
 
 namespace shadingctl {
 

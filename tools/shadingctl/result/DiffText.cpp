@@ -1,0 +1,158 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "tools/shadingctl/result/ResultDiff.h"
+
+namespace shadingctl {
+namespace {
+
+// In a cell of a table.
+std::string Cell(std::string text) {
+  for (std::size_t at = 0; (at = text.find_first_of("|\n\r", at)) != std::string::npos; ++at) {
+    text[at] = text[at] == '|' ? '/' : ' ';
+  }
+  return text.empty() ? "-" : text;
+}
+
+std::string Cell(Json const& value) {
+  if (value.is_null()) return "-";
+  return value.is_string() ? Cell(value.get<std::string>()) : Cell(Dump(value));
+}
+
+std::string ChangeCell(std::optional<double> const& a, std::optional<double> const& b) {
+  return a && b ? fmt::format("{:+.9g}", *b - *a) : "differs";
+}
+
+std::optional<double> JsonNumber(Json const& value) {
+  return value.is_number() ? std::optional(value.get<double>()) : std::nullopt;
+}
+
+std::string OnlyText(char const* which, std::uint64_t count, std::vector<std::string> const& first) {
+  if (count == 0) return {};
+  return fmt::format("Only in {}: {} rows, first {}.\n\n", which, count, fmt::join(first, "; "));
+}
+
+// The leaves of both values side by side, in the order of A, then those that only B has.
+void AddLeaves(std::string const& path, Json const& a, Json const& b, std::string& text) {
+  if (!a.is_structured() && !b.is_structured()) {
+    std::string const change = a == b ? "" : ChangeCell(JsonNumber(a), JsonNumber(b));
+    text += fmt::format("| {} | {} | {} | {} |\n", Cell(path), Cell(a), Cell(b), change);
+    return;
+  }
+  static Json const none;
+  auto const below = [&](std::string const& key) { return path.empty() ? key : path + "." + key; };
+  std::size_t const items = std::max(a.is_array() ? a.size() : 0, b.is_array() ? b.size() : 0);
+  for (std::size_t i = 0; i < items; ++i) {
+    auto const item = [&](Json const& list) -> Json const& {
+      return list.is_array() && i < list.size() ? list[i] : none;
+    };
+    AddLeaves(below(std::to_string(i)), item(a), item(b), text);
+  }
+  auto const member = [](Json const& object, std::string const& key) -> Json const& {
+    auto const found = object.is_object() ? object.find(key) : object.end();
+    return found == object.end() ? none : *found;
+  };
+  if (a.is_object()) {
+    for (auto const& [key, value] : a.items()) AddLeaves(below(key), value, member(b, key), text);
+  }
+  if (!b.is_object()) return;
+  for (auto const& [key, value] : b.items()) {
+    if (!a.is_object() || !a.contains(key)) AddLeaves(below(key), none, value, text);
+  }
+}
+
+std::string SideBySideHead(char const* title) {
+  return fmt::format("## {}\n\n| | A | B | B - A |\n|---|---|---|---|\n", title);
+}
+
+// Nothing where both are CSV files, which have no such thing.
+std::string SideBySide(char const* title, Json const& a, Json const& b) {
+  if (a.empty() && b.empty()) return {};
+  std::string text = SideBySideHead(title);
+  AddLeaves("", a, b, text);
+  return text + "\n";
+}
+
+// The numbers of frames by code.
+std::string FindingsSideBySide(ResultDiff const& diff) {
+  std::map<std::string, std::array<Json, 2>> counts;
+  for (std::size_t i = 0; i < 2; ++i) {
+    for (Json const& finding : (i == 0 ? diff.a : diff.b).Member("findings")) {
+      Json const camera = finding.value("camera", Json(0));
+      Json const frames = finding.value("frames", Json::object());
+      counts[Cell(finding.value("code", Json())) + (camera == 0 ? "" : " of camera " + Cell(camera))][i] =
+          frames.is_object() ? frames.value("count", Json()) : Json();
+    }
+  }
+  if (counts.empty()) return {};
+  std::string text = SideBySideHead("Findings, with their frames");
+  for (auto const& [code, count] : counts) AddLeaves(code, count[0], count[1], text);
+  return text + "\n";
+}
+
+std::string Incomplete(char const* which, ResultHead const& head) {
+  if (head.isComplete) return {};
+  return fmt::format("{} is not complete: {}\n\n", which, head.error.empty() ? "it says no more" : head.error);
+}
+
+std::string ColumnsText(ResultDiff const& diff) {
+  std::string text = "## By field\n\n| field | rows | largest difference | in |\n|---|---|---|---|\n";
+  for (std::size_t i = 0; i < kColumnCount; ++i) {
+    auto const& [rows, largest, row] = diff.columns[i];
+    if (rows == 0) continue;
+    text += fmt::format("| {} | {} | {} | {} |\n", kResultColumns[i].name, rows,
+                        row.empty() ? "" : fmt::format("{:.9g}", largest), row);
+  }
+  text += "\n## First differences\n\n| row | field | A | B | B - A |\n|---|---|---|---|---|\n";
+  for (auto const& [row, place, index, a, b] : diff.named) {
+    ResultColumn const& column = kResultColumns[index];
+    text += fmt::format("| {} | {} | {} | {} | {} |\n", row, column.name, Cell(ValueText(column, a)),
+                        Cell(ValueText(column, b)), ChangeCell(NumberOf(a), NumberOf(b)));
+  }
+  return text + "\n";
+}
+
+}  // namespace
+
+std::string DiffText(ResultDiff const& diff, std::string const& nameOfA, std::string const& nameOfB) {
+  std::string text = fmt::format("# Two replays compared\n\nA is {} ({} rows), B is {} ({} rows).\n\n", nameOfA,
+                                 diff.rowsOfA, nameOfB, diff.rowsOfB);
+  text += Incomplete("A", diff.a) + Incomplete("B", diff.b);
+  std::uint64_t const common = diff.rowsOfA - diff.onlyInA;
+  text += diff.different == 0 ? fmt::format("None of {} common rows differs.\n\n", common)
+                              : fmt::format("**{} of {} common rows differ.**\n\n", diff.different, common);
+  text += OnlyText("A", diff.onlyInA, diff.firstOnlyInA) + OnlyText("B", diff.onlyInB, diff.firstOnlyInB);
+  if (diff.different > 0) text += ColumnsText(diff);
+  text += SideBySide("Settings", diff.a.Member("settings"), diff.b.Member("settings"));
+  text += FindingsSideBySide(diff);
+  text += SideBySide("Summary", diff.a.Member("summary"), diff.b.Member("summary"));
+  text.pop_back();
+  return text;
+}
+
+std::vector<std::string> ComplaintsOf(ResultDiff const& diff) {
+  std::string const& file = diff.a.name;
+  std::vector<std::string> complaints;
+  for (auto const& [row, place, index, a, b] : diff.named) {
+    ResultColumn const& column = kResultColumns[index];
+    std::string const where =
+        diff.a.isCsv ? fmt::format("{}:{}", file, place) : fmt::format("{}: frames[{}]", file, place);
+    auto const shown = [&](Value const& value) {
+      std::string const text = ValueText(column, value);
+      return text.empty() ? "nothing" : text;
+    };
+    complaints.push_back(fmt::format("{}: {}: expected {}, found {}", where, column.name, shown(a), shown(b)));
+  }
+  for (std::string const& row : diff.firstOnlyInA)
+    complaints.push_back(fmt::format("{}: expected {}, found none", file, row));
+  for (std::string const& row : diff.firstOnlyInB)
+    complaints.push_back(fmt::format("{}: expected no {}, found it", file, row));
+  if (!complaints.empty()) {
+    complaints.push_back(fmt::format("{}: {} rows differ, {} are missing, {} are new", file, diff.different,
+                                     diff.onlyInA, diff.onlyInB));
+  }
+  return complaints;
+}
+
+}  // namespace shadingctl
