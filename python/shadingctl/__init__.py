@@ -132,8 +132,8 @@ def budget(**options: Any) -> pandas.DataFrame:
     """Tells whether rates (Hz) and times (µs) fit together, as in `budget(frame_rate=60, readout_us=15980, ...)`.
 
     A row for each budget, several with `sweep="exposure"` or `sweep="hall-rate"`. Names end in _hz or _us (Hz, µs);
-    start, both_ends_near and what frames lack (beyond_reach, beyond_tolerance, single, short_history, nothing_after) are
-    shares of the frames, median_coverage and worst_coverage shares of the readout.
+    start, both_ends_near and what frames lack (beyond_reach, beyond_tolerance, single, short_history, nothing_after)
+    are shares of the frames, median_coverage and worst_coverage shares of the readout.
     """
     document = run("budget", [], options, "shadingctl-budget").json("shadingctl-budget")
     return _table(document["budgets"], {})
