@@ -230,7 +230,7 @@ TEST(RefusedCalibration, WithoutRootAndNamespacesThereIsOneLineAndExitCode3) {
 TEST_F(Calibration, InAPlainChrootIsMountedForTheToolAlone) {
   if (geteuid() != 0) GTEST_SKIP() << "chroot needs root";
   TemporaryDirectory const directory;
-  Outcome const outcome = RunScript("cd " + directory.path() +
+  Outcome const outcome = RunScript("cd " + directory.Path() +
                                     " && mkdir -p bin lib mnt tmp || exit 99\n"
                                     "cp " PROGRAM_DIRECTORY "/shadingctl bin && cp -r " LIBRARY_DIRECTORY
                                     "/* lib || exit 98\n"
