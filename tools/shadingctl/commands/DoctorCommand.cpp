@@ -10,7 +10,7 @@
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
-#include "recording/InputStream.h"
+#include "recording/InputFile.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/doctor/DiagnosisWriter.h"

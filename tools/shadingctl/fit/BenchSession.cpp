@@ -22,7 +22,7 @@ using Positions = std::map<std::uint32_t, std::array<double, 2>>;
 
 Positions ReadReference(std::string const& path) {
   enum Column : std::size_t { kFrame, kX, kY };
-  recording::CsvFile file(path, std::array<recording::CsvFile::Column, 3>{{{"frame"}, {"x"}, {"y"}}});
+  recording::CsvFile file(path, {{"frame"}, {"x"}, {"y"}});
   Positions positions;
   while (file.Next()) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();

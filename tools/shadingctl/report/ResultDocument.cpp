@@ -10,7 +10,7 @@
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
-#include "recording/InputStream.h"
+#include "recording/InputFile.h"
 #include "tools/shadingctl/fit/FitFormats.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/result/ResultWriter.h"

@@ -8,7 +8,7 @@
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
-#include "recording/InputStream.h"
+#include "recording/InputFile.h"
 #include "tools/shadingctl/result/ResultCsv.h"
 
 namespace shadingctl {

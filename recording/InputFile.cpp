@@ -1,0 +1,79 @@
+#include "recording/InputFile.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "hosting/Interruption.h"
+#include "hosting/UnusableInput.h"
+
+namespace recording {
+
+InputFile::InputFile(std::string path) : mName(std::move(path)) {
+  if (mName == "-") {
+    mName = "standard input";
+    mFile = STDIN_FILENO;
+  } else {
+    // Opening must not wait for a pipe's writer: only reading can be interrupted.
+    mOwned = hosting::FileDescriptor(open(mName.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    mFile = mOwned.Number();
+  }
+  struct stat status = {};
+  if (mFile < 0 || fstat(mFile, &status) != 0) Fail(errno);
+  mIsRegular = S_ISREG(status.st_mode);
+  if (mIsRegular) mLeft = status.st_size - lseek(mFile, 0, SEEK_CUR);  // standard input may have been read before
+}
+
+std::size_t InputFile::Read(char* buffer, std::size_t size) {
+  for (;;) {
+    if (!mIsRegular) hosting::WaitForInput(mFile);
+    ssize_t const got = read(mFile, buffer, size);
+    if (got < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+    if (got < 0) Fail(errno);
+    if (got == 0 && mLeft > 0) {
+      errno = EIO;
+      throw hosting::UnusableInput(fmt::format(
+          "{}: cannot be read: it has become shorter; expected {} more bytes, found its end", mName, mLeft));
+    }
+    mLeft -= got;
+    return static_cast<std::size_t>(got);
+  }
+}
+
+void InputFile::Fail(int error) const {
+  std::string const what = fmt::format("{}: cannot be read: {}", mName, std::generic_category().message(error));
+  errno = error;
+  throw hosting::UnusableInput(what);
+}
+
+InputStream OpenInput(std::string const& path) {
+  constexpr auto read = [](void* cookie, char* buffer, std::size_t size) -> ssize_t {
+    try {
+      return static_cast<ssize_t>(static_cast<InputFile*>(cookie)->Read(buffer, size));
+    } catch (hosting::Interrupted const&) {  // no exception can pass through the C library
+      errno = EINTR;
+    } catch (hosting::UnusableInput const&) {  // with errno set
+    }
+    return -1;
+  };
+  constexpr auto close = [](void* cookie) {
+    delete static_cast<InputFile*>(cookie);
+    return 0;
+  };
+  std::unique_ptr<InputFile> input;
+  try {
+    input = std::make_unique<InputFile>(path);
+  } catch (hosting::UnusableInput const&) {  // with errno set
+    return {nullptr, &std::fclose};
+  }
+  std::FILE* const stream = fopencookie(input.get(), "r", {read, nullptr, nullptr, close});
+  if (stream != nullptr) input.release();
+  return {stream, &std::fclose};
+}
+
+}  // namespace recording

@@ -1,0 +1,42 @@
+// The bytes of a file, a pipe or standard input, from front to back.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "hosting/FileDescriptor.h"
+
+namespace recording {
+
+// Whatever fails throws UnusableInput: "FILE: cannot be read: REASON".
+class InputFile {
+ public:
+  // "-" is standard input.
+  explicit InputFile(std::string path);
+
+  // Reads at most `size` bytes, at least one of them unless the end is reached: 0. A regular file that has become
+  // shorter since it was opened has failed, not ended. A wait for a pipe's writer can be interrupted (Interrupted).
+  std::size_t Read(char* buffer, std::size_t size);
+
+  // What to call the file in a message.
+  std::string const& Name() const { return mName; }
+
+  [[noreturn]] void Fail(int error) const;
+
+ private:
+  std::string mName;
+  hosting::FileDescriptor mOwned;
+  int mFile = 0;
+  bool mIsRegular = false;
+  std::int64_t mLeft = 0;  // bytes that a regular file had when it was opened and that were not read yet
+};
+
+// The same through the C library, for readers that take a stream. Null, with errno set, where the file cannot be
+// opened; reading fails with InterruptedBy() saying so where the wait was interrupted.
+using InputStream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+InputStream OpenInput(std::string const& path);
+
+}  // namespace recording
