@@ -35,6 +35,7 @@ int Fit(FitArguments const& arguments) {
   OutputFile output(arguments.output);
   BenchSession session =
       ReadBenchSession(recording::RecordingDirectory(arguments.recording), arguments.reference, arguments.camera);
+  for (std::string const& remark : session.remarks) Tell(remark);
   if (session.unknown > 0) {
     Tell(fmt::format("{}: {} frames are not in the recording, or before its first readout time; left out",
                      arguments.reference, session.unknown));

@@ -78,8 +78,8 @@ std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& 
 // Those of a recording in `directory`, of either version.
 void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files);
 
-// Tells on standard error where the batches of a recording are not those that the platform delivered.
-void TellOfOtherBatches(recording::Session const& session);
+// Tells on standard error what a recording lacks (recording::RemarksOn).
+void TellOfRecording(recording::Session const& session);
 
 // A check for names of directories, which standard input and output are not. Answers what is wrong.
 inline std::string RefuseStandardStream(std::string const& name) {

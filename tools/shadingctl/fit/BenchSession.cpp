@@ -108,6 +108,7 @@ BenchSession ReadBenchSession(std::string const& recording, std::string const& r
   Collector collector(session->Name(), camera);
   for (recording::Call call; session->Next(call);) collector.Add(call);
   BenchSession joined = collector.Join(positions);
+  joined.remarks = recording::RemarksOn(*session);
   if (joined.frames.empty()) {
     throw hosting::UnusableInput(
         fmt::format("{}: expected frames of {}, found none of them among {}", reference, recording, positions.size()));

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "hosting/UnusableInput.h"
+#include "recording/Recording.h"
 #include "tools/shadingctl/result/ResultFile.h"
 
 namespace shadingctl {
@@ -51,11 +52,18 @@ CameraResult CameraOf(Json const& object) {
   return camera;
 }
 
+recording::Capture CaptureOf(Json const& object) {
+  auto const state = recording::CaptureStateOf(object.at("state").get<std::string>());
+  if (!state) throw hosting::UnusableInput("state: expected that of a capture, found " + object.at("state").dump());
+  return {*state, CountOf(object, "lost_calls"), CountOf(object, "lost_samples")};
+}
+
 ReplayResult ResultOf(ResultHead const& head) {
   ReplayResult result;
   result.session = head.settings.at("session").get<std::string>();
   result.isComplete = head.isComplete;
   result.error = head.error;
+  result.capture = CaptureOf(head.summary.at("capture"));
   for (Json const& camera : head.summary.at("cameras")) result.cameras.push_back(CameraOf(camera));
   for (Json const& finding : head.findings) {
     result.findings.push_back({finding.at("code").get<std::string>(), CountOf(finding.at("frames"), "count")});

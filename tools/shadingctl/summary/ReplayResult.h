@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "recording/Session.h"
+
 namespace shadingctl {
 
 struct CameraResult {
@@ -34,6 +36,7 @@ struct ReplayResult {
   std::string session;
   bool isComplete = true;
   std::string error;  // why it is not
+  recording::Capture capture;
   std::vector<CameraResult> cameras;
   std::vector<ResultFinding> findings;
 };

@@ -233,7 +233,7 @@ int RunReplay(ReplayArguments const& arguments) {
   if (checks.Digest()) writer->AddExtra("digest", *checks.Digest());
   writer->End(summaries.End(ending.error));
   if (report) report->End(summaries.End(ending.error));
-  TellOfOtherBatches(*session);
+  TellOfRecording(*session);
   FinishReplay(arguments, ending, summaries, checks,
                {&output, log ? &*log : nullptr, report ? &report->File() : nullptr});
   return TellProblems(arguments, ending, summaries, checks);
