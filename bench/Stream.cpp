@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "recording/FrameRecording.h"
+#include "recording/Recording.h"
 
 namespace bench {
 
@@ -61,11 +61,11 @@ Stream::Stream(std::string name, std::uint32_t samplesPerBlock, bool overlapping
 }
 
 Stream::Stream(std::string name, std::string const& recordingDirectory) : mName(std::move(name)) {
-  recording::FrameRecording session(recordingDirectory);
+  auto const session = recording::OpenRecording(recordingDirectory);
   Samples batch;
   std::int64_t firstNs = 0;
   std::int64_t lastNs = 0;
-  for (recording::Call call; session.Next(call);) {
+  for (recording::Call call; session->Next(call);) {
     if (auto* const update = std::get_if<recording::UpdateSensorData>(&call.operation))
       batch = std::move(update->batch);
     auto const* const calc = std::get_if<recording::CalcOisValue>(&call.operation);

@@ -61,13 +61,17 @@ void Recorder::Finish() noexcept {
 }
 
 void Recorder::WriteUntilFinished() noexcept {
-  CaptureState written;
+  using recording::CaptureState;
+  recording::Capture written = {CaptureState::kRunning};
   for (bool finished = false; !finished;) {
     finished = mFinished;  // asked first: whatever was added before is in the queue now
     while (!mCalls.IsEmpty()) WriteQueued();
-    CaptureState const state = {mLostCalls, mLostSamples, mBroken ? "broken" : finished ? "complete" : "running"};
-    if (!(state == written)) mFiles->Write(state);
-    written = state;
+    CaptureState const state = mBroken    ? CaptureState::kBroken
+                               : finished ? CaptureState::kComplete
+                                          : CaptureState::kRunning;
+    recording::Capture const capture = {state, mLostCalls, mLostSamples};
+    if (!(capture == written)) mFiles->Write(capture);
+    written = capture;
     if (!finished) std::this_thread::sleep_for(kPoll);
   }
 }

@@ -1,7 +1,6 @@
 #include "capture/RecordingFiles.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,7 +38,7 @@ RecordingFiles::RecordingFiles(std::string const& directory, recording::SessionS
   mSamples.descriptor = Create(directory + "/hall.csv");
   mCalls.descriptor = Create(directory + "/calls.csv");
   mRecording.descriptor = Create(directory + "/recording.csv");
-  Write({});
+  Write({recording::CaptureState::kRunning});
   if (!Append(recording::SamplesHeader(), recording::CallsHeader())) {
     throw std::system_error(errno, std::generic_category(), directory);
   }
@@ -61,12 +60,8 @@ bool RecordingFiles::Append(std::string const& samples, std::string const& calls
   return false;
 }
 
-void RecordingFiles::Write(CaptureState const& state) {
-  // 20 digits hold every 64-bit number.
-  WriteAt(mRecording.descriptor.Number(),
-          fmt::format("{}lost_calls,{:20}\nlost_samples,{:20}\nstate,{:>8}\n", mSettings, state.lostCalls,
-                      state.lostSamples, state.state),
-          0);
+void RecordingFiles::Write(recording::Capture const& capture) {
+  WriteAt(mRecording.descriptor.Number(), mSettings + recording::CaptureText(capture), 0);
 }
 
 }  // namespace capture

@@ -9,17 +9,6 @@
 
 namespace capture {
 
-// What recording.csv says about a capture, besides its settings.
-struct CaptureState {
-  std::uint64_t lostCalls = 0;    // made by the host and not in calls.csv
-  std::uint64_t lostSamples = 0;  // delivered and not in hall.csv
-  char const* state = "running";  // "running", "complete", or "broken": a file could not be written
-
-  bool operator==(CaptureState const& other) const {
-    return lostCalls == other.lostCalls && lostSamples == other.lostSamples && state == other.state;
-  }
-};
-
 class RecordingFiles {
  public:
   // Creates the directory and its files. Throws std::system_error.
@@ -29,8 +18,8 @@ class RecordingFiles {
   // files end where they ended before.
   bool Append(std::string const& samples, std::string const& calls);
 
-  // Updates recording.csv in place: its size never changes, so a full disk has room for it.
-  void Write(CaptureState const& state);
+  // Updates recording.csv in place.
+  void Write(recording::Capture const& capture);
 
  private:
   struct File {

@@ -105,6 +105,8 @@ ImportArguments TakeArguments(ByteSource& source) {
   if ((second & 1) != 0) arguments.scaleX = -2.5;
   if ((second & 2) != 0) arguments.scaleY = 1e30;
   if ((second & 4) != 0) arguments.deliveryDelayUs = 0;
+  arguments.skipBad = (second & 8) != 0;
+  arguments.separator = recording::kSeparators[second >> 4 & 3].character;
   arguments.skip = second >> 6;
   return arguments;
 }

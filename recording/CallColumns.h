@@ -1,16 +1,38 @@
-// The columns of calls.csv and hall.csv in a recording of version 2, for its reader and its writer.
-// docs/recording-format.md describes them.
+// The names in a recording of version 2, for its reader and its writer. docs/recording-format.md describes them.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <optional>
+#include <string_view>
 
 #include "recording/CsvFile.h"
+#include "recording/Session.h"
 
 namespace recording {
 
 constexpr int kRecordingVersion = 2;
 
-// In the order in which they are written.
+// The index of a name among them.
+template <std::size_t N>
+std::optional<std::size_t> IndexOf(std::array<std::string_view, N> const& names, std::string_view name) {
+  auto const* const found = std::find(names.begin(), names.end(), name);
+  if (found == names.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - names.begin());
+}
+
+// Keys of recording.csv, and the values of those that are names, in the order of their enumerators.
+constexpr char const* kVersionKey = "version";
+constexpr char const* kCamerasKey = "cameras";
+constexpr char const* kCalculationModeKey = "calculation_mode";
+constexpr char const* kBatchesKey = "batches";
+constexpr std::array<std::string_view, 3> kBatchesNames = {"delivered", "filed", "rebuilt"};
+constexpr char const* kLostCallsKey = "lost_calls";
+constexpr char const* kLostSamplesKey = "lost_samples";
+constexpr char const* kStateKey = "state";
+constexpr std::array<std::string_view, 3> kStateNames = {"complete", "running", "broken"};
+
+// Columns of calls.csv, in the order in which they are written.
 enum CallColumn : std::size_t {
   kCallNumber,
   kCallTime,
@@ -54,15 +76,20 @@ constexpr std::array<CsvFile::Column, 20> kCallColumns = {{{"call"},
                                                            {"hall_x", false},
                                                            {"hall_y", false}}};
 
-enum CallSampleColumn : std::size_t { kSampleCall, kSampleTimestamp, kSampleHallX, kSampleHallY };
-constexpr std::array<CsvFile::Column, 4> kCallSampleColumns = {{{"call"}, {"timestamp_ns"}, {"hall_x"}, {"hall_y"}}};
+struct PairColumns {
+  CallColumn timestamp;
+  CallColumn exposure;
+};
+constexpr std::array<PairColumns, 3> kPairColumns = {
+    {{kCallTimestamp, kCallExposure}, {kCallTimestamp1, kCallExposure1}, {kCallTimestamp2, kCallExposure2}}};
 
-constexpr char const* kRegisterKind = "register";
-constexpr char const* kStartKind = "start";
-constexpr char const* kRegisterAndStartKind = "register_start";
-constexpr char const* kStopKind = "stop";
-constexpr char const* kReadoutKind = "readout";
-constexpr char const* kUpdateKind = "update";
-constexpr char const* kCalculateKind = "calculate";
+// Kinds of calls; the first ones are those of StartMonitor::Operation.
+enum CallKind : std::size_t { kRegister, kStart, kRegisterAndStart, kStop, kReadout, kUpdate, kCalculate };
+constexpr std::array<std::string_view, 7> kCallKinds = {"register", "start",  "register_start", "stop",
+                                                        "readout",  "update", "calculate"};
+
+// Columns of hall.csv, in the order in which they are written; the first one is "frame" in a recording of version 1.
+enum SampleColumn : std::size_t { kSampleOwner, kSampleTimestamp, kSampleHallX, kSampleHallY };
+constexpr std::array<CsvFile::Column, 4> kSampleColumns = {{{"call"}, {"timestamp_ns"}, {"hall_x"}, {"hall_y"}}};
 
 }  // namespace recording

@@ -1,178 +1,152 @@
-#include "recording/CallRecording.h"
-
+// A recording of version 2: DIRECTORY/recording.csv, calls.csv and hall.csv, described in docs/recording-format.md.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
-#include <filesystem>
-#include <fstream>
+#include <map>
 #include <utility>
 
-#include "recording/CallColumns.h"
+#include "recording/HallFile.h"
+#include "recording/Recording.h"
 
 namespace recording {
+namespace {
 
-CallRecording::CallRecording(std::string directory, SessionSettings settings)
-    : mDirectory(std::move(directory)),
-      mSettings(std::move(settings)),
-      mCallFile(mDirectory + "/calls.csv", kCallColumns, CsvFile::LastLine::kMustEnd),
-      mSampleFile(mDirectory + "/hall.csv", kCallSampleColumns, CsvFile::LastLine::kMustEnd) {
-  mSettings.recordsCalls = true;
-  ReadSampleRow();
-}
-
-bool CallRecording::Next(Call& call) {
-  if (!mCallFile.Next()) {
-    for (; mSampleRow; ReadSampleRow()) mOddities.undeliveredSamples.CountAt(mSampleFile);
-    return false;
+// Reads calls and samples side by side; holds one batch at a time.
+class CallRecording : public Session {
+ public:
+  CallRecording(std::string directory, SessionSettings settings, Capture const& capture)
+      : mDirectory(std::move(directory)),
+        mSettings(std::move(settings)),
+        mCapture(capture),
+        mFile(mDirectory + "/calls.csv", {kCallColumns.begin(), kCallColumns.end()}, {LastLine::kMustEnd}),
+        mHallFile(mDirectory, "call", LastLine::kMustEnd) {
+    mSettings.recordsCalls = true;
+    mOddities.captureState = capture.state;
   }
-  std::uint64_t const number = ReadCallNumber();
-  PassSamplesBefore(number);
-  call.timeNs.reset();
-  if (mCallFile.Has(kCallTime)) call.timeNs = mCallFile.Unsigned64(kCallTime);
-  call.camera.reset();
-  if (mCallFile.Has(kCallCamera)) call.camera = mCallFile.Signed32(kCallCamera);
 
-  std::string_view const kind = mCallFile.Text(kCallKind);
-  if (kind == kUpdateKind) {
-    call.operation = ReadUpdate(number, mTimes[call.camera]);
+  std::string Name() const override { return mDirectory; }
+  SessionSettings const& Settings() const override { return mSettings; }
+  SessionOddities const& Oddities() const override { return mOddities; }
+
+  std::optional<std::uint64_t> FrameCount() const override {
+    return CountLines(mDirectory + "/calls.csv", kCallKinds[kCalculate]);
+  }
+
+  bool Next(Call& call) override {
+    if (!mFile.Next()) {
+      for (; mHallFile.Row(); mHallFile.Next()) mOddities.undeliveredSamples.CountAt(mHallFile.File());
+      mOddities.lostCalls.RaiseTo(mCapture.lostCalls, mDirectory + "/recording.csv");
+      mOddities.lostSamples.RaiseTo(mCapture.lostSamples, mDirectory + "/recording.csv");
+      return false;
+    }
+    ReadCallNumber();
+    for (; mHallFile.Row() && mHallFile.Row()->owner < mNumber; mHallFile.Next()) {
+      mOddities.undeliveredSamples.CountAt(mHallFile.File());
+    }
+    call.timeNs = IfAny(kCallTime, &CsvFile::Unsigned64);
+    call.camera = IfAny(kCallCamera, &CsvFile::Signed32);
+
+    std::optional<std::size_t> const kind = IndexOf(kCallKinds, mFile.Text(kCallKind));
+    bool const hasSamples = mHallFile.Row() && mHallFile.Row()->owner == mNumber;
+    if (hasSamples && kind != kUpdate) {
+      mHallFile.File().Complain(kSampleOwner, fmt::format("the number of an update, call {} is none", mNumber));
+    }
+    if (kind == kUpdate) {
+      call.operation = ReadUpdate(mTimes[call.camera]);
+    } else if (kind == kCalculate) {
+      call.operation = ReadCalc();
+    } else if (kind == kReadout) {
+      call.operation = StoreRollingShutter{IfAny(kCallSensorMode, &CsvFile::Unsigned32).value_or(0),
+                                           mFile.Unsigned32(kCallRollingShutter)};
+    } else if (kind == kStop) {
+      call.operation = StopMonitor{IfAny(kCallSensorType, &CsvFile::Signed32)};
+    } else if (kind) {
+      call.operation = StartMonitor{static_cast<StartMonitor::Operation>(*kind),
+                                    IfAny(kCallSensorType, &CsvFile::Signed32), IfAny(kCallAnswer, &CsvFile::Flag)};
+    } else {
+      auto const* const last = kCallKinds.end() - 1;
+      mFile.Complain(kCallKind, fmt::format("one of {} and {}", fmt::join(kCallKinds.begin(), last, ", "), *last));
+    }
     return true;
   }
-  if (mSampleRow && mSampleRow->call == number) {
-    mSampleFile.Complain(kSampleCall, fmt::format("the number of an update, call {} is none", number));
+
+ private:
+  // Of a camera, so far.
+  struct Times {
+    std::optional<std::uint64_t> frameNs;
+    std::optional<std::int64_t> sampleNs;
+  };
+
+  // The value of the current call, where it has one.
+  template <class Value>
+  std::optional<Value> IfAny(std::size_t column, Value (CsvFile::*read)(std::size_t) const) const {
+    return mFile.Has(column) ? std::optional((mFile.*read)(column)) : std::nullopt;
   }
-  if (kind == kCalculateKind) {
-    call.operation = ReadCalc();
-  } else if (kind == kReadoutKind) {
-    call.operation = ReadStore();
-  } else if (kind == kRegisterKind) {
-    call.operation = ReadStart(StartMonitor::Operation::kRegister);
-  } else if (kind == kStartKind) {
-    call.operation = ReadStart(StartMonitor::Operation::kStart);
-  } else if (kind == kRegisterAndStartKind) {
-    call.operation = ReadStart(StartMonitor::Operation::kRegisterAndStart);
-  } else if (kind == kStopKind) {
-    call.operation = ReadStop();
-  } else {
-    mCallFile.Complain(
-        kCallKind, fmt::format("one of {}, {}, {}, {}, {}, {} and {}", kRegisterKind, kStartKind, kRegisterAndStartKind,
-                               kStopKind, kReadoutKind, kUpdateKind, kCalculateKind));
+
+  void ReadCallNumber() {
+    std::uint64_t const number = mFile.Unsigned64(kCallNumber);
+    if (number <= mNumber) {
+      mFile.Complain(kCallNumber,
+                     mNumber == 0 ? "a number from 1 on" : fmt::format("a number above {}, the call before", mNumber));
+    }
+    std::uint64_t const lost = number - mNumber - 1;
+    if (lost > 0) mOddities.lostCalls.CountAt(mFile, lost);
+    mNumber = number;
   }
-  return true;
-}
 
-std::uint64_t CallRecording::ReadCallNumber() {
-  std::uint64_t const number = mCallFile.Unsigned64(kCallNumber);
-  if (number <= mLastCall) {
-    mCallFile.Complain(kCallNumber, mLastCall == 0 ? "a number from 1 on"
-                                                   : fmt::format("a number above {}, the call before", mLastCall));
+  UpdateSensorData ReadUpdate(Times& times) {
+    UpdateSensorData update;
+    update.frame = mFile.Unsigned32(kCallFrame);
+    update.timestampNs = mFile.Unsigned64(kCallTimestamp);
+    if (times.frameNs && update.timestampNs < *times.frameNs) mOddities.frameTimesBackward.CountAt(mFile);
+    times.frameNs = update.timestampNs;
+    for (; mHallFile.Row() && mHallFile.Row()->owner == mNumber; mHallFile.Next()) {
+      auto const& sample = mHallFile.Row()->sample;
+      if (times.sampleNs && sample.timestamp < *times.sampleNs) mOddities.sampleTimesBackward.CountAt(mHallFile.File());
+      times.sampleNs = sample.timestamp;
+      update.batch.push_back(sample);
+    }
+    if (update.batch.empty()) mOddities.emptyBatches.CountAt(mFile);
+    std::uint64_t const held = update.batch.size();
+    std::uint64_t const samples = IfAny(kCallSamples, &CsvFile::Unsigned64).value_or(held);
+    if (samples < held) {
+      mFile.Complain(kCallSamples,
+                     fmt::format("at least {}, the samples of this call in {}/hall.csv", held, mDirectory));
+    }
+    if (samples > held) mOddities.lostSamples.CountAt(mFile, samples - held);
+    return update;
   }
-  std::uint64_t const lost = number - mLastCall - 1;
-  if (lost > 0) mOddities.lostCalls.CountAt(mCallFile, lost);
-  return mLastCall = number;
-}
 
-StartMonitor CallRecording::ReadStart(StartMonitor::Operation operation) const {
-  StartMonitor start;
-  start.operation = operation;
-  if (mCallFile.Has(kCallSensorType)) start.sensorType = mCallFile.Signed32(kCallSensorType);
-  if (mCallFile.Has(kCallAnswer)) start.answer = mCallFile.Flag(kCallAnswer);
-  return start;
-}
-
-StopMonitor CallRecording::ReadStop() const {
-  StopMonitor stop;
-  if (mCallFile.Has(kCallSensorType)) stop.sensorType = mCallFile.Signed32(kCallSensorType);
-  return stop;
-}
-
-StoreRollingShutter CallRecording::ReadStore() const {
-  StoreRollingShutter store;
-  if (mCallFile.Has(kCallSensorMode)) store.sensorMode = mCallFile.Unsigned32(kCallSensorMode);
-  store.rollingShutterNs = mCallFile.Unsigned32(kCallRollingShutter);
-  return store;
-}
-
-UpdateSensorData CallRecording::ReadUpdate(std::uint64_t number, Times& times) {
-  UpdateSensorData update;
-  update.frame = mCallFile.Unsigned32(kCallFrame);
-  update.timestampNs = mCallFile.Unsigned64(kCallTimestamp);
-  if (times.frameNs && update.timestampNs < *times.frameNs) mOddities.frameTimesBackward.CountAt(mCallFile);
-  times.frameNs = update.timestampNs;
-
-  ReadBatch(number, times, update.batch);
-  if (update.batch.empty()) mOddities.emptyBatches.CountAt(mCallFile);
-  if (!mCallFile.Has(kCallSamples)) return update;
-  std::uint64_t const samples = mCallFile.Unsigned64(kCallSamples);
-  if (samples < update.batch.size()) {
-    mCallFile.Complain(kCallSamples, fmt::format("at least {}, the samples of this call in {}/hall.csv",
-                                                 update.batch.size(), mDirectory));
+  CalcOisValue ReadCalc() const {
+    CalcOisValue calc;
+    calc.frame = mFile.Unsigned32(kCallFrame);
+    calc.type = IfAny(kCallType, &CsvFile::Signed32);
+    for (std::size_t i = 0; i < calc.pairs.size(); ++i) {
+      auto const [timestamp, exposure] = kPairColumns[i];
+      bool const isAsFirst = i > 0 && !mFile.Has(timestamp) && !mFile.Has(exposure);
+      calc.pairs[i] = isAsFirst ? calc.pairs[0] : ExposurePair{mFile.Unsigned64(timestamp), mFile.Unsigned64(exposure)};
+    }
+    calc.matched = IfAny(kCallMatched, &CsvFile::Flag);
+    if (!mFile.Has(kCallAnswer)) return calc;
+    calc.answer = {mFile.Flag(kCallAnswer), IfAny(kCallHallX, &CsvFile::Finite), IfAny(kCallHallY, &CsvFile::Finite)};
+    return calc;
   }
-  std::uint64_t const lost = samples - update.batch.size();
-  if (lost > 0) mOddities.lostSamples.CountAt(mCallFile, lost);
-  return update;
-}
 
-CalcOisValue CallRecording::ReadCalc() const {
-  CalcOisValue calc;
-  calc.frame = mCallFile.Unsigned32(kCallFrame);
-  if (mCallFile.Has(kCallType)) calc.type = mCallFile.Signed32(kCallType);
-  calc.pairs.fill(ReadPair(kCallTimestamp, kCallExposure));
-  if (mCallFile.Has(kCallTimestamp1) || mCallFile.Has(kCallExposure1)) {
-    calc.pairs[1] = ReadPair(kCallTimestamp1, kCallExposure1);
-  }
-  if (mCallFile.Has(kCallTimestamp2) || mCallFile.Has(kCallExposure2)) {
-    calc.pairs[2] = ReadPair(kCallTimestamp2, kCallExposure2);
-  }
-  if (mCallFile.Has(kCallMatched)) calc.matched = mCallFile.Flag(kCallMatched);
-  if (!mCallFile.Has(kCallAnswer)) return calc;
-  CalcOisValue::Answer& answer = calc.answer.emplace();
-  answer.matched = mCallFile.Flag(kCallAnswer);
-  if (mCallFile.Has(kCallHallX)) answer.hallX = mCallFile.Finite(kCallHallX);
-  if (mCallFile.Has(kCallHallY)) answer.hallY = mCallFile.Finite(kCallHallY);
-  return calc;
-}
+  std::string mDirectory;
+  SessionSettings mSettings;
+  Capture mCapture;
+  CsvFile mFile;  // of the calls
+  HallFile mHallFile;
+  std::uint64_t mNumber = 0;                            // of the current call; 0 before the first
+  std::map<std::optional<std::int32_t>, Times> mTimes;  // by camera
+  SessionOddities mOddities;
+};
 
-ExposurePair CallRecording::ReadPair(std::size_t timestampColumn, std::size_t exposureColumn) const {
-  return {mCallFile.Unsigned64(timestampColumn), mCallFile.Unsigned64(exposureColumn)};
-}
+}  // namespace
 
-void CallRecording::PassSamplesBefore(std::uint64_t number) {
-  for (; mSampleRow && mSampleRow->call < number; ReadSampleRow()) mOddities.undeliveredSamples.CountAt(mSampleFile);
-}
-
-void CallRecording::ReadBatch(std::uint64_t number, Times& times, std::vector<NSCam::Utils::SensorData>& batch) {
-  for (; mSampleRow && mSampleRow->call == number; ReadSampleRow()) {
-    auto const& sample = mSampleRow->sample;
-    if (times.sampleNs && sample.timestamp < *times.sampleNs) mOddities.sampleTimesBackward.CountAt(mSampleFile);
-    times.sampleNs = sample.timestamp;
-    batch.push_back(sample);
-  }
-}
-
-void CallRecording::ReadSampleRow() {
-  std::uint64_t const before = mSampleRow ? mSampleRow->call : 0;
-  mSampleRow.reset();
-  if (!mSampleFile.Next()) return;
-  SampleRow row;
-  row.call = mSampleFile.Unsigned64(kSampleCall);
-  row.sample.timestamp = mSampleFile.Signed64(kSampleTimestamp);
-  row.sample.oisHallX = mSampleFile.Finite(kSampleHallX);
-  row.sample.oisHallY = mSampleFile.Finite(kSampleHallY);
-  if (row.call < before) {
-    mSampleFile.Complain(kSampleCall, fmt::format("at least {}, the call of the row before", before));
-  }
-  mSampleRow = row;
-}
-
-std::optional<std::uint64_t> CallRecording::FrameCount() const {
-  std::string const path = mDirectory + "/calls.csv";
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;  // a pipe can be read only once
-  std::ifstream file(path, std::ios::binary);
-  std::uint64_t count = 0;
-  for (std::string line; std::getline(file, line);) {
-    if (line.find(kCalculateKind) != std::string::npos) ++count;
-  }
-  return count;
+std::unique_ptr<Session> OpenCallRecording(std::string const& directory, SessionSettings const& settings,
+                                           Capture const& capture) {
+  return std::make_unique<CallRecording>(directory, settings, capture);
 }
 
 }  // namespace recording

@@ -1,230 +1,246 @@
 #include "recording/CsvFile.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cfloat>
 #include <charconv>
 #include <cmath>
-#include <cstring>
-#include <string_view>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
-#define CSV_IO_NO_THREAD
-#include <libfccp/csv.h>
-
-#include "hosting/FileDescriptor.h"
-#include "hosting/Interruption.h"
 #include "hosting/QuotedText.h"
-#include "hosting/UnusableInput.h"
 
 namespace recording {
-
-// Properties of the file noted while its bytes are handed to the parser.
-struct FileNotes {
-  std::string firstLine;     // the beginning of the header
-  bool lastLineEnds = true;  // known once everything is read
-};
-
 namespace {
 
-constexpr std::size_t kForeignColumns = 4;  // of the files that may have quotes
-constexpr std::size_t kNotedLine = 200;     // more than a message shows of it
+using std::string_view_literals::operator""sv;
 
-// The bytes of a file for the parser, with an end of line at the end in any case: the parser looks one byte past the
-// last line to find it. A zero byte would end a line unnoticed, so it is refused.
-class FileBytes : public io::ByteSourceBase {
- public:
-  // Opening must not block on a pipe: the read waits for it, and that wait can be interrupted.
-  FileBytes(std::string const& path, std::uint32_t linesBefore, FileNotes& notes)
-      : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)), mNotes(notes) {
-    struct stat status = {};
-    if (!mFile || fstat(mFile.Number(), &status) != 0) Fail(errno);
-    mMustWait = !S_ISREG(status.st_mode);
-    // Byte by byte: the parser takes a block that is not full for the last one.
-    for (char byte = 0; linesBefore > 0 && Read(&byte, 1) == 1; ++mOffset) {
-      if (byte == '\n') --linesBefore;
-    }
-  }
+constexpr std::size_t kUnwanted = SIZE_MAX;
+constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-  int read(char* buffer, int size) override {
-    auto const wanted = static_cast<std::size_t>(size);
-    std::size_t got = Read(buffer, wanted);
-    if (void const* zero = std::memchr(buffer, 0, got)) {
-      throw hosting::UnusableInput(fmt::format("{}: expected text, found a zero byte at offset {}", mPath,
-                                               mOffset + (static_cast<char const*>(zero) - buffer)));
-    }
-    if (!std::exchange(mHasBegun, true)) {
-      std::string_view const beginning(buffer, std::min(got, kNotedLine));
-      mNotes.firstLine = beginning.substr(0, beginning.find_first_of("\r\n"));
-    }
-    mOffset += static_cast<std::int64_t>(got);
-    if (got > 0) mLast = buffer[got - 1];
-    if (got < wanted && mLast != '\n') {
-      mLast = buffer[got++] = '\n';
-      mNotes.lastLineEnds = false;
-    }
-    return static_cast<int>(got);
-  }
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
- private:
-  // Less than `wanted` at the end of the file alone.
-  std::size_t Read(char* buffer, std::size_t wanted) {
-    std::size_t got = 0;
-    while (got < wanted) {
-      if (mMustWait) hosting::WaitForInput(mFile.Number());
-      ssize_t const more = ::read(mFile.Number(), buffer + got, wanted - got);
-      if (more == 0) break;
-      if (more > 0) got += static_cast<std::size_t>(more);
-      if (more < 0 && errno != EINTR && errno != EAGAIN) Fail(errno);
-    }
-    return got;
-  }
+std::string_view Trimmed(std::string_view text) {
+  while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
 
-  [[noreturn]] void Fail(int error) const {
-    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", mPath, std::generic_category().message(error)));
-  }
-
-  std::string mPath;
-  hosting::FileDescriptor mFile;
-  bool mMustWait = false;
-  bool mHasBegun = false;
-  std::int64_t mOffset = 0;
-  char mLast = '\n';
-  FileNotes& mNotes;
-};
+bool StartsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
 
 }  // namespace
 
-class CsvFile::Reader {
- public:
-  virtual ~Reader() = default;
-  virtual void ReadHeader(std::vector<Column> const& columns) = 0;
-  virtual bool Names(char const* column) const = 0;
-  virtual bool ReadRow(std::vector<char*>& fields) = 0;
-  virtual unsigned int Line() const = 0;
-  virtual FileNotes const& Notes() const = 0;
-};
+CsvFile::CsvFile(std::string path, std::vector<Column> columns, CsvDialect dialect)
+    : mLines(std::move(path)), mColumns(std::move(columns)), mDialect(dialect), mFields(mColumns.size()) {
+  ReadHeader();
+}
 
-// The parser takes the number of its columns at compile time, and each of them as an argument of its own.
-template <std::size_t N, class Quotes>
-class CsvFile::ReaderOf : public CsvFile::Reader {
- public:
-  ReaderOf(std::string const& path, std::uint32_t linesBefore)
-      : mParser(path, std::unique_ptr<io::ByteSourceBase>(std::make_unique<FileBytes>(path, linesBefore, mNotes))) {}
-
-  void ReadHeader(std::vector<Column> const& columns) override { ReadHeader(columns, std::make_index_sequence<N>()); }
-  bool Names(char const* column) const override { return mParser.has_column(column); }
-  bool ReadRow(std::vector<char*>& fields) override { return ReadRow(fields, std::make_index_sequence<N>()); }
-  unsigned int Line() const override { return mParser.get_file_line(); }
-  FileNotes const& Notes() const override { return mNotes; }
-
- private:
-  template <std::size_t... I>
-  void ReadHeader(std::vector<Column> const& columns, std::index_sequence<I...> /*indices*/) {
-    mParser.read_header(io::ignore_extra_column | io::ignore_missing_column, columns[I].name...);
+void CsvFile::ReadHeader() {
+  std::string_view line;
+  bool isThere = true;
+  for (std::uint32_t i = 0; isThere && i < mDialect.linesBeforeHeader; ++i) isThere = mLines.Next(line);
+  if (!isThere || !NextText(line)) {
+    throw hosting::UnusableInput(fmt::format("{}:{}: expected a header that names the columns {}, found nothing",
+                                             mLines.Name(), mDialect.linesBeforeHeader + 1, WantedNames()));
   }
+  MatchColumns(line);
+  if (!mLines.LineEnds() && mDialect.lastLine == LastLine::kMustEnd) RefuseCut();
+}
 
-  template <std::size_t... I>
-  bool ReadRow(std::vector<char*>& fields, std::index_sequence<I...> /*indices*/) {
-    return mParser.read_row(fields[I]...);
-  }
-
-  FileNotes mNotes;  // before the parser, which may read the whole file at once
-  io::CSVReader<N, io::trim_chars<' ', '\t'>, Quotes, io::throw_on_overflow, io::empty_line_comment> mParser;
-};
-
-template <std::size_t N>
-CsvFile::CsvFile(std::string path, std::array<Column, N> const& columns, LastLine lastLine, Dialect dialect)
-    : mPath(std::move(path)),
-      mColumns(columns.begin(), columns.end()),
-      mFields(N, nullptr),
-      mLastLineMustEnd(lastLine == LastLine::kMustEnd),
-      mLinesBeforeHeader(dialect.linesBeforeHeader) {
-  if constexpr (N == kForeignColumns) {
-    using Quoting = io::double_quote_escape<',', '"'>;
-    if (dialect.quotes) mReader = std::make_unique<ReaderOf<N, Quoting>>(mPath, mLinesBeforeHeader);
-  }
-  if (!mReader) mReader = std::make_unique<ReaderOf<N, io::no_quote_escape<','>>>(mPath, mLinesBeforeHeader);
-  try {
-    mReader->ReadHeader(mColumns);
-  } catch (io::error::duplicated_column_in_header const& error) {
-    throw hosting::UnusableInput(fmt::format("{}: {}: expected this column once, the header names it again: {}",
-                                             Place(), error.column_name, hosting::Quoted(mReader->Notes().firstLine)));
-  } catch (io::error::header_missing const&) {
-    std::vector<char const*> names;
-    for (Column const& column : mColumns) {
-      if (column.required) names.push_back(column.name);
+void CsvFile::MatchColumns(std::string_view header) {
+  std::string_view rest = header;
+  for (bool isLast = false; !isLast;) {
+    std::string_view const name = TakeField(rest, isLast);
+    auto const named = [&](Column const& column) { return column.name == name; };
+    auto const wanted = std::find_if(mColumns.begin(), mColumns.end(), named);
+    auto const target = static_cast<std::size_t>(wanted - mColumns.begin());
+    mTargets.push_back(wanted == mColumns.end() ? kUnwanted : target);
+    if (wanted == mColumns.end()) continue;
+    if (Names(target)) {
+      throw hosting::UnusableInput(fmt::format("{}: {}: expected this column once, the header names it again: {}",
+                                               Place(), name, hosting::Quoted(header)));
     }
-    std::string const last = names.back();
-    names.pop_back();
-    std::string const all = names.empty() ? last : fmt::format("{} and {}", fmt::join(names, ", "), last);
-    throw hosting::UnusableInput(fmt::format("{}:{}: expected a header that names the columns {}, found nothing", mPath,
-                                             mLinesBeforeHeader + 1, all));
-  } catch (io::error::base const& error) {
-    throw hosting::UnusableInput(fmt::format("{}: {}", Place(), error.what()));
+    mFields[target] = ""sv;
   }
-  for (Column const& column : mColumns) {
-    if (!column.required || mReader->Names(column.name)) continue;
-    throw hosting::UnusableInput(fmt::format("{}: {}: expected this column, the header does not name it: {}", Place(),
-                                             column.name, hosting::Quoted(mReader->Notes().firstLine)));
+  for (std::size_t i = 0; i < mColumns.size(); ++i) {
+    if (mColumns[i].required && !Names(i)) RefuseHeader(header, mColumns[i].name);
   }
 }
 
-template CsvFile::CsvFile(std::string, std::array<Column, 2> const&, LastLine, Dialect);
-template CsvFile::CsvFile(std::string, std::array<Column, 3> const&, LastLine, Dialect);
-template CsvFile::CsvFile(std::string, std::array<Column, 4> const&, LastLine, Dialect);
-template CsvFile::CsvFile(std::string, std::array<Column, 20> const&, LastLine, Dialect);
-
-CsvFile::~CsvFile() = default;
-
-bool CsvFile::Next() {
-  try {
-    if (mReader->ReadRow(mFields)) return true;
-  } catch (io::error::too_few_columns const&) {
-    throw hosting::UnusableInput(fmt::format("{}: expected as many fields as the header names, found fewer", Place()));
-  } catch (io::error::too_many_columns const&) {
-    throw hosting::UnusableInput(fmt::format("{}: expected as many fields as the header names, found more", Place()));
-  } catch (io::error::base const& error) {
-    throw hosting::UnusableInput(fmt::format("{}: {}", Place(), error.what()));
-  }
-  if (mLastLineMustEnd && !mReader->Notes().lastLineEnds) {
+void CsvFile::RefuseHeader(std::string_view header, char const* missing) const {
+  std::string const found = hosting::Quoted(header);
+  if (mDialect.isForeign && header.front() == '#') {
     throw hosting::UnusableInput(
-        fmt::format("{}: expected the end of a line, found the end of the file: it was cut", Place()));
+        fmt::format("{}: expected a header that names the columns {}, found a comment: {}; --skip N passes over the N "
+                    "lines before the header",
+                    Place(), WantedNames(), found));
+  }
+  if (mDialect.isForeign && header.find(mDialect.separator) == std::string_view::npos) {
+    for (Separator const& other : kSeparators) {
+      if (header.find(other.character) == std::string_view::npos) continue;
+      auto const* const own = std::find_if(kSeparators.begin(), kSeparators.end(), [this](Separator const& separator) {
+        return separator.character == mDialect.separator;
+      });
+      throw hosting::UnusableInput(
+          fmt::format("{}: expected a {} between the names of columns, found {}; --separator {} "
+                      "reads such files",
+                      Place(), own->name, found, other.name));
+    }
+  }
+  throw hosting::UnusableInput(
+      fmt::format("{}: {}: expected this column, the header does not name it: {}", Place(), missing, found));
+}
+
+std::string CsvFile::WantedNames() const {
+  std::vector<char const*> names;
+  for (Column const& column : mColumns) {
+    if (column.required) names.push_back(column.name);
+  }
+  std::string const last = names.back();
+  names.pop_back();
+  return names.empty() ? last : fmt::format("{} and {}", fmt::join(names, ", "), last);
+}
+
+bool CsvFile::NextText(std::string_view& line) {
+  while (mLines.Next(line)) {
+    if (mLines.Line() == 1 && StartsWith(line, kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (mDialect.separator == ' ') line = Trimmed(line);  // several blanks separate as one does
+    if (line.find_first_not_of(kBlanks) == std::string_view::npos) continue;
+    std::size_t const zero = line.find('\0');
+    if (zero == std::string_view::npos) return true;
+    throw hosting::UnusableInput(
+        fmt::format("{}: expected text, found a zero byte at offset {}", mLines.Name(), mLines.Offset() + zero));
   }
   return false;
 }
 
-std::uint64_t CsvFile::Line() const { return std::uint64_t{mLinesBeforeHeader} + mReader->Line(); }
+bool CsvFile::Next() {
+  std::string_view rest;
+  if (!NextText(rest)) return false;
+  if (!mLines.LineEnds() && mDialect.lastLine != LastLine::kMayLackItsEnd) {
+    if (mDialect.lastLine == LastLine::kMustEnd) RefuseCut();
+    mSalvagedAt = Place();
+    return false;
+  }
+  if (mDialect.isForeign && rest.front() == '#') {
+    RefuseRow(fmt::format("expected values, found a comment: {}", hosting::Quoted(rest)));
+  }
+  mUnquoted.clear();
+  bool isLast = false;
+  for (std::size_t const target : mTargets) {
+    if (isLast) RefuseRow("expected as many fields as the header names, found fewer");
+    std::string_view const field = TakeField(rest, isLast);
+    if (target != kUnwanted) mFields[target] = field;
+  }
+  if (!isLast) RefuseRow("expected as many fields as the header names, found more");
+  ++mRows;
+  return true;
+}
 
-bool CsvFile::LastLineEnds() const { return mReader->Notes().lastLineEnds; }
+// Takes a value with the separator behind it off the front of a line.
+std::string_view CsvFile::TakeField(std::string_view& rest, bool& isLast) {
+  char const separator = mDialect.separator;
+  if (mDialect.isForeign) {
+    while (!rest.empty() && IsBlank(rest.front()) && (rest.front() != separator || separator == ' ')) {
+      rest.remove_prefix(1);
+    }
+    if (!rest.empty() && rest.front() == '"') return TakeQuoted(rest, isLast);
+  }
+  std::size_t end = 0;  // most values are too short for find to pay
+  while (end < rest.size() && rest[end] != separator) ++end;
+  isLast = end == rest.size();
+  std::string_view const field = Trimmed(rest.substr(0, end));
+  rest.remove_prefix(isLast ? rest.size() : end + 1);
+  return field;
+}
 
-bool CsvFile::Names(std::size_t column) const { return mReader->Names(mColumns[column].name); }
+std::string_view CsvFile::TakeQuoted(std::string_view& rest, bool& isLast) {
+  std::size_t close = 0;
+  bool hasDoubled = false;
+  for (;;) {
+    close = rest.find('"', close + 1);
+    if (close == std::string_view::npos) RefuseRow("expected a closing quote, found the end of the line");
+    if (rest.substr(close + 1, 1) != "\"") break;
+    hasDoubled = true;
+    ++close;
+  }
+  std::string_view field = rest.substr(1, close - 1);
+  rest.remove_prefix(close + 1);
+  std::size_t const end = rest.find(mDialect.separator);
+  isLast = end == std::string_view::npos;
+  std::string_view const behind = Trimmed(rest.substr(0, end));
+  if (!behind.empty()) {
+    RefuseRow(fmt::format("expected the end of a value behind its closing quote, found {}", hosting::Quoted(behind)));
+  }
+  rest.remove_prefix(isLast ? rest.size() : end + 1);
+  if (!hasDoubled) return field;
+  std::string& text = mUnquoted.emplace_back();
+  for (std::size_t i = 0; i < field.size(); ++i) {
+    text += field[i];
+    if (field[i] == '"') ++i;
+  }
+  return text;
+}
 
-std::string CsvFile::Place() const { return fmt::format("{}:{}", mPath, Line()); }
+std::string CsvFile::Place() const { return fmt::format("{}:{}", mLines.Name(), mLines.Line()); }
+
+std::string CsvFile::SkippedText() const {
+  if (mSkippedRows == 0) return {};
+  return fmt::format("{}: lines that cannot be read, and are left out: {}; the first one is {}", mLines.Name(),
+                     mSkippedRows, mFirstSkipped);
+}
+
+std::string CsvFile::Complaint(std::size_t column, std::string const& expected) const {
+  return fmt::format("{}: expected {}, found {}", mColumns[column].name, expected, hosting::Quoted(mFields[column]));
+}
 
 void CsvFile::Complain(std::size_t column, std::string const& expected) const {
-  throw hosting::UnusableInput(fmt::format("{}: {}: expected {}, found {}", Place(), mColumns[column].name, expected,
-                                           hosting::Quoted(mFields[column])));
+  throw hosting::UnusableInput(fmt::format("{}: {}", Place(), Complaint(column, expected)));
+}
+
+void CsvFile::Refuse(std::size_t column, std::string const& expected) const { RefuseRow(Complaint(column, expected)); }
+
+void CsvFile::RefuseRow(std::string const& complaint) const {
+  throw UnreadableRow(fmt::format("{}: {}", Place(), complaint));
+}
+
+void CsvFile::Skip(UnreadableRow const& unreadable) {
+  if (mDialect.isForeign && !mDialect.skipsBadRows) {
+    throw UnreadableRow(fmt::format("{}; --skip-bad leaves such lines out", unreadable.what()));
+  }
+  if (!mDialect.skipsBadRows) throw UnreadableRow(unreadable);
+  if (mSkippedRows++ == 0) mFirstSkipped = unreadable.what();
+}
+
+void CsvFile::RefuseCut() const {
+  std::string const help =
+      mDialect.isForeign ? fmt::format("; the {} lines of values before it are whole, and --salvage takes those", mRows)
+                         : std::string();
+  throw hosting::UnusableInput(
+      fmt::format("{}: expected the end of a line, found the end of the file: it was cut{}", Place(), help));
 }
 
 std::string_view CsvFile::Text(std::size_t column) const {
-  if (mFields[column] != nullptr) return mFields[column];
+  if (Names(column)) return mFields[column];
   throw hosting::UnusableInput(
       fmt::format("{}: {}: expected a value, the header does not name this column", Place(), mColumns[column].name));
 }
 
 template <class Number>
 Number CsvFile::Parse(std::size_t column, char const* expected) const {
-  std::string_view const text = Text(column);
+  std::string_view text = Text(column);
+  std::size_t const point = mDialect.isForeign ? text.find('.') : std::string_view::npos;
+  bool const endsInZeros =
+      point != std::string_view::npos && text.find_first_not_of('0', point + 1) == std::string_view::npos;
+  if (endsInZeros) text = text.substr(0, point);
   Number number{};
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc{} || end != text.data() + text.size()) Complain(column, expected);
+  if (error != std::errc{} || end != text.data() + text.size()) Refuse(column, expected);
   return number;
 }
 
@@ -250,18 +266,29 @@ float CsvFile::Finite(std::size_t column) const {
   float number = 0;
   auto const [end, error] = std::from_chars(text.data(), last, number);
   bool const isRead = error != std::errc::invalid_argument && end == last;
-  if (!isRead || !std::isfinite(number)) Complain(column, "a decimal number");
+  if (!isRead || !std::isfinite(number)) Refuse(column, "a decimal number");
   if (error == std::errc{}) return number;
   double wide = 0;
   bool const isTiny = std::from_chars(text.data(), last, wide).ec == std::errc{} && std::abs(wide) < 1;
-  if (!isTiny) Complain(column, fmt::format("a number that single precision holds, at most {:.8g}", FLT_MAX));
+  if (!isTiny) Refuse(column, fmt::format("a number that single precision holds, at most {:.8g}", FLT_MAX));
   return 0;
 }
 
 bool CsvFile::Flag(std::size_t column) const {
   std::string_view const text = Text(column);
-  if (text != "0" && text != "1") Complain(column, "0 or 1");
+  if (text != "0" && text != "1") Refuse(column, "0 or 1");
   return text == "1";
+}
+
+std::optional<std::uint64_t> CountLines(std::string const& path, std::string_view text) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;
+  LineReader lines(path);
+  std::uint64_t count = 0;
+  for (std::string_view line; lines.Next(line);) {
+    if (line.find(text) != std::string_view::npos) ++count;
+  }
+  return count;
 }
 
 }  // namespace recording

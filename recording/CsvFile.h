@@ -1,18 +1,51 @@
-// Reads the comma-separated files of a recording, line by line, with an exact place for every complaint.
+// The one reader of delimited text: rows under a header, with an exact place for every complaint.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "hosting/UnusableInput.h"
+#include "recording/LineReader.h"
+
 namespace recording {
 
-// A file with a header line that names at least the wanted columns, in any order. Lines may end in CR LF, and empty
-// lines are passed over. Holds a few blocks of the file, never all of it.
+// The values of --separator.
+struct Separator {
+  char const* name;
+  char character;
+};
+constexpr std::array<Separator, 4> kSeparators = {{{"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}, {"blank", ' '}}};
+
+enum class LastLine {
+  kMayLackItsEnd,
+  kMustEnd,    // of files that a program writes: without its end, a line may have been cut inside a number
+  kIsSalvaged  // left out where it lacks its end
+};
+
+struct CsvDialect {
+  LastLine lastLine = LastLine::kMayLackItsEnd;
+  // Another program's file, for a command with --skip, --separator and --skip-bad, which messages name where they help.
+  // Values may stand between quotes, with doubled ones inside, and whole numbers may end in a point and zeros.
+  bool isForeign = false;
+  std::uint32_t linesBeforeHeader = 0;
+  char separator = ',';
+  bool skipsBadRows = false;  // ReadRow leaves them out and counts them
+};
+
+// A line with another number of values than the header, or with a text that is no such value.
+class UnreadableRow : public hosting::UnusableInput {
+ public:
+  using UnusableInput::UnusableInput;
+};
+
+// A file with a header line that names at least the wanted columns, in any order. Lines may end in CR LF, a byte order
+// mark at the beginning and blanks around values are passed over, and so are empty lines. Holds a block of the file.
 //
 // Everything that cannot be used throws UnusableInput: "FILE: cannot be read: REASON" or
 // "FILE:LINE: COLUMN: expected EXPECTATION, found 'TEXT'".
@@ -23,44 +56,45 @@ class CsvFile {
     bool required = true;  // in the header
   };
 
-  enum class LastLine {
-    kMayLackItsEnd,
-    kMustEnd,  // of files that a program writes: without its end, a line may have been cut inside a number
-  };
-
-  // What files of other programs have besides.
-  struct Dialect {
-    std::uint32_t linesBeforeHeader = 0;
-    bool quotes = false;  // around a name or a value, with doubled ones inside
-  };
-
-  // Opens the file and reads its header. Instantiated in the source for the numbers of columns that are in use.
-  template <std::size_t N>
-  CsvFile(std::string path, std::array<Column, N> const& columns, LastLine lastLine = LastLine::kMayLackItsEnd,
-          Dialect dialect = {0, false});
-  ~CsvFile();
-  CsvFile(CsvFile const&) = delete;
-  CsvFile& operator=(CsvFile const&) = delete;
+  // Opens the file and reads its header. The names must outlive this object.
+  CsvFile(std::string path, std::vector<Column> columns, CsvDialect dialect = {});
 
   // Goes to the next line that is not empty; false when there is none.
   bool Next();
 
-  // Whether the last line has an end. Known once Next has answered false.
-  bool LastLineEnds() const;
+  // Goes to the next line that is not empty and calls `read`, which takes its values; false when there is none. With
+  // skipsBadRows, lines that cannot be split or at which `read` throws UnreadableRow are left out.
+  template <class Read>
+  bool ReadRow(Read read) {
+    for (;;) {
+      try {
+        if (!Next()) return false;
+        read();
+        return true;
+      } catch (UnreadableRow const& unreadable) {
+        Skip(unreadable);
+      }
+    }
+  }
+  std::uint64_t SkippedRows() const { return mSkippedRows; }
+  // A sentence with their number and what is wrong with the first; empty where there are none.
+  std::string SkippedText() const;
+
+  // The place of a last line without its end that was left out; empty where there is none.
+  std::string const& SalvagedAt() const { return mSalvagedAt; }
 
   // Whether the header names the wanted column of that index.
-  bool Names(std::size_t column) const;
+  bool Names(std::size_t column) const { return mFields[column].data() != nullptr; }
 
-  // The current line's number, counted from 1.
-  std::uint64_t Line() const;
   // "FILE:LINE"
   std::string Place() const;
 
   // Whether the current line has a value in the wanted column of that index. The other operations take an empty text
   // for a value that is wrong, and complain of a column that the header does not name.
-  bool Has(std::size_t column) const { return mFields[column] != nullptr && *mFields[column] != '\0'; }
+  bool Has(std::size_t column) const { return !mFields[column].empty(); }
 
-  // The current line's value in the wanted column of that index.
+  // The current line's value in the wanted column of that index, valid until the next line. Throws UnreadableRow for a
+  // text that is no such value.
   std::string_view Text(std::size_t column) const;
   std::uint32_t Unsigned32(std::size_t column) const;
   std::uint64_t Unsigned64(std::size_t column) const;
@@ -69,23 +103,40 @@ class CsvFile {
   float Finite(std::size_t column) const;  // the single-precision number nearest to the text
   bool Flag(std::size_t column) const;     // 0 or 1
 
-  // For a value that can be read but not used.
+  // For a text that is no such value: throws UnreadableRow.
+  [[noreturn]] void Refuse(std::size_t column, std::string const& expected) const;
+  // For a value that can be read but not used: throws UnusableInput.
   [[noreturn]] void Complain(std::size_t column, std::string const& expected) const;
 
  private:
-  class Reader;
-  template <std::size_t N, class Quotes>
-  class ReaderOf;
+  bool NextText(std::string_view& line);  // the next line that is not empty, without its end
+  void ReadHeader();
+  void MatchColumns(std::string_view header);
+  [[noreturn]] void RefuseHeader(std::string_view header, char const* missing) const;
+  std::string WantedNames() const;
+  std::string_view TakeField(std::string_view& rest, bool& isLast);
+  std::string_view TakeQuoted(std::string_view& rest, bool& isLast);
+  std::string Complaint(std::size_t column, std::string const& expected) const;
+  void Skip(UnreadableRow const& unreadable);  // counts it, or throws it
+  [[noreturn]] void RefuseRow(std::string const& complaint) const;
+  [[noreturn]] void RefuseCut() const;
 
   template <class Number>
   Number Parse(std::size_t column, char const* expected) const;
 
-  std::string mPath;
+  LineReader mLines;
   std::vector<Column> mColumns;
-  std::vector<char*> mFields;  // null: the header does not name the column
-  bool mLastLineMustEnd;
-  std::uint32_t mLinesBeforeHeader;
-  std::unique_ptr<Reader> mReader;
+  CsvDialect mDialect;
+  std::vector<std::size_t> mTargets;      // for each column of the header, the index of a wanted one, or kUnwanted
+  std::vector<std::string_view> mFields;  // of the current line; without data: the header does not name the column
+  std::deque<std::string> mUnquoted;      // values that had doubled quotes
+  std::uint64_t mRows = 0;
+  std::uint64_t mSkippedRows = 0;
+  std::string mFirstSkipped;
+  std::string mSalvagedAt;
 };
+
+// The number of lines of a regular file that hold this text; nullopt for a pipe, which can be read only once.
+std::optional<std::uint64_t> CountLines(std::string const& path, std::string_view text);
 
 }  // namespace recording

@@ -1,90 +1,88 @@
-#include "recording/FrameRecording.h"
-
+// A recording of version 1: DIRECTORY/frames.csv and DIRECTORY/hall.csv, described in docs/recording-format.md.
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <utility>
+
+#include "recording/FrameSession.h"
+#include "recording/HallFile.h"
+#include "recording/Recording.h"
 
 namespace recording {
 namespace {
 
 enum FrameColumn : std::size_t { kFrame, kTimestamp, kExposure, kRollingShutter };
-constexpr std::array<CsvFile::Column, 4> kFrameColumns = {
-    {{"frame"}, {"timestamp_ns"}, {"exposure_ns"}, {"rolling_shutter_ns"}}};
-enum HallColumn : std::size_t { kHallFrame, kHallTimestamp, kHallX, kHallY };
-constexpr std::array<CsvFile::Column, 4> kHallColumns = {{{"frame"}, {"timestamp_ns"}, {"hall_x"}, {"hall_y"}}};
+
+// Reads both files side by side.
+class FrameRecording : public FrameSession {
+ public:
+  explicit FrameRecording(std::string directory)
+      : mDirectory(std::move(directory)),
+        mFrameFile(mDirectory + "/frames.csv", {{"frame"}, {"timestamp_ns"}, {"exposure_ns"}, {"rolling_shutter_ns"}}),
+        mHallFile(mDirectory, "frame", LastLine::kMayLackItsEnd) {}
+
+  std::string Name() const override { return mDirectory; }
+
+  std::optional<std::uint64_t> FrameCount() const override {
+    auto const lines = CountLines(mDirectory + "/frames.csv", "");
+    return lines ? std::optional(std::max<std::uint64_t>(*lines, 2) - 1) : std::nullopt;
+  }
+
+ private:
+  std::optional<SessionFrame> ReadFrame() override {
+    std::optional<SessionFrame> frame = ReadFrameRow();
+    if (frame) {
+      frame->batch = ReadBatch(frame->number);
+    } else {
+      for (; mHallFile.Row(); NextSample()) mOddities.undeliveredSamples.CountAt(mHallFile.File());
+    }
+    return frame;
+  }
+
+  // Without its batch; nullopt at the end of the file.
+  std::optional<SessionFrame> ReadFrameRow() {
+    if (!mFrameFile.Next()) return std::nullopt;
+    SessionFrame row;
+    row.number = mFrameFile.Unsigned32(kFrame);
+    row.exposure = {mFrameFile.Unsigned64(kTimestamp), mFrameFile.Unsigned64(kExposure)};
+    row.rollingShutterNs = mFrameFile.Unsigned32(kRollingShutter);
+    if (mLast && row.number <= mLast->number) {
+      mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLast->number));
+    }
+    if (mLast && row.exposure.timestampNs < mLast->exposure.timestampNs) {
+      mOddities.frameTimesBackward.CountAt(mFrameFile);
+    }
+    mLast = row;
+    return row;
+  }
+
+  std::vector<NSCam::Utils::SensorData> ReadBatch(std::uint32_t frame) {
+    std::vector<NSCam::Utils::SensorData> batch;
+    for (; mHallFile.Row() && mHallFile.Row()->owner <= frame; NextSample()) {
+      if (mHallFile.Row()->owner < frame) mOddities.unlistedSamples.CountAt(mHallFile.File());
+      batch.push_back(mHallFile.Row()->sample);
+    }
+    if (batch.empty()) mOddities.emptyBatches.CountAt(mFrameFile);
+    return batch;
+  }
+
+  void NextSample() {
+    std::int64_t const beforeNs = mHallFile.Row()->sample.timestamp;
+    mHallFile.Next();
+    bool const isEarlier = mHallFile.Row() && mHallFile.Row()->sample.timestamp < beforeNs;
+    if (isEarlier) mOddities.sampleTimesBackward.CountAt(mHallFile.File());
+  }
+
+  std::string mDirectory;
+  CsvFile mFrameFile;
+  HallFile mHallFile;
+  std::optional<SessionFrame> mLast;  // without its batch
+};
 
 }  // namespace
 
-FrameRecording::FrameRecording(std::string directory)
-    : mDirectory(std::move(directory)),
-      mFrameFile(mDirectory + "/frames.csv", kFrameColumns),
-      mHallFile(mDirectory + "/hall.csv", kHallColumns) {
-  ReadHallRow();
-}
-
-std::optional<SessionFrame> FrameRecording::ReadFrame() {
-  std::optional<SessionFrame> frame = ReadFrameRow();
-  if (frame) {
-    frame->batch = ReadBatch(frame->number);
-  } else {
-    for (; mHallRow; ReadHallRow()) mOddities.undeliveredSamples.CountAt(mHallFile);
-  }
-  return frame;
-}
-
-std::optional<SessionFrame> FrameRecording::ReadFrameRow() {
-  if (!mFrameFile.Next()) return std::nullopt;
-  SessionFrame row;
-  row.number = mFrameFile.Unsigned32(kFrame);
-  row.exposure.timestampNs = mFrameFile.Unsigned64(kTimestamp);
-  row.exposure.exposureNs = mFrameFile.Unsigned64(kExposure);
-  row.rollingShutterNs = mFrameFile.Unsigned32(kRollingShutter);
-  if (mLastFrame && row.number <= mLastFrame->number) {
-    mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLastFrame->number));
-  }
-  if (mLastFrame && row.exposure.timestampNs < mLastFrame->timestampNs) {
-    mOddities.frameTimesBackward.CountAt(mFrameFile);
-  }
-  mLastFrame = LastFrame{row.number, row.exposure.timestampNs};
-  return row;
-}
-
-std::vector<NSCam::Utils::SensorData> FrameRecording::ReadBatch(std::uint32_t frame) {
-  std::vector<NSCam::Utils::SensorData> batch;
-  for (; mHallRow && mHallRow->frame <= frame; ReadHallRow()) {
-    if (mHallRow->frame < frame) mOddities.unlistedSamples.CountAt(mHallFile);
-    batch.push_back(mHallRow->sample);
-  }
-  if (batch.empty()) mOddities.emptyBatches.CountAt(mFrameFile);
-  return batch;
-}
-
-void FrameRecording::ReadHallRow() {
-  std::optional<HallRow> const before = std::exchange(mHallRow, std::nullopt);
-  if (!mHallFile.Next()) return;
-  HallRow row;
-  row.frame = mHallFile.Unsigned32(kHallFrame);
-  row.sample.timestamp = mHallFile.Signed64(kHallTimestamp);
-  row.sample.oisHallX = mHallFile.Finite(kHallX);
-  row.sample.oisHallY = mHallFile.Finite(kHallY);
-  if (before && row.frame < before->frame) {
-    mHallFile.Complain(kHallFrame, fmt::format("at least {}, the frame of the row before", before->frame));
-  }
-  if (before && row.sample.timestamp < before->sample.timestamp) mOddities.sampleTimesBackward.CountAt(mHallFile);
-  mHallRow = row;
-}
-
-std::optional<std::uint64_t> FrameRecording::FrameCount() const {
-  std::string const path = mDirectory + "/frames.csv";
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;  // a pipe can be read only once
-  std::ifstream file(path, std::ios::binary);
-  auto const lines = std::count(std::istreambuf_iterator<char>(file), {}, '\n');
-  return static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(lines - 1, 1));
+std::unique_ptr<Session> OpenFrameRecording(std::string const& directory) {
+  return std::make_unique<FrameRecording>(directory);
 }
 
 }  // namespace recording

@@ -36,8 +36,9 @@ std::size_t InputFile::Read(char* buffer, std::size_t size) {
     if (got < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (got < 0) Fail(errno);
     if (got == 0 && mLeft > 0) {
-      throw hosting::UnusableInput(
-          fmt::format("{}: cannot be read: expected {} more bytes, found the end", mName, mLeft));
+      errno = EIO;
+      throw hosting::UnusableInput(fmt::format(
+          "{}: cannot be read: it has become shorter; expected {} more bytes, found its end", mName, mLeft));
     }
     mLeft -= got;
     return static_cast<std::size_t>(got);
@@ -45,7 +46,9 @@ std::size_t InputFile::Read(char* buffer, std::size_t size) {
 }
 
 void InputFile::Fail(int error) const {
-  throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", mName, std::generic_category().message(error)));
+  std::string const what = fmt::format("{}: cannot be read: {}", mName, std::generic_category().message(error));
+  errno = error;
+  throw hosting::UnusableInput(what);
 }
 
 }  // namespace recording

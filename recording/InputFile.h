@@ -22,9 +22,9 @@ class InputFile {
   // What to call the file in a message.
   std::string const& Name() const { return mName; }
 
- private:
   [[noreturn]] void Fail(int error) const;
 
+ private:
   std::string mName;
   hosting::FileDescriptor mOwned;
   int mFile = 0;

@@ -1,79 +1,57 @@
 #include "recording/LineReader.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
+#include <cstring>
+#include <new>
 #include <utility>
 
-#include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 
 namespace recording {
+namespace {
 
-LineReader::LineReader(std::string path) : mName(std::move(path)) {
-  if (mName == "-") {
-    mName = "standard input";
-    mFile = STDIN_FILENO;
-  } else {
-    mOwned = hosting::FileDescriptor(open(mName.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    mFile = mOwned.Number();
-  }
-  struct stat status = {};
-  if (mFile < 0 || fstat(mFile, &status) != 0) Fail(errno);
-  if (S_ISDIR(status.st_mode)) Fail(EISDIR);
-  mMustWait = !S_ISREG(status.st_mode);
-}
+constexpr std::size_t kBlock = 65536;
+
+}  // namespace
+
+LineReader::LineReader(std::string path) : mFile(std::move(path)), mBuffer(kBlock) {}
 
 bool LineReader::Next(std::string_view& line) {
-  std::size_t searched = mStart;
-  for (;;) {
-    std::size_t const end = mBuffer.find('\n', searched);
-    if (end != std::string::npos) {
-      line = std::string_view(mBuffer).substr(mStart, end - mStart);
-      mStart = end + 1;
-      if (!std::exchange(mSkipsRest, false)) return true;
-      searched = mStart;
-      continue;
+  for (std::size_t length = 0;;) {  // of the line, as far as it was searched
+    char const* const begin = mBuffer.data() + mBegin;
+    auto const* const feed = static_cast<char const*>(std::memchr(begin + length, '\n', mEnd - mBegin - length));
+    length = feed != nullptr ? static_cast<std::size_t>(feed - begin) : mEnd - mBegin;
+    if (length > kLongestLine) {
+      throw hosting::UnusableInput(fmt::format("{}:{}: expected a line of at most {} bytes, found a longer one", Name(),
+                                               mLine + 1, kLongestLine));
     }
-    if (mBuffer.size() - mStart > kLongestLine) {
-      if (!std::exchange(mSkipsRest, true)) {
-        mBuffer.erase(0, mStart);
-        line = std::string_view(mBuffer).substr(0, kLongestLine);
-        mStart = mBuffer.size();
-        return true;
-      }
-      mStart = mBuffer.size();
-    }
-    searched = mBuffer.size() - mStart;
-    mBuffer.erase(0, std::exchange(mStart, 0));
-    if (Fill()) continue;
-    line = mBuffer;
-    mStart = mBuffer.size();
-    return !line.empty() && !std::exchange(mSkipsRest, false);
+    if (feed == nullptr && Fill()) continue;
+    if (feed == nullptr && length == 0) return false;
+    line = {mBuffer.data() + mBegin, length};
+    mLineEnds = feed != nullptr;
+    std::size_t const taken = length + (mLineEnds ? 1 : 0);
+    mBegin += taken;
+    mOffset = std::exchange(mNextOffset, mNextOffset + taken);
+    ++mLine;
+    return true;
   }
 }
 
 bool LineReader::Fill() {
-  constexpr std::size_t kBlock = 65536;
-  while (!mAtEnd) {
-    if (mMustWait) hosting::WaitForInput(mFile);
-    std::size_t const size = mBuffer.size();
-    mBuffer.resize(size + kBlock);
-    ssize_t const got = read(mFile, mBuffer.data() + size, kBlock);
-    mBuffer.resize(size + static_cast<std::size_t>(got > 0 ? got : 0));
-    if (got > 0) return true;
-    if (got == 0) mAtEnd = true;
-    if (got < 0 && errno != EINTR && errno != EAGAIN) Fail(errno);
+  if (mAtEnd) return false;
+  std::memmove(mBuffer.data(), mBuffer.data() + mBegin, mEnd - mBegin);
+  mEnd -= std::exchange(mBegin, 0);
+  try {
+    if (mEnd == mBuffer.size()) mBuffer.resize(2 * mEnd);
+  } catch (std::bad_alloc const&) {
+    mFile.Fail(ENOMEM);
   }
-  return false;
-}
-
-void LineReader::Fail(int error) const {
-  throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", mName, std::generic_category().message(error)));
+  std::size_t const got = mFile.Read(mBuffer.data() + mEnd, mBuffer.size() - mEnd);
+  mEnd += got;
+  mAtEnd = got == 0;
+  return !mAtEnd;
 }
 
 }  // namespace recording

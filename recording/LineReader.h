@@ -1,40 +1,48 @@
-// Reads a text of any length line by line.
+// Reads a text line by line.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "hosting/FileDescriptor.h"
+#include "recording/InputFile.h"
 
 namespace recording {
 
-// Whatever bytes the text holds. Ctrl-C ends the wait for a pipe (Interrupted).
+// Whatever bytes the text holds. Everything that cannot be read throws UnusableInput (InputFile), as does a line of
+// more than kLongestLine bytes: "FILE:LINE: expected ..., found ...".
 class LineReader {
  public:
-  static constexpr std::size_t kLongestLine = 65536;  // the rest of a longer line is passed over
+  static constexpr std::size_t kLongestLine = std::size_t{1} << 20U;
 
-  // `path` may be "-" for standard input. Throws UnusableInput: "FILE: cannot be read: REASON".
+  // `path` may be "-" for standard input.
   explicit LineReader(std::string path);
 
   // The next line without its line feed, valid until the next call; false at the end.
   bool Next(std::string_view& line);
 
   // What to call the text in a message.
-  std::string const& Name() const { return mName; }
+  std::string const& Name() const { return mFile.Name(); }
+
+  // Of the last line: its number, counted from 1, where it begins in the text, and whether a line feed ends it.
+  std::uint64_t Line() const { return mLine; }
+  std::uint64_t Offset() const { return mOffset; }
+  bool LineEnds() const { return mLineEnds; }
 
  private:
   bool Fill();  // false at the end
-  [[noreturn]] void Fail(int error) const;
 
-  std::string mName;
-  hosting::FileDescriptor mOwned;
-  int mFile = 0;
-  bool mMustWait = false;
+  InputFile mFile;
+  std::vector<char> mBuffer;
+  std::size_t mBegin = 0;  // of what was not handed out yet
+  std::size_t mEnd = 0;    // of what was read
   bool mAtEnd = false;
-  bool mSkipsRest = false;  // of a line that was too long
-  std::string mBuffer;
-  std::size_t mStart = 0;  // of what was not handed out yet
+  std::uint64_t mLine = 0;
+  std::uint64_t mOffset = 0;
+  std::uint64_t mNextOffset = 0;
+  bool mLineEnds = true;
 };
 
 }  // namespace recording

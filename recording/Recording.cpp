@@ -9,15 +9,11 @@
 
 #include "hosting/UnusableInput.h"
 #include "recording/CallColumns.h"
-#include "recording/CallRecording.h"
-#include "recording/CsvFile.h"
-#include "recording/FrameRecording.h"
 
 namespace recording {
 namespace {
 
 enum SettingColumn : std::size_t { kKey, kValue };
-constexpr std::array<CsvFile::Column, 2> kSettingColumns = {{{"key"}, {"value"}}};
 
 // Camera numbers with blanks between.
 std::vector<std::int32_t> ReadCameras(CsvFile const& file) {
@@ -36,37 +32,43 @@ std::vector<std::int32_t> ReadCameras(CsvFile const& file) {
   return cameras;
 }
 
-Batches ReadBatches(CsvFile const& file) {
-  std::string_view const value = file.Text(kValue);
-  if (value == "delivered") return Batches::kDelivered;
-  if (value == "filed") return Batches::kFiled;
-  if (value == "rebuilt") return Batches::kRebuilt;
-  file.Complain(kValue, "delivered, filed or rebuilt");
+// One of three names, as its index.
+std::size_t ReadName(CsvFile const& file, std::array<std::string_view, 3> const& names) {
+  auto const index = IndexOf(names, file.Text(kValue));
+  if (!index) file.Complain(kValue, fmt::format("{}, {} or {}", names[0], names[1], names[2]));
+  return *index;
 }
 
 struct Head {
   std::uint32_t version = 0;  // 0: not said yet
   SessionSettings settings;
+  Capture capture;
 };
 
 Head ReadHead(std::string const& path) {
   Head head;
-  CsvFile file(path, kSettingColumns);
+  CsvFile file(path, {{"key"}, {"value"}});
   std::set<std::string, std::less<>> seen;
   while (file.Next()) {
     std::string_view const key = file.Text(kKey);
     if (!seen.emplace(key).second) file.Complain(kKey, "every key once");
-    if (key == "version") {
+    if (key == kVersionKey) {
       head.version = file.Unsigned32(kValue);
       if (head.version < 1 || head.version > kRecordingVersion) {
         file.Complain(kValue, fmt::format("a version from 1 to {}", kRecordingVersion));
       }
-    } else if (key == "cameras") {
+    } else if (key == kCamerasKey) {
       head.settings.cameras = ReadCameras(file);
-    } else if (key == "calculation_mode") {
+    } else if (key == kCalculationModeKey) {
       head.settings.calculationMode = file.Signed32(kValue);
-    } else if (key == "batches") {
-      head.settings.batches = ReadBatches(file);
+    } else if (key == kBatchesKey) {
+      head.settings.batches = static_cast<Batches>(ReadName(file, kBatchesNames));
+    } else if (key == kLostCallsKey) {
+      head.capture.lostCalls = file.Unsigned64(kValue);
+    } else if (key == kLostSamplesKey) {
+      head.capture.lostSamples = file.Unsigned64(kValue);
+    } else if (key == kStateKey) {
+      head.capture.state = static_cast<CaptureState>(ReadName(file, kStateNames));
     }
   }
   if (head.version == 0) throw hosting::UnusableInput(fmt::format("{}: expected the key version, found none", path));
@@ -74,6 +76,38 @@ Head ReadHead(std::string const& path) {
 }
 
 }  // namespace
+
+std::string_view NameOf(CaptureState state) { return kStateNames[static_cast<std::size_t>(state)]; }
+
+std::optional<CaptureState> CaptureStateOf(std::string_view name) {
+  auto const index = IndexOf(kStateNames, name);
+  return index ? std::optional(static_cast<CaptureState>(*index)) : std::nullopt;
+}
+
+std::string LackText(Capture const& capture) {
+  std::string text;
+  if (capture.state == CaptureState::kRunning) {
+    text = "its capture has no end, so the process was killed or is still running: the last calls may be missing";
+  } else if (capture.state == CaptureState::kBroken) {
+    text = "its capture broke off where a file could not be written: what came later is missing";
+  }
+  if (capture.lostCalls + capture.lostSamples == 0) return text;
+  return fmt::format("{}{}{} calls and {} samples are lost", text, text.empty() ? "" : "; ", capture.lostCalls,
+                     capture.lostSamples);
+}
+
+std::vector<std::string> RemarksOn(Session const& session) {
+  std::vector<std::string> remarks;
+  Batches const batches = session.Settings().batches;
+  if (batches != Batches::kDelivered) {
+    remarks.push_back(fmt::format(
+        "{}: its batches are those that {}, not those that were delivered: positions can differ from the phone's",
+        session.Name(), batches == Batches::kFiled ? "the library filed" : "an import put together"));
+  }
+  std::string const lack = LackText(session.Oddities().Captured());
+  if (!lack.empty()) remarks.push_back(fmt::format("{}: {}", session.Name(), lack));
+  return remarks;
+}
 
 std::string RecordingDirectory(std::string const& name) {
   std::filesystem::path const path(name);
@@ -88,10 +122,9 @@ std::string RecordingDirectory(std::string const& name) {
 std::unique_ptr<Session> OpenRecording(std::string const& directory) {
   std::string const path = directory + "/recording.csv";
   std::error_code error;
-  if (!std::filesystem::exists(path, error)) return std::make_unique<FrameRecording>(directory);
-  Head head = ReadHead(path);
-  if (head.version == 1) return std::make_unique<FrameRecording>(directory);
-  return std::make_unique<CallRecording>(directory, std::move(head.settings));
+  if (!std::filesystem::exists(path, error)) return OpenFrameRecording(directory);
+  Head const head = ReadHead(path);
+  return head.version == 1 ? OpenFrameRecording(directory) : OpenCallRecording(directory, head.settings, head.capture);
 }
 
 }  // namespace recording

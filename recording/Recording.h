@@ -2,7 +2,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "recording/Session.h"
 
@@ -12,7 +15,23 @@ namespace recording {
 // Throws UnusableInput when it cannot be read or is of another version.
 std::unique_ptr<Session> OpenRecording(std::string const& directory);
 
+// Those of one version; the latter with what its recording.csv says.
+std::unique_ptr<Session> OpenFrameRecording(std::string const& directory);
+std::unique_ptr<Session> OpenCallRecording(std::string const& directory, SessionSettings const& settings,
+                                           Capture const& capture);
+
 // The directory of a recording given by its directory or by one of its files.
 std::string RecordingDirectory(std::string const& name);
+
+// As in recording.csv.
+std::string_view NameOf(CaptureState state);
+std::optional<CaptureState> CaptureStateOf(std::string_view name);
+
+// What a capture lacks, in words about "it"; empty where it is complete.
+std::string LackText(Capture const& capture);
+
+// What whoever uses the session must know: sentences about other batches than the delivered ones, and about an
+// incomplete capture. Complete once the session has been read to its end.
+std::vector<std::string> RemarksOn(Session const& session);
 
 }  // namespace recording

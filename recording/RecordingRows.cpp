@@ -29,53 +29,37 @@ void Fill(std::string& cell, std::optional<bool> const& value) {
   if (value) cell = *value ? "1" : "0";
 }
 
-char const* KindOf(StartMonitor::Operation operation) {
-  switch (operation) {
-    case StartMonitor::Operation::kRegister:
-      return kRegisterKind;
-    case StartMonitor::Operation::kStart:
-      return kStartKind;
-    case StartMonitor::Operation::kRegisterAndStart:
-      return kRegisterAndStartKind;
-  }
-  return "";
-}
-
 void FillCall(Cells& cells, StartMonitor const& start) {
-  cells[kCallKind] = KindOf(start.operation);
+  cells[kCallKind] = kCallKinds[static_cast<std::size_t>(start.operation)];
   Fill(cells[kCallSensorType], start.sensorType);
   Fill(cells[kCallAnswer], start.answer);
 }
 
 void FillCall(Cells& cells, StopMonitor const& stop) {
-  cells[kCallKind] = kStopKind;
+  cells[kCallKind] = kCallKinds[kStop];
   Fill(cells[kCallSensorType], stop.sensorType);
 }
 
 void FillCall(Cells& cells, StoreRollingShutter const& store) {
-  cells[kCallKind] = kReadoutKind;
+  cells[kCallKind] = kCallKinds[kReadout];
   cells[kCallSensorMode] = fmt::format("{}", store.sensorMode);
   cells[kCallRollingShutter] = fmt::format("{}", store.rollingShutterNs);
 }
 
 void FillCall(Cells& cells, UpdateSensorData const& update) {
-  cells[kCallKind] = kUpdateKind;
+  cells[kCallKind] = kCallKinds[kUpdate];
   cells[kCallFrame] = fmt::format("{}", update.frame);
   cells[kCallTimestamp] = fmt::format("{}", update.timestampNs);
   cells[kCallSamples] = fmt::format("{}", update.batch.size());
 }
 
 void FillCall(Cells& cells, CalcOisValue const& calc) {
-  constexpr struct {
-    CallColumn timestamp;
-    CallColumn exposure;
-  } kPairs[] = {{kCallTimestamp, kCallExposure}, {kCallTimestamp1, kCallExposure1}, {kCallTimestamp2, kCallExposure2}};
-  cells[kCallKind] = kCalculateKind;
+  cells[kCallKind] = kCallKinds[kCalculate];
   cells[kCallFrame] = fmt::format("{}", calc.frame);
   Fill(cells[kCallType], calc.type);
   for (std::size_t i = 0; i < calc.pairs.size(); ++i) {
-    cells[kPairs[i].timestamp] = fmt::format("{}", calc.pairs[i].timestampNs);
-    cells[kPairs[i].exposure] = fmt::format("{}", calc.pairs[i].exposureNs);
+    cells[kPairColumns[i].timestamp] = fmt::format("{}", calc.pairs[i].timestampNs);
+    cells[kPairColumns[i].exposure] = fmt::format("{}", calc.pairs[i].exposureNs);
   }
   Fill(cells[kCallMatched], calc.matched);
   if (!calc.answer) return;
@@ -87,16 +71,23 @@ void FillCall(Cells& cells, CalcOisValue const& calc) {
 }  // namespace
 
 std::string SettingsText(SessionSettings const& settings) {
-  std::string text = fmt::format("key,value\nversion,{}\n", kRecordingVersion);
-  if (settings.cameras) text += fmt::format("cameras,{}\n", fmt::join(*settings.cameras, " "));
-  if (settings.calculationMode) text += fmt::format("calculation_mode,{}\n", *settings.calculationMode);
-  if (settings.batches == Batches::kFiled) text += "batches,filed\n";
-  if (settings.batches == Batches::kRebuilt) text += "batches,rebuilt\n";
+  std::string text = fmt::format("key,value\n{},{}\n", kVersionKey, kRecordingVersion);
+  if (settings.cameras) text += fmt::format("{},{}\n", kCamerasKey, fmt::join(*settings.cameras, " "));
+  if (settings.calculationMode) text += fmt::format("{},{}\n", kCalculationModeKey, *settings.calculationMode);
+  if (settings.batches != Batches::kDelivered) {
+    text += fmt::format("{},{}\n", kBatchesKey, kBatchesNames[static_cast<std::size_t>(settings.batches)]);
+  }
   return text;
 }
 
+std::string CaptureText(Capture const& capture) {
+  // 20 digits hold every 64-bit number, and 8 letters every state.
+  return fmt::format("{},{:20}\n{},{:20}\n{},{:>8}\n", kLostCallsKey, capture.lostCalls, kLostSamplesKey,
+                     capture.lostSamples, kStateKey, kStateNames[static_cast<std::size_t>(capture.state)]);
+}
+
 std::string CallsHeader() { return HeaderOf(kCallColumns); }
-std::string SamplesHeader() { return HeaderOf(kCallSampleColumns); }
+std::string SamplesHeader() { return HeaderOf(kSampleColumns); }
 
 void AppendCall(std::string& text, std::uint64_t number, Call const& call, std::optional<std::uint64_t> samples) {
   Cells cells;

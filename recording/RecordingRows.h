@@ -12,6 +12,10 @@ namespace recording {
 // The whole of recording.csv.
 std::string SettingsText(SessionSettings const& settings);
 
+// What recording.csv says of a capture besides: a text of the same size for every value, so that a full disk has room
+// for it.
+std::string CaptureText(Capture const& capture);
+
 // The first lines of calls.csv and hall.csv.
 std::string CallsHeader();
 std::string SamplesHeader();

@@ -78,6 +78,32 @@ struct Oddity {
     if (count == 0) firstPlace = file.Place();
     count += more;
   }
+
+  // Counts up to `total`.
+  void RaiseTo(std::uint64_t total, std::string const& place) {
+    if (total <= count) return;
+    if (count == 0) firstPlace = place;
+    count = total;
+  }
+};
+
+// How the recording of a session while it happens came to its end. `recording.csv` names these in this order.
+enum class CaptureState {
+  kComplete,
+  kRunning,  // no end is recorded
+  kBroken,   // a file could not be written
+};
+
+// What a recording says of its capture as a whole.
+struct Capture {
+  CaptureState state = CaptureState::kComplete;
+  std::uint64_t lostCalls = 0;    // made by the host and not recorded
+  std::uint64_t lostSamples = 0;  // delivered and not recorded
+
+  bool IsComplete() const { return *this == Capture(); }
+  bool operator==(Capture const& other) const {
+    return state == other.state && lostCalls == other.lostCalls && lostSamples == other.lostSamples;
+  }
 };
 
 struct SessionOddities {
@@ -88,6 +114,9 @@ struct SessionOddities {
   Oddity undeliveredSamples;   // samples of frames or calls that are not listed: they never come
   Oddity lostCalls;            // calls that the recording left out
   Oddity lostSamples;          // samples that were delivered and that the recording left out
+  CaptureState captureState = CaptureState::kComplete;
+
+  Capture Captured() const { return {captureState, lostCalls.count, lostSamples.count}; }
 };
 
 // Where the batches of a recording come from.

@@ -6,6 +6,7 @@
 #include <map>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "hosting/UnusableInput.h"
 #include "recording/Recording.h"
@@ -127,7 +128,7 @@ TEST_P(CsvRefusal, TellsThePlaceAndLeavesNothingBehind) {
 }
 
 constexpr char const* kFrames = "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n2,9,1,2\n";
-constexpr char const* kHall = "frame,timestamp_ns,hall_x,hall_y\n1,1,0.5,0.25\n2,2,0.5,0.25\n";
+constexpr char const* kHall = "frame,timestamp_ns,hall_x,hall_y\n1,4,0.5,0.25\n2,8,0.5,0.25\n";
 
 INSTANTIATE_TEST_SUITE_P(
     Options, CsvRefusal,
@@ -140,6 +141,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=a --map hall.x=b", 2, "once"},
                     Refusal{kFrames, kHall, "-o r --frame-time end --map frames.exposure=e --exposure-us 5", 2,
                             "--exposure-us: excludes --map frames.exposure="},
+                    Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=hall_y", 2,
+                            "--map: expected a column for each field, found 'hall_y' for both hall.x and hall.y"},
+                    Refusal{kFrames, kHall, "-o r --frame-time end --map frames.timestamp=exposure_ns", 2,
+                            "'exposure_ns' for both frames.exposure and frames.timestamp"},
                     Refusal{kFrames, kHall, "-o r --frame-time end --scale-x inf", 2, "--scale-x: expected a number"}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -157,7 +162,29 @@ INSTANTIATE_TEST_SUITE_P(
                 "-o r --frame-time end --hall-skip 2 --hall-time-unit s", 3,
                 "h.csv:4: timestamp_ns: expected a time in s"},
         Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,1,0,nan\n", "-o r --frame-time end", 3,
-                "h.csv:2: hall_y"},
+                "h.csv:2: hall_y: expected a decimal number, found 'nan'; --skip-bad leaves such lines out"},
+        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,1,0,0\n# a gap\n", "-o r --frame-time end", 3,
+                "h.csv:3: expected values, found a comment: '# a gap'; --skip-bad leaves such lines out"},
+        Refusal{
+            kFrames, "# of the run\nframe,timestamp_ns,hall_x,hall_y\n", "-o r --frame-time end", 3,
+            "h.csv:1: expected a header that names the columns timestamp_ns, hall_x and hall_y, found a comment: '# "
+            "of the run'; --skip N passes over"},
+        Refusal{kFrames, "frame;timestamp_ns;hall_x;hall_y\n1;1;0;0\n", "-o r --frame-time end", 3,
+                "h.csv:1: expected a comma between the names of columns, found 'frame;timestamp_ns;hall_x;hall_y'; "
+                "--separator semicolon reads such files"},
+        Refusal{kFrames, kHall, "-o r --frame-time end --separator tab", 3,
+                "f.csv:1: expected a tab between the names of columns, found 'frame,timestamp_ns,exposure_ns,rolling"},
+        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1.5,4,0,0\n", "-o r --frame-time end", 3,
+                "h.csv:2: frame: expected a whole number from 0 to 4294967295, found '1.5'"},
+        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n", kHall, "-o r --frame-time end", 3,
+                "f.csv: expected frames, found none"},
+        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n", "-o r --frame-time end", 3,
+                "h.csv: expected samples, found none"},
+        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,x,0,0\n", "-o r --frame-time end --skip-bad", 3,
+                "h.csv: expected samples, found none"},
+        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n7,4,0,0\n", "-o r --frame-time end", 3,
+                "h.csv: expected samples of the frames, found none among 1: the samples are from 4 to 4 ns, the frames "
+                "from 4 to 11 ns"},
         Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,1,1e38,0\n", "-o r --frame-time end --scale-x 10", 3,
                 "hall_x: expected a number that single precision holds once it is scaled, found '1e38'"},
         Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n2,1,0,0\n1,2,0,0\n2,3,0,0\n", "-o r --frame-time end", 3,
@@ -172,6 +199,91 @@ INSTANTIATE_TEST_SUITE_P(
                 "-o r --frame-time end", 3, "f.csv:3: expected as many fields"},
         Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n\"2,9,1,2\n3,1,1,1\n", kHall,
                 "-o r --frame-time end", 3, "f.csv:3: "}));
+
+// 150 frames of 30 Hz from 100 s on, each with an exposure of 10 ms that ends at its time and a readout of 20 ms: from
+// 99.99 to 104.986666517 s. `count` samples, `stepNs` apart from `fromNs` on.
+std::pair<std::string, std::string> FilesOf(std::int64_t fromNs, std::int64_t stepNs, int count) {
+  std::string frames = "timestamp_ns\n";
+  std::string hall = "timestamp_ns,hall_x,hall_y\n";
+  for (std::int64_t i = 0; i < 150; ++i) frames += fmt::format("{}\n", 100000000000 + i * 33333333);
+  for (std::int64_t i = 0; i < count; ++i) hall += fmt::format("{},1,2\n", fromNs + i * stepNs);
+  return {frames, hall};
+}
+
+struct Apart {
+  std::int64_t fromNs;
+  std::int64_t stepNs;
+  char const* told;  // empty: they are taken
+};
+
+// Frames and samples that do not belong together, by their times.
+TEST(CsvImport, OfOtherTimesThanTheFramesIsRefusedWithTheLikelyCause) {
+  Apart const cases[] = {
+      {99990000000, 1000000, ""},
+      {90000000000, 100000000, ""},  // 500 s, in which the frames are a moment
+      {104989000000, -1000000,
+       "h.csv: expected samples in the order of delivery, found times that run backwards: the samples are from "
+       "99990000000 to 104989000000 ns, the frames from 99990000000 to 104986666617 ns\n"},
+      {99990000, 1000,
+       "h.csv: expected samples within the times of the frames, found none among 5000: the samples are from 99990000 "
+       "to "
+       "104989000 ns, the frames from 99990000000 to 104986666617 ns; the samples' times are likely 1e3 times too "
+       "small "
+       "(--hall-time-unit us), or the frames' too large\n"},
+      {99990000000000, 1000000000, "are likely 1e3 times too large, or the frames' too small\n"},
+      {200000000000, 1000000,
+       "the samples are from 200000000000 to 204999000000 ns, the frames from 99990000000 to "
+       "104986666617 ns\n"},
+      // Counted from the first frame on, so that the first ones lie within its times.
+      {100000000000, 1000,
+       "h.csv: expected samples in the unit of the frames, found another one: the samples are from "},
+      {100000000000, 1000000000, "the samples' times are likely 1e3 times too large"},
+  };
+  for (Apart const& apart : cases) {
+    TemporaryDirectory const directory;
+    auto const [frames, hall] = FilesOf(apart.fromNs, apart.stepNs, 5000);
+    directory.Write("f.csv", frames);
+    directory.Write("h.csv", hall);
+    Outcome const outcome = RunScript(
+        "cd '" + directory.Path() +
+        "' && shadingctl import --frames f.csv --hall h.csv --frame-time end --exposure-us 10000 --readout-us "
+        "20000 -o r; code=$?; ls r 2>/dev/null; exit $code");
+    bool const isTaken = *apart.told == '\0';
+    EXPECT_EQ(outcome.exitCode, isTaken ? 0 : 3) << apart.fromNs << outcome.err;
+    EXPECT_EQ(outcome.out.empty(), !isTaken) << apart.told << outcome.out;
+    EXPECT_NE(outcome.err.find(apart.told), std::string::npos) << apart.told << outcome.err;
+  }
+}
+
+// Rows as other programs write them, each with the same two frames and samples.
+TEST(CsvImport, ReadsOtherSeparatorsAndLeavesOutBadLinesWhenItIsAsked) {
+  std::string const bad = Replaced(kHall, "\n2,", "\n1,5,nan,0\n# a gap\n1,6\n2,");
+  struct {
+    std::string frames;
+    std::string hall;
+    char const* options;
+    char const* told;
+  } const cases[] = {
+      {Replaced(kFrames, ",", ";"), Replaced(kHall, ",", "; "), "--separator semicolon", ""},
+      {Replaced(kFrames, ",", "\t"), Replaced(kHall, ",", "\t"), "--separator tab", ""},
+      {Replaced(kFrames, ",", "  "), Replaced(Replaced(kHall, ",", " "), "\n", " \n "), "--separator blank", ""},
+      {Replaced(kFrames, "\n2,", "\n2.,"), Replaced(kHall, "\n1,", "\n1.000,"), "", ""},
+      {kFrames, bad, "--skip-bad",
+       "h.csv: lines that cannot be read, and are left out: 3; the first one is h.csv:3: hall_x: expected a decimal "
+       "number, found 'nan'\n"},
+  };
+  for (auto const& row : cases) {
+    TemporaryDirectory const directory;
+    directory.Write("f.csv", row.frames);
+    directory.Write("h.csv", row.hall);
+    Outcome const outcome = RunScript("cd '" + directory.Path() +
+                                      "' && shadingctl import --frames f.csv --hall h.csv --frame-time end -o r " +
+                                      row.options + " && cat r/hall.csv");
+    EXPECT_EQ(outcome.out, "r: 2 frames, 2 samples\ncall,timestamp_ns,hall_x,hall_y\n3,4,0.5,0.25\n5,8,0.5,0.25\n")
+        << row.options << outcome.err;
+    EXPECT_NE(outcome.err.find(row.told), std::string::npos) << outcome.err;
+  }
+}
 
 TEST(CsvImport, OverwritesARecordingOnlyWhenItIsAsked) {
   TemporaryDirectory const directory;
@@ -215,6 +327,7 @@ TEST(CsvImport, OfACutFileIsRefusedAndSalvagedLineByLine) {
     directory.Write("h.csv", hall.substr(0, size));
     std::size_t const whole = size == hall.size() ? 2 : size >= second ? 1 : 0;
     bool const endsWithLine = size == header || size == second || size == hall.size();
+    bool const isTaken = endsWithLine && whole > 0;
     arguments.salvage = false;
     std::string told;
     try {
@@ -222,13 +335,17 @@ TEST(CsvImport, OfACutFileIsRefusedAndSalvagedLineByLine) {
     } catch (hosting::UnusableInput const& refused) {
       told = refused.what();
     }
-    EXPECT_EQ(told.empty(), endsWithLine) << size << told;
+    EXPECT_EQ(told.empty(), isTaken) << size << told;
     if (!endsWithLine) {
       EXPECT_NE(told.find(fmt::format("h.csv:{}: expected the end of a line", whole + 2)), std::string::npos) << told;
       EXPECT_NE(told.find(fmt::format("the {} lines of values before it are whole", whole)), std::string::npos) << told;
     }
     arguments.salvage = true;
-    EXPECT_EQ(samples(), whole) << size;
+    if (whole > 0) {
+      EXPECT_EQ(samples(), whole) << size;
+    } else {
+      EXPECT_THROW(samples(), hosting::UnusableInput) << size;
+    }
   }
 }
 

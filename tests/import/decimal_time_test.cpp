@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <ostream>
 
 namespace shadingctl {
@@ -49,8 +50,9 @@ INSTANTIATE_TEST_SUITE_P(Rounding, DecimalTime,
 INSTANTIATE_TEST_SUITE_P(Limits, DecimalTime,
                          testing::Values(Written{"9223372036854775807", kNs, 9223372036854775807},
                                          Written{"9223372036854775808", kNs, {}}, Written{"9223372036.9", kS, {}},
-                                         Written{"-9223372036854775807", kNs, -9223372036854775807},
-                                         Written{"1e19", kNs, {}}, Written{"1e99", kS, {}}, Written{"1e100", kNs, {}},
+                                         Written{"-9223372036854775808", kNs, std::numeric_limits<std::int64_t>::min()},
+                                         Written{"-9223372036854775809", kNs, {}}, Written{"1e19", kNs, {}},
+                                         Written{"1e99", kS, {}}, Written{"1e100", kNs, {}},
                                          Written{"99999999999999999999", kNs, {}}));
 
 INSTANTIATE_TEST_SUITE_P(NoNumbers, DecimalTime,

@@ -53,7 +53,8 @@ std::string Result(std::string const& session, int frames, int start, double rat
       "matches": {{"start": {}, "no_start": {}, "warm_up": 10}},
       "coverage": {{"median": 0.5}}, "carried_age_us": {{"largest": null}},
       "samples": {{"delivered": 700, "rate_hz": {}, "jitter_us": 10.0, "longest_us": 2000.0}},
-      "answers": {{"recorded": 0, "different": 0}}}}]}},
+      "answers": {{"recorded": 0, "different": 0}}}}],
+      "capture": {{"complete": true, "state": "complete", "lost_calls": 0, "lost_samples": 0}}}},
     "findings": [{{"code": "window", "camera": 2, "frames": {{"count": 3, "first": [1]}}}}]}})",
                      session, frames, start, frames - 10 - start, rateHz);
 }

@@ -68,6 +68,8 @@ INSTANTIATE_TEST_SUITE_P(
                "DIR/recording.csv:3: value: expected camera numbers with blanks between, found '0;2'"},
         Broken{"UnknownBatches", kSettings + "batches,some\n", "", "",
                "DIR/recording.csv:3: value: expected delivered, filed or rebuilt, found 'some'"},
+        Broken{"UnknownState", kSettings + "state,over\n", "", "",
+               "DIR/recording.csv:3: value: expected complete, running or broken, found 'over'"},
         Broken{"NoKind", kSettings, "call,camera\n", kSamples,
                "DIR/calls.csv:1: kind: expected this column, the header does not name it: 'call,camera'"},
         Call("UnknownKind", "3,halt,0,,,,,,,,,,,,,\n",
@@ -101,6 +103,49 @@ TEST(Calls, OfARecordingWithTheLibrarysOwnBatchesArePlayedWithAWarning) {
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     std::string const warning = directory.Path() + ": its batches are those that the library filed";
     EXPECT_EQ(outcome.err.find(warning) != std::string::npos, isFiled) << outcome.err;
+  }
+}
+
+struct Captured {
+  char const* keys;   // of recording.csv
+  char const* calls;  // the number of the update, behind which calls are missing
+  char const* lack;   // in words; empty: none
+  char const* json;
+};
+
+// Each value alone. Calls that the numbers show as missing are among those that the capture says it lost.
+TEST(Calls, OfAnIncompleteCaptureSayWhatIsMissing) {
+  char const* const kEnd =
+      "its capture has no end, so the process was killed or is still running: the last calls may be "
+      "missing";
+  Captured const captures[] = {
+      {"state,complete\nlost_calls, 0\nlost_samples, 0\n", "2", "",
+       R"({"complete":true,"state":"complete","lost_calls":0,"lost_samples":0})"},
+      {"state, running\n", "2", kEnd, R"({"complete":false,"state":"running","lost_calls":0,"lost_samples":0})"},
+      {"state,  broken\nlost_calls,   7\nlost_samples, 5\n", "4",
+       "its capture broke off where a file could not be written: what came later is missing; 7 calls and 5 samples are "
+       "lost",
+       R"({"complete":false,"state":"broken","lost_calls":7,"lost_samples":5})"},
+      {"", "4", "2 calls and 0 samples are lost",
+       R"({"complete":false,"state":"complete","lost_calls":2,"lost_samples":0})"},
+  };
+  for (Captured const& captured : captures) {
+    TemporaryDirectory const directory;
+    WriteCalls(directory, kSettings + captured.keys, kCallsHeader + kStart + captured.calls + kUpdate.substr(1),
+               Replaced(kSamples, "\n2,", "\n"s + captured.calls + ","));
+    std::string const path = directory.Path();
+    std::string const lack = captured.lack;
+    Outcome const json = RunTool("replay --format json -o " + path + "/result " + path);
+    std::string const remark = path + ": " + lack + "\n";
+    EXPECT_EQ(json.err.find(remark) != std::string::npos, !lack.empty()) << json.err;
+    std::string const line = "Capture    " + lack + "\n";
+    EXPECT_EQ(json.out.find(line) != std::string::npos, !lack.empty()) << json.out;
+    EXPECT_NE(ReadFile(path + "/result").find("\"capture\":"s + captured.json), std::string::npos) << captured.keys;
+    Outcome const explained = RunTool("explain " + path);
+    EXPECT_EQ(explained.out.find(line) != std::string::npos, !lack.empty()) << explained.out;
+    EXPECT_EQ(explained.err.find(remark) != std::string::npos, !lack.empty()) << explained.err;
+    Outcome const summarized = RunTool("summarize " + path + "/result");
+    EXPECT_EQ(summarized.err.find(remark) != std::string::npos, !lack.empty()) << summarized.err;
   }
 }
 

@@ -94,6 +94,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "DIR/hall.csv:3: frame: expected at least 1, the frame of the row before, found '0'"},
         BrokenFiles{"ZeroByte", kFrameRows, Hall("1,950,1\0,2\n"s),
                     "DIR/hall.csv: expected text, found a zero byte at offset 50"},
+        BrokenFiles{"EndlessLine", kFrameRows, Hall(std::string((1 << 20) + 1, '1')),
+                    "DIR/hall.csv:3: expected a line of at most 1048576 bytes, found a longer one"},
         // Line 5 counts the empty line before it, and comes after the last frame: it is read all the same.
         BrokenFiles{"AfterTheLastFrame", kFrameRows, Hall("\n2,950,1,2\n3,960,x,2\n"),
                     "DIR/hall.csv:5: hall_x: expected a decimal number, found 'x'"}),

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace shadingctl {
@@ -10,7 +12,10 @@ namespace shadingctl {
 // The decimal exponent of each unit, in nanoseconds.
 enum class TimeUnit { kSeconds = 9, kMilliseconds = 6, kMicroseconds = 3, kNanoseconds = 0 };
 
-// "s", "ms", "us", "ns"
+inline std::map<std::string, TimeUnit> const kTimeUnits = {{"s", TimeUnit::kSeconds},
+                                                           {"ms", TimeUnit::kMilliseconds},
+                                                           {"us", TimeUnit::kMicroseconds},
+                                                           {"ns", TimeUnit::kNanoseconds}};
 char const* Name(TimeUnit unit);
 
 // The decimal number that the whole text says, with or without an exponent, in nanoseconds. No floating-point number is

@@ -1,19 +1,12 @@
 #include "tools/import/VideoFile.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <limits>
-#include <system_error>
 
-#include "hosting/FileDescriptor.h"
-#include "hosting/Interruption.h"
-#include "hosting/UnusableInput.h"
+#include "recording/InputFile.h"
 #include "video_capture.pb.h"
 
 namespace shadingctl {
@@ -35,34 +28,18 @@ constexpr std::uint32_t kFrameField = videoimu::VideoCaptureData::kVideoMetaFiel
 // what is missing would go unnoticed.
 class VideoFile::Bytes : public io::CopyingInputStream {
  public:
-  explicit Bytes(std::string const& path)
-      : mPath(path), mFile(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY)), stream(this) {
-    struct stat status = {};
-    if (!mFile || fstat(mFile.Number(), &status) != 0) Fail(errno);
-    if (S_ISDIR(status.st_mode)) Fail(EISDIR);
-    mMustWait = !S_ISREG(status.st_mode);
-  }
+  explicit Bytes(std::string const& path) : mFile(path), stream(this) {}
 
   int Read(void* buffer, int size) override {
-    for (;;) {
-      if (mMustWait) hosting::WaitForInput(mFile.Number());
-      ssize_t const got = read(mFile.Number(), buffer, static_cast<std::size_t>(size));
-      if (got == 0) mAtEnd = true;
-      if (got >= 0) return static_cast<int>(got);
-      if (errno != EINTR && errno != EAGAIN) Fail(errno);
-    }
+    std::size_t const got = mFile.Read(static_cast<char*>(buffer), static_cast<std::size_t>(size));
+    mAtEnd = got == 0;
+    return static_cast<int>(got);
   }
 
   bool AtEnd() const { return mAtEnd; }
 
  private:
-  [[noreturn]] void Fail(int error) const {
-    throw hosting::UnusableInput(fmt::format("{}: cannot be read: {}", mPath, std::generic_category().message(error)));
-  }
-
-  std::string mPath;
-  hosting::FileDescriptor mFile;
-  bool mMustWait = false;
+  recording::InputFile mFile;
   bool mAtEnd = false;
 
  public:

@@ -47,11 +47,14 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
         return Converted(begin);
       case VideoFile::Found::kBroken:
         if (!mArguments.salvage || mFrames == 0) RefuseBroken();
-        return std::nullopt;
+        break;
       case VideoFile::Found::kEnd:
         break;
     }
-    if (mFrames > 0) return std::nullopt;
+    if (mFrames > 0) {
+      mTimes.Finish(mArguments.file, std::nullopt);
+      return std::nullopt;
+    }
     throw hosting::UnusableInput(
         fmt::format("{}: expected frames (video_meta), found none in {} bytes", mArguments.file, mFile.WholeBytes()));
   }
@@ -100,8 +103,10 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
       sample.oisHallY = Scaled(told.y_shift(), mArguments.scaleY);
       if (!std::isfinite(sample.oisHallX)) complain("x_shift", "a number that single precision holds", told.x_shift());
       if (!std::isfinite(sample.oisHallY)) complain("y_shift", "a number that single precision holds", told.y_shift());
+      mTimes.AddSample(sample.timestamp, true);
       frame.batch.push_back(sample);
     }
+    mTimes.AddFrame(frame);
     ++mFrames;
     mSamples += frame.batch.size();
     return frame;
@@ -113,6 +118,7 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
   std::uint64_t mFrames = 0;  // whole ones so far
   std::uint64_t mSamples = 0;
   std::uint32_t mLastFrame = 0;
+  TimeCheck mTimes;
 };
 
 }  // namespace

@@ -111,7 +111,7 @@ int ExplainRecording(ExplainArguments const& arguments) {
     ending = PlaySession(*session, replay, options.camera, cameras, listener);
   }
   summaries.Close(session->Oddities(), 0);
-  TellOfOtherBatches(*session);
+  TellOfRecording(*session);
   return Finish(arguments, ending, session->Name(), summaries, std::nullopt, writer, output);
 }
 

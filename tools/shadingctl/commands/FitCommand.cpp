@@ -39,6 +39,7 @@ int Fit(FitArguments const& arguments) {
   BenchSession const session =
       ReadBenchSession(recording::RecordingDirectory(arguments.recording), arguments.reference, arguments.camera);
   if (session.skipped > 0) Tell(fmt::format("{}: {} rows could not be read; left out", reference, session.skipped));
+  for (std::string const& remark : session.remarks) Tell(remark);
   if (session.unknown > 0) {
     Tell(fmt::format("{}: {} frames are not in the recording, or before its first readout time; left out", reference,
                      session.unknown));

@@ -7,6 +7,7 @@
 #include "hosting/HostLibrary.h"
 #include "hosting/Interruption.h"
 #include "platform/desktop/DeviceFile.h"
+#include "recording/Recording.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/replay/PlaySession.h"
@@ -66,13 +67,8 @@ void AddRecordingFiles(std::string const& directory, std::vector<std::string>& f
   }
 }
 
-void TellOfOtherBatches(recording::Session const& session) {
-  recording::Batches const batches = session.Settings().batches;
-  if (batches == recording::Batches::kDelivered) return;
-  Tell(fmt::format(
-      "{}: its batches are those that {}, not those that were delivered: positions can differ from the "
-      "phone's",
-      session.Name(), batches == recording::Batches::kFiled ? "the library filed" : "an import put together"));
+void TellOfRecording(recording::Session const& session) {
+  for (std::string const& remark : recording::RemarksOn(session)) Tell(remark);
 }
 
 void TellOfLeftOut(ResultHead const& head) {

@@ -79,8 +79,8 @@ std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& 
 // Those of a recording in `directory`, of either version.
 void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files);
 
-// Tells on standard error where the batches of a recording are not those that the platform delivered.
-void TellOfOtherBatches(recording::Session const& session);
+// Tells on standard error what a recording lacks (recording::RemarksOn).
+void TellOfRecording(recording::Session const& session);
 
 // Tells on standard error what of a result's rows was passed over.
 void TellOfLeftOut(ResultHead const& head);

@@ -9,6 +9,7 @@
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
+#include "recording/Recording.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/output/Console.h"
@@ -32,6 +33,8 @@ void AddResult(Totals& totals, std::string const& name) {
     ReplayResult const result = ReadReplayResult(name);
     totals.Add(name, result);
     if (!result.isComplete) Tell(fmt::format("{}: ended early: {}", name, result.error));
+    std::string const lack = recording::LackText(result.capture);
+    if (!lack.empty()) Tell(fmt::format("{}: {}: {}", name, result.session, lack));
   } catch (hosting::UnusableInput const& unusable) {
     totals.AddUnusable();
     Tell(unusable.what());

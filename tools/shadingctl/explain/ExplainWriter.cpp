@@ -85,8 +85,9 @@ void ExplainWriter::End(Summaries const& summaries, std::optional<LogReport> con
     mRows->End(summaries.End(error));
   }
   if (report && report->messages == 0) return;  // `error` says all
-  std::string const closing =
-      (report ? ReportText(*report, name) : fmt::format("Session    {}\n", name)) + summaries.FindingsText();
+  std::string const source =
+      report ? ReportText(*report, name) : fmt::format("Session    {}\n{}", name, summaries.CaptureText());
+  std::string const closing = source + summaries.FindingsText();
   if (IsInWords()) mOutput.Write((mHasShown ? "\n" : "") + closing);
   if (mFormat == Format::kCsv) TellPlainly(closing);
 }

@@ -25,18 +25,18 @@ Positions ReadReference(Reference const& reference, std::size_t& skipped) {
     auto const mapped = reference.columns.find(field);
     return recording::CsvFile::Column{mapped == reference.columns.end() ? field : mapped->second.c_str()};
   };
-  recording::CsvFile file(reference.path, std::array{column("frame"), column("x"), column("y")});
+  recording::CsvDialect dialect;
+  dialect.skipsBadRows = reference.skipBad;
+  recording::CsvFile file(reference.path, {column("frame"), column("x"), column("y")}, dialect);
   Positions positions;
-  while (file.Next()) {
+  auto const read = [&] {
+    std::array<double, 2> const position = {double{file.Finite(kX)}, double{file.Finite(kY)}};
+    if (!positions.emplace(file.Unsigned32(kFrame), position).second) file.Refuse(kFrame, "each frame once");
+  };
+  while (file.ReadRow(read)) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
-    try {
-      std::array<double, 2> const position = {double{file.Finite(kX)}, double{file.Finite(kY)}};
-      if (!positions.emplace(file.Unsigned32(kFrame), position).second) file.Complain(kFrame, "each frame once");
-    } catch (hosting::UnusableInput const&) {
-      if (!reference.skipBad) throw;
-      ++skipped;
-    }
   }
+  skipped = file.SkippedRows();
   return positions;
 }
 
@@ -114,6 +114,7 @@ BenchSession ReadBenchSession(std::string const& recording, Reference const& ref
   for (recording::Call call; session->Next(call);) collector.Add(call);
   BenchSession joined = collector.Join(positions);
   joined.skipped = skipped;
+  joined.remarks = recording::RemarksOn(*session);
   return joined;
 }
 

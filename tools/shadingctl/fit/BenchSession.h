@@ -26,6 +26,7 @@ struct BenchSession {
   std::vector<ReferenceFrame> frames;  // of the reference that the recording has
   std::size_t unknown = 0;             // of the reference that it does not have, or whose readout time it does not say
   std::size_t skipped = 0;             // rows of the reference
+  std::vector<std::string> remarks;    // on the recording
 };
 
 // Reads both to their ends. `camera` may be missing where the recording has only one. A frame that is computed more

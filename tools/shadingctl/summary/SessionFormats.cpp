@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "recording/Recording.h"
 #include "tools/shadingctl/findings/Findings.h"
 #include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/summary/Summaries.h"
@@ -108,9 +109,15 @@ std::string Summaries::Text() const {
   text += OddityText(mOddities.undeliveredSamples, "samples after the last listed frame (not delivered)");
   text += OddityText(mOddities.lostCalls, "calls that the recording lost");
   text += OddityText(mOddities.lostSamples, "samples that the recording lost");
+  text += CaptureText();
   text += fmt::format("Replay     {:.3f} s, {:.0f} times real time\n", static_cast<double>(mReplayNs) / 1e9,
                       recordedNs / static_cast<double>(std::max<std::int64_t>(mReplayNs, 1)));
   return text + FindingsText();
+}
+
+std::string Summaries::CaptureText() const {
+  std::string const lack = recording::LackText(mOddities.Captured());
+  return lack.empty() ? lack : fmt::format("Capture    {}\n", lack);
 }
 
 std::string Summaries::FindingsText() const {
@@ -135,8 +142,14 @@ Json Summaries::ToJson() const {
     camera.update(summary.ToJson());
     cameras.push_back(std::move(camera));
   }
+  recording::Capture const capture = mOddities.Captured();
   return {{"cameras", std::move(cameras)},
           {"replay_ns", mReplayNs},
+          {"capture",
+           {{"complete", capture.IsComplete()},
+            {"state", recording::NameOf(capture.state)},
+            {"lost_calls", capture.lostCalls},
+            {"lost_samples", capture.lostSamples}}},
           {"found",
            {{"frame_times_backward", OddityJson(mOddities.frameTimesBackward)},
             {"empty_batches", OddityJson(mOddities.emptyBatches)},

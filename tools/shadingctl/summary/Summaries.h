@@ -37,6 +37,8 @@ class Summaries {
   // That of the only camera, or every camera's below its number, and what concerns the whole session.
   std::string Text() const;
   Json ToJson() const;
+  // What the recording lacks, in a line, or nothing; Text holds it too.
+  std::string CaptureText() const;
   // What happened and what helps, of all cameras; Text holds it too.
   std::string FindingsText() const;
   Json FindingsJson() const;

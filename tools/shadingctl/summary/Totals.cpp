@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "hosting/UnusableInput.h"
+#include "recording/Recording.h"
 #include "tools/shadingctl/result/ResultReader.h"
 
 namespace shadingctl {
@@ -73,11 +74,18 @@ CameraResult CameraOf(Json const& object) {
   return camera;
 }
 
+recording::Capture CaptureOf(Json const& object) {
+  auto const state = recording::CaptureStateOf(object.at("state").get<std::string>());
+  if (!state) throw hosting::UnusableInput("state: expected that of a capture, found " + object.at("state").dump());
+  return {*state, CountOf(object, "lost_calls"), CountOf(object, "lost_samples")};
+}
+
 ReplayResult ResultOf(ResultHead const& head) {
   ReplayResult result;
   result.session = head.Member("settings").at("session").get<std::string>();
   result.isComplete = head.isComplete;
   result.error = head.error;
+  result.capture = CaptureOf(head.Member("summary").at("capture"));
   for (Json const& camera : head.Member("summary").at("cameras")) result.cameras.push_back(CameraOf(camera));
   for (Json const& finding : head.Member("findings")) {
     result.findings.push_back({finding.at("code").get<std::string>(), CountOf(finding.at("frames"), "count")});

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "recording/Session.h"
 #include "tools/shadingctl/summary/Percentiles.h"
 
 namespace shadingctl {
@@ -41,6 +42,7 @@ struct ReplayResult {
   std::string session;
   bool isComplete = true;
   std::string error;  // why it is not
+  recording::Capture capture;
   std::vector<CameraResult> cameras;
   std::vector<ResultFinding> findings;
 };

@@ -6,11 +6,22 @@
 #include <optional>
 #include <string>
 
+#include "recording/CsvFile.h"
 #include "tools/import/DecimalTime.h"
 
 namespace shadingctl {
 
 enum class ImportForm { kVideo, kLog };  // of a single file: a .pb3 of VideoIMUCapture, or a log of the library
+
+// What a row of a CSV file holds, and the column that holds it unless --map names another one.
+inline std::map<std::string, std::string> const kImportColumns = {{"frames.frame", "frame"},
+                                                                  {"frames.timestamp", "timestamp_ns"},
+                                                                  {"frames.exposure", "exposure_ns"},
+                                                                  {"frames.readout", "rolling_shutter_ns"},
+                                                                  {"hall.frame", "frame"},
+                                                                  {"hall.timestamp", "timestamp_ns"},
+                                                                  {"hall.x", "hall_x"},
+                                                                  {"hall.y", "hall_y"}};
 
 struct ImportArguments {
   std::string directory;  // of the recording
@@ -25,6 +36,8 @@ struct ImportArguments {
   std::map<std::string, std::string> columns;  // "frames.timestamp" and so on, where they are not the usual names
   std::uint32_t skip = 0;                      // lines before the header
   std::optional<std::uint32_t> hallSkip;       // nullopt: as many as `skip`
+  char separator = ',';
+  bool skipBad = false;  // lines that cannot be read
   TimeUnit timeUnit = TimeUnit::kNanoseconds;
   std::optional<TimeUnit> hallTimeUnit;  // nullopt: as timeUnit
   std::optional<TimeUnit> durationUnit;  // of exposure and readout times; nullopt: as timeUnit
@@ -36,5 +49,10 @@ struct ImportArguments {
   double scaleX = 1;
   double scaleY = 1;
 };
+
+inline std::string const& ColumnOf(ImportArguments const& arguments, std::string const& field) {
+  auto const mapped = arguments.columns.find(field);
+  return mapped == arguments.columns.end() ? kImportColumns.at(field) : mapped->second;
+}
 
 }  // namespace shadingctl

@@ -15,9 +15,6 @@ namespace {
 constexpr std::uint32_t kLongestUs = 4'000'000;  // of exposures and readouts; the latter are 32 bits of ns
 constexpr double kLargestScale = 1e9;
 
-std::set<std::string> const kFields = {"frames.frame", "frames.timestamp", "frames.exposure", "frames.readout",
-                                       "hall.frame",   "hall.timestamp",   "hall.x",          "hall.y"};
-
 // Adds an option whose value is one of a few names.
 template <class Value, class Target>
 CLI::Option* AddChoice(CLI::App& command, std::string const& name, std::map<std::string, Value> const& values,
@@ -34,10 +31,12 @@ void AddMapping(std::vector<std::string> const& texts, std::map<std::string, std
   for (std::string const& text : texts) {
     std::size_t const equals = text.find('=');
     std::string const field = text.substr(0, equals);
-    bool const isWhole = equals != std::string::npos && equals + 1 < text.size() && kFields.count(field) > 0;
+    bool const isWhole = equals != std::string::npos && equals + 1 < text.size() && kImportColumns.count(field) > 0;
     if (!isWhole) {
-      throw CLI::ValidationError("--map", fmt::format("expected FIELD=COLUMN, where FIELD is one of {}, found '{}'",
-                                                      fmt::join(kFields, ", "), text));
+      std::string fields;
+      for (auto const& entry : kImportColumns) fields += (fields.empty() ? "" : ", ") + entry.first;
+      throw CLI::ValidationError(
+          "--map", fmt::format("expected FIELD=COLUMN, where FIELD is one of {}, found '{}'", fields, text));
     }
     if (!columns.emplace(field, text.substr(equals + 1)).second) {
       throw CLI::ValidationError("--map", fmt::format("expected a column for {} once, found '{}' again", field, text));
@@ -45,16 +44,26 @@ void AddMapping(std::vector<std::string> const& texts, std::map<std::string, std
   }
 }
 
-// Options that stand in the place of a column exclude the mapping of that column.
-void RefuseTwoSources(ImportArguments const& arguments) {
-  std::pair<char const*, std::pair<char const*, bool>> const replaced[] = {
-      {"--exposure-us", {"frames.exposure", arguments.exposureUs.has_value()}},
-      {"--readout-us", {"frames.readout", arguments.readoutUs.has_value()}},
-      {"--delivery-delay-us", {"hall.frame", arguments.deliveryDelayUs.has_value()}}};
-  for (auto const& [option, column] : replaced) {
-    if (column.second && arguments.columns.count(column.first) > 0) {
-      throw CLI::ValidationError(option, fmt::format("excludes --map {}=", column.first));
+// Each field has one source, and each column one field.
+void RefuseAmbiguousFields(ImportArguments const& arguments) {
+  std::map<std::string, char const*> const replaced = {
+      {"frames.exposure", arguments.exposureUs ? "--exposure-us" : nullptr},
+      {"frames.readout", arguments.readoutUs ? "--readout-us" : nullptr},
+      {"hall.frame", arguments.deliveryDelayUs ? "--delivery-delay-us" : nullptr}};
+  std::map<std::string, std::string> takenBy;  // columns, behind the name of their file
+  for (auto const& entry : kImportColumns) {
+    std::string const& field = entry.first;
+    auto const option = replaced.find(field);
+    if (option != replaced.end() && option->second != nullptr) {
+      if (arguments.columns.count(field) == 0) continue;
+      throw CLI::ValidationError(option->second, fmt::format("excludes --map {}=", field));
     }
+    std::string const column = ColumnOf(arguments, field);
+    auto const [taken, isFirst] = takenBy.emplace(field.substr(0, field.find('.') + 1) + column, field);
+    if (isFirst) continue;
+    throw CLI::ValidationError("--map", fmt::format("expected a column for each field, found '{}' for both {} and {}; "
+                                                    "--map FIELD=COLUMN gives one of them another column",
+                                                    column, taken->second, field));
   }
 }
 
@@ -80,27 +89,11 @@ Examples:
   shadingctl import video_meta.pb3 -o walk
   shadingctl import phone.log -o walk)";
 
-}  // namespace
-
-void AddImportOptions(CLI::App& command, ImportArguments& arguments) {
-  static std::map<std::string, TimeUnit> const units = {{"s", TimeUnit::kSeconds},
-                                                        {"ms", TimeUnit::kMilliseconds},
-                                                        {"us", TimeUnit::kMicroseconds},
-                                                        {"ns", TimeUnit::kNanoseconds}};
-  command.footer(kFooter);
-  auto* const file = command.add_option("FILE", arguments.file, "A .pb3 or a log; - is a log from standard input");
-  command.add_option("-o,--output", arguments.directory, "Directory for the recording; made when missing")
-      ->type_name("DIR")
-      ->required()
-      ->check(RefuseStandardStream);
-  command.add_flag("--force", arguments.force, "Replace a recording that is there already");
-  command.add_flag("--salvage", arguments.salvage, "Of a file that is cut short, take what is whole");
-  AddChoice<ImportForm>(command, "--form", {{"pb3", ImportForm::kVideo}, {"log", ImportForm::kLog}}, arguments.form,
-                        "What FILE is, whatever its name")
-      ->needs(file);
-
-  auto* const frames =
-      command.add_option("--frames", arguments.framesFile, "CSV file of the frames")->type_name("FILE")->excludes(file);
+// Those of a file of frames and a file of samples.
+void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& file) {
+  auto* const frames = command.add_option("--frames", arguments.framesFile, "CSV file of the frames")
+                           ->type_name("FILE")
+                           ->excludes(&file);
   auto* const hall = command.add_option("--hall", arguments.hallFile, "CSV file of the stabiliser's samples")
                          ->type_name("FILE")
                          ->needs(frames);
@@ -122,20 +115,44 @@ void AddImportOptions(CLI::App& command, ImportArguments& arguments) {
   AddNumber(command, "--hall-skip", arguments.hallSkip, std::uint32_t{0}, std::uint32_t{1000000},
             "The same of the samples' file, where it differs")
       ->needs(frames);
-  AddChoice<TimeUnit>(command, "--time-unit", units, arguments.timeUnit, "Unit of the times")
+  std::map<std::string, char> separators;
+  for (recording::Separator const& separator : recording::kSeparators) separators[separator.name] = separator.character;
+  AddChoice<char>(command, "--separator", separators, arguments.separator, "What stands between values")
+      ->default_str("comma")
+      ->needs(frames);
+  command.add_flag("--skip-bad", arguments.skipBad, "Leave out lines that cannot be read, and say how many")
+      ->needs(frames);
+  AddChoice<TimeUnit>(command, "--time-unit", kTimeUnits, arguments.timeUnit, "Unit of the times")
       ->default_str("ns")
       ->needs(frames);
-  AddChoice<TimeUnit>(command, "--hall-time-unit", units, arguments.hallTimeUnit,
+  AddChoice<TimeUnit>(command, "--hall-time-unit", kTimeUnits, arguments.hallTimeUnit,
                       "The same of the samples, where it differs")
       ->needs(frames);
-  AddChoice<TimeUnit>(command, "--duration-unit", units, arguments.durationUnit,
+  AddChoice<TimeUnit>(command, "--duration-unit", kTimeUnits, arguments.durationUnit,
                       "The same of exposure and readout times, where it differs")
       ->needs(frames);
   AddNumber(command, "--delivery-delay-us", arguments.deliveryDelayUs, std::uint32_t{0}, std::uint32_t{1000000},
             "Deliver samples by time, so long after a frame's readout, instead of with the frame that they name; 1000 "
             "where they name none")
       ->needs(frames);
+}
 
+}  // namespace
+
+void AddImportOptions(CLI::App& command, ImportArguments& arguments) {
+  command.footer(kFooter);
+  auto* const file = command.add_option("FILE", arguments.file, "A .pb3 or a log; - is a log from standard input");
+  command.add_option("-o,--output", arguments.directory, "Directory for the recording; made when missing")
+      ->type_name("DIR")
+      ->required()
+      ->check(RefuseStandardStream);
+  command.add_flag("--force", arguments.force, "Replace a recording that is there already");
+  command.add_flag("--salvage", arguments.salvage, "Of a file that is cut short, take what is whole");
+  AddChoice<ImportForm>(command, "--form", {{"pb3", ImportForm::kVideo}, {"log", ImportForm::kLog}}, arguments.form,
+                        "What FILE is, whatever its name")
+      ->needs(file);
+
+  AddCsvOptions(command, arguments, *file);
   AddNumber(command, "--exposure-us", arguments.exposureUs, std::uint32_t{1}, kLongestUs,
             "Exposure time of every frame, in place of the file's; not of logs");
   AddNumber(command, "--readout-us", arguments.readoutUs, std::uint32_t{1}, kLongestUs,
@@ -149,7 +166,7 @@ void CompleteImportArguments(CLI::App const& command, ImportArguments& arguments
   RefuseEmptyValues(command);
   bool const isCsv = command.get_option("--frames")->count() > 0;
   if (!isCsv && arguments.file.empty()) throw CLI::RequiredError("FILE, or --frames and --hall,");
-  RefuseTwoSources(arguments);
+  RefuseAmbiguousFields(arguments);
   bool const isVideo = arguments.file.size() > 4 && arguments.file.substr(arguments.file.size() - 4) == ".pb3";
   if (!arguments.form) arguments.form = isVideo ? ImportForm::kVideo : ImportForm::kLog;
   if (isCsv || arguments.form == ImportForm::kVideo) return;

@@ -258,7 +258,7 @@ int RunReplay(ReplayArguments const& arguments) {
   if (checks.Digest()) writer->AddExtra("digest", *checks.Digest());
   writer->End(summaries.End(ending.error));
   if (report) WriteReport(head, summaries.End(ending.error), std::move(page), *report);
-  TellOfOtherBatches(*session);
+  TellOfRecording(*session);
   FinishReplay(arguments, ending, summaries, checks, {&output, log ? &*log : nullptr, report ? &*report : nullptr});
   return TellProblems(arguments, ending, summaries, checks);
 }
