@@ -16,29 +16,40 @@ namespace {
 using lsc::HallRun;
 using lsc::SampleRange;
 
-// What a frame needs of its window, copied while mMonitorMutex is held: the samples of its span and, for messages, the
-// whole window.
-struct CopiedMatch {
+// What a frame needs of its window, copied to the stack while mMonitorMutex is held: the samples of its span and, for
+// messages, the whole window.
+class FrameSamples {
+ public:
+  // Requires: the range is not empty.
+  void matchAndCopy(SampleRange const& range, lsc::SearchInterval const& interval, bool fallBackToOldest,
+                    bool messagesAreWanted) noexcept;
+
   bool startIsNear;
   HallRun span;
-  lsc::ReadoutMatch match;  // for messages only, as is the window
+
+  // For messages only.
+  lsc::ReadoutMatch match;
   HallRun window;
+
+ private:
+  void copyWindow(SampleRange const& range, lsc::ReadoutMatch const& found);
+
+  lsc::HallSample mStorage[lsc::kWindowSize];
 };
 
-[[gnu::cold, gnu::noinline]] CopiedMatch CopyWindow(SampleRange const& range, lsc::ReadoutMatch const& match,
-                                                    lsc::HallSample* storage) {
-  HallRun const window = lsc::CopyHall(range.first(), range.size(), storage);
-  HallRun const span = {storage + (match.spanSize > 0 ? range.indexOf(match.spanFirst) : 0), match.spanSize};
-  return {match.start.has_value(), span, match, window};
+// Flattened: calls would cost 20 ns with the lock held.
+[[gnu::flatten]] void FrameSamples::matchAndCopy(SampleRange const& range, lsc::SearchInterval const& interval,
+                                                 bool fallBackToOldest, bool messagesAreWanted) noexcept {
+  lsc::ReadoutMatch const found = lsc::MatchReadout(range, interval, fallBackToOldest);
+  startIsNear = found.start.has_value();
+  if (messagesAreWanted) return copyWindow(range, found);
+  span = lsc::CopyHall(found.spanFirst, found.spanSize, mStorage);
 }
 
-// Requires: a non-empty range, kWindowSize samples at `storage`. Flattened: calls would cost 20 ns under the lock.
-[[gnu::flatten]] CopiedMatch MatchAndCopy(SampleRange const& range, lsc::SearchInterval const& interval,
-                                          bool fallBackToOldest, bool messagesAreWanted,
-                                          lsc::HallSample* storage) noexcept {
-  lsc::ReadoutMatch const match = lsc::MatchReadout(range, interval, fallBackToOldest);
-  if (messagesAreWanted) return CopyWindow(range, match, storage);
-  return {match.start.has_value(), lsc::CopyHall(match.spanFirst, match.spanSize, storage), {}, {}};
+[[gnu::cold, gnu::noinline]] void FrameSamples::copyWindow(SampleRange const& range, lsc::ReadoutMatch const& found) {
+  match = found;
+  window = lsc::CopyHall(range.first(), range.size(), mStorage);
+  span = {mStorage + (found.spanSize > 0 ? range.indexOf(found.spanFirst) : 0), found.spanSize};
 }
 
 // Leaves two elements in the vector and reuses its memory.
@@ -69,13 +80,12 @@ void VeyraShadingUtil::CalcOISValue(CustShadingType type, CalcOISValueInput& inp
   bool const fallBackToOldest = oisMatched != 0;
   bool const messagesAreWanted = gLogLevel != 0;
   std::size_t sampleCount = 0;
-  CopiedMatch samples = {};
-  lsc::HallSample storage[lsc::kWindowSize];  // uninitialised: filled as far as samples are found
+  FrameSamples samples;
   {
     lsc::MutexLock const lock(mMonitorMutex);
     SampleRange const range = FindSamples(sensorId, 0, times.timestampNs, 0);
     sampleCount = range.size();
-    if (!range.empty()) samples = MatchAndCopy(range, interval, fallBackToOldest, messagesAreWanted, storage);
+    if (!range.empty()) samples.matchAndCopy(range, interval, fallBackToOldest, messagesAreWanted);
   }
   LSC_LOGI_NONZERO(
       "camera_id = %d, type = %d, oisCount = %d, sof_timestamp = %llu, exposure_time = %llu, "

@@ -52,26 +52,21 @@ class Entries {
   // The earliest sample time of an entry at or after an aligned time.
   std::int64_t firstNsOf(std::int64_t timeUs) const { return FirstNsOf(timeUs + mOffsetUs); }
 
-  struct Choice {
-    NearEntry entry;
-    SampleCursor position;  // of the chosen entry
-  };
-
-  // The candidate or its successor, whichever is closer to the target; the candidate if they are equally close. nullopt
-  // if the candidate is past the end, outside the tolerance or the last entry.
-  std::optional<Choice> chooseNearer(SampleCursor const& candidate, Interval near, std::uint64_t targetUs) const {
-    if (!contains(candidate)) return std::nullopt;
-    std::int64_t const candidateUs = alignedUs(candidate);
+  // Moves `position`, the candidate, to its successor if that is closer to the target. nullopt if the candidate is past
+  // the end, outside the tolerance or the last entry. Returned as a value, the position would cost 50 instructions.
+  std::optional<NearEntry> chooseNearer(SampleCursor& position, Interval near, std::uint64_t targetUs) const {
+    if (!contains(position)) return std::nullopt;
+    std::int64_t const candidateUs = alignedUs(position);
     if (candidateUs < near.firstUs || candidateUs > near.lastUs) return std::nullopt;
 
-    SampleCursor next = candidate;
+    std::uint32_t const candidate = mWindow.indexOf(position);
+    SampleCursor next = position;
     do {
       if (mWindow.remainingFrom(next) <= 1) return std::nullopt;
       next.advance(1);
     } while (alignedUs(next) == candidateUs);
-    bool const nextIsCloser = DistanceUs(candidateUs, targetUs) > DistanceUs(alignedUs(next), targetUs);
-    SampleCursor const chosen = nextIsCloser ? next : candidate;
-    return Choice{{mWindow.indexOf(candidate), mWindow.indexOf(chosen)}, chosen};
+    if (DistanceUs(candidateUs, targetUs) > DistanceUs(alignedUs(next), targetUs)) position = next;
+    return NearEntry{candidate, mWindow.indexOf(position)};
   }
 
  private:
@@ -92,11 +87,9 @@ ReadoutMatch MatchReadout(SampleRange const& window, SearchInterval const& inter
   ReadoutMatch match;
 
   Interval const nearStart = NearTimes(interval.startOfFrameUs, 1);
-  SampleCursor const candidate = entries.lowerBound(nearStart.firstUs);
-  if (auto const start = entries.chooseNearer(candidate, nearStart, interval.startOfFrameUs)) {
-    match.start = start->entry;
-    match.spanFirst = start->position;
-  } else {
+  match.spanFirst = entries.lowerBound(nearStart.firstUs);
+  match.start = entries.chooseNearer(match.spanFirst, nearStart, interval.startOfFrameUs);
+  if (!match.start) {
     if (!fallBackToOldest) return match;
     match.spanFirst = entries.first();
     if (!entries.contains(match.spanFirst)) return match;
@@ -106,11 +99,9 @@ ReadoutMatch MatchReadout(SampleRange const& window, SearchInterval const& inter
   Interval const nearEnd = NearTimes(endUs, 0);
   SampleCursor last = match.spanFirst;
   last.advanceTo(entries.firstNsOf(nearEnd.firstUs));
-  match.spanSize = window.remainingFrom(match.spanFirst);
-  if (auto const end = entries.chooseNearer(last, nearEnd, endUs)) {
-    match.end = end->entry;
-    match.spanSize -= window.remainingFrom(end->position) - 1;
-  }
+  match.end = entries.chooseNearer(last, nearEnd, endUs);
+  std::size_t const behind = match.end ? window.remainingFrom(last) - 1 : 0;
+  match.spanSize = window.remainingFrom(match.spanFirst) - behind;
   return match;
 }
 
