@@ -164,7 +164,7 @@ class TapTable {
     TheRecorder().Add(call);
   }
 
-  VeyraShadingUtil* real() const { return mReal; }
+  VeyraShadingUtil* Real() const { return mReal; }
 
  private:
   template <typename Operation>
@@ -224,7 +224,7 @@ TapTable* gTap = nullptr;
 
 // Hosts hand these operations the object that they know.
 VeyraShadingUtil* RealObject(void* object) {
-  return object == gTap ? gTap->real() : static_cast<VeyraShadingUtil*>(object);
+  return object == gTap ? gTap->Real() : static_cast<VeyraShadingUtil*>(object);
 }
 
 }  // namespace

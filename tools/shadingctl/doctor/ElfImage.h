@@ -25,7 +25,7 @@ class ElfImage {
   GElf_Ehdr const& Header() const { return mHeader; }
   std::vector<GElf_Phdr> const& Segments() const { return mSegments; }
   std::vector<ElfSection> const& Sections() const { return mSections; }
-  std::uint64_t size() const { return mBytes->size(); }
+  std::uint64_t Size() const { return mBytes->size(); }
 
   // The records of a section as the host reads them; never null.
   Elf_Data* Records(ElfSection const& section) const;

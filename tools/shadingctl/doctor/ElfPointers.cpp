@@ -107,7 +107,7 @@ class Reader {
     std::uint64_t left = TakeNumber(bytes);
     std::uint64_t offset = TakeNumber(bytes);
     std::uint64_t addend = 0;
-    if (left > mImage.size()) mImage.Fail(fmt::format("{} packed relocations cannot fit into the file", left));
+    if (left > mImage.Size()) mImage.Fail(fmt::format("{} packed relocations cannot fit into the file", left));
     while (left > 0) {
       std::uint64_t const members = TakeNumber(bytes);
       std::uint64_t const flags = TakeNumber(bytes);

@@ -65,7 +65,7 @@ class Checked {
     return *this;
   }
 
-  std::size_t size() const { return mJson.size(); }
+  std::size_t Size() const { return mJson.size(); }
   Json const& Value() const { return mJson; }
 
  private:
@@ -76,7 +76,7 @@ class Checked {
 
 void CheckCalibration(Checked const& result) {
   Checked const cameras = result.At("cameras").List();
-  for (std::size_t i = 0; i < cameras.size(); ++i) {
+  for (std::size_t i = 0; i < cameras.Size(); ++i) {
     Checked const camera = cameras.At(i).Object();
     camera.At("camera").WholeNumber();
     camera.At("table").Object();
@@ -86,7 +86,7 @@ void CheckCalibration(Checked const& result) {
 
 void CheckRow(Checked const& row, std::size_t numbers) {
   row.List();
-  if (row.size() != numbers) row.Refuse(fmt::format("a list of {}", numbers));
+  if (row.Size() != numbers) row.Refuse(fmt::format("a list of {}", numbers));
   for (std::size_t i = 0; i < numbers; ++i) row.At(i).Number();
 }
 
@@ -98,7 +98,7 @@ void CheckFit(Checked const& result) {
     result.At(key).TextIfAny();
   for (char const* const key : {"diagnosis", "advice"}) {
     Checked const list = result.At(key).List();
-    for (std::size_t i = 0; i < list.size(); ++i) list.At(i).TextIfAny();
+    for (std::size_t i = 0; i < list.Size(); ++i) list.At(i).TextIfAny();
   }
   if (!result.At("refused").Value().is_null()) result.At("refused").Object().At("text").TextIfAny();
   for (char const* const name : {"x", "y"}) {
@@ -116,7 +116,7 @@ void CheckFit(Checked const& result) {
     for (char const* const key : {"lag_us", "position"}) difference.At(key).Number();
   }
   Checked const outliers = result.At("outliers").List();
-  for (std::size_t i = 0; i < outliers.size(); ++i) {
+  for (std::size_t i = 0; i < outliers.Size(); ++i) {
     outliers.At(i).Object().At("frame").WholeNumber();
     CheckRow(outliers.At(i).At("residual"), 2);
   }
@@ -126,7 +126,7 @@ void CheckFit(Checked const& result) {
   } const rows[] = {{"search", 3}, {"images", 10}};
   for (auto const& [key, numbers] : rows) {
     Checked const list = result.At(key).List();
-    for (std::size_t i = 0; i < list.size(); ++i) CheckRow(list.At(i), numbers);
+    for (std::size_t i = 0; i < list.Size(); ++i) CheckRow(list.At(i), numbers);
   }
 }
 
