@@ -30,8 +30,8 @@ void ElfImage::Fail(std::string const& problem) const {
 }
 
 void ElfImage::ExpectInside(std::uint64_t offset, std::uint64_t bytes, std::string const& what) const {
-  if (offset <= size() && size() - offset >= bytes) return;
-  Fail(fmt::format("truncated: {} takes {} bytes at {}, the file has {}", what, bytes, offset, size()));
+  if (offset <= Size() && Size() - offset >= bytes) return;
+  Fail(fmt::format("truncated: {} takes {} bytes at {}, the file has {}", what, bytes, offset, Size()));
 }
 
 void ElfImage::ReadSegments() {
