@@ -12,10 +12,10 @@ struct Kind {
   char const* name;
   Schema schema;
 };
-constexpr Kind kReplayKind = {"replay", kReplaySchema};
-constexpr Kind kCalibrationKind = {"calibration", {"shadingctl-calibration", 1}};
-constexpr Kind kFitKind = {"fit", {kFitSchema, kFitVersion}};
-constexpr Kind kKinds[] = {kReplayKind, kCalibrationKind, kFitKind};
+// In the order in which ReadDocument accepts them: the index is ResultHead::schema.
+enum KindIndex : std::size_t { kReplayKind, kCalibrationKind, kFitKind };
+constexpr Kind kKinds[] = {
+    {"replay", kReplaySchema}, {"calibration", {"shadingctl-calibration", 1}}, {"fit", {kFitSchema, kFitVersion}}};
 
 // A place in a document, for messages.
 class Checked {
@@ -134,14 +134,14 @@ void CheckFit(Checked const& result) {
 
 char const* KindName(ResultHead const& head) { return kKinds[head.schema].name; }
 
-bool IsReplay(ResultHead const& head) { return KindName(head) == kReplayKind.name; }
+bool IsReplay(ResultHead const& head) { return head.schema == kReplayKind; }
 
 ResultHead ReadDocument(std::string const& path, ResultSink const& sink) {
-  ResultHead head = ReadResult(path, {kReplaySchema, kCalibrationKind.schema, kFitKind.schema}, sink);
+  ResultHead head = ReadResult(path, {kReplaySchema, kKinds[kCalibrationKind].schema, kKinds[kFitKind].schema}, sink);
   if (head.isCsv) RefuseValue(head.name, "JSON", "CSV");
   Checked const document(head.name, "", head.members);
-  if (KindName(head) == kCalibrationKind.name) CheckCalibration(document);
-  if (KindName(head) == kFitKind.name) CheckFit(document);
+  if (head.schema == kCalibrationKind) CheckCalibration(document);
+  if (head.schema == kFitKind) CheckFit(document);
   return head;
 }
 

@@ -127,7 +127,7 @@ void CheckMembers(std::vector<Schema> const& schemas, ResultHead& head) {
   if (head.schema == schemas.size()) refuse("schema", fmt::format("{}", fmt::join(names, " or ")));
   std::string const version = std::to_string(schemas[head.schema].version);
   if (shown("version") != version) refuse("version", version);
-  if (schemas[head.schema].name != kReplaySchema.name) return;
+  if (std::string_view(schemas[head.schema].name) != kReplaySchema.name) return;
   if (!head.hasRows) refuse("frames", "a list");
   for (char const* const key : {"settings", "summary"}) {
     if (!head.Member(key).is_object()) refuse(key, "an object");
