@@ -36,7 +36,7 @@ file(RELATIVE_PATH to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(packaging/vcam_shadingutil.pc.in ${CMAKE_BINARY_DIR}/vcam_shadingutil.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/vcam_shadingutil.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# The tool with its pages, which it writes itself, and the import beside it.
+# The tool with its manual pages and completions, and the import beside it.
 if(TARGET shadingctl)
   set_target_properties(shadingctl PROPERTIES BUILD_WITH_INSTALL_RPATH ON
     INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}/${PLATFORM_DIRECTORY}")

@@ -19,9 +19,9 @@ namespace fs = std::filesystem;
 std::map<std::string, std::string> Contents(std::string const& directory) {
   std::map<std::string, std::string> contents;
   for (auto const& entry : fs::recursive_directory_iterator(directory)) {
-    std::string const name = entry.Path().lexically_relative(directory).string();
+    std::string const name = entry.path().lexically_relative(directory).string();
     contents[name] = entry.is_symlink()        ? "-> " + fs::read_symlink(entry).string()
-                     : entry.is_regular_file() ? ReadFile(entry.Path().string())
+                     : entry.is_regular_file() ? ReadFile(entry.path().string())
                                                : "";
   }
   return contents;

@@ -2,7 +2,7 @@
 #include <fmt/format.h>
 
 #include "tools/import/ImportedSession.h"
-#include "tools/shadingctl/commands/Program.h"
+#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/import/ImportOptions.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"

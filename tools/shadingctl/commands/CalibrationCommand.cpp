@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -116,25 +115,23 @@ Examples:
   shadingctl calibration --camera 2 --raw block.bin
   shadingctl calibration --device my-phone --format csv -o calibration.csv)";
 
-}  // namespace
-
-void AddCalibrationCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<CalibrationArguments>();
-  CLI::App* const command =
-      app.add_subcommand("calibration", "Show cameras' calibration data and what the library makes of them");
-  command->footer(kCalibrationExamples);
+void AddOptions(CLI::App& command, CalibrationArguments& arguments) {
+  command.footer(kCalibrationExamples);
   auto* const camera =
-      AddNumber(*command, "--camera", arguments->camera, 0, kSensorSlotCount - 1, "Sensor index; its mask is 1 << N");
+      AddNumber(command, "--camera", arguments.camera, 0, kSensorSlotCount - 1, "Sensor index; its mask is 1 << N");
   command
-      ->add_flag("--all", arguments->all,
-                 "Every camera of the device. Without it and --camera, the built-in device shows those with sound data")
+      .add_flag("--all", arguments.all,
+                "Every camera of the device. Without it and --camera, the built-in device shows those with sound data")
       ->excludes(camera);
-  AddResultOptions(*command, arguments->format, arguments->output);
-  command->add_option("--raw", arguments->raw, "Write the camera's block to this file, as handed out")
+  AddResultOptions(command, arguments.format, arguments.output);
+  command.add_option("--raw", arguments.raw, "Write the camera's block to this file, as handed out")
       ->type_name("FILE")
       ->needs(camera);
-  AddHostOptions(*command, arguments->device, arguments->library);
-  command->callback([arguments, &chosen] { chosen = [arguments] { return RunCalibration(*arguments); }; });
+  AddHostOptions(command, arguments.device, arguments.library);
 }
+
+}  // namespace
+
+Command AddCalibrationCommand(CLI::App& command) { return MakeCommand(command, AddOptions, RunCalibration); }
 
 }  // namespace shadingctl

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -52,6 +51,9 @@ std::string ReadWhole(std::string const& path) {
 }
 
 int RunDoctor(DoctorArguments const& arguments) {
+  if (arguments.load && arguments.library == kStandardInput) {
+    throw CLI::ValidationError("--load", "expected a file, found -, which is standard input");
+  }
   RefuseOverwriting({arguments.library}, {arguments.output});
   std::vector<Finding> findings = Diagnose(ReadElf(ReadWhole(arguments.library), arguments.library, kTableName));
   if (arguments.load) findings.push_back(TryToLoad(arguments.library));
@@ -75,27 +77,21 @@ Examples:
   shadingctl doctor build/release/lib/libvcam_shadingutil.so --load
   shadingctl doctor libvcam_shadingutil.so --format json -o doctor.json)";
 
-}  // namespace
-
-void AddDoctorCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<DoctorArguments>();
-  CLI::App* const command = app.add_subcommand("doctor", "Judge a built library before it is installed");
-  command->footer(kDoctorExamples);
+void AddOptions(CLI::App& command, DoctorArguments& arguments) {
+  command.footer(kDoctorExamples);
   command
-      ->add_option("LIBRARY", arguments->library,
-                   "The shared object, of this or of the phone's processor; - is standard input")
+      .add_option("LIBRARY", arguments.library,
+                  "The shared object, of this or of the phone's processor; - is standard input")
       ->required();
-  command->add_option("--format", arguments->format, "How to show the result")
+  command.add_option("--format", arguments.format, "How to show the result")
       ->capture_default_str()
       ->check(CLI::IsMember({"table", "json"}));
-  AddOutput(*command, arguments->output);
-  command->add_flag("--load", arguments->load, "Load it too, in a process of its own, and ask for its object");
-  command->callback([arguments, &chosen] {
-    if (arguments->load && arguments->library == kStandardInput) {
-      throw CLI::ValidationError("--load", "expected a file, found -, which is standard input");
-    }
-    chosen = [arguments] { return RunDoctor(*arguments); };
-  });
+  AddOutput(command, arguments.output);
+  command.add_flag("--load", arguments.load, "Load it too, in a process of its own, and ask for its object");
 }
+
+}  // namespace
+
+Command AddDoctorCommand(CLI::App& command) { return MakeCommand(command, AddOptions, RunDoctor); }
 
 }  // namespace shadingctl

@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -57,27 +56,25 @@ Examples:
   shadingctl fit RECORDING --reference target.csv
   shadingctl fit RECORDING --reference target.csv --format json -o fit.json)";
 
+void AddOptions(CLI::App& command, FitArguments& arguments) {
+  command.footer(kFitExamples);
+  command.add_option("RECORDING", arguments.recording, "Recording (its directory or a file of it)")
+      ->required()
+      ->check(RefuseStandardStream);
+  command.add_option("--reference", arguments.reference, "File that says where the image stood in each frame")
+      ->required()
+      ->check(RefuseStandardStream);
+  AddNumber(command, "--camera", arguments.camera, std::int32_t{0}, std::int32_t{2147483647},
+            "Of a recording with several cameras, the one that the reference shows");
+  AddNumber(command, "--search-us", arguments.fit.searchUs, 5000.0, 200000.0,
+            "The lag is sought from minus to plus this");
+  AddNumber(command, "--resamples", arguments.fit.resamples, std::uint32_t{200}, std::uint32_t{100000},
+            "How often the frames are drawn for the intervals");
+  AddResultOptions(command, arguments.format, arguments.output);
+}
+
 }  // namespace
 
-void AddFitCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<FitArguments>();
-  CLI::App* const command = app.add_subcommand(
-      "fit", "Fit the lag of the samples to where an image really stood, beside the library's numbers");
-  command->footer(kFitExamples);
-  command->add_option("RECORDING", arguments->recording, "Recording (its directory or a file of it)")
-      ->required()
-      ->check(RefuseStandardStream);
-  command->add_option("--reference", arguments->reference, "File that says where the image stood in each frame")
-      ->required()
-      ->check(RefuseStandardStream);
-  AddNumber(*command, "--camera", arguments->camera, std::int32_t{0}, std::int32_t{2147483647},
-            "Of a recording with several cameras, the one that the reference shows");
-  AddNumber(*command, "--search-us", arguments->fit.searchUs, 5000.0, 200000.0,
-            "The lag is sought from minus to plus this");
-  AddNumber(*command, "--resamples", arguments->fit.resamples, std::uint32_t{200}, std::uint32_t{100000},
-            "How often the frames are drawn for the intervals");
-  AddResultOptions(*command, arguments->format, arguments->output);
-  command->callback([arguments, &chosen] { chosen = [arguments] { return Fit(*arguments); }; });
-}
+Command AddFitCommand(CLI::App& command) { return MakeCommand(command, AddOptions, Fit); }
 
 }  // namespace shadingctl
