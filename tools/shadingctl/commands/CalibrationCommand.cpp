@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "hosting/HostLibrary.h"
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/BuiltInCalibration.h"
 #include "tools/shadingctl/calibration/CalibrationFiles.h"
@@ -17,6 +16,7 @@
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/replay/ForeignLibrary.h"
 
 namespace shadingctl {
 namespace {
@@ -58,7 +58,7 @@ std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string co
   MountDumpFiles(chosen.directory, scratch);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(chosen.settings);
-  VeyraShadingUtil& library = hosting::LoadShadingLibrary(libraryPath);
+  VeyraShadingUtil& library = LoadForeignLibrary(libraryPath);
   std::vector<CameraCalibration> cameras;
   cameras.reserve(indices.size());
   for (int const index : indices) cameras.push_back(AskCalibration(library, device, index));

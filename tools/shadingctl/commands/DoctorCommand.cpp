@@ -7,26 +7,27 @@
 #include <string>
 #include <vector>
 
+#include "hosting/ElfImage.h"
 #include "hosting/Interruption.h"
+#include "hosting/LoadTrial.h"
+#include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "recording/InputStream.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/doctor/DiagnosisWriter.h"
-#include "tools/shadingctl/doctor/LoadTrial.h"
+#include "tools/shadingctl/doctor/Diagnosis.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
 #include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/JsonText.h"
 
 namespace shadingctl {
 namespace {
-
-// A library with its debug information takes some MiB.
-constexpr std::size_t kMaximumBytes = std::size_t{256} << 20U;
 
 struct DoctorArguments {
   std::string library;
   std::string format = "table";
   std::string output = kStandardOutput;
+  std::string target;  // empty: any machine
   bool load = false;
 };
 
@@ -38,9 +39,9 @@ std::string ReadWhole(std::string const& path) {
   std::size_t count = 0;
   while (file && (count = std::fread(buffer.data(), 1, buffer.size(), file.get())) > 0) {
     bytes.append(buffer.data(), count);
-    if (bytes.size() > kMaximumBytes) {
+    if (bytes.size() > hosting::kLargestLibraryBytes) {
       throw hosting::UnusableInput(
-          fmt::format("{}: expected a library of at most {} bytes, found more", shown, kMaximumBytes));
+          fmt::format("{}: expected a library of at most {} bytes, found more", shown, hosting::kLargestLibraryBytes));
     }
   }
   if (!file || std::ferror(file.get()) != 0) {
@@ -50,19 +51,26 @@ std::string ReadWhole(std::string const& path) {
   return bytes;
 }
 
+void Load(std::string const& library, std::vector<Finding>& findings) {
+  hosting::LoadTrial const trial = hosting::TryToLoad(library);
+  bool const isLoaded = trial.problem.empty();
+  findings.push_back({"load", isLoaded ? Judgement::kSound : Judgement::kFault,
+                      isLoaded ? "createInstance hands out its object" : trial.problem});
+  if (!trial.output.empty())
+    findings.push_back({"load", Judgement::kNote, "it writes " + hosting::Quoted(trial.output)});
+}
+
 int RunDoctor(DoctorArguments const& arguments) {
   if (arguments.load && arguments.library == kStandardInput) {
     throw CLI::ValidationError("--load", "expected a file, found -, which is standard input");
   }
   RefuseOverwriting({arguments.library}, {arguments.output});
-  std::vector<Finding> findings = Diagnose(ReadElf(ReadWhole(arguments.library), arguments.library, kTableName));
-  if (arguments.load) findings.push_back(TryToLoad(arguments.library));
+  ElfFile const file = ReadElf(ReadWhole(arguments.library), arguments.library, kTableName);
+  std::vector<Finding> findings = Diagnose(file, arguments.target == "phone");
+  if (arguments.load && IsShadingLibrary(file)) Load(arguments.library, findings);
   OutputFile output(arguments.output);
-  if (arguments.format == "json") {
-    WriteDiagnosisJson(output, arguments.library, findings);
-  } else {
-    WriteDiagnosisTable(output, findings);
-  }
+  nlohmann::ordered_json const json = DiagnosisJson(arguments.library, findings);
+  output.Write(arguments.format == "json" ? JsonText(json) : DiagnosisText(json));
   output.Finish();
   return IsSound(findings) ? kExitDone : kExitDifference;
 }
@@ -73,7 +81,7 @@ docs/porting.md says what each line means.
 Exit code: 0 no fault, 1 a fault, 3 not a whole shared object for x86-64 or AArch64.
 
 Examples:
-  shadingctl doctor libvcam_shadingutil.so
+  shadingctl doctor libvcam_shadingutil.so --for phone
   shadingctl doctor build/release/lib/libvcam_shadingutil.so --load
   shadingctl doctor libvcam_shadingutil.so --format json -o doctor.json)";
 
@@ -87,6 +95,8 @@ void AddOptions(CLI::App& command, DoctorArguments& arguments) {
       ->capture_default_str()
       ->check(CLI::IsMember({"table", "json"}));
   AddOutput(command, arguments.output);
+  command.add_option("--for", arguments.target, "Judge it for that machine too: a phone lacks a desktop's run time")
+      ->check(CLI::IsMember({"phone"}));
   command.add_flag("--load", arguments.load, "Load it too, in a process of its own, and ask for its object");
 }
 

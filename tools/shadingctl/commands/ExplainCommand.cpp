@@ -6,7 +6,6 @@
 #include <set>
 #include <string>
 
-#include "hosting/HostLibrary.h"
 #include "hosting/LibraryNumbers.h"
 #include "recording/LineReader.h"
 #include "recording/Recording.h"
@@ -17,6 +16,7 @@
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/PlaySession.h"
 #include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
@@ -88,7 +88,7 @@ int ExplainRecording(ExplainArguments const& arguments) {
   desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->Settings(), hosting::kDetailLevel);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(settings);
-  VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
+  VeyraShadingUtil& library = LoadForeignLibrary(path);
   OutputFile output(arguments.output);
   ExplainWriter writer(output, arguments.format, arguments.frame);
   Summaries summaries(hosting::kDetailLevel);

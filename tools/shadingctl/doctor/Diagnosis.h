@@ -1,6 +1,7 @@
 // Whether a shared object is a sound build of the shading library, judged from its file alone.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,17 @@ struct Finding {
   std::string text;
 };
 
-// One finding for every check at least; a check that finds several faults has a finding for each.
-std::vector<Finding> Diagnose(ElfFile const& file);
+// Whether the file offers anything of the interface, and is no tap.
+bool IsShadingLibrary(ElfFile const& file);
+
+// One finding for every check at least; a check that finds several faults has a finding for each. A file that is no
+// shading library has no more than that said of it. For a phone, the run time has to be a phone's.
+std::vector<Finding> Diagnose(ElfFile const& file, bool isForPhone = false);
+
+bool IsSound(std::vector<Finding> const& findings);
+
+// The findings about a library as JSON, and one line each. docs/porting.md describes both.
+nlohmann::ordered_json DiagnosisJson(std::string const& library, std::vector<Finding> const& findings);
+std::string DiagnosisText(nlohmann::ordered_json const& diagnosis);
 
 }  // namespace shadingctl

@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+namespace hosting {
+class ElfImage;
+}
+
 namespace shadingctl {
 
 enum class Processor { kX86_64, kAArch64 };
@@ -34,6 +38,9 @@ struct ElfPointer {
   std::uint64_t address = 0;
 };
 
+// Larger than any table of operations; the size in a file may be arbitrary.
+constexpr std::uint64_t kMaximumTableBytes = 4096;
+
 struct ElfFile {
   Processor processor = Processor::kX86_64;
   std::string soname;  // empty: none
@@ -56,5 +63,10 @@ constexpr std::uint32_t kBranchFeatures = 3;
 // Parses the content of a file; `tableName` is the mangled name of the object whose pointers are wanted. Throws
 // UnusableInput, which names `path`, unless it is a complete 64-bit little-endian shared object for x86-64 or AArch64.
 ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& tableName);
+
+// The relocated pointers at `address` and in the `bytes` after it, by their addresses, from relocations in each form in
+// which a linker stores them.
+std::map<std::uint64_t, ElfPointer> ReadPointers(hosting::ElfImage const& image, std::uint64_t address,
+                                                 std::uint64_t bytes);
 
 }  // namespace shadingctl

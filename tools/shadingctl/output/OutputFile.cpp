@@ -23,7 +23,19 @@ constexpr std::size_t kBlock = std::size_t{64} * 1024;  // handed to the system 
 constexpr unsigned int kPermissions = 0666;             // of a new file, less the process's mask
 constexpr unsigned int kModeBits = 07777;               // of an old file, kept
 
+hosting::FileDescriptor& KeptStandardOutput() {
+  static hosting::FileDescriptor kept;
+  return kept;
+}
+
+hosting::FileDescriptor StandardOutput() {
+  int const kept = KeptStandardOutput().Number();
+  return hosting::FileDescriptor(fcntl(kept >= 0 ? kept : STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
+}
+
 }  // namespace
+
+void KeepStandardOutput() { KeptStandardOutput() = StandardOutput(); }
 
 OutputFile::OutputFile(std::string const& path) : mName(path) {
   mBuffer.reserve(kBlock);
@@ -31,7 +43,7 @@ OutputFile::OutputFile(std::string const& path) : mName(path) {
   if (path == kStandardOutput) {
     mName = "standard output";
     mIsStandardOutput = true;
-    mFile = hosting::FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
+    mFile = StandardOutput();
     if (!mFile) Fail(errno);
   } else if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
     mFile = hosting::FileDescriptor(open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));

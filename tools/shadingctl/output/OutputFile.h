@@ -14,6 +14,9 @@ namespace shadingctl {
 // The name of standard output, wherever the name of a file is asked for.
 constexpr char kStandardOutput[] = "-";
 
+// From now on kStandardOutput stays what standard output is now, whatever else is done with that stream.
+void KeepStandardOutput();
+
 // Thrown when the reader of standard output is gone.
 class ReaderIsGone : public std::exception {};
 

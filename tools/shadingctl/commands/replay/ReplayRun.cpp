@@ -28,6 +28,7 @@
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/Progress.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
+#include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/PlaySession.h"
 #include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
@@ -202,7 +203,7 @@ int RunReplay(ReplayArguments const& arguments) {
   desktop::Device& device = desktop::Device::Get();
   desktop::DeviceSettings const settings = SettingsFor(arguments, session->Settings(), chosen.settings);
   device.Configure(settings);
-  VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
+  VeyraShadingUtil& library = LoadForeignLibrary(path);
 
   std::optional<OutputFile> log;
   if (!arguments.log.empty()) log.emplace(arguments.log);

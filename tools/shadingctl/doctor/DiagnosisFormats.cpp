@@ -1,9 +1,10 @@
-#include "tools/shadingctl/doctor/DiagnosisWriter.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+
+#include "hosting/QuotedText.h"
+#include "tools/shadingctl/doctor/Diagnosis.h"
 
 namespace shadingctl {
 namespace {
@@ -27,13 +28,7 @@ bool IsSound(std::vector<Finding> const& findings) {
                       [](Finding const& finding) { return finding.judgement == Judgement::kFault; });
 }
 
-void WriteDiagnosisTable(OutputFile& output, std::vector<Finding> const& findings) {
-  for (Finding const& finding : findings) {
-    output.Write(fmt::format("{:<5}  {:<17}  {}\n", Name(finding.judgement), finding.check, finding.text));
-  }
-}
-
-void WriteDiagnosisJson(OutputFile& output, std::string const& library, std::vector<Finding> const& findings) {
+nlohmann::ordered_json DiagnosisJson(std::string const& library, std::vector<Finding> const& findings) {
   nlohmann::ordered_json json = {{"schema", "shadingctl-doctor"},
                                  {"version", 1},
                                  {"library", library},
@@ -43,7 +38,16 @@ void WriteDiagnosisJson(OutputFile& output, std::string const& library, std::vec
     json["findings"].push_back(
         {{"check", finding.check}, {"verdict", Name(finding.judgement)}, {"text", finding.text}});
   }
-  output.Write(json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+  return json;
+}
+
+std::string DiagnosisText(nlohmann::ordered_json const& diagnosis) {
+  std::string text;
+  for (auto const& finding : diagnosis["findings"]) {
+    auto const escaped = [&](char const* key) { return hosting::Escaped(finding[key].get_ref<std::string const&>()); };
+    text += fmt::format("{:<5}  {:<17}  {}\n", escaped("verdict"), escaped("check"), escaped("text"));
+  }
+  return text;
 }
 
 }  // namespace shadingctl
