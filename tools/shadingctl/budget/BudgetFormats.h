@@ -1,7 +1,7 @@
 // Budgets for people and for programs.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -9,14 +9,14 @@
 
 namespace shadingctl {
 
-// One budget in words, with its limits.
-std::string BudgetText(Budget const& budget);
+// The document of `shadingctl budget`, from which the other formats are made: its member "budgets" has an object for
+// each, with numbers and nulls only.
+nlohmann::ordered_json BudgetsJson(std::vector<Budget> const& budgets);
 
-// One line for each.
-std::string BudgetTable(std::vector<Budget> const& budgets);
-std::string BudgetCsv(std::vector<Budget> const& budgets);
+std::string BudgetsCsv(nlohmann::ordered_json const& document);
+std::string BudgetsTable(nlohmann::ordered_json const& document);
 
-// Names and values only, which are numbers or null.
-nlohmann::ordered_json BudgetJson(Budget const& budget);
+// One budget in words, with its limits. Requires: the document has one.
+std::string BudgetText(nlohmann::ordered_json const& document);
 
 }  // namespace shadingctl

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <numeric>
 
 namespace shadingctl {
 namespace {
@@ -46,19 +45,6 @@ std::string CutRecord(DumpFile const& file) {
   if (!file.size) return "; the file " + file.problem;
   return fmt::format("; the file ({} bytes) holds {} of the record's {} bytes, the others read as 0", *file.size,
                      file.recordBytes, kRecordSize);
-}
-
-RowStatistics Join(std::vector<RowStatistics> const& rows) {
-  if (rows.empty()) return {};
-  RowStatistics all = rows.front();
-  double sum = 0;
-  for (RowStatistics const& row : rows) {
-    all.minimum = std::min(all.minimum, row.minimum);
-    all.maximum = std::max(all.maximum, row.maximum);
-    sum += row.mean;
-  }
-  all.mean = sum / static_cast<double>(rows.size());
-  return all;
 }
 
 }  // namespace
@@ -164,17 +150,6 @@ std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& 
     for (std::size_t k = 0; k < kValuesPerRow; ++k, at += 2) row.push_back(block[at] + 256U * block[at + 1]);
   }
   return rows;
-}
-
-BlockStatistics MeasureBlock(std::vector<unsigned char> const& block) {
-  BlockStatistics statistics;
-  for (auto const& values : RowsOf(block)) {
-    auto const [least, most] = std::minmax_element(values.begin(), values.end());
-    unsigned int const sum = std::accumulate(values.begin(), values.end(), 0U);
-    statistics.rows.push_back({*least, *most, sum / static_cast<double>(kValuesPerRow)});
-  }
-  statistics.all = Join(statistics.rows);
-  return statistics;
 }
 
 }  // namespace shadingctl

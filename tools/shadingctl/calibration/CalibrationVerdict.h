@@ -42,22 +42,7 @@ struct RecordPart {
 };
 std::vector<RecordPart> ExplainRecord(CameraCalibration const& camera);
 
-constexpr double kUnity = 0x2000;  // the value that leaves a pixel as it is, and that of the default fill
-
-struct RowStatistics {
-  unsigned int minimum = 0;
-  unsigned int maximum = 0;
-  double mean = 0;
-};
-struct BlockStatistics {
-  std::vector<RowStatistics> rows;  // the whole ones, 9 at most
-  RowStatistics all;                // of those rows
-};
-
 // The whole rows of a block, 9 at most: 130 16-bit values, low byte first.
 std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& block);
-
-// Of a block as handed out.
-BlockStatistics MeasureBlock(std::vector<unsigned char> const& block);
 
 }  // namespace shadingctl

@@ -11,6 +11,7 @@
 #include "tools/shadingctl/budget/BudgetFormats.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/output/JsonText.h"
 #include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
@@ -68,18 +69,6 @@ std::vector<Budget> BudgetsOf(BudgetArguments const& arguments) {
   return budgets;
 }
 
-std::string TextOf(std::vector<Budget> const& budgets, BudgetArguments const& arguments) {
-  if (arguments.format == Format::kCsv) return BudgetCsv(budgets);
-  if (arguments.format == Format::kJson) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (Budget const& budget : budgets) list.push_back(BudgetJson(budget));
-    nlohmann::ordered_json const document = {
-        {"schema", "shadingctl-budget"}, {"version", 1}, {"budgets", std::move(list)}};
-    return document.dump(2) + "\n";
-  }
-  return arguments.sweep.empty() ? BudgetText(budgets.front()) : BudgetTable(budgets);
-}
-
 // Only the swept option may be missing.
 void RefuseMissing(BudgetArguments const& arguments) {
   if (!arguments.hallRateHz && arguments.sweep != "hall-rate") throw CLI::RequiredError("--hall-rate");
@@ -89,7 +78,11 @@ void RefuseMissing(BudgetArguments const& arguments) {
 int ShowBudget(BudgetArguments const& arguments) {
   RefuseMissing(arguments);
   OutputFile output(arguments.output);
-  output.Write(TextOf(BudgetsOf(arguments), arguments));
+  nlohmann::ordered_json const document = BudgetsJson(BudgetsOf(arguments));
+  output.Write(arguments.format == Format::kJson  ? JsonText(document)
+               : arguments.format == Format::kCsv ? BudgetsCsv(document)
+               : arguments.sweep.empty()          ? BudgetText(document)
+                                                  : BudgetsTable(document));
   output.Finish();
   return kExitDone;
 }

@@ -9,8 +9,7 @@
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/dumps/HallDumpCheck.h"
-#include "tools/shadingctl/dumps/HallDumpWriter.h"
+#include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 

@@ -1,0 +1,111 @@
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <numeric>
+
+#include "tools/shadingctl/calibration/CalibrationFormats.h"
+#include "tools/shadingctl/calibration/CalibrationVerdict.h"
+#include "tools/shadingctl/output/JsonText.h"
+
+namespace shadingctl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Of the values of a block's rows. Requires: there are some.
+Json StatisticsJson(std::vector<unsigned int> const& values) {
+  constexpr double kSteps = 1000;  // as many decimals as the CSV has
+  auto const [least, most] = std::minmax_element(values.begin(), values.end());
+  double const mean = std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+  return {{"minimum", *least}, {"maximum", *most}, {"mean", std::round(mean * kSteps) / kSteps}};
+}
+
+Json TextOrNull(std::string const& text) { return text.empty() ? Json(nullptr) : Json(text); }
+
+Json TableJson(CameraCalibration const& camera) {
+  Verdict const verdict = JudgeTable(camera);
+  Json json = {{"index", camera.table},     {"sound", verdict.sound},
+               {"reason", verdict.reason},  {"default", TextOrNull(verdict.defaultAnswer)},
+               {"settled", camera.settled}, {"record_offset", OrNull(camera.places.recordOffset)},
+               {"record", nullptr},         {"valid_byte", nullptr},
+               {"gradient", nullptr},       {"flag", nullptr},
+               {"flag_f", nullptr},         {"record_parts", Json::array()}};
+  for (RecordPart const& part : ExplainRecord(camera)) {
+    json["record_parts"].push_back({{"bytes", part.bytes}, {"hex", part.hex}, {"meaning", part.meaning}});
+  }
+  if (camera.record) {
+    DumpFile const& file = camera.file;
+    json["record"] = fmt::format("{:02x}", fmt::join(file.record.begin(), file.record.begin() + file.recordBytes, " "));
+    json["valid_byte"] = camera.record->valid;
+    if (camera.record->valid == 1) json["gradient"] = camera.record->gradient;
+    json["flag"] = camera.record->flag;
+    json["flag_f"] = camera.record->furtherFlag;
+  }
+  return json;
+}
+
+Json BlockJson(CameraCalibration const& camera) {
+  Verdict const verdict = JudgeBlock(camera);
+  auto const& place = camera.places.block;
+  Json json = {{"kind", Name(KindOf(camera))},
+               {"sound", verdict.sound},
+               {"reason", verdict.reason},
+               {"default", TextOrNull(verdict.defaultAnswer)},
+               {"offset", place ? Json(place->offset) : nullptr},
+               {"length", place ? Json(place->length) : nullptr},
+               {"valid_byte", OrNull(camera.blockValid)},
+               {"mirrored", camera.mirrored},
+               {"default_fill", KindOf(camera) == BlockKind::kDefaultFill},
+               {"minimum", nullptr},
+               {"maximum", nullptr},
+               {"mean", nullptr},
+               {"rows", Json::array()},
+               {"stored", RowsOf(camera.file.block)},
+               {"values", Json::array()}};
+  if (!camera.block) return json;
+  auto const rows = RowsOf(*camera.block);
+  std::vector<unsigned int> all;
+  for (auto const& row : rows) {
+    json["rows"].push_back(StatisticsJson(row));
+    all.insert(all.end(), row.begin(), row.end());
+  }
+  if (!all.empty()) json.update(StatisticsJson(all));
+  json["values"] = rows;
+  return json;
+}
+
+Json CameraJson(CameraCalibration const& camera) {
+  return {{"camera", camera.sensorIndex},
+          {"mask", 1 << camera.sensorIndex},
+          {"file", TextOrNull(camera.file.name)},
+          {"file_bytes", OrNull(camera.file.size)},
+          {"file_problem", TextOrNull(camera.file.problem)},
+          {"table", TableJson(camera)},
+          {"block", BlockJson(camera)},
+          {"messages", camera.messages}};
+}
+
+Json TablesJson() {
+  Json tables = Json::array();
+  for (TableRange const& range : kTableRanges) {
+    tables.push_back({{"index", range.table}, {"from", OrNull(range.from)}, {"to", OrNull(range.to)}});
+  }
+  return tables;
+}
+
+}  // namespace
+
+Json CalibrationJson(std::string const& device, std::vector<CameraCalibration> const& cameras) {
+  Json json = {{"schema", "shadingctl-calibration"},
+               {"version", 1},
+               {"device", device},
+               {"tables", TablesJson()},
+               {"cameras", Json::array()}};
+  for (CameraCalibration const& camera : cameras) json["cameras"].push_back(CameraJson(camera));
+  return json;
+}
+
+}  // namespace shadingctl
