@@ -70,7 +70,7 @@ std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string co
   MountDumpFiles(chosen.directory);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(chosen.settings);
-  VeyraShadingUtil& library = LoadForeignLibrary(libraryPath);
+  VeyraShadingUtil& library = LoadLibrary(libraryPath);
   std::vector<CameraCalibration> cameras;
   cameras.reserve(indices.size());
   for (int const index : indices) cameras.push_back(AskCalibration(library, device, index));

@@ -88,8 +88,8 @@ int ExplainRecording(ExplainArguments const& arguments) {
   desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->Settings(), hosting::kDetailLevel);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(settings);
-  VeyraShadingUtil& library = LoadForeignLibrary(path);
   OutputFile output(arguments.output);
+  VeyraShadingUtil& library = LoadLibrary(path);
   ExplainWriter writer(output, arguments.format, arguments.frame);
   Summaries summaries(hosting::kDetailLevel);
   Replay::Options options;

@@ -1,5 +1,3 @@
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <string>
 
@@ -7,7 +5,6 @@
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/SyntheticArguments.h"
 #include "tools/shadingctl/output/FileIdentity.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/RecordingWriter.h"
 #include "tools/shadingctl/synthetic/SyntheticReference.h"
 #include "tools/shadingctl/synthetic/SyntheticSession.h"
@@ -30,11 +27,9 @@ int Generate(GenerateArguments const& arguments) {
         {}, {arguments.reference, directory + "/recording.csv", directory + "/calls.csv", directory + "/hall.csv"});
   }
   SyntheticSession session(options);
-  RecordingSize const size = WriteRecording(session, arguments.directory, arguments.force);
-  if (!arguments.reference.empty()) WriteReference(options, arguments.reference);
   OutputFile console(kStandardOutput);
-  console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.calculations, size.samples));
-  console.Finish();
+  WriteRecording(session, arguments.directory, arguments.force, console);
+  if (!arguments.reference.empty()) WriteReference(options, arguments.reference);
   return kExitDone;
 }
 

@@ -27,6 +27,8 @@ class ReaderIsGone : public std::exception {};
 // The directory is found when the object is made: a later change of the working directory or of what is mounted where
 // does not matter.
 //
+// A killed run leaves at most a file .shadingctl-N, which a later run with an output in that directory removes.
+//
 // Everything that fails (no such directory, a full disk) throws UnusableInput: "FILE: cannot be written: REASON".
 class OutputFile {
  public:
@@ -54,6 +56,7 @@ class OutputFile {
 
  private:
   void OpenBesideTarget(std::string const& target, bool exists, unsigned int mode);
+  void OpenTemporary();
   void WriteOut();
   void Complete();
   void Publish();

@@ -32,7 +32,8 @@ class Silence {
 
 }  // namespace
 
-VeyraShadingUtil& LoadForeignLibrary(std::string const& path) {
+VeyraShadingUtil& LoadLibrary(std::string const& path) {
+  if (path == hosting::DefaultLibraryPath()) return hosting::LoadShadingLibrary(path);
   hosting::LoadTrial const trial = hosting::TryToLoad(path);
   std::string const output = trial.output.empty() ? "" : "it writes " + hosting::Quoted(trial.output);
   if (!trial.problem.empty()) {

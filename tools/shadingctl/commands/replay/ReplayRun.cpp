@@ -202,14 +202,14 @@ int RunReplay(ReplayArguments const& arguments) {
   std::unique_ptr<recording::Session> const session = OpenSession(arguments.recording, !arguments.dumps.empty());
   desktop::Device& device = desktop::Device::Get();
   desktop::DeviceSettings const settings = SettingsFor(arguments, session->Settings(), chosen.settings);
+  if (!session->Settings().recordsCalls) ExpectCamera(settings, arguments.camera, session->Name());
   device.Configure(settings);
-  VeyraShadingUtil& library = LoadForeignLibrary(path);
-
   std::optional<OutputFile> log;
   if (!arguments.log.empty()) log.emplace(arguments.log);
   OutputFile output(arguments.output);
   std::optional<ReplayReport> report;
   if (!arguments.report.empty()) report.emplace(arguments.report);
+  VeyraShadingUtil& library = LoadLibrary(path);
   auto const writer = MakeResultWriter(arguments.format, output, arguments.style);
   Summaries summaries(arguments.logLevel);
   ResultChecks checks(arguments.checks);
