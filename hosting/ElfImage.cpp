@@ -1,16 +1,14 @@
 #include "hosting/ElfImage.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <fstream>
 #include <system_error>
 #include <utility>
 
-#include "hosting/FileDescriptor.h"
 #include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 
@@ -27,22 +25,18 @@ constexpr unsigned int kThisMachine = EM_AARCH64;
 
 std::string ReadRegularFile(std::string const& path) {
   auto const refuse = [&](std::string const& reason) { throw UnusableInput(fmt::format("{}: {}", path, reason)); };
-  auto const refuseUnread = [&] { refuse(fmt::format("cannot be read: {}", std::generic_category().message(errno))); };
-  FileDescriptor const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status = {};
-  if (!file || fstat(file.Number(), &status) != 0) refuseUnread();
-  if (!S_ISREG(status.st_mode)) refuse("is no library: expected a regular file");
-  auto const size = static_cast<std::size_t>(status.st_size);
+  std::error_code failure;
+  bool const isRegular = std::filesystem::is_regular_file(path, failure);
+  if (!failure && !isRegular) refuse("is no library: expected a regular file");
+  std::ifstream file(path, std::ios::binary);
+  auto const size = std::filesystem::file_size(path, failure);
+  if (!file || failure) refuse(fmt::format("cannot be read: {}", std::generic_category().message(errno)));
   if (size > kLargestLibraryBytes)
     refuse(fmt::format("expected at most {} bytes, found {}", kLargestLibraryBytes, size));
   std::string bytes(size, '\0');
-  for (std::size_t at = 0; at < size;) {
-    ssize_t const count = read(file.Number(), bytes.data() + at, size - at);
-    if (count == 0) bytes.resize(at);  // it has become shorter
-    if (count == 0) break;
-    if (count < 0 && errno != EINTR) refuseUnread();
-    if (count > 0) at += static_cast<std::size_t>(count);
-  }
+  file.read(bytes.data(), static_cast<std::streamsize>(size));
+  if (file.bad()) refuse(fmt::format("cannot be read: {}", std::generic_category().message(errno)));
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
   return bytes;
 }
 

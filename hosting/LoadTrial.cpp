@@ -26,7 +26,7 @@ namespace {
 constexpr std::chrono::seconds kPatience{5};  // a library is loaded in milliseconds
 constexpr int kTickMs = 10;                   // between two looks at the process, when it says nothing
 constexpr std::size_t kKeptBytes = 1024;      // of each of its texts
-constexpr char kLoaded = '+';                 // begins the answer; a problem follows any other one
+constexpr char kLoaded[] = "+";               // the answer; a problem follows a minus sign
 
 // Runs in the child process.
 [[noreturn]] void LoadAndAnswer(std::string const& path, int answerTo, int writeTo) {
@@ -35,7 +35,7 @@ constexpr char kLoaded = '+';                 // begins the answer; a problem fo
   dup2(nothing, STDIN_FILENO);
   dup2(writeTo, STDOUT_FILENO);
   dup2(writeTo, STDERR_FILENO);
-  std::string answer(1, kLoaded);
+  std::string answer = kLoaded;
   try {
     LoadShadingLibrary(path);
   } catch (std::exception const& error) {
@@ -48,78 +48,17 @@ constexpr char kLoaded = '+';                 // begins the answer; a problem fo
   _exit(isTold ? 0 : 1);
 }
 
-// A process with its group, killed and waited for at destruction.
-class TrialProcess {
- public:
-  explicit TrialProcess(std::string const& path) {
-    int answer[2];
-    int output[2];
-    if (pipe2(answer, O_CLOEXEC) != 0) return;
-    mAnswer = FileDescriptor(answer[0]);
-    FileDescriptor const answerTo(answer[1]);
-    if (pipe2(output, O_CLOEXEC) != 0) return;
-    mOutput = FileDescriptor(output[0]);
-    FileDescriptor const writeTo(output[1]);
-    for (int const end : {answer[0], output[0]}) fcntl(end, F_SETFL, O_NONBLOCK);
-    std::fflush(nullptr);
-    mChild = fork();
-    if (mChild == 0) {
-      setpgid(0, 0);
-      LoadAndAnswer(path, answer[1], output[1]);
-    }
-    if (mChild > 0) setpgid(mChild, mChild);  // in both, as either may be the first one to need it
-  }
-  ~TrialProcess() { End(); }
-  TrialProcess(TrialProcess const&) = delete;
-  TrialProcess& operator=(TrialProcess const&) = delete;
+// Of the pipe, so that a library that writes without end does not keep the parent: one read.
+void Take(int from, std::string& text) {
+  char buffer[4096];
+  ssize_t const count = read(from, buffer, sizeof buffer);
+  if (count > 0) text.append(buffer, std::min(static_cast<std::size_t>(count), kKeptBytes - text.size()));
+}
 
-  bool HasStarted() const { return mChild > 0; }
-
-  // Waits a moment for output, an answer or the end, and answers whether it has come to one of the latter two.
-  bool Advance() {
-    pollfd wanted[] = {{mAnswer.Number(), POLLIN, 0}, {mOutput.Number(), POLLIN, 0}};
-    poll(wanted, 2, kTickMs);
-    if (((wanted[0].revents | wanted[1].revents) & POLLHUP) != 0) poll(nullptr, 0, 1);  // it is about to end
-    siginfo_t info = {};
-    bool const hasEnded =
-        waitid(P_PID, static_cast<id_t>(mChild), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == mChild;
-    Take(mAnswer, mAnswerText);
-    Take(mOutput, mOutputText);
-    return hasEnded || (!mAnswerText.empty() && mAnswerText.front() == kLoaded);
-  }
-
-  // Kills the group and answers the status of the process, which keeps its number, and so the group's, until here.
-  int End() {
-    if (mChild <= 0) return mStatus;
-    kill(-mChild, SIGKILL);
-    while (waitpid(mChild, &mStatus, 0) < 0 && errno == EINTR) {
-    }
-    mChild = -1;
-    return mStatus;
-  }
-
-  std::string const& Answer() const { return mAnswerText; }
-  std::string const& Output() const { return mOutputText; }
-
- private:
-  // One read at a time: a library that writes without end does not keep the parent.
-  static void Take(FileDescriptor const& from, std::string& text) {
-    char buffer[4096];
-    ssize_t const count = read(from.Number(), buffer, sizeof buffer);
-    if (count <= 0) return;
-    text.append(buffer, std::min(static_cast<std::size_t>(count), kKeptBytes - text.size()));
-  }
-
-  FileDescriptor mAnswer;
-  FileDescriptor mOutput;
-  pid_t mChild = -1;
-  int mStatus = 0;
-  std::string mAnswerText;
-  std::string mOutputText;
-};
+std::string NotTried() { return fmt::format("not tried: {}", std::strerror(errno)); }
 
 std::string ProblemOf(std::string const& answer, bool isLate, int status) {
-  if (!answer.empty()) return answer.front() == kLoaded ? std::string() : answer.substr(1);
+  if (!answer.empty()) return answer == kLoaded ? std::string() : answer.substr(1);
   if (isLate) return fmt::format("no answer within {} s", kPatience.count());
   if (WIFSIGNALED(status)) return fmt::format("ended by signal {} ({})", WTERMSIG(status), strsignal(WTERMSIG(status)));
   return fmt::format("ends its host (exit code {})", WEXITSTATUS(status));
@@ -128,16 +67,45 @@ std::string ProblemOf(std::string const& answer, bool isLate, int status) {
 }  // namespace
 
 LoadTrial TryToLoad(std::string const& path) {
+  int answerEnds[2];
+  int outputEnds[2];
+  if (pipe2(answerEnds, O_CLOEXEC | O_NONBLOCK) != 0) return {NotTried(), {}};
+  FileDescriptor const answerFrom(answerEnds[0]);
+  FileDescriptor answerTo(answerEnds[1]);
+  if (pipe2(outputEnds, O_CLOEXEC) != 0) return {NotTried(), {}};
+  FileDescriptor const outputFrom(outputEnds[0]);
+  FileDescriptor outputTo(outputEnds[1]);
+  fcntl(outputEnds[0], F_SETFL, O_NONBLOCK);
+  std::fflush(nullptr);
+  pid_t const child = fork();
+  if (child < 0) return {NotTried(), {}};
+  setpgid(child, child);  // in both processes, as either may be the first one to need it
+  if (child == 0) LoadAndAnswer(path, answerEnds[1], outputEnds[1]);
+  answerTo = FileDescriptor();
+  outputTo = FileDescriptor();
+
   auto const deadline = std::chrono::steady_clock::now() + kPatience;
-  TrialProcess process(path);
-  if (!process.HasStarted()) return {fmt::format("not tried: {}", std::strerror(errno)), {}};
+  std::string answer;
+  std::string output;
   bool isLate = false;
-  while (!process.Advance() && !isLate) {
-    if (InterruptedBy() != 0) throw Interrupted();
+  for (bool isOver = false; !isOver && !isLate && InterruptedBy() == 0;) {
+    pollfd wanted[] = {{answerEnds[0], POLLIN, 0}, {outputEnds[0], POLLIN, 0}};
+    poll(wanted, 2, kTickMs);
+    if (((wanted[0].revents | wanted[1].revents) & POLLHUP) != 0) poll(nullptr, 0, 1);  // it is about to end
+    siginfo_t info = {};
+    bool const hasEnded =
+        waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == child;
+    Take(answerEnds[0], answer);
+    Take(outputEnds[0], output);
+    isOver = hasEnded || answer == kLoaded;
     isLate = std::chrono::steady_clock::now() >= deadline;
   }
-  int const status = process.End();
-  return {ProblemOf(process.Answer(), isLate, status), process.Output()};
+  kill(-child, SIGKILL);  // it keeps its number, and so the group's, until it is waited for
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (InterruptedBy() != 0) throw Interrupted();
+  return {ProblemOf(answer, isLate, status), output};
 }
 
 }  // namespace hosting

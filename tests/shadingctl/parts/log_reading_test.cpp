@@ -87,7 +87,7 @@ TEST(LogLines, WhatIsNoMessageOfTheLibraryIsCounted) {
 }
 
 // One frame of a session, as text: four samples instead of 100 are enough to see how lines are put together.
-std::vector<std::string> Frame(int camera, int frame, int timeUs) {
+std::vector<std::string> LoggedFrame(int camera, int frame, int timeUs) {
   auto const number = [](long value) { return std::to_string(value); };
   std::vector<std::string> lines = {
       "[IsEnabled] sensor:" + number(camera) + " enabled",
@@ -145,8 +145,8 @@ std::string InThread(int thread, std::string const& message, int millisecond = 0
 }
 
 TEST(LoggedCalls, TwoFramesWithAnyOneLineMissingAreStillTwoFrames) {
-  auto const first = Frame(0, 5, 1000000);
-  auto const second = Frame(0, 6, 1016667);
+  auto const first = LoggedFrame(0, 5, 1000000);
+  auto const second = LoggedFrame(0, 6, 1016667);
   ASSERT_EQ(first.size(), kFrameLines);
   for (std::size_t missing = 0; missing <= 2 * kFrameLines; ++missing) {
     std::vector<std::string> lines = first;
@@ -169,7 +169,7 @@ TEST(LoggedCalls, TwoFramesWithAnyOneLineMissingAreStillTwoFrames) {
 
 TEST(LoggedCalls, ALineThatIsCutOrOfAnotherTagCostsItselfOnly) {
   for (std::size_t at = 0; at < kFrameLines; ++at) {
-    auto const frame = Frame(0, 5, 1000000);
+    auto const frame = LoggedFrame(0, 5, 1000000);
     std::vector<std::string> lines;
     for (auto const& message : frame) lines.push_back(InThread(9, message));
     lines[at].resize(lines[at].size() - 2);  // in the decimals, or in front of a single digit
@@ -184,8 +184,8 @@ TEST(LoggedCalls, ALineThatIsCutOrOfAnotherTagCostsItselfOnly) {
 }
 
 TEST(LoggedCalls, ThreadsThatMingleAreToldApart) {
-  auto const first = Frame(0, 5, 1000000);
-  auto const second = Frame(2, 8, 1000100);
+  auto const first = LoggedFrame(0, 5, 1000000);
+  auto const second = LoggedFrame(2, 8, 1000100);
   std::vector<std::string> lines;
   std::vector<std::string> plain;
   for (std::size_t i = 0; i < kFrameLines; ++i) {
@@ -213,8 +213,8 @@ TEST(LoggedCalls, ThreadsThatMingleAreToldApart) {
 
 // The end of one frame and the beginning of the next are lost, and what is left fits together line by line.
 TEST(LoggedCalls, APauseSeparatesWhatIsLeftOfTwoFrames) {
-  auto const first = Frame(0, 5, 1000000);
-  auto const second = Frame(0, 6, 1016667);
+  auto const first = LoggedFrame(0, 5, 1000000);
+  auto const second = LoggedFrame(0, 6, 1016667);
   std::vector<std::string> lines;
   for (std::size_t i = 0; i < 9; ++i) lines.push_back(InThread(9, first[i], 0));
   for (std::size_t i = 9; i < kFrameLines; ++i) lines.push_back(InThread(9, second[i], 16));

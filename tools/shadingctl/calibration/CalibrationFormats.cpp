@@ -87,7 +87,7 @@ std::string BlockText(Json const& block) {
                         valid.is_null() ? "" : fmt::format(": {:#04x}", valid.get<unsigned int>()));
   }
   std::string const kind = Text(block.at("kind"));
-  if (kind == Name(BlockKind::kUntouched) || kind == Name(BlockKind::kNotAsked)) return text;
+  if (kind == kUntouched || kind == kNotAsked) return text;
   text += fmt::format("    {} bytes handed out, as 16-bit values (right: 0x2000 is 1):\n",
                       block.at("length").get<std::int32_t>() - 1);
   if (block.at("rows").empty()) return text + "      less than a row of 130 values\n";

@@ -25,6 +25,32 @@ Json StatisticsJson(std::vector<unsigned int> const& values) {
 
 Json TextOrNull(std::string const& text) { return text.empty() ? Json(nullptr) : Json(text); }
 
+// Each part of the record and what it says; "--" for a byte that the file does not supply.
+Json RecordPartsJson(CameraCalibration const& camera) {
+  Json parts = Json::array();
+  if (!camera.record) return parts;
+  DumpFile const& file = camera.file;
+  auto const add = [&](std::size_t first, std::size_t last, std::string const& meaning) {
+    std::string hex;
+    for (std::size_t i = first; i <= last; ++i) {
+      hex += (i == first ? "" : " ") + (i < file.recordBytes ? fmt::format("{:02x}", file.record[i]) : "--");
+    }
+    parts.push_back({{"bytes", first == last ? std::to_string(first) : fmt::format("{}-{}", first, last)},
+                     {"hex", hex},
+                     {"meaning", meaning}});
+  };
+  bool const isValid = camera.record->valid == kValidRecord;
+  std::string const unused = isValid ? "" : ", not used";
+  add(0, 0, isValid ? "1: the record is valid" : "not 1: the record is invalid");
+  add(1, 4, "not interpreted");
+  add(5, 5, fmt::format("magnitude of the gradient: {}{}", file.record[5], unused));
+  add(6, 6,
+      fmt::format("its sign: {}{}", file.record[6] > 128 ? "negative (129 to 255)" : "positive (0 to 128)", unused));
+  add(7, 9, "not interpreted");
+  add(10, 10, "flag_f: only logged");
+  return parts;
+}
+
 Json TableJson(CameraCalibration const& camera) {
   Verdict const verdict = JudgeTable(camera);
   Json json = {{"index", camera.table},     {"sound", verdict.sound},
@@ -32,15 +58,12 @@ Json TableJson(CameraCalibration const& camera) {
                {"settled", camera.settled}, {"record_offset", OrNull(camera.places.recordOffset)},
                {"record", nullptr},         {"valid_byte", nullptr},
                {"gradient", nullptr},       {"flag", nullptr},
-               {"flag_f", nullptr},         {"record_parts", Json::array()}};
-  for (RecordPart const& part : ExplainRecord(camera)) {
-    json["record_parts"].push_back({{"bytes", part.bytes}, {"hex", part.hex}, {"meaning", part.meaning}});
-  }
+               {"flag_f", nullptr},         {"record_parts", RecordPartsJson(camera)}};
   if (camera.record) {
     DumpFile const& file = camera.file;
     json["record"] = fmt::format("{:02x}", fmt::join(file.record.begin(), file.record.begin() + file.recordBytes, " "));
     json["valid_byte"] = camera.record->valid;
-    if (camera.record->valid == 1) json["gradient"] = camera.record->gradient;
+    if (camera.record->valid == kValidRecord) json["gradient"] = camera.record->gradient;
     json["flag"] = camera.record->flag;
     json["flag_f"] = camera.record->furtherFlag;
   }
@@ -50,7 +73,7 @@ Json TableJson(CameraCalibration const& camera) {
 Json BlockJson(CameraCalibration const& camera) {
   Verdict const verdict = JudgeBlock(camera);
   auto const& place = camera.places.block;
-  Json json = {{"kind", Name(KindOf(camera))},
+  Json json = {{"kind", KindOf(camera)},
                {"sound", verdict.sound},
                {"reason", verdict.reason},
                {"default", TextOrNull(verdict.defaultAnswer)},
@@ -58,7 +81,7 @@ Json BlockJson(CameraCalibration const& camera) {
                {"length", place ? Json(place->length) : nullptr},
                {"valid_byte", OrNull(camera.blockValid)},
                {"mirrored", camera.mirrored},
-               {"default_fill", KindOf(camera) == BlockKind::kDefaultFill},
+               {"default_fill", KindOf(camera) == kDefaultFill},
                {"minimum", nullptr},
                {"maximum", nullptr},
                {"mean", nullptr},

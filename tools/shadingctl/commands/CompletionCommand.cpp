@@ -6,70 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "CompletionText.h"  // generated
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {
-
-// Both shells look up words in the same list. Its lines are COMMAND|PLACE|WORDS: PLACE is an option whose value is
-// typed, or - for names of options, or empty for arguments; @file and @directory stand for names of such.
-constexpr char const* kLookUp = R"(
-_shadingctl_offer() {  # COMMAND BEFORE CURRENT: sets offered
-  local place= key
-  if [[ $3 == -* ]]; then place=-; fi
-  for key in "$1|$2|" "$1|$place|"; do
-    if [[ $_shadingctl_words == *$'\n'"$key"* ]]; then
-      offered=${_shadingctl_words#*$'\n'"$key"}
-      offered=${offered%%$'\n'*}
-      return
-    fi
-  done
-}
-)";
-
-// With --format=csv the shell hands over three words; what is typed of the last one is completed either way.
-constexpr char const* kBash = R"(
-_shadingctl() {
-  local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command= offered= i
-  if [[ $current == = ]]; then
-    current=
-  elif [[ $before == = ]]; then
-    before=${COMP_WORDS[COMP_CWORD - 2]}
-  fi
-  for ((i = COMP_CWORD - 1; i > 0; --i)); do
-    if [[ ${COMP_WORDS[i]} != -* ]]; then command=${COMP_WORDS[i]}; fi
-  done
-  _shadingctl_offer "$command" "$before" "$current"
-  if [[ $offered == @* ]]; then
-    compopt -o filenames
-    mapfile -t COMPREPLY < <(compgen -A "${offered#@}" -- "$current")
-  else
-    mapfile -t COMPREPLY < <(compgen -W "$offered" -- "$current")
-  fi
-}
-
-complete -F _shadingctl shadingctl
-)";
-
-constexpr char const* kZsh = R"(
-_shadingctl() {
-  local before=$words[CURRENT-1] command= offered= i
-  if compset -P '--*='; then before=${IPREFIX%=}; fi
-  for ((i = CURRENT - 1; i > 1; --i)); do
-    if [[ $words[i] != -* ]]; then command=$words[i]; fi
-  done
-  _shadingctl_offer "$command" "$before" "$PREFIX"
-  case $offered in
-    @file) _files ;;
-    @directory) _files -/ ;;
-    *) compadd -- ${=offered} ;;
-  esac
-}
-
-_shadingctl "$@"
-)";
 
 // What an option or argument takes. The name of its type is followed by the values that a check lists:
 // "TEXT:{table,csv,json}".
@@ -100,6 +43,7 @@ void AddLines(std::string const& name, CLI::App const& command, std::string& lis
   list += fmt::format("{}|-|{}\n", name, fmt::join(names, " "));
 }
 
+// As completion/lookup.sh says.
 std::string WordList(CLI::App const& app) {
   std::string list = "\n||";
   for (CommandEntry const& entry : kCommands) list += fmt::format("{}{}", list.back() == '|' ? "" : " ", entry.name);

@@ -25,8 +25,8 @@ namespace {
 
 struct DoctorArguments {
   std::string library;
-  std::string format = "table";
-  std::string output = kStandardOutput;
+  Format format = Format::kTable;
+  std::string output;
   std::string target;  // empty: any machine
   bool load = false;
 };
@@ -70,7 +70,7 @@ int RunDoctor(DoctorArguments const& arguments) {
   if (arguments.load && IsShadingLibrary(file)) Load(arguments.library, findings);
   OutputFile output(arguments.output);
   nlohmann::ordered_json const json = DiagnosisJson(arguments.library, findings);
-  output.Write(arguments.format == "json" ? JsonText(json) : DiagnosisText(json));
+  output.Write(arguments.format == Format::kJson ? JsonText(json) : DiagnosisText(json));
   output.Finish();
   return IsSound(findings) ? kExitDone : kExitDifference;
 }
@@ -91,10 +91,7 @@ void AddOptions(CLI::App& command, DoctorArguments& arguments) {
       .add_option("LIBRARY", arguments.library,
                   "The shared object, of this or of the phone's processor; - is standard input")
       ->required();
-  command.add_option("--format", arguments.format, "How to show the result")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"table", "json"}));
-  AddOutput(command, arguments.output);
+  AddResultOptions(command, arguments.format, arguments.output, {"table", "json"});
   command.add_option("--for", arguments.target, "Judge it for that machine too: a phone lacks a desktop's run time")
       ->check(CLI::IsMember({"phone"}));
   command.add_flag("--load", arguments.load, "Load it too, in a process of its own, and ask for its object");

@@ -6,6 +6,7 @@
 #include <tuple>
 #include <vector>
 
+#include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
@@ -36,7 +37,7 @@ int RunDumps(DumpsArguments const& arguments) {
   std::vector<NamedDump> dumps;
   int exitCode = kExitDone;
   auto const complain = [&](std::string const& complaint) {
-    TellPlainly(complaint + "\n");
+    TellPlainly(hosting::Escaped(complaint) + "\n");
     exitCode = std::max(exitCode, kExitDifference);
   };
   for (std::string const& name : arguments.names) {

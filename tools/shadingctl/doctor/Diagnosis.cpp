@@ -5,28 +5,19 @@
 
 #include <algorithm>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 
+#include "hosting/ElfImage.h"
+#include "hosting/QuotedText.h"
+#include "tools/shadingctl/doctor/DoctorRules.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
 
 namespace shadingctl {
 namespace {
 
-using Findings = std::vector<Finding>;
 using Names = std::vector<std::string>;
-
-Finding Sound(char const* check, std::string text) { return {check, Judgement::kSound, std::move(text)}; }
-Finding Fault(char const* check, std::string text) { return {check, Judgement::kFault, std::move(text)}; }
-
-Finding SoundIf(bool isSound, char const* check, std::string whenSound, std::string whenNot) {
-  return isSound ? Sound(check, std::move(whenSound)) : Fault(check, std::move(whenNot));
-}
-
-template <class Names>
-bool IsOneOf(std::string const& name, Names const& names) {
-  return std::find(names.begin(), names.end(), name) != names.end();
-}
 
 Finding JudgeProcessor(ElfFile const& file, bool isForPhone) {
   char const* standardLibrary = "an unknown standard library";
@@ -36,9 +27,9 @@ Finding JudgeProcessor(ElfFile const& file, bool isForPhone) {
       standardLibrary = "libc++";
     }
   }
-  bool const isArm = file.processor == Processor::kAArch64;
-  if (isForPhone && !isArm) return Fault("processor", "expected AArch64, found x86-64");
-  return Sound("processor", fmt::format("{}, with {}", isArm ? "AArch64" : "x86-64", standardLibrary));
+  std::string const found = hosting::ProcessorName(file.machine);
+  if (isForPhone && file.machine != EM_AARCH64) return Fault("processor", "expected AArch64, found " + found);
+  return Sound("processor", fmt::format("{}, with {}", found, standardLibrary));
 }
 
 Finding JudgeName(ElfFile const& file) {
@@ -172,69 +163,16 @@ Findings JudgeNeeded(ElfFile const& file, bool isForPhone) {
   return findings;
 }
 
-bool IsFortified(std::string const& name) {
-  return name.size() > 6 && name.compare(0, 2, "__") == 0 && name.compare(name.size() - 4, 4, "_chk") == 0;
-}
-
-Findings JudgeHardening(ElfFile const& file) {
-  bool const isSplit = std::none_of(file.loads.begin(), file.loads.end(),
-                                    [](ElfSegment const& segment) { return segment.writable && segment.executable; });
-  Names fortified;
-  std::copy_if(file.imports.begin(), file.imports.end(), std::back_inserter(fortified), IsFortified);
-  return {
-      SoundIf(file.readOnlyLater.has_value(), "relocations", "read-only once applied", "stay writable"),
-      SoundIf(file.bindsNow, "binding", "immediate", "expected every symbol to be bound at load, found lazy binding"),
-      SoundIf(file.stack && !file.stack->executable, "stack", "not executable",
-              file.stack ? "executable" : "expected a file that says that it is not executable, found none"),
-      SoundIf(isSplit && !file.relocatesCode, "code", "read-only", "the loader or the program can write into code"),
-      SoundIf(IsOneOf("__stack_chk_fail", file.imports), "stack protector", "on",
-              "expected calls of __stack_chk_fail, found none"),
-      SoundIf(!fortified.empty(), "fortified calls", fmt::format("{}", fmt::join(fortified, ", ")),
-              "expected calls like __vsnprintf_chk, found none"),
-  };
-}
-
-// Whether a function may be the target of an indirect branch: endbr64; bti c, or the signing that implies it.
-bool IsLandingPad(Processor processor, std::uint32_t instruction) {
-  if (processor == Processor::kX86_64) return instruction == 0xfa1e0ff3;
-  return instruction == 0xd503245f || instruction == 0xd503233f || instruction == 0xd503237f;
-}
-
-Finding JudgeBranches(ElfFile const& file) {
-  constexpr char const* kCheck = "branch protection";
-  bool const isArm = file.processor == Processor::kAArch64;
-  char const* const protection =
-      isArm ? "branch targets and signed return addresses" : "branch targets and shadow stack";
-  if ((file.branchFeatures & kBranchFeatures) == kBranchFeatures) return Sound(kCheck, protection);
-  std::size_t functions = 0;
-  std::size_t protectedOnes = 0;
-  for (ElfExport const& offered : file.exports) {
-    if (!offered.firstInstruction) continue;
-    ++functions;
-    if (IsLandingPad(file.processor, *offered.firstInstruction)) ++protectedOnes;
+char const* Name(Judgement judgement) {
+  switch (judgement) {
+    case Judgement::kSound:
+      return "ok";
+    case Judgement::kNote:
+      return "note";
+    case Judgement::kFault:
+      return "FAULT";
   }
-  if (functions == 0 || protectedOnes < functions) {
-    return Fault(kCheck,
-                 fmt::format("expected {}, found {} of {} functions prepared", protection, protectedOnes, functions));
-  }
-  return {kCheck, Judgement::kNote,
-          fmt::format("all {} functions are prepared, but the file is not marked for {}: start files without it take "
-                      "the mark away",
-                      functions, protection)};
-}
-
-Findings JudgePageSize(ElfFile const& file) {
-  constexpr std::uint64_t kPageBytes = 16384;  // the largest pages of phones
-  Findings findings;
-  for (ElfSegment const& segment : file.loads) {
-    if (segment.alignment < kPageBytes || (segment.address - segment.fileOffset) % kPageBytes != 0) {
-      findings.push_back(Fault("page size", fmt::format("the segment at {:#x} is aligned to {}, expected {}",
-                                                        segment.address, segment.alignment, kPageBytes)));
-    }
-  }
-  if (file.loads.empty()) findings.push_back(Fault("page size", "nothing is loaded"));
-  if (findings.empty()) findings.push_back(Sound("page size", "up to 16 KiB"));
-  return findings;
+  return "";
 }
 
 // A tap is linked with the library in whose place it stands.
@@ -260,17 +198,38 @@ std::vector<Finding> Diagnose(ElfFile const& file, bool isForPhone) {
         Fault("exports", fmt::format("none of the {} names: this is no shading library", ExpectedExports().size())));
     return findings;
   }
-  for (Findings const& further : {{JudgeName(file)},
-                                  JudgeExports(file),
-                                  JudgeTable(file),
-                                  JudgeNeeded(file, isForPhone),
-                                  JudgeHardening(file),
-                                  {JudgeBranches(file)},
-                                  JudgePageSize(file),
-                                  {SoundIf(!file.buildId.empty(), "build id", file.buildId, "there is none")}}) {
+  for (Findings const& further :
+       {{JudgeName(file)}, JudgeExports(file), JudgeTable(file), JudgeNeeded(file, isForPhone), JudgeBuild(file)}) {
     findings.insert(findings.end(), further.begin(), further.end());
   }
   return findings;
+}
+
+bool IsSound(std::vector<Finding> const& findings) {
+  return std::none_of(findings.begin(), findings.end(),
+                      [](Finding const& finding) { return finding.judgement == Judgement::kFault; });
+}
+
+nlohmann::ordered_json DiagnosisJson(std::string const& library, std::vector<Finding> const& findings) {
+  nlohmann::ordered_json json = {{"schema", "shadingctl-doctor"},
+                                 {"version", 1},
+                                 {"library", library},
+                                 {"sound", IsSound(findings)},
+                                 {"findings", nlohmann::ordered_json::array()}};
+  for (Finding const& finding : findings) {
+    json["findings"].push_back(
+        {{"check", finding.check}, {"verdict", Name(finding.judgement)}, {"text", finding.text}});
+  }
+  return json;
+}
+
+std::string DiagnosisText(nlohmann::ordered_json const& diagnosis) {
+  std::string text;
+  for (auto const& finding : diagnosis["findings"]) {
+    auto const escaped = [&](char const* key) { return hosting::Escaped(finding[key].get_ref<std::string const&>()); };
+    text += fmt::format("{:<5}  {:<17}  {}\n", escaped("verdict"), escaped("check"), escaped("text"));
+  }
+  return text;
 }
 
 }  // namespace shadingctl

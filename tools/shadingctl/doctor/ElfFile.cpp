@@ -15,29 +15,11 @@ namespace {
 
 using hosting::ElfImage;
 
-Processor ReadProcessor(ElfImage const& image) {
-  switch (image.Header().e_machine) {
-    case EM_X86_64:
-      return Processor::kX86_64;
-    case EM_AARCH64:
-      return Processor::kAArch64;
-    default:
-      image.Fail(fmt::format("expected code for x86-64 or AArch64, found {}",
-                             hosting::ProcessorName(image.Header().e_machine)));
-  }
-}
-
 void ReadSegments(ElfImage const& image, ElfFile& file) {
-  for (Elf64_Phdr const& header : image.Segments()) {
-    ElfSegment const segment = {header.p_offset,
-                                header.p_filesz,
-                                header.p_vaddr,
-                                header.p_align,
-                                (header.p_flags & PF_W) != 0,
-                                (header.p_flags & PF_X) != 0};
-    if (header.p_type == PT_LOAD) file.loads.push_back(segment);
-    if (header.p_type == PT_GNU_STACK) file.stack = segment;
-    if (header.p_type == PT_GNU_RELRO) file.readOnlyLater = segment;
+  for (Elf64_Phdr const& segment : image.Segments()) {
+    if (segment.p_type == PT_LOAD) file.loads.push_back(segment);
+    if (segment.p_type == PT_GNU_STACK) file.stack = segment;
+    if (segment.p_type == PT_GNU_RELRO) file.readOnlyLater = segment;
   }
 }
 
@@ -71,9 +53,9 @@ void ReadSymbols(ElfImage const& image, Elf64_Shdr const& section, ElfFile& file
 }
 
 // A property is its type and size, 4 bytes each, and its value, padded to 8 bytes.
-void ReadProperties(std::string_view properties, Processor processor, ElfFile& file) {
+void ReadProperties(std::string_view properties, ElfFile& file) {
   std::uint32_t const wanted =
-      processor == Processor::kAArch64 ? GNU_PROPERTY_AARCH64_FEATURE_1_AND : GNU_PROPERTY_X86_FEATURE_1_AND;
+      file.machine == EM_AARCH64 ? GNU_PROPERTY_AARCH64_FEATURE_1_AND : GNU_PROPERTY_X86_FEATURE_1_AND;
   while (properties.size() >= 8) {
     std::uint32_t head[2];
     std::memcpy(head, properties.data(), sizeof head);
@@ -106,7 +88,7 @@ void ReadNotes(ElfImage const& image, Elf64_Shdr const& section, ElfFile& file) 
           fmt::format("{:02x}", fmt::join(reinterpret_cast<unsigned char const*>(content.data()),
                                           reinterpret_cast<unsigned char const*>(content.data()) + content.size(), ""));
     }
-    if (note.n_type == NT_GNU_PROPERTY_TYPE_0) ReadProperties(content, file.processor, file);
+    if (note.n_type == NT_GNU_PROPERTY_TYPE_0) ReadProperties(content, file);
   }
 }
 
@@ -116,7 +98,10 @@ ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& t
   ElfImage image(std::move(bytes), path);
   image.ReadSections();
   ElfFile file;
-  file.processor = ReadProcessor(image);
+  file.machine = image.Header().e_machine;
+  if (file.machine != EM_X86_64 && file.machine != EM_AARCH64) {
+    image.Fail(fmt::format("expected code for x86-64 or AArch64, found {}", hosting::ProcessorName(file.machine)));
+  }
   ReadSegments(image, file);
   for (Elf64_Shdr const& section : image.Sections()) {
     if (section.sh_type == SHT_DYNAMIC) ReadDynamic(image, section, file);

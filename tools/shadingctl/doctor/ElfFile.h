@@ -1,6 +1,8 @@
 // The parts of an ELF shared object that the checks need. None of its code is run.
 #pragma once
 
+#include <elf.h>
+
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -13,23 +15,12 @@ class ElfImage;
 
 namespace shadingctl {
 
-enum class Processor { kX86_64, kAArch64 };
-
 // A symbol that the file exports.
 struct ElfExport {
   std::string name;  // mangled, without a version
   std::uint64_t address = 0;
   std::uint64_t bytes = 0;
   std::optional<std::uint32_t> firstInstruction;  // the first 4 bytes of a function
-};
-
-struct ElfSegment {
-  std::uint64_t fileOffset = 0;
-  std::uint64_t fileBytes = 0;
-  std::uint64_t address = 0;
-  std::uint64_t alignment = 0;
-  bool writable = false;
-  bool executable = false;
 };
 
 // What the loader writes into one pointer: the address of `symbol`, or, where that is empty, `address` in this file.
@@ -42,14 +33,14 @@ struct ElfPointer {
 constexpr std::uint64_t kMaximumTableBytes = 4096;
 
 struct ElfFile {
-  Processor processor = Processor::kX86_64;
-  std::string soname;  // empty: none
+  unsigned int machine = EM_NONE;  // EM_X86_64 or EM_AARCH64
+  std::string soname;              // empty: none
   std::vector<std::string> needed;
   std::vector<ElfExport> exports;
   std::vector<std::string> imports;
-  std::vector<ElfSegment> loads;
-  std::optional<ElfSegment> stack;            // PT_GNU_STACK: the permissions of the stack
-  std::optional<ElfSegment> readOnlyLater;    // PT_GNU_RELRO: read-only once relocations are applied
+  std::vector<Elf64_Phdr> loads;
+  std::optional<Elf64_Phdr> stack;            // PT_GNU_STACK: the permissions of the stack
+  std::optional<Elf64_Phdr> readOnlyLater;    // PT_GNU_RELRO: read-only once relocations are applied
   bool bindsNow = false;                      // every symbol is bound at load
   bool relocatesCode = false;                 // the loader has to write into code
   std::string buildId;                        // hexadecimal; empty: none

@@ -30,71 +30,80 @@ Json DumpJson(NamedDump const& named) {
           {"samples", std::move(samples)}};
 }
 
-// Positions as they are printed in a dump.
-std::string Text(Json const& value, char const* whenNull) {
+struct Column {
+  char const* place;  // in the JSON
+  char const* csv;
+  char const* head;  // of the table
+  char const* unit;
+  int width;  // of the table; 0: not in it
+} constexpr kColumns[] = {{"/kind", "kind", "kind", "", -7},
+                          {"/camera", "camera", "camera", "", 6},
+                          {"/frame", "frame", "frame", "", 10},
+                          {"/printed_frame", "printed_frame", "printed", "as", 11},
+                          {"/start_of_frame_us", "start_of_frame_us", "start of frame", "us", 15},
+                          {"/samples", "samples", "samples", "of span", 7},
+                          {"/hall0/x", "hall0_x", "hall x", "hall unit", 16},
+                          {"/hall0/y", "hall0_y", "hall y", "hall unit", 15},
+                          {"/hall1/x", "hall1_x", "", "", 0},
+                          {"/hall1/y", "hall1_y", "", "", 0},
+                          {"/exposure_us", "exposure_us", "exposure", "us", 9},
+                          {"/shutter_us", "shutter_us", "readout", "us", 9}};
+
+// Positions as they are printed in a dump; of samples their number.
+std::string Text(Json const& value, char const* whenNull = "") {
   if (value.is_null()) return whenNull;
+  if (value.is_array()) return std::to_string(value.size());
   if (value.is_number_float()) return fmt::format("{:.6f}", value.get<double>());
   return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
-// ---- Table
-
-constexpr char const* kColumns = "{:<7} {:>6} {:>10} {:>11} {:>15} {:>7}  {:>15} {:>15} {:>9} {:>9}";
-
-template <class... Cells>
-std::string Row(Cells const&... cells) {
-  std::string row = fmt::format(kColumns, cells...);
-  row.erase(row.find_last_not_of(' ') + 1);
-  return row + "\n";
+template <class CellOf>
+std::string TableRow(CellOf const& cellOf) {
+  std::string row;
+  for (Column const& column : kColumns) {
+    if (column.width == 0) continue;
+    row += column.width < 0 ? fmt::format("{:<{}} ", cellOf(column), -column.width)
+                            : fmt::format("{:>{}} ", cellOf(column), column.width);
+  }
+  return row.substr(0, row.find_last_not_of(' ') + 1) + "\n";
 }
 
 std::string TableHead() {
-  return Row("kind", "camera", "frame", "printed", "start of frame", "samples", "hall x", "hall y", "exposure",
-             "readout") +
-         Row("", "", "", "as", "us", "of span", "hall unit", "hall unit", "us", "us");
+  return TableRow([](Column const& column) { return column.head; }) +
+         TableRow([](Column const& column) { return column.unit; });
 }
 
 std::string TableRows(Json const& dump, bool withSamples) {
-  auto const cell = [&](char const* key) { return Text(dump.at(key), "-"); };
-  auto const at = [](Json const& position, char const* axis) { return Text(position.at(axis), "-"); };
-  Json const& hall0 = dump.at("hall0");
+  std::string text =
+      TableRow([&](Column const& column) { return Text(dump.at(Json::json_pointer(column.place)), "-"); });
   Json const& hall1 = dump.at("hall1");
-  Json const& samples = dump.at("samples");
-  std::string text = Row(cell("kind"), cell("camera"), cell("frame"), cell("printed_frame"), cell("start_of_frame_us"),
-                         samples.size(), at(hall0, "x"), at(hall0, "y"), cell("exposure_us"), cell("shutter_us"));
   if (hall1.at("x") != 0 || hall1.at("y") != 0) {
-    text += fmt::format("        hall 1: {} {}\n", at(hall1, "x"), at(hall1, "y"));
+    text += fmt::format("        hall 1: {} {}\n", Text(hall1.at("x")), Text(hall1.at("y")));
   }
-  for (std::size_t i = 0; withSamples && i < samples.size(); ++i) {
-    text += fmt::format("{:>60}  {:>15} {:>15}\n", i, at(samples[i], "x"), at(samples[i], "y"));
+  std::size_t index = 0;
+  for (Json const& sample : dump.at("samples")) {
+    if (!withSamples) break;
+    text += fmt::format("{:>60}  {:>15} {:>15}\n", index++, Text(sample.at("x")), Text(sample.at("y")));
   }
   return text;
 }
 
-// ---- CSV
-
 std::string CsvHead(bool withSamples) {
-  return fmt::format(
-      "kind,camera,frame,printed_frame,start_of_frame_us,samples,hall0_x,hall0_y,hall1_x,hall1_y,exposure_us,shutter_us"
-      "{}\n",
-      withSamples ? ",samples_x,samples_y" : "");
+  std::string head;
+  for (Column const& column : kColumns) head += (head.empty() ? "" : ",") + std::string(column.csv);
+  return head + (withSamples ? ",samples_x,samples_y\n" : "\n");
 }
 
 std::string CsvRow(Json const& dump, bool withSamples) {
   std::string row;
-  for (char const* const key : {"kind", "camera", "frame", "printed_frame", "start_of_frame_us"}) {
-    row += Text(dump.at(key), "") + ",";
+  for (Column const& column : kColumns) {
+    row += (row.empty() ? "" : ",") + Text(dump.at(Json::json_pointer(column.place)));
   }
-  row += std::to_string(dump.at("samples").size());
-  for (char const* const hall : {"hall0", "hall1"}) {
-    for (char const* const axis : {"x", "y"}) row += "," + Text(dump.at(hall).at(axis), "");
-  }
-  for (char const* const key : {"exposure_us", "shutter_us"}) row += "," + Text(dump.at(key), "");
   for (char const* const axis : {"x", "y"}) {
     if (!withSamples) break;
     char separator = ',';
     for (Json const& sample : dump.at("samples")) {
-      row += separator + Text(sample.at(axis), "");
+      row += separator + Text(sample.at(axis));
       separator = ' ';
     }
   }
@@ -105,15 +114,16 @@ std::string CsvRow(Json const& dump, bool withSamples) {
 
 void WriteDumps(Format format, OutputFile& output, std::vector<NamedDump> const& dumps, bool withSamples) {
   bool const isJson = format == Format::kJson;
-  output.Write(isJson                   ? "{\"schema\": \"shadingctl-dumps\", \"version\": 1,\n\"dumps\": ["
-               : format == Format::kCsv ? CsvHead(withSamples)
-                                        : TableHead());
+  bool const isCsv = format == Format::kCsv;
+  output.Write(isJson  ? "{\"schema\": \"shadingctl-dumps\", \"version\": 1,\n\"dumps\": ["
+               : isCsv ? CsvHead(withSamples)
+                       : TableHead());
   for (NamedDump const& named : dumps) {
     Json const dump = DumpJson(named);
     if (isJson) output.Write(&named == &dumps.front() ? "\n" : ",\n");
-    output.Write(isJson                   ? dump.dump(-1, ' ', false, Json::error_handler_t::replace)
-                 : format == Format::kCsv ? CsvRow(dump, withSamples)
-                                          : TableRows(dump, withSamples));
+    output.Write(isJson  ? dump.dump(-1, ' ', false, Json::error_handler_t::replace)
+                 : isCsv ? CsvRow(dump, withSamples)
+                         : TableRows(dump, withSamples));
   }
   if (isJson) output.Write("\n]}\n");
 }
