@@ -35,6 +35,11 @@ void Configure(bool systemLog, bool file) {
 
 }  // namespace
 
+VeyraShadingUtil& LoadUnchecked(std::string const& path) {
+  void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  return *reinterpret_cast<VeyraShadingUtil* (*)()>(dlsym(library, "createInstance"))();
+}
+
 Library::Library(std::string const& path) {
   Configure(false, false);
   mObject = &hosting::LoadShadingLibrary(path);

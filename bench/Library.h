@@ -14,6 +14,10 @@ constexpr int kCameras = 4;
 // The sensor type with which a camera is registered.
 constexpr int SensorType(int camera) { return camera + 3; }
 
+// Loads the library and creates its object as a phone's host does, without what hosting/ checks before. Requires: it is
+// the shading library.
+VeyraShadingUtil& LoadUnchecked(std::string const& path);
+
 class Library {
  public:
   // Configures the played device with kCameras cameras, logging to no sink, and loads the library. Throws

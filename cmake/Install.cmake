@@ -32,7 +32,7 @@ configure_file(packaging/vcam_shadingutil.pc.in ${PROJECT_BINARY_DIR}/vcam_shadi
 install(FILES ${PROJECT_BINARY_DIR}/vcam_shadingutil.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
         COMPONENT development)
 
-# The taps with their script; the tool with its pages, which it writes itself, and the import beside it.
+# The taps with their script; the tool with its manual pages and completions, and the import beside it.
 install(TARGETS vcam_shadingtap vcam_providertap DESTINATION ${platform_directory}/taps COMPONENT tools)
 install(PROGRAMS capture/tap DESTINATION ${platform_directory}/taps COMPONENT tools)
 if(TARGET shadingctl)

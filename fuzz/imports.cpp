@@ -43,7 +43,8 @@ std::unique_ptr<shadingctl::ImportedSession> Open(ImportArguments const& argumen
 std::optional<RecordingSize> Import(ImportArguments const& arguments) {
   try {
     auto const imported = Open(arguments);
-    RecordingSize const size = shadingctl::WriteRecording(imported->Session(), arguments.directory, true);
+    shadingctl::OutputFile nowhere("/dev/null");
+    RecordingSize const size = shadingctl::WriteRecording(imported->Session(), arguments.directory, true, nowhere);
     for (std::string const& remark : imported->Remarks()) {
       Expect(remark.find(Directory()) == 0, "a remark without its file: " + remark);
     }

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "hosting/LibraryFile.h"
+#include "hosting/ElfImage.h"
 #include "hosting/UnusableInput.h"
 
 namespace hosting {
@@ -41,7 +41,7 @@ bool HasTable(VeyraShadingUtil const* object) {
 
 VeyraShadingUtil& LoadShadingLibrary(std::string const& path) {
   std::string const file = FileOf(path);
-  CheckLibraryFile(path);
+  ElfImage::ExpectLoadable(path);
   void* const library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) throw UnusableInput(fmt::format("{}: cannot be loaded: {}", path, dlerror()));
   void* const symbol = dlsym(library, "createInstance");

@@ -111,8 +111,9 @@ std::string MakeRoomBelowMnt() {
 std::string MountCalibration(std::string const& directory) {
   static bool entered = false;
   std::error_code failure;
-  fs::path const source = fs::canonical(directory, failure);
-  if (failure || !fs::is_directory(source)) return directory + ": no such directory";
+  bool const isInMemory = directory.empty();
+  fs::path const source = isInMemory ? fs::path() : fs::canonical(directory, failure);
+  if (!isInMemory && (failure || !fs::is_directory(source))) return directory + ": no such directory";
 
   if (!entered) {
     if (auto error = EnterPrivateNamespace(); !error.empty()) return error;
@@ -121,7 +122,9 @@ std::string MountCalibration(std::string const& directory) {
   if (!fs::is_directory(kCalibrationDirectory, failure)) {
     if (auto error = MakeRoomBelowMnt(); !error.empty()) return error;
   }
-  return Bind(source, kCalibrationDirectory);
+  if (!isInMemory) return Bind(source, kCalibrationDirectory);
+  if (mount("tmpfs", kCalibrationDirectory, "tmpfs", 0, "mode=0755") == 0) return {};
+  return Because(std::string(kCalibrationDirectory) + " cannot be mounted");
 }
 
 }  // namespace desktop

@@ -193,6 +193,10 @@ TEST(Gates, FailWithTheReason) {
   plan.frameRateHz = 59.7;
   plan.exposureUs = 5000;
   HealthySession(plan).Write(sparse);
+  TemporaryDirectory const empty;
+  SickSession withoutSamples = HealthySession();
+  withoutSamples.samples.clear();
+  withoutSamples.Write(empty);
   struct {
     TemporaryDirectory const& session;
     char const* options;
@@ -205,7 +209,7 @@ TEST(Gates, FailWithTheReason) {
        "--fail-below 60.5: expected both ends near a sample in 60.5 % of the frames, found 60.00 % (120 of 200)"},
       {sparse, "--max-age-us 474700", 0, ""},
       {sparse, "--max-age-us 469000", 1, "--max-age-us 469000: expected no older position, found one of 47"},
-      {healthy, "--camera 5 --max-age-us 400000", 1, "--max-age-us 400000: expected positions, found none\n"},
+      {empty, "--max-age-us 400000", 1, "--max-age-us 400000: expected positions, found none\n"},
       {healthy, "--fail-below 90 --log-level 1", 2, "--fail-below: expected --log-level 4 or more, found 1"},
       {healthy, "--fail-below 101", 2, "expected a number from 0 to 100, found '101'"},
   };

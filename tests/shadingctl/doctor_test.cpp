@@ -1,8 +1,13 @@
 // What `shadingctl doctor` says about sound, damaged, truncated and foreign files.
 #include <elf.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -20,9 +25,9 @@ namespace shadingctl {
 namespace {
 
 // "FAULT exports: ..." for each finding.
-std::vector<std::string> DiagnoseBytes(std::string const& bytes) {
+std::vector<std::string> DiagnoseBytes(std::string const& bytes, bool isForPhone = false) {
   std::vector<std::string> lines;
-  for (Finding const& finding : Diagnose(ReadElf(bytes, "library", kTableName))) {
+  for (Finding const& finding : Diagnose(ReadElf(bytes, "library", kTableName), isForPhone)) {
     char const* const verdict = finding.judgement == Judgement::kFault ? "FAULT " : "";
     lines.push_back(verdict + finding.check + ": " + finding.text);
   }
@@ -88,6 +93,18 @@ class Damaged {
     return found;
   }
 
+  // Makes the table longer by an entry that is the same as another one.
+  void AppendEntry(std::uint64_t same) {
+    Elf64_Sym& table = *Symbol(kTableName).first;
+    Elf64_Rela const copied = *Entry(same);
+    Elf64_Rela* spare = nullptr;
+    ForRecords<Elf64_Rela>(SHT_RELA, [&](Elf64_Rela& relocation) {
+      if (relocation.r_offset - table.st_value >= table.st_size) spare = &relocation;
+    });
+    *spare = {table.st_value + table.st_size, copied.r_info, copied.r_addend};
+    table.st_size += 8;
+  }
+
   // Texts of one length.
   void Rename(std::string const& from, std::string const& to) {
     ASSERT_EQ(from.size(), to.size());
@@ -134,7 +151,13 @@ std::vector<Damage> const kDamages = {
      {"FAULT table: entry 11: expected VeyraShadingUtil::IsSupportSensor(int), found nothing"}},
     {"LongerTable",
      [](Damaged& library) { library.Symbol(kTableName).first->st_size += 8; },
-     {"FAULT exports: vtable for VeyraShadingUtil: expected 120 bytes, found 128"}},
+     {"FAULT table: entry 13: expected an operation, found nothing"}},
+    {"TableOfAnotherSize",
+     [](Damaged& library) { library.Symbol(kTableName).first->st_size += 4; },
+     {"FAULT exports: vtable for VeyraShadingUtil: expected 120 bytes, found 124"}},
+    {"OperationAppended",
+     [](Damaged& library) { library.AppendEntry(11); },
+     {"table: entry 13 is of a later interface: VeyraShadingUtil::IsSupportSensor(int)"}},
     {"WiderGlobal",
      [](Damaged& library) { library.Symbol("gLogLevel").first->st_size = 8; },
      {"FAULT exports: gLogLevel: expected 4 bytes, found 8"}},
@@ -224,9 +247,9 @@ TEST(Doctor, ForeignFilesAreUnusable) {
   other[18] = '\xF3';  // EM_RISCV
   other[19] = 0;
   directory.Write("other", other);
-  std::pair<char const*, char const*> const files[] = {{"text", "text: expected an ELF file"},
-                                                       {"empty", "empty: expected an ELF file"},
-                                                       {"narrow", "narrow: expected a 64-bit ELF file"},
+  std::pair<char const*, char const*> const files[] = {{"text", "text: is no library: expected an ELF file"},
+                                                       {"empty", "empty: is no library: expected an ELF file"},
+                                                       {"narrow", "narrow: is a library for another processor: "},
                                                        {"other", "found ELF machine 243"},
                                                        {"missing", "missing: cannot be read: No such file"},
                                                        {".", ": cannot be read: Is a directory"}};
@@ -238,22 +261,93 @@ TEST(Doctor, ForeignFilesAreUnusable) {
   }
 }
 
-TEST(Doctor, AnotherLibraryIsToldOnceAndNotLoadedForItsObject) {
-  Outcome const outcome = RunTool("doctor --load " OTHER_LIBRARY);
-  EXPECT_EQ(outcome.exitCode, 1);
-  EXPECT_NE(outcome.out.find("FAULT  exports            none of the 31 names: this is no shading library\n"),
-            std::string::npos)
-      << outcome.out;
-  EXPECT_NE(outcome.out.find("is no shading library: "), std::string::npos) << outcome.out;
+TEST(Doctor, WhatIsNoShadingLibraryIsToldOnceAndNotLoaded) {
+  std::pair<char const*, char const*> const files[] = {
+      {OTHER_LIBRARY, "none of the 31 names: this is no shading library"},
+      {TAP, "this is a tap; the library is libvcam_shadingutil.so.real"}};
+  for (auto const& [file, told] : files) {
+    Outcome const outcome = RunTool(std::string("doctor --load ") + file);
+    EXPECT_EQ(outcome.exitCode, 1);
+    auto const lines = Lines(outcome.out);
+    ASSERT_GE(lines.size(), 2U) << outcome.out;
+    EXPECT_EQ(lines[1], std::string("FAULT  exports            ") + told);
+    for (char const* const check : {"name", "table", "needed", "load"}) {
+      EXPECT_EQ(outcome.out.find(std::string("  ") + check + "  "), std::string::npos) << outcome.out;
+    }
+  }
 }
 
-TEST(Doctor, ALibraryThatCrashesWhenLoadedIsAFault) {
-  Outcome const outcome = RunTool("doctor --load --format json " CRASHING_LIBRARY);
-  EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
-  auto const json = nlohmann::json::parse(outcome.out);
-  EXPECT_EQ(json["sound"], false);
-  EXPECT_EQ(json["findings"].back()["verdict"], "FAULT");
-  EXPECT_EQ(json["findings"].back()["text"], "ended by signal 6 (Aborted)");
+TEST(Doctor, ForAPhoneADesktopsRunTimeIsAFault) {
+  Damaged library;
+  EXPECT_EQ(DiagnoseBytes(library.bytes, true).front(), "FAULT processor: expected AArch64, found x86-64");
+  library.At<Elf64_Ehdr>(0)->e_machine = EM_AARCH64;
+  std::string const fault = "FAULT needed: libc.so.6 is of a desktop's run time: no phone has it";
+  auto const has = [&](std::vector<std::string> const& lines) {
+    return std::find(lines.begin(), lines.end(), fault) != lines.end();
+  };
+  EXPECT_TRUE(has(DiagnoseBytes(library.bytes, true)));
+  EXPECT_FALSE(has(DiagnoseBytes(library.bytes)));
+}
+
+// What a hostile library does while it is loaded; a command that plays to it says the same.
+TEST(Doctor, ALibraryThatHarmsItsHostIsAFault) {
+  struct {
+    char const* act;
+    char const* told;
+    char const* written;
+  } const rows[] = {{"crash", "ended by signal 6 (Aborted)", ""},
+                    {"exit", "ends its host (exit code 0)", ""},
+                    {"end", "ends its host (exit code 0)", ""},
+                    {"write", "createInstance hands out no object", "it writes '\\x1b[2J{\\n\\u202e'"}};
+  for (auto const& row : rows) {
+    std::string const act = "ACT=" + std::string(row.act) + " exec shadingctl ";
+    Outcome const doctor = RunScript(act + "doctor --load --format json " HOSTILE_LIBRARY);
+    EXPECT_EQ(doctor.exitCode, 1) << doctor.err;
+    auto const json = nlohmann::json::parse(doctor.out);
+    EXPECT_EQ(json["sound"], false);
+    bool const writes = *row.written != '\0';
+    auto const& findings = json["findings"];
+    EXPECT_EQ(findings[findings.size() - (writes ? 2 : 1)]["text"], row.told) << doctor.out;
+    EXPECT_EQ(findings.back()["text"], writes ? row.written : row.told);
+    for (char const* const command : {"replay", "calibration"}) {
+      Outcome const outcome = RunScript(act + command + " --library " HOSTILE_LIBRARY);
+      EXPECT_EQ(outcome.exitCode, 3) << command;
+      EXPECT_EQ(outcome.out, "") << command;
+      EXPECT_EQ(outcome.err, std::string("shadingctl: " HOSTILE_LIBRARY ": ") + row.told + (writes ? "; " : "") +
+                                 row.written + "\n");
+    }
+  }
+}
+
+TEST(Doctor, WhatALibraryWritesIsInNoResult) {
+  Outcome const outcome =
+      RunScript("ACT=write REAL=" BUILT_LIBRARY " shadingctl replay --format json --library " HOSTILE_LIBRARY);
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_EQ(outcome.err, "shadingctl: " HOSTILE_LIBRARY ": it writes '\\x1b[2J{\\n\\u202e'\n");
+  EXPECT_EQ(nlohmann::json::parse(outcome.out)["complete"], true);
+}
+
+// It ignores all signals, and has started another process that does.
+TEST(Doctor, ALibraryThatHangsIsKilledWithAllThatItHasStarted) {
+  TemporaryDirectory const place;
+  setenv("ACT", "hang", 1);
+  setenv("PIPE", (place.Path() + "/pipe").c_str(), 1);
+  ASSERT_EQ(mkfifo(std::getenv("PIPE"), 0600), 0);
+  for (int const signal : {SIGINT, SIGTERM, 0}) {
+    StartedTool tool("doctor --load " HOSTILE_LIBRARY);
+    int writer = -1;
+    while (writer < 0 && tool.IsRunning()) writer = open(std::getenv("PIPE"), O_WRONLY | O_NONBLOCK);
+    ASSERT_GE(writer, 0) << "it has started another process";
+    close(writer);
+    if (signal != 0) tool.Signal(signal);
+    Outcome const outcome = tool.Finish();
+    EXPECT_EQ(outcome.exitCode, signal == 0 ? 1 : 128 + signal);
+    bool const isTold = outcome.out.find("FAULT  load               no answer within 5 s\n") != std::string::npos;
+    EXPECT_EQ(isTold, signal == 0) << outcome.out;
+    EXPECT_LT(open(std::getenv("PIPE"), O_WRONLY | O_NONBLOCK), 0) << "which is gone";
+  }
+  unsetenv("ACT");
+  unsetenv("PIPE");
 }
 
 TEST(Doctor, TheBuiltLibraryLoads) {

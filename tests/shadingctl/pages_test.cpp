@@ -22,31 +22,18 @@ std::set<std::string> OptionsIn(std::string const& text) {
 }
 
 TEST(ManPages, ThereIsOneOfEveryCommandWithAllItsOptions) {
-  TemporaryDirectory const directory;
-  ASSERT_EQ(RunTool("man --all " + directory.Path() + "/pages").exitCode, 0);
+  if (RunScript("command -v help2man").exitCode != 0) GTEST_SKIP() << "without help2man there are none";
   std::size_t pages = 0;
   for (std::string const& line : Lines(RunTool("help").out)) {
     std::smatch command;
     if (!std::regex_search(line, command, std::regex("^ {2}([a-z]+) {2,}"))) continue;
     std::string const name = command[1];
-    std::string const page = ReadFile(directory.Path() + "/pages/shadingctl-" + name + ".1");
-    ASSERT_NE(page, "") << name;
-    EXPECT_EQ(OptionsIn(Replaced(page, "\\-", "-")), OptionsIn(RunTool(name + " --help").out)) << name;
-    EXPECT_NE(page.find(".SH EXIT STATUS\n0 done, 1 a check"), std::string::npos) << page;
+    std::string const page = Replaced(ReadFile(PAGES "/man1/shadingctl-" + name + ".1"), "\\-", "-");
+    EXPECT_EQ(OptionsIn(page), OptionsIn(RunTool(name + " --help").out)) << name;
+    EXPECT_EQ(page.find(".TH SHADINGCTL"), page.find(".TH ")) << page;
     ++pages;
   }
   EXPECT_GE(pages, 8U);
-  std::string const program = ReadFile(directory.Path() + "/pages/shadingctl.1");
-  EXPECT_NE(program.find("\\fBreplay\\fR\n"), std::string::npos) << program;
-}
-
-TEST(ManPages, LinesAreShownAsTheyAre) {
-  std::string const page = RunTool("man replay").out;
-  EXPECT_NE(page.find("\n  start       a sample within 1500 us of the frame's start\n"), std::string::npos) << page;
-  EXPECT_NE(page.find("\\fB\\-\\-range\\fR \\fIFIRST:LAST\\fR\n"), std::string::npos) << page;
-  EXPECT_NE(page.find(".SH EXAMPLES\n.nf\nshadingctl replay\nshadingctl replay RECORDING \\-\\-reset"),
-            std::string::npos)
-      << page;
 }
 
 struct Typed {

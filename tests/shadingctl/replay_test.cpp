@@ -61,12 +61,17 @@ TEST(Replay, ModesAndTypesOfAFrameWorkedOutByHand) {
 TEST(Replay, ACameraThatIsNotInTheSensorMapIsOff) {
   TemporaryDirectory const directory;
   WriteWorkedRecording(directory);
-  Outcome const outcome = RunTool("replay --quiet --format csv --camera 1 " + directory.Path());
+  TemporaryDirectory const device;
+  device.Write("device.json", "{}");
+  Outcome const outcome = RunTool("replay --quiet --format csv --device " + device.Path() + " " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(outcome.out, kHeader + std::string("7,1000000000000,0,off,,,,,,,,,camera not in the sensor map,1,,,,,\n"));
+  EXPECT_EQ(outcome.out, kHeader + std::string("7,1000000000000,0,off,,,,,,,,,camera not in the sensor map,0,,,,,\n"));
   EXPECT_EQ(outcome.err,
-            "shadingctl: camera 1 is not in the device's sensor map: every frame is off\n"
+            "shadingctl: camera 0 is not in the device's sensor map: every frame is off\n"
             "shadingctl: NOTHING MATCHED: not one frame has a sample at its start\n");
+  Outcome const refused = RunTool("replay --camera 1 " + directory.Path());
+  EXPECT_EQ(refused.exitCode, 3);
+  EXPECT_EQ(refused.err, "shadingctl: " + directory.Path() + ": expected camera 1, found those of the device, 0, 2\n");
   // The second camera of the map answers like the first.
   EXPECT_NE(RunTool("replay --quiet --format csv --camera 2 " + directory.Path()).out.find(",start,"),
             std::string::npos);

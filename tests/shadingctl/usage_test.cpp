@@ -54,6 +54,7 @@ INSTANTIATE_TEST_SUITE_P(
         CommandLine{"replay --library /no/library.so", 3, "/no/library.so: cannot be read: No such file or directory"},
         CommandLine{"replay --library " GOLDEN "/builtin.csv", 3, "builtin.csv: is no library: expected an ELF file"},
         CommandLine{"replay --library " OTHER_LIBRARY, 3, "liblog.so: is no shading library: "},
+        CommandLine{"replay --camera 5", 3, "built-in session: expected camera 5, found those of the device, 0, 2\n"},
         CommandLine{"replay -o /no/result.csv", 3, "/no/result.csv: cannot be written: No such file or directory"},
         CommandLine{"replay --format csv -o /dev/full", 3, "/dev/full: cannot be written: No space left on device"},
         CommandLine{"replay --log /dev/full", 3, "/dev/full: cannot be written: No space left on device"},

@@ -1,12 +1,9 @@
 // shadingctl-import: makes recordings of other data. A program of its own, so that the tool itself needs no protobuf.
-#include <fmt/format.h>
-
 #include "tools/import/ImportedSession.h"
-#include "tools/shadingctl/commands/Program.h"
+#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/import/ImportOptions.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/RecordingWriter.h"
 
 namespace shadingctl {
@@ -33,11 +30,9 @@ void RefuseOverwritingInputs(ImportArguments const& arguments) {
 int Import(ImportArguments const& arguments) {
   RefuseOverwritingInputs(arguments);
   auto const imported = Open(arguments);
-  RecordingSize const size = WriteRecording(imported->Session(), arguments.directory, arguments.force);
-  for (std::string const& remark : imported->Remarks()) Tell(remark);
   OutputFile console(kStandardOutput);
-  console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.calculations, size.samples));
-  console.Finish();
+  WriteRecording(imported->Session(), arguments.directory, arguments.force, console);
+  for (std::string const& remark : imported->Remarks()) Tell(remark);
   return kExitDone;
 }
 

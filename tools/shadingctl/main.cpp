@@ -1,10 +1,10 @@
 // shadingctl: runs the shading library away from the phone, from the command line.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <map>
 
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/commands/Program.h"
 #include "tools/shadingctl/output/Console.h"
 
 namespace {
@@ -35,30 +35,20 @@ int Run(int argc, char** argv) {
   app.require_subcommand(0, 1);  // none is told below, after a misspelt one was told
   app.set_version_flag("-V,--version", kVersion);
   app.footer(kExamples);
-  shadingctl::Command chosen;
-  shadingctl::AddReplayCommand(app, chosen);
-  shadingctl::AddExplainCommand(app, chosen);
-  shadingctl::AddDiffCommand(app, chosen);
-  shadingctl::AddGenerateCommand(app, chosen);
-  shadingctl::AddBudgetCommand(app, chosen);
-  shadingctl::AddFitCommand(app, chosen);
-  shadingctl::AddCalibrationCommand(app, chosen);
-  shadingctl::AddDumpsCommand(app, chosen);
-  shadingctl::AddDoctorCommand(app, chosen);
-  shadingctl::AddReportCommand(app, chosen);
-  shadingctl::AddTraceCommand(app, chosen);
-  shadingctl::AddSummarizeCommand(app, chosen);
-  shadingctl::AddImportCommand(app, {argv + std::min(argc, 2), argv + argc}, chosen);
-  shadingctl::AddCompletionCommand(app, chosen);
-  shadingctl::AddManCommand(app, chosen);
-  shadingctl::AddHelpCommand(app, chosen);
+  std::map<CLI::App const*, shadingctl::Command> commands;
+  for (shadingctl::CommandEntry const& entry : shadingctl::kCommands) {
+    CLI::App* const command = app.add_subcommand(entry.name, entry.description);
+    commands[command] = entry.add(*command);
+  }
   try {
     app.parse(argc, argv);
-    for (CLI::App const* const command : app.get_subcommands()) shadingctl::RefuseEmptyValues(*command);
+    for (CLI::App const* const command : app.get_subcommands()) {
+      shadingctl::RefuseEmptyValues(*command);
+      return commands.at(command)(argv + std::min(argc, 2));
+    }
   } catch (CLI::ParseError const& error) {
     return shadingctl::AnswerParseError(app, error);
   }
-  if (chosen) return chosen();
   shadingctl::TellPlainly("A subcommand is required\nRun with --help for more information.\n");
   return shadingctl::kExitUsage;
 }

@@ -9,14 +9,14 @@
 
 namespace shadingctl {
 
-// One budget in words, with its limits.
-std::string BudgetText(Budget const& budget);
+// The document of `shadingctl budget`, from which the other formats are made: its member "budgets" has an object for
+// each, with numbers and nulls only.
+Json BudgetsJson(std::vector<Budget> const& budgets);
 
-// One line for each.
-std::string BudgetTable(std::vector<Budget> const& budgets);
-std::string BudgetCsv(std::vector<Budget> const& budgets);
+std::string BudgetsCsv(Json const& document);
+std::string BudgetsTable(Json const& document);
 
-// Names and values only, which are numbers or null.
-Json BudgetJson(Budget const& budget);
+// One budget in words, with its limits. Requires: the document has one.
+std::string BudgetText(Json const& document);
 
 }  // namespace shadingctl

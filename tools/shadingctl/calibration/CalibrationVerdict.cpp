@@ -4,13 +4,12 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <numeric>
 
 namespace shadingctl {
 namespace {
 
 constexpr std::size_t kValuesPerRow = 130;
-constexpr int kValid = 1;
+constexpr unsigned int kValidBlock = 1;  // its last byte
 constexpr int kMirroredLength = static_cast<int>(kBlockRows * kValuesPerRow * 2) + 1;
 
 std::string RangeOfTable(int table) {
@@ -31,15 +30,6 @@ std::string WhatIsMissing(CameraCalibration const& camera, bool hasKey, char con
   return camera.file.name.empty() ? camera.file.problem : "the dump file " + camera.file.problem;
 }
 
-std::string HexOf(DumpFile const& file, std::size_t first, std::size_t last) {
-  std::string hex;
-  for (std::size_t i = first; i <= last; ++i) {
-    hex += i == first ? "" : " ";
-    hex += i < file.recordBytes ? fmt::format("{:02x}", file.record[i]) : "--";
-  }
-  return hex;
-}
-
 // "; the file holds 3 of its 11 bytes" where it does not hold all.
 std::string CutRecord(DumpFile const& file) {
   if (file.recordBytes == kRecordSize) return {};
@@ -48,17 +38,16 @@ std::string CutRecord(DumpFile const& file) {
                      file.recordBytes, kRecordSize);
 }
 
-RowStatistics Join(std::vector<RowStatistics> const& rows) {
-  if (rows.empty()) return {};
-  RowStatistics all = rows.front();
-  double sum = 0;
-  for (RowStatistics const& row : rows) {
-    all.minimum = std::min(all.minimum, row.minimum);
-    all.maximum = std::max(all.maximum, row.maximum);
-    sum += row.mean;
-  }
-  all.mean = sum / static_cast<double>(rows.size());
-  return all;
+// Where the valid byte is not 1.
+std::string WhyDefaultFill(CameraCalibration const& camera) {
+  auto const& place = camera.places.block;
+  std::int64_t const end = std::int64_t{place->offset} + place->length;
+  bool const isCut = !camera.file.size || place->offset < 0 || end > *camera.file.size;
+  if (!isCut)
+    return fmt::format("the block is invalid: its valid byte is {:#04x}, not 0x01", camera.blockValid.value_or(0));
+  if (!camera.file.size) return "the dump file " + camera.file.problem;
+  return fmt::format("the block is bytes {} to {}, the file has {}: its valid byte reads as 0", place->offset, end - 1,
+                     *camera.file.size);
 }
 
 }  // namespace
@@ -69,92 +58,39 @@ Verdict JudgeTable(CameraCalibration const& camera) {
     return {false, WhatIsMissing(camera, camera.places.recordOffset.has_value(), "multiGolden", "offset"), kDefault};
   }
   std::string const cut = CutRecord(camera.file);
-  if (camera.record->valid != kValid) {
+  if (camera.record->valid != kValidRecord) {
     return {false, fmt::format("the record is invalid: byte 0 is {}, not 1{}", camera.record->valid, cut), kDefault};
   }
   return {cut.empty(), fmt::format("gradient {:+} {}{}", camera.record->gradient, RangeOfTable(camera.table), cut), ""};
 }
 
-BlockKind KindOf(CameraCalibration const& camera) {
-  if (!camera.blockAsked) return BlockKind::kNotAsked;
-  if (!camera.block) return BlockKind::kUntouched;
-  if (camera.blockValid != static_cast<unsigned int>(kValid)) return BlockKind::kDefaultFill;
-  return camera.mirrored ? BlockKind::kMirrored : BlockKind::kStored;
-}
-
-char const* Name(BlockKind kind) {
-  switch (kind) {
-    case BlockKind::kStored:
-      return "as stored";
-    case BlockKind::kMirrored:
-      return "mirrored";
-    case BlockKind::kDefaultFill:
-      return "default fill";
-    case BlockKind::kUntouched:
-      return "untouched";
-    case BlockKind::kNotAsked:
-      return "not asked";
-  }
-  return "";
+std::string_view KindOf(CameraCalibration const& camera) {
+  if (!camera.blockAsked) return kNotAsked;
+  if (!camera.block) return kUntouched;
+  if (camera.blockValid != kValidBlock) return kDefaultFill;
+  return camera.mirrored ? kMirrored : kStored;
 }
 
 Verdict JudgeBlock(CameraCalibration const& camera) {
-  constexpr char const* kUntouched = "the caller's buffer stays as it was";
   auto const& place = camera.places.block;
   std::int64_t const length = place ? place->length : 0;
-  switch (KindOf(camera)) {
-    case BlockKind::kStored:
-      return {true, "valid; the sensor does not ask for mirrored rows", ""};
-    case BlockKind::kMirrored:
-      return {true, "valid; the sensor asks for it, so values 1 to 129 of each row are reversed", ""};
-    case BlockKind::kNotAsked:
-      return {
-          false,
-          fmt::format("PNCCaliData[{}] says {} bytes; expected at most {}", camera.sensorIndex, length, kBlockLimit),
-          "none known: the library was not asked"};
-    case BlockKind::kDefaultFill: {
-      std::int64_t const end = place->offset + length;
-      bool const isCut = !camera.file.size || place->offset < 0 || end > *camera.file.size;
-      std::string reason =
-          fmt::format("the block is invalid: its valid byte is {:#04x}, not 0x01", camera.blockValid.value_or(0));
-      if (isCut && camera.file.size) {
-        reason = fmt::format("the block is bytes {} to {}, the file has {}: its valid byte reads as 0", place->offset,
-                             end - 1, *camera.file.size);
-      } else if (isCut) {
-        reason = "the dump file " + camera.file.problem;
-      }
-      return {false, reason, "0x2000 in every value"};
-    }
-    case BlockKind::kUntouched:
-      break;
+  std::string_view const kind = KindOf(camera);
+  std::string const says = fmt::format("PNCCaliData[{}] says {} bytes; ", camera.sensorIndex, length);
+  if (kind == kStored) return {true, "valid; the sensor does not ask for mirrored rows", ""};
+  if (kind == kMirrored) {
+    return {true, "valid; the sensor asks for it, so values 1 to 129 of each row are reversed", ""};
   }
+  if (kind == kNotAsked) {
+    return {false, fmt::format("{}expected at most {}", says, kBlockLimit), "none known: the library was not asked"};
+  }
+  if (kind == kDefaultFill) return {false, WhyDefaultFill(camera), "0x2000 in every value"};
+  std::string reason = WhatIsMissing(camera, place.has_value(), "PNCCaliData", "offset and length");
   if (place && (length < 4 || length % 4 > 1)) {
-    return {false,
-            fmt::format("PNCCaliData[{}] says {} bytes; expected 4k or 4k + 1, at least 4", camera.sensorIndex, length),
-            kUntouched};
+    reason = says + "expected 4k or 4k + 1, at least 4";
+  } else if (camera.blockValid == kValidBlock) {
+    reason = fmt::format("{}rows are to be mirrored, which needs {}", says, kMirroredLength);
   }
-  if (camera.blockValid == static_cast<unsigned int>(kValid)) {
-    return {false,
-            fmt::format("PNCCaliData[{}] says {} bytes; rows are to be mirrored, which needs {}", camera.sensorIndex,
-                        length, kMirroredLength),
-            kUntouched};
-  }
-  return {false, WhatIsMissing(camera, place.has_value(), "PNCCaliData", "offset and length"), kUntouched};
-}
-
-std::vector<RecordPart> ExplainRecord(CameraCalibration const& camera) {
-  if (!camera.record) return {};
-  DumpFile const& file = camera.file;
-  bool const isValid = camera.record->valid == kValid;
-  int const sign = file.record[6];
-  std::string const unused = isValid ? "" : ", not used";
-  return {{"0", HexOf(file, 0, 0), isValid ? "1: the record is valid" : "not 1: the record is invalid"},
-          {"1-4", HexOf(file, 1, 4), "not interpreted"},
-          {"5", HexOf(file, 5, 5), fmt::format("magnitude of the gradient: {}{}", file.record[5], unused)},
-          {"6", HexOf(file, 6, 6),
-           fmt::format("its sign: {}{}", sign > 128 ? "negative (129 to 255)" : "positive (0 to 128)", unused)},
-          {"7-9", HexOf(file, 7, 9), "not interpreted"},
-          {"10", HexOf(file, 10, 10), "flag_f: only logged"}};
+  return {false, reason, "the caller's buffer stays as it was"};
 }
 
 std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& block) {
@@ -164,17 +100,6 @@ std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& 
     for (std::size_t k = 0; k < kValuesPerRow; ++k, at += 2) row.push_back(block[at] + 256U * block[at + 1]);
   }
   return rows;
-}
-
-BlockStatistics MeasureBlock(std::vector<unsigned char> const& block) {
-  BlockStatistics statistics;
-  for (auto const& values : RowsOf(block)) {
-    auto const [least, most] = std::minmax_element(values.begin(), values.end());
-    unsigned int const sum = std::accumulate(values.begin(), values.end(), 0U);
-    statistics.rows.push_back({*least, *most, sum / static_cast<double>(kValuesPerRow)});
-  }
-  statistics.all = Join(statistics.rows);
-  return statistics;
 }
 
 }  // namespace shadingctl

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/shadingctl/calibration/CameraCalibration.h"
@@ -11,6 +12,7 @@
 namespace shadingctl {
 
 constexpr std::size_t kBlockRows = 9;  // of a PNC block
+constexpr int kValidRecord = 1;        // its byte 0
 
 struct Verdict {
   bool sound = false;         // the data are there and marked valid
@@ -29,35 +31,15 @@ struct TableRange {
 };
 constexpr TableRange kTableRanges[] = {{5, std::nullopt, -9}, {3, -8, -5}, {1, -4, 4}, {2, 5, 8}, {4, 9, std::nullopt}};
 
-// What kind of block the caller gets.
-enum class BlockKind { kStored, kMirrored, kDefaultFill, kUntouched, kNotAsked };
-BlockKind KindOf(CameraCalibration const& camera);
-char const* Name(BlockKind kind);  // "as stored", "mirrored", "default fill", "untouched", "not asked"
-
-// One part of the record and what it says.
-struct RecordPart {
-  std::string bytes;  // "0", "1-4"
-  std::string hex;    // "17 05 2c 9a"; "--" for a byte that the file does not supply
-  std::string meaning;
-};
-std::vector<RecordPart> ExplainRecord(CameraCalibration const& camera);
-
-constexpr double kUnity = 0x2000;  // the value that leaves a pixel as it is, and that of the default fill
-
-struct RowStatistics {
-  unsigned int minimum = 0;
-  unsigned int maximum = 0;
-  double mean = 0;
-};
-struct BlockStatistics {
-  std::vector<RowStatistics> rows;  // the whole ones, 9 at most
-  RowStatistics all;                // of those rows
-};
+// What kind of block the caller gets, one of these words.
+constexpr std::string_view kStored = "as stored";
+constexpr std::string_view kMirrored = "mirrored";
+constexpr std::string_view kDefaultFill = "default fill";
+constexpr std::string_view kUntouched = "untouched";
+constexpr std::string_view kNotAsked = "not asked";
+std::string_view KindOf(CameraCalibration const& camera);
 
 // The whole rows of a block, 9 at most: 130 16-bit values, low byte first.
 std::vector<std::vector<unsigned int>> RowsOf(std::vector<unsigned char> const& block);
-
-// Of a block as handed out.
-BlockStatistics MeasureBlock(std::vector<unsigned char> const& block);
 
 }  // namespace shadingctl

@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "tools/shadingctl/budget/BudgetFormats.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
@@ -69,29 +69,22 @@ std::vector<Budget> BudgetsOf(BudgetArguments const& arguments) {
   return budgets;
 }
 
-std::string TextOf(std::vector<Budget> const& budgets, BudgetArguments const& arguments) {
-  if (arguments.format == Format::kCsv) return BudgetCsv(budgets);
-  if (arguments.format == Format::kJson) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (Budget const& budget : budgets) list.push_back(BudgetJson(budget));
-    nlohmann::ordered_json const document = {
-        {"schema", "shadingctl-budget"}, {"version", 1}, {"budgets", std::move(list)}};
-    return Dump(document, 2) + "\n";
-  }
-  return arguments.sweep.empty() ? BudgetText(budgets.front()) : BudgetTable(budgets);
-}
-
-int ShowBudget(BudgetArguments const& arguments) {
-  OutputFile output(arguments.output);
-  output.Write(TextOf(BudgetsOf(arguments), arguments));
-  output.Finish();
-  return kExitDone;
-}
-
 // Only the swept option may be missing.
 void RefuseMissing(BudgetArguments const& arguments) {
   if (!arguments.hallRateHz && arguments.sweep != "hall-rate") throw CLI::RequiredError("--hall-rate");
   if (!arguments.exposureUs && arguments.sweep != "exposure") throw CLI::RequiredError("--exposure-us");
+}
+
+int ShowBudget(BudgetArguments const& arguments) {
+  RefuseMissing(arguments);
+  OutputFile output(arguments.output);
+  Json const document = BudgetsJson(BudgetsOf(arguments));
+  output.Write(arguments.format == Format::kJson  ? JsonText(document)
+               : arguments.format == Format::kCsv ? BudgetsCsv(document)
+               : arguments.sweep.empty()          ? BudgetText(document)
+                                                  : BudgetsTable(document));
+  output.Finish();
+  return kExitDone;
 }
 
 constexpr char const* kBudgetExamples = R"(Samples and frames are taken to come evenly. docs/timing.md has the formulas.
@@ -101,30 +94,25 @@ Examples:
   shadingctl budget --hall-rate 1000 --frame-rate 15 --readout-us 33000 --sweep exposure
   shadingctl budget --frame-rate 60 --exposure-us 10000 --readout-us 15980 --sweep hall-rate --format csv)";
 
+void AddOptions(CLI::App& command, BudgetArguments& arguments) {
+  command.footer(kBudgetExamples);
+  AddNumber(command, "--hall-rate", arguments.hallRateHz, 1.0, 100000.0, "Hall samples a second");
+  AddNumber(command, "--frame-rate", arguments.frameRateHz, 1.0, 1000.0, "Frames a second")
+      ->required()
+      ->default_str("");
+  AddNumber(command, "--exposure-us", arguments.exposureUs, std::int64_t{0}, kLongestUs, "Exposure time");
+  AddNumber(command, "--readout-us", arguments.readoutUs, std::int64_t{0}, kLongestUs, "Readout time")
+      ->required()
+      ->default_str("");
+  AddNumber(command, "--delivery-delay-us", arguments.deliveryDelayUs, std::int64_t{0}, std::int64_t{1000000},
+            "From the end of a frame's readout to the delivery of its samples");
+  command.add_option("--sweep", arguments.sweep, "A table over this setting, whose own option may then be missing")
+      ->check(CLI::IsMember({"exposure", "hall-rate"}));
+  AddResultOptions(command, arguments.format, arguments.output);
+}
+
 }  // namespace
 
-void AddBudgetCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<BudgetArguments>();
-  CLI::App* const command =
-      app.add_subcommand("budget", "Tell whether rates, exposure and readout fit together, without a recording");
-  command->footer(kBudgetExamples);
-  AddNumber(*command, "--hall-rate", arguments->hallRateHz, 1.0, 100000.0, "Hall samples a second");
-  AddNumber(*command, "--frame-rate", arguments->frameRateHz, 1.0, 1000.0, "Frames a second")
-      ->required()
-      ->default_str("");
-  AddNumber(*command, "--exposure-us", arguments->exposureUs, std::int64_t{0}, kLongestUs, "Exposure time");
-  AddNumber(*command, "--readout-us", arguments->readoutUs, std::int64_t{0}, kLongestUs, "Readout time")
-      ->required()
-      ->default_str("");
-  AddNumber(*command, "--delivery-delay-us", arguments->deliveryDelayUs, std::int64_t{0}, std::int64_t{1000000},
-            "From the end of a frame's readout to the delivery of its samples");
-  command->add_option("--sweep", arguments->sweep, "A table over this setting, whose own option may then be missing")
-      ->check(CLI::IsMember({"exposure", "hall-rate"}));
-  AddResultOptions(*command, arguments->format, arguments->output);
-  command->callback([arguments, &chosen] {
-    RefuseMissing(*arguments);
-    chosen = [arguments] { return ShowBudget(*arguments); };
-  });
-}
+Command AddBudgetCommand(CLI::App& command) { return MakeCommand(command, AddOptions, ShowBudget); }
 
 }  // namespace shadingctl

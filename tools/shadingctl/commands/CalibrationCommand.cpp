@@ -3,21 +3,20 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "hosting/HostLibrary.h"
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/BuiltInCalibration.h"
-#include "tools/shadingctl/calibration/CalibrationFiles.h"
-#include "tools/shadingctl/calibration/CalibrationVerdict.h"
-#include "tools/shadingctl/calibration/CalibrationWriter.h"
+#include "platform/desktop/CalibrationMount.h"
+#include "tools/shadingctl/calibration/CalibrationFormats.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/Json.h"
+#include "tools/shadingctl/replay/ForeignLibrary.h"
 
 namespace shadingctl {
 namespace {
@@ -52,14 +51,26 @@ std::vector<std::string> InputsOf(ChosenDevice const& device, std::string const&
   return inputs;
 }
 
-// Leaves no temporary file behind, even when the output fails.
+// Lets the dump files in eeprom/ of the device's directory, or those of the built-in device, appear at the library's
+// path. A directory without eeprom/ is a device without dump files. Throws UnusableInput where neither root nor a
+// namespace of its own is to be had.
+void MountDumpFiles(std::string const& deviceDirectory) {
+  std::error_code failure;
+  std::string const own = deviceDirectory + "/eeprom";
+  bool const hasOwn = !deviceDirectory.empty() && (std::filesystem::exists(own, failure) || failure);
+  std::string error = desktop::MountCalibration(hasOwn ? own : "");
+  if (error.empty() && deviceDirectory.empty()) {
+    error = desktop::WriteBuiltInCalibration(desktop::kCalibrationDirectory);
+  }
+  if (!error.empty()) throw hosting::UnusableInput(error);
+}
+
 std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string const& libraryPath,
                                       std::vector<int> const& indices) {
-  ScratchDirectory const scratch;
-  MountDumpFiles(chosen.directory, scratch);
+  MountDumpFiles(chosen.directory);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(chosen.settings);
-  VeyraShadingUtil& library = hosting::LoadShadingLibrary(libraryPath);
+  VeyraShadingUtil& library = LoadLibrary(libraryPath);
   std::vector<CameraCalibration> cameras;
   cameras.reserve(indices.size());
   for (int const index : indices) cameras.push_back(AskCalibration(library, device, index));
@@ -85,7 +96,10 @@ int RunCalibration(CalibrationArguments const& arguments) {
   std::vector<CameraCalibration> const cameras = AskAll(device, library, indices);
   bool const isBuiltIn = device.directory.empty();
   std::string const name = isBuiltIn ? "the built-in device" : "the device in " + device.directory;
-  WriteCalibration(arguments.format, output, name, cameras);
+  Json const document = CalibrationJson(name, cameras);
+  output.Write(arguments.format == Format::kJson  ? CalibrationJsonText(document)
+               : arguments.format == Format::kCsv ? CalibrationCsv(document)
+                                                  : CalibrationText(document));
   if (isBuiltIn && !arguments.all && !arguments.camera && arguments.format == Format::kTable) {
     output.Write("\nThe built-in device has cameras with broken data as well: --all shows them.\n");
   }
@@ -93,10 +107,11 @@ int RunCalibration(CalibrationArguments const& arguments) {
   if (raw && block) raw->Write({reinterpret_cast<char const*>(block->data()), block->size()});
   OutputFile::FinishAll({&output, raw && block ? &*raw : nullptr});
   if (raw && !block) Tell(fmt::format("{}: not written, as the library hands out no block", arguments.raw));
-  bool const isSound = std::all_of(cameras.begin(), cameras.end(), [](CameraCalibration const& camera) {
-    return JudgeTable(camera).sound && JudgeBlock(camera).sound;
-  });
-  return isSound ? kExitDone : kExitDifference;
+  auto const isSound = [](Json const& camera) {
+    return camera["table"]["sound"].get<bool>() && camera["block"]["sound"].get<bool>();
+  };
+  auto const& shown = document["cameras"];
+  return std::all_of(shown.begin(), shown.end(), isSound) ? kExitDone : kExitDifference;
 }
 
 constexpr char const* kCalibrationExamples = R"(Data that are missing or marked invalid give these defaults:
@@ -116,25 +131,23 @@ Examples:
   shadingctl calibration --camera 2 --raw block.bin
   shadingctl calibration --device my-phone --format csv -o calibration.csv)";
 
-}  // namespace
-
-void AddCalibrationCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<CalibrationArguments>();
-  CLI::App* const command =
-      app.add_subcommand("calibration", "Show cameras' calibration data and what the library makes of them");
-  command->footer(kCalibrationExamples);
+void AddOptions(CLI::App& command, CalibrationArguments& arguments) {
+  command.footer(kCalibrationExamples);
   auto* const camera =
-      AddNumber(*command, "--camera", arguments->camera, 0, kSensorSlotCount - 1, "Sensor index; its mask is 1 << N");
+      AddNumber(command, "--camera", arguments.camera, 0, kSensorSlotCount - 1, "Sensor index; its mask is 1 << N");
   command
-      ->add_flag("--all", arguments->all,
-                 "Every camera of the device. Without it and --camera, the built-in device shows those with sound data")
+      .add_flag("--all", arguments.all,
+                "Every camera of the device. Without it and --camera, the built-in device shows those with sound data")
       ->excludes(camera);
-  AddResultOptions(*command, arguments->format, arguments->output);
-  command->add_option("--raw", arguments->raw, "Write the camera's block to this file, as handed out")
+  AddResultOptions(command, arguments.format, arguments.output);
+  command.add_option("--raw", arguments.raw, "Write the camera's block to this file, as handed out")
       ->type_name("FILE")
       ->needs(camera);
-  AddHostOptions(*command, arguments->device, arguments->library);
-  command->callback([arguments, &chosen] { chosen = [arguments] { return RunCalibration(*arguments); }; });
+  AddHostOptions(command, arguments.device, arguments.library);
 }
+
+}  // namespace
+
+Command AddCalibrationCommand(CLI::App& command) { return MakeCommand(command, AddOptions, RunCalibration); }
 
 }  // namespace shadingctl

@@ -1,13 +1,13 @@
-// The subcommands of shadingctl, one source each.
+// The subcommands of shadingctl, one source each, and what the tool's programs have in common around their work.
 #pragma once
 
 #include <functional>
-#include <string>
-#include <vector>
+#include <memory>
 
 namespace CLI {
 class App;
-}
+class ParseError;
+}  // namespace CLI
 
 namespace shadingctl {
 
@@ -21,31 +21,67 @@ struct ReadingEnd;
 // Done, unusable, or the signal's.
 int ExitCodeOf(ReadingEnd const& end);
 
-// What the command line asks for; runs after the command line was understood and answers the exit code.
-using Command = std::function<int()>;
+// Runs a subcommand after its options were parsed and answers the exit code; `words` are those of the command line
+// after its name, with a null pointer at the end. Throws CLI::ParseError where options do not go together.
+using Command = std::function<int(char** words)>;
 
-// Each adds its subcommand to `app`; parsing a command line with that subcommand sets `chosen`, which must outlive it.
-void AddReplayCommand(CLI::App& app, Command& chosen);
-void AddBudgetCommand(CLI::App& app, Command& chosen);
-void AddFitCommand(CLI::App& app, Command& chosen);
-void AddGenerateCommand(CLI::App& app, Command& chosen);
-void AddCalibrationCommand(CLI::App& app, Command& chosen);
-void AddDumpsCommand(CLI::App& app, Command& chosen);
-void AddDoctorCommand(CLI::App& app, Command& chosen);
-void AddExplainCommand(CLI::App& app, Command& chosen);
-void AddDiffCommand(CLI::App& app, Command& chosen);
-void AddReportCommand(CLI::App& app, Command& chosen);
-void AddTraceCommand(CLI::App& app, Command& chosen);
-void AddSummarizeCommand(CLI::App& app, Command& chosen);
+// Adds the options of a subcommand; the arguments that they fill live as long as the answer.
+template <class Arguments>
+Command MakeCommand(CLI::App& command, void (*addOptions)(CLI::App&, Arguments&), int (*run)(Arguments const&)) {
+  auto const arguments = std::make_shared<Arguments>();
+  addOptions(command, *arguments);
+  return [arguments, run](char** /*words*/) { return run(*arguments); };
+}
 
-// Runs the program shadingctl-import with `words`, the command line's after the subcommand.
-void AddImportCommand(CLI::App& app, std::vector<std::string> words, Command& chosen);
+Command AddBudgetCommand(CLI::App& command);
+Command AddCalibrationCommand(CLI::App& command);
+Command AddCompletionCommand(CLI::App& command);
+Command AddDiffCommand(CLI::App& command);
+Command AddDoctorCommand(CLI::App& command);
+Command AddDumpsCommand(CLI::App& command);
+Command AddExplainCommand(CLI::App& command);
+Command AddFitCommand(CLI::App& command);
+Command AddGenerateCommand(CLI::App& command);
+Command AddHelpCommand(CLI::App& command);
+Command AddImportCommand(CLI::App& command);
+Command AddReplayCommand(CLI::App& command);
+Command AddReportCommand(CLI::App& command);
+Command AddSummarizeCommand(CLI::App& command);
+Command AddTraceCommand(CLI::App& command);
 
-// The manual pages and completions of all commands, those that are added later included.
-void AddManCommand(CLI::App& app, Command& chosen);
-void AddCompletionCommand(CLI::App& app, Command& chosen);
+struct CommandEntry {
+  char const* name;
+  char const* description;
+  Command (*add)(CLI::App& command);
+};
 
-// The help of all commands that have been added before it.
-void AddHelpCommand(CLI::App& app, Command& chosen);
+constexpr char kImportDescription[] = "Make a recording of other data: CSV, VideoIMUCapture, a log";
+
+// All subcommands, in the order of --help.
+constexpr CommandEntry kCommands[] = {
+    {"replay", "Play a recorded or the built-in session to the library", AddReplayCommand},
+    {"explain", "Say in plain words what became of a frame, and why", AddExplainCommand},
+    {"diff", "Compare two results of a replay, frame by frame", AddDiffCommand},
+    {"generate", "Write a synthetic session as a recording", AddGenerateCommand},
+    {"budget", "Tell whether rates, exposure and readout fit together, without a recording", AddBudgetCommand},
+    {"fit", "Fit the lag of the samples to where an image really stood, beside the library's numbers", AddFitCommand},
+    {"calibration", "Show cameras' calibration data and what the library makes of them", AddCalibrationCommand},
+    {"dumps", "Check OIS hall dump files and list their frames", AddDumpsCommand},
+    {"doctor", "Judge a built library before it is installed", AddDoctorCommand},
+    {"report", "Draw a JSON result, or two over each other, as a page", AddReportCommand},
+    {"trace", "Write a JSON result of replay as a trace for Perfetto", AddTraceCommand},
+    {"summarize", "Put the results of many replays together", AddSummarizeCommand},
+    {"import", kImportDescription, AddImportCommand},
+    {"completion", "Write a shell's completion of these commands", AddCompletionCommand},
+    {"help", "Show the help of a command", AddHelpCommand},
+};
+
+// Answers a command line that asks for --help or --version, on standard output, or that cannot be understood, on
+// standard error with the nearest name for an unknown one. The exit code.
+int AnswerParseError(CLI::App const& app, CLI::ParseError const& error);
+
+// Runs the program's work with the standard streams open and signals remembered, and answers the exit code, also of
+// what it throws.
+int RunProgram(std::function<int()> const& work);
 
 }  // namespace shadingctl

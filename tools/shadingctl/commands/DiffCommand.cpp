@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <memory>
 #include <string>
 
 #include "tools/shadingctl/commands/Commands.h"
@@ -19,6 +18,9 @@ struct DiffArguments {
 };
 
 int RunDiff(DiffArguments const& arguments) {
+  if (arguments.a == kStandardInput && arguments.b == kStandardInput) {
+    throw CLI::ValidationError("B", "expected another result than A, found -, which is standard input, for both");
+  }
   RefuseOverwriting({arguments.a, arguments.b}, {arguments.output});
   OutputFile output(arguments.output);
   ResultDiff const diff = CompareResults(arguments.a, arguments.b, arguments.options);
@@ -41,26 +43,20 @@ Examples:
   shadingctl diff before.json after.json
   shadingctl diff before.json after.json --tolerance 0.01 -o changes.md)";
 
+void AddOptions(CLI::App& command, DiffArguments& arguments) {
+  command.footer(kDiffExamples);
+  command.add_option("A", arguments.a, "A result of `replay` or `explain`, JSON or CSV; - is standard input")
+      ->required();
+  command.add_option("B", arguments.b, "Another one")->required();
+  AddNumber(command, "--tolerance", arguments.options.tolerance, 0.0, 1e9,
+            "Positions and distances to the lens may differ by so much, in the samples' unit");
+  AddNumber(command, "--first", arguments.options.named, std::size_t{0}, std::size_t{1000000},
+            "Name so many differences");
+  AddOutput(command, arguments.output);
+}
+
 }  // namespace
 
-void AddDiffCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<DiffArguments>();
-  CLI::App* const command = app.add_subcommand("diff", "Compare two results of a replay, frame by frame");
-  command->footer(kDiffExamples);
-  command->add_option("A", arguments->a, "A result of `replay` or `explain`, JSON or CSV; - is standard input")
-      ->required();
-  command->add_option("B", arguments->b, "Another one")->required();
-  AddNumber(*command, "--tolerance", arguments->options.tolerance, 0.0, 1e9,
-            "Positions and distances to the lens may differ by so much, in the samples' unit");
-  AddNumber(*command, "--first", arguments->options.named, std::size_t{0}, std::size_t{1000000},
-            "Name so many differences");
-  AddOutput(*command, arguments->output);
-  command->callback([arguments, &chosen] {
-    if (arguments->a == kStandardInput && arguments->b == kStandardInput) {
-      throw CLI::ValidationError("B", "expected another result than A, found -, which is standard input, for both");
-    }
-    chosen = [arguments] { return RunDiff(*arguments); };
-  });
-}
+Command AddDiffCommand(CLI::App& command) { return MakeCommand(command, AddOptions, RunDiff); }
 
 }  // namespace shadingctl

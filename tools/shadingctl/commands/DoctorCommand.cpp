@@ -1,29 +1,33 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <memory>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "hosting/ElfImage.h"
+#include "hosting/Interruption.h"
+#include "hosting/LoadTrial.h"
+#include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "recording/InputFile.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/doctor/DiagnosisWriter.h"
-#include "tools/shadingctl/doctor/LoadTrial.h"
+#include "tools/shadingctl/doctor/Diagnosis.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
 #include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
 
-// A library with its debug information takes some MiB.
-constexpr std::size_t kMaximumBytes = std::size_t{256} << 20U;
-
 struct DoctorArguments {
   std::string library;
-  std::string format = "table";
-  std::string output = kStandardOutput;
+  Format format = Format::kTable;
+  std::string output;
+  std::string target;  // empty: any machine
   bool load = false;
 };
 
@@ -33,24 +37,34 @@ std::string ReadWhole(std::string const& path) {
   std::vector<char> buffer(std::size_t{1} << 16U);
   while (std::size_t const count = file.Read(buffer.data(), buffer.size())) {
     bytes.append(buffer.data(), count);
-    if (bytes.size() > kMaximumBytes) {
-      throw hosting::UnusableInput(
-          fmt::format("{}: expected a library of at most {} bytes, found more", file.Name(), kMaximumBytes));
+    if (bytes.size() > hosting::kLargestLibraryBytes) {
+      throw hosting::UnusableInput(fmt::format("{}: expected a library of at most {} bytes, found more", file.Name(),
+                                               hosting::kLargestLibraryBytes));
     }
   }
   return bytes;
 }
 
+void Load(std::string const& library, std::vector<Finding>& findings) {
+  hosting::LoadTrial const trial = hosting::TryToLoad(library);
+  bool const isLoaded = trial.problem.empty();
+  findings.push_back({"load", isLoaded ? Judgement::kSound : Judgement::kFault,
+                      isLoaded ? "createInstance hands out its object" : trial.problem});
+  if (!trial.output.empty())
+    findings.push_back({"load", Judgement::kNote, "it writes " + hosting::Quoted(trial.output)});
+}
+
 int RunDoctor(DoctorArguments const& arguments) {
-  RefuseOverwriting({arguments.library}, {arguments.output});
-  std::vector<Finding> findings = Diagnose(ReadElf(ReadWhole(arguments.library), arguments.library, kTableName));
-  if (arguments.load) findings.push_back(TryToLoad(arguments.library));
-  OutputFile output(arguments.output);
-  if (arguments.format == "json") {
-    WriteDiagnosisJson(output, arguments.library, findings);
-  } else {
-    WriteDiagnosisTable(output, findings);
+  if (arguments.load && arguments.library == kStandardInput) {
+    throw CLI::ValidationError("--load", "expected a file, found -, which is standard input");
   }
+  RefuseOverwriting({arguments.library}, {arguments.output});
+  ElfFile const file = ReadElf(ReadWhole(arguments.library), arguments.library, kTableName);
+  std::vector<Finding> findings = Diagnose(file, arguments.target == "phone");
+  if (arguments.load && IsShadingLibrary(file)) Load(arguments.library, findings);
+  OutputFile output(arguments.output);
+  Json const json = DiagnosisJson(arguments.library, findings);
+  output.Write(arguments.format == Format::kJson ? JsonText(json) : DiagnosisText(json));
   output.Finish();
   return IsSound(findings) ? kExitDone : kExitDifference;
 }
@@ -61,31 +75,24 @@ docs/porting.md says what each line means.
 Exit code: 0 no fault, 1 a fault, 3 not a whole shared object for x86-64 or AArch64.
 
 Examples:
-  shadingctl doctor libvcam_shadingutil.so
+  shadingctl doctor libvcam_shadingutil.so --for phone
   shadingctl doctor build/release/lib/libvcam_shadingutil.so --load
   shadingctl doctor libvcam_shadingutil.so --format json -o doctor.json)";
 
+void AddOptions(CLI::App& command, DoctorArguments& arguments) {
+  command.footer(kDoctorExamples);
+  command
+      .add_option("LIBRARY", arguments.library,
+                  "The shared object, of this or of the phone's processor; - is standard input")
+      ->required();
+  AddResultOptions(command, arguments.format, arguments.output, {"table", "json"});
+  command.add_option("--for", arguments.target, "Judge it for that machine too: a phone lacks a desktop's run time")
+      ->check(CLI::IsMember({"phone"}));
+  command.add_flag("--load", arguments.load, "Load it too, in a process of its own, and ask for its object");
+}
+
 }  // namespace
 
-void AddDoctorCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<DoctorArguments>();
-  CLI::App* const command = app.add_subcommand("doctor", "Judge a built library before it is installed");
-  command->footer(kDoctorExamples);
-  command
-      ->add_option("LIBRARY", arguments->library,
-                   "The shared object, of this or of the phone's processor; - is standard input")
-      ->required();
-  command->add_option("--format", arguments->format, "How to show the result")
-      ->capture_default_str()
-      ->check(CLI::IsMember({"table", "json"}));
-  AddOutput(*command, arguments->output);
-  command->add_flag("--load", arguments->load, "Load it too, in a process of its own, and ask for its object");
-  command->callback([arguments, &chosen] {
-    if (arguments->load && arguments->library == kStandardInput) {
-      throw CLI::ValidationError("--load", "expected a file, found -, which is standard input");
-    }
-    chosen = [arguments] { return RunDoctor(*arguments); };
-  });
-}
+Command AddDoctorCommand(CLI::App& command) { return MakeCommand(command, AddOptions, RunDoctor); }
 
 }  // namespace shadingctl

@@ -2,16 +2,15 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/dumps/HallDumpCheck.h"
-#include "tools/shadingctl/dumps/HallDumpWriter.h"
+#include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 
@@ -38,7 +37,7 @@ int RunDumps(DumpsArguments const& arguments) {
   std::vector<NamedDump> dumps;
   int exitCode = kExitDone;
   auto const complain = [&](std::string const& complaint) {
-    TellPlainly(complaint + "\n");
+    TellPlainly(hosting::Escaped(complaint) + "\n");
     exitCode = std::max(exitCode, kExitDifference);
   };
   for (std::string const& name : arguments.names) {
@@ -80,18 +79,17 @@ Examples:
   shadingctl dumps camera_dump --samples
   shadingctl dumps monday tuesday --format csv -o dumps.csv)";
 
-}  // namespace
-
-void AddDumpsCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<DumpsArguments>();
-  CLI::App* const command = app.add_subcommand("dumps", "Check OIS hall dump files and list their frames");
-  command->footer(kDumpsExamples);
-  command->add_option("DIR", arguments->names, "Directories with dump files, as pulled from a phone, or files")
+void AddOptions(CLI::App& command, DumpsArguments& arguments) {
+  command.footer(kDumpsExamples);
+  command.add_option("DIR", arguments.names, "Directories with dump files, as pulled from a phone, or files")
       ->required()
       ->check(RefuseStandardStream);
-  AddResultOptions(*command, arguments->format, arguments->output);
-  command->add_flag("--samples", arguments->samples, "List the samples of each span too; JSON always does");
-  command->callback([arguments, &chosen] { chosen = [arguments] { return RunDumps(*arguments); }; });
+  AddResultOptions(command, arguments.format, arguments.output);
+  command.add_flag("--samples", arguments.samples, "List the samples of each span too; JSON always does");
 }
+
+}  // namespace
+
+Command AddDumpsCommand(CLI::App& command) { return MakeCommand(command, AddOptions, RunDumps); }
 
 }  // namespace shadingctl

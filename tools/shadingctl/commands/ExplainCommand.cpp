@@ -2,12 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 
-#include "hosting/HostLibrary.h"
 #include "hosting/LibraryNumbers.h"
 #include "recording/LineReader.h"
 #include "recording/Recording.h"
@@ -18,6 +16,7 @@
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/PlaySession.h"
 #include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
@@ -89,8 +88,8 @@ int ExplainRecording(ExplainArguments const& arguments) {
   desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->Settings(), hosting::kDetailLevel);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(settings);
-  VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
   OutputFile output(arguments.output);
+  VeyraShadingUtil& library = LoadLibrary(path);
   ExplainWriter writer(output, arguments.format, arguments.frame);
   Summaries summaries(hosting::kDetailLevel);
   Replay::Options options;
@@ -115,6 +114,13 @@ int ExplainRecording(ExplainArguments const& arguments) {
   return Finish(arguments, ending, session->Name(), summaries, std::nullopt, writer, output);
 }
 
+int Explain(ExplainArguments const& given) {
+  ExplainArguments arguments = given;
+  arguments.source = recording::RecordingDirectory(given.source);
+  bool const isRecording = arguments.source != "-" && std::filesystem::is_directory(arguments.source);
+  return isRecording ? ExplainRecording(arguments) : ExplainLog(arguments);
+}
+
 constexpr char const* kExplainExamples =
     R"(A log is text captured from a phone (adb logcat -v threadtime, or -v long) or
 written by `shadingctl replay --log`, with the library at log level 4. Lines may
@@ -130,27 +136,20 @@ Examples:
   shadingctl explain phone.log --frame 1234
   shadingctl explain phone.log --format json -o explained.json)";
 
+void AddOptions(CLI::App& command, ExplainArguments& arguments) {
+  command.footer(kExplainExamples);
+  command
+      .add_option("SOURCE", arguments.source,
+                  "Recording (its directory or a file of it), or a log; - is standard input")
+      ->required();
+  AddNumber(command, "--frame", arguments.frame, std::uint32_t{0}, std::uint32_t{4294967295},
+            "Explain only the frame of this number, step by step");
+  AddResultOptions(command, arguments.format, arguments.output);
+  AddHostOptions(command, arguments.device, arguments.library);
+}
+
 }  // namespace
 
-void AddExplainCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<ExplainArguments>();
-  CLI::App* const command = app.add_subcommand("explain", "Say in plain words what became of a frame, and why");
-  command->footer(kExplainExamples);
-  command
-      ->add_option("SOURCE", arguments->source,
-                   "Recording (its directory or a file of it), or a log; - is standard input")
-      ->required();
-  AddNumber(*command, "--frame", arguments->frame, std::uint32_t{0}, std::uint32_t{4294967295},
-            "Explain only the frame of this number, step by step");
-  AddResultOptions(*command, arguments->format, arguments->output);
-  AddHostOptions(*command, arguments->device, arguments->library);
-  command->callback([arguments, &chosen] {
-    chosen = [arguments] {
-      arguments->source = recording::RecordingDirectory(arguments->source);
-      bool const isRecording = arguments->source != "-" && std::filesystem::is_directory(arguments->source);
-      return isRecording ? ExplainRecording(*arguments) : ExplainLog(*arguments);
-    };
-  });
-}
+Command AddExplainCommand(CLI::App& command) { return MakeCommand(command, AddOptions, Explain); }
 
 }  // namespace shadingctl

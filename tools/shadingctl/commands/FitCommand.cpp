@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -78,35 +77,33 @@ Examples:
   shadingctl fit RECORDING --reference tracked.csv --map frame=image --map x=u --map y=v --skip-bad
   shadingctl fit RECORDING --reference target.csv --format json -o fit.json)";
 
-}  // namespace
-
-void AddFitCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<FitArguments>();
-  CLI::App* const command = app.add_subcommand(
-      "fit", "Fit the lag of the samples to where an image really stood, beside the library's numbers");
-  command->footer(kFitExamples);
-  command->add_option("RECORDING", arguments->recording, "Recording (its directory or a file of it)")
+void AddOptions(CLI::App& command, FitArguments& arguments) {
+  command.footer(kFitExamples);
+  command.add_option("RECORDING", arguments.recording, "Recording (its directory or a file of it)")
       ->required()
       ->check(RefuseStandardStream);
-  command->add_option("--reference", arguments->reference.path, "File that says where the image stood in each frame")
+  command.add_option("--reference", arguments.reference.path, "File that says where the image stood in each frame")
       ->required()
       ->check(RefuseStandardStream);
   command
-      ->add_option_function<std::vector<std::string>>(
+      .add_option_function<std::vector<std::string>>(
           "--map",
-          [arguments](std::vector<std::string> const& texts) { AddMapping(texts, arguments->reference.columns); },
+          [&arguments](std::vector<std::string> const& texts) { AddMapping(texts, arguments.reference.columns); },
           "The reference's column for frame, x or y; once for each")
       ->type_name("FIELD=COLUMN")
       ->expected(1)
       ->take_all();
-  command->add_flag("--skip-bad", arguments->reference.skipBad, "Leave out rows of the reference that cannot be read");
-  command->add_flag("--check", arguments->check, "End with 1 unless the verdict is agrees");
-  AddNumber(*command, "--camera", arguments->camera, std::int32_t{0}, std::int32_t{2147483647},
+  command.add_flag("--skip-bad", arguments.reference.skipBad, "Leave out rows of the reference that cannot be read");
+  command.add_flag("--check", arguments.check, "End with 1 unless the verdict is agrees");
+  AddNumber(command, "--camera", arguments.camera, std::int32_t{0}, std::int32_t{2147483647},
             "Of a recording with several cameras, the one that the reference shows");
-  AddNumber(*command, "--search-us", arguments->fit.searchUs, 5000.0, 200000.0,
+  AddNumber(command, "--search-us", arguments.fit.searchUs, 5000.0, 200000.0,
             "The lag is sought from minus to plus this, and two frame intervals further");
-  AddResultOptions(*command, arguments->format, arguments->output);
-  command->callback([arguments, &chosen] { chosen = [arguments] { return Fit(*arguments); }; });
+  AddResultOptions(command, arguments.format, arguments.output);
 }
+
+}  // namespace
+
+Command AddFitCommand(CLI::App& command) { return MakeCommand(command, AddOptions, Fit); }
 
 }  // namespace shadingctl

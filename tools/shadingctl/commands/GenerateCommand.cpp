@@ -1,14 +1,10 @@
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
-#include <memory>
 #include <string>
 
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/SyntheticArguments.h"
 #include "tools/shadingctl/output/FileIdentity.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/RecordingWriter.h"
 #include "tools/shadingctl/synthetic/SyntheticReference.h"
 #include "tools/shadingctl/synthetic/SyntheticSession.h"
@@ -23,18 +19,17 @@ struct GenerateArguments {
   SyntheticArguments session;
 };
 
-int Generate(GenerateArguments const& arguments, SyntheticOptions const& options) {
+int Generate(GenerateArguments const& arguments) {
+  SyntheticOptions const options = arguments.session.Session();
   if (!arguments.reference.empty()) {
     std::string const& directory = arguments.directory;
     RefuseOverwriting(
         {}, {arguments.reference, directory + "/recording.csv", directory + "/calls.csv", directory + "/hall.csv"});
   }
   SyntheticSession session(options);
-  RecordingSize const size = WriteRecording(session, arguments.directory, arguments.force);
-  if (!arguments.reference.empty()) WriteReference(options, arguments.reference);
   OutputFile console(kStandardOutput);
-  console.Write(fmt::format("{}: {} frames, {} samples\n", arguments.directory, size.calculations, size.samples));
-  console.Finish();
+  WriteRecording(session, arguments.directory, arguments.force, console);
+  if (!arguments.reference.empty()) WriteReference(options, arguments.reference);
   return kExitDone;
 }
 
@@ -48,24 +43,21 @@ Examples:
   shadingctl generate /tmp/pair --cameras 2 --types 0,5 --exposure1-us 1000
   shadingctl generate /tmp/sick --clock-offset-us -12000 --end-stop 30)";
 
-}  // namespace
-
-void AddGenerateCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<GenerateArguments>();
-  CLI::App* const command = app.add_subcommand("generate", "Write a synthetic session as a recording");
-  command->footer(kGenerateExamples);
-  command->add_option("DIR", arguments->directory, "Directory for the recording; made when missing")
+void AddOptions(CLI::App& command, GenerateArguments& arguments) {
+  command.footer(kGenerateExamples);
+  command.add_option("DIR", arguments.directory, "Directory for the recording; made when missing")
       ->required()
       ->check(RefuseStandardStream);
-  arguments->session.AddTo(*command);
+  arguments.session.AddTo(command);
   command
-      ->add_option("--reference", arguments->reference,
-                   "Also write where the image of a fixed target stood in each frame, for `shadingctl fit`")
+      .add_option("--reference", arguments.reference,
+                  "Also write where the image of a fixed target stood in each frame, for `shadingctl fit`")
       ->check(RefuseStandardStream);
-  command->add_flag("--force", arguments->force, "Replace a recording that is there already");
-  command->callback([arguments, &chosen] {
-    chosen = [arguments, options = arguments->session.Session()] { return Generate(*arguments, options); };
-  });
+  command.add_flag("--force", arguments.force, "Replace a recording that is there already");
 }
+
+}  // namespace
+
+Command AddGenerateCommand(CLI::App& command) { return MakeCommand(command, AddOptions, Generate); }
 
 }  // namespace shadingctl

@@ -25,14 +25,14 @@ void AddOutput(CLI::App& command, std::string& output) {
       ->type_name("FILE");
 }
 
-void AddResultOptions(CLI::App& command, Format& format, std::string& output) {
-  static std::map<std::string, Format> const formats = {
+void AddResultOptions(CLI::App& command, Format& format, std::string& output, std::vector<std::string> const& formats) {
+  static std::map<std::string, Format> const kinds = {
       {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
   command
       .add_option_function<std::string>(
-          "--format", [&format](std::string const& name) { format = formats.at(name); }, "How to show the result")
+          "--format", [&format](std::string const& name) { format = kinds.at(name); }, "How to show the result")
       ->default_str("table")
-      ->check(CLI::IsMember({"table", "csv", "json"}));
+      ->check(CLI::IsMember(formats));
   AddOutput(command, output);
 }
 

@@ -55,8 +55,9 @@ CLI::Option* AddNumber(CLI::App& command, std::string const& name, Target& targe
 // -o,--output; `output` is kStandardOutput without the option.
 void AddOutput(CLI::App& command, std::string& output);
 
-// --format, and the former.
-void AddResultOptions(CLI::App& command, Format& format, std::string& output);
+// --format and --output.
+void AddResultOptions(CLI::App& command, Format& format, std::string& output,
+                      std::vector<std::string> const& formats = {"table", "csv", "json"});
 
 // --device and --library.
 void AddHostOptions(CLI::App& command, std::string& device, std::string& library);

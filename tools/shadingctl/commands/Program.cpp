@@ -1,5 +1,3 @@
-#include "tools/shadingctl/commands/Program.h"
-
 #include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
@@ -7,17 +5,50 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "hosting/Interruption.h"
-#include "tools/shadingctl/commands/Suggestion.h"
+#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {
+
+// Edit distance with swaps of neighbours.
+std::size_t Distance(std::string const& one, std::string const& other) {
+  std::vector<std::vector<std::size_t>> steps(one.size() + 1, std::vector<std::size_t>(other.size() + 1));
+  for (std::size_t i = 0; i <= one.size(); ++i) {
+    for (std::size_t j = 0; j <= other.size(); ++j) {
+      if (i == 0 || j == 0) {
+        steps[i][j] = i + j;
+        continue;
+      }
+      std::size_t const change = one[i - 1] == other[j - 1] ? 0 : 1;
+      steps[i][j] = std::min({steps[i - 1][j] + 1, steps[i][j - 1] + 1, steps[i - 1][j - 1] + change});
+      bool const isSwap = i > 1 && j > 1 && one[i - 1] == other[j - 2] && one[i - 2] == other[j - 1];
+      if (isSwap) steps[i][j] = std::min(steps[i][j], steps[i - 2][j - 2] + 1);
+    }
+  }
+  return steps[one.size()][other.size()];
+}
+
+// The candidate with the fewest letters that differ, are too many, missing, or changed places; none when even that one
+// differs in more than a third of its letters.
+std::optional<std::string> Suggest(std::string const& mistyped, std::vector<std::string> const& candidates) {
+  std::optional<std::string> nearest;
+  std::size_t least = 0;
+  for (std::string const& candidate : candidates) {
+    std::size_t const distance = Distance(mistyped, candidate);
+    if (3 * distance > candidate.size() || (nearest && distance >= least)) continue;
+    nearest = candidate;
+    least = distance;
+  }
+  return nearest;
+}
 
 // The command or option that the first unknown argument may stand for, as a line; empty when there is none like it.
 std::string SuggestionFor(CLI::App const& app) {
@@ -61,7 +92,7 @@ int AnswerParseError(CLI::App const& app, CLI::ParseError const& error) {
   return code == 0 ? kExitDone : kExitUsage;
 }
 
-int RunProgram(Command const& work) {
+int RunProgram(std::function<int()> const& work) {
   OccupyStandardStreams();
   hosting::RememberInterruptions();
   signal(SIGPIPE, SIG_IGN);  // writing then fails, and what was begun is cleaned up

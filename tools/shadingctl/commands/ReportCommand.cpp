@@ -1,6 +1,5 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,6 +19,9 @@ struct ReportArguments {
 };
 
 int RunReport(ReportArguments const& arguments) {
+  if (std::count(arguments.results.begin(), arguments.results.end(), kStandardInput) > 1) {
+    throw CLI::ValidationError("RESULT", "expected two results, found -, which is standard input, for both");
+  }
   RefuseOverwriting(arguments.results, {arguments.output});
   OutputFile output(arguments.output);
   std::vector<PageResult> results;
@@ -58,33 +60,25 @@ Examples:
   shadingctl replay RECORDING --format json --samples -o result.json
   shadingctl trace result.json -o trace.json)";
 
-}  // namespace
-
-void AddReportCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<ReportArguments>();
-  CLI::App* const command = app.add_subcommand("report", "Draw a JSON result, or two over each other, as a page");
-  command->footer(kReportExamples);
+void AddReportOptions(CLI::App& command, ReportArguments& arguments) {
+  command.footer(kReportExamples);
   command
-      ->add_option("RESULT", arguments->results,
-                   "JSON of replay, calibration or fit; two of replay are drawn over each other; - is standard input")
+      .add_option("RESULT", arguments.results,
+                  "JSON of replay, calibration or fit; two of replay are drawn over each other; - is standard input")
       ->required()
       ->expected(1, 2);
-  AddOutput(*command, arguments->output);
-  command->callback([arguments, &chosen] {
-    if (std::count(arguments->results.begin(), arguments->results.end(), kStandardInput) > 1) {
-      throw CLI::ValidationError("RESULT", "expected two results, found -, which is standard input, for both");
-    }
-    chosen = [arguments] { return RunReport(*arguments); };
-  });
+  AddOutput(command, arguments.output);
 }
 
-void AddTraceCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<ReportArguments>();
-  CLI::App* const command = app.add_subcommand("trace", "Write a JSON result of replay as a trace for Perfetto");
-  command->footer(kTraceExamples);
-  command->add_option("RESULT", arguments->results, "JSON of replay; - is standard input")->required()->expected(1);
-  AddOutput(*command, arguments->output);
-  command->callback([arguments, &chosen] { chosen = [arguments] { return RunTrace(*arguments); }; });
+void AddTraceOptions(CLI::App& command, ReportArguments& arguments) {
+  command.footer(kTraceExamples);
+  command.add_option("RESULT", arguments.results, "JSON of replay; - is standard input")->required()->expected(1);
+  AddOutput(command, arguments.output);
 }
+
+}  // namespace
+
+Command AddReportCommand(CLI::App& command) { return MakeCommand(command, AddReportOptions, RunReport); }
+Command AddTraceCommand(CLI::App& command) { return MakeCommand(command, AddTraceOptions, RunTrace); }
 
 }  // namespace shadingctl

@@ -3,7 +3,6 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -42,6 +41,7 @@ void AddResult(Totals& totals, std::string const& name) {
 }
 
 int Summarize(SummarizeArguments const& arguments) {
+  if (arguments.names.empty() && isatty(STDIN_FILENO)) throw CLI::RequiredError("RESULT");
   RefuseOverwriting(arguments.names, {arguments.output});
   OutputFile output(arguments.output);
   Totals totals(arguments.worst);
@@ -75,27 +75,23 @@ Examples:
   find results -name '*.json' | sort | shadingctl summarize --worst 20
   shadingctl summarize --format json -o totals.json <list.txt)";
 
-}  // namespace
-
-void AddSummarizeCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<SummarizeArguments>();
-  CLI::App* const command = app.add_subcommand("summarize", "Put the results of many replays together");
-  command->footer(kSummarizeExamples);
-  command->add_option("RESULT", arguments->names,
-                      "Files that replay --format json wrote; without one, standard input lists them, one a line");
-  AddNumber(*command, "--worst", arguments->worst, std::size_t{0}, std::size_t{10000},
+void AddOptions(CLI::App& command, SummarizeArguments& arguments) {
+  command.footer(kSummarizeExamples);
+  command.add_option("RESULT", arguments.names,
+                     "Files that replay --format json wrote; without one, standard input lists them, one a line");
+  AddNumber(command, "--worst", arguments.worst, std::size_t{0}, std::size_t{10000},
             "How many cameras with the lowest match rates to name");
   command
-      ->add_option_function<std::string>(
-          "--format", [arguments](std::string const& name) { arguments->isJson = name == "json"; },
+      .add_option_function<std::string>(
+          "--format", [&arguments](std::string const& name) { arguments.isJson = name == "json"; },
           "How to show the result")
       ->default_str("table")
       ->check(CLI::IsMember({"table", "json"}));
-  AddOutput(*command, arguments->output);
-  command->callback([arguments, &chosen] {
-    if (arguments->names.empty() && isatty(STDIN_FILENO)) throw CLI::RequiredError("RESULT");
-    chosen = [arguments] { return Summarize(*arguments); };
-  });
+  AddOutput(command, arguments.output);
 }
+
+}  // namespace
+
+Command AddSummarizeCommand(CLI::App& command) { return MakeCommand(command, AddOptions, Summarize); }
 
 }  // namespace shadingctl

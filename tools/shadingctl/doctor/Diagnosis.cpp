@@ -8,31 +8,18 @@
 #include <optional>
 #include <set>
 
+#include "hosting/ElfImage.h"
+#include "hosting/QuotedText.h"
+#include "tools/shadingctl/doctor/DoctorRules.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
 
-using Findings = std::vector<Finding>;
 using Names = std::vector<std::string>;
 
-Finding Sound(char const* check, std::string text) { return {check, Judgement::kSound, std::move(text)}; }
-Finding Fault(char const* check, std::string text) { return {check, Judgement::kFault, std::move(text)}; }
-
-Finding SoundIf(bool isSound, char const* check, std::string whenSound, std::string whenNot) {
-  return isSound ? Sound(check, std::move(whenSound)) : Fault(check, std::move(whenNot));
-}
-
-bool IsOneOf(std::string const& name, char const* const* first, std::size_t count) {
-  return std::find(first, first + count, name) != first + count;
-}
-
-template <typename Array>
-bool IsOneOf(std::string const& name, Array const& names) {
-  return IsOneOf(name, names.data(), names.size());
-}
-
-Finding JudgeProcessor(ElfFile const& file) {
+Finding JudgeProcessor(ElfFile const& file, bool isForPhone) {
   char const* standardLibrary = "an unknown standard library";
   for (ElfExport const& offered : file.exports) {
     if (offered.name.find("St6vector") != std::string::npos) standardLibrary = "libstdc++";
@@ -40,8 +27,9 @@ Finding JudgeProcessor(ElfFile const& file) {
       standardLibrary = "libc++";
     }
   }
-  return Sound("processor", fmt::format("{}, with {}", file.processor == Processor::kAArch64 ? "AArch64" : "x86-64",
-                                        standardLibrary));
+  std::string const found = hosting::ProcessorName(file.machine);
+  if (isForPhone && file.machine != EM_AARCH64) return Fault("processor", "expected AArch64, found " + found);
+  return Sound("processor", fmt::format("{}, with {}", found, standardLibrary));
 }
 
 Finding JudgeName(ElfFile const& file) {
@@ -66,33 +54,6 @@ Names ExpectedExports() {
   return expected;
 }
 
-Findings JudgeExports(ElfFile const& file) {
-  Names const expected = ExpectedExports();
-  Findings findings;
-  Names found;
-  for (ElfExport const& offered : file.exports) {
-    std::string name = ReadableName(offered.name);
-    auto const bytes = BytesOf(name);
-    if (bytes && *bytes != offered.bytes) {
-      findings.push_back(Fault("exports", fmt::format("{}: expected {} bytes, found {}", name, *bytes, offered.bytes)));
-    }
-    found.push_back(std::move(name));
-  }
-  std::sort(found.begin(), found.end());
-  Names missing, further;
-  std::set_difference(expected.begin(), expected.end(), found.begin(), found.end(), std::back_inserter(missing));
-  std::set_difference(found.begin(), found.end(), expected.begin(), expected.end(), std::back_inserter(further));
-  if (missing.size() == expected.size()) {
-    return {Fault("exports", fmt::format("none of the {} names: this is no shading library", expected.size()))};
-  }
-  for (std::string const& name : missing) findings.push_back(Fault("exports", name + " is missing"));
-  for (std::string const& name : further) findings.push_back(Fault("exports", name + " is no part of the interface"));
-  if (findings.empty()) {
-    findings.push_back(Sound("exports", fmt::format("all {} names and no others", expected.size())));
-  }
-  return findings;
-}
-
 // The content of a table entry after loading.
 std::string EntryText(ElfFile const& file, ElfPointer const& pointer) {
   if (!pointer.symbol.empty()) return ReadableName(pointer.symbol);
@@ -102,20 +63,81 @@ std::string EntryText(ElfFile const& file, ElfPointer const& pointer) {
   return offered == file.exports.end() ? std::string() : ReadableName(offered->name);
 }
 
-Findings JudgeTable(ElfFile const& file) {
+ElfExport const* FindTable(ElfFile const& file) {
   auto const table = std::find_if(file.exports.begin(), file.exports.end(),
                                   [](ElfExport const& offered) { return offered.name == kTableName; });
-  if (table == file.exports.end()) return {Fault("table", "there is none")};
+  return table == file.exports.end() ? nullptr : &*table;
+}
+
+// The entries that the table has, or should have; empty texts for functions without a name, nullopt for no function.
+std::vector<std::optional<std::string>> EntriesOf(ElfFile const& file, ElfExport const& table) {
+  std::uint64_t const bytes = std::min(table.bytes, kMaximumTableBytes);
+  std::uint64_t const found = bytes > kTableHeadBytes ? (bytes - kTableHeadBytes) / 8 : 0;
+  std::vector<std::optional<std::string>> entries(std::max<std::uint64_t>(found, kTableEntries.size()));
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    auto const pointer = file.table.find(table.address + kTableHeadBytes + 8 * i);
+    if (pointer != file.table.end()) entries[i] = EntryText(file, pointer->second);
+  }
+  return entries;
+}
+
+// Of the operations that a later version of the interface has appended to the table.
+Names AppendedOperations(ElfFile const& file) {
+  Names appended;
+  if (ElfExport const* const table = FindTable(file)) {
+    auto const entries = EntriesOf(file, *table);
+    for (std::size_t i = kTableEntries.size(); i < entries.size(); ++i) appended.push_back(entries[i].value_or(""));
+  }
+  return appended;
+}
+
+// A table may be longer by whole entries.
+bool HasSize(ElfExport const& offered, std::uint64_t expected) {
+  bool const isTable = offered.name == kTableName;
+  return offered.bytes == expected || (isTable && offered.bytes > expected && (offered.bytes - expected) % 8 == 0);
+}
+
+Findings JudgeExports(ElfFile const& file) {
+  Names const expected = ExpectedExports();
+  Names const appended = AppendedOperations(file);
   Findings findings;
-  for (std::size_t i = 0; i < kTableEntries.size(); ++i) {
-    std::string const expected = kTableEntries[i];
-    auto const pointer = file.table.find(table->address + kTableHeadBytes + 8 * i);
-    bool const isThere = pointer != file.table.end();
-    std::string const found = isThere ? EntryText(file, pointer->second) : "nothing";
-    if (found == expected) continue;
-    findings.push_back(
-        Fault("table", fmt::format("entry {}: expected {}, found {}", i, expected.empty() ? "a destructor" : expected,
-                                   found.empty() ? "a function of the library's own" : found)));
+  Names found;
+  for (ElfExport const& offered : file.exports) {
+    std::string name = ReadableName(offered.name);
+    auto const bytes = BytesOf(name);
+    if (bytes && !HasSize(offered, *bytes)) {
+      findings.push_back(Fault("exports", fmt::format("{}: expected {} bytes, found {}", name, *bytes, offered.bytes)));
+    }
+    if (!IsOneOf(name, appended) || IsOneOf(name, expected)) found.push_back(std::move(name));
+  }
+  std::sort(found.begin(), found.end());
+  Names missing, further;
+  std::set_difference(expected.begin(), expected.end(), found.begin(), found.end(), std::back_inserter(missing));
+  std::set_difference(found.begin(), found.end(), expected.begin(), expected.end(), std::back_inserter(further));
+  for (std::string const& name : missing) findings.push_back(Fault("exports", name + " is missing"));
+  for (std::string const& name : further) findings.push_back(Fault("exports", name + " is no part of the interface"));
+  if (findings.empty()) {
+    findings.push_back(Sound("exports", fmt::format("all {} names and no others", expected.size())));
+  }
+  return findings;
+}
+
+Findings JudgeTable(ElfFile const& file) {
+  ElfExport const* const table = FindTable(file);
+  if (table == nullptr) return {Fault("table", "there is none")};
+  Findings findings;
+  auto const entries = EntriesOf(file, *table);
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    bool const isAppended = i >= kTableEntries.size();
+    std::string const expected = isAppended ? "an operation" : kTableEntries[i];
+    std::string const found = entries[i].value_or("nothing");
+    std::string const shown = found.empty() ? "a function of the library's own" : found;
+    if (isAppended && entries[i]) {
+      findings.push_back({"table", Judgement::kNote, fmt::format("entry {} is of a later interface: {}", i, shown)});
+    } else if (found != expected) {
+      findings.push_back(Fault("table", fmt::format("entry {}: expected {}, found {}", i,
+                                                    expected.empty() ? "a destructor" : expected, shown)));
+    }
   }
   if (findings.empty()) {
     findings.push_back(Sound("table", fmt::format("{} entries in their order", kTableEntries.size())));
@@ -123,15 +145,17 @@ Findings JudgeTable(ElfFile const& file) {
   return findings;
 }
 
-Findings JudgeNeeded(ElfFile const& file) {
+Findings JudgeNeeded(ElfFile const& file, bool isForPhone) {
   Findings findings;
   for (char const* const library : kPlatformLibraries) {
-    if (std::find(file.needed.begin(), file.needed.end(), library) == file.needed.end()) {
+    if (!IsOneOf(library, file.needed)) {
       findings.push_back(Fault("needed", fmt::format("{} is missing", library)));
     }
   }
   for (std::string const& library : file.needed) {
-    if (!IsOneOf(library, kPlatformLibraries) && !IsOneOf(library, kRunTimeLibraries)) {
+    if (IsOneOf(library, kDeskRunTime)) {
+      if (isForPhone) findings.push_back(Fault("needed", library + " is of a desktop's run time: no phone has it"));
+    } else if (!IsOneOf(library, kPlatformLibraries) && !IsOneOf(library, kPhoneRunTime)) {
       findings.push_back(Fault("needed", library + " is neither the platform's nor part of the run time"));
     }
   }
@@ -139,87 +163,75 @@ Findings JudgeNeeded(ElfFile const& file) {
   return findings;
 }
 
-bool IsFortified(std::string const& name) {
-  return name.size() > 6 && name.compare(0, 2, "__") == 0 && name.compare(name.size() - 4, 4, "_chk") == 0;
-}
-
-Findings JudgeHardening(ElfFile const& file) {
-  auto const imports = [&](char const* name) {
-    return std::find(file.imports.begin(), file.imports.end(), name) != file.imports.end();
-  };
-  bool const isSplit = std::none_of(file.loads.begin(), file.loads.end(),
-                                    [](ElfSegment const& segment) { return segment.writable && segment.executable; });
-  Names fortified;
-  std::copy_if(file.imports.begin(), file.imports.end(), std::back_inserter(fortified), IsFortified);
-  return {
-      SoundIf(file.readOnlyLater.has_value(), "relocations", "read-only once applied", "stay writable"),
-      SoundIf(file.bindsNow, "binding", "immediate", "expected every symbol to be bound at load, found lazy binding"),
-      SoundIf(file.stack && !file.stack->executable, "stack", "not executable",
-              file.stack ? "executable" : "expected a file that says that it is not executable, found none"),
-      SoundIf(isSplit && !file.relocatesCode, "code", "read-only", "the loader or the program can write into code"),
-      SoundIf(imports("__stack_chk_fail"), "stack protector", "on", "expected calls of __stack_chk_fail, found none"),
-      SoundIf(!fortified.empty(), "fortified calls", fmt::format("{}", fmt::join(fortified, ", ")),
-              "expected calls like __vsnprintf_chk, found none"),
-  };
-}
-
-// Whether a function may be the target of an indirect branch: endbr64; bti c, or the signing that implies it.
-bool IsLandingPad(Processor processor, std::uint32_t instruction) {
-  if (processor == Processor::kX86_64) return instruction == 0xfa1e0ff3;
-  return instruction == 0xd503245f || instruction == 0xd503233f || instruction == 0xd503237f;
-}
-
-Finding JudgeBranches(ElfFile const& file) {
-  constexpr char const* kCheck = "branch protection";
-  bool const isArm = file.processor == Processor::kAArch64;
-  char const* const protection =
-      isArm ? "branch targets and signed return addresses" : "branch targets and shadow stack";
-  if ((file.branchFeatures & kBranchFeatures) == kBranchFeatures) return Sound(kCheck, protection);
-  std::size_t functions = 0;
-  std::size_t protectedOnes = 0;
-  for (ElfExport const& offered : file.exports) {
-    if (!offered.firstInstruction) continue;
-    ++functions;
-    if (IsLandingPad(file.processor, *offered.firstInstruction)) ++protectedOnes;
+char const* Name(Judgement judgement) {
+  switch (judgement) {
+    case Judgement::kSound:
+      return "ok";
+    case Judgement::kNote:
+      return "note";
+    case Judgement::kFault:
+      return "FAULT";
   }
-  if (functions == 0 || protectedOnes < functions) {
-    return Fault(kCheck,
-                 fmt::format("expected {}, found {} of {} functions prepared", protection, protectedOnes, functions));
-  }
-  return {kCheck, Judgement::kNote,
-          fmt::format("all {} functions are prepared, but the file is not marked for {}: start files without it take "
-                      "the mark away",
-                      functions, protection)};
+  return "";
 }
 
-Findings JudgePageSize(ElfFile const& file) {
-  constexpr std::uint64_t kPageBytes = 16384;  // the largest pages of phones
-  Findings findings;
-  for (ElfSegment const& segment : file.loads) {
-    if (segment.alignment < kPageBytes || (segment.address - segment.fileOffset) % kPageBytes != 0) {
-      findings.push_back(Fault("page size", fmt::format("the segment at {:#x} is aligned to {}, expected {}",
-                                                        segment.address, segment.alignment, kPageBytes)));
-    }
-  }
-  if (file.loads.empty()) findings.push_back(Fault("page size", "nothing is loaded"));
-  if (findings.empty()) findings.push_back(Sound("page size", "up to 16 KiB"));
-  return findings;
-}
+// A tap is linked with the library in whose place it stands.
+bool IsTap(ElfFile const& file) { return IsOneOf(file.soname + ".real", file.needed); }
 
 }  // namespace
 
-std::vector<Finding> Diagnose(ElfFile const& file) {
-  Findings findings = {JudgeProcessor(file), JudgeName(file)};
-  for (Findings const& further : {JudgeExports(file),
-                                  JudgeTable(file),
-                                  JudgeNeeded(file),
-                                  JudgeHardening(file),
-                                  {JudgeBranches(file)},
-                                  JudgePageSize(file)}) {
+bool IsShadingLibrary(ElfFile const& file) {
+  Names const expected = ExpectedExports();
+  return !IsTap(file) && std::any_of(file.exports.begin(), file.exports.end(), [&](ElfExport const& offered) {
+    return std::binary_search(expected.begin(), expected.end(), ReadableName(offered.name));
+  });
+}
+
+std::vector<Finding> Diagnose(ElfFile const& file, bool isForPhone) {
+  Findings findings = {JudgeProcessor(file, isForPhone)};
+  if (IsTap(file)) {
+    findings.push_back(Fault("exports", fmt::format("this is a tap; the library is {}.real", file.soname)));
+    Findings const build = JudgeBuild(file);
+    findings.insert(findings.end(), build.begin(), build.end());
+    return findings;
+  }
+  if (!IsShadingLibrary(file)) {
+    findings.push_back(
+        Fault("exports", fmt::format("none of the {} names: this is no shading library", ExpectedExports().size())));
+    return findings;
+  }
+  for (Findings const& further :
+       {{JudgeName(file)}, JudgeExports(file), JudgeTable(file), JudgeNeeded(file, isForPhone), JudgeBuild(file)}) {
     findings.insert(findings.end(), further.begin(), further.end());
   }
-  findings.push_back(SoundIf(!file.buildId.empty(), "build id", file.buildId, "there is none"));
   return findings;
+}
+
+bool IsSound(std::vector<Finding> const& findings) {
+  return std::none_of(findings.begin(), findings.end(),
+                      [](Finding const& finding) { return finding.judgement == Judgement::kFault; });
+}
+
+Json DiagnosisJson(std::string const& library, std::vector<Finding> const& findings) {
+  Json json = {{"schema", "shadingctl-doctor"},
+               {"version", 1},
+               {"library", library},
+               {"sound", IsSound(findings)},
+               {"findings", Json::array()}};
+  for (Finding const& finding : findings) {
+    json["findings"].push_back(
+        {{"check", finding.check}, {"verdict", Name(finding.judgement)}, {"text", finding.text}});
+  }
+  return json;
+}
+
+std::string DiagnosisText(Json const& diagnosis) {
+  std::string text;
+  for (auto const& finding : diagnosis["findings"]) {
+    auto const escaped = [&](char const* key) { return hosting::Escaped(finding[key].get_ref<std::string const&>()); };
+    text += fmt::format("{:<5}  {:<17}  {}\n", escaped("verdict"), escaped("check"), escaped("text"));
+  }
+  return text;
 }
 
 }  // namespace shadingctl

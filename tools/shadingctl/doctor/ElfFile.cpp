@@ -8,45 +8,24 @@
 #include <string_view>
 #include <utility>
 
-#include "tools/shadingctl/doctor/ElfImage.h"
-#include "tools/shadingctl/doctor/ElfPointers.h"
+#include "hosting/ElfImage.h"
 
 namespace shadingctl {
 namespace {
 
-// Larger than any table of operations; the size in a file may be arbitrary.
-constexpr std::uint64_t kMaximumTableBytes = 4096;
-
-Processor ReadProcessor(ElfImage const& image) {
-  if (image.Header().e_type != ET_DYN) image.Fail("expected a shared object, found another kind of ELF file");
-  switch (image.Header().e_machine) {
-    case EM_X86_64:
-      return Processor::kX86_64;
-    case EM_AARCH64:
-      return Processor::kAArch64;
-    default:
-      image.Fail(fmt::format("expected code for x86-64 or AArch64, found ELF machine {}", image.Header().e_machine));
-  }
-}
+using hosting::ElfImage;
 
 void ReadSegments(ElfImage const& image, ElfFile& file) {
-  for (GElf_Phdr const& header : image.Segments()) {
-    ElfSegment const segment = {header.p_offset,
-                                header.p_filesz,
-                                header.p_vaddr,
-                                header.p_align,
-                                (header.p_flags & PF_W) != 0,
-                                (header.p_flags & PF_X) != 0};
-    if (header.p_type == PT_LOAD) file.loads.push_back(segment);
-    if (header.p_type == PT_GNU_STACK) file.stack = segment;
-    if (header.p_type == PT_GNU_RELRO) file.readOnlyLater = segment;
+  for (Elf64_Phdr const& segment : image.Segments()) {
+    if (segment.p_type == PT_LOAD) file.loads.push_back(segment);
+    if (segment.p_type == PT_GNU_STACK) file.stack = segment;
+    if (segment.p_type == PT_GNU_RELRO) file.readOnlyLater = segment;
   }
 }
 
-void ReadDynamic(ElfImage const& image, ElfSection const& section, ElfFile& file) {
-  Elf_Data* const records = image.Records(section);
-  GElf_Dyn entry;
-  for (int i = 0; gelf_getdyn(records, i, &entry) != nullptr && entry.d_tag != DT_NULL; ++i) {
+void ReadDynamic(ElfImage const& image, Elf64_Shdr const& section, ElfFile& file) {
+  for (auto const& entry : image.Records<Elf64_Dyn>(section)) {
+    if (entry.d_tag == DT_NULL) return;
     std::uint64_t const value = entry.d_un.d_val;
     if (entry.d_tag == DT_SONAME) file.soname = image.Text(section, value);
     if (entry.d_tag == DT_NEEDED) file.needed.push_back(image.Text(section, value));
@@ -58,11 +37,9 @@ void ReadDynamic(ElfImage const& image, ElfSection const& section, ElfFile& file
   }
 }
 
-void ReadSymbols(ElfImage const& image, ElfSection const& section, ElfFile& file) {
-  Elf_Data* const records = image.Records(section);
-  GElf_Sym symbol;
-  for (int i = 1; gelf_getsym(records, i, &symbol) != nullptr; ++i) {
-    if (GELF_ST_BIND(symbol.st_info) == STB_LOCAL) continue;
+void ReadSymbols(ElfImage const& image, Elf64_Shdr const& section, ElfFile& file) {
+  for (auto const& symbol : image.Records<Elf64_Sym>(section)) {
+    if (ELF64_ST_BIND(symbol.st_info) == STB_LOCAL) continue;  // the first one is too
     std::string name = image.Text(section, symbol.st_name);
     if (symbol.st_shndx == SHN_UNDEF) {
       file.imports.push_back(std::move(name));
@@ -70,15 +47,15 @@ void ReadSymbols(ElfImage const& image, ElfSection const& section, ElfFile& file
     }
     if (symbol.st_shndx == SHN_ABS) continue;  // names a version or a place, not code or data
     ElfExport offered = {std::move(name), symbol.st_value, symbol.st_size, std::nullopt};
-    if (GELF_ST_TYPE(symbol.st_info) == STT_FUNC) offered.firstInstruction = image.At<std::uint32_t>(symbol.st_value);
+    if (ELF64_ST_TYPE(symbol.st_info) == STT_FUNC) offered.firstInstruction = image.At<std::uint32_t>(symbol.st_value);
     file.exports.push_back(std::move(offered));
   }
 }
 
 // A property is its type and size, 4 bytes each, and its value, padded to 8 bytes.
-void ReadProperties(std::string_view properties, Processor processor, ElfFile& file) {
+void ReadProperties(std::string_view properties, ElfFile& file) {
   std::uint32_t const wanted =
-      processor == Processor::kAArch64 ? GNU_PROPERTY_AARCH64_FEATURE_1_AND : GNU_PROPERTY_X86_FEATURE_1_AND;
+      file.machine == EM_AARCH64 ? GNU_PROPERTY_AARCH64_FEATURE_1_AND : GNU_PROPERTY_X86_FEATURE_1_AND;
   while (properties.size() >= 8) {
     std::uint32_t head[2];
     std::memcpy(head, properties.data(), sizeof head);
@@ -90,37 +67,46 @@ void ReadProperties(std::string_view properties, Processor processor, ElfFile& f
   }
 }
 
-void ReadNotes(ElfImage const& image, ElfSection const& section, ElfFile& file) {
-  Elf_Data* const records = image.Records(section);
-  auto const bytes = [&](std::size_t offset, std::size_t count) -> std::string_view {
-    return {static_cast<char const*>(records->d_buf) + offset, count};
+// A note is the sizes of its name and content and its type, 4 bytes each, then both, each padded.
+void ReadNotes(ElfImage const& image, Elf64_Shdr const& section, ElfFile& file) {
+  std::string_view notes = image.Bytes(section);
+  std::size_t const unit = section.sh_addralign == 8 ? 8 : 4;
+  auto const take = [&](std::size_t size) {
+    std::string_view const taken = notes.substr(0, size);
+    notes.remove_prefix(std::min(notes.size(), (size + unit - 1) / unit * unit));
+    return taken;
   };
-  GElf_Nhdr note;
-  std::size_t nameOffset = 0;
-  std::size_t contentOffset = 0;
-  for (std::size_t at = 0;
-       records->d_buf != nullptr && (at = gelf_getnote(records, at, &note, &nameOffset, &contentOffset)) > 0;) {
-    if (bytes(nameOffset, note.n_namesz) != std::string_view("GNU", 4)) continue;
-    std::string_view const content = bytes(contentOffset, note.n_descsz);
+  while (notes.size() >= sizeof(Elf64_Nhdr)) {
+    Elf64_Nhdr note;
+    std::memcpy(&note, notes.data(), sizeof note);
+    // The padding is of the place after the name, not of the name.
+    std::string_view const name = take(sizeof note + note.n_namesz).substr(sizeof note);
+    std::string_view const content = take(note.n_descsz);
+    if (name != std::string_view("GNU", 4)) continue;
     if (note.n_type == NT_GNU_BUILD_ID) {
-      file.buildId.clear();
-      for (char const byte : content) file.buildId += fmt::format("{:02x}", static_cast<unsigned char>(byte));
+      file.buildId =
+          fmt::format("{:02x}", fmt::join(reinterpret_cast<unsigned char const*>(content.data()),
+                                          reinterpret_cast<unsigned char const*>(content.data()) + content.size(), ""));
     }
-    if (note.n_type == NT_GNU_PROPERTY_TYPE_0) ReadProperties(content, file.processor, file);
+    if (note.n_type == NT_GNU_PROPERTY_TYPE_0) ReadProperties(content, file);
   }
 }
 
 }  // namespace
 
 ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& tableName) {
-  ElfImage const image(std::move(bytes), path);
+  ElfImage image(std::move(bytes), path);
+  image.ReadSections();
   ElfFile file;
-  file.processor = ReadProcessor(image);
+  file.machine = image.Header().e_machine;
+  if (file.machine != EM_X86_64 && file.machine != EM_AARCH64) {
+    image.Fail(fmt::format("expected code for x86-64 or AArch64, found {}", hosting::ProcessorName(file.machine)));
+  }
   ReadSegments(image, file);
-  for (ElfSection const& section : image.Sections()) {
-    if (section.header.sh_type == SHT_DYNAMIC) ReadDynamic(image, section, file);
-    if (section.header.sh_type == SHT_DYNSYM) ReadSymbols(image, section, file);
-    if (section.header.sh_type == SHT_NOTE) ReadNotes(image, section, file);
+  for (Elf64_Shdr const& section : image.Sections()) {
+    if (section.sh_type == SHT_DYNAMIC) ReadDynamic(image, section, file);
+    if (section.sh_type == SHT_DYNSYM) ReadSymbols(image, section, file);
+    if (section.sh_type == SHT_NOTE) ReadNotes(image, section, file);
   }
   auto const table = std::find_if(file.exports.begin(), file.exports.end(),
                                   [&](ElfExport const& offered) { return offered.name == tableName; });

@@ -1,15 +1,19 @@
 // The parts of an ELF shared object that the checks need. None of its code is run.
 #pragma once
 
+#include <elf.h>
+
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace shadingctl {
+namespace hosting {
+class ElfImage;
+}
 
-enum class Processor { kX86_64, kAArch64 };
+namespace shadingctl {
 
 // A symbol that the file exports.
 struct ElfExport {
@@ -19,30 +23,24 @@ struct ElfExport {
   std::optional<std::uint32_t> firstInstruction;  // the first 4 bytes of a function
 };
 
-struct ElfSegment {
-  std::uint64_t fileOffset = 0;
-  std::uint64_t fileBytes = 0;
-  std::uint64_t address = 0;
-  std::uint64_t alignment = 0;
-  bool writable = false;
-  bool executable = false;
-};
-
 // What the loader writes into one pointer: the address of `symbol`, or, where that is empty, `address` in this file.
 struct ElfPointer {
   std::string symbol;
   std::uint64_t address = 0;
 };
 
+// Larger than any table of operations; the size in a file may be arbitrary.
+constexpr std::uint64_t kMaximumTableBytes = 4096;
+
 struct ElfFile {
-  Processor processor = Processor::kX86_64;
-  std::string soname;  // empty: none
+  unsigned int machine = EM_NONE;  // EM_X86_64 or EM_AARCH64
+  std::string soname;              // empty: none
   std::vector<std::string> needed;
   std::vector<ElfExport> exports;
   std::vector<std::string> imports;
-  std::vector<ElfSegment> loads;
-  std::optional<ElfSegment> stack;            // PT_GNU_STACK: the permissions of the stack
-  std::optional<ElfSegment> readOnlyLater;    // PT_GNU_RELRO: read-only once relocations are applied
+  std::vector<Elf64_Phdr> loads;
+  std::optional<Elf64_Phdr> stack;            // PT_GNU_STACK: the permissions of the stack
+  std::optional<Elf64_Phdr> readOnlyLater;    // PT_GNU_RELRO: read-only once relocations are applied
   bool bindsNow = false;                      // every symbol is bound at load
   bool relocatesCode = false;                 // the loader has to write into code
   std::string buildId;                        // hexadecimal; empty: none
@@ -56,5 +54,10 @@ constexpr std::uint32_t kBranchFeatures = 3;
 // Parses the content of a file; `tableName` is the mangled name of the object whose pointers are wanted. Throws
 // UnusableInput, which names `path`, unless it is a complete 64-bit little-endian shared object for x86-64 or AArch64.
 ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& tableName);
+
+// The relocated pointers at `address` and in the `bytes` after it, by their addresses, from relocations in each form in
+// which a linker stores them.
+std::map<std::uint64_t, ElfPointer> ReadPointers(hosting::ElfImage const& image, std::uint64_t address,
+                                                 std::uint64_t bytes);
 
 }  // namespace shadingctl

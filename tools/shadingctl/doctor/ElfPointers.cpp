@@ -1,10 +1,10 @@
-#include "tools/shadingctl/doctor/ElfPointers.h"
-
 #include <fmt/format.h>
 
-#include <cstring>
 #include <string>
 #include <string_view>
+
+#include "hosting/ElfImage.h"
+#include "tools/shadingctl/doctor/ElfFile.h"
 
 namespace shadingctl {
 namespace {
@@ -17,7 +17,7 @@ constexpr std::uint64_t kPointerBytes = 8;
 
 class Reader {
  public:
-  Reader(ElfImage const& image, std::uint64_t address, std::uint64_t bytes)
+  Reader(hosting::ElfImage const& image, std::uint64_t address, std::uint64_t bytes)
       : mImage(image), mAddress(address), mBytes(bytes) {
     bool const isArm = image.Header().e_machine == EM_AARCH64;
     mAbsolute = isArm ? R_AARCH64_ABS64 : R_X86_64_64;
@@ -25,8 +25,8 @@ class Reader {
   }
 
   std::map<std::uint64_t, ElfPointer> Read() {
-    for (ElfSection const& section : mImage.Sections()) {
-      switch (section.header.sh_type) {
+    for (Elf64_Shdr const& section : mImage.Sections()) {
+      switch (section.sh_type) {
         case SHT_RELA:
           ReadRela(section);
           break;
@@ -47,38 +47,31 @@ class Reader {
  private:
   bool IsWanted(std::uint64_t offset) const { return offset >= mAddress && offset - mAddress < mBytes; }
 
-  void Add(ElfSection const& section, std::uint64_t offset, std::uint64_t info, std::uint64_t addend) {
+  void Add(Elf64_Shdr const& section, std::uint64_t offset, std::uint64_t info, std::uint64_t addend) {
     if (!IsWanted(offset)) return;
-    std::uint64_t const type = GELF_R_TYPE(info);
+    std::uint64_t const type = ELF64_R_TYPE(info);
     if (type == mRelative) mPointers[offset] = {"", addend};
-    if (type == mAbsolute) mPointers[offset] = {SymbolName(section, GELF_R_SYM(info)), addend};
+    if (type == mAbsolute) mPointers[offset] = {SymbolName(section, ELF64_R_SYM(info)), addend};
   }
 
-  std::string SymbolName(ElfSection const& section, std::uint64_t index) const {
-    if (section.header.sh_link >= mImage.Sections().size()) mImage.Fail("relocations name a section that is not there");
-    ElfSection const& symbols = mImage.Sections()[section.header.sh_link];
-    GElf_Sym symbol;
-    if (gelf_getsym(mImage.Records(symbols), static_cast<int>(index), &symbol) == nullptr) {
-      mImage.Fail(fmt::format("a relocation names symbol {}, which is not there", index));
-    }
-    return mImage.Text(symbols, symbol.st_name);
+  std::string SymbolName(Elf64_Shdr const& section, std::uint64_t index) const {
+    auto const& sections = mImage.Sections();
+    auto const symbol =
+        section.sh_link < sections.size() ? mImage.RecordAt<Elf64_Sym>(sections[section.sh_link], index) : std::nullopt;
+    if (!symbol) mImage.Fail(fmt::format("expected symbol {} for a relocation, found none", index));
+    return mImage.Text(sections[section.sh_link], symbol->st_name);
   }
 
-  void ReadRela(ElfSection const& section) {
-    Elf_Data* const records = mImage.Records(section);
-    GElf_Rela relocation;
-    for (int i = 0; gelf_getrela(records, i, &relocation) != nullptr; ++i) {
+  void ReadRela(Elf64_Shdr const& section) {
+    for (auto const& relocation : mImage.Records<Elf64_Rela>(section)) {
       Add(section, relocation.r_offset, relocation.r_info, static_cast<std::uint64_t>(relocation.r_addend));
     }
   }
 
   // A word that is even is the address of a pointer; an odd one has a bit for each of the 63 pointers after the last.
-  void ReadRelr(ElfSection const& section) {
-    std::string_view const bytes = mImage.Bytes(section);
+  void ReadRelr(Elf64_Shdr const& section) {
     std::uint64_t next = 0;
-    for (std::size_t at = 0; bytes.size() - at >= kPointerBytes; at += kPointerBytes) {
-      std::uint64_t word = 0;
-      std::memcpy(&word, bytes.data() + at, sizeof word);
+    for (std::uint64_t const word : mImage.Records<std::uint64_t>(section)) {
       if ((word & 1U) == 0) {
         AddRelative(word);
         next = word + kPointerBytes;
@@ -99,7 +92,7 @@ class Reader {
 
   // "APS2", then signed LEB128 numbers: how many relocations, the first offset, then groups. A group states its size,
   // its flags and what all of its members share.
-  void ReadPacked(ElfSection const& section) {
+  void ReadPacked(Elf64_Shdr const& section) {
     constexpr std::uint64_t kSharesInfo = 1, kSharesDelta = 2, kSharesAddend = 4, kHasAddend = 8;
     std::string_view bytes = mImage.Bytes(section);
     if (bytes.substr(0, 4) != "APS2") mImage.Fail("expected packed relocations to begin with APS2");
@@ -131,7 +124,7 @@ class Reader {
   std::uint64_t TakeNumber(std::string_view& bytes) const {
     std::uint64_t value = 0;
     for (unsigned int shift = 0; shift < 64; shift += 7) {
-      if (bytes.empty()) mImage.Fail("truncated: packed relocations end inside a number");
+      if (bytes.empty()) mImage.Fail("is cut: packed relocations end inside a number");
       auto const byte = static_cast<unsigned char>(bytes.front());
       bytes.remove_prefix(1);
       value |= static_cast<std::uint64_t>(byte & 0x7FU) << shift;
@@ -143,7 +136,7 @@ class Reader {
     mImage.Fail("packed relocations hold a number beyond 64 bits");
   }
 
-  ElfImage const& mImage;
+  hosting::ElfImage const& mImage;
   std::uint64_t mAddress;
   std::uint64_t mBytes;
   std::uint64_t mAbsolute;
@@ -153,7 +146,8 @@ class Reader {
 
 }  // namespace
 
-std::map<std::uint64_t, ElfPointer> ReadPointers(ElfImage const& image, std::uint64_t address, std::uint64_t bytes) {
+std::map<std::uint64_t, ElfPointer> ReadPointers(hosting::ElfImage const& image, std::uint64_t address,
+                                                 std::uint64_t bytes) {
   return Reader(image, address, bytes).Read();
 }
 

@@ -9,6 +9,8 @@
 namespace shadingctl {
 
 std::string ReadableName(std::string const& mangled) {
+  constexpr std::size_t kLongest = 256;  // beyond any name of the interface
+  if (mangled.size() > kLongest) return mangled;
   int status = 0;
   std::unique_ptr<char, void (*)(void*)> const demangled(
       abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status), std::free);

@@ -65,22 +65,12 @@ constexpr std::array<char const*, 6> kPlatformLibraries = {"liblog.so",
                                                            "libcam.utils.sensorprovider.so",
                                                            "libcam.halsensor.so"};
 
-// The run time of C and C++ by the names that it has on a phone and on a desk.
-constexpr std::array<char const*, 15> kRunTimeLibraries = {"libc.so",
-                                                           "libm.so",
-                                                           "libdl.so",
-                                                           "libc++.so",
-                                                           "libc++_shared.so",
-                                                           "libc.so.6",
-                                                           "libm.so.6",
-                                                           "libstdc++.so.6",
-                                                           "libgcc_s.so.1",
-                                                           "libc++.so.1",
-                                                           "libc++abi.so.1",
-                                                           "libunwind.so.1",
-                                                           "libpthread.so.0",
-                                                           "ld-linux-x86-64.so.2",
-                                                           "ld-linux-aarch64.so.1"};
+// The run time of C and C++ by the names that it has on a phone, and on a desk alone.
+constexpr std::array<char const*, 5> kPhoneRunTime = {"libc.so", "libm.so", "libdl.so", "libc++.so",
+                                                      "libc++_shared.so"};
+constexpr std::array<char const*, 10> kDeskRunTime = {
+    "libc.so.6",      "libm.so.6",      "libstdc++.so.6",  "libgcc_s.so.1",        "libc++.so.1",
+    "libc++abi.so.1", "libunwind.so.1", "libpthread.so.0", "ld-linux-x86-64.so.2", "ld-linux-aarch64.so.1"};
 
 // Demangles a name into a form that is the same for every standard library: without inline namespaces and without the
 // default allocators of vectors.

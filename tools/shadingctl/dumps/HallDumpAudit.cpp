@@ -14,16 +14,17 @@
 namespace shadingctl {
 namespace {
 
-// Writes and removes a file of a dump's size in the folder, to obtain the error that the library does not report.
+// Writes a file of a dump's size in the folder, which has lost its name before, to obtain the error that the library
+// does not report.
 std::string AskTheSystem() {
   std::string const path = fmt::format("{}/.shadingctl-{}", kDumpDirectory, getpid());
   std::string const content(kLargestDump, '0');
   hosting::FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   int error = file ? 0 : errno;
+  if (file) unlink(path.c_str());
   if (file && write(file.Number(), content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
     error = errno != 0 ? errno : ENOSPC;  // a short write has no error of its own
   }
-  if (file) unlink(path.c_str());
   return error == 0 ? "the system names no reason" : std::generic_category().message(error);
 }
 

@@ -15,10 +15,6 @@ class HallDumpAudit {
   // The frame got a position, so that its dump should be there and whole.
   void Expect(DumpName const& name);
 
-  std::uint64_t Expected() const { return mExpected; }
-  std::uint64_t Missing() const { return mMissing; }
-  std::uint64_t Cut() const { return mCut; }
-
   // The dumps missing or short below `directory`, with the system's reason; empty when all are complete.
   std::string Complaint(std::string const& directory) const;
 

@@ -1,10 +1,10 @@
-#include "tools/shadingctl/dumps/HallDumpCheck.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+
+#include "tools/shadingctl/dumps/HallDumpFile.h"
 
 namespace shadingctl {
 namespace {

@@ -60,4 +60,9 @@ class BrokenDump : public std::runtime_error {
 // writes it.
 HallDump ParseDump(DumpName const& name, std::string_view text);
 
+// What is wrong with the position: "expected ..., found ..."; empty when one of the library's calculations (mean,
+// maximum, middle, last) gives it, for both axes the same. Samples and position are printed with six decimals, so a
+// mean may differ by that.
+std::optional<std::string> CheckPosition(HallDump const& dump);
+
 }  // namespace shadingctl

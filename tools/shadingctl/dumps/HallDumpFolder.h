@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "tools/shadingctl/dumps/HallDumpFile.h"
+#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
 
@@ -25,6 +27,10 @@ HallDump ReadDump(std::string const& file);
 // UnusableInput when the directory cannot be read, and Interrupted.
 void ReadDumps(std::string const& name, std::vector<NamedDump>& dumps,
                std::function<void(std::string const&)> const& complain);
+
+// Writes the dumps as a table to read, a line per frame, or JSON; `withSamples` lists the samples of the spans in
+// formats that otherwise omit them.
+void WriteDumps(Format format, OutputFile& output, std::vector<NamedDump> const& dumps, bool withSamples);
 
 // Redirects the library's dumps below `directory` from now on: creates the dump folder, which the library does not, and
 // changes the working directory to `directory`; open relative paths before. Throws UnusableInput when that fails, or

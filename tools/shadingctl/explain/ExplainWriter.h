@@ -3,11 +3,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
 #include "tools/shadingctl/explain/LogExplanation.h"
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/result/ResultWriter.h"
 
@@ -35,7 +35,7 @@ class ExplainWriter {
   Format mFormat;
   std::optional<std::uint32_t> mFrame;
   std::unique_ptr<ResultWriter> mRows;  // null: in words
-  nlohmann::ordered_json mWords = nlohmann::ordered_json::array();
+  Json mWords = Json::array();
   bool mHasShown = false;
 };
 

@@ -8,6 +8,7 @@
 
 #include "hosting/HostLibrary.h"
 #include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/replay/ForeignLibrary.h"
 
 namespace shadingctl {
 namespace {
@@ -119,7 +120,7 @@ void Recomputation::Load(int mode) {
   mSettings.log.maximumLevel = kEveryMessage;
   desktop::Device& device = desktop::Device::Get();
   device.Configure(mSettings);
-  mLibrary = &hosting::LoadShadingLibrary(mLibraryPath);
+  mLibrary = &LoadLibrary(mLibraryPath);
   mModeSwitch = hosting::FindSwitch(mLibraryPath, "g_oisDebug");
   device.ListenToLog([this](desktop::LogMessage const& message) {
     if (mIsListening && message.sink == desktop::Sink::kSystemLog) mMessages.Add(message.text);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/shadingctl/explain/FrameWords.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
@@ -25,8 +26,8 @@ std::string FirstLine(std::uint64_t count, std::uint64_t line) {
   return count == 0 ? std::string() : fmt::format(" (first at line {})", line);
 }
 
-nlohmann::ordered_json FramesJson(FrameList const& frames) {
-  nlohmann::ordered_json first = nlohmann::ordered_json::array();
+Json FramesJson(FrameList const& frames) {
+  Json first = Json::array();
   for (std::size_t i = 0; i < frames.Named(); ++i) first.push_back(frames.first[i]);
   return {{"count", frames.count}, {"first", std::move(first)}};
 }
@@ -67,11 +68,11 @@ std::string ReportText(LogReport const& report, std::string const& logName) {
   return text;
 }
 
-nlohmann::ordered_json ReportJson(LogReport const& report, std::string const& logName) {
+Json ReportJson(LogReport const& report, std::string const& logName) {
   LogCounts const& lines = report.lines;
   return {{"name", logName},
           {"formats", FormatNames(report)},
-          {"mode", report.mode ? nlohmann::ordered_json(*report.mode) : nlohmann::ordered_json(nullptr)},
+          {"mode", report.mode ? Json(*report.mode) : Json(nullptr)},
           {"lines", lines.lines},
           {"messages", report.messages},
           {"other_tags", lines.otherTags},

@@ -2,16 +2,14 @@
 
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "hosting/LibraryNumbers.h"
 #include "tools/shadingctl/fit/Verdict.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr char const* kAxes[] = {"x", "y"};
 constexpr char const* kLists[] = {"outliers", "search", "images"};

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <cstddef>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "tools/shadingctl/fit/LagFit.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 
@@ -20,10 +20,10 @@ struct FitSource {
 };
 
 // All that is told of a fit; text and CSV show parts of it.
-nlohmann::ordered_json FitDocument(ReferenceFit const& fit, FitSource const& source);
+Json FitDocument(ReferenceFit const& fit, FitSource const& source);
 
-std::string FitText(nlohmann::ordered_json const& document);
-std::string FitCsv(nlohmann::ordered_json const& document);
-std::string FitJson(nlohmann::ordered_json document);
+std::string FitText(Json const& document);
+std::string FitCsv(Json const& document);
+std::string FitJson(Json document);
 
 }  // namespace shadingctl

@@ -1,13 +1,23 @@
 #include "tools/shadingctl/output/Console.h"
 
+#include <algorithm>
 #include <cstdio>
+
+#include "hosting/QuotedText.h"
 
 namespace shadingctl {
 
-void Tell(std::string const& message) { TellPlainly("shadingctl: " + message + "\n"); }
+void Tell(std::string const& message) { TellPlainly("shadingctl: " + hosting::Escaped(message) + "\n"); }
 
-void TellPlainly(std::string const& text) {
-  std::fwrite(text.data(), 1, text.size(), stderr);
+void TellPlainly(std::string_view text) {
+  std::string lines;
+  while (!text.empty()) {
+    std::size_t const end = std::min(text.find('\n'), text.size());
+    lines += hosting::Escaped(text.substr(0, end));
+    if (end < text.size()) lines += '\n';
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  std::fwrite(lines.data(), 1, lines.size(), stderr);
   std::fflush(stderr);
 }
 

@@ -2,13 +2,14 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace shadingctl {
 
-// Writes "shadingctl: MESSAGE" as a line. A failure to write is ignored.
+// Writes "shadingctl: MESSAGE" as a line, escaped. A failure to write is ignored.
 void Tell(std::string const& message);
 
-// The same without the name before it: a summary, a complaint that begins with its file.
-void TellPlainly(std::string const& text);
+// Lines without the name before them, escaped: a summary, a complaint that begins with its file.
+void TellPlainly(std::string_view text);
 
 }  // namespace shadingctl

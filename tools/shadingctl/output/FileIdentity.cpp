@@ -1,11 +1,8 @@
 #include "tools/shadingctl/output/FileIdentity.h"
 
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <optional>
 #include <system_error>
 
 #include "hosting/UnusableInput.h"
@@ -17,47 +14,29 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kMostLinks = 40;  // as the system follows at most
-
-struct Identity {
-  dev_t device = 0;
-  ino_t node = 0;
-  std::string name;  // of a file that does not exist: its path from the directory `node`
-
-  bool operator==(Identity const& other) const {
-    return device == other.device && node == other.node && name == other.name;
-  }
-};
-
-Identity Of(struct stat const& status) { return {status.st_dev, status.st_ino, {}}; }
-
-// Empty for a device, which loses nothing.
-std::optional<Identity> Identify(std::string const& path, int stream) {
-  struct stat status = {};
-  if (path == kStandardOutput) {
-    return fstat(stream, &status) == 0 ? std::optional<Identity>(Of(status)) : std::nullopt;
-  }
-  if (stat(path.c_str(), &status) == 0) {
-    return S_ISCHR(status.st_mode) ? std::nullopt : std::optional<Identity>(Of(status));
-  }
-  fs::path const target(WithoutLinks(path));
-  fs::path name = target.filename();
-  fs::path directory = target.parent_path();
-  while (stat(directory.empty() ? "." : directory.c_str(), &status) != 0) {
-    if (!directory.has_relative_path()) return std::nullopt;
-    name = directory.filename() / name;  // a directory that will be made, or opening the file will say that it is none
-    directory = directory.parent_path();
-  }
-  return Identity{status.st_dev, status.st_ino, name.lexically_normal().string()};
-}
+constexpr char kOutput[] = "/proc/self/fd/1";
+constexpr char kErrors[] = "/proc/self/fd/2";
 
 struct Named {
   std::string name;
   char const* role;
-  Identity identity;
+  fs::path path;
 };
 
+// Standard output and standard error by the names that the system has for them, others absolute and without links.
+Named NameOf(std::string const& name, char const* role, char const* stream, char const* streamName) {
+  if (name == kStandardOutput) return {streamName, role, stream};
+  std::error_code failure;
+  fs::path const path = fs::absolute(WithoutLinks(name));
+  fs::path const canonical = fs::weakly_canonical(path, failure);
+  return {name, role, failure ? path.lexically_normal() : canonical};
+}
+
+// Of files that do not exist the names are compared. A device loses nothing when it is named twice.
 void RefuseIfSame(Named const& one, Named const& other) {
-  if (!(one.identity == other.identity)) return;
+  std::error_code failure;
+  if (fs::is_character_file(one.path, failure)) return;
+  if (one.path != other.path && !fs::equivalent(one.path, other.path, failure)) return;
   throw hosting::UnusableInput(fmt::format("{}: is the same file as {}, {}", one.name, other.name, other.role));
 }
 
@@ -76,23 +55,20 @@ std::string WithoutLinks(std::string const& path) {
 void RefuseOverwriting(std::vector<std::string> const& inputs, std::vector<std::string> const& outputs) {
   std::vector<Named> used;
   for (std::string const& input : inputs) {
-    std::string const name = input == kStandardInput ? "standard input" : input;
-    if (auto const identity = Identify(input, STDIN_FILENO)) used.push_back({name, "which is read", *identity});
+    used.push_back(NameOf(input, "which is read", "/proc/self/fd/0", "standard input"));
   }
   for (std::string const& path : outputs) {
-    auto const identity = Identify(path, STDOUT_FILENO);
-    if (!identity) continue;
-    Named const output = {path == kStandardOutput ? "standard output" : path, "which is written too", *identity};
+    Named const output = NameOf(path, "which is written too", kOutput, "standard output");
     for (Named const& other : used) RefuseIfSame(output, other);
     used.push_back(output);
   }
   // Where standard output and standard error are files, the shell has opened them; both may be the same one.
-  for (int const stream : {STDOUT_FILENO, STDERR_FILENO}) {
-    struct stat status = {};
-    if (fstat(stream, &status) != 0 || !S_ISREG(status.st_mode)) continue;
-    Named const redirected = {stream == STDOUT_FILENO ? "standard output" : "standard error", "", Of(status)};
+  for (char const* const stream : {kOutput, kErrors}) {
+    std::error_code failure;
+    if (!fs::is_regular_file(stream, failure)) continue;
+    Named const redirected = {stream == kOutput ? "standard output" : "standard error", "", stream};
     for (Named const& other : used) {
-      if (other.name != "standard output") RefuseIfSame(redirected, other);
+      if (other.path != kOutput) RefuseIfSame(redirected, other);
     }
   }
 }

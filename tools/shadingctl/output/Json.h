@@ -22,4 +22,7 @@ inline std::string Dump(Json const& json, int indent = -1) {
   return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
+// A whole document, indented.
+inline std::string JsonText(Json const& document) { return Dump(document, 2) + "\n"; }
+
 }  // namespace shadingctl

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,7 +24,26 @@ constexpr std::size_t kBlock = std::size_t{64} * 1024;  // handed to the system 
 constexpr unsigned int kPermissions = 0666;             // of a new file, less the process's mask
 constexpr unsigned int kModeBits = 07777;               // of an old file, kept
 
+hosting::FileDescriptor& KeptStandardOutput() {
+  static hosting::FileDescriptor kept;
+  return kept;
+}
+
+hosting::FileDescriptor StandardOutput() {
+  int const kept = KeptStandardOutput().Number();
+  return hosting::FileDescriptor(fcntl(kept >= 0 ? kept : STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
+}
+
+bool IsNamed(int file, int directory, std::string const& name) {
+  struct stat own = {};
+  struct stat named = {};
+  return fstat(file, &own) == 0 && fstatat(directory, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+         own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+}
+
 }  // namespace
+
+void KeepStandardOutput() { KeptStandardOutput() = StandardOutput(); }
 
 OutputFile::OutputFile(std::string const& path) : mName(path) {
   mBuffer.reserve(kBlock);
@@ -31,7 +51,7 @@ OutputFile::OutputFile(std::string const& path) : mName(path) {
   if (path == kStandardOutput) {
     mName = "standard output";
     mIsStandardOutput = true;
-    mFile = hosting::FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0));
+    mFile = StandardOutput();
     if (!mFile) Fail(errno);
   } else if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
     mFile = hosting::FileDescriptor(open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
@@ -51,17 +71,35 @@ void OutputFile::OpenBesideTarget(std::string const& target, bool exists, unsign
   if (!mDirectory) Fail(errno);
   if (mTarget.empty()) Fail(EISDIR);
   if (exists && faccessat(mDirectory.Number(), mTarget.c_str(), W_OK, AT_EACCESS) != 0) Fail(errno);
-  for (unsigned int attempt = 0; !mFile; ++attempt) {
-    std::string const name = fmt::format(".shadingctl-{}-{}", getpid(), attempt);
-    mFile = hosting::FileDescriptor(
-        openat(mDirectory.Number(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPermissions));
-    if (mFile) mTemporary = name;
-    if (!mFile && errno != EEXIST) Fail(errno);
-  }
+  OpenTemporary();
   if (exists && fchmod(mFile.Number(), mode & kModeBits) != 0) {
     int const error = errno;
     unlinkat(mDirectory.Number(), mTemporary.c_str(), 0);  // no destructor follows a constructor that throws
     Fail(error);
+  }
+}
+
+// A process holds the lock of its file until that has its name. What a killed one has left is locked by nobody, and is
+// removed by the next one that comes to its name.
+void OutputFile::OpenTemporary() {
+  int const directory = mDirectory.Number();
+  for (unsigned int attempt = 0; !mFile; ++attempt) {
+    std::string const name = fmt::format(".shadingctl-{}", attempt);
+    hosting::FileDescriptor const left(openat(directory, name.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (left && flock(left.Number(), LOCK_EX | LOCK_NB) == 0 && IsNamed(left.Number(), directory, name)) {
+      unlinkat(directory, name.c_str(), 0);
+    }
+    mFile =
+        hosting::FileDescriptor(openat(directory, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPermissions));
+    if (!mFile && errno != EEXIST) Fail(errno);
+    if (!mFile) continue;
+    // Another process may have taken it for one that was left, before it was locked.
+    bool const isTaken = flock(mFile.Number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (isTaken || !IsNamed(mFile.Number(), directory, name)) {
+      mFile = hosting::FileDescriptor();
+    } else {
+      mTemporary = name;
+    }
   }
 }
 
@@ -119,7 +157,8 @@ void OutputFile::FinishAll(std::initializer_list<OutputFile*> files) {
 void OutputFile::Complete() {
   if (mKeptError != 0) Fail(mKeptError);
   WriteOut();
-  if (IsHeldBack() && mFile && !mFile.Close()) Fail(errno);
+  // Some file systems report a failed write when a descriptor is closed; the lock stays with the other one.
+  if (IsHeldBack() && !hosting::FileDescriptor(fcntl(mFile.Number(), F_DUPFD_CLOEXEC, 0)).Close()) Fail(errno);
 }
 
 void OutputFile::Publish() {

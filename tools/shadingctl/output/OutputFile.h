@@ -14,6 +14,9 @@ namespace shadingctl {
 // The name of standard output, wherever the name of a file is asked for.
 constexpr char kStandardOutput[] = "-";
 
+// From now on kStandardOutput stays what standard output is now, whatever else is done with that stream.
+void KeepStandardOutput();
+
 // Thrown when the reader of standard output is gone.
 class ReaderIsGone : public std::exception {};
 
@@ -23,6 +26,8 @@ class ReaderIsGone : public std::exception {};
 //
 // The directory is found when the object is made: a later change of the working directory or of what is mounted where
 // does not matter.
+//
+// A killed run leaves at most a file .shadingctl-N, which a later run with an output in that directory removes.
 //
 // Everything that fails (no such directory, a full disk) throws UnusableInput: "FILE: cannot be written: REASON".
 class OutputFile {
@@ -51,6 +56,7 @@ class OutputFile {
 
  private:
   void OpenBesideTarget(std::string const& target, bool exists, unsigned int mode);
+  void OpenTemporary();
   void WriteOut();
   void Complete();
   void Publish();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hosting/Interruption.h"
+#include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "recording/RecordingRows.h"
 #include "tools/shadingctl/output/FileIdentity.h"
@@ -43,7 +44,8 @@ class MadeDirectory {
 
 }  // namespace
 
-RecordingSize WriteRecording(recording::Session& session, std::string const& directory, bool overwrite) {
+RecordingSize WriteRecording(recording::Session& session, std::string const& directory, bool overwrite,
+                             OutputFile& told) {
   MadeDirectory made(directory);
   std::string const settingsPath = directory + "/recording.csv";
   std::string const callsPath = directory + "/calls.csv";
@@ -78,7 +80,8 @@ RecordingSize WriteRecording(recording::Session& session, std::string const& dir
     }
   }
   settingsFile.Write(recording::SettingsText(session.Settings()));
-  OutputFile::FinishAll({&callsFile, &samplesFile, &settingsFile});
+  told.Write(fmt::format("{}: {} frames, {} samples\n", hosting::Escaped(directory), size.calculations, size.samples));
+  OutputFile::FinishAll({&callsFile, &samplesFile, &settingsFile, &told});
   made.Keep();
   fs::remove(framesPath, error);  // one that stays is not read
   return size;

@@ -1,8 +1,12 @@
 #include "tools/shadingctl/replay/DeviceCameras.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <set>
 #include <utility>
+
+#include "hosting/UnusableInput.h"
 
 namespace shadingctl {
 namespace {
@@ -38,6 +42,15 @@ Camera CameraOf(desktop::DeviceSettings const& settings, std::optional<std::int3
     if (!wanted || camera.sensorId == *wanted) return camera;
   }
   return {wanted.value_or(0), 0};
+}
+
+void ExpectCamera(desktop::DeviceSettings const& settings, std::optional<std::int32_t> wanted,
+                  std::string const& session) {
+  std::vector<std::int32_t> cameras;
+  for (Camera const& camera : SensorMap(settings)) cameras.push_back(camera.sensorId);
+  if (!wanted || std::find(cameras.begin(), cameras.end(), *wanted) != cameras.end()) return;
+  throw hosting::UnusableInput(
+      fmt::format("{}: expected camera {}, found those of the device, {}", session, *wanted, fmt::join(cameras, ", ")));
 }
 
 void SetCameras(std::vector<std::int32_t> const& cameras, desktop::DeviceSettings& settings) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/desktop/Device.h"
@@ -17,6 +18,10 @@ struct Camera {
 // The camera asked for with its sensor type, or the first one of the sensor map. A camera that the map does not list
 // has no type; the library refuses it whatever it is.
 Camera CameraOf(desktop::DeviceSettings const& settings, std::optional<std::int32_t> wanted);
+
+// Throws UnusableInput, which names the session and the cameras, where the sensor map does not list the one asked for.
+void ExpectCamera(desktop::DeviceSettings const& settings, std::optional<std::int32_t> wanted,
+                  std::string const& session);
 
 // Makes these cameras the sensor map, and gives the device an image sensor for each that it lacks. A camera that was
 // not in the map gets a type of its own: the library takes monitors of one type for the same.

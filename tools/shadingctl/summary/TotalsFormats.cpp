@@ -110,7 +110,7 @@ std::string Totals::ToJson() const {
                          {"measures", measures},
                          {"errors", {{"share", Percentiles::kShareError}, {"quantity", Percentiles::kQuantityError}}},
                          {"worst", worst}};
-  return Dump(document, 2) + "\n";
+  return JsonText(document);
 }
 
 }  // namespace shadingctl

@@ -5,8 +5,9 @@
 #include <cerrno>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <system_error>
-#include <utility>
+#include <vector>
 
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Commands.h"
@@ -18,11 +19,11 @@ namespace {
 constexpr char kProgram[] = "shadingctl-import";
 
 // Becomes the program beside this one, or else the one in PATH. Returns only by throwing UnusableInput.
-int RunImporter(std::vector<std::string> words) {
+int RunImporter(char** words) {
   std::string name = kProgram;
   std::vector<char*> arguments = {name.data()};
-  for (std::string& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
+  do arguments.push_back(*words);
+  while (*words++ != nullptr);
   std::error_code error;
   auto const self = std::filesystem::read_symlink("/proc/self/exe", error);
   std::string const beside = (self.parent_path() / kProgram).string();
@@ -37,14 +38,13 @@ int RunImporter(std::vector<std::string> words) {
 
 }  // namespace
 
-void AddImportCommand(CLI::App& app, std::vector<std::string> words, Command& chosen) {
+Command AddImportCommand(CLI::App& command) {
   auto const arguments = std::make_shared<ImportArguments>();
-  CLI::App* const command = app.add_subcommand("import", kImportDescription);
-  AddImportOptions(*command, *arguments);
-  command->callback([command, arguments, words = std::move(words), &chosen] {
-    CompleteImportArguments(*command, *arguments);
-    chosen = [words] { return RunImporter(words); };
-  });
+  AddImportOptions(command, *arguments);
+  return [&command, arguments](char** words) {
+    CompleteImportArguments(command, *arguments);
+    return RunImporter(words);
+  };
 }
 
 }  // namespace shadingctl

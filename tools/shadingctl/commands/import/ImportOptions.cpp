@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/commands/Program.h"
 
 namespace shadingctl {
 namespace {

@@ -11,8 +11,6 @@ class App;
 
 namespace shadingctl {
 
-constexpr char kImportDescription[] = "Make a recording of other data: CSV, VideoIMUCapture, a log";
-
 // `arguments` must outlive `command`.
 void AddImportOptions(CLI::App& command, ImportArguments& arguments);
 

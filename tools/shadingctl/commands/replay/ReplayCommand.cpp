@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <limits>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -107,69 +106,70 @@ void RefuseGatesBelowDetail(ReplayArguments const& arguments) {
       fmt::format("expected --log-level {} or more, found {}", hosting::kDetailLevel, arguments.logLevel));
 }
 
-}  // namespace
+int CheckAndRun(ReplayArguments const& arguments) {
+  RefuseGatesBelowDetail(arguments);
+  if (arguments.samples && arguments.format != Format::kJson) {
+    throw CLI::ValidationError("--samples", "expected --format json, which alone holds samples");
+  }
+  return RunReplay(arguments);
+}
 
-void AddReplayCommand(CLI::App& app, Command& chosen) {
-  auto const arguments = std::make_shared<ReplayArguments>();
-  CLI::App* const command = app.add_subcommand("replay", "Play a recorded or the built-in session to the library");
-  command->footer(kReplayExamples);
+void AddOptions(CLI::App& command, ReplayArguments& arguments) {
+  command.footer(kReplayExamples);
   command
-      ->add_option_function<std::string>(
+      .add_option_function<std::string>(
           "RECORDING",
-          [arguments](std::string const& name) { arguments->recording = recording::RecordingDirectory(name); },
+          [&arguments](std::string const& name) { arguments.recording = recording::RecordingDirectory(name); },
           "Directory of a recording, or one of its files; without it, a built-in session")
       ->check(RefuseStandardStream);
-  AddResultOptions(*command, arguments->format, arguments->output);
+  AddResultOptions(command, arguments.format, arguments.output);
   command
-      ->add_option(
-          "--mode", arguments->mode,
+      .add_option(
+          "--mode", arguments.mode,
           "How a span becomes a position (middle: of an even number the lower one); by default as the recording "
           "or the device says")
       ->check(CLI::IsMember({"mean", "maximum", "middle", "last"}));
   command
-      ->add_option_function<std::string>(
-          "--type", [arguments](std::string const& digit) { arguments->type = digit[0] - '0'; },
+      .add_option_function<std::string>(
+          "--type", [&arguments](std::string const& digit) { arguments.type = digit[0] - '0'; },
           "Kind of every frame as the host numbers it: previews 0 and 4, captures 1, 5 and 6; by default as the "
           "recording says, or else 0")
       ->check(CLI::IsMember({"0", "1", "4", "5", "6"}));
   AddNumber(
-      *command, "--camera", arguments->camera, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
+      command, "--camera", arguments.camera, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
       "Sensor id: leave out what is recorded of other cameras. Where the recording names none, by default the first of "
       "the device's sensor map");
-  command->add_flag("--reset-matched", arguments->resetMatched,
-                    "Clear the flag before each frame: without a start the position stays");
-  AddNumber(*command, "--log-level", arguments->logLevel, 0, 9,
+  command.add_flag("--reset-matched", arguments.resetMatched,
+                   "Clear the flag before each frame: without a start the position stays");
+  AddNumber(command, "--log-level", arguments.logLevel, 0, 9,
             "The library's own level: below 4 it tells no ages, below 1 no spans");
   auto* const dump = command
-                         ->add_option("--dump", arguments->dumps,
-                                      "Let the library write OIS hall dump files: preview (of frame types 0 and 4), "
-                                      "capture (of 1, 5 and 6), or both with a comma between")
+                         .add_option("--dump", arguments.dumps,
+                                     "Let the library write OIS hall dump files: preview (of frame types 0 and 4), "
+                                     "capture (of 1, 5 and 6), or both with a comma between")
                          ->delimiter(',')
                          ->expected(1, 2)
                          ->allow_extra_args(false)
                          ->check(CLI::IsMember({"preview", "capture"}));
   auto* const dumpDirectory =
-      command->add_option("--dump-dir", arguments->dumpDirectory,
-                          "Where to: one file per matched frame in DIR/data/vendor/camera_dump, which is made");
+      command.add_option("--dump-dir", arguments.dumpDirectory,
+                         "Where to: one file per matched frame in DIR/data/vendor/camera_dump, which is made");
   dump->needs(dumpDirectory);
   dumpDirectory->needs(dump)->type_name("DIR");
-  AddHostOptions(*command, arguments->device, arguments->library);
-  command->add_option("--log", arguments->log, "Write every message of the library to this file; - is standard output")
+  AddHostOptions(command, arguments.device, arguments.library);
+  command.add_option("--log", arguments.log, "Write every message of the library to this file; - is standard output")
       ->type_name("FILE");
-  AddRowOptions(*command, *arguments);
+  AddRowOptions(command, arguments);
   command
-      ->add_option("--report", arguments->report,
-                   "Write the page of this replay to this file as well, with all its frames and samples")
+      .add_option("--report", arguments.report,
+                  "Write the page of this replay to this file as well, with all its frames and samples")
       ->type_name("FILE");
-  command->add_flag("--samples", arguments->samples, "JSON holds every batch of samples as well, for report and trace");
-  AddCheckOptions(*command, arguments->checks);
-  command->callback([arguments, &chosen] {
-    RefuseGatesBelowDetail(*arguments);
-    if (arguments->samples && arguments->format != Format::kJson) {
-      throw CLI::ValidationError("--samples", "expected --format json, which alone holds samples");
-    }
-    chosen = [arguments] { return RunReplay(*arguments); };
-  });
+  command.add_flag("--samples", arguments.samples, "JSON holds every batch of samples as well, for report and trace");
+  AddCheckOptions(command, arguments.checks);
 }
+
+}  // namespace
+
+Command AddReplayCommand(CLI::App& command) { return MakeCommand(command, AddOptions, CheckAndRun); }
 
 }  // namespace shadingctl

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <optional>
+
 #include "tools/shadingctl/output/Console.h"
 
 namespace shadingctl {
@@ -21,17 +23,14 @@ std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, 
   return shown + summaries.Text() + DigestText(checks);
 }
 
-// The summary goes to the stream that does not carry the result.
-void ShowSummary(ReplayArguments const& arguments, std::string const& text) {
+// The summary goes to the stream that does not carry the result; nowhere where it is part of that.
+enum class SummaryPlace { kNone, kOutput, kErrors };
+
+SummaryPlace PlaceOf(ReplayArguments const& arguments) {
   bool const resultIsShown = arguments.output == kStandardOutput;
-  if (resultIsShown && arguments.format == Format::kJson) return;  // it is part of the object
-  if ((resultIsShown && arguments.format == Format::kCsv) || arguments.log == kStandardOutput) {
-    TellPlainly(text);
-    return;
-  }
-  OutputFile console(kStandardOutput);
-  console.Write((resultIsShown ? "\n" : "") + text);
-  console.Finish();
+  if (arguments.quiet || (resultIsShown && arguments.format == Format::kJson)) return SummaryPlace::kNone;
+  bool const isTaken = (resultIsShown && arguments.format == Format::kCsv) || arguments.log == kStandardOutput;
+  return isTaken ? SummaryPlace::kErrors : SummaryPlace::kOutput;
 }
 
 }  // namespace
@@ -50,8 +49,14 @@ void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summar
   };
   OutputFile* const output = finished(files.output);
   OutputFile* const log = finished(files.log);
-  OutputFile::FinishAll({output, log, finished(files.report)});
-  if (!isResult && !arguments.quiet) ShowSummary(arguments, summary);
+  OutputFile* const report = finished(files.report);
+  SummaryPlace const place = isResult ? SummaryPlace::kNone : PlaceOf(arguments);
+  std::optional<OutputFile> console;  // complete before a file gets its name, as a failure is one of the whole
+  if (place == SummaryPlace::kOutput) {
+    console.emplace(kStandardOutput).Write((arguments.output == kStandardOutput ? "\n" : "") + summary);
+  }
+  OutputFile::FinishAll({output, log, report, console ? &*console : nullptr});
+  if (place == SummaryPlace::kErrors) TellPlainly(summary);
   if (arguments.quiet) TellPlainly(DigestText(checks));
 }
 

@@ -28,6 +28,7 @@
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/Progress.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
+#include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/PlaySession.h"
 #include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
@@ -226,14 +227,14 @@ int RunReplay(ReplayArguments const& arguments) {
   std::unique_ptr<recording::Session> const session = OpenSession(arguments.recording, !arguments.dumps.empty());
   desktop::Device& device = desktop::Device::Get();
   desktop::DeviceSettings const settings = SettingsFor(arguments, session->Settings(), chosen.settings);
+  if (!session->Settings().recordsCalls) ExpectCamera(settings, arguments.camera, session->Name());
   device.Configure(settings);
-  VeyraShadingUtil& library = hosting::LoadShadingLibrary(path);
-
   std::optional<OutputFile> log;
   if (!arguments.log.empty()) log.emplace(arguments.log);
   OutputFile output(arguments.output);
   std::optional<OutputFile> report;
   if (!arguments.report.empty()) report.emplace(arguments.report);
+  VeyraShadingUtil& library = LoadLibrary(path);
   PageData page;
   auto const writer = MakeResultWriter(arguments.format, output, arguments.style);
   Summaries summaries(arguments.logLevel);
