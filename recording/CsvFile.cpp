@@ -34,8 +34,8 @@ bool StartsWith(std::string_view text, std::string_view start) { return text.sub
 
 }  // namespace
 
-CsvFile::CsvFile(std::string path, std::vector<Column> columns, CsvDialect dialect)
-    : mLines(std::move(path)), mColumns(std::move(columns)), mDialect(dialect), mFields(mColumns.size()) {
+CsvFile::CsvFile(InputFile file, std::vector<Column> columns, CsvDialect dialect)
+    : mLines(std::move(file)), mColumns(std::move(columns)), mDialect(dialect), mFields(mColumns.size()) {
   ReadHeader();
 }
 
@@ -59,7 +59,10 @@ void CsvFile::MatchColumns(std::string_view header) {
     auto const wanted = std::find_if(mColumns.begin(), mColumns.end(), named);
     auto const target = static_cast<std::size_t>(wanted - mColumns.begin());
     mTargets.push_back(wanted == mColumns.end() ? kUnwanted : target);
-    if (wanted == mColumns.end()) continue;
+    if (wanted == mColumns.end()) {
+      if (mUnwanted++ == 0) mFirstUnwanted = name;
+      continue;
+    }
     if (Names(target)) {
       throw hosting::UnusableInput(fmt::format("{}: {}: expected this column once, the header names it again: {}",
                                                Place(), name, hosting::Quoted(header)));

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "hosting/UnusableInput.h"
@@ -57,7 +58,9 @@ class CsvFile {
   };
 
   // Opens the file and reads its header. The names must outlive this object.
-  CsvFile(std::string path, std::vector<Column> columns, CsvDialect dialect = {});
+  CsvFile(std::string path, std::vector<Column> columns, CsvDialect dialect = {})
+      : CsvFile(InputFile(std::move(path)), std::move(columns), dialect) {}
+  CsvFile(InputFile file, std::vector<Column> columns, CsvDialect dialect = {});
 
   // Goes to the next line that is not empty; false when there is none.
   bool Next();
@@ -86,6 +89,11 @@ class CsvFile {
   // Whether the header names the wanted column of that index.
   bool Names(std::size_t column) const { return mFields[column].data() != nullptr; }
 
+  // The columns of the header that are not wanted: how many, and the first one's name.
+  std::size_t Unwanted() const { return mUnwanted; }
+  std::string const& FirstUnwanted() const { return mFirstUnwanted; }
+
+  std::uint64_t Line() const { return mLines.Line(); }
   // "FILE:LINE"
   std::string Place() const;
 
@@ -130,6 +138,8 @@ class CsvFile {
   std::vector<std::size_t> mTargets;      // for each column of the header, the index of a wanted one, or kUnwanted
   std::vector<std::string_view> mFields;  // of the current line; without data: the header does not name the column
   std::deque<std::string> mUnquoted;      // values that had doubled quotes
+  std::size_t mUnwanted = 0;
+  std::string mFirstUnwanted;
   std::uint64_t mRows = 0;
   std::uint64_t mSkippedRows = 0;
   std::string mFirstSkipped;

@@ -30,6 +30,10 @@ InputFile::InputFile(std::string path) : mName(std::move(path)) {
 }
 
 std::size_t InputFile::Read(char* buffer, std::size_t size) {
+  if (mPeeked && size > 0) {
+    *buffer = *std::exchange(mPeeked, std::nullopt);
+    return 1;
+  }
   for (;;) {
     if (!mIsRegular) hosting::WaitForInput(mFile);
     ssize_t const got = read(mFile, buffer, size);
@@ -43,6 +47,12 @@ std::size_t InputFile::Read(char* buffer, std::size_t size) {
     mLeft -= got;
     return static_cast<std::size_t>(got);
   }
+}
+
+std::optional<char> InputFile::Peek() {
+  char first = 0;
+  if (Read(&first, 1) == 1) mPeeked = first;
+  return mPeeked;
 }
 
 void InputFile::Fail(int error) const {

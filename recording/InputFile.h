@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "hosting/FileDescriptor.h"
@@ -19,6 +20,9 @@ class InputFile {
   // shorter since it was opened has failed, not ended. A wait for a pipe's writer can be interrupted (Interrupted).
   std::size_t Read(char* buffer, std::size_t size);
 
+  // The first byte, which Read answers all the same; nullopt for an empty file. Requires: nothing was read yet.
+  std::optional<char> Peek();
+
   // What to call the file in a message.
   std::string const& Name() const { return mName; }
 
@@ -28,6 +32,7 @@ class InputFile {
   std::string mName;
   hosting::FileDescriptor mOwned;
   int mFile = 0;
+  std::optional<char> mPeeked;
   bool mIsRegular = false;
   std::int64_t mLeft = 0;  // bytes that a regular file had when it was opened and that were not read yet
 };

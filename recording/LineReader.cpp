@@ -16,7 +16,7 @@ constexpr std::size_t kBlock = 65536;
 
 }  // namespace
 
-LineReader::LineReader(std::string path) : mFile(std::move(path)), mBuffer(kBlock) {}
+LineReader::LineReader(InputFile file) : mFile(std::move(file)), mBuffer(kBlock) {}
 
 bool LineReader::Next(std::string_view& line) {
   for (std::size_t length = 0;;) {  // of the line, as far as it was searched

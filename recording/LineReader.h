@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "recording/InputFile.h"
@@ -18,7 +19,8 @@ class LineReader {
   static constexpr std::size_t kLongestLine = std::size_t{1} << 20U;
 
   // `path` may be "-" for standard input.
-  explicit LineReader(std::string path);
+  explicit LineReader(std::string path) : LineReader(InputFile(std::move(path))) {}
+  explicit LineReader(InputFile file);
 
   // The next line without its line feed, valid until the next call; false at the end.
   bool Next(std::string_view& line);

@@ -99,8 +99,8 @@ TEST_F(WorkedResults, ThatAreNoneAreRefusedWithTheirPlace) {
     char const* message;
   } const rows[] = {
       {"", "bad:1: expected a replay's result, JSON or CSV, found nothing"},
-      {"what is this\n", "bad:1: expected a replay's result, JSON or CSV with the column frame, found 'what is this'"},
-      {"frame,timestamp_ns\n1,2\n3\n", "bad:3: expected 2 values, found 1"},
+      {"what is this\n", "bad:1: frame: expected this column, the header does not name it: 'what is this'"},
+      {"frame,timestamp_ns\n1,2\n3\n", "bad:3: expected as many fields as the header names, found fewer"},
       {"frame,timestamp_ns\n1,x\n", "bad:2: timestamp_ns: expected a whole number from 0, found 'x'"},
       {good.substr(0, good.size() / 2), "bad: expected JSON: parse error at line "},
       {Replaced(good, "shadingctl-replay", "shadingctl-budget"),
@@ -112,8 +112,8 @@ TEST_F(WorkedResults, ThatAreNoneAreRefusedWithTheirPlace) {
       {"frame,coverage\n1,1.5\n", "bad:2: coverage: expected a number from 0 to 1, found '1.5'"},
       {"frame,camera\n1,2147483648\n", "bad:2: camera: expected a whole number from -2147483648 to 2147483647"},
       {"{\"a\": " + std::string(64, '['), "bad: expected at most 64 levels, found more"},
-      {"frame\n" + std::string(1200000, '1'), "bad: expected lines and values of at most 1048576 bytes, found more"},
-      {"{\"a\": \"" + std::string(1200000, 'x'), "bad: expected lines and values of at most 1048576 bytes"},
+      {"frame\n" + std::string(1200000, '1'), "bad:2: expected a line of at most 1048576 bytes, found a longer one"},
+      {"{\"a\": \"" + std::string(1200000, 'x'), "bad: expected values of at most 1048576 bytes, found more"},
       {Replaced(good, "\"summary\": {", "\"summary\": {" + manyKeys), "bad: summary: expected at most 1000 members"},
   };
   for (auto const& row : rows) {
@@ -155,7 +155,7 @@ TEST_F(WorkedResults, AreCheckedAgainstAKeptOne) {
       {"match,frame\r\nstart,7\r\n", 0, ""},
       {"frame\n", 1, "golden: expected no frame 7, found it"},
       {"frame\n7\n8\n", 1, "golden: expected frame 8, found none"},
-      {"frame,match\n7\n", 3, "golden:2: expected 2 values, found 1"},
+      {"frame,match\n7\n", 3, "golden:2: expected as many fields as the header names, found fewer"},
       {"frame,mtach\n7,start\n", 3, "golden:1: expected columns of a result (frame, "},
       {"", 3, "golden:1: expected a replay's result, JSON or CSV, found nothing"},
       {json, 0, ""},

@@ -128,7 +128,7 @@ TEST(Replay, JsonHasNullWhereThereIsNoValue) {
       R"("match":"warm_up","message":"0 of 100 samples so far","offset_us":-5598,)"
       R"("readout_distance":null,"readout_us":20000,"repeated_samples":null,"samples":0,"span_age_us":null,"span_us":null,)"
       R"("start_distance_us":null,"start_index":null,"start_of_frame_us":999989000,"timestamp_ns":999999000000,"type":0,"window_us":null},)"
-      R"({"camera":0,"coverage":1.0,"end":"near","end_distance_us":0,"end_index":60,"exposure_us":10000,"frame":7,"hall_x":136.666672,"hall_y":-10,"match":"start","message":null,)"
+      R"({"camera":0,"coverage":1.0,"end":"near","end_distance_us":0,"end_index":60,"exposure_us":10000,"frame":7,"hall_x":136.666672,"hall_y":-10.0,"match":"start","message":null,)"
       R"("offset_us":-5598,"readout_distance":7.3333,"readout_us":20000,"repeated_samples":0,"samples":100,"span_age_us":0,"span_us":[999990000,1000010000],)"
       R"("start_distance_us":0,"start_index":40,"start_of_frame_us":999990000,)"
       R"("timestamp_ns":1000000000000,"type":0,"window_us":[999950000,1000049000]}])");

@@ -108,10 +108,10 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
        ": frames[0].timestamp_ns: expected a whole number from 0, found \"x\""},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [{"frame": 1, "timestamp_ns": 1, "match": "start",
           "span_us": [1]}]})",
-       ": frames[0].span_us: expected a list of two whole numbers or null, found a list of 1"},
+       ": frames[0].span_us: expected a list of two whole numbers or null, found [1]"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [],
           "batches": [{"camera": 0, "samples": [[1, 2, 3], [1, "2", 3]]}]})",
-       ": batches[0].samples[1][1]: expected a number or null, found \"2\""},
+       ": batches[0].samples[1]: expected a time and two positions, found [1,\"2\",3]"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"samples": [[1, 2, 3]], "camera": 0}]})",
        ": batches[0].camera: expected a whole number before the samples, found none"},
   };

@@ -26,21 +26,15 @@ bool IsTimeUs(Column column) {
 }
 
 // The value with its times counted from the origin.
-Value SinceOrigin(Column column, Value const& value, std::int64_t originNs) {
-  std::int64_t const originUs = originNs / 1000;
-  if (auto const* const ns = std::get_if<std::uint64_t>(&value); column == Column::kTimestampNs && ns != nullptr) {
-    return WrappingDifference(static_cast<std::int64_t>(*ns), originNs);
-  }
+Json SinceOrigin(Column column, Json const& value, std::int64_t originNs) {
+  if (value.is_null()) return value;
+  auto const since = [](Json const& time, std::int64_t origin) {
+    return Json(WrappingDifference(time.get<std::int64_t>(), origin));
+  };
+  if (column == Column::kTimestampNs) return since(value, originNs);
   if (!IsTimeUs(column)) return value;
-  if (auto const* const us = std::get_if<std::int64_t>(&value)) return WrappingDifference(*us, originUs);
-  auto const* const range = std::get_if<UsRange>(&value);
-  if (range == nullptr) return value;
-  return UsRange{WrappingDifference((*range)[0], originUs), WrappingDifference((*range)[1], originUs)};
-}
-
-std::string PositionJson(std::optional<double> const& position) {
-  return ValueJson(kResultColumns[static_cast<std::size_t>(Column::kHallX)],
-                   position ? Value(*position) : Value(None{}));
+  if (!value.is_array()) return since(value, originNs / 1000);
+  return {since(value[0], originNs / 1000), since(value[1], originNs / 1000)};
 }
 
 }  // namespace
@@ -50,14 +44,14 @@ void PageData::Add(ResultRow const& row) {
     mOriginNs = static_cast<std::int64_t>(*row.Get<std::uint64_t>(Column::kTimestampNs)) / 1000 * 1000;
   }
   for (std::size_t i = 0; i < kColumnCount; ++i) {
-    Value const& value = row.values[i];
+    auto const column = static_cast<Column>(i);
     std::string& text = mColumns[i];
-    if (std::holds_alternative<Absent>(value) && text.empty()) continue;
+    if (text.empty() && !row.Has(column)) continue;
     if (text.empty()) {
       for (std::uint64_t before = 0; before < mRows; ++before) text += before == 0 ? "null" : ",null";
     }
     if (mRows > 0) text += ',';
-    text += ValueJson(kResultColumns[i], SinceOrigin(static_cast<Column>(i), value, mOriginNs));
+    text += Dump(SinceOrigin(column, row.Of(column), mOriginNs));
   }
   ++mRows;
 }
@@ -71,8 +65,8 @@ void PageData::Add(DeliveredSample const& sample) {
     samples.stepsNs += fmt::format(",{}", WrappingDifference(sample.timeNs, samples.latestNs));
   }
   samples.latestNs = sample.timeNs;
-  samples.x += (isNew ? "" : ",") + PositionJson(sample.x);
-  samples.y += (isNew ? "" : ",") + PositionJson(sample.y);
+  samples.x += (isNew ? "" : ",") + Dump(OrNull(sample.x));
+  samples.y += (isNew ? "" : ",") + Dump(OrNull(sample.y));
 }
 
 void PageData::Write(std::function<void(std::string_view)> const& take) const {

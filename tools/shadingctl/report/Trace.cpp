@@ -86,6 +86,15 @@ class TraceWriter {
   bool mFirst = true;
 };
 
+// Without those that are null.
+std::string CellsThere(ResultRow const& row) {
+  Json cells = Json::object();
+  for (auto const& [name, value] : row.cells.items()) {
+    if (!value.is_null()) cells[name] = value;
+  }
+  return Dump(cells);
+}
+
 using TrackSlices = std::map<Track, std::vector<Slice>>;
 
 // The exposure and the readout of the frame's lines, and the samples of its span as they were stamped.
@@ -99,13 +108,12 @@ void AddSlices(ResultRow const& row, std::int64_t timeNs, TrackSlices& slices) {
     slices[Track::kReadout].push_back(
         {timeNs, WrappingSum(timeNs, WrappingNsOf(static_cast<std::int64_t>(*us))), name, "{}"});
   }
-  auto const* const span = row.Get<UsRange>(Column::kSpanUs);
+  Json const& span = row.Of(Column::kSpanUs);
   auto const* const offsetUs = row.Get<std::int64_t>(Column::kOffsetUs);
-  if (span == nullptr || offsetUs == nullptr) return;
+  if (span.is_null() || offsetUs == nullptr) return;
   auto const stampedNs = [&](std::int64_t alignedUs) { return WrappingNsOf(WrappingSum(alignedUs, *offsetUs)); };
-  slices[Track::kSpan].push_back({stampedNs((*span)[0]), stampedNs((*span)[1]),
-                                  fmt::format("{} {}", name, *row.Get<std::string>(Column::kMatch)),
-                                  RowJson(row, false)});
+  slices[Track::kSpan].push_back({stampedNs(span[0].get<std::int64_t>()), stampedNs(span[1].get<std::int64_t>()),
+                                  fmt::format("{} {}", name, *row.Get<std::string>(Column::kMatch)), CellsThere(row)});
 }
 
 // Each slice goes to the first thread of its track that is free by then.
@@ -147,7 +155,7 @@ ResultHead WriteTrace(std::string const& path, OutputFile& output) {
     std::string const& match = *row.Get<std::string>(Column::kMatch);
     if (match != Name(Match::kStart) && match != Name(Match::kCarried)) {
       writer.AddInstant(camera, fmt::format("frame {} {}", *row.Get<std::uint64_t>(Column::kFrame), match), timeNs,
-                        RowJson(row, false));
+                        CellsThere(row));
       return;
     }
     writer.AddCounter(camera, "position x", timeNs, NumberOf(row.Of(Column::kHallX)));

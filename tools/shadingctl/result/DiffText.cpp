@@ -20,12 +20,8 @@ std::string Cell(Json const& value) {
   return value.is_string() ? Cell(value.get<std::string>()) : Cell(Dump(value));
 }
 
-std::string ChangeCell(std::optional<double> const& a, std::optional<double> const& b) {
-  return a && b ? fmt::format("{:+.9g}", *b - *a) : "differs";
-}
-
-std::optional<double> JsonNumber(Json const& value) {
-  return value.is_number() ? std::optional(value.get<double>()) : std::nullopt;
+std::string ChangeCell(Json const& a, Json const& b) {
+  return a.is_number() && b.is_number() ? fmt::format("{:+.9g}", *NumberOf(b) - *NumberOf(a)) : "differs";
 }
 
 std::string OnlyText(char const* which, std::uint64_t count, std::vector<std::string> const& first) {
@@ -36,7 +32,7 @@ std::string OnlyText(char const* which, std::uint64_t count, std::vector<std::st
 // The leaves of both values side by side, in the order of A, then those that only B has.
 void AddLeaves(std::string const& path, Json const& a, Json const& b, std::string& text) {
   if (!a.is_structured() && !b.is_structured()) {
-    std::string const change = a == b ? "" : ChangeCell(JsonNumber(a), JsonNumber(b));
+    std::string const change = a == b ? "" : ChangeCell(a, b);
     text += fmt::format("| {} | {} | {} | {} |\n", Cell(path), Cell(a), Cell(b), change);
     return;
   }
@@ -108,7 +104,7 @@ std::string ColumnsText(ResultDiff const& diff) {
   for (auto const& [row, place, index, a, b] : diff.named) {
     ResultColumn const& column = kResultColumns[index];
     text += fmt::format("| {} | {} | {} | {} | {} |\n", row, column.name, Cell(ValueText(column, a)),
-                        Cell(ValueText(column, b)), ChangeCell(NumberOf(a), NumberOf(b)));
+                        Cell(ValueText(column, b)), ChangeCell(a, b));
   }
   return text + "\n";
 }
@@ -138,7 +134,7 @@ std::vector<std::string> ComplaintsOf(ResultDiff const& diff) {
     ResultColumn const& column = kResultColumns[index];
     std::string const where =
         diff.a.isCsv ? fmt::format("{}:{}", file, place) : fmt::format("{}: frames[{}]", file, place);
-    auto const shown = [&](Value const& value) {
+    auto const shown = [&](Json const& value) {
       std::string const text = ValueText(column, value);
       return text.empty() ? "nothing" : text;
     };

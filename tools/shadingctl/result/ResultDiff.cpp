@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <string_view>
 #include <tuple>
 
 namespace shadingctl {
@@ -14,6 +16,14 @@ double ToleranceOf(Column column, double tolerance) {
   bool const isPosition = column == Column::kHallX || column == Column::kHallY;
   if (column == Column::kReadoutDistance && tolerance > 0) return tolerance + kDistanceStep;
   return isPosition ? tolerance : 0;
+}
+
+std::string Pack(ResultRow const& row) { return std::to_string(row.place) + Dump(row.cells); }
+
+std::string_view CellsOf(std::string_view packed) { return packed.substr(packed.find('{')); }
+
+ResultRow Unpack(std::string const& packed) {
+  return {Json::parse(CellsOf(packed)), std::strtoull(packed.c_str(), nullptr, 10)};
 }
 
 }  // namespace
@@ -33,7 +43,7 @@ Comparison::Comparison(std::string const& pathOfA, DiffOptions const& options) :
   ResultSink sink;
   sink.onRow = [this](ResultRow const& row) {
     ++mDiff.rowsOfA;
-    mSpool.Append(PackRow(row));
+    mSpool.Append(Pack(row));
   };
   mDiff.a = ReadResult(pathOfA, {kReplaySchema}, sink);
 }
@@ -50,7 +60,7 @@ Comparison::Key Comparison::KeyOf(ResultRow const& row, bool isOfA) {
 
 bool Comparison::ReadOfA(Key& key, std::string& row) {
   if (!mSpool.Next(row)) return false;
-  key = KeyOf(UnpackRow(row), true);
+  key = KeyOf(Unpack(row), true);
   return true;
 }
 
@@ -58,7 +68,7 @@ bool Comparison::ReadOfA(Key& key, std::string& row) {
 void Comparison::Add(ResultRow const& row) {
   ++mDiff.rowsOfB;
   Key const key = KeyOf(row, false);
-  std::string const packed = PackRow(row);
+  std::string const packed = Pack(row);
   if (auto const found = mOfA.find(key); found != mOfA.end()) {
     CompareWith(key, found->second, packed);
     mOfA.erase(found);
@@ -101,16 +111,17 @@ ResultDiff Comparison::Finish() {
 }
 
 void Comparison::CompareWith(Key const& key, std::string const& a, std::string const& b) {
-  if (a != b) Compare(key, UnpackRow(a), UnpackRow(b));
+  if (CellsOf(a) != CellsOf(b)) Compare(key, Unpack(a), Unpack(b));
 }
 
 void Comparison::Compare(Key const& key, ResultRow const& a, ResultRow const& b) {
   bool differs = false;
   for (std::size_t i = 0; i < kColumnCount; ++i) {
-    Value const& ofA = a.values[i];
-    Value const& ofB = b.values[i];
-    if (std::holds_alternative<Absent>(ofA) || std::holds_alternative<Absent>(ofB)) continue;
-    if (IsSameValue(ofA, ofB, ToleranceOf(static_cast<Column>(i), mOptions.tolerance))) continue;
+    auto const column = static_cast<Column>(i);
+    if (!a.Has(column) || !b.Has(column)) continue;
+    Json const& ofA = a.Of(column);
+    Json const& ofB = b.Of(column);
+    if (IsSameValue(kResultColumns[i], ofA, ofB, ToleranceOf(column, mOptions.tolerance))) continue;
     differs = true;
     ColumnDifference& difference = mDiff.columns[i];
     ++difference.rows;

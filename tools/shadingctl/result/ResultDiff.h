@@ -29,8 +29,8 @@ struct NamedDifference {
   std::string row;          // "frame 7", with its camera and the number of the computation where that is needed
   std::uint64_t place = 0;  // of the row in A
   std::size_t column = 0;   // of the table
-  Value a;
-  Value b;
+  Json a;
+  Json b;
 };
 
 struct ResultDiff {

@@ -3,13 +3,14 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <algorithm>
 #include <charconv>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
+#include "recording/CsvFile.h"
+#include "recording/InputFile.h"
 #include "tools/shadingctl/result/JsonReader.h"
-#include "tools/shadingctl/result/ResultBytes.h"
 
 namespace shadingctl {
 namespace {
@@ -33,87 +34,28 @@ Json ScalarOf(ResultColumn const& column, std::string_view text) {
   return std::string(text);
 }
 
-std::vector<std::string_view> FieldsOf(std::string_view line) {
-  std::vector<std::string_view> fields;
-  for (std::size_t comma = 0; (comma = line.find(',')) != std::string_view::npos;) {
-    fields.push_back(line.substr(0, comma));
-    line.remove_prefix(comma + 1);
+void ReadCsv(recording::InputFile file, ResultSink const& sink, ResultHead& head) {
+  std::vector<recording::CsvFile::Column> columns;
+  for (ResultColumn const& column : kResultColumns) {
+    if (column.isInCsv) columns.push_back({column.name, sink.Needs(column)});
   }
-  fields.push_back(line);
-  return fields;
+  recording::CsvFile csv(std::move(file), columns);
+  head.firstLeftOut = csv.FirstUnwanted();
+  head.leftOutPlace = ":1";
+  while (csv.Next()) {
+    ResultRow row;
+    row.place = csv.Line();
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (!csv.Names(i)) continue;
+      ResultColumn const& column = *ColumnNamed(columns[i].name);
+      Json value = ScalarOf(column, csv.Text(i));
+      if (!IsValueOf(column, value) || (value.is_null() && sink.Needs(column))) csv.Refuse(i, ExpectedValue(column));
+      row.cells[column.name] = std::move(value);
+    }
+    head.leftOut += csv.Unwanted();
+    sink.onRow(row);
+  }
 }
-
-class CsvReader {
- public:
-  CsvReader(ResultBytes& bytes, ResultSink const& sink, ResultHead& head) : mBytes(bytes), mSink(sink), mHead(head) {}
-
-  void Read() {
-    ReadHeader();
-    while (NextLine()) {
-      std::vector<std::string_view> const fields = FieldsOf(mLine);
-      if (fields.size() != mColumns.size()) {
-        RefuseValue(Place(), fmt::format("{} values", mColumns.size()), std::to_string(fields.size()));
-      }
-      ResultRow row;
-      row.place = mNumber;
-      for (std::size_t i = 0; i < fields.size(); ++i) {
-        if (mColumns[i] == kColumnCount) {
-          ++mHead.leftOut;
-        } else {
-          row.values[mColumns[i]] = ValueOf(mColumns[i], fields[i]);
-        }
-      }
-      mSink.onRow(row);
-    }
-  }
-
- private:
-  // The next line that is not empty, without its end.
-  bool NextLine() {
-    while (mBytes.NextLine(mLine)) {
-      ++mNumber;
-      if (!mLine.empty() && mLine.back() == '\r') mLine.pop_back();
-      if (!mLine.empty()) return true;
-    }
-    return false;
-  }
-
-  void ReadHeader() {
-    constexpr char const* kAny = "a replay's result, JSON or CSV";
-    if (!NextLine()) RefuseValue(mBytes.Name() + ":1", kAny, "nothing");
-    std::vector<std::string_view> const names = FieldsOf(mLine);
-    for (std::string_view const name : names) {
-      auto const found = std::find_if(kResultColumns.begin(), kResultColumns.end(), [&](ResultColumn const& column) {
-        return column.isInCsv && column.name == name;
-      });
-      mColumns.push_back(static_cast<std::size_t>(found - kResultColumns.begin()));
-      if (found != kResultColumns.end() || !mHead.firstLeftOut.empty()) continue;
-      mHead.firstLeftOut = name;
-      mHead.leftOutPlace = ":1";
-    }
-    for (std::size_t i = 0; i < kColumnCount; ++i) {
-      if (!mSink.Needs(i) || std::find(mColumns.begin(), mColumns.end(), i) != mColumns.end()) continue;
-      RefuseValue(Place(), fmt::format("{} with the column {}", kAny, kResultColumns[i].name),
-                  fmt::format("'{}'", names.front().substr(0, 60)));
-    }
-  }
-
-  Value ValueOf(std::size_t index, std::string_view text) const {
-    ResultColumn const& column = kResultColumns[index];
-    auto value = ValueFor(column, ScalarOf(column, text));
-    if (value && !(std::holds_alternative<None>(*value) && mSink.Needs(index))) return *std::move(value);
-    RefuseValue(fmt::format("{}: {}", Place(), column.name), ExpectedValue(column), fmt::format("'{}'", text));
-  }
-
-  std::string Place() const { return fmt::format("{}:{}", mBytes.Name(), mNumber); }
-
-  ResultBytes& mBytes;
-  ResultSink const& mSink;
-  ResultHead& mHead;
-  std::string mLine;
-  std::uint64_t mNumber = 0;
-  std::vector<std::size_t> mColumns;  // of the file; kColumnCount: none of the table
-};
 
 // Checks what every document has, and what a replay has around its rows.
 void CheckMembers(std::vector<Schema> const& schemas, ResultHead& head) {
@@ -162,14 +104,16 @@ std::string LeftOutText(ResultHead const& head) {
 }
 
 ResultHead ReadResult(std::string const& path, std::vector<Schema> const& schemas, ResultSink const& sink) {
-  ResultBytes bytes(path);
+  recording::InputFile file(path);
   ResultHead head;
-  head.name = bytes.Name();
-  head.isCsv = bytes.AtEnd() || std::string_view("{[ \t\r\n").find(bytes.Current()) == std::string_view::npos;
+  head.name = file.Name();
+  std::optional<char> const first = file.Peek();
+  if (!first) RefuseValue(head.name + ":1", "a replay's result, JSON or CSV", "nothing");
+  head.isCsv = std::string_view("{[ \t\r\n").find(*first) == std::string_view::npos;
   if (head.isCsv) {
-    CsvReader(bytes, sink, head).Read();
+    ReadCsv(std::move(file), sink, head);
   } else {
-    ReadJson(bytes, sink, head);
+    ReadJson(file, sink, head);
     CheckMembers(schemas, head);
   }
   return head;

@@ -34,8 +34,9 @@ struct ResultSink {
   std::function<void(DeliveredSample const&)> onSample;  // null: batches are passed over
   std::vector<Column> needed = {Column::kFrame};         // of every row
 
-  bool Needs(std::size_t column) const {
-    return std::find(needed.begin(), needed.end(), static_cast<Column>(column)) != needed.end();
+  bool Needs(ResultColumn const& column) const {
+    return std::find(needed.begin(), needed.end(), static_cast<Column>(&column - kResultColumns.data())) !=
+           needed.end();
   }
 };
 

@@ -56,7 +56,7 @@ class JsonWriter : public ResultWriter {
                               kReplaySchema.name, kReplaySchema.version, Dump(SettingsJson(settings))));
   }
 
-  void Add(FrameResult const& frame) override { AddItem(RowJson(RowOf(frame))); }
+  void Add(FrameResult const& frame) override { AddItem(Dump(RowOf(frame).cells)); }
 
   void AddBatch(DeliveredBatch const& batch) override {
     if (mBatches) mBatches->Append(BatchJson(batch));

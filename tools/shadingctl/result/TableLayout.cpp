@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
 #include "tools/shadingctl/output/TerminalColor.h"
@@ -10,21 +11,44 @@
 namespace shadingctl {
 namespace {
 
+constexpr int kTimeDecimals = 3;
+constexpr int kPositionDecimals = 4;  // where it has less room than its nine digits take
+
+std::string PositionCell(TableColumn const& column, std::optional<double> const& position) {
+  if (!position) return {};
+  return column.narrow ? FitNumber(*position, column.width, kPositionDecimals) : PositionText(*position);
+}
+
 // Nine significant digits, as PositionText gives them, take 11 characters, or 13 for most fractions.
-constexpr TableColumn kWide[] = {{TableCell::kCamera, "camera", "", 6},
-                                 {TableCell::kFrame, "frame", "", 10},
-                                 {TableCell::kTime, "time", "s", 9},
-                                 {TableCell::kMatch, "match", "", 9},
-                                 {TableCell::kSamples, "samples", "", 7},
-                                 {TableCell::kSpan, "span", "entries", 7},
-                                 {TableCell::kOffset, "offset", "us", 7},
-                                 {TableCell::kDistance, "from start", "us/allowed", 10},
-                                 {TableCell::kAge, "age", "us", 8},
-                                 {TableCell::kHallX, "hall x", "hall unit", 13},
-                                 {TableCell::kHallY, "hall y", "hall unit", 13},
-                                 {TableCell::kCoverage, "covers", "%", 6}};
-constexpr TableCell kDropOrder[] = {TableCell::kCoverage, TableCell::kSamples,  TableCell::kOffset,
-                                    TableCell::kSpan,     TableCell::kDistance, TableCell::kAge};
+constexpr TableColumn kWide[] = {
+    {"camera", "", 6, [](FrameResult const& r, TableColumn const&) { return std::to_string(r.camera); }},
+    {"frame", "", 10, [](FrameResult const& r, TableColumn const&) { return std::to_string(r.frame); }},
+    {"time", "s", 9,
+     [](FrameResult const& r, TableColumn const& column) {
+       return FitNumber(static_cast<double>(r.sinceFirstNs) / 1e9, column.width, kTimeDecimals);
+     }},
+    {"match", "", 9, [](FrameResult const& r, TableColumn const&) { return std::string(Name(r.match)); }},
+    {"samples", "", 7, [](FrameResult const& r, TableColumn const&) { return OrEmpty(r.samples); }},
+    {"span", "entries", 7,
+     [](FrameResult const& r, TableColumn const&) {
+       return r.startIndex && r.endIndex ? fmt::format("{}-{}", *r.startIndex, *r.endIndex) : std::string();
+     }},
+    {"offset", "us", 7, [](FrameResult const& r, TableColumn const&) { return OrEmpty(r.offsetUs); }},
+    // Only of a start. How far away the span of another frame begins, its age says.
+    {"from start", "us/allowed", 10,
+     [](FrameResult const& r, TableColumn const&) {
+       bool const isStart = r.startDistanceUs && r.startFound;
+       return isStart ? fmt::format("{}/{}", *r.startDistanceUs, kToleranceUs) : std::string();
+     }},
+    {"age", "us", 8, [](FrameResult const& r, TableColumn const&) { return OrEmpty(r.spanAgeUs); }},
+    {"hall x", "hall unit", 13,
+     [](FrameResult const& r, TableColumn const& column) { return PositionCell(column, r.hallX); }},
+    {"hall y", "hall unit", 13,
+     [](FrameResult const& r, TableColumn const& column) { return PositionCell(column, r.hallY); }},
+    {"covers", "%", 6, [](FrameResult const& r, TableColumn const&) {
+       return r.coverage ? fmt::format("{:.0f}", std::floor(100 * *r.coverage)) : std::string();  // 100 is all of it
+     }}};
+constexpr std::string_view kDropOrder[] = {"covers", "samples", "offset", "span", "from start", "age"};
 
 constexpr std::size_t kNarrowFrame = 5;  // digits
 constexpr std::size_t kNarrowTime = 7;   // to 999.999 s
@@ -37,25 +61,17 @@ std::size_t WidthOf(TableLayout const& layout) {
   return width;
 }
 
-void Drop(TableLayout& layout, TableCell dropped) {
+void Drop(TableLayout& layout, std::string_view name) {
   auto& columns = layout.columns;
-  auto const found =
-      std::find_if(columns.begin(), columns.end(), [&](TableColumn const& column) { return column.column == dropped; });
-  columns.erase(found);
+  columns.erase(
+      std::find_if(columns.begin(), columns.end(), [&](TableColumn const& column) { return column.name == name; }));
 }
 
-std::size_t NarrowWidth(TableColumn const& column, std::size_t frameDigits) {
-  switch (column.column) {
-    case TableCell::kFrame:
-      return std::max(kNarrowFrame, frameDigits);
-    case TableCell::kTime:
-      return kNarrowTime;
-    case TableCell::kHallX:
-    case TableCell::kHallY:
-      return kNarrowPosition;
-    default:
-      return column.width;
-  }
+void Narrow(TableColumn& column, std::size_t frameDigits) {
+  column.narrow = true;
+  if (column.name == "frame") column.width = std::max(kNarrowFrame, frameDigits);
+  if (column.name == "time") column.width = kNarrowTime;
+  if (column.name == "hall x" || column.name == "hall y") column.width = kNarrowPosition;
 }
 
 // The end of the part of `text` that fits: at a blank, if there is one.
@@ -70,17 +86,16 @@ std::size_t BreakAt(std::string_view text, std::size_t width) {
 TableLayout FitTable(std::optional<std::size_t> width, std::size_t frameDigits, bool withCamera) {
   TableLayout layout;
   layout.columns.assign(std::begin(kWide), std::end(kWide));
-  if (!withCamera) Drop(layout, TableCell::kCamera);
+  if (!withCamera) Drop(layout, "camera");
   if (!width) return layout;
   auto const fits = [&] { return WidthOf(layout) + kNoteWidth <= *width; };
-  for (TableCell const dropped : kDropOrder) {
+  for (std::string_view const dropped : kDropOrder) {
     if (!fits()) Drop(layout, dropped);
   }
-  layout.narrow = !fits();
-  if (layout.narrow) {
-    for (TableColumn& column : layout.columns) column.width = NarrowWidth(column, frameDigits);
+  if (!fits()) {
+    for (TableColumn& column : layout.columns) Narrow(column, frameDigits);
   }
-  if (!fits()) Drop(layout, TableCell::kTime);
+  if (!fits()) Drop(layout, "time");
   std::size_t const used = WidthOf(layout);
   layout.noteWidth = *width > used + kShortestNote ? *width - used : kShortestNote;
   return layout;
@@ -92,7 +107,7 @@ std::string TableRow(TableLayout const& layout, std::vector<std::string> const& 
   std::size_t indent = 0;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     TableColumn const& column = layout.columns[i];
-    bool const isMatch = column.column == TableCell::kMatch;
+    bool const isMatch = column.name == "match";
     std::string const cell =
         isMatch ? fmt::format("{:<{}}", cells[i], column.width) : fmt::format("{:>{}}", cells[i], column.width);
     row += (isMatch && matchColor != nullptr ? matchColor + cell + kPlain : cell) + " ";

@@ -4,36 +4,24 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 
-enum class TableCell {
-  kCamera,
-  kFrame,
-  kTime,
-  kMatch,
-  kSamples,
-  kSpan,
-  kOffset,
-  kDistance,
-  kAge,
-  kHallX,
-  kHallY,
-  kCoverage
-};
-
 struct TableColumn {
-  TableCell column = TableCell::kFrame;
-  char const* name = "";
+  std::string_view name;
   char const* unit = "";
   std::size_t width = 0;
+  std::string (*cell)(FrameResult const&, TableColumn const&) = nullptr;
+  bool narrow = false;  // positions with fewer digits
 };
 
 // The columns from left to right; the note stands behind them.
 struct TableLayout {
   std::vector<TableColumn> columns;
-  bool narrow = false;                   // positions with fewer digits
   std::optional<std::size_t> noteWidth;  // empty: unlimited
 };
 

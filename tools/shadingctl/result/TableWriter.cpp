@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 
-#include <cmath>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -11,9 +10,6 @@
 
 namespace shadingctl {
 namespace {
-
-constexpr int kTimeDecimals = 3;
-constexpr int kPositionDecimals = 4;  // where it has less room than its nine digits take
 
 std::string ModeText(std::string const& mode) {
   return mode == "middle" ? "middle (of an even number the lower one)" : mode;
@@ -57,7 +53,7 @@ class TableWriter : public ResultWriter {
   void Add(FrameResult const& r) override {
     if (mLayout.columns.empty()) WriteHead(std::to_string(r.frame).size());
     std::vector<std::string> cells;
-    for (TableColumn const& column : mLayout.columns) cells.push_back(Cell(column, r));
+    for (TableColumn const& column : mLayout.columns) cells.push_back(column.cell(r, column));
     mOutput.Write(TableRow(mLayout, cells, r.message, mUsesColor ? ColorOf(r.match) : nullptr));
   }
 
@@ -75,42 +71,6 @@ class TableWriter : public ResultWriter {
       units.emplace_back(std::strlen(column.unit) <= column.width ? column.unit : "");
     }
     mOutput.Write(TableRow(mLayout, names, "note") + TableRow(mLayout, units, ""));
-  }
-
-  std::string Cell(TableColumn const& column, FrameResult const& r) const {
-    switch (column.column) {
-      case TableCell::kCamera:
-        return std::to_string(r.camera);
-      case TableCell::kFrame:
-        return std::to_string(r.frame);
-      case TableCell::kTime:
-        return FitNumber(static_cast<double>(r.sinceFirstNs) / 1e9, column.width, kTimeDecimals);
-      case TableCell::kMatch:
-        return Name(r.match);
-      case TableCell::kSamples:
-        return OrEmpty(r.samples);
-      case TableCell::kSpan:
-        return r.startIndex && r.endIndex ? fmt::format("{}-{}", *r.startIndex, *r.endIndex) : "";
-      case TableCell::kOffset:
-        return OrEmpty(r.offsetUs);
-      case TableCell::kDistance:
-        // Only of a start. How far away the span of another frame begins, its age says.
-        return r.startDistanceUs && r.startFound ? fmt::format("{}/{}", *r.startDistanceUs, kToleranceUs) : "";
-      case TableCell::kAge:
-        return OrEmpty(r.spanAgeUs);
-      case TableCell::kHallX:
-        return PositionCell(column, r.hallX);
-      case TableCell::kHallY:
-        return PositionCell(column, r.hallY);
-      case TableCell::kCoverage:
-        return r.coverage ? fmt::format("{:.0f}", std::floor(100 * *r.coverage)) : "";  // 100 is all of it
-    }
-    return {};
-  }
-
-  std::string PositionCell(TableColumn const& column, std::optional<double> const& position) const {
-    if (!position) return {};
-    return mLayout.narrow ? FitNumber(*position, column.width, kPositionDecimals) : PositionText(*position);
   }
 
   OutputFile& mOutput;
