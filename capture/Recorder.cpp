@@ -1,12 +1,15 @@
 #include "capture/Recorder.h"
 
+#include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <system_error>
 #include <vector>
 
+#include "capture/SystemLog.h"
 #include "recording/RecordingRows.h"
 
 namespace capture {
@@ -92,7 +95,10 @@ void Recorder::WriteQueued() noexcept {
                             isUpdate ? std::optional<std::uint64_t>(next.samples) : std::nullopt);
       recording::AppendSamples(samples, next.number, batch);
     }
-    mBroken = mBroken || !mFiles->Append(samples, calls);
+    if (!mBroken && !mFiles->Append(samples, calls)) {
+      mBroken = true;
+      TellError(std::string("the recording ends here, as it cannot be written: ") + std::strerror(errno));
+    }
   } catch (std::exception const&) {  // no memory for the text
     mBroken = true;
   }

@@ -194,13 +194,14 @@ recording::SessionSettings SettingsOf(VeyraShadingUtil& real, bool seesBatches) 
 
 // A name of its own for each process.
 std::string NewDirectory() {
-  char const* const parent = std::getenv(kDirectoryVariable);
+  char const* const named = std::getenv(kDirectoryVariable);
+  std::string const parent = named == nullptr || *named == '\0' ? kDefaultDirectory : named;
   std::time_t const now = std::time(nullptr);
   std::tm local{};
   localtime_r(&now, &local);
   char stamp[sizeof "20261231-235959"];
   std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &local);
-  return fmt::format("{}/recording-{}-{}", parent == nullptr ? kDefaultDirectory : parent, stamp, getpid());
+  return fmt::format("{}/recording-{}-{}", parent, stamp, getpid());
 }
 
 // Never destroyed, like the recorder.
@@ -215,7 +216,7 @@ TapTable* StartTap(VeyraShadingUtil& real) {
     __android_log_print(kLogInfo, kTag, "recording to %s, batches %s", directory.c_str(),
                         seesBatches ? "as delivered" : "as the library files them");
   } else {
-    __android_log_print(kLogError, kTag, "nothing is recorded: %s", problem.c_str());
+    TellError("nothing is recorded: " + problem);
   }
   return new TapTable(real, problem.empty() && !seesBatches);
 }
