@@ -25,7 +25,10 @@ std::size_t Histogram::Bin(double value) {
 }
 
 void Histogram::Add(std::int64_t value) {
-  Part& bin = mBins[Bin(value)];
+  std::size_t const index = Bin(value);
+  auto place = std::partition_point(mBins.begin(), mBins.end(), [=](auto const& bin) { return bin.first < index; });
+  if (place == mBins.end() || place->first != index) place = mBins.insert(place, {index, {}});
+  Part& bin = place->second;
   auto const number = static_cast<double>(value);
   ++bin.count;
   bin.sum += number;
@@ -38,7 +41,7 @@ std::optional<double> Histogram::Median() const { return AtRank(mCount / 2 + 1);
 
 std::optional<double> Histogram::AtRank(std::uint64_t rank) const {
   std::uint64_t seen = 0;
-  for (Part const& bin : mBins) {
+  for (auto const& [index, bin] : mBins) {
     seen += bin.count;
     if (seen >= rank) return bin.Mean();
   }
@@ -47,11 +50,11 @@ std::optional<double> Histogram::AtRank(std::uint64_t rank) const {
 
 Histogram::Part Histogram::Between(double above, double upTo) const {
   Part all;
-  std::size_t const last = Bin(upTo);
-  for (std::size_t i = Bin(above) + 1; i <= last; ++i) {
-    all.count += mBins[i].count;
-    all.sum += mBins[i].sum;
-    all.squares += mBins[i].squares;
+  for (auto const& [index, bin] : mBins) {
+    if (index <= Bin(above) || index > Bin(upTo)) continue;
+    all.count += bin.count;
+    all.sum += bin.sum;
+    all.squares += bin.squares;
   }
   return all;
 }

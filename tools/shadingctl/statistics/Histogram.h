@@ -1,15 +1,16 @@
-// A histogram with logarithmic bins, in constant memory.
+// A histogram with logarithmic bins, in bounded memory.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace shadingctl {
 
 // Counts values in bins that are at most 1/64 of their value wide; those below 1 share a bin. Sums are kept per bin, so
-// that whatever is the same for all values comes out exactly.
+// that whatever is the same for all values comes out exactly. Takes 32 bytes for each bin that has a value, of 3712.
 class Histogram {
  public:
   // Values of some bins together.
@@ -40,12 +41,11 @@ class Histogram {
 
  private:
   static constexpr std::size_t kPartsBits = 6;  // 64 bins from one power of two to the next
-  static constexpr std::size_t kBins = (63 - kPartsBits + 1) << kPartsBits;
 
   static std::size_t Bin(std::int64_t value);
   static std::size_t Bin(double value);
 
-  std::array<Part, kBins> mBins{};
+  std::vector<std::pair<std::size_t, Part>> mBins;  // those with values, in ascending order
   std::uint64_t mCount = 0;
   std::int64_t mLargest = 0;
 };

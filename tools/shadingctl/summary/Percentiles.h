@@ -38,7 +38,7 @@ class Percentiles {
 
  private:
   std::vector<std::uint64_t> mShares;      // per step
-  std::unique_ptr<Histogram> mQuantities;  // 90 kB; null for shares
+  std::unique_ptr<Histogram> mQuantities;  // null for shares
   std::uint64_t mCount = 0;
   std::optional<double> mLeast;
   std::optional<double> mLargest;
