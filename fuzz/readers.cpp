@@ -97,14 +97,14 @@ void ReadLog(std::string const& text) {
   Write("log", text);
   shadingctl::Summaries summaries(4);
   std::uint64_t frames = 0;
-  shadingctl::LogExplanation explanation(nullptr, summaries, [&](shadingctl::ExplainedCall const& call) {
+  recording::LineReader log(Directory() + "/log");
+  shadingctl::LogExplanation explanation(log, nullptr, summaries, [&](shadingctl::ExplainedCall const& call) {
     ++frames;
     Expect(!shadingctl::CallLine(call).empty() && !shadingctl::Story(call.frame.row, call.frame.facts).empty(),
            "a frame of no words");
   });
-  recording::LineReader log(Directory() + "/log");
   try {
-    explanation.Read(log);
+    explanation.Read();
   } catch (hosting::UnusableInput const& unusable) {
     ExpectNamed(unusable, log.Name());
   }

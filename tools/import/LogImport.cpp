@@ -24,7 +24,7 @@ constexpr std::size_t kCallsAhead = 16;
 class LogImport : public ImportedSession, private recording::Session {
  public:
   explicit LogImport(ImportArguments const& arguments)
-      : mLog(arguments.file), mAssembler([this](LoggedCall&& call) { Take(std::move(call)); }) {
+      : mLog(arguments.file), mAssembler(mLog.Name(), [this](LoggedCall&& call) { Take(std::move(call)); }) {
     mSettings.batches = recording::Batches::kRebuilt;
     mSettings.cameras.emplace();
   }
@@ -84,13 +84,7 @@ class LogImport : public ImportedSession, private recording::Session {
       mAssembler.Finish();
       return;
     }
-    auto const entry = mParser.Add(line);
-    if (!entry) return;
-    try {
-      mAssembler.Add(*entry);
-    } catch (hosting::UnusableInput const& unusable) {
-      throw hosting::UnusableInput(fmt::format("{}:{}", mLog.Name(), unusable.what()));
-    }
+    if (auto const entry = mParser.Add(line)) mAssembler.Add(*entry);
   }
 
   // A call that the log has told to its end.
@@ -103,11 +97,7 @@ class LogImport : public ImportedSession, private recording::Session {
     Camera& camera = mCameras[*call.camera];
     for (SourceSample const& told : call.messages.source) {
       if (camera.deliveredUs && told.timeUs <= *camera.deliveredUs) continue;
-      NSCam::Utils::SensorData sample;
-      sample.timestamp = static_cast<std::int64_t>(static_cast<std::uint64_t>(told.timeUs) * kNsPerUs);
-      sample.oisHallX = told.hallX;
-      sample.oisHallY = told.hallY;
-      camera.samples.emplace(told.timeUs, sample);
+      camera.samples.emplace(told.timeUs, SampleTold(told));
     }
     mPending.push_back(std::move(call));
   }

@@ -129,7 +129,7 @@ constexpr std::size_t kFrameLines = 21;
 
 std::vector<LoggedCall> CallsIn(std::vector<std::string> const& lines, std::uint64_t* damaged = nullptr) {
   std::vector<LoggedCall> calls;
-  CallAssembler assembler([&](LoggedCall&& call) { calls.push_back(std::move(call)); });
+  CallAssembler assembler("log", [&](LoggedCall&& call) { calls.push_back(std::move(call)); });
   LogParser parser;
   for (std::string const& line : lines) {
     if (auto const entry = parser.Add(line)) assembler.Add(*entry);
@@ -206,7 +206,7 @@ TEST(LoggedCalls, ThreadsThatMingleAreToldApart) {
   } catch (hosting::UnusableInput const& unusable) {
     EXPECT_STREQ(
         unusable.what(),
-        "2: expected thread ids, as in the formats threadtime and long, where the lines of two cameras mingle; "
+        "log:2: expected thread ids, as in the formats threadtime and long, where the lines of two cameras mingle; "
         "found the format brief, with camera 2 inside a call of camera 0 that began at line 1");
   }
 }

@@ -50,11 +50,12 @@ class LogExplanation {
  public:
   // `show` gets every frame whose number and outcome are left, in the order of the log, once the samples of its readout
   // are there. `recomputation` may be null.
-  LogExplanation(Recomputation* recomputation, Summaries& summaries, std::function<void(ExplainedCall const&)> show);
+  LogExplanation(recording::LineReader& log, Recomputation* recomputation, Summaries& summaries,
+                 std::function<void(ExplainedCall const&)> show);
 
   // Reads to the end. Throws Interrupted, and UnusableInput where the log cannot be read or used; what was read until
   // then has been shown and counted once Finish has been called.
-  void Read(recording::LineReader& log);
+  void Read();
   void Finish();
 
   LogReport const& Report() const { return mReport; }
@@ -75,6 +76,7 @@ class LogExplanation {
   void AddSamples(LoggedCall const& call, Camera& camera);
   void Show(Frame frame);
 
+  recording::LineReader& mLog;
   Recomputation* mRecomputation;
   Summaries& mSummaries;
   std::function<void(ExplainedCall const&)> mShow;

@@ -138,23 +138,8 @@ std::uint64_t DroppedLines(std::string_view message) {
 }  // namespace
 
 char const* Name(LogFormat format) {
-  switch (format) {
-    case LogFormat::kThreadtime:
-      return "threadtime";
-    case LogFormat::kLong:
-      return "long";
-    case LogFormat::kTime:
-      return "time";
-    case LogFormat::kBrief:
-      return "brief";
-    case LogFormat::kTag:
-      return "tag";
-    case LogFormat::kReplay:
-      return "replay --log";
-    case LogFormat::kRaw:
-      return "raw";
-  }
-  return "";
+  constexpr char const* kNames[] = {"threadtime", "long", "time", "brief", "tag", "replay --log", "raw"};
+  return kNames[static_cast<std::size_t>(format)];
 }
 
 std::optional<LogEntry> LogParser::Add(std::string_view line) {

@@ -6,8 +6,11 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <string>
 #include <tuple>
+#include <utility>
 
+#include "platform/SensorProvider.h"
 #include "tools/shadingctl/log/FrameMessages.h"
 #include "tools/shadingctl/log/LogLine.h"
 
@@ -30,16 +33,11 @@ struct LoggedCall {
   bool IsWhole() const;
 };
 
-// The place of a line in its call: the step and, in steps of several numbered lines, the line's number.
-using LinePlace = std::tuple<int, std::int64_t>;
+// The sample as it was delivered, to the us. Times that cannot be real wrap.
+NSCam::Utils::SensorData SampleTold(SourceSample const& told);
 
-// A call whose end has not been read.
-struct OpenCall {
-  LoggedCall call;
-  LinePlace place{-1, 0};  // of the line read last
-  std::optional<std::int64_t> timeUs;
-  std::optional<std::uint32_t> loggedFrame;
-};
+// The step of a line and, in steps of several numbered lines, the line's number.
+using LinePlace = std::tuple<Step, std::int64_t>;
 
 // The lines of one thread follow each other in the order in which a call writes them, so a call ends where a line comes
 // that belongs before the line read last. Lines may be missing anywhere.
@@ -47,7 +45,8 @@ class CallAssembler {
  public:
   using Receiver = std::function<void(LoggedCall&& call)>;
 
-  explicit CallAssembler(Receiver receiver) : mReceiver(std::move(receiver)) {}
+  // `log`: its name, for complaints.
+  CallAssembler(std::string log, Receiver receiver) : mLog(std::move(log)), mReceiver(std::move(receiver)) {}
 
   // Throws UnusableInput where the calls of two cameras mingle and nothing tells their lines apart.
   void Add(LogEntry const& entry);
@@ -60,7 +59,13 @@ class CallAssembler {
   bool HasDetail() const { return mHasDetail; }  // lines that the library writes from level 4 on
 
  private:
-  using Place = LinePlace;
+  // A call whose end has not been read, and its line read last.
+  struct OpenCall {
+    LoggedCall call;
+    LinePlace place;
+    std::optional<std::int64_t> timeUs;
+    std::optional<std::uint32_t> loggedFrame;
+  };
   struct Update {
     BatchStored stored;
     bool split = false;
@@ -70,14 +75,14 @@ class CallAssembler {
     bool split = false;
   };
 
-  static std::optional<Place> PlaceOf(LibraryMessage const& message);
-  bool Continues(OpenCall const& open, LogEntry const& entry, LibraryMessage const& message, Place place) const;
-  void AddToCall(Stream& stream, LogEntry const& entry, LibraryMessage const& message, Place place);
+  bool Continues(OpenCall const& open, LogEntry const& entry, LibraryMessage const& message) const;
+  void AddToCall(Stream& stream, LogEntry const& entry, LibraryMessage const& message);
   void AddToUpdate(Stream& stream, LibraryMessage const& message);
   void RefuseMingledCameras(Stream const& stream, LogEntry const& entry, LibraryMessage const& message) const;
   void Close(Stream& stream);
   void AttachUpdate(LoggedCall& call);
 
+  std::string mLog;
   Receiver mReceiver;
   std::map<LogThread, Stream> mStreams;  // one, under 0, for lines without a thread
   std::deque<Update> mUpdates;           // the latest: they tell a frame's number to its timestamp
