@@ -14,29 +14,25 @@ namespace {
 // Reads calls and samples side by side; holds one batch at a time.
 class CallRecording : public Session {
  public:
-  CallRecording(std::string directory, SessionSettings settings, Capture const& capture)
-      : mDirectory(std::move(directory)),
-        mSettings(std::move(settings)),
+  CallRecording(std::string const& directory, SessionSettings const& settings, Capture const& capture)
+      : Session(directory),
         mCapture(capture),
-        mFile(mDirectory + "/calls.csv", {kCallColumns.begin(), kCallColumns.end()}, {LastLine::kMustEnd}),
-        mHallFile(mDirectory, "call", LastLine::kMustEnd) {
+        mFile(directory + "/calls.csv", {kCallColumns.begin(), kCallColumns.end()}, {LastLine::kMustEnd}),
+        mHallFile(directory, "call", LastLine::kMustEnd) {
+    mSettings = settings;
     mSettings.recordsCalls = true;
     mOddities.captureState = capture.state;
   }
 
-  std::string Name() const override { return mDirectory; }
-  SessionSettings const& Settings() const override { return mSettings; }
-  SessionOddities const& Oddities() const override { return mOddities; }
-
   std::optional<std::uint64_t> FrameCount() const override {
-    return CountLines(mDirectory + "/calls.csv", kCallKinds[kCalculate]);
+    return CountLines(mName + "/calls.csv", kCallKinds[kCalculate]);
   }
 
   bool Next(Call& call) override {
     if (!mFile.Next()) {
       for (; mHallFile.Row(); mHallFile.Next()) mOddities.undeliveredSamples.CountAt(mHallFile.File());
-      mOddities.lostCalls.RaiseTo(mCapture.lostCalls, mDirectory + "/recording.csv");
-      mOddities.lostSamples.RaiseTo(mCapture.lostSamples, mDirectory + "/recording.csv");
+      mOddities.lostCalls.RaiseTo(mCapture.lostCalls, mName + "/recording.csv");
+      mOddities.lostSamples.RaiseTo(mCapture.lostSamples, mName + "/recording.csv");
       return false;
     }
     ReadCallNumber();
@@ -110,8 +106,7 @@ class CallRecording : public Session {
     std::uint64_t const held = update.batch.size();
     std::uint64_t const samples = IfAny(kCallSamples, &CsvFile::Unsigned64).value_or(held);
     if (samples < held) {
-      mFile.Complain(kCallSamples,
-                     fmt::format("at least {}, the samples of this call in {}/hall.csv", held, mDirectory));
+      mFile.Complain(kCallSamples, fmt::format("at least {}, the samples of this call in {}/hall.csv", held, mName));
     }
     if (samples > held) mOddities.lostSamples.CountAt(mFile, samples - held);
     return update;
@@ -132,14 +127,11 @@ class CallRecording : public Session {
     return calc;
   }
 
-  std::string mDirectory;
-  SessionSettings mSettings;
   Capture mCapture;
   CsvFile mFile;  // of the calls
   HallFile mHallFile;
   std::uint64_t mNumber = 0;                            // of the current call; 0 before the first
   std::map<std::optional<std::int32_t>, Times> mTimes;  // by camera
-  SessionOddities mOddities;
 };
 
 }  // namespace

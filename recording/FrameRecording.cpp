@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "recording/FrameSession.h"
 #include "recording/HallFile.h"
@@ -16,15 +15,13 @@ enum FrameColumn : std::size_t { kFrame, kTimestamp, kExposure, kRollingShutter 
 // Reads both files side by side.
 class FrameRecording : public FrameSession {
  public:
-  explicit FrameRecording(std::string directory)
-      : mDirectory(std::move(directory)),
-        mFrameFile(mDirectory + "/frames.csv", {{"frame"}, {"timestamp_ns"}, {"exposure_ns"}, {"rolling_shutter_ns"}}),
-        mHallFile(mDirectory, "frame", LastLine::kMayLackItsEnd) {}
-
-  std::string Name() const override { return mDirectory; }
+  explicit FrameRecording(std::string const& directory)
+      : FrameSession(directory),
+        mFrameFile(directory + "/frames.csv", {{"frame"}, {"timestamp_ns"}, {"exposure_ns"}, {"rolling_shutter_ns"}}),
+        mHallFile(directory, "frame", LastLine::kMayLackItsEnd) {}
 
   std::optional<std::uint64_t> FrameCount() const override {
-    auto const lines = CountLines(mDirectory + "/frames.csv", "");
+    auto const lines = CountLines(mName + "/frames.csv", "");
     return lines ? std::optional(std::max<std::uint64_t>(*lines, 2) - 1) : std::nullopt;
   }
 
@@ -73,7 +70,6 @@ class FrameRecording : public FrameSession {
     if (isEarlier) mOddities.sampleTimesBackward.CountAt(mHallFile.File());
   }
 
-  std::string mDirectory;
   CsvFile mFrameFile;
   HallFile mHallFile;
   std::optional<SessionFrame> mLast;  // without its batch

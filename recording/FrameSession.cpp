@@ -16,7 +16,7 @@ Call CallOf(Operation operation) {
 
 }  // namespace
 
-FrameSession::FrameSession() { mCalls.push_back(CallOf(StartMonitor{})); }
+FrameSession::FrameSession(std::string name) : Session(std::move(name)) { mCalls.push_back(CallOf(StartMonitor{})); }
 
 bool FrameSession::Next(Call& call) {
   if (mCalls.empty() && !mStopped) QueueCalls();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "recording/Session.h"
@@ -22,18 +23,13 @@ struct SessionFrame {
 // stored whenever it changes, and in the end the monitor is stopped. Holds one frame's samples at a time.
 class FrameSession : public Session {
  public:
-  SessionSettings const& Settings() const override { return mSettings; }
   bool Next(Call& call) override;
-  SessionOddities const& Oddities() const override { return mOddities; }
 
  protected:
-  FrameSession();
+  explicit FrameSession(std::string name);
 
   // nullopt at the end, after which it is not asked again.
   virtual std::optional<SessionFrame> ReadFrame() = 0;
-
-  SessionSettings mSettings;  // nothing is known
-  SessionOddities mOddities;
 
  private:
   void QueueCalls();  // of the next frame, or those at the end

@@ -96,16 +96,15 @@ std::string LackText(Capture const& capture) {
                      capture.lostSamples);
 }
 
-std::vector<std::string> RemarksOn(Session const& session) {
+std::vector<std::string> Session::Remarks() const {
   std::vector<std::string> remarks;
-  Batches const batches = session.Settings().batches;
-  if (batches != Batches::kDelivered) {
+  if (mSettings.batches != Batches::kDelivered) {
     remarks.push_back(fmt::format(
         "{}: its batches are those that {}, not those that were delivered: positions can differ from the phone's",
-        session.Name(), batches == Batches::kFiled ? "the library filed" : "an import put together"));
+        mName, mSettings.batches == Batches::kFiled ? "the library filed" : "an import put together"));
   }
-  std::string const lack = LackText(session.Oddities().Captured());
-  if (!lack.empty()) remarks.push_back(fmt::format("{}: {}", session.Name(), lack));
+  std::string const lack = LackText(mOddities.Captured());
+  if (!lack.empty()) remarks.push_back(fmt::format("{}: {}", mName, lack));
   return remarks;
 }
 

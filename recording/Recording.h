@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "recording/Session.h"
 
@@ -29,9 +28,5 @@ std::optional<CaptureState> CaptureStateOf(std::string_view name);
 
 // What a capture lacks, in words about "it"; empty where it is complete.
 std::string LackText(Capture const& capture);
-
-// What whoever uses the session must know: sentences about other batches than the delivered ones, and about an
-// incomplete capture. Complete once the session has been read to its end.
-std::vector<std::string> RemarksOn(Session const& session);
 
 }  // namespace recording

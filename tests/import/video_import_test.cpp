@@ -10,7 +10,7 @@
 #include "recording/RecordingRows.h"
 #include "tests/import/VideoBytes.h"
 #include "tests/shadingctl/Program.h"
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 
 namespace shadingctl {
 namespace {
@@ -32,7 +32,7 @@ class VideoImport : public testing::Test {
     try {
       auto const source = OpenVideo(arguments);
       std::uint64_t number = 0;
-      for (recording::Call call; source->Session().Next(call);) {
+      for (recording::Call call; source->Next(call);) {
         ++number;
         if (std::holds_alternative<recording::CalcOisValue>(call.operation)) ++imported.frames;
         if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {

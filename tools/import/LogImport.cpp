@@ -8,7 +8,7 @@
 
 #include "hosting/UnusableInput.h"
 #include "recording/LineReader.h"
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 #include "tools/shadingctl/log/LogLine.h"
 #include "tools/shadingctl/log/LoggedCalls.h"
 
@@ -21,31 +21,28 @@ constexpr std::uint64_t kNsPerUs = 1000;
 // lost its line in the frame's own window.
 constexpr std::size_t kCallsAhead = 16;
 
-class LogImport : public ImportedSession, private recording::Session {
+class LogImport : public recording::Session {
  public:
   explicit LogImport(ImportArguments const& arguments)
-      : mLog(arguments.file), mAssembler(mLog.Name(), [this](LoggedCall&& call) { Take(std::move(call)); }) {
+      : Session(arguments.file),
+        mLog(arguments.file),
+        mAssembler(mLog.Name(), [this](LoggedCall&& call) { Take(std::move(call)); }) {
+    mName = mLog.Name();
     mSettings.batches = recording::Batches::kRebuilt;
     mSettings.cameras.emplace();
   }
-
-  recording::Session& Session() override { return *this; }
-  std::string Name() const override { return mLog.Name(); }
-  recording::SessionSettings const& Settings() const override { return mSettings; }
-  recording::SessionOddities const& Oddities() const override { return mOddities; }
-  std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
   std::vector<std::string> Remarks() const override {
     std::vector<std::string> remarks = {fmt::format(
         "{}: a log holds the samples around each frame, in whole us, and not the batches: results can differ from the "
         "phone's; `shadingctl explain` tells the phone's own",
-        mLog.Name())};
+        mName)};
     if (mLeftOut > 0) {
       remarks.push_back(fmt::format("{}: {} computations have lost their frame's number or times, and are left out",
-                                    mLog.Name(), mLeftOut));
+                                    mName, mLeftOut));
     }
     if (mWithLoss > 0) {
-      remarks.push_back(fmt::format("{}: {} computations that are taken have lost lines", mLog.Name(), mWithLoss));
+      remarks.push_back(fmt::format("{}: {} computations that are taken have lost lines", mName, mWithLoss));
     }
     return remarks;
   }
@@ -155,8 +152,8 @@ class LogImport : public ImportedSession, private recording::Session {
     mStopped = true;
     if (mDelivered == 0) {
       throw hosting::UnusableInput(
-          fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines",
-                      mLog.Name(), mParser.Counts().lines));
+          fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines", mName,
+                      mParser.Counts().lines));
     }
     for (std::int32_t const camera : *mSettings.cameras) Queue(camera, recording::StopMonitor{});
   }
@@ -164,8 +161,6 @@ class LogImport : public ImportedSession, private recording::Session {
   recording::LineReader mLog;
   LogParser mParser;
   CallAssembler mAssembler;
-  recording::SessionSettings mSettings;
-  recording::SessionOddities mOddities;
   std::map<std::int32_t, Camera> mCameras;
   std::deque<LoggedCall> mPending;
   std::deque<recording::Call> mReady;
@@ -178,7 +173,7 @@ class LogImport : public ImportedSession, private recording::Session {
 
 }  // namespace
 
-std::unique_ptr<ImportedSession> OpenLog(ImportArguments const& arguments) {
+std::unique_ptr<recording::Session> OpenLog(ImportArguments const& arguments) {
   return std::make_unique<LogImport>(arguments);
 }
 

@@ -7,7 +7,7 @@
 
 #include "hosting/UnusableInput.h"
 #include "recording/FrameSession.h"
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 #include "tools/import/VideoFile.h"
 #include "video_capture.pb.h"
 
@@ -16,26 +16,23 @@ namespace {
 
 constexpr std::int64_t kNsPerUs = 1000;
 
-class VideoImport : public ImportedSession, private recording::FrameSession {
+class VideoImport : public recording::FrameSession {
  public:
-  explicit VideoImport(ImportArguments const& arguments) : mArguments(arguments), mFile(arguments.file) {
+  explicit VideoImport(ImportArguments const& arguments)
+      : FrameSession(arguments.file), mArguments(arguments), mFile(arguments.file) {
     mSettings.batches = recording::Batches::kRebuilt;
   }
-
-  recording::Session& Session() override { return *this; }
-  std::string Name() const override { return mArguments.file; }
-  std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
   std::vector<std::string> Remarks() const override {
     std::vector<std::string> remarks;
     if (!mFile.Problem().empty()) {
-      remarks.push_back(fmt::format("{}: byte {}: {}; what comes before it is whole and taken", mArguments.file,
+      remarks.push_back(fmt::format("{}: byte {}: {}; what comes before it is whole and taken", mName,
                                     mFile.WholeBytes(), mFile.Problem()));
     }
     remarks.push_back(fmt::format(
         "{}: its samples are delivered with the frames that name them. These are not the batches of the platform's "
         "sensor provider, and positions are in pixels times the scale: results will differ from the phone's",
-        mArguments.file));
+        mName));
     return remarks;
   }
 
@@ -52,11 +49,11 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
         break;
     }
     if (mFrames > 0) {
-      mTimes.Finish(mArguments.file, std::nullopt);
+      mTimes.Finish(mName, std::nullopt);
       return std::nullopt;
     }
     throw hosting::UnusableInput(
-        fmt::format("{}: expected frames (video_meta), found none in {} bytes", mArguments.file, mFile.WholeBytes()));
+        fmt::format("{}: expected frames (video_meta), found none in {} bytes", mName, mFile.WholeBytes()));
   }
 
   [[noreturn]] void RefuseBroken() const {
@@ -64,14 +61,14 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
     throw hosting::UnusableInput(
         fmt::format("{}: byte {}: {}; the {} frames with {} samples before that byte are "
                     "whole{}",
-                    mArguments.file, mFile.WholeBytes(), mFile.Problem(), mFrames, mSamples, salvage));
+                    mName, mFile.WholeBytes(), mFile.Problem(), mFrames, mSamples, salvage));
   }
 
   // `begin`: where to look for the frame's field, for a message.
   recording::SessionFrame Converted(std::int64_t begin) {
     auto const complain = [&](char const* field, std::string const& expected, auto found) {
-      throw hosting::UnusableInput(fmt::format("{}: byte {}, frame {}: {}: expected {}, found {}", mArguments.file,
-                                               begin, mMetaData.frame_number(), field, expected, found));
+      throw hosting::UnusableInput(fmt::format("{}: byte {}, frame {}: {}: expected {}, found {}", mName, begin,
+                                               mMetaData.frame_number(), field, expected, found));
     };
     recording::SessionFrame frame;
     constexpr std::int64_t kMost32 = std::numeric_limits<std::uint32_t>::max();
@@ -123,7 +120,7 @@ class VideoImport : public ImportedSession, private recording::FrameSession {
 
 }  // namespace
 
-std::unique_ptr<ImportedSession> OpenVideo(ImportArguments const& arguments) {
+std::unique_ptr<recording::Session> OpenVideo(ImportArguments const& arguments) {
   return std::make_unique<VideoImport>(arguments);
 }
 

@@ -1,5 +1,5 @@
 // shadingctl-import: makes recordings of other data. A program of its own, so that the tool itself needs no protobuf.
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/import/ImportOptions.h"
 #include "tools/shadingctl/output/Console.h"
@@ -9,7 +9,7 @@
 namespace shadingctl {
 namespace {
 
-std::unique_ptr<ImportedSession> Open(ImportArguments const& arguments) {
+std::unique_ptr<recording::Session> Open(ImportArguments const& arguments) {
   if (arguments.file.empty()) return OpenCsv(arguments);
   return arguments.form == ImportForm::kVideo ? OpenVideo(arguments) : OpenLog(arguments);
 }
@@ -31,7 +31,7 @@ int Import(ImportArguments const& arguments) {
   RefuseOverwritingInputs(arguments);
   auto const imported = Open(arguments);
   OutputFile console(kStandardOutput);
-  WriteRecording(imported->Session(), arguments.directory, arguments.force, console);
+  WriteRecording(*imported, arguments.directory, arguments.force, console);
   for (std::string const& remark : imported->Remarks()) Tell(remark);
   return kExitDone;
 }

@@ -68,7 +68,7 @@ void AddRecordingFiles(std::string const& directory, std::vector<std::string>& f
 }
 
 void TellOfRecording(recording::Session const& session) {
-  for (std::string const& remark : recording::RemarksOn(session)) Tell(remark);
+  for (std::string const& remark : session.Remarks()) Tell(remark);
 }
 
 void TellOfLeftOut(ResultHead const& head) {

@@ -114,7 +114,7 @@ BenchSession ReadBenchSession(std::string const& recording, Reference const& ref
   for (recording::Call call; session->Next(call);) collector.Add(call);
   BenchSession joined = collector.Join(positions);
   joined.skipped = skipped;
-  joined.remarks = recording::RemarksOn(*session);
+  joined.remarks = session->Remarks();
   return joined;
 }
 
