@@ -8,7 +8,7 @@
 #include "fuzz/WorkDirectory.h"
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/DeviceFile.h"
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 #include "recording/Recording.h"
 #include "tools/shadingctl/doctor/Diagnosis.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"

@@ -5,11 +5,20 @@
 #include <map>
 #include <utility>
 
-#include "recording/HallFile.h"
 #include "recording/Recording.h"
+#include "recording/RecordingColumns.h"
 
 namespace recording {
 namespace {
+
+// Only number and kind must be there.
+std::vector<CsvFile::Column> CallColumns() {
+  std::vector<CsvFile::Column> columns;
+  for (std::size_t i = 0; i < kCallColumns.size(); ++i) {
+    columns.push_back({kCallColumns[i], i == kCallNumber || i == kCallKind});
+  }
+  return columns;
+}
 
 // Reads calls and samples side by side; holds one batch at a time.
 class CallRecording : public Session {
@@ -17,7 +26,7 @@ class CallRecording : public Session {
   CallRecording(std::string const& directory, SessionSettings const& settings, Capture const& capture)
       : Session(directory),
         mCapture(capture),
-        mFile(directory + "/calls.csv", {kCallColumns.begin(), kCallColumns.end()}, {LastLine::kMustEnd}),
+        mFile(directory + "/calls.csv", CallColumns(), {LastLine::kMustEnd}),
         mHallFile(directory, "call", LastLine::kMustEnd) {
     mSettings = settings;
     mSettings.recordsCalls = true;

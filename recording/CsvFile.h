@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "hosting/UnusableInput.h"
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 
 namespace recording {
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 
 #include "recording/FrameSession.h"
-#include "recording/HallFile.h"
 #include "recording/Recording.h"
+#include "recording/RecordingColumns.h"
 
 namespace recording {
 namespace {

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "hosting/UnusableInput.h"
-#include "recording/CallColumns.h"
+#include "recording/RecordingColumns.h"
 
 namespace recording {
 namespace {

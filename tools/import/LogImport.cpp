@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "hosting/UnusableInput.h"
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 #include "tools/import/Imports.h"
 #include "tools/shadingctl/log/LogLine.h"
 #include "tools/shadingctl/log/LoggedCalls.h"

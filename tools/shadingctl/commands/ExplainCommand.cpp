@@ -7,7 +7,7 @@
 #include <string>
 
 #include "hosting/LibraryNumbers.h"
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 #include "recording/Recording.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"

@@ -8,7 +8,7 @@
 #include <optional>
 #include <set>
 
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 #include "tools/shadingctl/explain/Recomputation.h"
 #include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/log/LoggedCalls.h"
