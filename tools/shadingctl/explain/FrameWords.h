@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/shadingctl/frame/FrameFacts.h"
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 
 namespace shadingctl {
 

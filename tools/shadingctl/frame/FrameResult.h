@@ -1,4 +1,4 @@
-// The outcome of one frame, as every output format shows it.
+// The outcome of one frame, as every output format shows it; docs/replay-output.md explains every figure.
 #pragma once
 
 #include <cstddef>
@@ -72,6 +72,9 @@ struct FrameResult {
   bool startFound = false;                      // a sample lies within the tolerance of the frame's start
   std::optional<std::uint64_t> historySamples;  // that the library held
   std::optional<FrameTimesTold> times;
+
+  // Whether the position is of this frame's own span.
+  bool HasNewPosition() const { return match == Match::kStart || match == Match::kCarried; }
 };
 
 // A position with nine significant digits, which tell every single-precision number from its neighbours; a share of 1;

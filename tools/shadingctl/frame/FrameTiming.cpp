@@ -1,14 +1,8 @@
 #include "tools/shadingctl/frame/FrameTiming.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace shadingctl {
-namespace {
-
-constexpr std::int64_t kRepeatPart = 4;  // of the median interval: far above the difference of a repeated time
-
-}  // namespace
 
 std::int64_t DifferenceUs(std::int64_t laterUs, std::int64_t earlierUs) {
   return static_cast<std::int64_t>(static_cast<std::uint64_t>(laterUs) - static_cast<std::uint64_t>(earlierUs));
@@ -32,39 +26,12 @@ std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window,
   return table;
 }
 
-std::optional<NearestEntry> FindNearest(std::vector<AlignedSample> const& table, std::int64_t timeUs) {
-  std::optional<NearestEntry> nearest;
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    std::int64_t const distanceUs = DistanceUs(table[i].timeUs, timeUs);
-    if (!nearest || distanceUs < nearest->distanceUs) nearest = {i, distanceUs};
+std::optional<std::int64_t> NearestUs(std::vector<AlignedSample> const& table, std::int64_t timeUs) {
+  std::optional<std::int64_t> nearestUs;
+  for (AlignedSample const& entry : table) {
+    nearestUs = std::min(nearestUs.value_or(INT64_MAX), DistanceUs(entry.timeUs, timeUs));
   }
-  return nearest;
-}
-
-double Distance(LensPosition const& one, LensPosition const& other) {
-  return std::hypot(one.x - other.x, one.y - other.y);
-}
-
-std::optional<SpanTiming> TimeSpan(std::vector<AlignedSample> const& table, SpanFound const& span,
-                                   SearchInterval const& interval) {
-  bool const isHeld = span.first >= 0 && span.first <= span.last && static_cast<std::size_t>(span.last) < table.size();
-  if (!isHeld) return std::nullopt;
-  auto const first = static_cast<std::size_t>(span.first);
-  auto const last = static_cast<std::size_t>(span.last);
-  std::int64_t const firstUs = DifferenceUs(table[first].timeUs, interval.startUs);  // both since the interval's start
-  std::int64_t const lastUs = DifferenceUs(table[last].timeUs, interval.startUs);
-
-  SpanTiming timing;
-  timing.ageUs = DifferenceUs(0, firstUs);
-  timing.endDistanceUs = DistanceUs(DifferenceUs(lastUs, firstUs), interval.lengthUs);
-  if (interval.lengthUs > 0) {
-    std::int64_t const length = interval.lengthUs;
-    std::int64_t const coveredUs =
-        std::clamp<std::int64_t>(lastUs, 0, length) - std::clamp<std::int64_t>(firstUs, 0, length);
-    timing.coverage = static_cast<double>(std::max<std::int64_t>(coveredUs, 0)) / static_cast<double>(length);
-  }
-  timing.repeated = CountRepeated(table, first, last);
-  return timing;
+  return nearestUs;
 }
 
 std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table) {
@@ -75,18 +42,6 @@ std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& t
   auto const middle = intervalsUs.begin() + static_cast<std::ptrdiff_t>(intervalsUs.size() / 2);
   std::nth_element(intervalsUs.begin(), middle, intervalsUs.end());
   return *middle;
-}
-
-std::size_t CountRepeated(std::vector<AlignedSample> const& table, std::size_t first, std::size_t last) {
-  auto const intervalUs = MedianIntervalUs(table);
-  if (!intervalUs) return 0;
-  std::size_t repeated = 0;
-  for (std::size_t i = std::max<std::size_t>(first, 1); i <= last; ++i) {
-    AlignedSample const& before = table[i - 1];
-    bool const isNear = DifferenceUs(table[i].timeUs, before.timeUs) < *intervalUs / kRepeatPart;
-    if (isNear && table[i].hallX == before.hallX && table[i].hallY == before.hallY) ++repeated;
-  }
-  return repeated;
 }
 
 }  // namespace shadingctl
