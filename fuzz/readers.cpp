@@ -111,7 +111,7 @@ void ReadLog(std::string const& text) {
   explanation.Finish();
   shadingctl::LogReport const& report = explanation.Report();
   Expect(frames + report.undecided == report.calls, "a computation is neither shown nor counted");
-  Expect(report.messages + report.lines.otherTags + report.lines.unreadable <= report.lines.lines,
+  Expect(report.lines.messages + report.lines.otherTags + report.lines.unreadable <= report.lines.lines,
          "more than all lines");
   Expect(!summaries.FindingsText().empty() || frames == 0, "no word about what was found");
   shadingctl::ReportText(report, log.Name());

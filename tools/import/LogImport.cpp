@@ -9,7 +9,6 @@
 #include "hosting/UnusableInput.h"
 #include "recording/InputFile.h"
 #include "tools/import/Imports.h"
-#include "tools/shadingctl/log/LogLine.h"
 #include "tools/shadingctl/log/LoggedCalls.h"
 
 namespace shadingctl {
@@ -81,7 +80,7 @@ class LogImport : public recording::Session {
       mAssembler.Finish();
       return;
     }
-    if (auto const entry = mParser.Add(line)) mAssembler.Add(*entry);
+    mAssembler.Add(line);
   }
 
   // A call that the log has told to its end.
@@ -153,13 +152,12 @@ class LogImport : public recording::Session {
     if (mDelivered == 0) {
       throw hosting::UnusableInput(
           fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines", mName,
-                      mParser.Counts().lines));
+                      mAssembler.Counts().lines));
     }
     for (std::int32_t const camera : *mSettings.cameras) Queue(camera, recording::StopMonitor{});
   }
 
   recording::LineReader mLog;
-  LogParser mParser;
   CallAssembler mAssembler;
   std::map<std::int32_t, Camera> mCameras;
   std::deque<LoggedCall> mPending;

@@ -130,12 +130,9 @@ constexpr std::size_t kFrameLines = 21;
 std::vector<LoggedCall> CallsIn(std::vector<std::string> const& lines, std::uint64_t* damaged = nullptr) {
   std::vector<LoggedCall> calls;
   CallAssembler assembler("log", [&](LoggedCall&& call) { calls.push_back(std::move(call)); });
-  LogParser parser;
-  for (std::string const& line : lines) {
-    if (auto const entry = parser.Add(line)) assembler.Add(*entry);
-  }
+  for (std::string const& line : lines) assembler.Add(line);
   assembler.Finish();
-  if (damaged != nullptr) *damaged = assembler.Damaged();
+  if (damaged != nullptr) *damaged = assembler.Counts().damaged;
   return calls;
 }
 

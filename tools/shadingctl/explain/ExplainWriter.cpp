@@ -10,9 +10,9 @@
 namespace shadingctl {
 namespace {
 
-std::vector<std::string> FormatNames(LogReport const& report) {
+std::vector<std::string> FormatNames(LogCounts const& lines) {
   std::vector<std::string> names;
-  for (LogFormat const format : report.formats) names.emplace_back(Name(format));
+  for (LogFormat const format : lines.formats) names.emplace_back(Name(format));
   return names;
 }
 
@@ -35,13 +35,13 @@ Json FramesJson(FrameList const& frames) {
 Json ReportJson(LogReport const& report, std::string const& logName) {
   LogCounts const& lines = report.lines;
   return {{"name", logName},
-          {"formats", FormatNames(report)},
+          {"formats", FormatNames(lines)},
           {"mode", OrNull(report.mode)},
           {"lines", lines.lines},
-          {"messages", report.messages},
+          {"messages", lines.messages},
           {"other_tags", lines.otherTags},
           {"unreadable", lines.unreadable},
-          {"damaged", report.damaged},
+          {"damaged", lines.damaged},
           {"dropped_by_log", lines.droppedByLog},
           {"lost_lines", report.lostLines},
           {"computations", report.calls},
@@ -103,10 +103,10 @@ std::string CallLine(ExplainedCall const& call) {
 std::string ReportText(LogReport const& report, std::string const& logName) {
   LogCounts const& lines = report.lines;
   std::string text = fmt::format("Log        {}: {} messages of the library in {} lines ({})\n", logName,
-                                 report.messages, lines.lines, fmt::join(FormatNames(report), ", "));
+                                 lines.messages, lines.lines, fmt::join(FormatNames(lines), ", "));
   text += fmt::format("           other tags {}, no line of a log {}{}, cut or damaged messages {}{}\n",
                       lines.otherTags, lines.unreadable, FirstLine(lines.unreadable, lines.firstUnreadable),
-                      report.damaged, FirstLine(report.damaged, report.firstDamagedLine));
+                      lines.damaged, FirstLine(lines.damaged, lines.firstDamaged));
   text += fmt::format("Lost       {} lines at least, of {} of {} computations", report.lostLines, report.callsWithLoss,
                       report.calls);
   if (report.undecided > 0) text += fmt::format("; of {} nothing can be told", report.undecided);
@@ -117,7 +117,7 @@ std::string ReportText(LogReport const& report, std::string const& logName) {
         fmt::format("           {} frame numbers do not appear ({}): lost with all their lines, or never computed\n",
                     report.missingNumbers.count, Numbers(report.missingNumbers));
   }
-  if (!report.hasDetail) text += "           The library's log level is below 4: it tells no samples and candidates\n";
+  if (!lines.hasDetail) text += "           The library's log level is below 4: it tells no samples and candidates\n";
   text +=
       fmt::format("Recomputed {} frames as logged, {} different{}, {} not whole enough to tell\n", report.same,
                   report.different.count,
@@ -152,7 +152,7 @@ void ExplainWriter::End(Summaries const& summaries, std::optional<LogReport> con
     if (report) mRows->AddExtra("log", ReportJson(*report, name));
     mRows->End(summaries.End(error));
   }
-  if (report && report->messages == 0) return;  // `error` says all
+  if (report && report->lines.messages == 0) return;  // `error` says all
   std::string const source =
       report ? ReportText(*report, name) : fmt::format("Session    {}\n{}", name, summaries.CaptureText());
   std::string const closing = source + summaries.FindingsText();

@@ -59,28 +59,18 @@ LogExplanation::LogExplanation(recording::LineReader& log, Recomputation* recomp
       mAssembler(log.Name(), [this](LoggedCall&& call) { Take(std::move(call)); }) {}
 
 void LogExplanation::Read() {
-  for (std::string_view line; mLog.Next(line);) {
-    auto const entry = mParser.Add(line);
-    if (!entry) continue;
-    ++mReport.messages;
-    mReport.formats.insert(entry->head.format);
-    mAssembler.Add(*entry);
-  }
-  mReport.lines = mParser.Counts();
-  if (mReport.messages > 0) return;
+  for (std::string_view line; mLog.Next(line);) mAssembler.Add(line);
+  if (mAssembler.Counts().messages > 0) return;
   throw hosting::UnusableInput(fmt::format(
       "{}: expected messages of the library, as `adb logcat -v threadtime`, `-v long` or `shadingctl replay "
       "--log` write them; found none in {} lines",
-      mLog.Name(), mReport.lines.lines));
+      mLog.Name(), mAssembler.Counts().lines));
 }
 
 void LogExplanation::Finish() {
   mAssembler.Finish();
   while (auto frame = mFrames.TakeAnyway()) Show(std::move(*frame));
-  mReport.lines = mParser.Counts();
-  mReport.damaged = mAssembler.Damaged();
-  mReport.firstDamagedLine = mAssembler.FirstDamagedLine();
-  mReport.hasDetail = mAssembler.HasDetail();
+  mReport.lines = mAssembler.Counts();
 }
 
 void LogExplanation::Take(LoggedCall call) {

@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 
 #include "recording/InputFile.h"
 #include "tools/shadingctl/explain/Recomputation.h"
@@ -28,11 +27,6 @@ struct ExplainedCall {
 // What the log is like, and what the recomputation found.
 struct LogReport {
   LogCounts lines;
-  std::set<LogFormat> formats;
-  std::uint64_t messages = 0;  // of the library
-  std::uint64_t damaged = 0;
-  std::uint64_t firstDamagedLine = 0;
-  bool hasDetail = false;
 
   std::uint64_t calls = 0;
   std::uint64_t undecided = 0;  // calls that have lost their frame's number, or what became of it
@@ -81,7 +75,6 @@ class LogExplanation {
   Summaries& mSummaries;
   std::function<void(ExplainedCall const&)> mShow;
   CallAssembler mAssembler;
-  LogParser mParser;
   PendingFrames mFrames;
   std::deque<ExplainedCall> mPending;  // one for each frame that waits
   std::map<std::int32_t, Camera> mCameras;

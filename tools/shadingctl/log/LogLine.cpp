@@ -177,7 +177,13 @@ std::optional<LogEntry> LogParser::AddMessage(LogHead const& head, std::string_v
     ++mCounts.otherTags;
     return std::nullopt;
   }
+  ++mCounts.messages;
+  mCounts.formats.insert(head.format);
   return LogEntry{head, mCounts.lines, message, isCut};
+}
+
+void LogParser::CountDamaged() {
+  if (mCounts.damaged++ == 0) mCounts.firstDamaged = mCounts.lines;
 }
 
 }  // namespace shadingctl

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -46,9 +47,14 @@ struct LogEntry {
   bool isCut = false;        // so long that whatever wrote the line has cut it there
 };
 
-// Lines that held no message of the library.
+// What was read of a log.
 struct LogCounts {
   std::uint64_t lines = 0;
+  std::set<LogFormat> formats;     // of the library's messages
+  std::uint64_t messages = 0;      // of the library
+  std::uint64_t damaged = 0;       // of those: cut, or in none of the library's texts
+  std::uint64_t firstDamaged = 0;  // its line
+  bool hasDetail = false;          // messages that the library writes from level 4 on
   std::uint64_t otherTags = 0;
   std::uint64_t unreadable = 0;       // in none of the formats
   std::uint64_t firstUnreadable = 0;  // its line
@@ -64,6 +70,10 @@ class LogParser {
   std::optional<LogEntry> Add(std::string_view line);
 
   LogCounts const& Counts() const { return mCounts; }
+
+  // For whoever reads the message of the entry that was added last.
+  void CountDamaged();
+  void CountDetail() { mCounts.hasDetail = true; }
 
  private:
   std::optional<LogEntry> AddMessage(LogHead const& head, std::string_view message, bool isCut);

@@ -75,12 +75,15 @@ NSCam::Utils::SensorData SampleTold(SourceSample const& told) {
   return sample;
 }
 
-void CallAssembler::Add(LogEntry const& entry) {
+void CallAssembler::Add(std::string_view line) {
+  auto const found = mParser.Add(line);
+  if (!found) return;
+  LogEntry const& entry = *found;
   LibraryMessage const message = entry.isCut ? DamagedMessage{} : ParseMessage(entry.message);
   Stream& stream = mStreams[entry.head.thread.value_or(LogThread{})];
-  mHasDetail = mHasDetail || TextOf(message).kind == MessageKind::kDetail;
+  if (TextOf(message).kind == MessageKind::kDetail) mParser.CountDetail();
   if (std::holds_alternative<DamagedMessage>(message)) {
-    if (mDamaged++ == 0) mFirstDamagedLine = entry.line;
+    mParser.CountDamaged();
     if (stream.open) ++stream.open->call.messages.damaged;
   } else if (TextOf(message).step != Step::kNone) {
     if (!entry.head.thread) RefuseMingledCameras(stream, entry, message);
@@ -152,7 +155,7 @@ void CallAssembler::Close(Stream& stream) {
   call.timestampNs = TimestampIn(call.messages);
   stream.open.reset();
   AttachUpdate(call);
-  std::uint64_t const expected = call.messages.ExpectedLines(mHasDetail);
+  std::uint64_t const expected = call.messages.ExpectedLines(Counts().hasDetail);
   call.lost = expected > call.lines ? expected - call.lines : 0;
   mReceiver(std::move(call));
 }

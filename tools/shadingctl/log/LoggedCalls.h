@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -48,15 +49,14 @@ class CallAssembler {
   // `log`: its name, for complaints.
   CallAssembler(std::string log, Receiver receiver) : mLog(std::move(log)), mReceiver(std::move(receiver)) {}
 
-  // Throws UnusableInput where the calls of two cameras mingle and nothing tells their lines apart.
-  void Add(LogEntry const& entry);
+  // The next line of the log. Throws UnusableInput where the calls of two cameras mingle and nothing tells their lines
+  // apart.
+  void Add(std::string_view line);
 
   // Everything was read.
   void Finish();
 
-  std::uint64_t Damaged() const { return mDamaged; }
-  std::uint64_t FirstDamagedLine() const { return mFirstDamagedLine; }
-  bool HasDetail() const { return mHasDetail; }  // lines that the library writes from level 4 on
+  LogCounts const& Counts() const { return mParser.Counts(); }
 
  private:
   // A call whose end has not been read, and its line read last.
@@ -84,12 +84,10 @@ class CallAssembler {
 
   std::string mLog;
   Receiver mReceiver;
+  LogParser mParser;
   std::map<LogThread, Stream> mStreams;  // one, under 0, for lines without a thread
   std::deque<Update> mUpdates;           // the latest: they tell a frame's number to its timestamp
   std::uint64_t mEmptyUpdates = 0;       // that belong to no call yet
-  std::uint64_t mDamaged = 0;
-  std::uint64_t mFirstDamagedLine = 0;
-  bool mHasDetail = false;
 };
 
 }  // namespace shadingctl
