@@ -20,10 +20,10 @@ constexpr std::uint64_t kNsPerUs = 1000;
 // lost its line in the frame's own window.
 constexpr std::size_t kCallsAhead = 16;
 
-class LogImport : public recording::Session {
+class LogImport : public recording::FrameSession {
  public:
   explicit LogImport(ImportArguments const& arguments)
-      : Session(arguments.file),
+      : FrameSession(arguments.file),
         mLog(arguments.file),
         mAssembler(mLog.Name(), [this](LoggedCall&& call) { Take(std::move(call)); }) {
     mName = mLog.Name();
@@ -46,42 +46,12 @@ class LogImport : public recording::Session {
     return remarks;
   }
 
-  bool Next(recording::Call& call) override {
-    while (mReady.empty()) {
-      bool const isDue = mPending.size() > kCallsAhead || (mAtEnd && !mPending.empty());
-      if (isDue) {
-        Rebuild(mPending.front());
-        mPending.pop_front();
-      } else if (!mAtEnd) {
-        ReadLine();
-      } else if (!mStopped) {
-        Stop();
-      } else {
-        return false;
-      }
-    }
-    call = std::move(mReady.front());
-    mReady.pop_front();
-    return true;
-  }
-
  private:
   struct Camera {
     std::map<std::int64_t, NSCam::Utils::SensorData> samples;  // by time in us; of windows, not delivered yet
     std::optional<std::int64_t> deliveredUs;                   // up to this time
-    std::optional<std::uint32_t> readoutNs;
     std::optional<std::uint32_t> updatedFrame;
   };
-
-  void ReadLine() {
-    std::string_view line;
-    if (!mLog.Next(line)) {
-      mAtEnd = true;
-      mAssembler.Finish();
-      return;
-    }
-    mAssembler.Add(line);
-  }
 
   // A call that the log has told to its end.
   void Take(LoggedCall&& call) {
@@ -98,42 +68,36 @@ class LogImport : public recording::Session {
     mPending.push_back(std::move(call));
   }
 
-  template <class Operation>
-  void Queue(std::int32_t camera, Operation operation) {
-    recording::Call call;
-    call.camera = camera;
-    call.operation = std::move(operation);
-    mReady.push_back(std::move(call));
-  }
-
-  // The calls of the host that have led to this one.
-  void Rebuild(LoggedCall const& call) {
-    std::int32_t const id = *call.camera;
-    Camera& camera = mCameras[id];
+  std::optional<recording::SessionFrame> ReadFrame() override {
+    while (!mAtEnd && mPending.size() <= kCallsAhead) {
+      std::string_view line;
+      mAtEnd = !mLog.Next(line);
+      mAtEnd ? mAssembler.Finish() : mAssembler.Add(line);
+    }
+    if (mPending.empty()) {
+      if (mDelivered > 0) return std::nullopt;
+      throw hosting::UnusableInput(
+          fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines", mName,
+                      mAssembler.Counts().lines));
+    }
+    LoggedCall const call = std::move(mPending.front());
+    mPending.pop_front();
     FrameTimesTold const& times = *call.messages.times;
+    Camera& camera = mCameras[*call.camera];
     std::vector<std::int32_t>& known = *mSettings.cameras;
-    if (std::find(known.begin(), known.end(), id) == known.end()) {
-      known.push_back(id);
-      Queue(id, recording::StartMonitor{});
-    }
+    if (std::find(known.begin(), known.end(), *call.camera) == known.end()) known.push_back(*call.camera);
     if (call.messages.position && !mSettings.calculationMode) mSettings.calculationMode = call.messages.position->mode;
-    std::uint32_t const readoutNs = static_cast<std::uint32_t>(times.readoutUs * kNsPerUs);
-    if (camera.readoutNs != readoutNs) {
-      camera.readoutNs = readoutNs;
-      Queue(id, recording::StoreRollingShutter{0, readoutNs});
-    }
 
-    std::vector<NSCam::Utils::SensorData> batch = TakeBatch(camera, call.messages.source);
-    if (camera.updatedFrame != call.frame || !batch.empty()) {
-      camera.updatedFrame = call.frame;
-      mDelivered += batch.size();
-      Queue(id, recording::UpdateSensorData{*call.frame, *call.timestampNs, std::move(batch)});
-    }
-    recording::CalcOisValue calc;
-    calc.frame = *call.frame;
-    calc.type = times.type;
-    calc.pairs.fill({*call.timestampNs, times.exposureUs * kNsPerUs});
-    Queue(id, std::move(calc));
+    recording::SessionFrame frame;
+    frame.camera = call.camera;
+    frame.number = *call.frame;
+    frame.type = times.type;
+    frame.exposure = {*call.timestampNs, times.exposureUs * kNsPerUs};
+    frame.rollingShutterNs = static_cast<std::uint32_t>(times.readoutUs * kNsPerUs);
+    frame.batch = TakeBatch(camera, call.messages.source);
+    frame.isUpdated = std::exchange(camera.updatedFrame, call.frame) != call.frame || !frame.batch.empty();
+    mDelivered += frame.batch.size();
+    return frame;
   }
 
   // Every sample up to the end of the window that was not delivered before.
@@ -147,23 +111,11 @@ class LogImport : public recording::Session {
     return batch;
   }
 
-  void Stop() {
-    mStopped = true;
-    if (mDelivered == 0) {
-      throw hosting::UnusableInput(
-          fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines", mName,
-                      mAssembler.Counts().lines));
-    }
-    for (std::int32_t const camera : *mSettings.cameras) Queue(camera, recording::StopMonitor{});
-  }
-
   recording::LineReader mLog;
   CallAssembler mAssembler;
   std::map<std::int32_t, Camera> mCameras;
   std::deque<LoggedCall> mPending;
-  std::deque<recording::Call> mReady;
   bool mAtEnd = false;
-  bool mStopped = false;
   std::uint64_t mDelivered = 0;  // samples
   std::uint64_t mLeftOut = 0;    // computations
   std::uint64_t mWithLoss = 0;
