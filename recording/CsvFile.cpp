@@ -8,7 +8,9 @@
 #include <charconv>
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 
 #include "hosting/QuotedText.h"
@@ -235,7 +237,7 @@ std::string_view CsvFile::Text(std::size_t column) const {
 }
 
 template <class Number>
-Number CsvFile::Parse(std::size_t column, char const* expected) const {
+Number CsvFile::Get(std::size_t column) const {
   std::string_view text = Text(column);
   std::size_t const point = mDialect.isForeign ? text.find('.') : std::string_view::npos;
   bool const endsInZeros =
@@ -243,27 +245,19 @@ Number CsvFile::Parse(std::size_t column, char const* expected) const {
   if (endsInZeros) text = text.substr(0, point);
   Number number{};
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc{} || end != text.data() + text.size()) Refuse(column, expected);
-  return number;
+  if (error == std::errc{} && end == text.data() + text.size()) return number;
+  constexpr Number kMost = std::numeric_limits<Number>::max();
+  Refuse(column, std::is_signed_v<Number> ? fmt::format("a whole number of {} bits", 8 * sizeof(Number))
+                                          : fmt::format("a whole number from 0 to {}", kMost));
 }
 
-std::uint32_t CsvFile::Unsigned32(std::size_t column) const {
-  return Parse<std::uint32_t>(column, "a whole number from 0 to 4294967295");
-}
+template std::uint32_t CsvFile::Get(std::size_t column) const;
+template std::uint64_t CsvFile::Get(std::size_t column) const;
+template std::int32_t CsvFile::Get(std::size_t column) const;
+template std::int64_t CsvFile::Get(std::size_t column) const;
 
-std::uint64_t CsvFile::Unsigned64(std::size_t column) const {
-  return Parse<std::uint64_t>(column, "a whole number from 0 to 18446744073709551615");
-}
-
-std::int32_t CsvFile::Signed32(std::size_t column) const {
-  return Parse<std::int32_t>(column, "a whole number of 32 bits");
-}
-
-std::int64_t CsvFile::Signed64(std::size_t column) const {
-  return Parse<std::int64_t>(column, "a whole number of 64 bits");
-}
-
-float CsvFile::Finite(std::size_t column) const {
+template <>
+float CsvFile::Get(std::size_t column) const {
   std::string_view const text = Text(column);
   char const* const last = text.data() + text.size();
   float number = 0;
@@ -277,7 +271,8 @@ float CsvFile::Finite(std::size_t column) const {
   return 0;
 }
 
-bool CsvFile::Flag(std::size_t column) const {
+template <>
+bool CsvFile::Get(std::size_t column) const {
   std::string_view const text = Text(column);
   if (text != "0" && text != "1") Refuse(column, "0 or 1");
   return text == "1";

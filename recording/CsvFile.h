@@ -104,12 +104,13 @@ class CsvFile {
   // The current line's value in the wanted column of that index, valid until the next line. Throws UnreadableRow for a
   // text that is no such value.
   std::string_view Text(std::size_t column) const;
-  std::uint32_t Unsigned32(std::size_t column) const;
-  std::uint64_t Unsigned64(std::size_t column) const;
-  std::int32_t Signed32(std::size_t column) const;
-  std::int64_t Signed64(std::size_t column) const;
-  float Finite(std::size_t column) const;  // the single-precision number nearest to the text
-  bool Flag(std::size_t column) const;     // 0 or 1
+  // As a whole number of 32 or 64 bits, the single-precision number nearest to the text, or a flag (0 or 1).
+  template <class Value>
+  Value Get(std::size_t column) const;
+  template <class Value>
+  std::optional<Value> IfAny(std::size_t column) const {
+    return Has(column) ? std::optional(Get<Value>(column)) : std::nullopt;
+  }
 
   // For a text that is no such value: throws UnreadableRow.
   [[noreturn]] void Refuse(std::size_t column, std::string const& expected) const;
@@ -129,9 +130,6 @@ class CsvFile {
   [[noreturn]] void RefuseRow(std::string const& complaint) const;
   [[noreturn]] void RefuseCut() const;
 
-  template <class Number>
-  Number Parse(std::size_t column, char const* expected) const;
-
   LineReader mLines;
   std::vector<Column> mColumns;
   CsvDialect mDialect;
@@ -145,6 +143,11 @@ class CsvFile {
   std::string mFirstSkipped;
   std::string mSalvagedAt;
 };
+
+template <>
+float CsvFile::Get(std::size_t column) const;
+template <>
+bool CsvFile::Get(std::size_t column) const;
 
 // The number of lines of a regular file that hold this text; nullopt for a pipe, which can be read only once.
 std::optional<std::uint64_t> CountLines(std::string const& path, std::string_view text);

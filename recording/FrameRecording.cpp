@@ -40,9 +40,9 @@ class FrameRecording : public FrameSession {
   std::optional<SessionFrame> ReadFrameRow() {
     if (!mFrameFile.Next()) return std::nullopt;
     SessionFrame row;
-    row.number = mFrameFile.Unsigned32(kFrame);
-    row.exposure = {mFrameFile.Unsigned64(kTimestamp), mFrameFile.Unsigned64(kExposure)};
-    row.rollingShutterNs = mFrameFile.Unsigned32(kRollingShutter);
+    row.number = mFrameFile.Get<std::uint32_t>(kFrame);
+    row.exposure = {mFrameFile.Get<std::uint64_t>(kTimestamp), mFrameFile.Get<std::uint64_t>(kExposure)};
+    row.rollingShutterNs = mFrameFile.Get<std::uint32_t>(kRollingShutter);
     if (mLast && row.number <= mLast->number) {
       mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLast->number));
     }

@@ -53,20 +53,20 @@ Head ReadHead(std::string const& path) {
     std::string_view const key = file.Text(kKey);
     if (!seen.emplace(key).second) file.Complain(kKey, "every key once");
     if (key == kVersionKey) {
-      head.version = file.Unsigned32(kValue);
+      head.version = file.Get<std::uint32_t>(kValue);
       if (head.version < 1 || head.version > kRecordingVersion) {
         file.Complain(kValue, fmt::format("a version from 1 to {}", kRecordingVersion));
       }
     } else if (key == kCamerasKey) {
       head.settings.cameras = ReadCameras(file);
     } else if (key == kCalculationModeKey) {
-      head.settings.calculationMode = file.Signed32(kValue);
+      head.settings.calculationMode = file.Get<std::int32_t>(kValue);
     } else if (key == kBatchesKey) {
       head.settings.batches = static_cast<Batches>(ReadName(file, kBatchesNames));
     } else if (key == kLostCallsKey) {
-      head.capture.lostCalls = file.Unsigned64(kValue);
+      head.capture.lostCalls = file.Get<std::uint64_t>(kValue);
     } else if (key == kLostSamplesKey) {
-      head.capture.lostSamples = file.Unsigned64(kValue);
+      head.capture.lostSamples = file.Get<std::uint64_t>(kValue);
     } else if (key == kStateKey) {
       head.capture.state = static_cast<CaptureState>(ReadName(file, kStateNames));
     }

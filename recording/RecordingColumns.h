@@ -106,10 +106,10 @@ class HallFile {
     mRow.reset();
     if (!mFile.Next()) return;
     HallRow row;
-    row.owner = mOwner == "frame" ? mFile.Unsigned32(kSampleOwner) : mFile.Unsigned64(kSampleOwner);
-    row.sample.timestamp = mFile.Signed64(kSampleTimestamp);
-    row.sample.oisHallX = mFile.Finite(kSampleHallX);
-    row.sample.oisHallY = mFile.Finite(kSampleHallY);
+    row.owner = mOwner == "frame" ? mFile.Get<std::uint32_t>(kSampleOwner) : mFile.Get<std::uint64_t>(kSampleOwner);
+    row.sample.timestamp = mFile.Get<std::int64_t>(kSampleTimestamp);
+    row.sample.oisHallX = mFile.Get<float>(kSampleHallX);
+    row.sample.oisHallY = mFile.Get<float>(kSampleHallY);
     if (row.owner < before) {
       mFile.Complain(kSampleOwner, fmt::format("at least {}, the {} of the row before", before, mOwner));
     }

@@ -112,7 +112,7 @@ class CsvImport : public recording::FrameSession {
     TimeUnit const durationUnit = mArguments.durationUnit.value_or(mArguments.timeUnit);
     recording::SessionFrame frame;
     bool const isNumbered = mFrameFile.Names(kFrame);
-    frame.number = isNumbered ? mFrameFile.Unsigned32(kFrame) : mLastFrame.value_or(0) + 1;
+    frame.number = isNumbered ? mFrameFile.Get<std::uint32_t>(kFrame) : mLastFrame.value_or(0) + 1;
     std::int64_t const timeNs = TimeNs(mFrameFile, kTimestamp, mArguments.timeUnit, 0, kLatestNs);
     std::int64_t const exposureNs = mArguments.exposureUs ? *mArguments.exposureUs * kNsPerUs
                                                           : TimeNs(mFrameFile, kExposure, durationUnit, 0, kLatestNs);
@@ -132,7 +132,7 @@ class CsvImport : public recording::FrameSession {
 
   SampleRow TakeSample() const {
     SampleRow row;
-    if (mDeliversByFrame) row.frame = mHallFile.Unsigned32(kHallFrame);
+    if (mDeliversByFrame) row.frame = mHallFile.Get<std::uint32_t>(kHallFrame);
     row.data.timestamp =
         TimeNs(mHallFile, kHallTimestamp, SampleUnit(), std::numeric_limits<std::int64_t>::min(), kLatestNs);
     row.data.oisHallX = Position(kHallX, mArguments.scaleX);
@@ -141,7 +141,7 @@ class CsvImport : public recording::FrameSession {
   }
 
   float Position(std::size_t column, double scale) const {
-    float const position = Scaled(mHallFile.Finite(column), scale);
+    float const position = Scaled(mHallFile.Get<float>(column), scale);
     if (!std::isfinite(position)) mHallFile.Refuse(column, "a number that single precision holds once it is scaled");
     return position;
   }

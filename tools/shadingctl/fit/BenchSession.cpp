@@ -30,8 +30,8 @@ Positions ReadReference(Reference const& reference, std::size_t& skipped) {
   recording::CsvFile file(reference.path, {column("frame"), column("x"), column("y")}, dialect);
   Positions positions;
   auto const read = [&] {
-    std::array<double, 2> const position = {double{file.Finite(kX)}, double{file.Finite(kY)}};
-    if (!positions.emplace(file.Unsigned32(kFrame), position).second) file.Refuse(kFrame, "each frame once");
+    std::array<double, 2> const position = {double{file.Get<float>(kX)}, double{file.Get<float>(kY)}};
+    if (!positions.emplace(file.Get<std::uint32_t>(kFrame), position).second) file.Refuse(kFrame, "each frame once");
   };
   while (file.ReadRow(read)) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
