@@ -10,7 +10,7 @@
 #include "hosting/UnusableInput.h"
 #include "recording/CsvFile.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/frame/FramePair.h"
+#include "tools/shadingctl/frame/Frame.h"
 
 namespace shadingctl {
 namespace {

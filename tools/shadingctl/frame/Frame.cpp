@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "tools/shadingctl/frame/FrameTiming.h"
+#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 namespace {

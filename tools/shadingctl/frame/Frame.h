@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "lsc/FrameInput.h"
+#include "recording/Session.h"
 #include "tools/shadingctl/frame/FrameResult.h"
 #include "tools/shadingctl/log/FrameMessages.h"
 
@@ -72,6 +74,12 @@ struct FrameHead {
   std::uint64_t timestampNs = 0;
   int type = 0;
 };
+
+// Which of a computation's three pairs of timestamp and exposure counts.
+inline recording::ExposurePair const& PairOf(recording::CalcOisValue const& calc, std::int32_t type) {
+  if (type == kShadingCapturePair1) return calc.pairs[1];
+  return calc.pairs[type == kShadingPreviewPair2 || type == kShadingCapturePair2 ? 2 : 0];
+}
 
 // Everything but the position.
 Frame MakeFrame(FrameHead const& head, CallOutcome const& outcome, FrameMessages const& messages);
