@@ -107,7 +107,7 @@ ImportArguments TakeArguments(ByteSource& source) {
   if ((second & 2) != 0) arguments.scaleY = 1e30;
   if ((second & 4) != 0) arguments.deliveryDelayUs = 0;
   arguments.skipBad = (second & 8) != 0;
-  arguments.separator = recording::kSeparators[second >> 4 & 3].character;
+  arguments.separator = recording::kSeparators[second >> 4 & 3];
   arguments.skip = second >> 6;
   return arguments;
 }

@@ -1,6 +1,8 @@
 // The one reader of delimited text: rows under a header, with an exact place for every complaint.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -18,8 +20,8 @@ namespace recording {
 
 // The values of --separator.
 struct Separator {
-  char const* name;
-  char character;
+  char const* name = nullptr;
+  char character = '\0';
 };
 constexpr std::array<Separator, 4> kSeparators = {{{"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}, {"blank", ' '}}};
 
@@ -35,7 +37,7 @@ struct CsvDialect {
   // Values may stand between quotes, with doubled ones inside, and whole numbers may end in a point and zeros.
   bool isForeign = false;
   std::uint32_t linesBeforeHeader = 0;
-  char separator = ',';
+  Separator separator = kSeparators[0];
   bool skipsBadRows = false;  // ReadRow leaves them out and counts them
 };
 
@@ -121,6 +123,8 @@ class CsvFile {
   bool NextText(std::string_view& line);  // the next line that is not empty, without its end
   void ReadHeader();
   void MatchColumns(std::string_view header);
+  template <class... Values>
+  [[noreturn]] void Fail(fmt::format_string<Values const&...> text, Values const&... values) const;
   [[noreturn]] void RefuseHeader(std::string_view header, char const* missing) const;
   std::string WantedNames() const;
   std::string_view TakeField(std::string_view& rest, bool& isLast);

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "recording/FrameSession.h"
-#include "tools/shadingctl/commands/import/ImportArguments.h"
+#include "tools/shadingctl/commands/import/ImportOptions.h"
 
 namespace shadingctl {
 
