@@ -1,9 +1,9 @@
-#include "recording/RecordingRows.h"
-
+// The text of a recording.
 #include <fmt/format.h>
 
 #include <iterator>
 
+#include "recording/Recording.h"
 #include "recording/RecordingColumns.h"
 
 namespace recording {

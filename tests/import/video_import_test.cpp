@@ -7,7 +7,7 @@
 #include <string>
 
 #include "hosting/UnusableInput.h"
-#include "recording/RecordingRows.h"
+#include "recording/Recording.h"
 #include "tests/import/VideoBytes.h"
 #include "tests/shadingctl/Program.h"
 #include "tools/import/Imports.h"
