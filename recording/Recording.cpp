@@ -112,10 +112,10 @@ std::string RecordingDirectory(std::string const& name) {
   std::filesystem::path const path(name);
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) return name;
-  for (char const* const file : {"recording.csv", "calls.csv", "frames.csv", "hall.csv"}) {
-    if (path.filename() == file) return path.has_parent_path() ? path.parent_path().string() : ".";
-  }
-  return name;
+  bool const isFile =
+      std::find(kRecordingFiles.begin(), kRecordingFiles.end(), path.filename()) != kRecordingFiles.end();
+  if (!isFile) return name;
+  return path.has_parent_path() ? path.parent_path().string() : ".";
 }
 
 std::unique_ptr<Session> OpenRecording(std::string const& directory) {

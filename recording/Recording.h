@@ -1,6 +1,7 @@
 // Opens a recording of any version, and makes the text of one.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -20,6 +21,9 @@ std::unique_ptr<Session> OpenRecording(std::string const& directory);
 std::unique_ptr<Session> OpenFrameRecording(std::string const& directory);
 std::unique_ptr<Session> OpenCallRecording(std::string const& directory, SessionSettings const& settings,
                                            Capture const& capture);
+
+// The files of a recording, of either version.
+constexpr std::array<char const*, 4> kRecordingFiles = {"recording.csv", "calls.csv", "frames.csv", "hall.csv"};
 
 // The directory of a recording given by its directory or by one of its files.
 std::string RecordingDirectory(std::string const& name);

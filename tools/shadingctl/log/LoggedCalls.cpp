@@ -21,16 +21,16 @@ bool EndsCall(LibraryMessage const& message) {
 
 // One overload for messages that name their camera, and one for the others.
 template <class Told>
-auto CameraOf(Told const& told, int /*preferred*/) -> decltype(std::optional(told.camera)) {
+auto NamedCamera(Told const& told, int /*preferred*/) -> decltype(std::optional(told.camera)) {
   return told.camera;
 }
 template <class Told>
-std::optional<std::int32_t> CameraOf(Told const& /*told*/, long /*otherwise*/) {
+std::optional<std::int32_t> NamedCamera(Told const& /*told*/, long /*otherwise*/) {
   return std::nullopt;
 }
 
 std::optional<std::int32_t> CameraIn(LibraryMessage const& message) {
-  return std::visit([](auto const& told) { return CameraOf(told, 0); }, message);
+  return std::visit([](auto const& told) { return NamedCamera(told, 0); }, message);
 }
 
 LinePlace PlaceOf(LibraryMessage const& message) {
