@@ -31,19 +31,15 @@ struct LogThread {
   }
 };
 
-// What a line says besides the message.
-struct LogHead {
+// A message, and what its line says besides.
+struct LogEntry {
   LogFormat format = LogFormat::kRaw;
   std::optional<LogThread> thread;
   std::optional<std::int64_t> timeUs;  // since some day; months count as 31 days
   std::optional<std::uint32_t> frame;  // kReplay only; nullopt there: outside of any frame
   std::string_view tag;
-};
-
-struct LogEntry {
-  LogHead head;
-  std::uint64_t line = 0;    // counted from 1
   std::string_view message;  // valid until the next line is added
+  std::uint64_t line = 0;    // counted from 1
   bool isCut = false;        // so long that whatever wrote the line has cut it there
 };
 
@@ -76,10 +72,8 @@ class LogParser {
   void CountDetail() { mCounts.hasDetail = true; }
 
  private:
-  std::optional<LogEntry> AddMessage(LogHead const& head, std::string_view message, bool isCut);
-
   LogCounts mCounts;
-  std::optional<LogHead> mLongHead;  // of the message that follows
+  std::optional<LogEntry> mLongHead;  // of the message that follows
   std::string mLongTag;
 };
 

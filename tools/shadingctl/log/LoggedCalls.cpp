@@ -80,13 +80,13 @@ void CallAssembler::Add(std::string_view line) {
   if (!found) return;
   LogEntry const& entry = *found;
   LibraryMessage const message = entry.isCut ? DamagedMessage{} : ParseMessage(entry.message);
-  Stream& stream = mStreams[entry.head.thread.value_or(LogThread{})];
+  Stream& stream = mStreams[entry.thread.value_or(LogThread{})];
   if (TextOf(message).kind == MessageKind::kDetail) mParser.CountDetail();
   if (std::holds_alternative<DamagedMessage>(message)) {
     mParser.CountDamaged();
     if (stream.open) ++stream.open->call.messages.damaged;
   } else if (TextOf(message).step != Step::kNone) {
-    if (!entry.head.thread) RefuseMingledCameras(stream, entry, message);
+    if (!entry.thread) RefuseMingledCameras(stream, entry, message);
     AddToCall(stream, entry, message);
   } else {
     AddToUpdate(stream, message);
@@ -97,14 +97,14 @@ bool CallAssembler::Continues(OpenCall const& open, LogEntry const& entry, Libra
   LinePlace const place = PlaceOf(message);
   auto const* const spanEntry = std::get_if<SpanEntry>(&message);
   bool const isNext = place > open.place || (spanEntry != nullptr && place == open.place);
-  if (!isNext || entry.head.frame != open.loggedFrame) return false;
+  if (!isNext || entry.frame != open.loggedFrame) return false;
   auto const& times = open.call.messages.times;
   bool const isOfOtherFrame =
       spanEntry != nullptr && times && static_cast<std::int64_t>(times->startOfFrameUs) != spanEntry->startOfFrameUs;
   if (isOfOtherFrame) return false;
   auto const camera = CameraIn(message);
   if (camera && open.call.camera && *camera != *open.call.camera) return false;
-  bool const pauses = entry.head.timeUs && open.timeUs && *entry.head.timeUs - *open.timeUs > kLongestPauseUs;
+  bool const pauses = entry.timeUs && open.timeUs && *entry.timeUs - *open.timeUs > kLongestPauseUs;
   return !pauses;
 }
 
@@ -113,11 +113,11 @@ void CallAssembler::AddToCall(Stream& stream, LogEntry const& entry, LibraryMess
   if (!stream.open) {
     stream.open.emplace();
     stream.open->call.firstLine = entry.line;
-    stream.open->loggedFrame = entry.head.frame;
+    stream.open->loggedFrame = entry.frame;
   }
   OpenCall& open = *stream.open;
   open.place = PlaceOf(message);
-  open.timeUs = entry.head.timeUs;
+  open.timeUs = entry.timeUs;
   if (auto const camera = CameraIn(message)) open.call.camera = camera;
   ++open.call.lines;
   open.call.messages.Add(message);
@@ -145,7 +145,7 @@ void CallAssembler::RefuseMingledCameras(Stream const& stream, LogEntry const& e
   throw hosting::UnusableInput(fmt::format(
       "{}:{}: expected thread ids, as in the formats threadtime and long, where the lines of two cameras "
       "mingle; found the format {}, with camera {} inside a call of camera {} that began at line {}",
-      mLog, entry.line, Name(entry.head.format), *camera, *stream.open->call.camera, stream.open->call.firstLine));
+      mLog, entry.line, Name(entry.format), *camera, *stream.open->call.camera, stream.open->call.firstLine));
 }
 
 void CallAssembler::Close(Stream& stream) {
