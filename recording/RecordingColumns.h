@@ -1,5 +1,5 @@
-// The names in a recording of version 2, for its reader and its writer, and the file that both versions have.
-// docs/recording-format.md describes them.
+// The names in a recording of version 2, for its reader and its writer, and the reader of hall.csv, which both versions
+// have. docs/recording-format.md describes them.
 #pragma once
 
 #include <fmt/format.h>
@@ -82,7 +82,7 @@ constexpr std::array<std::string_view, 7> kCallKinds = {"register", "start",  "r
 enum SampleColumn : std::size_t { kSampleOwner, kSampleTimestamp, kSampleHallX, kSampleHallY };
 constexpr std::array<char const*, 4> kSampleColumns = {"call", "timestamp_ns", "hall_x", "hall_y"};
 
-// hall.csv, whose samples stand in the order of delivery.
+// The samples of hall.csv, in the order of delivery.
 class HallFile {
  public:
   struct HallRow {

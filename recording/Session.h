@@ -80,7 +80,7 @@ struct Oddity {
     count += more;
   }
 
-  // Counts up to `total`.
+  // Raises the count to `total` where it is less.
   void RaiseTo(std::uint64_t total, std::string const& place) {
     if (total <= count) return;
     if (count == 0) firstPlace = place;
@@ -88,7 +88,7 @@ struct Oddity {
   }
 };
 
-// How the recording of a session while it happens came to its end. `recording.csv` names these in this order.
+// How a capture ended. `recording.csv` names these in this order.
 enum class CaptureState {
   kComplete,
   kRunning,  // no end is recorded

@@ -42,8 +42,8 @@ struct LogReport {
 
 class LogExplanation {
  public:
-  // `show` gets every frame whose number and outcome are left, in the order of the log, once the samples of its readout
-  // are there. `recomputation` may be null.
+  // `show` gets every frame whose number and outcome are left, in the order of the log, once the samples of its
+  // search interval are there. `recomputation` may be null.
   LogExplanation(recording::LineReader& log, Recomputation* recomputation, Summaries& summaries,
                  std::function<void(ExplainedCall const&)> show);
 
