@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "capture/SystemLog.h"
-#include "recording/RecordingRows.h"
+#include "recording/Recording.h"
 
 namespace capture {
 namespace {

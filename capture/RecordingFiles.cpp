@@ -8,7 +8,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "recording/RecordingRows.h"
+#include "recording/Recording.h"
 
 namespace capture {
 namespace {

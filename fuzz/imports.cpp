@@ -11,7 +11,7 @@
 #include "fuzz/WorkDirectory.h"
 #include "hosting/UnusableInput.h"
 #include "recording/Recording.h"
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 #include "tools/shadingctl/output/RecordingWriter.h"
 
 namespace {
@@ -33,7 +33,7 @@ std::string Write(char const* name, std::string const& content) {
   return path;
 }
 
-std::unique_ptr<shadingctl::ImportedSession> Open(ImportArguments const& arguments) {
+std::unique_ptr<recording::Session> Open(ImportArguments const& arguments) {
   if (arguments.file.empty()) return shadingctl::OpenCsv(arguments);
   return arguments.form == shadingctl::ImportForm::kVideo ? shadingctl::OpenVideo(arguments)
                                                           : shadingctl::OpenLog(arguments);
@@ -44,7 +44,7 @@ std::optional<RecordingSize> Import(ImportArguments const& arguments) {
   try {
     auto const imported = Open(arguments);
     shadingctl::OutputFile nowhere("/dev/null");
-    RecordingSize const size = shadingctl::WriteRecording(imported->Session(), arguments.directory, true, nowhere);
+    RecordingSize const size = shadingctl::WriteRecording(*imported, arguments.directory, true, nowhere);
     for (std::string const& remark : imported->Remarks()) {
       Expect(remark.find(Directory()) == 0, "a remark without its file: " + remark);
     }
@@ -107,7 +107,7 @@ ImportArguments TakeArguments(ByteSource& source) {
   if ((second & 2) != 0) arguments.scaleY = 1e30;
   if ((second & 4) != 0) arguments.deliveryDelayUs = 0;
   arguments.skipBad = (second & 8) != 0;
-  arguments.separator = recording::kSeparators[second >> 4 & 3].character;
+  arguments.separator = recording::kSeparators[second >> 4 & 3];
   arguments.skip = second >> 6;
   return arguments;
 }

@@ -8,14 +8,14 @@
 #include "fuzz/WorkDirectory.h"
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/DeviceFile.h"
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 #include "recording/Recording.h"
 #include "tools/shadingctl/doctor/Diagnosis.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
 #include "tools/shadingctl/dumps/HallDumpFile.h"
+#include "tools/shadingctl/explain/ExplainWriter.h"
 #include "tools/shadingctl/explain/FrameWords.h"
 #include "tools/shadingctl/explain/LogExplanation.h"
-#include "tools/shadingctl/explain/ReportText.h"
 #include "tools/shadingctl/log/FrameMessages.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/report/Page.h"
@@ -97,21 +97,21 @@ void ReadLog(std::string const& text) {
   Write("log", text);
   shadingctl::Summaries summaries(4);
   std::uint64_t frames = 0;
-  shadingctl::LogExplanation explanation(nullptr, summaries, [&](shadingctl::ExplainedCall const& call) {
+  recording::LineReader log(Directory() + "/log");
+  shadingctl::LogExplanation explanation(log, nullptr, summaries, [&](shadingctl::ExplainedCall const& call) {
     ++frames;
     Expect(!shadingctl::CallLine(call).empty() && !shadingctl::Story(call.frame.row, call.frame.facts).empty(),
            "a frame of no words");
   });
-  recording::LineReader log(Directory() + "/log");
   try {
-    explanation.Read(log);
+    explanation.Read();
   } catch (hosting::UnusableInput const& unusable) {
     ExpectNamed(unusable, log.Name());
   }
   explanation.Finish();
   shadingctl::LogReport const& report = explanation.Report();
   Expect(frames + report.undecided == report.calls, "a computation is neither shown nor counted");
-  Expect(report.messages + report.lines.otherTags + report.lines.unreadable <= report.lines.lines,
+  Expect(report.lines.messages + report.lines.otherTags + report.lines.unreadable <= report.lines.lines,
          "more than all lines");
   Expect(!summaries.FindingsText().empty() || frames == 0, "no word about what was found");
   shadingctl::ReportText(report, log.Name());

@@ -1,5 +1,4 @@
-#include "hosting/LoadTrial.h"
-
+// A library that is loaded for a trial, in a process of its own.
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <poll.h>

@@ -5,46 +5,51 @@
 #include <map>
 #include <utility>
 
-#include "recording/HallFile.h"
 #include "recording/Recording.h"
+#include "recording/RecordingColumns.h"
 
 namespace recording {
 namespace {
 
+// Only number and kind must be there.
+std::vector<CsvFile::Column> CallColumns() {
+  std::vector<CsvFile::Column> columns;
+  for (std::size_t i = 0; i < kCallColumns.size(); ++i) {
+    columns.push_back({kCallColumns[i], i == kCallNumber || i == kCallKind});
+  }
+  return columns;
+}
+
 // Reads calls and samples side by side; holds one batch at a time.
 class CallRecording : public Session {
  public:
-  CallRecording(std::string directory, SessionSettings settings, Capture const& capture)
-      : mDirectory(std::move(directory)),
-        mSettings(std::move(settings)),
+  CallRecording(std::string const& directory, SessionSettings const& settings, Capture const& capture)
+      : Session(directory),
         mCapture(capture),
-        mFile(mDirectory + "/calls.csv", {kCallColumns.begin(), kCallColumns.end()}, {LastLine::kMustEnd}),
-        mHallFile(mDirectory, "call", LastLine::kMustEnd) {
+        mFile(directory + "/calls.csv", CallColumns(), {LastLine::kMustEnd}),
+        mHallFile(directory, "call", LastLine::kMustEnd) {
+    mSettings = settings;
     mSettings.recordsCalls = true;
     mOddities.captureState = capture.state;
   }
 
-  std::string Name() const override { return mDirectory; }
-  SessionSettings const& Settings() const override { return mSettings; }
-  SessionOddities const& Oddities() const override { return mOddities; }
-
   std::optional<std::uint64_t> FrameCount() const override {
-    return CountLines(mDirectory + "/calls.csv", kCallKinds[kCalculate]);
+    return CountLines(mName + "/calls.csv", kCallKinds[kCalculate]);
   }
 
   bool Next(Call& call) override {
     if (!mFile.Next()) {
       for (; mHallFile.Row(); mHallFile.Next()) mOddities.undeliveredSamples.CountAt(mHallFile.File());
-      mOddities.lostCalls.RaiseTo(mCapture.lostCalls, mDirectory + "/recording.csv");
-      mOddities.lostSamples.RaiseTo(mCapture.lostSamples, mDirectory + "/recording.csv");
+      mOddities.lostCalls.RaiseTo(mCapture.lostCalls, mName + "/recording.csv");
+      mOddities.lostSamples.RaiseTo(mCapture.lostSamples, mName + "/recording.csv");
       return false;
     }
     ReadCallNumber();
     for (; mHallFile.Row() && mHallFile.Row()->owner < mNumber; mHallFile.Next()) {
       mOddities.undeliveredSamples.CountAt(mHallFile.File());
     }
-    call.timeNs = IfAny(kCallTime, &CsvFile::Unsigned64);
-    call.camera = IfAny(kCallCamera, &CsvFile::Signed32);
+    call.timeNs = mFile.IfAny<std::uint64_t>(kCallTime);
+    call.camera = mFile.IfAny<std::int32_t>(kCallCamera);
 
     std::optional<std::size_t> const kind = IndexOf(kCallKinds, mFile.Text(kCallKind));
     bool const hasSamples = mHallFile.Row() && mHallFile.Row()->owner == mNumber;
@@ -56,13 +61,13 @@ class CallRecording : public Session {
     } else if (kind == kCalculate) {
       call.operation = ReadCalc();
     } else if (kind == kReadout) {
-      call.operation = StoreRollingShutter{IfAny(kCallSensorMode, &CsvFile::Unsigned32).value_or(0),
-                                           mFile.Unsigned32(kCallRollingShutter)};
+      call.operation = StoreRollingShutter{mFile.IfAny<std::uint32_t>(kCallSensorMode).value_or(0),
+                                           mFile.Get<std::uint32_t>(kCallRollingShutter)};
     } else if (kind == kStop) {
-      call.operation = StopMonitor{IfAny(kCallSensorType, &CsvFile::Signed32)};
+      call.operation = StopMonitor{mFile.IfAny<std::int32_t>(kCallSensorType)};
     } else if (kind) {
       call.operation = StartMonitor{static_cast<StartMonitor::Operation>(*kind),
-                                    IfAny(kCallSensorType, &CsvFile::Signed32), IfAny(kCallAnswer, &CsvFile::Flag)};
+                                    mFile.IfAny<std::int32_t>(kCallSensorType), mFile.IfAny<bool>(kCallAnswer)};
     } else {
       auto const* const last = kCallKinds.end() - 1;
       mFile.Complain(kCallKind, fmt::format("one of {} and {}", fmt::join(kCallKinds.begin(), last, ", "), *last));
@@ -77,14 +82,8 @@ class CallRecording : public Session {
     std::optional<std::int64_t> sampleNs;
   };
 
-  // The value of the current call, where it has one.
-  template <class Value>
-  std::optional<Value> IfAny(std::size_t column, Value (CsvFile::*read)(std::size_t) const) const {
-    return mFile.Has(column) ? std::optional((mFile.*read)(column)) : std::nullopt;
-  }
-
   void ReadCallNumber() {
-    std::uint64_t const number = mFile.Unsigned64(kCallNumber);
+    std::uint64_t const number = mFile.Get<std::uint64_t>(kCallNumber);
     if (number <= mNumber) {
       mFile.Complain(kCallNumber,
                      mNumber == 0 ? "a number from 1 on" : fmt::format("a number above {}, the call before", mNumber));
@@ -96,8 +95,8 @@ class CallRecording : public Session {
 
   UpdateSensorData ReadUpdate(Times& times) {
     UpdateSensorData update;
-    update.frame = mFile.Unsigned32(kCallFrame);
-    update.timestampNs = mFile.Unsigned64(kCallTimestamp);
+    update.frame = mFile.Get<std::uint32_t>(kCallFrame);
+    update.timestampNs = mFile.Get<std::uint64_t>(kCallTimestamp);
     if (times.frameNs && update.timestampNs < *times.frameNs) mOddities.frameTimesBackward.CountAt(mFile);
     times.frameNs = update.timestampNs;
     for (; mHallFile.Row() && mHallFile.Row()->owner == mNumber; mHallFile.Next()) {
@@ -108,10 +107,9 @@ class CallRecording : public Session {
     }
     if (update.batch.empty()) mOddities.emptyBatches.CountAt(mFile);
     std::uint64_t const held = update.batch.size();
-    std::uint64_t const samples = IfAny(kCallSamples, &CsvFile::Unsigned64).value_or(held);
+    std::uint64_t const samples = mFile.IfAny<std::uint64_t>(kCallSamples).value_or(held);
     if (samples < held) {
-      mFile.Complain(kCallSamples,
-                     fmt::format("at least {}, the samples of this call in {}/hall.csv", held, mDirectory));
+      mFile.Complain(kCallSamples, fmt::format("at least {}, the samples of this call in {}/hall.csv", held, mName));
     }
     if (samples > held) mOddities.lostSamples.CountAt(mFile, samples - held);
     return update;
@@ -119,27 +117,25 @@ class CallRecording : public Session {
 
   CalcOisValue ReadCalc() const {
     CalcOisValue calc;
-    calc.frame = mFile.Unsigned32(kCallFrame);
-    calc.type = IfAny(kCallType, &CsvFile::Signed32);
+    calc.frame = mFile.Get<std::uint32_t>(kCallFrame);
+    calc.type = mFile.IfAny<std::int32_t>(kCallType);
     for (std::size_t i = 0; i < calc.pairs.size(); ++i) {
       auto const [timestamp, exposure] = kPairColumns[i];
       bool const isAsFirst = i > 0 && !mFile.Has(timestamp) && !mFile.Has(exposure);
-      calc.pairs[i] = isAsFirst ? calc.pairs[0] : ExposurePair{mFile.Unsigned64(timestamp), mFile.Unsigned64(exposure)};
+      calc.pairs[i] = isAsFirst ? calc.pairs[0]
+                                : ExposurePair{mFile.Get<std::uint64_t>(timestamp), mFile.Get<std::uint64_t>(exposure)};
     }
-    calc.matched = IfAny(kCallMatched, &CsvFile::Flag);
+    calc.matched = mFile.IfAny<bool>(kCallMatched);
     if (!mFile.Has(kCallAnswer)) return calc;
-    calc.answer = {mFile.Flag(kCallAnswer), IfAny(kCallHallX, &CsvFile::Finite), IfAny(kCallHallY, &CsvFile::Finite)};
+    calc.answer = {mFile.Get<bool>(kCallAnswer), mFile.IfAny<float>(kCallHallX), mFile.IfAny<float>(kCallHallY)};
     return calc;
   }
 
-  std::string mDirectory;
-  SessionSettings mSettings;
   Capture mCapture;
   CsvFile mFile;  // of the calls
   HallFile mHallFile;
   std::uint64_t mNumber = 0;                            // of the current call; 0 before the first
   std::map<std::optional<std::int32_t>, Times> mTimes;  // by camera
-  SessionOddities mOddities;
 };
 
 }  // namespace

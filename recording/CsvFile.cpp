@@ -8,7 +8,9 @@
 #include <charconv>
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 
 #include "hosting/QuotedText.h"
@@ -39,6 +41,12 @@ CsvFile::CsvFile(InputFile file, std::vector<Column> columns, CsvDialect dialect
   ReadHeader();
 }
 
+// Throws UnusableInput: "FILE:LINE: TEXT".
+template <class... Values>
+void CsvFile::Fail(fmt::format_string<Values const&...> text, Values const&... values) const {
+  throw hosting::UnusableInput(fmt::format("{}: {}", Place(), fmt::format(text, values...)));
+}
+
 void CsvFile::ReadHeader() {
   std::string_view line;
   bool isThere = true;
@@ -64,8 +72,7 @@ void CsvFile::MatchColumns(std::string_view header) {
       continue;
     }
     if (Names(target)) {
-      throw hosting::UnusableInput(fmt::format("{}: {}: expected this column once, the header names it again: {}",
-                                               Place(), name, hosting::Quoted(header)));
+      Fail("{}: expected this column once, the header names it again: {}", name, hosting::Quoted(header));
     }
     mFields[target] = ""sv;
   }
@@ -77,25 +84,18 @@ void CsvFile::MatchColumns(std::string_view header) {
 void CsvFile::RefuseHeader(std::string_view header, char const* missing) const {
   std::string const found = hosting::Quoted(header);
   if (mDialect.isForeign && header.front() == '#') {
-    throw hosting::UnusableInput(
-        fmt::format("{}: expected a header that names the columns {}, found a comment: {}; --skip N passes over the N "
-                    "lines before the header",
-                    Place(), WantedNames(), found));
+    Fail(
+        "expected a header that names the columns {}, found a comment: {}; --skip N passes over the N lines before the "
+        "header",
+        WantedNames(), found);
   }
-  if (mDialect.isForeign && header.find(mDialect.separator) == std::string_view::npos) {
-    for (Separator const& other : kSeparators) {
-      if (header.find(other.character) == std::string_view::npos) continue;
-      auto const* const own = std::find_if(kSeparators.begin(), kSeparators.end(), [this](Separator const& separator) {
-        return separator.character == mDialect.separator;
-      });
-      throw hosting::UnusableInput(
-          fmt::format("{}: expected a {} between the names of columns, found {}; --separator {} "
-                      "reads such files",
-                      Place(), own->name, found, other.name));
-    }
+  bool const isSplit = !mDialect.isForeign || header.find(mDialect.separator.character) != std::string_view::npos;
+  for (Separator const& other : kSeparators) {
+    if (isSplit || header.find(other.character) == std::string_view::npos) continue;
+    Fail("expected a {} between the names of columns, found {}; --separator {} reads such files",
+         mDialect.separator.name, found, other.name);
   }
-  throw hosting::UnusableInput(
-      fmt::format("{}: {}: expected this column, the header does not name it: {}", Place(), missing, found));
+  Fail("{}: expected this column, the header does not name it: {}", missing, found);
 }
 
 std::string CsvFile::WantedNames() const {
@@ -112,7 +112,7 @@ bool CsvFile::NextText(std::string_view& line) {
   while (mLines.Next(line)) {
     if (mLines.Line() == 1 && StartsWith(line, kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    if (mDialect.separator == ' ') line = Trimmed(line);  // several blanks separate as one does
+    if (mDialect.separator.character == ' ') line = Trimmed(line);  // several blanks separate as one does
     if (line.find_first_not_of(kBlanks) == std::string_view::npos) continue;
     std::size_t const zero = line.find('\0');
     if (zero == std::string_view::npos) return true;
@@ -147,7 +147,7 @@ bool CsvFile::Next() {
 
 // Takes a value with the separator behind it off the front of a line.
 std::string_view CsvFile::TakeField(std::string_view& rest, bool& isLast) {
-  char const separator = mDialect.separator;
+  char const separator = mDialect.separator.character;
   if (mDialect.isForeign) {
     while (!rest.empty() && IsBlank(rest.front()) && (rest.front() != separator || separator == ' ')) {
       rest.remove_prefix(1);
@@ -174,7 +174,7 @@ std::string_view CsvFile::TakeQuoted(std::string_view& rest, bool& isLast) {
   }
   std::string_view field = rest.substr(1, close - 1);
   rest.remove_prefix(close + 1);
-  std::size_t const end = rest.find(mDialect.separator);
+  std::size_t const end = rest.find(mDialect.separator.character);
   isLast = end == std::string_view::npos;
   std::string_view const behind = Trimmed(rest.substr(0, end));
   if (!behind.empty()) {
@@ -203,7 +203,7 @@ std::string CsvFile::Complaint(std::size_t column, std::string const& expected) 
 }
 
 void CsvFile::Complain(std::size_t column, std::string const& expected) const {
-  throw hosting::UnusableInput(fmt::format("{}: {}", Place(), Complaint(column, expected)));
+  Fail("{}", Complaint(column, expected));
 }
 
 void CsvFile::Refuse(std::size_t column, std::string const& expected) const { RefuseRow(Complaint(column, expected)); }
@@ -224,18 +224,16 @@ void CsvFile::RefuseCut() const {
   std::string const help =
       mDialect.isForeign ? fmt::format("; the {} lines of values before it are whole, and --salvage takes those", mRows)
                          : std::string();
-  throw hosting::UnusableInput(
-      fmt::format("{}: expected the end of a line, found the end of the file: it was cut{}", Place(), help));
+  Fail("expected the end of a line, found the end of the file: it was cut{}", help);
 }
 
 std::string_view CsvFile::Text(std::size_t column) const {
   if (Names(column)) return mFields[column];
-  throw hosting::UnusableInput(
-      fmt::format("{}: {}: expected a value, the header does not name this column", Place(), mColumns[column].name));
+  Fail("{}: expected a value, the header does not name this column", mColumns[column].name);
 }
 
 template <class Number>
-Number CsvFile::Parse(std::size_t column, char const* expected) const {
+Number CsvFile::Get(std::size_t column) const {
   std::string_view text = Text(column);
   std::size_t const point = mDialect.isForeign ? text.find('.') : std::string_view::npos;
   bool const endsInZeros =
@@ -243,27 +241,19 @@ Number CsvFile::Parse(std::size_t column, char const* expected) const {
   if (endsInZeros) text = text.substr(0, point);
   Number number{};
   auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc{} || end != text.data() + text.size()) Refuse(column, expected);
-  return number;
+  if (error == std::errc{} && end == text.data() + text.size()) return number;
+  constexpr Number kMost = std::numeric_limits<Number>::max();
+  Refuse(column, std::is_signed_v<Number> ? fmt::format("a whole number of {} bits", 8 * sizeof(Number))
+                                          : fmt::format("a whole number from 0 to {}", kMost));
 }
 
-std::uint32_t CsvFile::Unsigned32(std::size_t column) const {
-  return Parse<std::uint32_t>(column, "a whole number from 0 to 4294967295");
-}
+template std::uint32_t CsvFile::Get(std::size_t column) const;
+template std::uint64_t CsvFile::Get(std::size_t column) const;
+template std::int32_t CsvFile::Get(std::size_t column) const;
+template std::int64_t CsvFile::Get(std::size_t column) const;
 
-std::uint64_t CsvFile::Unsigned64(std::size_t column) const {
-  return Parse<std::uint64_t>(column, "a whole number from 0 to 18446744073709551615");
-}
-
-std::int32_t CsvFile::Signed32(std::size_t column) const {
-  return Parse<std::int32_t>(column, "a whole number of 32 bits");
-}
-
-std::int64_t CsvFile::Signed64(std::size_t column) const {
-  return Parse<std::int64_t>(column, "a whole number of 64 bits");
-}
-
-float CsvFile::Finite(std::size_t column) const {
+template <>
+float CsvFile::Get(std::size_t column) const {
   std::string_view const text = Text(column);
   char const* const last = text.data() + text.size();
   float number = 0;
@@ -277,7 +267,8 @@ float CsvFile::Finite(std::size_t column) const {
   return 0;
 }
 
-bool CsvFile::Flag(std::size_t column) const {
+template <>
+bool CsvFile::Get(std::size_t column) const {
   std::string_view const text = Text(column);
   if (text != "0" && text != "1") Refuse(column, "0 or 1");
   return text == "1";

@@ -1,6 +1,8 @@
 // The one reader of delimited text: rows under a header, with an exact place for every complaint.
 #pragma once
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -12,14 +14,14 @@
 #include <vector>
 
 #include "hosting/UnusableInput.h"
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 
 namespace recording {
 
 // The values of --separator.
 struct Separator {
-  char const* name;
-  char character;
+  char const* name = nullptr;
+  char character = '\0';
 };
 constexpr std::array<Separator, 4> kSeparators = {{{"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}, {"blank", ' '}}};
 
@@ -35,7 +37,7 @@ struct CsvDialect {
   // Values may stand between quotes, with doubled ones inside, and whole numbers may end in a point and zeros.
   bool isForeign = false;
   std::uint32_t linesBeforeHeader = 0;
-  char separator = ',';
+  Separator separator = kSeparators[0];
   bool skipsBadRows = false;  // ReadRow leaves them out and counts them
 };
 
@@ -104,12 +106,13 @@ class CsvFile {
   // The current line's value in the wanted column of that index, valid until the next line. Throws UnreadableRow for a
   // text that is no such value.
   std::string_view Text(std::size_t column) const;
-  std::uint32_t Unsigned32(std::size_t column) const;
-  std::uint64_t Unsigned64(std::size_t column) const;
-  std::int32_t Signed32(std::size_t column) const;
-  std::int64_t Signed64(std::size_t column) const;
-  float Finite(std::size_t column) const;  // the single-precision number nearest to the text
-  bool Flag(std::size_t column) const;     // 0 or 1
+  // As a whole number of 32 or 64 bits, the single-precision number nearest to the text, or a flag (0 or 1).
+  template <class Value>
+  Value Get(std::size_t column) const;
+  template <class Value>
+  std::optional<Value> IfAny(std::size_t column) const {
+    return Has(column) ? std::optional(Get<Value>(column)) : std::nullopt;
+  }
 
   // For a text that is no such value: throws UnreadableRow.
   [[noreturn]] void Refuse(std::size_t column, std::string const& expected) const;
@@ -120,6 +123,8 @@ class CsvFile {
   bool NextText(std::string_view& line);  // the next line that is not empty, without its end
   void ReadHeader();
   void MatchColumns(std::string_view header);
+  template <class... Values>
+  [[noreturn]] void Fail(fmt::format_string<Values const&...> text, Values const&... values) const;
   [[noreturn]] void RefuseHeader(std::string_view header, char const* missing) const;
   std::string WantedNames() const;
   std::string_view TakeField(std::string_view& rest, bool& isLast);
@@ -128,9 +133,6 @@ class CsvFile {
   void Skip(UnreadableRow const& unreadable);  // counts it, or throws it
   [[noreturn]] void RefuseRow(std::string const& complaint) const;
   [[noreturn]] void RefuseCut() const;
-
-  template <class Number>
-  Number Parse(std::size_t column, char const* expected) const;
 
   LineReader mLines;
   std::vector<Column> mColumns;
@@ -145,6 +147,11 @@ class CsvFile {
   std::string mFirstSkipped;
   std::string mSalvagedAt;
 };
+
+template <>
+float CsvFile::Get(std::size_t column) const;
+template <>
+bool CsvFile::Get(std::size_t column) const;
 
 // The number of lines of a regular file that hold this text; nullopt for a pipe, which can be read only once.
 std::optional<std::uint64_t> CountLines(std::string const& path, std::string_view text);

@@ -2,11 +2,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "recording/FrameSession.h"
-#include "recording/HallFile.h"
 #include "recording/Recording.h"
+#include "recording/RecordingColumns.h"
 
 namespace recording {
 namespace {
@@ -16,15 +15,13 @@ enum FrameColumn : std::size_t { kFrame, kTimestamp, kExposure, kRollingShutter 
 // Reads both files side by side.
 class FrameRecording : public FrameSession {
  public:
-  explicit FrameRecording(std::string directory)
-      : mDirectory(std::move(directory)),
-        mFrameFile(mDirectory + "/frames.csv", {{"frame"}, {"timestamp_ns"}, {"exposure_ns"}, {"rolling_shutter_ns"}}),
-        mHallFile(mDirectory, "frame", LastLine::kMayLackItsEnd) {}
-
-  std::string Name() const override { return mDirectory; }
+  explicit FrameRecording(std::string const& directory)
+      : FrameSession(directory),
+        mFrameFile(directory + "/frames.csv", {{"frame"}, {"timestamp_ns"}, {"exposure_ns"}, {"rolling_shutter_ns"}}),
+        mHallFile(directory, "frame", LastLine::kMayLackItsEnd) {}
 
   std::optional<std::uint64_t> FrameCount() const override {
-    auto const lines = CountLines(mDirectory + "/frames.csv", "");
+    auto const lines = CountLines(mName + "/frames.csv", "");
     return lines ? std::optional(std::max<std::uint64_t>(*lines, 2) - 1) : std::nullopt;
   }
 
@@ -43,9 +40,9 @@ class FrameRecording : public FrameSession {
   std::optional<SessionFrame> ReadFrameRow() {
     if (!mFrameFile.Next()) return std::nullopt;
     SessionFrame row;
-    row.number = mFrameFile.Unsigned32(kFrame);
-    row.exposure = {mFrameFile.Unsigned64(kTimestamp), mFrameFile.Unsigned64(kExposure)};
-    row.rollingShutterNs = mFrameFile.Unsigned32(kRollingShutter);
+    row.number = mFrameFile.Get<std::uint32_t>(kFrame);
+    row.exposure = {mFrameFile.Get<std::uint64_t>(kTimestamp), mFrameFile.Get<std::uint64_t>(kExposure)};
+    row.rollingShutterNs = mFrameFile.Get<std::uint32_t>(kRollingShutter);
     if (mLast && row.number <= mLast->number) {
       mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLast->number));
     }
@@ -73,7 +70,6 @@ class FrameRecording : public FrameSession {
     if (isEarlier) mOddities.sampleTimesBackward.CountAt(mHallFile.File());
   }
 
-  std::string mDirectory;
   CsvFile mFrameFile;
   HallFile mHallFile;
   std::optional<SessionFrame> mLast;  // without its batch

@@ -3,20 +3,6 @@
 #include <utility>
 
 namespace recording {
-namespace {
-
-constexpr std::uint32_t kSensorMode = 0;  // of every frame: such a session has no modes
-
-template <class Operation>
-Call CallOf(Operation operation) {
-  Call call;
-  call.operation = std::move(operation);
-  return call;
-}
-
-}  // namespace
-
-FrameSession::FrameSession() { mCalls.push_back(CallOf(StartMonitor{})); }
 
 bool FrameSession::Next(Call& call) {
   if (mCalls.empty() && !mStopped) QueueCalls();
@@ -27,25 +13,30 @@ bool FrameSession::Next(Call& call) {
 }
 
 void FrameSession::QueueCalls() {
+  constexpr std::uint32_t kSensorMode = 0;  // of every frame: such a session has no modes
+  auto const queue = [this](std::optional<std::int32_t> camera, auto&& operation) {
+    mCalls.push_back({std::nullopt, camera, std::forward<decltype(operation)>(operation)});
+  };
   std::optional<SessionFrame> frame = ReadFrame();
   if (!frame) {
-    mCalls.push_back(CallOf(StopMonitor{}));
+    for (auto const& [camera, readoutNs] : mReadoutNs) queue(camera, StopMonitor{});
     mStopped = true;
     return;
   }
-  if (mRollingShutterNs != frame->rollingShutterNs) {
-    mRollingShutterNs = frame->rollingShutterNs;
-    mCalls.push_back(CallOf(StoreRollingShutter{kSensorMode, frame->rollingShutterNs}));
+  auto const [known, isFirst] = mReadoutNs.try_emplace(frame->camera);
+  if (isFirst) queue(frame->camera, StartMonitor{});
+  if (known->second != frame->rollingShutterNs) {
+    known->second = frame->rollingShutterNs;
+    queue(frame->camera, StoreRollingShutter{kSensorMode, frame->rollingShutterNs});
   }
-  UpdateSensorData update;
-  update.frame = frame->number;
-  update.timestampNs = frame->exposure.timestampNs;
-  update.batch = std::move(frame->batch);
-  mCalls.push_back(CallOf(std::move(update)));
+  if (frame->isUpdated) {
+    queue(frame->camera, UpdateSensorData{frame->number, frame->exposure.timestampNs, std::move(frame->batch)});
+  }
   CalcOisValue calc;
   calc.frame = frame->number;
+  calc.type = frame->type;
   calc.pairs.fill(frame->exposure);
-  mCalls.push_back(CallOf(std::move(calc)));
+  queue(frame->camera, std::move(calc));
 }
 
 }  // namespace recording

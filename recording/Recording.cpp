@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "hosting/UnusableInput.h"
-#include "recording/CallColumns.h"
+#include "recording/RecordingColumns.h"
 
 namespace recording {
 namespace {
@@ -53,20 +53,20 @@ Head ReadHead(std::string const& path) {
     std::string_view const key = file.Text(kKey);
     if (!seen.emplace(key).second) file.Complain(kKey, "every key once");
     if (key == kVersionKey) {
-      head.version = file.Unsigned32(kValue);
+      head.version = file.Get<std::uint32_t>(kValue);
       if (head.version < 1 || head.version > kRecordingVersion) {
         file.Complain(kValue, fmt::format("a version from 1 to {}", kRecordingVersion));
       }
     } else if (key == kCamerasKey) {
       head.settings.cameras = ReadCameras(file);
     } else if (key == kCalculationModeKey) {
-      head.settings.calculationMode = file.Signed32(kValue);
+      head.settings.calculationMode = file.Get<std::int32_t>(kValue);
     } else if (key == kBatchesKey) {
       head.settings.batches = static_cast<Batches>(ReadName(file, kBatchesNames));
     } else if (key == kLostCallsKey) {
-      head.capture.lostCalls = file.Unsigned64(kValue);
+      head.capture.lostCalls = file.Get<std::uint64_t>(kValue);
     } else if (key == kLostSamplesKey) {
-      head.capture.lostSamples = file.Unsigned64(kValue);
+      head.capture.lostSamples = file.Get<std::uint64_t>(kValue);
     } else if (key == kStateKey) {
       head.capture.state = static_cast<CaptureState>(ReadName(file, kStateNames));
     }
@@ -96,16 +96,15 @@ std::string LackText(Capture const& capture) {
                      capture.lostSamples);
 }
 
-std::vector<std::string> RemarksOn(Session const& session) {
+std::vector<std::string> Session::Remarks() const {
   std::vector<std::string> remarks;
-  Batches const batches = session.Settings().batches;
-  if (batches != Batches::kDelivered) {
+  if (mSettings.batches != Batches::kDelivered) {
     remarks.push_back(fmt::format(
         "{}: its batches are those that {}, not those that were delivered: positions can differ from the phone's",
-        session.Name(), batches == Batches::kFiled ? "the library filed" : "an import put together"));
+        mName, mSettings.batches == Batches::kFiled ? "the library filed" : "an import put together"));
   }
-  std::string const lack = LackText(session.Oddities().Captured());
-  if (!lack.empty()) remarks.push_back(fmt::format("{}: {}", session.Name(), lack));
+  std::string const lack = LackText(mOddities.Captured());
+  if (!lack.empty()) remarks.push_back(fmt::format("{}: {}", mName, lack));
   return remarks;
 }
 
@@ -113,10 +112,10 @@ std::string RecordingDirectory(std::string const& name) {
   std::filesystem::path const path(name);
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) return name;
-  for (char const* const file : {"recording.csv", "calls.csv", "frames.csv", "hall.csv"}) {
-    if (path.filename() == file) return path.has_parent_path() ? path.parent_path().string() : ".";
-  }
-  return name;
+  bool const isFile =
+      std::find(kRecordingFiles.begin(), kRecordingFiles.end(), path.filename()) != kRecordingFiles.end();
+  if (!isFile) return name;
+  return path.has_parent_path() ? path.parent_path().string() : ".";
 }
 
 std::unique_ptr<Session> OpenRecording(std::string const& directory) {

@@ -1,6 +1,8 @@
-// Opens a recording of any version.
+// Opens a recording of any version, and makes the text of one.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +22,9 @@ std::unique_ptr<Session> OpenFrameRecording(std::string const& directory);
 std::unique_ptr<Session> OpenCallRecording(std::string const& directory, SessionSettings const& settings,
                                            Capture const& capture);
 
+// The files of a recording, of either version.
+constexpr std::array<char const*, 4> kRecordingFiles = {"recording.csv", "calls.csv", "frames.csv", "hall.csv"};
+
 // The directory of a recording given by its directory or by one of its files.
 std::string RecordingDirectory(std::string const& name);
 
@@ -30,8 +35,26 @@ std::optional<CaptureState> CaptureStateOf(std::string_view name);
 // What a capture lacks, in words about "it"; empty where it is complete.
 std::string LackText(Capture const& capture);
 
-// What whoever uses the session must know: sentences about other batches than the delivered ones, and about an
-// incomplete capture. Complete once the session has been read to its end.
-std::vector<std::string> RemarksOn(Session const& session);
+// The text of a recording of version 2, piece by piece, for whoever writes one while it happens.
+
+// The whole of recording.csv.
+std::string SettingsText(SessionSettings const& settings);
+
+// What recording.csv says of a capture besides: a text of the same size for every value, so that a full disk has room
+// for it.
+std::string CaptureText(Capture const& capture);
+
+// The first lines of calls.csv and hall.csv.
+std::string CallsHeader();
+std::string SamplesHeader();
+
+// One line of calls.csv. Calls are numbered from 1; a gap in the numbers means that calls are missing.
+// An update states the size of its batch: `samples` where some of them were lost, else the samples that it holds.
+void AppendCall(std::string& text, std::uint64_t number, Call const& call,
+                std::optional<std::uint64_t> samples = std::nullopt);
+
+// The lines of hall.csv for the batch of the update `number`. Positions are printed with enough digits to read back the
+// same single-precision number. Requires: finite positions; a recording cannot hold others.
+void AppendSamples(std::string& text, std::uint64_t number, std::vector<NSCam::Utils::SensorData> const& batch);
 
 }  // namespace recording

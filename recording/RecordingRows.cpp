@@ -1,23 +1,15 @@
-#include "recording/RecordingRows.h"
-
+// The text of a recording.
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <iterator>
 
-#include "recording/CallColumns.h"
+#include "recording/Recording.h"
+#include "recording/RecordingColumns.h"
 
 namespace recording {
 namespace {
 
 using Cells = std::array<std::string, kCallColumns.size()>;
-
-template <std::size_t N>
-std::string HeaderOf(std::array<CsvFile::Column, N> const& columns) {
-  std::array<char const*, N> names{};
-  std::transform(columns.begin(), columns.end(), names.begin(), [](auto const& column) { return column.name; });
-  return fmt::format("{}\n", fmt::join(names, ","));
-}
 
 template <class Value>
 void Fill(std::string& cell, std::optional<Value> const& value) {
@@ -86,8 +78,8 @@ std::string CaptureText(Capture const& capture) {
                      capture.lostSamples, kStateKey, kStateNames[static_cast<std::size_t>(capture.state)]);
 }
 
-std::string CallsHeader() { return HeaderOf(kCallColumns); }
-std::string SamplesHeader() { return HeaderOf(kSampleColumns); }
+std::string CallsHeader() { return fmt::format("{}\n", fmt::join(kCallColumns, ",")); }
+std::string SamplesHeader() { return fmt::format("{}\n", fmt::join(kSampleColumns, ",")); }
 
 void AppendCall(std::string& text, std::uint64_t number, Call const& call, std::optional<std::uint64_t> samples) {
   Cells cells;

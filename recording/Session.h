@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -79,7 +80,7 @@ struct Oddity {
     count += more;
   }
 
-  // Counts up to `total`.
+  // Raises the count to `total` where it is less.
   void RaiseTo(std::uint64_t total, std::string const& place) {
     if (total <= count) return;
     if (count == 0) firstPlace = place;
@@ -87,7 +88,7 @@ struct Oddity {
   }
 };
 
-// How the recording of a session while it happens came to its end. `recording.csv` names these in this order.
+// How a capture ended. `recording.csv` names these in this order.
 enum class CaptureState {
   kComplete,
   kRunning,  // no end is recorded
@@ -140,18 +141,29 @@ class Session {
   virtual ~Session() = default;
 
   // The name of the session in a result.
-  virtual std::string Name() const = 0;
+  std::string const& Name() const { return mName; }
 
-  virtual SessionSettings const& Settings() const = 0;
+  SessionSettings const& Settings() const { return mSettings; }
 
   // Replaces `call` by the next one; false at the end. Throws UnusableInput where the session is broken.
   virtual bool Next(Call& call) = 0;
 
   // What was odd so far; complete once Next has answered false.
-  virtual SessionOddities const& Oddities() const = 0;
+  SessionOddities const& Oddities() const { return mOddities; }
 
-  // How many positions are computed in all, as far as that can be said without reading everything.
-  virtual std::optional<std::uint64_t> FrameCount() const = 0;
+  // What whoever uses the session must know, in sentences: whether its batches are others than the delivered ones, and
+  // what its capture lacks. Complete once Next has answered false.
+  virtual std::vector<std::string> Remarks() const;
+
+  // How many positions are computed in all, where that can be said before everything is read.
+  virtual std::optional<std::uint64_t> FrameCount() const { return std::nullopt; }
+
+ protected:
+  explicit Session(std::string name) : mName(std::move(name)) {}
+
+  std::string mName;
+  SessionSettings mSettings;
+  SessionOddities mOddities;
 };
 
 }  // namespace recording

@@ -11,7 +11,7 @@
 #include "hosting/UnusableInput.h"
 #include "recording/Recording.h"
 #include "tests/shadingctl/Program.h"
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 
 namespace shadingctl {
 namespace {
@@ -318,7 +318,7 @@ TEST(CsvImport, OfACutFileIsRefusedAndSalvagedLineByLine) {
   auto const samples = [&] {
     std::size_t count = 0;
     auto const imported = OpenCsv(arguments);
-    for (recording::Call call; imported->Session().Next(call);) {
+    for (recording::Call call; imported->Next(call);) {
       if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) count += update->batch.size();
     }
     return count;

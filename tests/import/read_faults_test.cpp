@@ -16,7 +16,7 @@
 #include "hosting/UnusableInput.h"
 #include "recording/Recording.h"
 #include "tests/import/VideoBytes.h"
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 
 namespace {
 
@@ -74,20 +74,20 @@ std::size_t ReadCsv(std::string const& directory) {
   arguments.hallFile = directory + "/hall.csv";
   arguments.salvage = true;  // of a file that is cut,
   arguments.skipBad = true;  // or of lines that are
-  return CountCalls(OpenCsv(arguments)->Session());
+  return CountCalls(*OpenCsv(arguments));
 }
 
 std::size_t ReadVideo(std::string const& directory) {
   ImportArguments arguments;
   arguments.file = directory + "/video.pb3";
   arguments.salvage = true;
-  return CountCalls(OpenVideo(arguments)->Session());
+  return CountCalls(*OpenVideo(arguments));
 }
 
 std::size_t ReadLog(std::string const& directory) {
   ImportArguments arguments;
   arguments.file = directory + "/log";
-  return CountCalls(OpenLog(arguments)->Session());
+  return CountCalls(*OpenLog(arguments));
 }
 
 std::string Video() { return Piece(FirstFrame()) + Piece(SecondFrame()); }

@@ -7,10 +7,10 @@
 #include <string>
 
 #include "hosting/UnusableInput.h"
-#include "recording/RecordingRows.h"
+#include "recording/Recording.h"
 #include "tests/import/VideoBytes.h"
 #include "tests/shadingctl/Program.h"
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 
 namespace shadingctl {
 namespace {
@@ -32,7 +32,7 @@ class VideoImport : public testing::Test {
     try {
       auto const source = OpenVideo(arguments);
       std::uint64_t number = 0;
-      for (recording::Call call; source->Session().Next(call);) {
+      for (recording::Call call; source->Next(call);) {
         ++number;
         if (std::holds_alternative<recording::CalcOisValue>(call.operation)) ++imported.frames;
         if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
@@ -129,14 +129,15 @@ TEST_F(VideoImport, OfADamagedFileSaysWhereAndWhatWasExpected) {
   Damage const damages[] = {
       {"", "expected frames (video_meta), found none in 0 bytes", 0},
       {OtherFields()[2], "expected frames (video_meta), found none in 7 bytes", 0},
-      {first + "\0\0\0\0"s, "byte 41: expected the tag of a field, found 0; the 1 frames with 2 samples", 1},
-      {first + "\x2B"s, "byte 41: expected a field of wire type 0, 1, 2 or 5, found 3", 1},
-      {first + "\x2A\xFF\xFF\xFF\xFF\x0F"s, "expected a field of at most 4194304 bytes, found a length of 4294967295",
+      {first + "\0\0\0\0"s, "byte 41: expected a field of a recording, found other bytes; the 1 frames with 2 samples",
        1},
-      {first + "\x2A\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x01"s, "found a length of 18446744073709551615", 1},
-      {first + "\x32\xFF\xFF\xFF\xFF\xFF\x01"s, "at most 2147483647 bytes", 1},
+      {first + "\x2B"s, "found the end of the file after 42 bytes", 1},
+      {first + "\x2A\xFF\xFF\xFF\xFF\x0F"s, "byte 41: expected a field of a recording", 1},
+      {first + "\x2A\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x01"s, "byte 41: expected a field of a recording", 1},
+      {first + "\x32\xFF\xFF\xFF\xFF\xFF\x01"s, "byte 41: expected a field of a recording", 1},
       {first + "\x32\xFF\xFF\xFF\x7F"s, "found the end of the file after 46 bytes", 1},
-      {first + "\x08"s + std::string(11, '\xFF'), "expected a number of at most 10 bytes, found a longer one", 1},
+      {first + "\x08"s + std::string(11, '\xFF'), "byte 41: expected a field of a recording", 1},
+      {first + "\x2A\x81\x80\x80\x02"s, "a frame of at most 4194304 bytes, found a length of 4194305", 1},
       {first + "\x2A\x02\x08\xFF"s, "byte 41: expected a frame, found fields that are none of a message", 1},
       {"a text\n", "byte 0: ", 0},
   };

@@ -9,7 +9,7 @@
 #include "hosting/UnusableInput.h"
 #include "recording/CsvFile.h"
 #include "recording/FrameSession.h"
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 
 namespace shadingctl {
 namespace {
@@ -58,10 +58,11 @@ std::int64_t TimeNs(CsvFile const& file, std::size_t column, TimeUnit unit, std:
                           : fmt::format("a time in {}, from {} to {} ns", Name(unit), leastNs, mostNs));
 }
 
-class CsvImport : public ImportedSession, private recording::FrameSession {
+class CsvImport : public recording::FrameSession {
  public:
   explicit CsvImport(ImportArguments const& arguments)
-      : mArguments(arguments),
+      : FrameSession(arguments.framesFile),
+        mArguments(arguments),
         mFrameFile(mArguments.framesFile, FrameColumns(mArguments), DialectOf(mArguments, mArguments.skip)),
         mHallFile(mArguments.hallFile, HallColumns(mArguments),
                   DialectOf(mArguments, mArguments.hallSkip.value_or(mArguments.skip))),
@@ -75,10 +76,6 @@ class CsvImport : public ImportedSession, private recording::FrameSession {
     if (!mDeliversByFrame) mSettings.batches = recording::Batches::kRebuilt;
     ReadSample();
   }
-
-  recording::Session& Session() override { return *this; }
-  std::string Name() const override { return mArguments.framesFile; }
-  std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
   std::vector<std::string> Remarks() const override {
     std::vector<std::string> remarks;
@@ -115,7 +112,7 @@ class CsvImport : public ImportedSession, private recording::FrameSession {
     TimeUnit const durationUnit = mArguments.durationUnit.value_or(mArguments.timeUnit);
     recording::SessionFrame frame;
     bool const isNumbered = mFrameFile.Names(kFrame);
-    frame.number = isNumbered ? mFrameFile.Unsigned32(kFrame) : mLastFrame.value_or(0) + 1;
+    frame.number = isNumbered ? mFrameFile.Get<std::uint32_t>(kFrame) : mLastFrame.value_or(0) + 1;
     std::int64_t const timeNs = TimeNs(mFrameFile, kTimestamp, mArguments.timeUnit, 0, kLatestNs);
     std::int64_t const exposureNs = mArguments.exposureUs ? *mArguments.exposureUs * kNsPerUs
                                                           : TimeNs(mFrameFile, kExposure, durationUnit, 0, kLatestNs);
@@ -135,7 +132,7 @@ class CsvImport : public ImportedSession, private recording::FrameSession {
 
   SampleRow TakeSample() const {
     SampleRow row;
-    if (mDeliversByFrame) row.frame = mHallFile.Unsigned32(kHallFrame);
+    if (mDeliversByFrame) row.frame = mHallFile.Get<std::uint32_t>(kHallFrame);
     row.data.timestamp =
         TimeNs(mHallFile, kHallTimestamp, SampleUnit(), std::numeric_limits<std::int64_t>::min(), kLatestNs);
     row.data.oisHallX = Position(kHallX, mArguments.scaleX);
@@ -144,7 +141,7 @@ class CsvImport : public ImportedSession, private recording::FrameSession {
   }
 
   float Position(std::size_t column, double scale) const {
-    float const position = Scaled(mHallFile.Finite(column), scale);
+    float const position = Scaled(mHallFile.Get<float>(column), scale);
     if (!std::isfinite(position)) mHallFile.Refuse(column, "a number that single precision holds once it is scaled");
     return position;
   }
@@ -197,7 +194,7 @@ class CsvImport : public ImportedSession, private recording::FrameSession {
 
 }  // namespace
 
-std::unique_ptr<ImportedSession> OpenCsv(ImportArguments const& arguments) {
+std::unique_ptr<recording::Session> OpenCsv(ImportArguments const& arguments) {
   return std::make_unique<CsvImport>(arguments);
 }
 

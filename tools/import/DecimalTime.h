@@ -18,9 +18,10 @@ inline std::map<std::string, TimeUnit> const kTimeUnits = {{"s", TimeUnit::kSeco
                                                            {"ns", TimeUnit::kNanoseconds}};
 char const* Name(TimeUnit unit);
 
-// The decimal number that the whole text says, with or without an exponent, in nanoseconds. No floating-point number is
-// involved: digits below a nanosecond are rounded half away from zero, once. In nanoseconds there are none: a number
-// with such digits is in another unit. nullopt when the text is no such number, or beyond 64 bits.
+// The decimal number that the whole text says, with or without an exponent, in nanoseconds. Exact: no
+// floating-point number is involved, and digits below a nanosecond are rounded half away from zero. With the unit ns
+// such digits are refused, since they show that the number is in another unit. nullopt when the text is no such number,
+// or beyond 64 bits.
 std::optional<std::int64_t> ParseTimeNs(std::string_view text, TimeUnit unit);
 
 }  // namespace shadingctl

@@ -7,9 +7,8 @@
 #include <utility>
 
 #include "hosting/UnusableInput.h"
-#include "recording/LineReader.h"
-#include "tools/import/ImportedSession.h"
-#include "tools/shadingctl/log/LogLine.h"
+#include "recording/InputFile.h"
+#include "tools/import/Imports.h"
 #include "tools/shadingctl/log/LoggedCalls.h"
 
 namespace shadingctl {
@@ -21,77 +20,38 @@ constexpr std::uint64_t kNsPerUs = 1000;
 // lost its line in the frame's own window.
 constexpr std::size_t kCallsAhead = 16;
 
-class LogImport : public ImportedSession, private recording::Session {
+class LogImport : public recording::FrameSession {
  public:
   explicit LogImport(ImportArguments const& arguments)
-      : mLog(arguments.file), mAssembler([this](LoggedCall&& call) { Take(std::move(call)); }) {
+      : FrameSession(arguments.file),
+        mLog(arguments.file),
+        mAssembler(mLog.Name(), [this](LoggedCall&& call) { Take(std::move(call)); }) {
+    mName = mLog.Name();
     mSettings.batches = recording::Batches::kRebuilt;
     mSettings.cameras.emplace();
   }
-
-  recording::Session& Session() override { return *this; }
-  std::string Name() const override { return mLog.Name(); }
-  recording::SessionSettings const& Settings() const override { return mSettings; }
-  recording::SessionOddities const& Oddities() const override { return mOddities; }
-  std::optional<std::uint64_t> FrameCount() const override { return std::nullopt; }
 
   std::vector<std::string> Remarks() const override {
     std::vector<std::string> remarks = {fmt::format(
         "{}: a log holds the samples around each frame, in whole us, and not the batches: results can differ from the "
         "phone's; `shadingctl explain` tells the phone's own",
-        mLog.Name())};
+        mName)};
     if (mLeftOut > 0) {
       remarks.push_back(fmt::format("{}: {} computations have lost their frame's number or times, and are left out",
-                                    mLog.Name(), mLeftOut));
+                                    mName, mLeftOut));
     }
     if (mWithLoss > 0) {
-      remarks.push_back(fmt::format("{}: {} computations that are taken have lost lines", mLog.Name(), mWithLoss));
+      remarks.push_back(fmt::format("{}: {} computations that are taken have lost lines", mName, mWithLoss));
     }
     return remarks;
-  }
-
-  bool Next(recording::Call& call) override {
-    while (mReady.empty()) {
-      bool const isDue = mPending.size() > kCallsAhead || (mAtEnd && !mPending.empty());
-      if (isDue) {
-        Rebuild(mPending.front());
-        mPending.pop_front();
-      } else if (!mAtEnd) {
-        ReadLine();
-      } else if (!mStopped) {
-        Stop();
-      } else {
-        return false;
-      }
-    }
-    call = std::move(mReady.front());
-    mReady.pop_front();
-    return true;
   }
 
  private:
   struct Camera {
     std::map<std::int64_t, NSCam::Utils::SensorData> samples;  // by time in us; of windows, not delivered yet
     std::optional<std::int64_t> deliveredUs;                   // up to this time
-    std::optional<std::uint32_t> readoutNs;
     std::optional<std::uint32_t> updatedFrame;
   };
-
-  void ReadLine() {
-    std::string_view line;
-    if (!mLog.Next(line)) {
-      mAtEnd = true;
-      mAssembler.Finish();
-      return;
-    }
-    auto const entry = mParser.Add(line);
-    if (!entry) return;
-    try {
-      mAssembler.Add(*entry);
-    } catch (hosting::UnusableInput const& unusable) {
-      throw hosting::UnusableInput(fmt::format("{}:{}", mLog.Name(), unusable.what()));
-    }
-  }
 
   // A call that the log has told to its end.
   void Take(LoggedCall&& call) {
@@ -103,51 +63,41 @@ class LogImport : public ImportedSession, private recording::Session {
     Camera& camera = mCameras[*call.camera];
     for (SourceSample const& told : call.messages.source) {
       if (camera.deliveredUs && told.timeUs <= *camera.deliveredUs) continue;
-      NSCam::Utils::SensorData sample;
-      sample.timestamp = static_cast<std::int64_t>(static_cast<std::uint64_t>(told.timeUs) * kNsPerUs);
-      sample.oisHallX = told.hallX;
-      sample.oisHallY = told.hallY;
-      camera.samples.emplace(told.timeUs, sample);
+      camera.samples.emplace(told.timeUs, SampleTold(told));
     }
     mPending.push_back(std::move(call));
   }
 
-  template <class Operation>
-  void Queue(std::int32_t camera, Operation operation) {
-    recording::Call call;
-    call.camera = camera;
-    call.operation = std::move(operation);
-    mReady.push_back(std::move(call));
-  }
-
-  // The calls of the host that have led to this one.
-  void Rebuild(LoggedCall const& call) {
-    std::int32_t const id = *call.camera;
-    Camera& camera = mCameras[id];
+  std::optional<recording::SessionFrame> ReadFrame() override {
+    while (!mAtEnd && mPending.size() <= kCallsAhead) {
+      std::string_view line;
+      mAtEnd = !mLog.Next(line);
+      mAtEnd ? mAssembler.Finish() : mAssembler.Add(line);
+    }
+    if (mPending.empty()) {
+      if (mDelivered > 0) return std::nullopt;
+      throw hosting::UnusableInput(
+          fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines", mName,
+                      mAssembler.Counts().lines));
+    }
+    LoggedCall const call = std::move(mPending.front());
+    mPending.pop_front();
     FrameTimesTold const& times = *call.messages.times;
+    Camera& camera = mCameras[*call.camera];
     std::vector<std::int32_t>& known = *mSettings.cameras;
-    if (std::find(known.begin(), known.end(), id) == known.end()) {
-      known.push_back(id);
-      Queue(id, recording::StartMonitor{});
-    }
+    if (std::find(known.begin(), known.end(), *call.camera) == known.end()) known.push_back(*call.camera);
     if (call.messages.position && !mSettings.calculationMode) mSettings.calculationMode = call.messages.position->mode;
-    std::uint32_t const readoutNs = static_cast<std::uint32_t>(times.readoutUs * kNsPerUs);
-    if (camera.readoutNs != readoutNs) {
-      camera.readoutNs = readoutNs;
-      Queue(id, recording::StoreRollingShutter{0, readoutNs});
-    }
 
-    std::vector<NSCam::Utils::SensorData> batch = TakeBatch(camera, call.messages.source);
-    if (camera.updatedFrame != call.frame || !batch.empty()) {
-      camera.updatedFrame = call.frame;
-      mDelivered += batch.size();
-      Queue(id, recording::UpdateSensorData{*call.frame, *call.timestampNs, std::move(batch)});
-    }
-    recording::CalcOisValue calc;
-    calc.frame = *call.frame;
-    calc.type = times.type;
-    calc.pairs.fill({*call.timestampNs, times.exposureUs * kNsPerUs});
-    Queue(id, std::move(calc));
+    recording::SessionFrame frame;
+    frame.camera = call.camera;
+    frame.number = *call.frame;
+    frame.type = times.type;
+    frame.exposure = {*call.timestampNs, times.exposureUs * kNsPerUs};
+    frame.rollingShutterNs = static_cast<std::uint32_t>(times.readoutUs * kNsPerUs);
+    frame.batch = TakeBatch(camera, call.messages.source);
+    frame.isUpdated = std::exchange(camera.updatedFrame, call.frame) != call.frame || !frame.batch.empty();
+    mDelivered += frame.batch.size();
+    return frame;
   }
 
   // Every sample up to the end of the window that was not delivered before.
@@ -161,26 +111,11 @@ class LogImport : public ImportedSession, private recording::Session {
     return batch;
   }
 
-  void Stop() {
-    mStopped = true;
-    if (mDelivered == 0) {
-      throw hosting::UnusableInput(
-          fmt::format("{}: expected the samples that the library tells at log level 4, found none in {} lines",
-                      mLog.Name(), mParser.Counts().lines));
-    }
-    for (std::int32_t const camera : *mSettings.cameras) Queue(camera, recording::StopMonitor{});
-  }
-
   recording::LineReader mLog;
-  LogParser mParser;
   CallAssembler mAssembler;
-  recording::SessionSettings mSettings;
-  recording::SessionOddities mOddities;
   std::map<std::int32_t, Camera> mCameras;
   std::deque<LoggedCall> mPending;
-  std::deque<recording::Call> mReady;
   bool mAtEnd = false;
-  bool mStopped = false;
   std::uint64_t mDelivered = 0;  // samples
   std::uint64_t mLeftOut = 0;    // computations
   std::uint64_t mWithLoss = 0;
@@ -188,7 +123,7 @@ class LogImport : public ImportedSession, private recording::Session {
 
 }  // namespace
 
-std::unique_ptr<ImportedSession> OpenLog(ImportArguments const& arguments) {
+std::unique_ptr<recording::Session> OpenLog(ImportArguments const& arguments) {
   return std::make_unique<LogImport>(arguments);
 }
 

@@ -1,5 +1,8 @@
 // shadingctl-import: makes recordings of other data. A program of its own, so that the tool itself needs no protobuf.
-#include "tools/import/ImportedSession.h"
+#include <algorithm>
+
+#include "recording/Recording.h"
+#include "tools/import/Imports.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/import/ImportOptions.h"
 #include "tools/shadingctl/output/Console.h"
@@ -9,29 +12,20 @@
 namespace shadingctl {
 namespace {
 
-std::unique_ptr<ImportedSession> Open(ImportArguments const& arguments) {
+std::unique_ptr<recording::Session> Open(ImportArguments const& arguments) {
   if (arguments.file.empty()) return OpenCsv(arguments);
   return arguments.form == ImportForm::kVideo ? OpenVideo(arguments) : OpenLog(arguments);
 }
 
-// Files of the recording that is written or replaced.
-void RefuseOverwritingInputs(ImportArguments const& arguments) {
-  std::vector<std::string> inputs;
-  for (std::string const& file : {arguments.file, arguments.framesFile, arguments.hallFile}) {
-    if (!file.empty()) inputs.push_back(file);
-  }
-  std::vector<std::string> outputs;
-  for (char const* const name : {"/recording.csv", "/calls.csv", "/hall.csv", "/frames.csv"}) {
-    outputs.push_back(arguments.directory + name);
-  }
-  RefuseOverwriting(inputs, outputs);
-}
-
 int Import(ImportArguments const& arguments) {
-  RefuseOverwritingInputs(arguments);
+  std::vector<std::string> inputs = {arguments.file, arguments.framesFile, arguments.hallFile};
+  inputs.erase(std::remove(inputs.begin(), inputs.end(), ""), inputs.end());
+  std::vector<std::string> outputs;
+  for (char const* const file : recording::kRecordingFiles) outputs.push_back(arguments.directory + "/" + file);
+  RefuseOverwriting(inputs, outputs);
   auto const imported = Open(arguments);
   OutputFile console(kStandardOutput);
-  WriteRecording(imported->Session(), arguments.directory, arguments.force, console);
+  WriteRecording(*imported, arguments.directory, arguments.force, console);
   for (std::string const& remark : imported->Remarks()) Tell(remark);
   return kExitDone;
 }

@@ -40,13 +40,13 @@ TEST(LogLines, EveryFormatOfALogIsRead) {
       std::string const line = row.line + std::string(kMessage) + end;
       auto const entry = parser.Add(line);
       ASSERT_TRUE(entry) << row.line;
-      EXPECT_STREQ(Name(entry->head.format), row.format) << row.line;
+      EXPECT_STREQ(Name(entry->format), row.format) << row.line;
       EXPECT_EQ(entry->message, kMessage) << row.line;
-      EXPECT_EQ(entry->head.thread.has_value(), row.process.has_value()) << row.line;
-      LogThread const thread = entry->head.thread.value_or(LogThread{});
+      EXPECT_EQ(entry->thread.has_value(), row.process.has_value()) << row.line;
+      LogThread const thread = entry->thread.value_or(LogThread{});
       EXPECT_EQ(thread.process, row.process.value_or(0)) << row.line;
       EXPECT_EQ(thread.thread, row.thread) << row.line;
-      auto const timeUs = entry->head.timeUs;
+      auto const timeUs = entry->timeUs;
       EXPECT_EQ(timeUs ? std::optional(*timeUs % 60000000 / 1000) : std::nullopt, row.milliseconds) << row.line;
     }
   }
@@ -58,9 +58,9 @@ TEST(LogLines, TheLongFormatHasItsHeadOnALineOfItsOwn) {
   std::string const line = std::string(kMessage) + "\r";
   auto const entry = parser.Add(line);
   ASSERT_TRUE(entry);
-  EXPECT_STREQ(Name(entry->head.format), "long");
+  EXPECT_STREQ(Name(entry->format), "long");
   EXPECT_EQ(entry->message, kMessage);
-  EXPECT_EQ(entry->head.thread->thread, 5678);
+  EXPECT_EQ(entry->thread->thread, 5678);
   EXPECT_EQ(entry->line, 2U);
   EXPECT_FALSE(parser.Add("\r"));
   EXPECT_FALSE(parser.Add("[ 01-02 03:04:05.679  1234: 5678 I/Other ]"));
@@ -129,13 +129,10 @@ constexpr std::size_t kFrameLines = 21;
 
 std::vector<LoggedCall> CallsIn(std::vector<std::string> const& lines, std::uint64_t* damaged = nullptr) {
   std::vector<LoggedCall> calls;
-  CallAssembler assembler([&](LoggedCall&& call) { calls.push_back(std::move(call)); });
-  LogParser parser;
-  for (std::string const& line : lines) {
-    if (auto const entry = parser.Add(line)) assembler.Add(*entry);
-  }
+  CallAssembler assembler("log", [&](LoggedCall&& call) { calls.push_back(std::move(call)); });
+  for (std::string const& line : lines) assembler.Add(line);
   assembler.Finish();
-  if (damaged != nullptr) *damaged = assembler.Damaged();
+  if (damaged != nullptr) *damaged = assembler.Counts().damaged;
   return calls;
 }
 
@@ -206,7 +203,7 @@ TEST(LoggedCalls, ThreadsThatMingleAreToldApart) {
   } catch (hosting::UnusableInput const& unusable) {
     EXPECT_STREQ(
         unusable.what(),
-        "2: expected thread ids, as in the formats threadtime and long, where the lines of two cameras mingle; "
+        "log:2: expected thread ids, as in the formats threadtime and long, where the lines of two cameras mingle; "
         "found the format brief, with camera 2 inside a call of camera 0 that began at line 1");
   }
 }

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "recording/Recording.h"
-#include "recording/RecordingRows.h"
 
 namespace recording {
 namespace {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "hosting/ElfImage.h"
+#include "hosting/HostLibrary.h"
 #include "hosting/Interruption.h"
-#include "hosting/LoadTrial.h"
 #include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "recording/InputFile.h"

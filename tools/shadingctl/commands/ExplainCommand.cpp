@@ -7,7 +7,7 @@
 #include <string>
 
 #include "hosting/LibraryNumbers.h"
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 #include "recording/Recording.h"
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
@@ -70,9 +70,9 @@ int ExplainLog(ExplainArguments const& arguments) {
   ExplainWriter writer(output, arguments.format, arguments.frame);
   Recomputation recomputation(device.settings, library);
   Summaries summaries(hosting::kDetailLevel);
-  LogExplanation explanation(&recomputation, summaries, [&](ExplainedCall const& call) { writer.Add(call); });
+  LogExplanation explanation(log, &recomputation, summaries, [&](ExplainedCall const& call) { writer.Add(call); });
   writer.Begin(SettingsOf(log.Name(), library, "as logged"));
-  ReadingEnd const ending = ReadToTheEnd([&] { explanation.Read(log); });
+  ReadingEnd const ending = ReadToTheEnd([&] { explanation.Read(); });
   explanation.Finish();
   summaries.Close({}, 0);
   return Finish(arguments, ending, log.Name(), summaries, explanation.Report(), writer, output);

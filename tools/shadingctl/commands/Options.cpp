@@ -62,13 +62,11 @@ std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& 
 }
 
 void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files) {
-  for (char const* const file : {"/recording.csv", "/calls.csv", "/frames.csv", "/hall.csv"}) {
-    files.push_back(directory + file);
-  }
+  for (char const* const file : recording::kRecordingFiles) files.push_back(directory + "/" + file);
 }
 
 void TellOfRecording(recording::Session const& session) {
-  for (std::string const& remark : recording::RemarksOn(session)) Tell(remark);
+  for (std::string const& remark : session.Remarks()) Tell(remark);
 }
 
 void TellOfLeftOut(ResultHead const& head) {

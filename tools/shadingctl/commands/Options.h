@@ -80,7 +80,7 @@ std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& 
 // Those of a recording in `directory`, of either version.
 void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files);
 
-// Tells on standard error what a recording lacks (recording::RemarksOn).
+// Tells on standard error what a recording lacks.
 void TellOfRecording(recording::Session const& session);
 
 // Tells on standard error what of a result's rows was passed over.

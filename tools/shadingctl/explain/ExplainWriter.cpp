@@ -2,60 +2,128 @@
 
 #include <fmt/format.h>
 
+#include <vector>
+
 #include "tools/shadingctl/explain/FrameWords.h"
-#include "tools/shadingctl/explain/ReportText.h"
 #include "tools/shadingctl/output/Console.h"
 
 namespace shadingctl {
 namespace {
 
-std::string StoryText(ExplainedCall const& call) {
-  std::string text = fmt::format("Camera {}, frame {}: {}\n", call.frame.row.camera, call.frame.row.frame,
-                                 Headline(call.frame.row, call.frame.facts));
-  for (std::string const& sentence : Story(call.frame.row, call.frame.facts)) text += "  " + sentence + "\n";
-  if (call.lost > 0) text += fmt::format("  Lines of it that are missing: {} or more.\n", call.lost);
-  if (!call.recomputed) return text;
-  switch (call.recomputed->verdict) {
-    case Recomputation::Verdict::kSame:
-      return text + "  The library computes the same from its window.\n";
-    case Recomputation::Verdict::kDifferent:
-      return text + "  DIFFERENT: " + call.recomputed->difference + ".\n";
-    case Recomputation::Verdict::kNotWhole:
-      return text + "  It is not whole, so the library cannot compute it again.\n";
-    case Recomputation::Verdict::kOtherMode:
-      return text + "  The calculation mode changed, and this library has no switch for it.\n";
-  }
-  return text;
+std::vector<std::string> FormatNames(LogCounts const& lines) {
+  std::vector<std::string> names;
+  for (LogFormat const format : lines.formats) names.emplace_back(Name(format));
+  return names;
 }
 
-char const* Name(Recomputation::Verdict verdict) {
-  switch (verdict) {
-    case Recomputation::Verdict::kSame:
-      return "same";
-    case Recomputation::Verdict::kDifferent:
-      return "different";
-    case Recomputation::Verdict::kNotWhole:
-      return "not_whole";
-    case Recomputation::Verdict::kOtherMode:
-      return "other_mode";
-  }
-  return "";
+std::string Numbers(FrameList const& frames) {
+  std::vector<std::uint32_t> const first(frames.first.begin(),
+                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
+  return fmt::format("{}{}", fmt::join(first, ", "), frames.count > frames.Named() ? ", ..." : "");
+}
+
+std::string FirstLine(std::uint64_t count, std::uint64_t line) {
+  return count == 0 ? std::string() : fmt::format(" (first at line {})", line);
+}
+
+Json FramesJson(FrameList const& frames) {
+  Json first = Json::array();
+  for (std::size_t i = 0; i < frames.Named(); ++i) first.push_back(frames.first[i]);
+  return {{"count", frames.count}, {"first", std::move(first)}};
+}
+
+Json ReportJson(LogReport const& report, std::string const& logName) {
+  LogCounts const& lines = report.lines;
+  return {{"name", logName},
+          {"formats", FormatNames(lines)},
+          {"mode", OrNull(report.mode)},
+          {"lines", lines.lines},
+          {"messages", lines.messages},
+          {"other_tags", lines.otherTags},
+          {"unreadable", lines.unreadable},
+          {"damaged", lines.damaged},
+          {"dropped_by_log", lines.droppedByLog},
+          {"lost_lines", report.lostLines},
+          {"computations", report.calls},
+          {"computations_with_loss", report.callsWithLoss},
+          {"undecided", report.undecided},
+          {"missing_numbers", FramesJson(report.missingNumbers)},
+          {"recomputed",
+           {{"same", report.same}, {"different", FramesJson(report.different)}, {"not_whole", report.notWhole}}}};
+}
+
+struct VerdictWords {
+  char const* name;
+  char const* sentence;
+};
+
+VerdictWords WordsFor(Recomputation::Verdict verdict) {
+  constexpr VerdictWords kWords[] = {
+      {"same", "The library computes the same from its window"},
+      {"different", "DIFFERENT"},
+      {"not_whole", "It is not whole, so the library cannot compute it again"},
+      {"other_mode", "The calculation mode changed, and this library has no switch for it"}};
+  return kWords[static_cast<std::size_t>(verdict)];
+}
+
+std::string StoryText(ExplainedCall const& call) {
+  auto const& [row, facts] = call.frame;
+  std::string text = fmt::format("Camera {}, frame {}: {}\n", row.camera, row.frame, Headline(row, facts));
+  for (std::string const& sentence : Story(row, facts)) text += "  " + sentence + "\n";
+  if (call.lost > 0) text += fmt::format("  Lines of it that are missing: {} or more.\n", call.lost);
+  if (!call.recomputed) return text;
+  std::string const& difference = call.recomputed->difference;
+  return text + fmt::format("  {}{}{}.\n", WordsFor(call.recomputed->verdict).sentence, difference.empty() ? "" : ": ",
+                            difference);
 }
 
 Json WordsJson(ExplainedCall const& call) {
-  Json json = {{"camera", call.frame.row.camera},
-               {"frame", call.frame.row.frame},
-               {"text", Headline(call.frame.row, call.frame.facts)},
-               {"steps", Story(call.frame.row, call.frame.facts)}};
+  auto const& [row, facts] = call.frame;
+  Json json = {
+      {"camera", row.camera}, {"frame", row.frame}, {"text", Headline(row, facts)}, {"steps", Story(row, facts)}};
   if (!call.recomputed) return json;
   json["line"] = call.firstLine;
   json["lost_lines"] = call.lost;
-  json["recomputed"] = Name(call.recomputed->verdict);
+  json["recomputed"] = WordsFor(call.recomputed->verdict).name;
   json["difference"] = OrNull(call.recomputed->difference);
   return json;
 }
 
 }  // namespace
+
+std::string CallLine(ExplainedCall const& call) {
+  std::string line = fmt::format("camera {} frame {}: {}", call.frame.row.camera, call.frame.row.frame,
+                                 Headline(call.frame.row, call.frame.facts));
+  if (call.lost > 0) line += fmt::format(" [{} of its lines are missing]", call.lost);
+  bool const isDifferent = call.recomputed && call.recomputed->verdict == Recomputation::Verdict::kDifferent;
+  if (isDifferent) line += "; DIFFERENT: " + call.recomputed->difference;
+  return line + "\n";
+}
+
+std::string ReportText(LogReport const& report, std::string const& logName) {
+  LogCounts const& lines = report.lines;
+  std::string text = fmt::format("Log        {}: {} messages of the library in {} lines ({})\n", logName,
+                                 lines.messages, lines.lines, fmt::join(FormatNames(lines), ", "));
+  text += fmt::format("           other tags {}, no line of a log {}{}, cut or damaged messages {}{}\n",
+                      lines.otherTags, lines.unreadable, FirstLine(lines.unreadable, lines.firstUnreadable),
+                      lines.damaged, FirstLine(lines.damaged, lines.firstDamaged));
+  text += fmt::format("Lost       {} lines at least, of {} of {} computations", report.lostLines, report.callsWithLoss,
+                      report.calls);
+  if (report.undecided > 0) text += fmt::format("; of {} nothing can be told", report.undecided);
+  if (lines.droppedByLog > 0) text += fmt::format("; the log says that it has dropped {} lines", lines.droppedByLog);
+  text += "\n";
+  if (report.missingNumbers.count > 0) {
+    text +=
+        fmt::format("           {} frame numbers do not appear ({}): lost with all their lines, or never computed\n",
+                    report.missingNumbers.count, Numbers(report.missingNumbers));
+  }
+  if (!lines.hasDetail) text += "           The library's log level is below 4: it tells no samples and candidates\n";
+  text +=
+      fmt::format("Recomputed {} frames as logged, {} different{}, {} not whole enough to tell\n", report.same,
+                  report.different.count,
+                  report.different.count > 0 ? fmt::format(" ({})", Numbers(report.different)) : "", report.notWhole);
+  return text;
+}
 
 ExplainWriter::ExplainWriter(OutputFile& output, Format format, std::optional<std::uint32_t> frame)
     : mOutput(output), mFormat(format), mFrame(frame) {
@@ -84,7 +152,7 @@ void ExplainWriter::End(Summaries const& summaries, std::optional<LogReport> con
     if (report) mRows->AddExtra("log", ReportJson(*report, name));
     mRows->End(summaries.End(error));
   }
-  if (report && report->messages == 0) return;  // `error` says all
+  if (report && report->lines.messages == 0) return;  // `error` says all
   std::string const source =
       report ? ReportText(*report, name) : fmt::format("Session    {}\n{}", name, summaries.CaptureText());
   std::string const closing = source + summaries.FindingsText();

@@ -13,6 +13,12 @@
 
 namespace shadingctl {
 
+// What a log is like.
+std::string ReportText(LogReport const& report, std::string const& logName);
+
+// One line for a frame: what became of it, what is missing of it, and whether the library computes the same.
+std::string CallLine(ExplainedCall const& call);
+
 class ExplainWriter {
  public:
   // With `frame`, frames of that number only: in words, step by step instead of in a line.

@@ -74,10 +74,6 @@ std::string Percent(std::optional<double> const& share) {
   return share ? fmt::format("{:.0f} %", 100 * *share) : std::string("an unknown part");
 }
 
-bool HasNewPosition(FrameResult const& result) {
-  return result.match == Match::kStart || result.match == Match::kCarried;
-}
-
 }  // namespace
 
 std::string Headline(FrameResult const& result, FrameFacts const& facts) {
@@ -137,8 +133,8 @@ std::vector<std::string> Story(FrameResult const& result, FrameFacts const& fact
                                     : ""));
   }
   story.push_back(fmt::format("The position is {}{}.", PositionWords(result),
-                              HasNewPosition(result) ? "" : ", that of an earlier frame"));
-  if (result.readoutDistance && HasNewPosition(result)) {
+                              result.HasNewPosition() ? "" : ", that of an earlier frame"));
+  if (result.readoutDistance && result.HasNewPosition()) {
     story.push_back(fmt::format("That is {:.3g} units from the mean of all samples of the search interval.",
                                 *result.readoutDistance));
   }

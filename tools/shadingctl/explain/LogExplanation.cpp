@@ -50,40 +50,27 @@ CallOutcome OutcomeOf(LoggedCall const& call, bool hasBeenWarm) {
 
 }  // namespace
 
-LogExplanation::LogExplanation(Recomputation* recomputation, Summaries& summaries,
+LogExplanation::LogExplanation(recording::LineReader& log, Recomputation* recomputation, Summaries& summaries,
                                std::function<void(ExplainedCall const&)> show)
-    : mRecomputation(recomputation),
+    : mLog(log),
+      mRecomputation(recomputation),
       mSummaries(summaries),
       mShow(std::move(show)),
-      mAssembler([this](LoggedCall&& call) { Take(std::move(call)); }) {}
+      mAssembler(log.Name(), [this](LoggedCall&& call) { Take(std::move(call)); }) {}
 
-void LogExplanation::Read(recording::LineReader& log) {
-  for (std::string_view line; log.Next(line);) {
-    auto const entry = mParser.Add(line);
-    if (!entry) continue;
-    ++mReport.messages;
-    mReport.formats.insert(entry->head.format);
-    try {
-      mAssembler.Add(*entry);
-    } catch (hosting::UnusableInput const& unusable) {
-      throw hosting::UnusableInput(fmt::format("{}:{}", log.Name(), unusable.what()));
-    }
-  }
-  mReport.lines = mParser.Counts();
-  if (mReport.messages > 0) return;
+void LogExplanation::Read() {
+  for (std::string_view line; mLog.Next(line);) mAssembler.Add(line);
+  if (mAssembler.Counts().messages > 0) return;
   throw hosting::UnusableInput(fmt::format(
       "{}: expected messages of the library, as `adb logcat -v threadtime`, `-v long` or `shadingctl replay "
       "--log` write them; found none in {} lines",
-      log.Name(), mReport.lines.lines));
+      mLog.Name(), mAssembler.Counts().lines));
 }
 
 void LogExplanation::Finish() {
   mAssembler.Finish();
   while (auto frame = mFrames.TakeAnyway()) Show(std::move(*frame));
-  mReport.lines = mParser.Counts();
-  mReport.damaged = mAssembler.Damaged();
-  mReport.firstDamagedLine = mAssembler.FirstDamagedLine();
-  mReport.hasDetail = mAssembler.HasDetail();
+  mReport.lines = mAssembler.Counts();
 }
 
 void LogExplanation::Take(LoggedCall call) {
@@ -173,11 +160,7 @@ void LogExplanation::AddSamples(LoggedCall const& call, Camera& camera) {
   for (SourceSample const& told : window) {
     if (camera.newestUs && told.timeUs <= *camera.newestUs) continue;
     camera.newestUs = told.timeUs;
-    NSCam::Utils::SensorData sample;
-    sample.timestamp = static_cast<std::int64_t>(static_cast<std::uint64_t>(told.timeUs) * 1000);
-    sample.oisHallX = told.hallX;
-    sample.oisHallY = told.hallY;
-    later.push_back(sample);
+    later.push_back(SampleTold(told));
   }
   session.AddSamples(*call.frame, later);
 }

@@ -6,9 +6,8 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 
-#include "recording/LineReader.h"
+#include "recording/InputFile.h"
 #include "tools/shadingctl/explain/Recomputation.h"
 #include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/log/LoggedCalls.h"
@@ -28,11 +27,6 @@ struct ExplainedCall {
 // What the log is like, and what the recomputation found.
 struct LogReport {
   LogCounts lines;
-  std::set<LogFormat> formats;
-  std::uint64_t messages = 0;  // of the library
-  std::uint64_t damaged = 0;
-  std::uint64_t firstDamagedLine = 0;
-  bool hasDetail = false;
 
   std::uint64_t calls = 0;
   std::uint64_t undecided = 0;  // calls that have lost their frame's number, or what became of it
@@ -48,13 +42,14 @@ struct LogReport {
 
 class LogExplanation {
  public:
-  // `show` gets every frame whose number and outcome are left, in the order of the log, once the samples of its readout
-  // are there. `recomputation` may be null.
-  LogExplanation(Recomputation* recomputation, Summaries& summaries, std::function<void(ExplainedCall const&)> show);
+  // `show` gets every frame whose number and outcome are left, in the order of the log, once the samples of its
+  // search interval are there. `recomputation` may be null.
+  LogExplanation(recording::LineReader& log, Recomputation* recomputation, Summaries& summaries,
+                 std::function<void(ExplainedCall const&)> show);
 
   // Reads to the end. Throws Interrupted, and UnusableInput where the log cannot be read or used; what was read until
   // then has been shown and counted once Finish has been called.
-  void Read(recording::LineReader& log);
+  void Read();
   void Finish();
 
   LogReport const& Report() const { return mReport; }
@@ -75,11 +70,11 @@ class LogExplanation {
   void AddSamples(LoggedCall const& call, Camera& camera);
   void Show(Frame frame);
 
+  recording::LineReader& mLog;
   Recomputation* mRecomputation;
   Summaries& mSummaries;
   std::function<void(ExplainedCall const&)> mShow;
   CallAssembler mAssembler;
-  LogParser mParser;
   PendingFrames mFrames;
   std::deque<ExplainedCall> mPending;  // one for each frame that waits
   std::map<std::int32_t, Camera> mCameras;

@@ -38,18 +38,15 @@ bool IsBetween(double least, double value, double greatest) {
   return value >= least - kHalfDecimal - kSlack && value <= greatest + kHalfDecimal + kSlack;
 }
 
-// Wraps where a log holds times that cannot be real.
-std::int64_t ToNs(std::int64_t us) { return static_cast<std::int64_t>(static_cast<std::uint64_t>(us) * 1000); }
-
 // The window as it was delivered. Samples of one us keep their order; the library passes over all but the first.
 std::vector<NSCam::Utils::SensorData> WindowOf(FrameMessages const& messages, bool isLeast) {
   std::vector<NSCam::Utils::SensorData> window;
   std::int64_t beforeUs = 0;
   for (SourceSample const& told : messages.source) {
-    NSCam::Utils::SensorData sample;
+    NSCam::Utils::SensorData sample = SampleTold(told);
     bool const isSameUs = !window.empty() && told.timeUs == beforeUs;
     beforeUs = told.timeUs;
-    sample.timestamp = isSameUs ? window.back().timestamp + 1 : ToNs(told.timeUs);
+    if (isSameUs) sample.timestamp = window.back().timestamp + 1;
     sample.oisHallX = EdgeOf(told.hallX, isLeast);
     sample.oisHallY = EdgeOf(told.hallY, isLeast);
     window.push_back(sample);

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-#include "tools/shadingctl/frame/FrameTiming.h"
+#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "platform/SensorProvider.h"
 #include "tools/shadingctl/findings/StabiliserFacts.h"
-#include "tools/shadingctl/frame/FrameFacts.h"
+#include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/statistics/Histogram.h"
 #include "tools/shadingctl/statistics/SampleHealth.h"
 

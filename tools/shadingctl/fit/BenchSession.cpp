@@ -10,7 +10,7 @@
 #include "hosting/UnusableInput.h"
 #include "recording/CsvFile.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/frame/FramePair.h"
+#include "tools/shadingctl/frame/Frame.h"
 
 namespace shadingctl {
 namespace {
@@ -30,8 +30,8 @@ Positions ReadReference(Reference const& reference, std::size_t& skipped) {
   recording::CsvFile file(reference.path, {column("frame"), column("x"), column("y")}, dialect);
   Positions positions;
   auto const read = [&] {
-    std::array<double, 2> const position = {double{file.Finite(kX)}, double{file.Finite(kY)}};
-    if (!positions.emplace(file.Unsigned32(kFrame), position).second) file.Refuse(kFrame, "each frame once");
+    std::array<double, 2> const position = {double{file.Get<float>(kX)}, double{file.Get<float>(kY)}};
+    if (!positions.emplace(file.Get<std::uint32_t>(kFrame), position).second) file.Refuse(kFrame, "each frame once");
   };
   while (file.ReadRow(read)) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
@@ -114,7 +114,7 @@ BenchSession ReadBenchSession(std::string const& recording, Reference const& ref
   for (recording::Call call; session->Next(call);) collector.Add(call);
   BenchSession joined = collector.Join(positions);
   joined.skipped = skipped;
-  joined.remarks = recording::RemarksOn(*session);
+  joined.remarks = session->Remarks();
   return joined;
 }
 

@@ -1,6 +1,87 @@
 #include "tools/shadingctl/frame/Frame.h"
 
+#include <algorithm>
+#include <vector>
+
+#include "tools/shadingctl/frame/FrameResult.h"
+
 namespace shadingctl {
+namespace {
+
+constexpr std::int64_t kWindowBefore = hosting::kSamplesBefore;
+
+// Samples of the history after the window, as far as its place is told.
+std::optional<std::int64_t> SamplesAfterWindow(FrameMessages const& messages) {
+  if (!messages.matched || !messages.buffered) return std::nullopt;
+  std::int64_t const index = messages.matched->index;
+  if (index < 0 || *messages.buffered > INT64_MAX) return std::nullopt;
+  std::int64_t const following = static_cast<std::int64_t>(*messages.buffered) - index;
+  std::int64_t const inWindow = static_cast<std::int64_t>(kWindowSize) - std::min(index, kWindowBefore);
+  return std::max<std::int64_t>(following - inWindow, 0);
+}
+
+StartCause CauseOfStart(Match match, FrameMessages const& messages, std::optional<FrameFacts::Window> const& window) {
+  if (match == Match::kOff) return StartCause::kOff;
+  if (messages.zeroTime) return StartCause::kNoTime;
+  if (messages.nothingMatched) {
+    if (!messages.buffered) return StartCause::kUntold;
+    return *messages.buffered < kWindowSize ? StartCause::kTooLittleHistory : StartCause::kNothingAfter;
+  }
+  if (match == Match::kStart || messages.start) return StartCause::kNear;
+  if (!window) return StartCause::kUntold;
+  if (window->firstUs >= kToleranceUs) {
+    bool const atFirstSample = messages.matched && messages.matched->index <= kWindowBefore;
+    return atFirstSample ? StartCause::kHistoryBeginsLate : StartCause::kWindowBeginsLate;
+  }
+  return window->lastUs < kToleranceUs ? StartCause::kWindowEndsEarly : StartCause::kBetweenSamples;
+}
+
+EndCause CauseOfEnd(FrameResult const& result, FrameMessages const& messages, FrameFacts::Window const& window,
+                    std::int64_t readoutUs) {
+  if (result.end == SpanEnd::kNear) return EndCause::kNear;
+  std::int64_t const targetUs = DifferenceUs(readoutUs, result.spanAgeUs.value_or(0));
+  if (window.lastUs > DifferenceUs(targetUs, kToleranceUs)) return EndCause::kBetweenSamples;
+  return SamplesAfterWindow(messages).value_or(0) > 0 ? EndCause::kWindowEndsEarly : EndCause::kNotDelivered;
+}
+
+FrameFacts FactsOf(FrameResult const& result, FrameMessages const& messages, std::vector<AlignedSample> const& table) {
+  FrameFacts facts;
+  facts.frame = result.frame;
+  facts.timestampNs = result.timestampNs;
+  facts.match = result.match;
+  facts.history = messages.buffered;
+  facts.coverage = result.coverage;
+  facts.ageUs = result.spanAgeUs;
+  facts.endDistanceUs = result.endDistanceUs;
+  facts.repeated = result.repeatedSamples.value_or(0);
+  if (messages.times) {
+    facts.exposureUs = messages.times->exposureUs;
+    facts.readoutUs = messages.times->readoutUs;
+    auto const exposureUs = static_cast<std::int64_t>(messages.times->exposureUs);
+    facts.readoutEndUs =
+        DifferenceUs(DifferenceUs(messages.times->offsetUs, exposureUs), -std::int64_t{messages.times->readoutUs});
+    auto const startUs = static_cast<std::int64_t>(messages.times->startOfFrameUs);
+    if (!table.empty()) {
+      facts.window = {DifferenceUs(table.front().timeUs, startUs), DifferenceUs(table.back().timeUs, startUs),
+                      MedianIntervalUs(table).value_or(0), table.size()};
+      facts.nearestUs = NearestUs(table, startUs);
+    }
+    if (result.startIndex && result.endIndex && result.end && *result.startIndex <= *result.endIndex) {
+      auto const first = static_cast<std::size_t>(*result.startIndex);
+      auto const last = static_cast<std::size_t>(*result.endIndex);
+      facts.spanEntries = last - first + 1;
+      if (messages.times->readoutUs > 0) {
+        facts.lengthShare = static_cast<double>(DifferenceUs(table[last].timeUs, table[first].timeUs)) /
+                            static_cast<double>(messages.times->readoutUs);
+      }
+    }
+  }
+  facts.start = CauseOfStart(result.match, messages, facts.window);
+  if (result.end && facts.window) facts.end = CauseOfEnd(result, messages, *facts.window, *facts.readoutUs);
+  return facts;
+}
+
+}  // namespace
 
 Frame MakeFrame(FrameHead const& head, CallOutcome const& outcome, FrameMessages const& messages) {
   auto const table =

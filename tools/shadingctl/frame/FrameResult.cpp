@@ -2,8 +2,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace shadingctl {
 namespace {
+
+constexpr std::int64_t kRepeatPart = 4;  // of the median interval: far above the difference of a repeated time
 
 bool IsWarmingUp(CallOutcome const& outcome, FrameMessages const& messages) {
   return !outcome.hasBeenWarm && outcome.updates <= kHistoryFrames && !messages.zeroTime &&
@@ -37,10 +41,8 @@ std::string ExplainNoStart(CallOutcome const& outcome, FrameMessages const& mess
                            std::vector<AlignedSample> const& table) {
   constexpr std::int64_t kLongUs = 1000000;  // told in ms from here on
   if (outcome.startsBeforeTime) return "exposure longer than the frame's time";
-  auto const nearest =
-      table.empty() ? std::nullopt : FindNearest(table, static_cast<std::int64_t>(messages.times->startOfFrameUs));
-  if (!nearest) return fmt::format("none within {} us of the start", kToleranceUs);
-  std::int64_t const us = nearest->distanceUs;
+  if (table.empty()) return fmt::format("none within {} us of the start", kToleranceUs);
+  auto const us = NearestUs(table, static_cast<std::int64_t>(messages.times->startOfFrameUs)).value_or(0);
   if (us < kToleranceUs) return "only the window's last is near enough";  // no span can begin there
   return us < kLongUs ? fmt::format("nearest in window {} us from start", us)
                       : fmt::format("nearest in window {} ms from start", us / 1000);
@@ -74,26 +76,89 @@ std::string Explain(Match match, CallOutcome const& outcome, FrameMessages const
   return {};
 }
 
+// How many samples from `first` to `last` repeat an earlier one: at the same position, and later by less than a quarter
+// of the median interval.
+std::size_t CountRepeated(std::vector<AlignedSample> const& table, std::size_t first, std::size_t last) {
+  auto const intervalUs = MedianIntervalUs(table);
+  if (!intervalUs) return 0;
+  std::size_t repeated = 0;
+  for (std::size_t i = std::max<std::size_t>(first, 1); i <= last; ++i) {
+    AlignedSample const& before = table[i - 1];
+    bool const isNear = DifferenceUs(table[i].timeUs, before.timeUs) < *intervalUs / kRepeatPart;
+    if (isNear && table[i].hallX == before.hallX && table[i].hallY == before.hallY) ++repeated;
+  }
+  return repeated;
+}
+
+// Both ends of the span as the library looks for them: the end one readout time after the first entry, wherever that
+// is. Fills nothing where the table does not hold the span.
+void JudgeSpan(std::vector<AlignedSample> const& table, SpanFound const& span, FrameTimesTold const& times,
+               FrameResult& result) {
+  bool const isHeld = span.first >= 0 && span.first <= span.last && static_cast<std::size_t>(span.last) < table.size();
+  if (!isHeld) return;
+  auto const first = static_cast<std::size_t>(span.first);
+  auto const last = static_cast<std::size_t>(span.last);
+  result.spanTime = AlignedRange{table[first].timeUs, table[last].timeUs};
+  auto const startUs = static_cast<std::int64_t>(times.startOfFrameUs);
+  std::int64_t const firstUs = DifferenceUs(table[first].timeUs, startUs);  // both since the interval's start
+  std::int64_t const lastUs = DifferenceUs(table[last].timeUs, startUs);
+  std::int64_t const lengthUs = times.readoutUs;
+  result.spanAgeUs = DifferenceUs(0, firstUs);
+  result.endDistanceUs = DistanceUs(DifferenceUs(lastUs, firstUs), lengthUs);
+  result.end = *result.endDistanceUs < kToleranceUs ? SpanEnd::kNear : SpanEnd::kLast;
+  if (lengthUs > 0) {
+    std::int64_t const coveredUs =
+        std::clamp<std::int64_t>(lastUs, 0, lengthUs) - std::clamp<std::int64_t>(firstUs, 0, lengthUs);
+    result.coverage = static_cast<double>(std::max<std::int64_t>(coveredUs, 0)) / static_cast<double>(lengthUs);
+  }
+  result.repeatedSamples = CountRepeated(table, first, last);
+}
+
 }  // namespace
 
-char const* Name(Match match) {
-  switch (match) {
-    case Match::kStart:
-      return "start";
-    case Match::kCarried:
-      return "carried";
-    case Match::kNoStart:
-      return "no_start";
-    case Match::kSingle:
-      return "single";
-    case Match::kNoWindow:
-      return "no_window";
-    case Match::kWarmUp:
-      return "warm_up";
-    case Match::kOff:
-      return "off";
+std::int64_t DifferenceUs(std::int64_t laterUs, std::int64_t earlierUs) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(laterUs) - static_cast<std::uint64_t>(earlierUs));
+}
+
+std::int64_t DistanceUs(std::int64_t oneUs, std::int64_t otherUs) {
+  std::int64_t const differenceUs = DifferenceUs(oneUs, otherUs);
+  if (differenceUs >= 0) return differenceUs;
+  return differenceUs == INT64_MIN ? INT64_MAX : -differenceUs;
+}
+
+std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window, std::int64_t offsetUs) {
+  std::vector<AlignedSample> table;
+  std::int64_t takenUs = 0;
+  for (SourceSample const& sample : window) {
+    if (table.size() == kWindowSize) break;
+    if (sample.timeUs == takenUs) continue;
+    table.push_back({DifferenceUs(sample.timeUs, offsetUs), sample.hallX, sample.hallY});
+    takenUs = sample.timeUs;
   }
-  return "";
+  return table;
+}
+
+std::optional<std::int64_t> NearestUs(std::vector<AlignedSample> const& table, std::int64_t timeUs) {
+  std::optional<std::int64_t> nearestUs;
+  for (AlignedSample const& entry : table) {
+    nearestUs = std::min(nearestUs.value_or(INT64_MAX), DistanceUs(entry.timeUs, timeUs));
+  }
+  return nearestUs;
+}
+
+std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table) {
+  if (table.size() < 2) return std::nullopt;
+  std::vector<std::int64_t> intervalsUs;
+  for (std::size_t i = 1; i < table.size(); ++i)
+    intervalsUs.push_back(DifferenceUs(table[i].timeUs, table[i - 1].timeUs));
+  auto const middle = intervalsUs.begin() + static_cast<std::ptrdiff_t>(intervalsUs.size() / 2);
+  std::nth_element(intervalsUs.begin(), middle, intervalsUs.end());
+  return *middle;
+}
+
+char const* Name(Match match) {
+  constexpr char const* kNames[kMatchCount] = {"start", "carried", "no_start", "single", "no_window", "warm_up", "off"};
+  return kNames[static_cast<std::size_t>(match)];
 }
 
 char const* Name(SpanEnd end) { return end == SpanEnd::kNear ? "near" : "last"; }
@@ -119,23 +184,13 @@ FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages, std
   result.offsetUs = times.offsetUs;
   if (!table.empty()) result.window = AlignedRange{table.front().timeUs, table.back().timeUs};
   // Without a start the library reports a span of entries 0 to 0, which says nothing.
-  bool const hasSpan =
-      result.match == Match::kStart || result.match == Match::kCarried || result.match == Match::kSingle;
+  bool const hasSpan = result.HasNewPosition() || result.match == Match::kSingle;
   if (!hasSpan || !messages.span) return result;
   result.startIndex = messages.span->first;
   result.endIndex = messages.span->last;
   if (outcome.startsBeforeTime) return result;  // nothing can be far from what has no time
   result.startDistanceUs = StartDistanceUs(outcome, messages);
-  auto const timing =
-      TimeSpan(table, *messages.span, {static_cast<std::int64_t>(times.startOfFrameUs), times.readoutUs});
-  if (!timing) return result;
-  result.spanTime = AlignedRange{table[static_cast<std::size_t>(messages.span->first)].timeUs,
-                                 table[static_cast<std::size_t>(messages.span->last)].timeUs};
-  result.spanAgeUs = timing->ageUs;
-  result.end = timing->EndIsNear() ? SpanEnd::kNear : SpanEnd::kLast;
-  result.endDistanceUs = timing->endDistanceUs;
-  result.coverage = timing->coverage;
-  result.repeatedSamples = timing->repeated;
+  JudgeSpan(table, *messages.span, times, result);
   return result;
 }
 

@@ -1,4 +1,4 @@
-// The outcome of one frame, as every output format shows it.
+// The outcome of one frame, as every output format shows it; docs/replay-output.md explains every figure.
 #pragma once
 
 #include <cstddef>
@@ -8,10 +8,43 @@
 #include <vector>
 
 #include "hosting/LibraryNumbers.h"
-#include "tools/shadingctl/frame/FrameTiming.h"
 #include "tools/shadingctl/log/FrameMessages.h"
 
 namespace shadingctl {
+
+using hosting::kHistoryFrames;
+using hosting::kToleranceUs;
+using hosting::kWindowSize;
+
+// Aligned times, in us, are the library's own, in which a frame's search interval begins at its timestamp less its
+// exposure time. Differences wrap as the library's do, so times that cannot be real do no harm.
+struct AlignedSample {
+  std::int64_t timeUs = 0;
+  float hallX = 0;
+  float hallY = 0;
+};
+
+// later - earlier
+std::int64_t DifferenceUs(std::int64_t laterUs, std::int64_t earlierUs);
+
+// Either way; INT64_MAX where it is longer.
+std::int64_t DistanceUs(std::int64_t oneUs, std::int64_t otherUs);
+
+// The library's table of the window: a sample in the same us as the one taken before is left out, and one in us 0 at
+// the front.
+std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window, std::int64_t offsetUs);
+
+// From a time to the nearest entry; nullopt in an empty table.
+std::optional<std::int64_t> NearestUs(std::vector<AlignedSample> const& table, std::int64_t timeUs);
+
+// Aligned times, both included.
+struct AlignedRange {
+  std::int64_t firstUs = 0;
+  std::int64_t lastUs = 0;
+};
+
+// Of the times between the table's neighbours; nullopt with fewer than two.
+std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table);
 
 // How a frame was matched.
 enum class Match {
@@ -38,8 +71,6 @@ enum class SpanEnd {
 
 // "near", "last"
 char const* Name(SpanEnd end);
-
-using hosting::kHistoryFrames;
 
 struct FrameResult {
   std::uint32_t frame = 0;
@@ -72,6 +103,9 @@ struct FrameResult {
   bool startFound = false;                      // a sample lies within the tolerance of the frame's start
   std::optional<std::uint64_t> historySamples;  // that the library held
   std::optional<FrameTimesTold> times;
+
+  // Whether the position is of this frame's own span.
+  bool HasNewPosition() const { return match == Match::kStart || match == Match::kCarried; }
 };
 
 // A position with nine significant digits, which tell every single-precision number from its neighbours; a share of 1;

@@ -1,9 +1,14 @@
 #include "tools/shadingctl/log/FrameMessages.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "hosting/LibraryNumbers.h"
 
 namespace shadingctl {
 namespace {
+
+using hosting::kToleranceUs;
 
 // One overload for each message that tells something about the frame; the last one takes the others.
 struct Gather {
@@ -45,6 +50,34 @@ struct Gather {
   void operator()(Other const&) const {}
 };
 
+// Damaged lines can hold any number, so indices are counted in 64 bits.
+std::uint64_t Lines(std::int64_t first, std::int64_t last) {
+  return last < first ? 0 : static_cast<std::uint64_t>(last - first) + 1;
+}
+
+std::uint64_t StartCandidateLines(FrameMessages const& m) {
+  if (m.start) return Lines(0, m.start->index);
+  std::uint64_t const seen = m.lastCandidate ? Lines(0, m.lastCandidate->index) : 0;
+  if (m.span && m.span->first > 0) return std::max(seen, Lines(1, m.span->first));
+  bool const noneFound = !m.lastCandidate || m.lastCandidate->distanceUs >= kToleranceUs;
+  return noneFound && m.span && m.entries ? Lines(1, std::int64_t{*m.entries} - 1) : seen;
+}
+
+// The last candidate is the span's last entry or the one before it, whether an end was found or not.
+std::uint64_t EndCandidateLines(FrameMessages const& m) {
+  if (!m.span) return m.lastEndCandidate ? Lines(m.firstEndCandidate->index, m.lastEndCandidate->index) : 0;
+  std::int64_t last = m.lastEndCandidate ? m.lastEndCandidate->index : std::int64_t{m.span->first} - 1;
+  bool const isFound = m.lastEndCandidate && m.lastEndCandidate->distanceUs < kToleranceUs;
+  if (!isFound && m.span->last > m.span->first) last = std::max(last, std::int64_t{m.span->last} - 1);
+  return Lines(m.span->first, last);
+}
+
+std::uint64_t SpanEntryLines(FrameMessages const& m) {
+  bool const areTold = m.position ? m.position->mode == hosting::kModeMean || m.position->mode == hosting::kModeMaximum
+                                  : m.spanEntries > 0;
+  return areTold && m.span ? Lines(m.span->first, m.span->last) : m.spanEntries;
+}
+
 }  // namespace
 
 void FrameMessages::Clear() {
@@ -55,5 +88,21 @@ void FrameMessages::Clear() {
 }
 
 void FrameMessages::Add(LibraryMessage const& message) { std::visit(Gather{*this}, message); }
+
+std::uint64_t FrameMessages::ExpectedLines(bool hasDetail) const {
+  if (notRegistered) return 1;
+  std::uint64_t lines = zeroTime ? 5 : 6;  // readout, history and match or the complaint, answer, end of query, times
+  if (hasDetail) ++lines;                  // the camera
+  std::uint64_t const samples = times            ? times->samples
+                                : query          ? query->samples
+                                : source.empty() ? 0
+                                                 : hosting::kWindowSize;
+  if (samples == 0) return lines;
+  lines += 2;  // the table's size, the span
+  if (start || (lastCandidate && lastCandidate->distanceUs < kToleranceUs)) ++lines;
+  if (Done() || hasDetail) ++lines;  // the outcome
+  if (!hasDetail) return lines;
+  return lines + samples + StartCandidateLines(*this) + EndCandidateLines(*this) + SpanEntryLines(*this);
+}
 
 }  // namespace shadingctl

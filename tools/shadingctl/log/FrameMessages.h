@@ -53,6 +53,10 @@ struct FrameMessages {
 
   void Add(LibraryMessage const& message);
   void Add(std::string_view message) { Add(ParseMessage(message)); }
+
+  // How many lines the computation must have written, a lower bound: what lost lines told is unknown. `hasDetail`: the
+  // library's log level is 4 or more.
+  std::uint64_t ExpectedLines(bool hasDetail) const;
 };
 
 }  // namespace shadingctl

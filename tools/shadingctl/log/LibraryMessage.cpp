@@ -1,84 +1,68 @@
 #include "tools/shadingctl/log/LibraryMessage.h"
 
-#include <optional>
 #include <string>
+#include <type_traits>
+#include <utility>
 
-#include "tools/shadingctl/log/MessagePattern.h"
+#include "tools/shadingctl/log/LineCursor.h"
 
 namespace shadingctl {
 namespace {
 
-// Tries texts on one message, until one fits.
-class Attempt {
+constexpr std::size_t kMessages = std::variant_size_v<LibraryMessage> - 2;  // without unrelated and damaged ones
+
+// Reads a text by the pattern that wrote it.
+class PatternReader {
  public:
-  Attempt(std::string_view operation, std::string_view text) : mOperation(operation), mText(text) {}
+  PatternReader(std::string_view text, std::string_view pattern) : mText(text), mPattern(pattern) {}
 
-  // `pattern` has a "{}" for each of `members`.
-  template <class Message, class... Members>
-  Attempt& Or(std::string_view pattern, Members Message::*... members) {
-    Try<Message>(mText, pattern, members...);
-    return *this;
+  // The next number, of the type of the member that it initialises.
+  template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
+  operator Number() {
+    std::size_t const length = mPattern.find("{}");
+    Number number{};
+    mFits = mFits && mText.Skip(mPattern.substr(0, length)) && mText.Take(number);
+    if (mFits) mPattern.remove_prefix(length + 2);
+    return number;
   }
 
-  // The same for a warning, whose place in the source is passed over.
-  template <class Message, class... Members>
-  Attempt& OrWarning(std::string_view pattern, Members Message::*... members) {
-    if (!mFound) Try<Message>(mText.substr(0, mText.rfind(" (" + std::string(mOperation))), pattern, members...);
-    return *this;
-  }
-
-  LibraryMessage Result() const { return mFound.value_or(DamagedMessage{}); }
+  // Whether all of the text was the pattern, with numbers in place of each "{}".
+  bool IsRead() const { return mFits && mText.Rest() == mPattern; }
 
  private:
-  template <class Message, class... Members>
-  void Try(std::string_view text, std::string_view pattern, Members Message::*... members) {
-    if (mFound) return;
-    Message message;
-    if (MatchesPattern(text, pattern, message.*members...)) mFound = message;
-  }
-
-  std::string_view mOperation;
-  std::string_view mText;
-  std::optional<LibraryMessage> mFound;
+  LineCursor mText;
+  std::string_view mPattern;
+  bool mFits = true;
 };
 
-// In the order of how often they come.
-LibraryMessage ParseCalculation(Attempt attempt) {
-  LibraryMessage const message =
-      attempt
-          .Or("get source ois data index = {}, timestamp = {}, oisHall_x = {}, oisHall_y = {}", &SourceSample::index,
-              &SourceSample::timeUs, &SourceSample::hallX, &SourceSample::hallY)
-          .Or("startIndex, index = {}, timestamp Difference = {}", &StartCandidate::index, &StartCandidate::distanceUs)
-          .Or("endIndex, i = {}, timestamp Difference = {}", &EndCandidate::index, &EndCandidate::distanceUs)
-          .Or("Match OIS data, sof_timestamp = {}, activeNum = {}, hall = ({}, {}), timestamp = {}",
-              &SpanEntry::startOfFrameUs, &SpanEntry::entries, &SpanEntry::hallX, &SpanEntry::hallY,
-              &SpanEntry::alignedUs)
-          .Or("camera_id = {}, type = {}, oisCount = {}, sof_timestamp = {}, exposure_time = {}, shutter_time = {}, "
-              "timeDiff = {}",
-              &FrameTimesTold::camera, &FrameTimesTold::type, &FrameTimesTold::samples, &FrameTimesTold::startOfFrameUs,
-              &FrameTimesTold::exposureUs, &FrameTimesTold::readoutUs, &FrameTimesTold::offsetUs)
-          .Or("activeNum:{}", &TableSize::entries)
-          .Or("stamp_up = {}, i = {}, stamp_down = {}, i+1 = {}", &StartFound::distanceUs, &StartFound::index,
-              &StartFound::nextDistanceUs, &StartFound::nextIndex)
-          .Or("startIndex = {}, endIndex = {}", &SpanFound::first, &SpanFound::last)
-          .Or("camera_id = {}, frame_id = {}, g_oisDebug = {}, out_frame_ois_size({}, {}), out_frame_ois0(x = {}, "
-              "y={}), "
-              "out_frame_ois1(x = {}, y={})",
-              &PositionTold::camera, &PositionTold::frame, &PositionTold::mode, &PositionTold::sizeX,
-              &PositionTold::sizeY, &PositionTold::hall0X, &PositionTold::hall0Y, &PositionTold::hall1X,
-              &PositionTold::hall1Y)
-          .Or("Match OIS data fail, transfer the last ois data to tsf. type = {}, frame_id ={}, sof_timestamp = {},"
-              "                 camera_id = {}, out_frame_ois_size({}, {})",
-              &SpanFailed::type, &SpanFailed::frame, &SpanFailed::startOfFrameUs, &SpanFailed::camera,
-              &SpanFailed::sizeX, &SpanFailed::sizeY)
-          .OrWarning("camera_id = {}, frame_id = {}, g_oisDebug = {}, out_frame_ois_size({}, {})",
-                     &NoPositionTold::camera, &NoPositionTold::frame, &NoPositionTold::mode, &NoPositionTold::sizeX,
-                     &NoPositionTold::sizeY)
-          .OrWarning("Unknown type {}", &UnknownType::type)
-          .Result();
-  // The message of a position begins like this warning, which comes only where one of the vectors is empty.
-  auto const* const noPosition = std::get_if<NoPositionTold>(&message);
-  if (noPosition != nullptr && noPosition->sizeX > 0 && noPosition->sizeY > 0) return DamagedMessage{};
+// In braces, members are initialised from front to back.
+template <class Message, std::size_t... kMember>
+Message Read(PatternReader& reader, std::index_sequence<kMember...> /*members*/) {
+  return Message{(static_cast<void>(kMember), reader)...};
+}
+
+constexpr std::size_t CountNumbers(std::string_view pattern) {
+  std::size_t count = 0;
+  for (char const c : pattern) count += c == '{' ? 1 : 0;
+  return count;
+}
+
+template <class Message>
+bool TryAs(std::string_view operation, std::string_view text, LibraryMessage& message) {
+  constexpr MessageText kText = Message::kText;
+  if (operation != kText.Operation()) return false;
+  if (kText.kind == MessageKind::kWarning) text = text.substr(0, text.rfind(" (" + std::string(operation)));
+  PatternReader reader(text, kText.Text());
+  auto const read = Read<Message>(reader, std::make_index_sequence<CountNumbers(kText.pattern)>());
+  message = DamagedMessage{};  // unless it fits here or later
+  if (reader.IsRead()) message = read;
+  return reader.IsRead();
+}
+
+template <std::size_t... kMessage>
+LibraryMessage TryAll(std::string_view operation, std::string_view text, std::index_sequence<kMessage...> /*all*/) {
+  LibraryMessage message = UnrelatedMessage{};
+  static_cast<void>((TryAs<std::variant_alternative_t<kMessage, LibraryMessage>>(operation, text, message) || ...));
   return message;
 }
 
@@ -87,55 +71,12 @@ LibraryMessage ParseCalculation(Attempt attempt) {
 LibraryMessage ParseMessage(std::string_view message) {
   std::size_t const end = message.find("] ");
   if (message.empty() || message.front() != '[' || end == std::string_view::npos) return UnrelatedMessage{};
-  std::string_view const operation = message.substr(1, end - 1);
-  Attempt attempt(operation, message.substr(end + 2));
-
-  if (operation == "CalcOISValue") return ParseCalculation(attempt);
-  if (operation == "getDataByTimestamp") {
-    return attempt.Or(" total data size:{}", &HistorySize::samples)
-        .Or("match data offset:{} timestamp:{}", &SampleMatched::index, &SampleMatched::timeNs)
-        .OrWarning<NothingMatched>("no data matched")
-        .Result();
-  }
-  if (operation == "getSensorData") {
-    return attempt
-        .Or(" get sensor data F:({}) TS:({}) data size:{}", &QueryAnswered::frame, &QueryAnswered::timestampNs,
-            &QueryAnswered::samples)
-        .OrWarning<ZeroTime>("timestamp or frameNumber should not be zero")
-        .Result();
-  }
-  if (operation == "QuerySensorData") {
-    return attempt.Or(" get sensor data size:{}", &QueryFinished::samples)
-        .OrWarning("Sensor Monitor not registered sensorId:{}", &QueryRefused::camera)
-        .Result();
-  }
-  if (operation == "updateSensorData") {
-    return attempt
-        .Or("update sensor data F:({}) TS:({}) size:{}, queue size:{}, timestamp interv:{} - {}", &BatchStored::frame,
-            &BatchStored::timestampNs, &BatchStored::samples, &BatchStored::frames, &BatchStored::firstNs,
-            &BatchStored::lastNs)
-        .OrWarning("no sensor data for type {}", &NoBatch::sensorType)
-        .Result();
-  }
-  if (operation == "pushValue") {
-    return attempt
-        .Or(" split data frameNumber: {} lastData:{} data:{} splitTime:{}", &BatchSplit::frame,
-            &BatchSplit::samplesBefore, &BatchSplit::samples, &BatchSplit::splitTimeNs)
-        .Result();
-  }
-  if (operation == "IsEnabled") {
-    return attempt.Or("sensor:{} enabled", &CameraEnabled::camera)
-        .OrWarning("Sensor Monitor not registered sensorId:{}", &CameraNotRegistered::camera)
-        .Result();
-  }
-  if (operation == "QueryRollingShutter") {
-    return attempt.Or("query rolling shutter:{}", &ReadoutQueried::readoutNs).Result();
-  }
-  if (operation == "StoreRollingShutter") {
-    return attempt.Or("rolling shutter:{} sensorMode:{}", &ReadoutStored::readoutNs, &ReadoutStored::sensorMode)
-        .Result();
-  }
-  return UnrelatedMessage{};
+  LibraryMessage const parsed =
+      TryAll(message.substr(1, end - 1), message.substr(end + 2), std::make_index_sequence<kMessages>());
+  // The message of a position begins like this warning, which comes only where one of the vectors is empty.
+  auto const* const noPosition = std::get_if<NoPositionTold>(&parsed);
+  if (noPosition != nullptr && noPosition->sizeX > 0 && noPosition->sizeY > 0) return DamagedMessage{};
+  return parsed;
 }
 
 }  // namespace shadingctl

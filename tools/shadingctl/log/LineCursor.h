@@ -1,10 +1,14 @@
 // Takes a line of a log apart from front to back.
 #pragma once
 
+#include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 
 namespace shadingctl {
 
@@ -28,11 +32,21 @@ class LineCursor {
     return true;
   }
 
+  // A whole number, or one as "%f" prints it: one that was cut in its decimals does not fit, "inf" and "nan" do.
   template <class Number>
   bool Take(Number& number) {
-    auto const [end, error] = std::from_chars(mText.data(), mText.data() + mText.size(), number);
-    if (error != std::errc{}) return false;
-    mText.remove_prefix(static_cast<std::size_t>(end - mText.data()));
+    constexpr std::ptrdiff_t kPrintedDecimals = 6;
+    char const* const begin = mText.data();
+    std::from_chars_result read{};
+    if constexpr (std::is_floating_point_v<Number>) {
+      read = std::from_chars(begin, begin + mText.size(), number, std::chars_format::fixed);
+      auto const* const point = std::find(begin, read.ptr, '.');
+      if (std::isfinite(number) && read.ptr - point - 1 != kPrintedDecimals) return false;
+    } else {
+      read = std::from_chars(begin, begin + mText.size(), number);
+    }
+    if (read.ec != std::errc{}) return false;
+    mText.remove_prefix(static_cast<std::size_t>(read.ptr - begin));
     return true;
   }
 

@@ -50,7 +50,7 @@ bool TakeTime(LineCursor& cursor, std::int64_t& timeUs) {
 
 // "01-02 03:04:05.678  1234  5678 I Tag     : message", with a user id before the process where there are three
 // numbers.
-bool TakeThreadtime(std::string_view line, LogHead& head, std::string_view& message) {
+bool TakeThreadtime(std::string_view line, LogEntry& entry) {
   LineCursor cursor(line);
   cursor.SkipBlanks();
   std::int64_t timeUs = 0;
@@ -65,13 +65,12 @@ bool TakeThreadtime(std::string_view line, LogHead& head, std::string_view& mess
   }
   std::string_view tag;
   if (!cursor.SkipPriority() || !cursor.SkipBlanks() || !cursor.TakeUntil(": ", tag)) return false;
-  head = {LogFormat::kThreadtime, thread, timeUs, std::nullopt, WithoutBlanksAtEnd(tag)};
-  message = cursor.Rest();
+  entry = {LogFormat::kThreadtime, thread, timeUs, std::nullopt, WithoutBlanksAtEnd(tag), cursor.Rest()};
   return true;
 }
 
 // "[ 01-02 03:04:05.678  1234: 5678 I/Tag      ]"; the message stands on the next line.
-bool TakeLongHead(std::string_view line, LogHead& head) {
+bool TakeLongHead(std::string_view line, LogEntry& entry) {
   LineCursor cursor(line);
   std::int64_t timeUs = 0;
   LogThread thread;
@@ -84,12 +83,12 @@ bool TakeLongHead(std::string_view line, LogHead& head) {
   cursor.SkipBlanks();
   std::string_view tag;
   if (!cursor.SkipPriority() || !cursor.Skip("/") || !cursor.TakeUntil("]", tag)) return false;
-  head = {LogFormat::kLong, thread, timeUs, std::nullopt, WithoutBlanksAtEnd(tag)};
+  entry = {LogFormat::kLong, thread, timeUs, std::nullopt, WithoutBlanksAtEnd(tag), {}};
   return true;
 }
 
 // "I/Tag     ( 1234): message", the same with a time before it, or "I/Tag     : message".
-bool TakeBrief(std::string_view line, LogHead& head, std::string_view& message) {
+bool TakeBrief(std::string_view line, LogEntry& entry) {
   LineCursor cursor(line);
   std::int64_t timeUs = 0;
   bool const hasTime = TakeTime(cursor, timeUs) && cursor.SkipBlanks();
@@ -99,27 +98,27 @@ bool TakeBrief(std::string_view line, LogHead& head, std::string_view& message) 
   std::size_t const process = tag.rfind('(');
   bool const hasProcess = process != std::string_view::npos && tag.back() == ')';
   if (hasTime && !hasProcess) return false;
-  head.format = hasTime ? LogFormat::kTime : hasProcess ? LogFormat::kBrief : LogFormat::kTag;
-  if (hasTime) head.timeUs = timeUs;
-  head.tag = WithoutBlanksAtEnd(tag.substr(0, hasProcess ? process : tag.size()));
-  message = cursor.Rest();
+  entry.format = hasTime ? LogFormat::kTime : hasProcess ? LogFormat::kBrief : LogFormat::kTag;
+  if (hasTime) entry.timeUs = timeUs;
+  entry.tag = WithoutBlanksAtEnd(tag.substr(0, hasProcess ? process : tag.size()));
+  entry.message = cursor.Rest();
   return true;
 }
 
 // "10100: [operation] text", "-: [operation] text", or the message alone.
-bool TakeBare(std::string_view line, LogHead& head, std::string_view& message) {
+bool TakeBare(std::string_view line, LogEntry& entry) {
   LineCursor cursor(line);
   std::uint32_t frame = 0;
   bool const hasFrame = cursor.Take(frame);
   if ((hasFrame || cursor.Skip("-")) && cursor.Skip(": ")) {
-    head.format = LogFormat::kReplay;
-    if (hasFrame) head.frame = frame;
+    entry.format = LogFormat::kReplay;
+    if (hasFrame) entry.frame = frame;
   } else {
     cursor = LineCursor(line);
     if (cursor.Rest().substr(0, 1) != "[" || line.find("] ") == std::string_view::npos) return false;
   }
-  head.tag = kLibraryTag;
-  message = cursor.Rest();
+  entry.tag = kLibraryTag;
+  entry.message = cursor.Rest();
   return true;
 }
 
@@ -138,23 +137,8 @@ std::uint64_t DroppedLines(std::string_view message) {
 }  // namespace
 
 char const* Name(LogFormat format) {
-  switch (format) {
-    case LogFormat::kThreadtime:
-      return "threadtime";
-    case LogFormat::kLong:
-      return "long";
-    case LogFormat::kTime:
-      return "time";
-    case LogFormat::kBrief:
-      return "brief";
-    case LogFormat::kTag:
-      return "tag";
-    case LogFormat::kReplay:
-      return "replay --log";
-    case LogFormat::kRaw:
-      return "raw";
-  }
-  return "";
+  constexpr char const* kNames[] = {"threadtime", "long", "time", "brief", "tag", "replay --log", "raw"};
+  return kNames[static_cast<std::size_t>(format)];
 }
 
 std::optional<LogEntry> LogParser::Add(std::string_view line) {
@@ -165,34 +149,37 @@ std::optional<LogEntry> LogParser::Add(std::string_view line) {
     mLongHead.reset();
     return std::nullopt;
   }
-  LogHead head;
-  std::string_view message;
-  if (TakeLongHead(line, head)) {
-    mLongTag = head.tag;
-    mLongHead = head;
+  LogEntry entry;
+  if (TakeLongHead(line, entry)) {
+    mLongTag = entry.tag;
+    mLongHead = entry;
     return std::nullopt;
   }
-  if (TakeThreadtime(line, head, message) || TakeBrief(line, head, message)) {
+  if (TakeThreadtime(line, entry) || TakeBrief(line, entry)) {
     mLongHead.reset();
-    return AddMessage(head, message, isCut);
+  } else if (mLongHead) {
+    entry = *mLongHead;
+    entry.tag = mLongTag;
+    entry.message = line;
+  } else if (!TakeBare(line, entry)) {
+    bool const isDivider = line.compare(0, 9, "---------") == 0;  // "--------- beginning of main"
+    if (!isDivider && mCounts.unreadable++ == 0) mCounts.firstUnreadable = mCounts.lines;
+    return std::nullopt;
   }
-  if (mLongHead) {
-    mLongHead->tag = mLongTag;
-    return AddMessage(*mLongHead, line, isCut);
-  }
-  if (TakeBare(line, head, message)) return AddMessage(head, message, isCut);
-  bool const isDivider = line.compare(0, 9, "---------") == 0;  // "--------- beginning of main"
-  if (!isDivider && mCounts.unreadable++ == 0) mCounts.firstUnreadable = mCounts.lines;
-  return std::nullopt;
-}
-
-std::optional<LogEntry> LogParser::AddMessage(LogHead const& head, std::string_view message, bool isCut) {
-  if (head.tag == kDroppedTag) mCounts.droppedByLog += DroppedLines(message);
-  if (head.tag != kLibraryTag) {
+  if (entry.tag == kDroppedTag) mCounts.droppedByLog += DroppedLines(entry.message);
+  if (entry.tag != kLibraryTag) {
     ++mCounts.otherTags;
     return std::nullopt;
   }
-  return LogEntry{head, mCounts.lines, message, isCut};
+  ++mCounts.messages;
+  mCounts.formats.insert(entry.format);
+  entry.line = mCounts.lines;
+  entry.isCut = isCut;
+  return entry;
+}
+
+void LogParser::CountDamaged() {
+  if (mCounts.damaged++ == 0) mCounts.firstDamaged = mCounts.lines;
 }
 
 }  // namespace shadingctl

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -30,25 +31,26 @@ struct LogThread {
   }
 };
 
-// What a line says besides the message.
-struct LogHead {
+// A message, and what its line says besides.
+struct LogEntry {
   LogFormat format = LogFormat::kRaw;
   std::optional<LogThread> thread;
   std::optional<std::int64_t> timeUs;  // since some day; months count as 31 days
   std::optional<std::uint32_t> frame;  // kReplay only; nullopt there: outside of any frame
   std::string_view tag;
-};
-
-struct LogEntry {
-  LogHead head;
-  std::uint64_t line = 0;    // counted from 1
   std::string_view message;  // valid until the next line is added
+  std::uint64_t line = 0;    // counted from 1
   bool isCut = false;        // so long that whatever wrote the line has cut it there
 };
 
-// Lines that held no message of the library.
+// What was read of a log.
 struct LogCounts {
   std::uint64_t lines = 0;
+  std::set<LogFormat> formats;     // of the library's messages
+  std::uint64_t messages = 0;      // of the library
+  std::uint64_t damaged = 0;       // of those: cut, or in none of the library's texts
+  std::uint64_t firstDamaged = 0;  // its line
+  bool hasDetail = false;          // messages that the library writes from level 4 on
   std::uint64_t otherTags = 0;
   std::uint64_t unreadable = 0;       // in none of the formats
   std::uint64_t firstUnreadable = 0;  // its line
@@ -65,11 +67,13 @@ class LogParser {
 
   LogCounts const& Counts() const { return mCounts; }
 
- private:
-  std::optional<LogEntry> AddMessage(LogHead const& head, std::string_view message, bool isCut);
+  // For whoever reads the message of the entry that was added last.
+  void CountDamaged();
+  void CountDetail() { mCounts.hasDetail = true; }
 
+ private:
   LogCounts mCounts;
-  std::optional<LogHead> mLongHead;  // of the message that follows
+  std::optional<LogEntry> mLongHead;  // of the message that follows
   std::string mLongTag;
 };
 

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "hosting/UnusableInput.h"
-#include "tools/shadingctl/log/ExpectedLines.h"
 
 namespace shadingctl {
 namespace {
@@ -14,51 +13,32 @@ namespace {
 constexpr std::int64_t kLongestPauseUs = 10000;  // between two lines of a call, far more than a whole call takes
 constexpr std::size_t kRememberedUpdates = 64;   // twice the frames of the library's history
 
-// The steps of a call in the order of their lines.
-enum Step : int {
-  kEnabled,
-  kReadout,
-  kUnknownType,
-  kHistory,
-  kMatched,
-  kAnswered,
-  kFinished,
-  kTimes,
-  kSource,
-  kTable,
-  kStartCandidates,
-  kStart,
-  kEndCandidates,
-  kSpan,
-  kFailed,
-  kSpanEntries,
-  kPosition,
-};
-
 bool EndsCall(LibraryMessage const& message) {
   if (auto const* times = std::get_if<FrameTimesTold>(&message)) return times->samples == 0;
   return std::holds_alternative<CameraNotRegistered>(message) || std::holds_alternative<SpanFailed>(message) ||
          std::holds_alternative<PositionTold>(message) || std::holds_alternative<NoPositionTold>(message);
 }
 
-bool IsDetail(LibraryMessage const& message) {
-  return std::holds_alternative<SourceSample>(message) || std::holds_alternative<StartCandidate>(message) ||
-         std::holds_alternative<EndCandidate>(message) || std::holds_alternative<SpanEntry>(message) ||
-         std::holds_alternative<CameraEnabled>(message) || std::holds_alternative<BatchStored>(message);
+// One overload for messages that name their camera, and one for the others.
+template <class Told>
+auto NamedCamera(Told const& told, int /*preferred*/) -> decltype(std::optional(told.camera)) {
+  return told.camera;
+}
+template <class Told>
+std::optional<std::int32_t> NamedCamera(Told const& /*told*/, long /*otherwise*/) {
+  return std::nullopt;
 }
 
 std::optional<std::int32_t> CameraIn(LibraryMessage const& message) {
-  return std::visit(
-      [](auto const& told) -> std::optional<std::int32_t> {
-        using Told = std::decay_t<decltype(told)>;
-        constexpr bool kNamesCamera = std::is_same_v<Told, CameraEnabled> ||
-                                      std::is_same_v<Told, CameraNotRegistered> ||
-                                      std::is_same_v<Told, FrameTimesTold> || std::is_same_v<Told, SpanFailed> ||
-                                      std::is_same_v<Told, PositionTold> || std::is_same_v<Told, NoPositionTold>;
-        if constexpr (kNamesCamera) return told.camera;
-        return std::nullopt;
-      },
-      message);
+  return std::visit([](auto const& told) { return NamedCamera(told, 0); }, message);
+}
+
+LinePlace PlaceOf(LibraryMessage const& message) {
+  std::int64_t number = 0;
+  if (auto const* sample = std::get_if<SourceSample>(&message)) number = sample->index;
+  if (auto const* candidate = std::get_if<StartCandidate>(&message)) number = candidate->index;
+  if (auto const* candidate = std::get_if<EndCandidate>(&message)) number = candidate->index;
+  return {TextOf(message).step, number};
 }
 
 std::optional<std::uint32_t> FrameIn(FrameMessages const& messages) {
@@ -87,73 +67,57 @@ bool LoggedCall::IsWhole() const {
   return !messages.source.empty() && messages.damaged == 0;
 }
 
-std::optional<CallAssembler::Place> CallAssembler::PlaceOf(LibraryMessage const& message) {
-  return std::visit(
-      [](auto const& told) -> std::optional<Place> {
-        using Told = std::decay_t<decltype(told)>;
-        constexpr auto kIs = [](auto const& other) { return std::is_same_v<Told, std::decay_t<decltype(other)>>; };
-        if constexpr (kIs(CameraEnabled{}) || kIs(CameraNotRegistered{})) return Place{kEnabled, 0};
-        if constexpr (kIs(ReadoutQueried{})) return Place{kReadout, 0};
-        if constexpr (kIs(UnknownType{})) return Place{kUnknownType, 0};
-        if constexpr (kIs(HistorySize{})) return Place{kHistory, 0};
-        if constexpr (kIs(SampleMatched{}) || kIs(NothingMatched{}) || kIs(ZeroTime{})) return Place{kMatched, 0};
-        if constexpr (kIs(QueryAnswered{})) return Place{kAnswered, 0};
-        if constexpr (kIs(QueryFinished{}) || kIs(QueryRefused{})) return Place{kFinished, 0};
-        if constexpr (kIs(FrameTimesTold{})) return Place{kTimes, 0};
-        if constexpr (kIs(SourceSample{})) return Place{kSource, told.index};
-        if constexpr (kIs(TableSize{})) return Place{kTable, 0};
-        if constexpr (kIs(StartCandidate{})) return Place{kStartCandidates, told.index};
-        if constexpr (kIs(StartFound{})) return Place{kStart, 0};
-        if constexpr (kIs(EndCandidate{})) return Place{kEndCandidates, told.index};
-        if constexpr (kIs(SpanFound{})) return Place{kSpan, 0};
-        if constexpr (kIs(SpanFailed{})) return Place{kFailed, 0};
-        if constexpr (kIs(SpanEntry{})) return Place{kSpanEntries, 0};
-        if constexpr (kIs(PositionTold{}) || kIs(NoPositionTold{})) return Place{kPosition, 0};
-        return std::nullopt;
-      },
-      message);
+NSCam::Utils::SensorData SampleTold(SourceSample const& told) {
+  NSCam::Utils::SensorData sample;
+  sample.timestamp = static_cast<std::int64_t>(static_cast<std::uint64_t>(told.timeUs) * 1000);
+  sample.oisHallX = told.hallX;
+  sample.oisHallY = told.hallY;
+  return sample;
 }
 
-void CallAssembler::Add(LogEntry const& entry) {
+void CallAssembler::Add(std::string_view line) {
+  auto const found = mParser.Add(line);
+  if (!found) return;
+  LogEntry const& entry = *found;
   LibraryMessage const message = entry.isCut ? DamagedMessage{} : ParseMessage(entry.message);
-  Stream& stream = mStreams[entry.head.thread.value_or(LogThread{})];
-  mHasDetail = mHasDetail || IsDetail(message);
+  Stream& stream = mStreams[entry.thread.value_or(LogThread{})];
+  if (TextOf(message).kind == MessageKind::kDetail) mParser.CountDetail();
   if (std::holds_alternative<DamagedMessage>(message)) {
-    if (mDamaged++ == 0) mFirstDamagedLine = entry.line;
+    mParser.CountDamaged();
     if (stream.open) ++stream.open->call.messages.damaged;
-  } else if (auto const place = PlaceOf(message)) {
-    if (!entry.head.thread) RefuseMingledCameras(stream, entry, message);
-    AddToCall(stream, entry, message, *place);
+  } else if (TextOf(message).step != Step::kNone) {
+    if (!entry.thread) RefuseMingledCameras(stream, entry, message);
+    AddToCall(stream, entry, message);
   } else {
     AddToUpdate(stream, message);
   }
 }
 
-bool CallAssembler::Continues(OpenCall const& open, LogEntry const& entry, LibraryMessage const& message,
-                              Place place) const {
+bool CallAssembler::Continues(OpenCall const& open, LogEntry const& entry, LibraryMessage const& message) const {
+  LinePlace const place = PlaceOf(message);
   auto const* const spanEntry = std::get_if<SpanEntry>(&message);
   bool const isNext = place > open.place || (spanEntry != nullptr && place == open.place);
-  if (!isNext || entry.head.frame != open.loggedFrame) return false;
+  if (!isNext || entry.frame != open.loggedFrame) return false;
   auto const& times = open.call.messages.times;
   bool const isOfOtherFrame =
       spanEntry != nullptr && times && static_cast<std::int64_t>(times->startOfFrameUs) != spanEntry->startOfFrameUs;
   if (isOfOtherFrame) return false;
   auto const camera = CameraIn(message);
   if (camera && open.call.camera && *camera != *open.call.camera) return false;
-  bool const pauses = entry.head.timeUs && open.timeUs && *entry.head.timeUs - *open.timeUs > kLongestPauseUs;
+  bool const pauses = entry.timeUs && open.timeUs && *entry.timeUs - *open.timeUs > kLongestPauseUs;
   return !pauses;
 }
 
-void CallAssembler::AddToCall(Stream& stream, LogEntry const& entry, LibraryMessage const& message, Place place) {
-  if (stream.open && !Continues(*stream.open, entry, message, place)) Close(stream);
+void CallAssembler::AddToCall(Stream& stream, LogEntry const& entry, LibraryMessage const& message) {
+  if (stream.open && !Continues(*stream.open, entry, message)) Close(stream);
   if (!stream.open) {
     stream.open.emplace();
     stream.open->call.firstLine = entry.line;
-    stream.open->loggedFrame = entry.head.frame;
+    stream.open->loggedFrame = entry.frame;
   }
   OpenCall& open = *stream.open;
-  open.place = place;
-  open.timeUs = entry.head.timeUs;
+  open.place = PlaceOf(message);
+  open.timeUs = entry.timeUs;
   if (auto const camera = CameraIn(message)) open.call.camera = camera;
   ++open.call.lines;
   open.call.messages.Add(message);
@@ -179,9 +143,9 @@ void CallAssembler::RefuseMingledCameras(Stream const& stream, LogEntry const& e
   bool const mingles = camera && stream.open && stream.open->call.camera && *stream.open->call.camera != *camera;
   if (!mingles) return;
   throw hosting::UnusableInput(fmt::format(
-      "{}: expected thread ids, as in the formats threadtime and long, where the lines of two cameras "
+      "{}:{}: expected thread ids, as in the formats threadtime and long, where the lines of two cameras "
       "mingle; found the format {}, with camera {} inside a call of camera {} that began at line {}",
-      entry.line, Name(entry.head.format), *camera, *stream.open->call.camera, stream.open->call.firstLine));
+      mLog, entry.line, Name(entry.format), *camera, *stream.open->call.camera, stream.open->call.firstLine));
 }
 
 void CallAssembler::Close(Stream& stream) {
@@ -191,7 +155,7 @@ void CallAssembler::Close(Stream& stream) {
   call.timestampNs = TimestampIn(call.messages);
   stream.open.reset();
   AttachUpdate(call);
-  std::uint64_t const expected = ExpectedLines(call.messages, mHasDetail);
+  std::uint64_t const expected = call.messages.ExpectedLines(Counts().hasDetail);
   call.lost = expected > call.lines ? expected - call.lines : 0;
   mReceiver(std::move(call));
 }

@@ -6,8 +6,12 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <tuple>
+#include <utility>
 
+#include "platform/SensorProvider.h"
 #include "tools/shadingctl/log/FrameMessages.h"
 #include "tools/shadingctl/log/LogLine.h"
 
@@ -30,16 +34,11 @@ struct LoggedCall {
   bool IsWhole() const;
 };
 
-// The place of a line in its call: the step and, in steps of several numbered lines, the line's number.
-using LinePlace = std::tuple<int, std::int64_t>;
+// The sample as it was delivered, to the us. Times that cannot be real wrap.
+NSCam::Utils::SensorData SampleTold(SourceSample const& told);
 
-// A call whose end has not been read.
-struct OpenCall {
-  LoggedCall call;
-  LinePlace place{-1, 0};  // of the line read last
-  std::optional<std::int64_t> timeUs;
-  std::optional<std::uint32_t> loggedFrame;
-};
+// The step of a line and, in steps of several numbered lines, the line's number.
+using LinePlace = std::tuple<Step, std::int64_t>;
 
 // The lines of one thread follow each other in the order in which a call writes them, so a call ends where a line comes
 // that belongs before the line read last. Lines may be missing anywhere.
@@ -47,20 +46,26 @@ class CallAssembler {
  public:
   using Receiver = std::function<void(LoggedCall&& call)>;
 
-  explicit CallAssembler(Receiver receiver) : mReceiver(std::move(receiver)) {}
+  // `log`: its name, for complaints.
+  CallAssembler(std::string log, Receiver receiver) : mLog(std::move(log)), mReceiver(std::move(receiver)) {}
 
-  // Throws UnusableInput where the calls of two cameras mingle and nothing tells their lines apart.
-  void Add(LogEntry const& entry);
+  // The next line of the log. Throws UnusableInput where the calls of two cameras mingle and nothing tells their lines
+  // apart.
+  void Add(std::string_view line);
 
   // Everything was read.
   void Finish();
 
-  std::uint64_t Damaged() const { return mDamaged; }
-  std::uint64_t FirstDamagedLine() const { return mFirstDamagedLine; }
-  bool HasDetail() const { return mHasDetail; }  // lines that the library writes from level 4 on
+  LogCounts const& Counts() const { return mParser.Counts(); }
 
  private:
-  using Place = LinePlace;
+  // A call whose end has not been read, and its line read last.
+  struct OpenCall {
+    LoggedCall call;
+    LinePlace place;
+    std::optional<std::int64_t> timeUs;
+    std::optional<std::uint32_t> loggedFrame;
+  };
   struct Update {
     BatchStored stored;
     bool split = false;
@@ -70,21 +75,19 @@ class CallAssembler {
     bool split = false;
   };
 
-  static std::optional<Place> PlaceOf(LibraryMessage const& message);
-  bool Continues(OpenCall const& open, LogEntry const& entry, LibraryMessage const& message, Place place) const;
-  void AddToCall(Stream& stream, LogEntry const& entry, LibraryMessage const& message, Place place);
+  bool Continues(OpenCall const& open, LogEntry const& entry, LibraryMessage const& message) const;
+  void AddToCall(Stream& stream, LogEntry const& entry, LibraryMessage const& message);
   void AddToUpdate(Stream& stream, LibraryMessage const& message);
   void RefuseMingledCameras(Stream const& stream, LogEntry const& entry, LibraryMessage const& message) const;
   void Close(Stream& stream);
   void AttachUpdate(LoggedCall& call);
 
+  std::string mLog;
   Receiver mReceiver;
+  LogParser mParser;
   std::map<LogThread, Stream> mStreams;  // one, under 0, for lines without a thread
   std::deque<Update> mUpdates;           // the latest: they tell a frame's number to its timestamp
   std::uint64_t mEmptyUpdates = 0;       // that belong to no call yet
-  std::uint64_t mDamaged = 0;
-  std::uint64_t mFirstDamagedLine = 0;
-  bool mHasDetail = false;
 };
 
 }  // namespace shadingctl

@@ -9,7 +9,7 @@
 #include "hosting/Interruption.h"
 #include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
-#include "recording/RecordingRows.h"
+#include "recording/Recording.h"
 #include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
 

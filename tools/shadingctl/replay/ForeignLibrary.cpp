@@ -6,7 +6,6 @@
 
 #include "hosting/FileDescriptor.h"
 #include "hosting/HostLibrary.h"
-#include "hosting/LoadTrial.h"
 #include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/output/Console.h"

@@ -4,7 +4,7 @@
 #include <limits>
 #include <utility>
 
-#include "tools/shadingctl/frame/FrameTiming.h"
+#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 namespace {
@@ -21,9 +21,7 @@ Interval SampleTimes(FrameTimesTold const& times) {
           static_cast<std::int64_t>(startUs + times.readoutUs + kToleranceUs)};
 }
 
-bool HasPosition(FrameResult const& row) {
-  return (row.match == Match::kStart || row.match == Match::kCarried) && row.hallX && row.hallY;
-}
+bool HasPosition(FrameResult const& row) { return row.HasNewPosition() && row.hallX && row.hallY; }
 
 }  // namespace
 
@@ -50,17 +48,18 @@ std::optional<double> PendingFrames::DistanceOf(FrameResult const& row) const {
   if (!row.times || !HasPosition(row) || samples == mSamples.end()) return std::nullopt;
   Interval const own = SampleTimes(*row.times);
   constexpr float kLowest = std::numeric_limits<float>::lowest();
-  LensPosition sum;
+  double sumX = 0;
+  double sumY = 0;
   std::uint64_t count = 0;
   for (auto sample = samples->second.lower_bound({own.firstUs, kLowest, kLowest});
        sample != samples->second.end() && std::get<0>(*sample) <= own.lastUs; ++sample) {
-    sum.x += static_cast<double>(std::get<1>(*sample));
-    sum.y += static_cast<double>(std::get<2>(*sample));
+    sumX += static_cast<double>(std::get<1>(*sample));
+    sumY += static_cast<double>(std::get<2>(*sample));
     ++count;
   }
   if (count == 0) return std::nullopt;
   auto const divisor = static_cast<double>(count);
-  return Distance({*row.hallX, *row.hallY}, {sum.x / divisor, sum.y / divisor});
+  return std::hypot(*row.hallX - sumX / divisor, *row.hallY - sumY / divisor);
 }
 
 std::optional<Frame> PendingFrames::Take() {

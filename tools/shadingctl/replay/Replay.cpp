@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "tools/shadingctl/frame/FramePair.h"
+#include "tools/shadingctl/frame/Frame.h"
 
 namespace shadingctl {
 namespace {

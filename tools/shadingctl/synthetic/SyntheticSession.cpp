@@ -7,7 +7,7 @@
 
 namespace shadingctl {
 
-SyntheticSession::SyntheticSession(SyntheticOptions const& options) : mOptions(options) {
+SyntheticSession::SyntheticSession(SyntheticOptions const& options) : Session("built-in session"), mOptions(options) {
   mOptions.lateFrames = std::min(options.lateFrames, options.MostLateFrames());
   mOptions.pauseNs = std::min(options.pauseNs, options.MostPauseNs());
   for (std::size_t i = 0; i < mOptions.cameras.size(); ++i) mCameras.emplace_back(mOptions, i);

@@ -19,20 +19,15 @@ class SyntheticSession : public recording::Session {
   SyntheticSession(SyntheticSession const&) = delete;
   SyntheticSession& operator=(SyntheticSession const&) = delete;
 
-  std::string Name() const override { return "built-in session"; }
-  recording::SessionSettings const& Settings() const override { return mSettings; }
   bool Next(recording::Call& call) override;
-  recording::SessionOddities const& Oddities() const override { return mOddities; }
   std::optional<std::uint64_t> FrameCount() const override;
 
  private:
   void Note(std::optional<std::int32_t> camera, recording::UpdateSensorData const& update);
 
   SyntheticOptions mOptions;
-  recording::SessionSettings mSettings;
   std::deque<SyntheticCalls> mCameras;                                // a deque: they do not move
   std::map<std::optional<std::int32_t>, std::int64_t> mLastSampleNs;  // by camera
-  recording::SessionOddities mOddities;
 };
 
 }  // namespace shadingctl

@@ -115,9 +115,9 @@ void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& f
   AddNumber(command, "--hall-skip", arguments.hallSkip, std::uint32_t{0}, std::uint32_t{1000000},
             "The same of the samples' file, where it differs")
       ->needs(frames);
-  std::map<std::string, char> separators;
-  for (recording::Separator const& separator : recording::kSeparators) separators[separator.name] = separator.character;
-  AddChoice<char>(command, "--separator", separators, arguments.separator, "What stands between values")
+  std::map<std::string, recording::Separator> separators;
+  for (recording::Separator const& separator : recording::kSeparators) separators[separator.name] = separator;
+  AddChoice<recording::Separator>(command, "--separator", separators, arguments.separator, "What stands between values")
       ->default_str("comma")
       ->needs(frames);
   command.add_flag("--skip-bad", arguments.skipBad, "Leave out lines that cannot be read, and say how many")

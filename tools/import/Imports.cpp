@@ -1,4 +1,4 @@
-#include "tools/import/ImportedSession.h"
+#include "tools/import/Imports.h"
 
 #include <fmt/format.h>
 

@@ -1,11 +1,17 @@
-// The names in a recording of version 2, for its reader and its writer. docs/recording-format.md describes them.
+// The names in a recording of version 2, for its reader and its writer, and the reader of hall.csv, which both versions
+// have. docs/recording-format.md describes them.
 #pragma once
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
+#include "platform/SensorProvider.h"
 #include "recording/CsvFile.h"
 #include "recording/Session.h"
 
@@ -55,26 +61,10 @@ enum CallColumn : std::size_t {
   kCallHallX,
   kCallHallY,
 };
-constexpr std::array<CsvFile::Column, 20> kCallColumns = {{{"call"},
-                                                           {"time_ns", false},
-                                                           {"kind"},
-                                                           {"camera", false},
-                                                           {"sensor_type", false},
-                                                           {"sensor_mode", false},
-                                                           {"rolling_shutter_ns", false},
-                                                           {"frame", false},
-                                                           {"timestamp_ns", false},
-                                                           {"samples", false},
-                                                           {"type", false},
-                                                           {"exposure_ns", false},
-                                                           {"timestamp1_ns", false},
-                                                           {"exposure1_ns", false},
-                                                           {"timestamp2_ns", false},
-                                                           {"exposure2_ns", false},
-                                                           {"matched", false},
-                                                           {"answer", false},
-                                                           {"hall_x", false},
-                                                           {"hall_y", false}}};
+constexpr std::array<char const*, 20> kCallColumns = {
+    "call",          "time_ns",      "kind",    "camera", "sensor_type", "sensor_mode",   "rolling_shutter_ns",
+    "frame",         "timestamp_ns", "samples", "type",   "exposure_ns", "timestamp1_ns", "exposure1_ns",
+    "timestamp2_ns", "exposure2_ns", "matched", "answer", "hall_x",      "hall_y"};
 
 struct PairColumns {
   CallColumn timestamp;
@@ -90,6 +80,49 @@ constexpr std::array<std::string_view, 7> kCallKinds = {"register", "start",  "r
 
 // Columns of hall.csv, in the order in which they are written; the first one is "frame" in a recording of version 1.
 enum SampleColumn : std::size_t { kSampleOwner, kSampleTimestamp, kSampleHallX, kSampleHallY };
-constexpr std::array<CsvFile::Column, 4> kSampleColumns = {{{"call"}, {"timestamp_ns"}, {"hall_x"}, {"hall_y"}}};
+constexpr std::array<char const*, 4> kSampleColumns = {"call", "timestamp_ns", "hall_x", "hall_y"};
+
+// The samples of hall.csv, in the order of delivery.
+class HallFile {
+ public:
+  struct HallRow {
+    std::uint64_t owner = 0;  // the frame or call with which the sample was delivered
+    NSCam::Utils::SensorData sample;
+  };
+
+  // Reads the first row. `owner` is "frame" or "call". Throws UnusableInput (CsvFile).
+  HallFile(std::string const& directory, char const* owner, LastLine lastLine)
+      : mFile(directory + "/hall.csv", {{owner}, {kSampleColumns[1]}, {kSampleColumns[2]}, {kSampleColumns[3]}},
+              {lastLine}),
+        mOwner(owner) {
+    Next();
+  }
+
+  // The row that was read last; nullopt at the end of the file.
+  std::optional<HallRow> const& Row() const { return mRow; }
+
+  void Next() {
+    std::uint64_t const before = mRow ? mRow->owner : 0;
+    mRow.reset();
+    if (!mFile.Next()) return;
+    HallRow row;
+    row.owner = mOwner == "frame" ? mFile.Get<std::uint32_t>(kSampleOwner) : mFile.Get<std::uint64_t>(kSampleOwner);
+    row.sample.timestamp = mFile.Get<std::int64_t>(kSampleTimestamp);
+    row.sample.oisHallX = mFile.Get<float>(kSampleHallX);
+    row.sample.oisHallY = mFile.Get<float>(kSampleHallY);
+    if (row.owner < before) {
+      mFile.Complain(kSampleOwner, fmt::format("at least {}, the {} of the row before", before, mOwner));
+    }
+    mRow = row;
+  }
+
+  // For complaints about the row, and its place.
+  CsvFile const& File() const { return mFile; }
+
+ private:
+  CsvFile mFile;
+  std::string_view mOwner;
+  std::optional<HallRow> mRow;
+};
 
 }  // namespace recording
