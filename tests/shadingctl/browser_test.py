@@ -25,6 +25,8 @@ try:
 except ImportError:
     MISSING.append('selenium')
 
+PAYLOAD = '"><img src=x onerror="window.ran=1"></style></script><script>window.ran=1</script>{{}}${window.ran=1}'
+EXTREMES = (1.7e308, -9007199254740993)  # numbers that a document may hold
 SVG_FRAME = 20  # of the built-in session
 SVG_LIMIT = 100 * 1024
 LEAST_CONTRAST = 4.5  # of text to what is behind it, WCAG 2 level AA
@@ -71,6 +73,24 @@ def make_results(tool, place):
     for name, results in reports.items():
         run('report', *(place / f'{result}.json' for result in results), '-o', place / f'{name}.html')
     return reports
+
+
+def leaves(value, path=()):
+    """The places of all texts and numbers, of lists those of the first entry that has them."""
+    if isinstance(value, dict):
+        return [leaf for key, member in value.items() for leaf in leaves(member, (*path, key))]
+    if isinstance(value, list):
+        return next(filter(None, (leaves(entry, (*path, i)) for i, entry in enumerate(value))), [])
+    return [path] if isinstance(value, (str, int, float)) and not isinstance(value, bool) else []
+
+
+def replaced(value, path, leaf):
+    """A copy that holds `leaf` at that place."""
+    if not path:
+        return leaf
+    copy = value.copy()
+    copy[path[0]] = replaced(value[path[0]], path[1:], leaf)
+    return copy
 
 
 class Browser:
@@ -390,6 +410,42 @@ class Reports(unittest.TestCase):
         self.assertIn('The result holds no samples', text)
         self.assertIn('the result does not hold its times', text)
 
+    def test_no_text_or_number_of_a_document_acts_or_halts_the_page(self):
+        page = self.place / 'hostile.html'
+        opened = 0
+        for name in ('sick', 'fit', 'calibration'):
+            whole = self.result(name)
+            if name == 'sick':  # whose first entries of lists stand for all, and one carried frame for its columns
+                whole['frames'] = sorted(whole['frames'][30:60], key=lambda frame: frame['match'])
+                whole['batches'] = whole['batches'][:60]
+            for path in leaves(whole):
+                for leaf in (PAYLOAD, *EXTREMES):
+                    document = json.dumps(replaced(whole, path, leaf))
+                    done = subprocess.run([self.tool, 'report', '-', '-o', page], input=document, capture_output=True,
+                                          text=True, check=False)
+                    self.assertIn(done.returncode, (0, 3), done.stderr)
+                    if done.returncode == 3:
+                        continue
+                    with self.subTest(document=name, place=path, leaf=leaf):
+                        opened += 1
+                        self.browser.open(page)
+                        self.assertEqual(self.browser.run("""return [window.ran ?? null, document.querySelectorAll('main img').length,
+                            document.querySelectorAll('section').length > 0]"""), [None, 0, True])
+                        self.assertEqual((self.browser.complaints(), self.browser.requests()), ([], []))
+        self.assertGreater(opened, 100)
+
+    def test_the_policy_lets_no_other_script_act(self):
+        self.open('builtin')
+        for attempt in ("document.body.setAttribute('onclick', 'window.ran = 1'); document.body.click();",
+                        "const made = document.createElement('script'); made.append('window.ran = 1'); document.body.append(made);",
+                        "document.getElementById('page').insertAdjacentHTML('beforeend', '<b class=made>x</b>');",
+                        "const made = document.createElement('form'); document.body.append(made); made.submit();"):
+            self.browser.run(f'try {{ {attempt} }} catch (error) {{ }}')
+            self.assertEqual(self.browser.run('return [window.ran ?? null, document.querySelectorAll(".made").length]'),
+                             [None, 0], attempt)
+        self.browser.complaints()  # of what was tried
+        self.browser.requests()
+
     def test_a_fit_shows_its_numbers_and_groups(self):
         for name in ('fit', 'line'):
             result = self.result(name)
@@ -442,7 +498,8 @@ class Reports(unittest.TestCase):
         made = self.browser.run('''
             const [result] = JSON.parse(document.getElementById('data').textContent).map(unpackResult);
             const frame = result.frames.find((one) => one.frame === arguments[0]);
-            return drawTiming(frame, samplesOf(result, frame.camera), result.settings.tolerance_us);
+            const drawing = drawTiming(frame, samplesOf(result, frame.camera), result.settings.tolerance_us);
+            return new XMLSerializer().serializeToString(drawing).replace(/></g, '>\\n<') + '\\n';
         ''', SVG_FRAME).encode()
         self.assertLess(len(made), SVG_LIMIT)
         if self.update:

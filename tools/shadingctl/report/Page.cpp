@@ -116,14 +116,16 @@ void WritePage(std::vector<PageResult> const& results, OutputFile& output) {
   output.Write(kPageBeforeData);
   char const* separator = "[";
   for (auto const& [head, data] : results) {
-    Json members = {{"kind", KindName(head)}, {"name", head.name}};
+    Json members = Json::object();
     if (IsReplay(head)) {
       for (char const* const key : {"settings", "complete", "error", "findings", "summary"}) {
         members[key] = head.members.value(key, Json());
       }
     } else {
-      members.update(head.members);
+      members = head.members;
     }
+    members["kind"] = KindName(head);
+    members["name"] = head.name;
     std::string text = Dump(members);
     if (IsReplay(head)) text.back() = ',';
     output.Write(separator);

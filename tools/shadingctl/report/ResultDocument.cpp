@@ -64,6 +64,26 @@ class Checked {
     if (!mJson.is_string() && !mJson.is_null()) Refuse("a text or null");
     return *this;
   }
+  // A text, a number or a truth value, or null.
+  Checked const& PlainIfAny() const {
+    if (mJson.is_structured()) Refuse("a plain value or null");
+    return *this;
+  }
+
+  // An object with these members, or null.
+  using Check = Checked const& (Checked::*)() const;
+  Checked const& Members(Check check, std::initializer_list<char const*> keys) const {
+    if (!mJson.is_null()) Object();
+    for (char const* const key : keys) (At(key).*check)();
+    return *this;
+  }
+
+  // Calls take(entry) for each entry of a list; null has none.
+  template <class Take>
+  void Each(Take const& take) const {
+    if (!mJson.is_null()) List();
+    for (std::size_t i = 0; i < mJson.size(); ++i) take(At(i));
+  }
 
   std::size_t Size() const { return mJson.size(); }
   Json const& Value() const { return mJson; }
@@ -74,14 +94,70 @@ class Checked {
   Json const& mJson;
 };
 
-void CheckCalibration(Checked const& result) {
-  Checked const cameras = result.At("cameras").List();
-  for (std::size_t i = 0; i < cameras.Size(); ++i) {
-    Checked const camera = cameras.At(i).Object();
-    camera.At("camera").WholeNumber();
-    camera.At("table").Object();
-    camera.At("block").Object();
+void CheckFinding(Checked const& finding) {
+  finding.Object().Members(&Checked::TextIfAny, {"severity"});
+  if (!finding.At("code").Value().is_string()) finding.At("code").Refuse("a text");
+  if (!finding.At("text").Value().is_string()) finding.At("text").Refuse("a text");
+  finding.Members(&Checked::TextIfAny, {"advice"}).Members(&Checked::NumberIfAny, {"camera"});
+  finding.At("explained_by").PlainIfAny();
+  Checked const frames = finding.At("frames").Members(&Checked::NumberIfAny, {"count"});
+  frames.At("first").Each([](Checked const& frame) { frame.WholeNumber(); });
+  finding.At("intervals").Each([](Checked const& interval) {
+    interval.Object().Members(&Checked::NumberIfAny, {"from_s", "to_s", "first_frame", "last_frame"});
+  });
+}
+
+void CheckReplay(Checked const& result) {
+  result.At("error").TextIfAny();
+  Checked const settings = result.At("settings").Members(&Checked::NumberIfAny, {"tolerance_us"});
+  Json const& toleranceUs = settings.At("tolerance_us").Value();
+  if (toleranceUs.is_number() && toleranceUs < 0) settings.At("tolerance_us").Refuse("a number from 0");
+  if (!settings.Value().is_null()) {
+    for (auto const& [key, value] : settings.Value().items()) {
+      Checked const setting = settings.At(key);
+      if (value.is_array()) {
+        setting.Each([](Checked const& entry) { entry.PlainIfAny(); });
+      } else {
+        setting.PlainIfAny();
+      }
+    }
   }
+  result.At("findings").Each(CheckFinding);
+  Checked const summary = result.At("summary").Members(&Checked::PlainIfAny, {"replay_ns"});
+  summary.At("capture").Members(&Checked::PlainIfAny, {"complete", "state", "lost_calls", "lost_samples"});
+  summary.At("cameras").Each([](Checked const& camera) {
+    camera.Object().At("camera").WholeNumber();
+    camera.Members(&Checked::NumberIfAny, {"frames", "warm_up_frames", "both_ends_near", "match_rate"});
+    for (char const* const key : {"coverage", "carried_age_us"}) {
+      camera.At(key).Members(&Checked::NumberIfAny, {"median"});
+    }
+    camera.At("matches").Members(&Checked::NumberIfAny, {"carried"});
+    camera.At("samples").Members(&Checked::NumberIfAny, {"delivered", "batches", "rate_hz", "interval_us", "jitter_us",
+                                                         "gaps", "longest_us", "repeated"});
+  });
+}
+
+void CheckCalibration(Checked const& result) {
+  result.At("device").TextIfAny();
+  result.At("tables").Each([](Checked const& table) {
+    table.Object().At("index").WholeNumber();
+    table.Members(&Checked::NumberIfAny, {"from", "to"});
+  });
+  result.At("cameras").List().Each([](Checked const& camera) {
+    camera.Object().At("camera").WholeNumber();
+    camera.Members(&Checked::TextIfAny, {"file", "file_problem"}).At("file_bytes").NumberIfAny();
+    Checked const table = camera.At("table").Object();
+    table.Members(&Checked::PlainIfAny, {"index", "sound", "reason", "default"});
+    table.Members(&Checked::NumberIfAny, {"gradient", "record_offset"});
+    table.At("record_parts").Each([](Checked const& part) {
+      part.Object().Members(&Checked::PlainIfAny, {"bytes", "hex", "meaning"});
+    });
+    Checked const block = camera.At("block").Object();
+    block.Members(&Checked::PlainIfAny, {"kind", "sound", "reason", "default"});
+    for (char const* const key : {"stored", "values"}) {
+      block.At(key).Each([](Checked const& row) { row.List().Each([](Checked const& value) { value.Number(); }); });
+    }
+  });
 }
 
 void CheckRow(Checked const& row, std::size_t numbers) {
@@ -97,8 +173,7 @@ void CheckFit(Checked const& result) {
   for (char const* const key : {"recording", "reference", "verdict", "reason", "lag_follows", "slope"})
     result.At(key).TextIfAny();
   for (char const* const key : {"diagnosis", "advice"}) {
-    Checked const list = result.At(key).List();
-    for (std::size_t i = 0; i < list.Size(); ++i) list.At(i).TextIfAny();
+    result.At(key).List().Each([](Checked const& text) { text.TextIfAny(); });
   }
   if (!result.At("refused").Value().is_null()) result.At("refused").Object().At("text").TextIfAny();
   for (char const* const name : {"x", "y"}) {
@@ -115,18 +190,16 @@ void CheckFit(Checked const& result) {
     Checked const difference = result.At("difference").Object().At(name).Object();
     for (char const* const key : {"lag_us", "position"}) difference.At(key).Number();
   }
-  Checked const outliers = result.At("outliers").List();
-  for (std::size_t i = 0; i < outliers.Size(); ++i) {
-    outliers.At(i).Object().At("frame").WholeNumber();
-    CheckRow(outliers.At(i).At("residual"), 2);
-  }
+  result.At("outliers").List().Each([](Checked const& outlier) {
+    outlier.Object().At("frame").WholeNumber();
+    CheckRow(outlier.At("residual"), 2);
+  });
   struct {
     char const* key;
     std::size_t numbers;
   } const rows[] = {{"search", 3}, {"images", 10}};
-  for (auto const& [key, numbers] : rows) {
-    Checked const list = result.At(key).List();
-    for (std::size_t i = 0; i < list.Size(); ++i) CheckRow(list.At(i), numbers);
+  for (auto const& row : rows) {
+    result.At(row.key).List().Each([&](Checked const& entry) { CheckRow(entry, row.numbers); });
   }
 }
 
@@ -140,6 +213,7 @@ ResultHead ReadDocument(std::string const& path, ResultSink const& sink) {
   ResultHead head = ReadResult(path, {kReplaySchema, kKinds[kCalibrationKind].schema, kKinds[kFitKind].schema}, sink);
   if (head.isCsv) RefuseValue(head.name, "JSON", "CSV");
   Checked const document(head.name, "", head.members);
+  if (head.schema == kReplayKind) CheckReplay(document);
   if (head.schema == kCalibrationKind) CheckCalibration(document);
   if (head.schema == kFitKind) CheckFit(document);
   return head;

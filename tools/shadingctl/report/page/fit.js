@@ -27,18 +27,8 @@ function fitNumber(value, {digits, unit}) {
   return `${value < 0 && !isZero ? '−' : ''}${grouped(whole)}${rest ? `.${rest}` : ''}${unit ? `\u00a0${unit}` : ''}`;
 }
 
-// Round numbers in the range, some five of them.
-function ticksOf([from, to]) {
-  const rough = (to - from) / 5;
-  const power = 10 ** Math.floor(Math.log10(rough));
-  const step = power * [1, 2, 5, 10].find((factor) => factor * power >= rough);
-  const ticks = [];
-  for (let i = Math.ceil(from / step); i * step <= to; ++i) ticks.push(i * step);
-  return {ticks, digits: Math.max(0, -Math.floor(Math.log10(step) + 1e-9))};
-}
-
 function rangeOf(values, room = 0.06) {
-  const [least, most] = [Math.min(...values), Math.max(...values)];
+  const [least, most] = extentOf(values);
   const margin = (most - least) * room || Math.abs(most) * room || 1;
   return [least - margin, most + margin];
 }
@@ -52,32 +42,37 @@ class FitPlot {
     this.y = (value) => height - bottom - (value - yRange[0]) / (yRange[1] - yRange[0]) * (height - top - bottom);
     this.parts = [];
     const text = (at, digits) => fitNumber(at, {digits, unit: ''});
-    const across = ticksOf(xRange);
+    const across = ticksOf(xRange, 5);
     for (const at of across.ticks) {
-      this.add(`<path d="M${this.x(at).toFixed(1)} ${top}V${height - bottom}" class="line"/>` +
-               `<text x="${this.x(at).toFixed(1)}" y="${height - bottom + 16}" text-anchor="middle">${text(at, across.digits)}</text>`);
+      const x = this.x(at).toFixed(1);
+      this.add('path', {d: `M${x} ${top}V${height - bottom}`, class: 'line'});
+      this.add('text', {x, y: height - bottom + 16, 'text-anchor': 'middle'}, text(at, across.digits));
     }
-    const upward = ticksOf(yRange);
+    const upward = ticksOf(yRange, 5);
     for (const at of upward.ticks) {
-      this.add(`<path d="M${left} ${this.y(at).toFixed(1)}H${width - right}" class="line"/>` +
-               `<text x="${left - 8}" y="${(this.y(at) + 4).toFixed(1)}" text-anchor="end">${text(at, upward.digits)}</text>`);
+      this.add('path', {d: `M${left} ${this.y(at).toFixed(1)}H${width - right}`, class: 'line'});
+      this.add('text', {x: left - 8, y: (this.y(at) + 4).toFixed(1), 'text-anchor': 'end'}, text(at, upward.digits));
     }
-    this.add(`<text x="${width - right}" y="${height - 6}" text-anchor="end" class="ink">${xLabel}</text>` +
-             `<text x="${left}" y="${top - 10}" class="ink">${yLabel}</text>`);
+    this.add('text', {x: width - right, y: height - 6, 'text-anchor': 'end', class: 'ink'}, xLabel);
+    this.add('text', {x: left, y: top - 10, class: 'ink'}, yLabel);
   }
 
-  add(part) { this.parts.push(part); }
+  add(name, attributes, ...children) { this.parts.push(svg(name, attributes, ...children)); }
 
   curve(points, style) {
-    this.add(`<path d="M${points.map(([x, y]) => `${this.x(x).toFixed(1)} ${this.y(y).toFixed(1)}`).join('L')}" class="${style}"/>`);
+    this.add('path', {d: `M${points.map(([x, y]) => `${this.x(x).toFixed(1)} ${this.y(y).toFixed(1)}`).join('L')}`, class: style});
   }
 
-  element() {
+  point([x, y], title) {
+    this.add('circle', {cx: this.x(x).toFixed(1), cy: this.y(y).toFixed(1), r: 4, class: 'fill'}, svg('title', {}, title));
+  }
+
+  // `told`: what the picture shows, for those who do not see it.
+  element(told) {
     const {width, height} = FIT_PLOT;
-    const part = element('div', {}, element('h3', {}, this.title));
-    part.insertAdjacentHTML('beforeend', `<svg class="chart" viewBox="0 0 ${width} ${height}" role="img" ` +
-                                         `aria-label="${this.title}">${this.parts.join('')}</svg>`);
-    return part;
+    return element('div', {}, element('h3', {}, this.title),
+                   svg('svg', {class: 'chart', viewBox: `0 0 ${width} ${height}`, role: 'img', 'aria-label': `${this.title}: ${told}`},
+                       ...this.parts));
   }
 }
 
@@ -89,27 +84,28 @@ function drawInterval({value, interval, library}) {
   const x = (at) => (6 + (at - value + reach) / (2 * reach) * (width - 12)).toFixed(1);
   const side = Math.abs(library - value) <= reach ? 0 : Math.sign(library - value);
   const mark = side === 0 ? `M${x(library)} 1V17` : `M${width / 2 + side * 64} 9H${width / 2 + side * 86}l${-side * 7} -5m${side * 7} 5l${-side * 7} 5`;
-  return `<svg class="interval" viewBox="0 0 ${width} 18" width="${width}" height="18" role="img" aria-label="interval">` +
-         `<path d="M${x(interval[0])} 9H${x(interval[1])}" class="range"/><circle cx="${x(value)}" cy="9" r="4" class="value"/>` +
-         `<path d="${mark}" class="library"/></svg>`;
+  return svg('svg', {class: 'interval', viewBox: `0 0 ${width} 18`, width, height: 18, role: 'img',
+                     'aria-label': side === 0 ? 'the library’s number lies beside the interval' : 'the library’s number lies beyond the scale'},
+             svg('path', {d: `M${x(interval[0])} 9H${x(interval[1])}`, class: 'range'}),
+             svg('circle', {cx: x(value), cy: 9, r: 4, class: 'value'}), svg('path', {d: mark, class: 'library'}));
 }
 
 function quantityTable(axes) {
   const heads = ['image', '', 'value', '95 % from', 'to', 'library', ''];
-  const table = element('table', {}, element('tr', {}, ...heads.map((head, i) => element('th', {class: i > 1 && i < 6 ? 'number' : null}, head))));
+  const rows = [];
   for (const name of ['x', 'y']) {
     for (const kind of FIT_QUANTITIES) {
       const quantity = axes[name][kind.key];
       const {interval, library} = quantity;
       const number = (value, key) => element('td', {class: 'number', 'data-key': key}, fitNumber(value, kind));
       const bar = element('td');
-      if (interval && typeof library === 'number') bar.insertAdjacentHTML('beforeend', drawInterval(quantity));
-      table.append(element('tr', {}, element('td', {}, name), element('td', {}, kind.label), number(quantity.value, `${name}.${kind.key}`),
-                           ...(interval ?? ['', '']).map((bound) => (bound === '' ? element('td') : number(bound))),
-                           library === undefined ? element('td') : number(library), bar));
+      if (interval && typeof library === 'number') bar.append(guarded('The interval', () => drawInterval(quantity)));
+      rows.push([element('td', {}, name), element('td', {}, kind.label), number(quantity.value, `${name}.${kind.key}`),
+                 ...(interval ?? ['', '']).map((bound) => (bound === '' ? element('td') : number(bound))),
+                 library === undefined ? element('td') : number(library), bar]);
     }
   }
-  return table;
+  return table(heads.map((head, i) => element('th', {class: i > 1 && i < 6 ? 'number' : null}, head)), rows);
 }
 
 // The lag of frames that are alike in exposure, with the gains of all: what is left over of them by what 1 us changes.
@@ -144,10 +140,10 @@ function lagPlot(data, name, i, isOutlier) {
   plot.curve(xRange.map((at) => [at, fitted(at)]), 'trace');
   for (const {at, lag, half} of groups) {
     plot.curve([[at, lag - half], [at, lag + half]], 'range');
-    plot.add(`<circle cx="${plot.x(at).toFixed(1)}" cy="${plot.y(lag).toFixed(1)}" r="4" class="fill">` +
-             `<title>${fitNumber(lag, {digits: 0, unit: 'µs'})} at ${fitNumber(at, {digits: 0, unit: 'µs'})}</title></circle>`);
+    plot.point([at, lag], `${fitNumber(lag, FIT_QUANTITIES[0])} at ${fitNumber(at, FIT_QUANTITIES[0])}`);
   }
-  return plot.element();
+  return plot.element(`the lag is fitted as ${fitNumber(axis.lag_slope.value, {digits: 4})} of the exposure and ` +
+                      `${fitNumber(axis.lag_intercept_us.value, FIT_QUANTITIES[0])}`);
 }
 
 function searchPlot(data, name, i) {
@@ -156,12 +152,12 @@ function searchPlot(data, name, i) {
   const points = data.search.map((row) => [row[0], row[1 + i]]);
   const best = points.reduce((nearest, point) => Math.abs(point[0] - axis.lag_us.value) < Math.abs(nearest[0] - axis.lag_us.value) ? point : nearest);
   const xRange = [points[0][0], points.at(-1)[0]];
-  const yRange = [0, 1.06 * Math.max(...points.map(([, share]) => share))];
+  const yRange = [0, 1.06 * extentOf(points.map(([, share]) => share))[1]];
   const plot = new FitPlot(`Image ${name}`, xRange, yRange, 'lag, µs', 'left over, share of the motion');
   plot.curve([[axis.lag_us.library, yRange[0]], [axis.lag_us.library, yRange[1]]], 'library');
   plot.curve(points, 'trace');
-  plot.add(`<circle cx="${plot.x(best[0]).toFixed(1)}" cy="${plot.y(best[1]).toFixed(1)}" r="4" class="fill"/>`);
-  return plot.element();
+  plot.point(best, `${fitNumber(best[0], FIT_QUANTITIES[0])}`);
+  return plot.element(`least is left over at a lag of ${fitNumber(best[0], FIT_QUANTITIES[0])}`);
 }
 
 // What the fit leaves over in each frame. Outliers are marked, at the edge where they lie beyond it.
@@ -171,11 +167,12 @@ function residualPlot(data, name, i, column, label, scale, isOutlier) {
   const reach = 8 * data.axes[name].residual.value || 1;
   const plot = new FitPlot(`Image ${name}`, rangeOf(data.images.map((row) => scale * row[column])), [-1.1 * reach, 1.1 * reach], label, 'left over');
   const place = (row) => `${plot.x(scale * row[column]).toFixed(1)} ${plot.y(Math.max(-reach, Math.min(reach, residual(row)))).toFixed(1)}`;
-  plot.add(`<path d="${data.images.filter((row) => !isOutlier(row)).map((row) => `M${place(row)}h0`).join('')}" class="dots"/>`);
+  plot.add('path', {d: data.images.filter((row) => !isOutlier(row)).map((row) => `M${place(row)}h0`).join(''), class: 'dots'});
   for (const row of data.images.filter(isOutlier)) {
-    plot.add(`<path d="M${place(row)}m-4 -4l8 8m0 -8l-8 8" class="outlier"><title>frame ${row[IMAGE.frame]}: ${fitNumber(residual(row), {digits: 4, unit: ''})}</title></path>`);
+    plot.add('path', {d: `M${place(row)}m-4 -4l8 8m0 -8l-8 8`, class: 'outlier'},
+             svg('title', {}, `frame ${row[IMAGE.frame]}: ${fitNumber(residual(row), {digits: 4})}`));
   }
-  return plot.element();
+  return plot.element(`${count(data.images.length)} frames, ${count(data.outliers.length)} of them outliers`);
 }
 
 // Both curves of one axis; the plots take their colours from the page's.
@@ -244,7 +241,8 @@ function showFit(page, data) {
     section('The numbers', 'numbers', element('div', {class: 'wide-table'}, quantityTable(axes)),
             element('p', {class: 'soft hint'}, 'The bar is the interval, each on a scale of six of its half-widths; the upright line is ' +
                                                'the library’s number, an arrow points to where it lies beyond the scale.')));
-  const pair = (draw) => element('div', {class: 'pair plots'}, ...['x', 'y'].map(draw).filter(Boolean));
+  const pair = (draw) => element('div', {class: 'pair plots'},
+    ...['x', 'y'].map((name, i) => guarded(`Image ${name}`, () => draw(name, i))).filter(Boolean));
   const add = (title, id, parts, hint, missing) => page.append(section(title, id, ...(parts.some((part) => part.children.length > 0)
     ? [...parts, element('p', {class: 'soft hint'}, hint)] : [element('p', {class: 'soft'}, missing)])));
   add('Lag against exposure', 'lags', [pair((name, i) => lagPlot(data, name, i, isOutlier))],

@@ -151,7 +151,7 @@ function factsOf(result, frame) {
 function frameView(result, samples, frame, width) {
   const view = element('div', {'data-frame': frame.frame});
   const drawing = drawTiming(frame, samples, result.settings?.tolerance_us ?? 1500, width);
-  if (drawing) view.insertAdjacentHTML('beforeend', drawing);
+  if (drawing) view.append(drawing);
   else view.append(element('p', {class: 'soft'}, `Frame ${frame.frame}: the result does not hold its times, which ` +
                            'the library tells from log level 1 on, and newer results hold.'));
   view.append(factsOf(result, frame));

@@ -29,6 +29,13 @@ function settingsApart(results) {
     .map((key) => `${settingName(key)}: ${first[key] ?? MISSING} in the first, ${second[key] ?? MISSING} in the second`);
 }
 
+// What a capture says about itself where it does not hold all that was captured.
+function captureNotice(capture) {
+  if (!capture || capture.complete !== false) return [];
+  return [element('p', {class: 'notice'}, `The recording is not whole: its state is ${capture.state}, ` +
+                  `${count(capture.lost_calls)} calls and ${count(capture.lost_samples)} samples were lost.`)];
+}
+
 function shareOf(part, whole) {
   return typeof part === 'number' && whole > 0 ? part / whole : null;
 }
@@ -76,11 +83,7 @@ function findingList(findings, goTo) {
   if (findings.length === 0) return element('p', {}, 'Nothing to complain of.');
   const list = element('ul', {class: 'findings'});
   for (const finding of findings) {
-    const frames = (finding.frames?.first ?? []).map((frame) => {
-      const button = element('button', {type: 'button', title: `show frame ${frame}`}, String(frame));
-      button.addEventListener('click', () => goTo(frame));
-      return button;
-    });
+    const frames = (finding.frames?.first ?? []).map((frame) => button(String(frame), `show frame ${frame}`, () => goTo(frame)));
     const advice = finding.advice
       ? [element('p', {}, element('strong', {}, 'What helps: '), ...wholeOptions(`${typeset(finding.advice)}.`))] : [];
     list.append(element('li', {'data-code': finding.code},
@@ -103,11 +106,6 @@ function legend(layers) {
 }
 
 function overviewSection(overview, layers, sharesClock) {
-  const button = (label, title, act) => {
-    const made = element('button', {type: 'button', title}, label);
-    made.addEventListener('click', act);
-    return made;
-  };
   const part = section('Lens over time', 'overview',
     element('div', {class: 'bar'}, ...legend(layers), element('span', {class: 'buttons'},
       button('−', 'zoom out (−)', () => overview.zoom(2)), button('+', 'zoom in (+)', () => overview.zoom(0.5)),
@@ -165,7 +163,7 @@ function showCamera(page, results, camera) {
   let drawnWidth = 0;
   const show = (frame) => {
     drawnWidth = timingWidth();
-    detail.replaceChildren(...frameViews(layers, frame, drawnWidth));
+    detail.replaceChildren(guarded(`Frame ${frame.frame}`, () => element('div', {}, ...frameViews(layers, frame, drawnWidth))));
   };
   const choose = (frame) => {
     list.mark(frame);
@@ -202,6 +200,7 @@ function showReplays(page, results) {
   page.append(headerOf(results));
   for (const result of results) {
     if (result.error) page.append(element('p', {class: 'notice'}, `The replay ended early: ${result.error}`));
+    page.append(...captureNotice(result.summary?.capture));
   }
   const cameras = [...new Set(results.flatMap((result) => result.cameras))];
   const body = element('div');
@@ -239,11 +238,15 @@ function showReplays(page, results) {
 }
 
 function main() {
-  const data = JSON.parse(document.getElementById('data').textContent);
   const page = document.getElementById('page');
-  if (data[0].kind === 'calibration') showCalibration(page, data[0]);
-  else if (data[0].kind === 'fit') showFit(page, data[0]);
-  else showReplays(page, data.map(unpackResult));
+  const show = () => {
+    const data = JSON.parse(document.getElementById('data').textContent);
+    if (data[0].kind === 'calibration') showCalibration(page, data[0]);
+    else if (data[0].kind === 'fit') showFit(page, data[0]);
+    else showReplays(page, data.map(unpackResult));
+    return '';
+  };
+  page.append(guarded('The page', show));
 }
 
 main();
