@@ -57,10 +57,12 @@ TEST_F(Result, PageHoldsTimesFromTheFirstFrameAndSamplesInSteps) {
   EXPECT_EQ(frames["window_us"].dump(), "[[-50000,49000]]");
   EXPECT_EQ(frames["start_distance_us"].dump(), "[0]");
   Json const& samples = data[0]["samples"][0];
-  EXPECT_EQ(samples["time_steps_ns"].size(), 120U);
-  EXPECT_EQ(samples["time_steps_ns"][0], -75598000);  // k = -60
-  EXPECT_EQ(samples["time_steps_ns"][119], 1000000);
-  EXPECT_EQ(samples["hall_x"][0], 3600);
+  EXPECT_EQ(samples["first_ns"], -75598000);  // k = -60
+  EXPECT_EQ(samples["jumps"].dump(), "[]");
+  std::string const steps = samples["steps_ns"];
+  EXPECT_EQ(steps.size(), 640U);              // 120 numbers of four bytes, in digits of six bits
+  EXPECT_EQ(steps.substr(0, 8), "AAAAAEBC");  // 0, and the first two bytes of 1000000: 40 42
+  EXPECT_EQ(samples["hall_x"].get<std::string>().substr(0, 8), "AABhRQCQ");  // 3600 is 45610000, 3481 ..9000
   EXPECT_NE(outcome.out.find("default-src 'none'"), std::string::npos);
   EXPECT_EQ(outcome.out.find("script-src 'unsafe-inline'"), std::string::npos);
   EXPECT_EQ(outcome.out.find("sourceMappingURL"), std::string::npos);

@@ -5,35 +5,34 @@ const GRADIENT_LIMIT = 16;  // of the scale; beyond it the marker stands at the 
 const UNITY = 0x2000;  // the value that leaves a pixel as it is
 
 function drawGradient(tables, gradient) {
-  const width = 760;
+  const width = pictureWidth(760);
+  const isNarrow = width < 600;  // the names of every second table stand lower
   const edge = GRADIENT_LIMIT + .5;
   const x = (value) => 20 + (Math.min(Math.max(value, -edge), edge) + edge) * (width - 40) / (2 * edge);
-  const parts = tables.flatMap(({index, from, to}) => {
+  const parts = tables.flatMap(({index, from, to}, i) => {
+    const lower = isNarrow && i % 2 === 1 ? 36 : 0;
     const [left, right] = [x((from ?? -Infinity) - .5), x((to ?? Infinity) + .5)];
     const holds = typeof gradient === 'number' && gradient >= (from ?? -Infinity) && gradient <= (to ?? Infinity);
     const range = from === null ? `≤ ${plain(to)}` : to === null ? `≥ ${plain(from)}` : `${plain(from)} to ${plain(to)}`;
     const middle = {x: (left + right) / 2, 'text-anchor': 'middle'};
     return [svg('rect', {x: left + 1, y: 34, width: Math.max(right - left - 2, 0), height: 22, rx: 3, class: holds ? 'fill' : 'track'}),
-            svg('text', {...middle, y: 74, class: 'strong'}, `table ${index}`), svg('text', {...middle, y: 90}, range)];
+            svg('text', {...middle, y: 74 + lower, class: 'strong'}, `table ${index}`), svg('text', {...middle, y: 90 + lower}, range)];
   });
   if (typeof gradient === 'number') {
     const at = x(gradient);
+    const anchor = at < 60 ? 'start' : at > width - 60 ? 'end' : 'middle';
     parts.push(svg('path', {d: `M${at} 60l-6 -10h12z`, transform: `rotate(180 ${at} 55) translate(0 25)`, class: 'ink'}),
-               svg('text', {x: at, y: 16, 'text-anchor': 'middle', class: 'strong'}, `gradient ${plain(gradient)}`));
+               svg('text', {x: at, y: 16, 'text-anchor': anchor, class: 'strong'}, `gradient ${plain(gradient)}`));
   }
   const label = `gradient ${plain(gradient)} among the ranges of ${tables.length} tables`;
-  return svg('svg', {class: 'chart', viewBox: `0 0 ${width} 98`, role: 'img', 'aria-label': label}, ...parts);
-}
-
-function extentOf(rows) {
-  return rows.flat().reduce(([least, most], value) => [Math.min(least, value), Math.max(most, value)], [Infinity, -Infinity]);
+  return svg('svg', {class: 'chart', viewBox: `0 0 ${width} ${isNarrow ? 134 : 98}`, role: 'img', 'aria-label': label}, ...parts);
 }
 
 // The block's nine rows as curves below each other, on one scale.
 function drawRows(rows, title) {
-  const width = 640;
+  const width = pictureWidth(640);
   const rowHeight = 34;
-  const [least, greatest] = extentOf(rows);
+  const [least, greatest] = extentOf(rows.flat());
   const most = Math.max(greatest, least + 1);
   const parts = rows.flatMap((row, r) => {
     const top = 6 + r * rowHeight;
@@ -52,7 +51,7 @@ function blockPart(title, rows) {
     part.append(element('p', {class: 'soft'}, 'Not there.'));
     return part;
   }
-  const [least, most] = extentOf(rows);
+  const [least, most] = extentOf(rows.flat());
   const unity = least <= UNITY && UNITY <= most ? `; the line is ${count(UNITY)}, a gain of 1` : '';
   part.append(guarded('The curve', () => drawRows(rows, title)),
               element('p', {class: 'soft'}, `${rows[0].length} values a row, ${count(least)} to ${count(most)}${unity}`));

@@ -43,6 +43,11 @@ function section(title, id, ...children) {
                  ...children);
 }
 
+// The width in which a picture is drawn, so that its texts keep their size on a narrow page.
+function pictureWidth(most) {
+  return Math.max(Math.min(most, document.documentElement.clientWidth - 62), 260);
+}
+
 // A part of the page, or in its place that it cannot be drawn; `what` names it in the message.
 function guarded(what, make) {
   try {

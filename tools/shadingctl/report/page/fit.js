@@ -2,7 +2,7 @@
 // A fit: its verdict and quantities beside the library's numbers, the lag against the exposure, what other lags leave
 // over, what the fit leaves over in each frame, and the image that was measured with the one that the fit expects.
 
-const FIT_PLOT = {width: 640, height: 300, left: 64, right: 30, top: 26, bottom: 42};
+const FIT_PLOT = {height: 300, left: 64, right: 30, top: 26, bottom: 42};
 const IMAGE = {frame: 0, seconds: 1, exposure: 2, slopeBy: 3, measured: 4, fitted: 6, byLag: 8};  // of a row; then y
 const LAG_GROUPS = 10;
 const FIT_QUANTITIES = [
@@ -36,13 +36,14 @@ function rangeOf(values, room = 0.06) {
 // A plot's frame with its scales; `title` names what stands above it.
 class FitPlot {
   constructor(title, xRange, yRange, xLabel, yLabel) {
-    const {width, height, left, right, top, bottom} = FIT_PLOT;
+    const {height, left, right, top, bottom} = FIT_PLOT;
+    const width = this.width = pictureWidth(640);
     this.title = title;
     this.x = (value) => left + (value - xRange[0]) / (xRange[1] - xRange[0]) * (width - left - right);
     this.y = (value) => height - bottom - (value - yRange[0]) / (yRange[1] - yRange[0]) * (height - top - bottom);
     this.parts = [];
     const text = (at, digits) => fitNumber(at, {digits, unit: ''});
-    const across = ticksOf(xRange, 5);
+    const across = ticksOf(xRange, width < 500 ? 3 : 5);
     for (const at of across.ticks) {
       const x = this.x(at).toFixed(1);
       this.add('path', {d: `M${x} ${top}V${height - bottom}`, class: 'line'});
@@ -69,9 +70,9 @@ class FitPlot {
 
   // `told`: what the picture shows, for those who do not see it.
   element(told) {
-    const {width, height} = FIT_PLOT;
+    const {width} = this;
     return element('div', {}, element('h3', {}, this.title),
-                   svg('svg', {class: 'chart', viewBox: `0 0 ${width} ${height}`, role: 'img', 'aria-label': `${this.title}: ${told}`},
+                   svg('svg', {class: 'chart', viewBox: `0 0 ${width} ${FIT_PLOT.height}`, role: 'img', 'aria-label': `${this.title}: ${told}`},
                        ...this.parts));
   }
 }
@@ -178,7 +179,7 @@ function residualPlot(data, name, i, column, label, scale, isOutlier) {
 // Both curves of one axis; the plots take their colours from the page's.
 class ImagePlot {
   constructor(images, name, i) {
-    this.element = element('div', {class: 'plot'});
+    this.element = element('div', {class: 'plot image', role: 'img', 'aria-label': `image ${name} of ${count(images.length)} frames, measured and fitted`});
     this.options = {
       labels: ['frame', `measured ${name}`, `fitted ${name}`], ylabel: `image ${name}`, legend: 'never', strokeWidth: 1.2,
       series: {[`measured ${name}`]: {drawPoints: true, pointSize: 1.6, strokeWidth: 0}}, highlightCircleSize: 0,

@@ -25,6 +25,10 @@ function duration(us) {
   return Math.abs(us) >= 10000 ? milliseconds(us, 1) : microseconds(us);
 }
 
+function seconds(us, digits) {
+  return (us / 1e6).toFixed(digits).replace(/^-/, '−').replace(/^−(0\.0+)$/, '$1');
+}
+
 // A share that is neither nothing nor all is never rounded to 0 or 100 %.
 function percent(share) {
   if (share === null || share === undefined) return MISSING;
@@ -48,6 +52,16 @@ function count(value) {
 // A text of the tool, which writes ASCII.
 function typeset(text) {
   return text.replace(/(\d) us\b/g, '$1\u00a0µs');
+}
+
+// The least and the greatest of numbers.
+function extentOf(values) {
+  let [least, most] = [Infinity, -Infinity];
+  for (const value of values) {
+    if (value < least) least = value;
+    if (value > most) most = value;
+  }
+  return [least, most];
 }
 
 // At most some `most` round numbers of a range: a step of 1, 2 or 5 times a power of ten. None where the range has no

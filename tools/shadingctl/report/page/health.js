@@ -1,10 +1,11 @@
 'use strict';
 // How regular the samples are: rate, jitter, gaps.
 
-const CHART = {width: 640, height: 210, left: 8, right: 8, bottom: 32, top: 28};
+const CHART = {height: 210, left: 8, right: 8, bottom: 32, top: 28};
 
 function drawHistogram(histogram) {
-  const {width, height, left, right, bottom, top} = CHART;
+  const {height, left, right, bottom, top} = CHART;
+  const width = pictureWidth(640);
   const most = histogram.counts.reduce((a, b) => Math.max(a, b));
   const step = (width - left - right) / histogram.counts.length;
   const floor = height - bottom;
@@ -40,7 +41,7 @@ function gapTable(gaps) {
   const shown = gaps.slice(0, 8);
   const number = (name, text) => element(name, {class: 'number'}, text);
   const longest = table([number('th', 'after the sample at'), number('th', 'no sample for')], shown.map((gap) =>
-    [number('td', `${(gap.atUs / 1e6).toFixed(4)} s`), number('td', duration(gap.lengthUs))]));
+    [number('td', `${(gap.fromUs / 1e6).toFixed(4)} s`), number('td', duration(gap.lengthUs))]));
   const more = gaps.length > shown.length ? [element('p', {class: 'soft'}, `and ${gaps.length - shown.length} more`)] : [];
   return element('div', {}, element('h3', {}, gaps.length > 0 ? 'Longest gaps' : 'No gaps'),
                  ...(gaps.length > 0 ? [longest] : []), ...more);
@@ -61,10 +62,10 @@ function healthOf(result, camera) {
     parts.push(element('p', {class: 'soft'}, 'The result holds no samples (replay --samples keeps them).'));
     return parts;
   }
-  const intervals = intervalsOf(samples);
+  const {intervals} = samples;
   const histogram = histogramOf(intervals, 60);
   const chart = element('div', {}, element('h3', {}, 'Intervals between samples, gaps and repeats apart'));
   if (histogram) chart.append(guarded('The histogram', () => drawHistogram(histogram)));
-  parts.push(element('div', {class: 'pair'}, chart, gapTable(intervals.gaps)));
+  parts.push(element('div', {class: 'pair'}, chart, gapTable([...intervals.gaps].sort((a, b) => b.lengthUs - a.lengthUs))));
   return parts;
 }

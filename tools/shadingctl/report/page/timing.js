@@ -26,8 +26,8 @@ const NARROW_TIMING = 620;  // px, below which the names of the rows stand above
 // The middles of the rows, in px; beside names and figures there is room from `gutter` on.
 const WIDE_ROWS = {gutter: 226, axis: 62, first: 92, last: 118, readout: 144, raw: 206, aligned: 248, span: 318, covered: 346,
                    window: 372, height: 400};
-const NARROW_ROWS = {gutter: TIMING_MARGIN, axis: 78, first: 112, last: 152, readout: 192, raw: 264, aligned: 312, span: 400,
-                     covered: 438, window: 474, height: 494};
+const NARROW_ROWS = {gutter: TIMING_MARGIN, axis: 46, first: 80, last: 118, readout: 156, raw: 224, aligned: 286, span: 374,
+                     covered: 410, window: 444, height: 462};
 
 // What the picture shows: the exposure, the readout, both tolerances and the span, in us from the frame timestamp.
 function timingExtent(frame, toleranceUs) {
@@ -85,10 +85,12 @@ class TimingDrawing {
     this.add('text', {x, y, ...attributes}, text);
   }
 
-  row(y, name, figure) {
+  // `half`: the height of what is drawn above the row's middle.
+  row(y, name, figure, half = 8) {
     const isAbove = this.rows === NARROW_ROWS;
-    this.text(TIMING_MARGIN, isAbove ? y - 13 : y + 5, name, {class: 'name'});
-    this.text(isAbove ? this.right : this.left - 16, isAbove ? y - 13 : y + 5, figure, {'text-anchor': 'end', class: 'soft'});
+    const base = isAbove ? y - half - 4 : y + 5;
+    this.text(TIMING_MARGIN, base, name, {class: 'name'});
+    this.text(isAbove ? this.right : this.left - 16, base, figure, {'text-anchor': 'end', class: 'soft'});
   }
 
   bar(fromUs, toUs, middle, height, type) {
@@ -165,7 +167,7 @@ function drawSamples(drawing, frame, samples, toleranceUs, startUs) {
   drawing.row(raw, 'samples as stamped', samples ? '' : MISSING);
   drawing.dots(found.map((dot) => dot.rawUs), raw, radius, 'raw');
   drawing.row(aligned, 'samples aligned', typeof frame.offset_us === 'number'
-    ? `${frame.offset_us > 0 ? '−' : '+'}${milliseconds(Math.abs(frame.offset_us))}` : '');
+    ? `${frame.offset_us > 0 ? '−' : '+'}${milliseconds(Math.abs(frame.offset_us))}` : '', 26);
   // Those of the span last, over repeats of theirs that came too late for it.
   const isInSpan = (us) => frame.span_us && us >= frame.span_us[0] - timeUs && us <= frame.span_us[1] - timeUs;
   const times = found.map((dot) => dot.alignedUs);
@@ -205,7 +207,7 @@ function drawTiming(frame, samples, toleranceUs, width = TIMING_WIDTH) {
     `${frame.span_us ? `${percent(frame.coverage)} of the readout covered` : 'without a span'}`);
   drawing.add('style', {}, TIMING_STYLE);
   drawing.add('rect', {class: 'surface', width, height: drawing.rows.height, rx: 6});
-  drawing.text(TIMING_MARGIN, 30, timingTitle(frame), {class: 'title'});
+  if (drawing.rows === WIDE_ROWS) drawing.text(TIMING_MARGIN, 30, timingTitle(frame), {class: 'title'});
   drawAxis(drawing);
   drawSensor(drawing, frame, startUs);
   drawSamples(drawing, frame, samples, toleranceUs, startUs);
