@@ -38,9 +38,11 @@ class FrameList {
     const bar = element('div', {class: 'bar', role: 'group', 'aria-label': 'kinds of frames to list'});
     this.hidden = new Set();
     this.onlyDiffering = false;
+    const counts = new Map();
+    for (const {kind} of this.all) counts.set(kind, (counts.get(kind) ?? 0) + 1);
     for (const kind of KINDS) {
-      const frames = this.all.filter((frame) => frame.kind === kind.key).length;
-      if (frames === 0) continue;
+      const frames = counts.get(kind.key);
+      if (!frames) continue;
       const box = element('input', {type: 'checkbox', checked: ''});
       box.addEventListener('change', () => {
         if (box.checked) this.hidden.delete(kind.key);

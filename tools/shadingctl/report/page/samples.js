@@ -99,10 +99,11 @@ class Series {
       before = i;
     };
     const parts = last - first <= 4 * buckets ? last - first : buckets;
+    const step = (last - first) / parts;
+    const grain = this.levels.findLast(({size}) => 8 * size <= step)?.size ?? 1;  // parts begin where blocks do
+    const place = (part) => (part === parts ? last : Math.max(Math.floor((first + part * step) / grain) * grain, first));
     for (let part = 0; part < parts; ++part) {
-      const begin = first + Math.floor(part * (last - first) / parts);
-      const end = first + Math.floor((part + 1) * (last - first) / parts);
-      const [least, most] = this.extremes(begin, end);
+      const [least, most] = this.extremes(place(part), place(part + 1));
       add(Math.min(least, most));
       if (least !== most) add(Math.max(least, most));
     }
