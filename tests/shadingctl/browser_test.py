@@ -446,7 +446,7 @@ class Reports(unittest.TestCase):
         self.browser.settle()
         values = self.browser.run('return document.querySelector(".values").textContent')
         self.assertAlmostEqual(float(values.split(' s')[0]), middle, delta=0.02)
-        for part in ('gaps', 'frame ', 'x ', 'interval '):
+        for part in ('no samples', 'frame ', 'x ', 'interval '):
             self.assertIn(part, values)
         ActionChains(self.browser.driver).key_down('\ue008').drag_and_drop_by_offset(plot, width // 4, 0).key_up('\ue008').perform()
         self.browser.settle()

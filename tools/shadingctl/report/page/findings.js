@@ -9,15 +9,16 @@ function rankOf(finding) {
   return rank < 0 ? SEVERITIES.length : rank;
 }
 
-// A finding's stretches of a result's time in us; none where it tells none. Frames of the camera tell their own times.
+// A finding's stretches of a result's time in us; none where it tells none. They are told in s since the camera's first
+// frame, which a result of some frames may lack: then the frames at both ends tell the time, if they are there.
 function stretchesOf(result, finding) {
-  const byNumber = result.timesByFrame(finding.camera ?? result.cameras[0]);
-  const stretches = (finding.intervals ?? []).map((interval) => {
-    const [first, last] = [byNumber.get(interval.first_frame), byNumber.get(interval.last_frame)];
-    return {fromUs: first ?? interval.from_s * 1e6, toUs: last ?? interval.to_s * 1e6, firstFrame: interval.first_frame,
-            lastFrame: interval.last_frame};
-  });
-  return stretches.filter(({fromUs, toUs}) => Number.isFinite(fromUs) && Number.isFinite(toUs));
+  const timeOf = result.timesByFrame(finding.camera ?? result.cameras[0]);
+  const isWhole = !result.settings?.only && !result.settings?.range;
+  const beginUs = timeOf.values().next().value;
+  const at = (since, frame) => (isWhole && typeof since === 'number' ? beginUs + since * 1e6 : timeOf.get(frame));
+  return (finding.intervals ?? []).map((interval) => ({
+    fromUs: at(interval.from_s, interval.first_frame), toUs: at(interval.to_s, interval.last_frame), firstFrame: interval.first_frame,
+  })).filter(({fromUs, toUs}) => Number.isFinite(fromUs) && Number.isFinite(toUs));
 }
 
 // Whether a frame is one that a finding tells of, as far as the result tells which.
@@ -101,8 +102,7 @@ function eventRows(result, samples, frames, camera) {
     name: finding.code, colour: finding.severity === 'note' ? 'quiet' : finding.severity === 'lost' ? 'none' : 'carried',
     intervals: stretchesOf(result, finding),
   }));
-  const isTold = rows.some(({name, intervals}) => name === 'gaps' && intervals.length > 0);
-  if (!isTold) rows.push({name: 'gaps', colour: 'last', intervals: samples?.intervals.gaps ?? []});
+  rows.push({name: 'no samples', colour: 'last', intervals: samples?.intervals.gaps ?? []});
   const switches = frames.filter((frame, i) => i > 0 && typeof frame.readout_us === 'number' && typeof frames[i - 1].readout_us === 'number' &&
                                               frame.readout_us !== frames[i - 1].readout_us);
   rows.push({name: 'modes', colour: 'focus', intervals: switches.map(({timeUs}) => ({fromUs: timeUs, toUs: timeUs}))});

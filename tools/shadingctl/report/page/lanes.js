@@ -2,6 +2,7 @@
 // Lanes below the plots: what a plot of positions cannot show, and when things happened.
 
 const LANE_PLOT = {height: 52, top: 5, bottom: 5};  // px
+const NEAR_US = 25000;  // a value of a frame further away is not that of the pointer's time
 const EVENT_ROW = 15;  // px of a row of events
 
 // A canvas as wide as the plots; `label` stands beside it, `told` says what the picture shows.
@@ -96,14 +97,13 @@ class ValueLane extends Lane {
     context.fillText(this.format(this.range[0]), left - 5, LANE_PLOT.height - LANE_PLOT.bottom + 1);
   }
 
-  // The value at a time, of the first layer.
+  // The value at a time, of the first layer: an interval that goes on then, or that of a frame near by.
   at(us, shiftUs) {
     const series = this.series[0];
     if (!series || series.timesUs.length === 0) return null;
-    const after = Math.min(lowerBound(series.timesUs, us - shiftUs), series.timesUs.length - 1);
-    const before = Math.max(after - 1, 0);
-    const isBefore = Math.abs(series.timesUs[before] - us + shiftUs) < Math.abs(series.timesUs[after] - us + shiftUs);
-    return series.values[isBefore ? before : after];
+    if (!this.frames) return series.values[Math.max(lowerBound(series.timesUs, us - shiftUs + 1e-3) - 1, 0)];
+    const nearest = nearestIndex(series.timesUs, us - shiftUs);
+    return Math.abs(series.timesUs[nearest] - us + shiftUs) < NEAR_US ? series.values[nearest] : null;
   }
 }
 
