@@ -628,7 +628,12 @@ class Reports(unittest.TestCase):
             self.assertEqual(self.browser.run('return document.querySelectorAll("#residuals .outlier").length'),
                              4 * len(result['outliers']))
         self.assertIn('vary too little', self.browser.run('return document.querySelector("#lags").textContent'))
+        result = self.result('fit')
         self.open('fit')
+        outlier = result['outliers'][3]['frame']
+        self.browser.run('[...document.querySelectorAll("#image button")].find((one) => one.textContent === arguments[0]).click()', str(outlier))
+        self.browser.settle()
+        self.assertIn(f'frame {outlier} ·', self.browser.run('return document.querySelector("#image .values").textContent'))
         # The library's lag is far off, and yet every bar shows its interval.
         widths = self.browser.run('return [...document.querySelectorAll(".interval .range")].map((e) => e.getBBox().width)')
         self.assertEqual(len(widths), 6)

@@ -139,7 +139,7 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
       {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": {}, "block": {"values": [[{}]]}}]})",
        "cameras[0].block.values[0][0]: expected a number, found {}"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "settings": {"tolerance_us": -1}})",
-       "settings.tolerance_us: expected a number from 0, found -1"},
+       "settings.tolerance_us: expected a number from 0 or null, found -1"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "findings": [{"code": "gaps"}]})",
        "findings[0].text: expected a text, found null"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "summary": {"cameras": [{"camera": "0"}]}})",
