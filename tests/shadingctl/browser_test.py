@@ -9,6 +9,7 @@ with 77 (skipped) where Chromium, its driver or Selenium is missing.
 
 import base64
 import json
+import math
 import pathlib
 import shutil
 import struct
@@ -539,7 +540,14 @@ class Reports(unittest.TestCase):
             self.assertEqual({key for key, _ in marked}, differing[number] & set(self.shown()))
             self.expect_numbers(dict(beside), second[number])
             self.browser.press('ArrowRight')
+        apart = {number: math.dist((frame['hall_x'], frame['hall_y']), (second[number]['hall_x'], second[number]['hall_y']))
+                 for number, frame in first.items() if None not in (frame['hall_x'], second[number]['hall_x'])}
+        sizes = sorted(filter(None, apart.values()), reverse=True)
+        for key, size in (('}', sizes[0]), ('}', sizes[1]), ('{', sizes[0])):
+            self.browser.press(key)
+            self.assertEqual(apart[self.place_shown()[0]], size, 'the frames by the size of their difference')
         text = self.browser.run('return document.body.innerText')
+        self.assertIn(f'{len(sizes)} positions differ, median {sizes[len(sizes) - 1 - len(sizes) // 2]:.3f}', text)
         self.assertIn('reset matched: false in the first, true in the second', text)
         codes = [self.browser.run('return [...document.querySelectorAll(`#findings-${arguments[0]} [data-code]`)]'
                                   '.map((e) => e.dataset.code)', part) for part in ('both', '0')]

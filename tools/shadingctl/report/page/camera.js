@@ -106,7 +106,8 @@ class CameraView {
   // Takes the number of a frame, or a time in s with a point or its unit.
   goBox() {
     const answer = element('span', {class: 'soft', role: 'status'});
-    const box = element('input', {type: 'text', class: 'go', size: 12, placeholder: 'frame or 1.25 s', 'aria-label': 'go to a frame’s number or a time in s'});
+    const box = element('input', {type: 'text', class: 'go', size: 12, placeholder: 'frame or 1.25 s',
+                                  'aria-label': 'go to a frame’s number or a time in s'});
     box.addEventListener('keydown', (event) => {
       event.stopPropagation();
       if (event.key !== 'Enter') return;

@@ -72,9 +72,12 @@ function spanDifference(frame) {
 
 function differenceLanes(layers) {
   const first = layers.slice(0, 1);
-  return [frameLane({name: 'difference', unit: '', meaning: 'how far apart the positions are', valueOf: positionDifference, format: threeDigits}, first),
-          frameLane({name: 'span diff.', unit: 'ms', meaning: 'how much later the second’s span begins', valueOf: spanDifference, format: inMs}, first)]
-    .filter((lane) => lane && lane.range[0] < lane.range[1]);
+  return [
+    frameLane({name: 'difference', unit: '', meaning: 'how far apart the positions are', valueOf: positionDifference,
+               format: threeDigits}, first),
+    frameLane({name: 'span diff.', unit: 'ms', meaning: 'how much later the second’s span begins', valueOf: spanDifference,
+               format: inMs}, first),
+  ].filter((lane) => lane && lane.range[0] < lane.range[1]);
 }
 
 // The medians of the differences, and buttons that step through the frames by the size of theirs.
@@ -89,8 +92,10 @@ class Differences {
       return values.length > 0 ? [`${count(values.length)} ${what} differ, median ${round(medianOf(values))}`] : [];
     };
     const told = [...median('positions', positionDifference, position), ...median('spans', spanDifference, microseconds)];
-    this.element = element('div', {class: 'bar differences'}, element('span', {}, told.length > 0 ? told.join('; ') : 'No position and no span differs.'),
-      button('‹ larger', 'the next larger difference ({)', () => this.step(-1)), button('smaller ›', 'the next smaller difference, at first the largest (})', () => this.step(1)));
+    this.element = element('div', {class: 'bar differences'},
+      element('span', {}, told.length > 0 ? told.join('; ') : 'No position and no span differs.'),
+      button('‹ larger', 'the next larger difference ({)', () => this.step(-1)),
+      button('smaller ›', 'the next smaller difference, at first the largest (})', () => this.step(1)));
   }
 
   step(by) {

@@ -35,7 +35,8 @@ function reasonOf(frame, toleranceUs) {
   if (nearest) return `${frame.match}: no sample within ${microseconds(toleranceUs)} of the start, nearest ${typeset(nearest[1])}`;
   if (frame.message) return `${frame.match}: ${typeset(frame.message)}`;
   if (frame.match !== 'start') return frame.match;
-  const start = typeof frame.start_distance_us === 'number' ? `a sample ${microseconds(frame.start_distance_us)} from the start` : 'a sample near the start';
+  const start = typeof frame.start_distance_us === 'number' ? `a sample ${microseconds(frame.start_distance_us)} from the start`
+    : 'a sample near the start';
   const end = frame.end === 'near' ? `, and one ${microseconds(frame.end_distance_us)} from the end`
     : frame.end === 'last' ? '; none near the end, the window’s last stands in' : '';
   return `start: ${start}${end}`;

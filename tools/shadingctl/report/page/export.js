@@ -51,6 +51,7 @@ function save(name, text) {
 function exportButtons(overview) {
   const layer = overview.layers[0];
   const made = [button('frames CSV', 'saves the frames that are shown', () => save('frames.csv', framesCsv(layer, overview.view)))];
-  if (layer.samples) made.push(button('samples CSV', 'saves the samples that are shown', () => save('samples.csv', samplesCsv(layer, overview.view))));
+  const saveSamples = () => save('samples.csv', samplesCsv(layer, overview.view));
+  if (layer.samples) made.push(button('samples CSV', 'saves the samples that are shown', saveSamples));
   return made;
 }

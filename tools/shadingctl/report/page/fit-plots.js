@@ -163,7 +163,9 @@ class ImagePlots {
   tell(frame) {
     const row = this.images.find((one) => one[IMAGE.frame] === frame);
     if (!row) return;
-    const values = ['x', 'y'].map((name, i) => `${name} measured ${fitNumber(row[IMAGE.measured + i], {digits: 3})}, fitted ${fitNumber(row[IMAGE.fitted + i], {digits: 3})}`);
-    this.values.replaceChildren(`frame ${frame} · ${row[IMAGE.seconds].toFixed(3)} s · exposure ${fitNumber(row[IMAGE.exposure], {digits: 0, unit: 'µs'})} · ${values.join(' · ')}`);
+    const value = (column) => fitNumber(row[column], {digits: 3});
+    const values = ['x', 'y'].map((name, i) => `${name} measured ${value(IMAGE.measured + i)}, fitted ${value(IMAGE.fitted + i)}`);
+    const exposure = `exposure ${microseconds(row[IMAGE.exposure])}`;
+    this.values.replaceChildren([`frame ${frame}`, `${row[IMAGE.seconds].toFixed(3)} s`, exposure, ...values].join(' · '));
   }
 }

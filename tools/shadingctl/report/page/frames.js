@@ -58,7 +58,8 @@ class FrameList {
   }
 
   findingFilter() {
-    const choice = element('select', {class: 'finding-filter', 'aria-label': 'only frames of a finding'}, element('option', {value: ''}, 'all findings'),
+    const choice = element('select', {class: 'finding-filter', 'aria-label': 'only frames of a finding'},
+                           element('option', {value: ''}, 'all findings'),
                            ...this.findings.map(({code}, i) => element('option', {value: i}, code)));
     this.finding = null;
     choice.addEventListener('change', () => {

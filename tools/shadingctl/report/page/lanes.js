@@ -146,7 +146,8 @@ class EventLane extends Lane {
 
 // A lane of the frames' values; null where none has one.
 function frameLane({name, unit, meaning, valueOf, format}, layers) {
-  const parts = layers.map(({index}) => index.frames.map((frame) => ({frame, value: valueOf(frame)})).filter(({value}) => typeof value === 'number'));
+  const parts = layers.map(({index}) => index.frames.map((frame) => ({frame, value: valueOf(frame)}))
+    .filter(({value}) => typeof value === 'number'));
   if (parts.every((part) => part.length === 0)) return null;
   const series = parts.map((part) => new Series(Float64Array.from(part, ({frame}) => readoutPlace(frame).toUs),
                                                 Float64Array.from(part, ({value}) => value)));

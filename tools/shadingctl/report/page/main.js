@@ -83,13 +83,12 @@ class ReplayPage {
   }
 
   listen() {
-    const act = (name, ...rest) => () => name.call(...rest);
     const actions = () => {
       const {list, overview, pointer, differences} = this.view;
+      const [next, previous] = [() => list.step(1), () => list.step(-1)];
       return {
-        ArrowRight: act(list.step, list, 1), ArrowDown: act(list.step, list, 1), j: act(list.step, list, 1),
-        ArrowLeft: act(list.step, list, -1), ArrowUp: act(list.step, list, -1), k: act(list.step, list, -1),
-        ']': act(list.stepToTrouble, list, 1), '[': act(list.stepToTrouble, list, -1),
+        ArrowRight: next, ArrowDown: next, j: next, ArrowLeft: previous, ArrowUp: previous, k: previous,
+        ']': () => list.stepToTrouble(1), '[': () => list.stepToTrouble(-1),
         '}': () => differences?.step(1), '{': () => differences?.step(-1),
         '+': () => overview.zoom(0.5), '-': () => overview.zoom(2), 0: () => overview.show(overview.full),
         ',': () => overview.pan(-0.25), '.': () => overview.pan(0.25),
@@ -99,7 +98,8 @@ class ReplayPage {
     document.addEventListener('keydown', (event) => {
       const isOther = event.target instanceof HTMLSelectElement || event.target instanceof HTMLInputElement;
       if (!this.view || event.ctrlKey || event.metaKey || event.altKey || isOther) return;
-      const action = actions()[event.key];
+      const known = actions();
+      const action = Object.hasOwn(known, event.key) ? known[event.key] : null;
       if (!action) return;
       event.preventDefault();
       action();

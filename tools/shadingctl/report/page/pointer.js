@@ -12,7 +12,8 @@ function motionOf(samples, begin, end) {
 }
 
 function rangeText({samples, index, shiftUs}, [from, to]) {
-  const parts = [`${seconds(from, 4)} to ${seconds(to, 4)} s`, duration(to - from), `${count(lowerBound(index.endsUs, to - shiftUs) - lowerBound(index.endsUs, from - shiftUs))} frames`];
+  const frames = lowerBound(index.endsUs, to - shiftUs) - lowerBound(index.endsUs, from - shiftUs);
+  const parts = [`${seconds(from, 4)} to ${seconds(to, 4)} s`, duration(to - from), `${count(frames)} frames`];
   if (samples) {
     const [begin, end] = [lowerBound(samples.timesUs, from - shiftUs), lowerBound(samples.timesUs, to - shiftUs)];
     parts.push(`${count(end - begin)} samples`);
@@ -57,8 +58,10 @@ class Pointer {
     if (event.button !== 0) return;
     this.overview.element.setPointerCapture(event.pointerId);
     this.fingers.set(event.pointerId, event.clientX);
-    this.start = {x: event.clientX, us: this.overview.timeAt(event.clientX), view: this.overview.view, measures: event.shiftKey,
-                  fingers: [...this.fingers.values()], isClick: this.fingers.size === 1};
+    const fingers = [...this.fingers.values()];
+    const middle = fingers.reduce((sum, x) => sum + x, 0) / fingers.length;
+    this.start = {x: event.clientX, us: this.overview.timeAt(middle), view: this.overview.view, measures: event.shiftKey, fingers,
+                  isClick: fingers.length === 1};
     event.preventDefault();
   }
 
@@ -77,9 +80,8 @@ class Pointer {
     } else if (fingers.length === 2 && this.fingers.size === 2) {
       const [a, b] = this.fingers.values();
       const factor = Math.abs(fingers[0] - fingers[1]) / Math.max(Math.abs(a - b), 1);
-      const middle = from + ((fingers[0] + fingers[1]) / 2 - this.overview.element.getBoundingClientRect().left - this.overview.area().left) * usAPixel;
-      this.overview.show([middle - (middle - from) * factor, middle + (to - middle) * factor]);
-    } else {
+      this.overview.show([us - (us - from) * factor, us + (to - us) * factor]);
+    } else if (fingers.length === 1) {
       const byUs = (event.clientX - x) * usAPixel;
       this.overview.show([from - byUs, to - byUs]);
     }
