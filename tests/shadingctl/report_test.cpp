@@ -57,11 +57,14 @@ TEST_F(Result, PageHoldsTimesFromTheFirstFrameAndSamplesInSteps) {
   EXPECT_EQ(frames["window_us"].dump(), "[[-50000,49000]]");
   EXPECT_EQ(frames["start_distance_us"].dump(), "[0]");
   Json const& samples = data[0]["samples"][0];
-  EXPECT_EQ(samples["time_steps_ns"].size(), 120U);
-  EXPECT_EQ(samples["time_steps_ns"][0], -75598000);  // k = -60
-  EXPECT_EQ(samples["time_steps_ns"][119], 1000000);
-  EXPECT_EQ(samples["hall_x"][0], 3600);
+  EXPECT_EQ(samples["first_ns"], -75598000);  // k = -60
+  EXPECT_EQ(samples["jumps"].dump(), "[]");
+  std::string const steps = samples["steps_ns"];
+  EXPECT_EQ(steps.size(), 640U);              // 120 numbers of four bytes, in digits of six bits
+  EXPECT_EQ(steps.substr(0, 8), "AAAAAEBC");  // 0, and the first two bytes of 1000000: 40 42
+  EXPECT_EQ(samples["hall_x"].get<std::string>().substr(0, 8), "AABhRQCQ");  // 3600 is 45610000, 3481 ..9000
   EXPECT_NE(outcome.out.find("default-src 'none'"), std::string::npos);
+  EXPECT_EQ(outcome.out.find("script-src 'unsafe-inline'"), std::string::npos);
   EXPECT_EQ(outcome.out.find("sourceMappingURL"), std::string::npos);
 }
 
@@ -131,6 +134,16 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
        "schema: expected \"shadingctl-replay\" or \"shadingctl-calibration\" or \"shadingctl-fit\", found 1"},
       {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": 1}]})",
        "cameras[0].table: expected an object, found 1"},
+      {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [], "tables": [{"index": "<b>"}]})",
+       "tables[0].index: expected a whole number, found \"<b>\""},
+      {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": {}, "block": {"values": [[{}]]}}]})",
+       "cameras[0].block.values[0][0]: expected a number, found {}"},
+      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "settings": {"tolerance_us": -1}})",
+       "settings.tolerance_us: expected a number from 0 or null, found -1"},
+      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "findings": [{"code": "gaps"}]})",
+       "findings[0].text: expected a text, found null"},
+      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "summary": {"cameras": [{"camera": "0"}]}})",
+       "summary.cameras[0].camera: expected a whole number, found \"0\""},
       {R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": null})",
        "shorter_us: expected a number, found null"},
       {R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": 1,

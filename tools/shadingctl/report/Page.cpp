@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+#include <cstring>
+#include <limits>
 #include <string_view>
 
 #include "hosting/UnusableInput.h"
@@ -37,6 +40,32 @@ Json SinceOrigin(Column column, Json const& value, std::int64_t originNs) {
   return {since(value[0], originNs / 1000), since(value[1], originNs / 1000)};
 }
 
+template <class Number>
+void AppendBytes(Number number, std::string& bytes) {
+  char text[sizeof number];
+  std::memcpy(text, &number, sizeof number);
+  bytes.append(text, sizeof number);
+}
+
+// No number where single precision holds none.
+float Position(std::optional<double> const& position) {
+  bool const isHeld = position && std::abs(*position) <= std::numeric_limits<float>::max();
+  return isHeld ? static_cast<float>(*position) : std::numeric_limits<float>::quiet_NaN();
+}
+
+std::string Base64(std::string_view bytes) {
+  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  text.reserve((bytes.size() + 2) / 3 * 4);
+  auto const at = [&](std::size_t i) { return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0U; };
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    std::uint32_t const three = at(i) << 16 | at(i + 1) << 8 | at(i + 2);
+    for (int shift = 18; shift >= 0; shift -= 6) text += kDigits[three >> shift & 63];
+  }
+  for (std::size_t i = bytes.size(); i % 3 != 0; ++i) text[text.size() - 3 + i % 3] = '=';
+  return text;
+}
+
 }  // namespace
 
 void PageData::Add(ResultRow const& row) {
@@ -59,14 +88,14 @@ void PageData::Add(ResultRow const& row) {
 void PageData::Add(DeliveredSample const& sample) {
   auto const [place, isNew] = mSamples.try_emplace(sample.camera);
   Samples& samples = place->second;
-  if (isNew) {
-    samples.firstNs = sample.timeNs;
-  } else {
-    samples.stepsNs += fmt::format(",{}", WrappingDifference(sample.timeNs, samples.latestNs));
-  }
+  if (isNew) samples.firstNs = samples.latestNs = sample.timeNs;
+  std::int64_t const stepNs = WrappingDifference(sample.timeNs, samples.latestNs);
+  auto const held = static_cast<std::int32_t>(stepNs);
+  if (held != stepNs) samples.jumps += fmt::format(",[{},{}]", samples.steps.size() / sizeof held, stepNs);
+  AppendBytes(held, samples.steps);
+  AppendBytes(Position(sample.x), samples.x);
+  AppendBytes(Position(sample.y), samples.y);
   samples.latestNs = sample.timeNs;
-  samples.x += (isNew ? "" : ",") + Dump(OrNull(sample.x));
-  samples.y += (isNew ? "" : ",") + Dump(OrNull(sample.y));
 }
 
 void PageData::Write(std::function<void(std::string_view)> const& take) const {
@@ -84,14 +113,15 @@ void PageData::Write(std::function<void(std::string_view)> const& take) const {
   if (mSamples.empty()) return;
   separator = ",\"samples\":[";
   for (auto const& [camera, samples] : mSamples) {
-    take(fmt::format(R"({}{{"camera":{},"time_steps_ns":[{})", separator, camera,
-                     WrappingDifference(samples.firstNs, mOriginNs)));
-    take(samples.stepsNs);
-    take("],\"hall_x\":[");
-    take(samples.x);
-    take("],\"hall_y\":[");
-    take(samples.y);
-    take("]}");
+    take(fmt::format(R"({}{{"camera":{},"first_ns":{},"jumps":[{}],"steps_ns":")", separator, camera,
+                     WrappingDifference(samples.firstNs, mOriginNs),
+                     std::string_view(samples.jumps).substr(samples.jumps.empty() ? 0 : 1)));
+    take(Base64(samples.steps));
+    take(R"(","hall_x":")");
+    take(Base64(samples.x));
+    take(R"(","hall_y":")");
+    take(Base64(samples.y));
+    take("\"}");
     separator = ",";
   }
   take("]");
@@ -116,14 +146,16 @@ void WritePage(std::vector<PageResult> const& results, OutputFile& output) {
   output.Write(kPageBeforeData);
   char const* separator = "[";
   for (auto const& [head, data] : results) {
-    Json members = {{"kind", KindName(head)}, {"name", head.name}};
+    Json members = Json::object();
     if (IsReplay(head)) {
       for (char const* const key : {"settings", "complete", "error", "findings", "summary"}) {
         members[key] = head.members.value(key, Json());
       }
     } else {
-      members.update(head.members);
+      members = head.members;
     }
+    members["kind"] = KindName(head);
+    members["name"] = head.name;
     std::string text = Dump(members);
     if (IsReplay(head)) text.back() = ',';
     output.Write(separator);

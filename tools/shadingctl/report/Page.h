@@ -20,7 +20,8 @@ extern char const kPageAfterData[];
 
 // Rows and samples of a replay as the page holds them, in numbers that a browser can compute with: rows become columns,
 // and all times count from the whole us of the first frame's timestamp, so that ns and us are rounded alike. The
-// batches of a camera become one list of samples in the order of delivery, each with its step from the time before.
+// batches of a camera become one list of samples in the order of delivery, each with its step from the time before, as
+// base64 of numbers of four bytes: 16 characters a sample.
 class PageData {
  public:
   // Requires: frame, timestamp and match are there.
@@ -35,9 +36,10 @@ class PageData {
   struct Samples {
     std::int64_t firstNs = 0;
     std::int64_t latestNs = 0;
-    std::string stepsNs;  // from the second sample on
+    std::string steps;  // the bytes of int32 each, of x and y those of float
     std::string x;
     std::string y;
+    std::string jumps;  // steps that an int32 does not hold: ",[INDEX,NS]" each
   };
 
   std::int64_t mOriginNs = 0;

@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <string_view>
+
 #include "tools/shadingctl/fit/FitFormats.h"
 #include "tools/shadingctl/result/JsonReader.h"
 
@@ -17,116 +20,129 @@ enum KindIndex : std::size_t { kReplayKind, kCalibrationKind, kFitKind };
 constexpr Kind kKinds[] = {
     {"replay", kReplaySchema}, {"calibration", {"shadingctl-calibration", 1}}, {"fit", {kFitSchema, kFitVersion}}};
 
-// A place in a document, for messages.
-class Checked {
- public:
-  Checked(std::string const& file, std::string place, Json const& json) : mFile(file), mPlace(place), mJson(json) {}
+struct Type {
+  char const* expected;
+  bool (*holds)(Json const&);
+};
+constexpr Type kText = {"a text", [](Json const& json) { return json.is_string(); }};
+constexpr Type kTextOrNull = {"a text or null", [](Json const& json) { return json.is_string() || json.is_null(); }};
+constexpr Type kWhole = {"a whole number", [](Json const& json) { return json.is_number_integer(); }};
+constexpr Type kNumber = {"a number", [](Json const& json) { return json.is_number(); }};
+constexpr Type kNumberOrNull = {"a number or null",
+                                [](Json const& json) { return json.is_number() || json.is_null(); }};
+constexpr Type kFromZero = {"a number from 0 or null",
+                            [](Json const& json) { return json.is_null() || (json.is_number() && json >= 0); }};
+constexpr Type kPlain = {"a plain value", [](Json const& json) { return !json.is_structured(); }};
+constexpr Type kObject = {"an object", [](Json const& json) { return json.is_object(); }};
+constexpr Type kList = {"a list", [](Json const& json) { return json.is_array(); }};
+template <std::size_t kSize>
+bool IsListOf(Json const& json) {
+  return json.is_array() && json.size() == kSize;
+}
+constexpr Type kThree = {"a list of 3", IsListOf<3>};
+constexpr Type kTen = {"a list of 10", IsListOf<10>};
+constexpr Type kPairOrNull = {"a list of 2 or null",
+                              [](Json const& json) { return json.is_null() || IsListOf<2>(json); }};
 
-  [[noreturn]] void Refuse(std::string const& expected) const {
-    RefuseValue(fmt::format("{}: {}", mFile, mPlace), expected, ShownValue(mJson));
-  }
-
-  Json const* Find(std::string const& key) const {
-    auto const member = mJson.find(key);
-    return member == mJson.end() ? nullptr : &*member;
-  }
-
-  Checked At(std::string const& key) const {
-    static Json const none;
-    Json const* const member = Find(key);
-    return {mFile, mPlace.empty() ? key : mPlace + "." + key, member == nullptr ? none : *member};
-  }
-
-  Checked At(std::size_t index) const { return {mFile, fmt::format("{}[{}]", mPlace, index), mJson[index]}; }
-
-  Checked const& Object() const {
-    if (!mJson.is_object()) Refuse("an object");
-    return *this;
-  }
-  Checked const& List() const {
-    if (!mJson.is_array()) Refuse("a list");
-    return *this;
-  }
-  Checked const& WholeNumber() const {
-    if (!mJson.is_number_integer()) Refuse("a whole number");
-    return *this;
-  }
-  Checked const& Number() const {
-    if (!mJson.is_number()) Refuse("a number");
-    return *this;
-  }
-  // A number, or null.
-  Checked const& NumberIfAny() const {
-    if (!mJson.is_number() && !mJson.is_null()) Refuse("a number or null");
-    return *this;
-  }
-  Checked const& TextIfAny() const {
-    if (!mJson.is_string() && !mJson.is_null()) Refuse("a text or null");
-    return *this;
-  }
-
-  std::size_t Size() const { return mJson.size(); }
-  Json const& Value() const { return mJson; }
-
- private:
-  std::string const& mFile;
-  std::string mPlace;
-  Json const& mJson;
+// Members that a page reads, with blanks between, and their type; "*" stands for each entry of a list or each object in
+// an object. Nothing is asked of members of what is null.
+struct Rule {
+  KindIndex kind;
+  char const* place;
+  Type type;
+  char const* members;
+};
+constexpr Rule kRules[] = {
+    {kReplayKind, "", kTextOrNull, "error"},
+    {kReplayKind, "settings", kFromZero, "tolerance_us"},
+    {kReplayKind, "settings", kPlain, "session library mode log_level"},
+    {kReplayKind, "findings *", kText, "code text"},
+    {kReplayKind, "findings *", kTextOrNull, "severity advice explained_by"},
+    {kReplayKind, "findings *", kNumberOrNull, "camera"},
+    {kReplayKind, "findings * frames first", kWhole, "*"},
+    {kReplayKind, "findings * intervals *", kNumberOrNull, "from_s to_s first_frame last_frame"},
+    {kReplayKind, "summary capture", kPlain, "complete state lost_calls lost_samples"},
+    {kReplayKind, "summary cameras *", kWhole, "camera"},
+    {kReplayKind, "summary cameras *", kNumberOrNull, "frames warm_up_frames both_ends_near match_rate"},
+    {kReplayKind, "summary cameras * coverage", kNumberOrNull, "median"},
+    {kReplayKind, "summary cameras * carried_age_us", kNumberOrNull, "median"},
+    {kReplayKind, "summary cameras * matches", kNumberOrNull, "carried"},
+    {kReplayKind, "summary cameras * samples", kNumberOrNull,
+     "delivered batches rate_hz interval_us jitter_us gaps longest_us repeated"},
+    {kCalibrationKind, "", kTextOrNull, "device"},
+    {kCalibrationKind, "tables *", kWhole, "index"},
+    {kCalibrationKind, "tables *", kNumberOrNull, "from to"},
+    {kCalibrationKind, "", kList, "cameras"},
+    {kCalibrationKind, "cameras *", kWhole, "camera"},
+    {kCalibrationKind, "cameras *", kObject, "table block"},
+    {kCalibrationKind, "cameras *", kTextOrNull, "file file_problem"},
+    {kCalibrationKind, "cameras *", kNumberOrNull, "file_bytes"},
+    {kCalibrationKind, "cameras * table", kPlain, "index sound reason default"},
+    {kCalibrationKind, "cameras * table", kNumberOrNull, "gradient record_offset"},
+    {kCalibrationKind, "cameras * table record_parts *", kPlain, "bytes hex meaning"},
+    {kCalibrationKind, "cameras * block", kPlain, "kind sound reason default"},
+    {kCalibrationKind, "cameras * block stored *", kNumber, "*"},
+    {kCalibrationKind, "cameras * block values *", kNumber, "*"},
+    {kFitKind, "", kWhole, "frames left_out clipped"},
+    {kFitKind, "", kNumber, "shorter_us readout_us"},
+    {kFitKind, "", kObject, "axes"},
+    {kFitKind, "axes", kObject, "x y"},
+    {kFitKind, "axes *", kTextOrNull, "hall"},
+    {kFitKind, "axes *", kObject,
+     "lag_us lag_slope lag_intercept_us gain cross_talk curvature trend trend_bend drift_ppm residual residual_share "
+     "correlation"},
+    {kFitKind, "axes * *", kNumberOrNull, "value library"},
+    {kFitKind, "axes * *", kPairOrNull, "interval"},
+    {kFitKind, "axes * * interval", kNumber, "*"},
+    {kFitKind, "", kText, "verdict"},
+    {kFitKind, "", kTextOrNull, "recording reference reason lag_follows"},
+    {kFitKind, "", kList, "diagnosis advice outliers search images"},
+    {kFitKind, "diagnosis", kTextOrNull, "*"},
+    {kFitKind, "advice", kTextOrNull, "*"},
+    {kFitKind, "refused", kTextOrNull, "text"},
+    {kFitKind, "difference", kObject, "x y"},
+    {kFitKind, "difference *", kNumber, "lag_us position"},
+    {kFitKind, "outliers *", kWhole, "frame"},
+    {kFitKind, "search", kThree, "*"},
+    {kFitKind, "search *", kNumber, "*"},
+    {kFitKind, "images", kTen, "*"},
+    {kFitKind, "images *", kNumber, "*"},
 };
 
-void CheckCalibration(Checked const& result) {
-  Checked const cameras = result.At("cameras").List();
-  for (std::size_t i = 0; i < cameras.Size(); ++i) {
-    Checked const camera = cameras.At(i).Object();
-    camera.At("camera").WholeNumber();
-    camera.At("table").Object();
-    camera.At("block").Object();
+// Checks what is reached from `json`, which `place` names for messages, by these steps.
+void Check(Type const& type, Json const& json, std::string const& place, std::string_view steps) {
+  auto const expect = [&](bool isSo, char const* expected) {
+    if (!isSo) RefuseValue(place, expected, ShownValue(json));
+  };
+  if (steps.empty()) return expect(type.holds(json), type.expected);
+  if (json.is_null()) return;
+  std::size_t const length = std::min(steps.find(' '), steps.size());
+  std::string const step(steps.substr(0, length));
+  std::string_view const further = steps.substr(std::min(length + 1, steps.size()));
+  std::string const below = place.back() == ' ' ? place : place + ".";
+  if (step != "*") {
+    expect(json.is_object(), "an object");
+    auto const member = json.find(step);
+    return Check(type, member == json.end() ? Json() : *member, below + step, further);
+  }
+  expect(json.is_structured(), "a list");
+  std::size_t i = 0;
+  for (auto const& [key, value] : json.items()) {
+    if (json.is_array()) Check(type, value, fmt::format("{}[{}]", place, i++), further);
+    if (json.is_object() && value.is_object()) Check(type, value, below + key, further);
   }
 }
 
-void CheckRow(Checked const& row, std::size_t numbers) {
-  row.List();
-  if (row.Size() != numbers) row.Refuse(fmt::format("a list of {}", numbers));
-  for (std::size_t i = 0; i < numbers; ++i) row.At(i).Number();
-}
-
-void CheckFit(Checked const& result) {
-  for (char const* const key : {"frames", "left_out", "clipped"}) result.At(key).WholeNumber();
-  for (char const* const key : {"shorter_us", "readout_us"}) result.At(key).Number();
-  result.At("p").NumberIfAny();
-  for (char const* const key : {"recording", "reference", "verdict", "reason", "lag_follows", "slope"})
-    result.At(key).TextIfAny();
-  for (char const* const key : {"diagnosis", "advice"}) {
-    Checked const list = result.At(key).List();
-    for (std::size_t i = 0; i < list.Size(); ++i) list.At(i).TextIfAny();
-  }
-  if (!result.At("refused").Value().is_null()) result.At("refused").Object().At("text").TextIfAny();
-  for (char const* const name : {"x", "y"}) {
-    Checked const axis = result.At("axes").Object().At(name).Object();
-    axis.At("hall").TextIfAny();
-    for (char const* const key : {"lag_us", "lag_slope", "lag_intercept_us", "gain", "cross_talk", "curvature", "trend",
-                                  "trend_bend", "drift_ppm", "residual", "residual_share", "correlation"}) {
-      Checked const quantity = axis.At(key).Object();
-      quantity.At("value").NumberIfAny();
-      quantity.At("library").NumberIfAny();
-      if (quantity.Find("interval") != nullptr) CheckRow(quantity.At("interval"), 2);
+void CheckDocument(ResultHead const& head) {
+  for (Rule const& rule : kRules) {
+    if (rule.kind != head.schema) continue;
+    std::string_view members = rule.members;
+    while (!members.empty()) {
+      std::size_t const length = std::min(members.find(' '), members.size());
+      std::string const place = *rule.place == '\0' ? "" : std::string(rule.place) + " ";
+      Check(rule.type, head.members, head.name + ": ", place + std::string(members.substr(0, length)));
+      members.remove_prefix(std::min(length + 1, members.size()));
     }
-    if (result.At("difference").Value().is_null()) continue;
-    Checked const difference = result.At("difference").Object().At(name).Object();
-    for (char const* const key : {"lag_us", "position"}) difference.At(key).Number();
-  }
-  Checked const outliers = result.At("outliers").List();
-  for (std::size_t i = 0; i < outliers.Size(); ++i) {
-    outliers.At(i).Object().At("frame").WholeNumber();
-    CheckRow(outliers.At(i).At("residual"), 2);
-  }
-  struct {
-    char const* key;
-    std::size_t numbers;
-  } const rows[] = {{"search", 3}, {"images", 10}};
-  for (auto const& [key, numbers] : rows) {
-    Checked const list = result.At(key).List();
-    for (std::size_t i = 0; i < list.Size(); ++i) CheckRow(list.At(i), numbers);
   }
 }
 
@@ -139,9 +155,7 @@ bool IsReplay(ResultHead const& head) { return head.schema == kReplayKind; }
 ResultHead ReadDocument(std::string const& path, ResultSink const& sink) {
   ResultHead head = ReadResult(path, {kReplaySchema, kKinds[kCalibrationKind].schema, kKinds[kFitKind].schema}, sink);
   if (head.isCsv) RefuseValue(head.name, "JSON", "CSV");
-  Checked const document(head.name, "", head.members);
-  if (head.schema == kCalibrationKind) CheckCalibration(document);
-  if (head.schema == kFitKind) CheckFit(document);
+  CheckDocument(head);
   return head;
 }
 

@@ -5,76 +5,74 @@ const GRADIENT_LIMIT = 16;  // of the scale; beyond it the marker stands at the 
 const UNITY = 0x2000;  // the value that leaves a pixel as it is
 
 function drawGradient(tables, gradient) {
-  const width = 760;
-  const x = (value) => 20 + (Math.min(Math.max(value, -GRADIENT_LIMIT - .5), GRADIENT_LIMIT + .5) + GRADIENT_LIMIT + .5) *
-                       (width - 40) / (2 * GRADIENT_LIMIT + 1);
-  const parts = tables.map(({index, from, to}) => {
-    const left = x((from ?? -Infinity) - .5);
-    const right = x((to ?? Infinity) + .5);
-    const holds = typeof gradient === 'number' && (from === null || gradient >= from) && (to === null || gradient <= to);
-    const range = from === null ? `≤ −${-to}` : to === null ? `≥ ${from}` : `${from} to ${to}`.replace(/-/g, '−');
-    return `<rect x="${left + 1}" y="34" width="${right - left - 2}" height="22" rx="3" class="${holds ? 'fill' : 'track'}"/>` +
-           `<text x="${(left + right) / 2}" y="74" text-anchor="middle" class="strong">table ${index}</text>` +
-           `<text x="${(left + right) / 2}" y="90" text-anchor="middle">${range}</text>`;
+  const width = pictureWidth(760);
+  const isNarrow = width < 600;  // the names of every second table stand lower
+  const edge = GRADIENT_LIMIT + .5;
+  const x = (value) => 20 + (Math.min(Math.max(value, -edge), edge) + edge) * (width - 40) / (2 * edge);
+  const parts = tables.flatMap(({index, from, to}, i) => {
+    const lower = isNarrow && i % 2 === 1 ? 36 : 0;
+    const [left, right] = [x((from ?? -Infinity) - .5), x((to ?? Infinity) + .5)];
+    const holds = typeof gradient === 'number' && gradient >= (from ?? -Infinity) && gradient <= (to ?? Infinity);
+    const range = from === null ? `≤ ${plain(to)}` : to === null ? `≥ ${plain(from)}` : `${plain(from)} to ${plain(to)}`;
+    const middle = {x: (left + right) / 2, 'text-anchor': 'middle'};
+    return [svg('rect', {x: left + 1, y: 34, width: Math.max(right - left - 2, 0), height: 22, rx: 3, class: holds ? 'fill' : 'track'}),
+            svg('text', {...middle, y: 74 + lower, class: 'strong'}, `table ${index}`), svg('text', {...middle, y: 90 + lower}, range)];
   });
   if (typeof gradient === 'number') {
     const at = x(gradient);
-    parts.push(`<path d="M${at} 60l-6 -10h12z" transform="rotate(180 ${at} 55) translate(0 25)" class="ink"/>` +
-               `<text x="${at}" y="16" text-anchor="middle" class="strong">gradient ${plain(gradient)}</text>`);
+    const anchor = at < 60 ? 'start' : at > width - 60 ? 'end' : 'middle';
+    parts.push(svg('path', {d: `M${at} 60l-6 -10h12z`, transform: `rotate(180 ${at} 55) translate(0 25)`, class: 'ink'}),
+               svg('text', {x: at, y: 16, 'text-anchor': anchor, class: 'strong'}, `gradient ${plain(gradient)}`));
   }
-  return `<svg class="chart" viewBox="0 0 ${width} 98" role="img" aria-label="gradient and the tables' ranges">${parts.join('')}</svg>`;
+  const label = `gradient ${plain(gradient)} among the ranges of ${tables.length} tables`;
+  return svg('svg', {class: 'chart', viewBox: `0 0 ${width} ${isNarrow ? 134 : 98}`, role: 'img', 'aria-label': label}, ...parts);
 }
 
 // The block's nine rows as curves below each other, on one scale.
 function drawRows(rows, title) {
-  const width = 640;
+  const width = pictureWidth(640);
   const rowHeight = 34;
-  const all = rows.flat();
-  const least = Math.min(...all);
-  const most = Math.max(...all, least + 1);
-  const parts = rows.map((row, r) => {
+  const [least, greatest] = extentOf(rows.flat());
+  const most = Math.max(greatest, least + 1);
+  const parts = rows.flatMap((row, r) => {
     const top = 6 + r * rowHeight;
     const y = (value) => (top + (rowHeight - 6) * (1 - (value - least) / (most - least))).toFixed(1);
-    const points = row.map((value, k) => `${(58 + k * (width - 66) / (row.length - 1)).toFixed(1)} ${y(value)}`);
-    const line = least <= UNITY && UNITY <= most ? `<path d="M58 ${y(UNITY)}H${width - 8}" class="line"/>` : '';
-    return `${line}<path d="M${points.join('L')}" class="trace"/><text x="0" y="${top + 20}">row ${r}</text>`;
+    const points = row.map((value, k) => `${(58 + k * (width - 66) / Math.max(row.length - 1, 1)).toFixed(1)} ${y(value)}`);
+    const line = least <= UNITY && UNITY <= most ? [svg('path', {d: `M58 ${y(UNITY)}H${width - 8}`, class: 'line'})] : [];
+    return [...line, svg('path', {d: `M${points.join('L')}`, class: 'trace'}), svg('text', {x: 0, y: top + 20}, `row ${r}`)];
   });
-  return `<svg class="chart" viewBox="0 0 ${width} ${12 + rowHeight * rows.length}" role="img" aria-label="${title}">${parts.join('')}</svg>`;
+  const label = `${title}: ${rows.length} rows, values from ${count(least)} to ${count(greatest)}`;
+  return svg('svg', {class: 'chart', viewBox: `0 0 ${width} ${12 + rowHeight * rows.length}`, role: 'img', 'aria-label': label}, ...parts);
 }
 
 function blockPart(title, rows) {
   const part = element('div', {}, element('h3', {}, title));
-  if (!rows || rows.length === 0) {
+  if (!rows?.some((row) => row.length > 0)) {
     part.append(element('p', {class: 'soft'}, 'Not there.'));
     return part;
   }
-  const all = rows.flat();
-  const [least, most] = [Math.min(...all), Math.max(...all)];
+  const [least, most] = extentOf(rows.flat());
   const unity = least <= UNITY && UNITY <= most ? `; the line is ${count(UNITY)}, a gain of 1` : '';
-  part.insertAdjacentHTML('beforeend', drawRows(rows, title));
-  part.append(element('p', {class: 'soft'}, `${rows[0].length} values a row, ${count(least)} to ${count(most)}${unity}`));
+  part.append(guarded('The curve', () => drawRows(rows, title)),
+              element('p', {class: 'soft'}, `${rows[0].length} values a row, ${count(least)} to ${count(most)}${unity}`));
   return part;
 }
 
 function recordTable(parts) {
-  const table = element('table', {}, element('tr', {}, ...['byte', 'hex', 'meaning'].map((name) => element('th', {}, name))));
-  for (const {bytes, hex, meaning} of parts) {
-    table.append(element('tr', {}, element('td', {}, bytes), element('td', {}, element('code', {}, hex)),
-                         element('td', {}, meaning)));
-  }
-  return table;
+  return table(['byte', 'hex', 'meaning'].map((name) => element('th', {}, name)), parts.map(({bytes, hex, meaning}) =>
+    [element('td', {}, bytes), element('td', {}, element('code', {}, hex)), element('td', {}, meaning)]));
 }
 
 function cameraCalibration(camera, tables) {
-  const {table, block} = camera;
+  const {table: chosen, block} = camera;
   const part = section(`Camera ${camera.camera}`, `camera-${camera.camera}`);
   const file = camera.file ? `${camera.file}${camera.file_bytes ? `, ${count(camera.file_bytes)} bytes` : ''}` : 'no dump file';
   part.append(element('p', {class: 'soft'}, `${file}${camera.file_problem ? `: ${camera.file_problem}` : ''}`),
-              element('p', {class: table.sound ? null : 'notice'}, `Golden table ${table.index}: ${table.reason}` +
-                      (table.default ? `. The caller gets the default, ${table.default}.` : '.')));
-  if (tables) part.insertAdjacentHTML('beforeend', drawGradient(tables, table.gradient));
-  if (table.record_parts?.length > 0) {
-    part.append(element('h3', {}, `Multi-golden record at ${plain(table.record_offset)}`), recordTable(table.record_parts));
+              element('p', {class: chosen.sound ? null : 'notice'}, `Golden table ${chosen.index}: ${chosen.reason}` +
+                      (chosen.default ? `. The caller gets the default, ${chosen.default}.` : '.')));
+  if (tables) part.append(guarded('The gradient', () => drawGradient(tables, chosen.gradient)));
+  if (chosen.record_parts?.length > 0) {
+    part.append(element('h3', {}, `Multi-golden record at ${plain(chosen.record_offset)}`), recordTable(chosen.record_parts));
   }
   part.append(element('h3', {}, 'PNC block'),
               element('p', {class: block.sound ? null : 'notice'}, `${block.kind}: ${block.reason}` +
@@ -90,5 +88,7 @@ function showCalibration(page, data) {
   document.title = 'Calibration report';
   page.append(element('header', {}, element('h1', {}, `Calibration of ${data.device ?? data.name}`),
                       element('p', {}, data.name)));
-  for (const camera of data.cameras) page.append(cameraCalibration(camera, data.tables));
+  for (const camera of data.cameras) {
+    page.append(guarded(`Camera ${camera.camera}`, () => cameraCalibration(camera, data.tables)));
+  }
 }

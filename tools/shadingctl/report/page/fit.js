@@ -2,9 +2,7 @@
 // A fit: its verdict and quantities beside the library's numbers, the lag against the exposure, what other lags leave
 // over, what the fit leaves over in each frame, and the image that was measured with the one that the fit expects.
 
-const FIT_PLOT = {width: 640, height: 300, left: 64, right: 30, top: 26, bottom: 42};
-const IMAGE = {frame: 0, seconds: 1, exposure: 2, slopeBy: 3, measured: 4, fitted: 6, byLag: 8};  // of a row; then y
-const LAG_GROUPS = 10;
+const SHOWN_OUTLIERS = 24;
 const FIT_QUANTITIES = [
   {key: 'lag_us', label: 'lag', unit: 'µs', digits: 0},
   {key: 'lag_slope', label: 'its slope', unit: '', digits: 4},
@@ -27,60 +25,6 @@ function fitNumber(value, {digits, unit}) {
   return `${value < 0 && !isZero ? '−' : ''}${grouped(whole)}${rest ? `.${rest}` : ''}${unit ? `\u00a0${unit}` : ''}`;
 }
 
-// Round numbers in the range, some five of them.
-function ticksOf([from, to]) {
-  const rough = (to - from) / 5;
-  const power = 10 ** Math.floor(Math.log10(rough));
-  const step = power * [1, 2, 5, 10].find((factor) => factor * power >= rough);
-  const ticks = [];
-  for (let i = Math.ceil(from / step); i * step <= to; ++i) ticks.push(i * step);
-  return {ticks, digits: Math.max(0, -Math.floor(Math.log10(step) + 1e-9))};
-}
-
-function rangeOf(values, room = 0.06) {
-  const [least, most] = [Math.min(...values), Math.max(...values)];
-  const margin = (most - least) * room || Math.abs(most) * room || 1;
-  return [least - margin, most + margin];
-}
-
-// A plot's frame with its scales; `title` names what stands above it.
-class FitPlot {
-  constructor(title, xRange, yRange, xLabel, yLabel) {
-    const {width, height, left, right, top, bottom} = FIT_PLOT;
-    this.title = title;
-    this.x = (value) => left + (value - xRange[0]) / (xRange[1] - xRange[0]) * (width - left - right);
-    this.y = (value) => height - bottom - (value - yRange[0]) / (yRange[1] - yRange[0]) * (height - top - bottom);
-    this.parts = [];
-    const text = (at, digits) => fitNumber(at, {digits, unit: ''});
-    const across = ticksOf(xRange);
-    for (const at of across.ticks) {
-      this.add(`<path d="M${this.x(at).toFixed(1)} ${top}V${height - bottom}" class="line"/>` +
-               `<text x="${this.x(at).toFixed(1)}" y="${height - bottom + 16}" text-anchor="middle">${text(at, across.digits)}</text>`);
-    }
-    const upward = ticksOf(yRange);
-    for (const at of upward.ticks) {
-      this.add(`<path d="M${left} ${this.y(at).toFixed(1)}H${width - right}" class="line"/>` +
-               `<text x="${left - 8}" y="${(this.y(at) + 4).toFixed(1)}" text-anchor="end">${text(at, upward.digits)}</text>`);
-    }
-    this.add(`<text x="${width - right}" y="${height - 6}" text-anchor="end" class="ink">${xLabel}</text>` +
-             `<text x="${left}" y="${top - 10}" class="ink">${yLabel}</text>`);
-  }
-
-  add(part) { this.parts.push(part); }
-
-  curve(points, style) {
-    this.add(`<path d="M${points.map(([x, y]) => `${this.x(x).toFixed(1)} ${this.y(y).toFixed(1)}`).join('L')}" class="${style}"/>`);
-  }
-
-  element() {
-    const {width, height} = FIT_PLOT;
-    const part = element('div', {}, element('h3', {}, this.title));
-    part.insertAdjacentHTML('beforeend', `<svg class="chart" viewBox="0 0 ${width} ${height}" role="img" ` +
-                                         `aria-label="${this.title}">${this.parts.join('')}</svg>`);
-    return part;
-  }
-}
-
 // The interval with its value on a scale of six half-widths, and the library's number as an upright line, or as an arrow
 // where it lies beyond the scale.
 function drawInterval({value, interval, library}) {
@@ -89,114 +33,28 @@ function drawInterval({value, interval, library}) {
   const x = (at) => (6 + (at - value + reach) / (2 * reach) * (width - 12)).toFixed(1);
   const side = Math.abs(library - value) <= reach ? 0 : Math.sign(library - value);
   const mark = side === 0 ? `M${x(library)} 1V17` : `M${width / 2 + side * 64} 9H${width / 2 + side * 86}l${-side * 7} -5m${side * 7} 5l${-side * 7} 5`;
-  return `<svg class="interval" viewBox="0 0 ${width} 18" width="${width}" height="18" role="img" aria-label="interval">` +
-         `<path d="M${x(interval[0])} 9H${x(interval[1])}" class="range"/><circle cx="${x(value)}" cy="9" r="4" class="value"/>` +
-         `<path d="${mark}" class="library"/></svg>`;
+  return svg('svg', {class: 'interval', viewBox: `0 0 ${width} 18`, width, height: 18, role: 'img',
+                     'aria-label': side === 0 ? 'the library’s number lies beside the interval' : 'the library’s number lies beyond the scale'},
+             svg('path', {d: `M${x(interval[0])} 9H${x(interval[1])}`, class: 'range'}),
+             svg('circle', {cx: x(value), cy: 9, r: 4, class: 'value'}), svg('path', {d: mark, class: 'library'}));
 }
 
 function quantityTable(axes) {
   const heads = ['image', '', 'value', '95 % from', 'to', 'library', ''];
-  const table = element('table', {}, element('tr', {}, ...heads.map((head, i) => element('th', {class: i > 1 && i < 6 ? 'number' : null}, head))));
+  const rows = [];
   for (const name of ['x', 'y']) {
     for (const kind of FIT_QUANTITIES) {
       const quantity = axes[name][kind.key];
       const {interval, library} = quantity;
       const number = (value, key) => element('td', {class: 'number', 'data-key': key}, fitNumber(value, kind));
       const bar = element('td');
-      if (interval && typeof library === 'number') bar.insertAdjacentHTML('beforeend', drawInterval(quantity));
-      table.append(element('tr', {}, element('td', {}, name), element('td', {}, kind.label), number(quantity.value, `${name}.${kind.key}`),
-                           ...(interval ?? ['', '']).map((bound) => (bound === '' ? element('td') : number(bound))),
-                           library === undefined ? element('td') : number(library), bar));
+      if (interval && typeof library === 'number') bar.append(guarded('The interval', () => drawInterval(quantity)));
+      rows.push([element('td', {}, name), element('td', {}, kind.label), number(quantity.value, `${name}.${kind.key}`),
+                 ...(interval ?? ['', '']).map((bound) => (bound === '' ? element('td') : number(bound))),
+                 library === undefined ? element('td') : number(library), bar]);
     }
   }
-  return table;
-}
-
-// The lag of frames that are alike in exposure, with the gains of all: what is left over of them by what 1 us changes.
-function lagGroups(data, axis, i, isOutlier) {
-  const rows = data.images.filter((row) => !isOutlier(row)).sort((a, b) => a[IMAGE.slopeBy] - b[IMAGE.slopeBy]);
-  const groups = [];
-  for (let group = 0; group < LAG_GROUPS; ++group) {
-    const some = rows.slice(Math.floor(group * rows.length / LAG_GROUPS), Math.floor((group + 1) * rows.length / LAG_GROUPS));
-    const sum = (of) => some.reduce((total, row) => total + of(row), 0);
-    const at = sum((row) => row[IMAGE.slopeBy]) / some.length;
-    const squares = sum((row) => row[IMAGE.byLag + i] ** 2);
-    if (!(squares > 0)) continue;
-    const extra = sum((row) => row[IMAGE.byLag + i] * (row[IMAGE.measured + i] - row[IMAGE.fitted + i])) / squares;
-    const lag = axis.lag_slope.value * at + axis.lag_intercept_us.value + extra;
-    groups.push({at, lag, half: 1.96 * axis.residual.value / Math.sqrt(squares)});
-  }
-  return groups;
-}
-
-function lagPlot(data, name, i, isOutlier) {
-  const axis = data.axes[name];
-  if (!axis.lag_slope.interval) return null;
-  const groups = lagGroups(data, axis, i, isOutlier);
-  const isByExposure = data.lag_follows === 'exposure';
-  const library = (at) => axis.lag_slope.library * (isByExposure ? Math.min(at, data.readout_us) : at) + axis.lag_intercept_us.library;
-  const fitted = (at) => axis.lag_slope.value * at + axis.lag_intercept_us.value;
-  const xRange = rangeOf(groups.map(({at}) => at));
-  const corners = isByExposure && xRange[0] < data.readout_us && data.readout_us < xRange[1] ? [xRange[0], data.readout_us, xRange[1]] : xRange;
-  const yRange = rangeOf([...groups.flatMap(({lag, half}) => [lag - half, lag + half]), ...corners.map(library), ...xRange.map(fitted)]);
-  const plot = new FitPlot(`Image ${name}`, xRange, yRange, isByExposure ? 'exposure, µs' : 'min(exposure, readout), µs', 'lag, µs');
-  plot.curve(corners.map((at) => [at, library(at)]), 'library');
-  plot.curve(xRange.map((at) => [at, fitted(at)]), 'trace');
-  for (const {at, lag, half} of groups) {
-    plot.curve([[at, lag - half], [at, lag + half]], 'range');
-    plot.add(`<circle cx="${plot.x(at).toFixed(1)}" cy="${plot.y(lag).toFixed(1)}" r="4" class="fill">` +
-             `<title>${fitNumber(lag, {digits: 0, unit: 'µs'})} at ${fitNumber(at, {digits: 0, unit: 'µs'})}</title></circle>`);
-  }
-  return plot.element();
-}
-
-function searchPlot(data, name, i) {
-  const axis = data.axes[name];
-  if (data.search.length === 0) return null;
-  const points = data.search.map((row) => [row[0], row[1 + i]]);
-  const best = points.reduce((nearest, point) => Math.abs(point[0] - axis.lag_us.value) < Math.abs(nearest[0] - axis.lag_us.value) ? point : nearest);
-  const xRange = [points[0][0], points.at(-1)[0]];
-  const yRange = [0, 1.06 * Math.max(...points.map(([, share]) => share))];
-  const plot = new FitPlot(`Image ${name}`, xRange, yRange, 'lag, µs', 'left over, share of the motion');
-  plot.curve([[axis.lag_us.library, yRange[0]], [axis.lag_us.library, yRange[1]]], 'library');
-  plot.curve(points, 'trace');
-  plot.add(`<circle cx="${plot.x(best[0]).toFixed(1)}" cy="${plot.y(best[1]).toFixed(1)}" r="4" class="fill"/>`);
-  return plot.element();
-}
-
-// What the fit leaves over in each frame. Outliers are marked, at the edge where they lie beyond it.
-function residualPlot(data, name, i, column, label, scale, isOutlier) {
-  const residual = (row) => row[IMAGE.measured + i] - row[IMAGE.fitted + i];
-  if (data.images.length === 0) return null;
-  const reach = 8 * data.axes[name].residual.value || 1;
-  const plot = new FitPlot(`Image ${name}`, rangeOf(data.images.map((row) => scale * row[column])), [-1.1 * reach, 1.1 * reach], label, 'left over');
-  const place = (row) => `${plot.x(scale * row[column]).toFixed(1)} ${plot.y(Math.max(-reach, Math.min(reach, residual(row)))).toFixed(1)}`;
-  plot.add(`<path d="${data.images.filter((row) => !isOutlier(row)).map((row) => `M${place(row)}h0`).join('')}" class="dots"/>`);
-  for (const row of data.images.filter(isOutlier)) {
-    plot.add(`<path d="M${place(row)}m-4 -4l8 8m0 -8l-8 8" class="outlier"><title>frame ${row[IMAGE.frame]}: ${fitNumber(residual(row), {digits: 4, unit: ''})}</title></path>`);
-  }
-  return plot.element();
-}
-
-// Both curves of one axis; the plots take their colours from the page's.
-class ImagePlot {
-  constructor(images, name, i) {
-    this.element = element('div', {class: 'plot'});
-    this.options = {
-      labels: ['frame', `measured ${name}`, `fitted ${name}`], ylabel: `image ${name}`, legend: 'never', strokeWidth: 1.2,
-      series: {[`measured ${name}`]: {drawPoints: true, pointSize: 1.6, strokeWidth: 0}}, highlightCircleSize: 0,
-      axes: {y: {axisLabelWidth: 56}},
-    };
-    this.rows = images.map((row) => [row[IMAGE.frame], row[IMAGE.measured + i], row[IMAGE.fitted + i]]);
-  }
-
-  draw() {
-    const palette = paletteOf(document.documentElement);
-    this.graph?.destroy();
-    this.graph = new Dygraph(this.element, this.rows, {
-      ...this.options, colors: [palette.sample, palette.focus], axisLineColor: palette.line, gridLineColor: palette.line,
-    });
-  }
+  return table(heads.map((head, i) => element('th', {class: i > 1 && i < 6 ? 'number' : null}, head)), rows);
 }
 
 const VERDICTS = {
@@ -244,7 +102,8 @@ function showFit(page, data) {
     section('The numbers', 'numbers', element('div', {class: 'wide-table'}, quantityTable(axes)),
             element('p', {class: 'soft hint'}, 'The bar is the interval, each on a scale of six of its half-widths; the upright line is ' +
                                                'the library’s number, an arrow points to where it lies beyond the scale.')));
-  const pair = (draw) => element('div', {class: 'pair plots'}, ...['x', 'y'].map(draw).filter(Boolean));
+  const pair = (draw) => element('div', {class: 'pair plots'},
+    ...['x', 'y'].map((name, i) => guarded(`Image ${name}`, () => draw(name, i))).filter(Boolean));
   const add = (title, id, parts, hint, missing) => page.append(section(title, id, ...(parts.some((part) => part.children.length > 0)
     ? [...parts, element('p', {class: 'soft hint'}, hint)] : [element('p', {class: 'soft'}, missing)])));
   add('Lag against exposure', 'lags', [pair((name, i) => lagPlot(data, name, i, isOutlier))],
@@ -256,10 +115,19 @@ function showFit(page, data) {
   add('What the fit leaves over', 'residuals', [residuals(IMAGE.seconds, 'time, s', 1), residuals(IMAGE.exposure, 'exposure, ms', 0.001)],
       'In units of the image. Crosses are outliers, which count for nothing; those at the edge lie beyond it.', 'No frame was fitted.');
   if (data.images.length === 0) return;
-  const plots = ['x', 'y'].map((name, i) => new ImagePlot(data.images, name, i));
-  page.append(section('The image, measured and fitted', 'image', ...plots.map((plot) => plot.element),
+  const plots = new ImagePlots(data.images);
+  page.append(section('The image, measured and fitted', 'image', plots.element, outlierButtons(data, plots),
                       element('p', {class: 'soft hint'}, 'Points are measured, the line is where the fit expects the image. Drag to zoom, double click for all.')));
-  const draw = () => plots.forEach((plot) => plot.draw());
-  draw();
-  for (const query of ['(prefers-color-scheme: dark)', 'print']) matchMedia(query).addEventListener('change', draw);
+  plots.draw();
+  for (const query of ['(prefers-color-scheme: dark)', 'print']) matchMedia(query).addEventListener('change', () => plots.draw());
+}
+
+// The outliers, each of which leads to its frame in the image.
+function outlierButtons(data, plots) {
+  if (data.outliers.length === 0) return '';
+  const shown = data.outliers.slice(0, SHOWN_OUTLIERS);
+  const more = data.outliers.length - shown.length;
+  return element('p', {class: 'bar'}, element('span', {class: 'soft'}, 'Outliers'),
+                 ...shown.map(({frame}) => button(String(frame), `show frame ${frame}`, () => plots.goTo(frame))),
+                 ...(more > 0 ? [element('span', {class: 'soft'}, `and ${count(more)} more`)] : []));
 }

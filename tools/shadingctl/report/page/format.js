@@ -1,5 +1,5 @@
 'use strict';
-// Numbers and elements as the whole page shows them.
+// Numbers as the whole page shows them.
 
 const MISSING = '–';
 
@@ -23,6 +23,10 @@ function duration(us) {
   if (us === null || us === undefined) return MISSING;
   if (Math.abs(us) >= 1e6) return `${(us / 1e6).toFixed(3)} s`;
   return Math.abs(us) >= 10000 ? milliseconds(us, 1) : microseconds(us);
+}
+
+function seconds(us, digits) {
+  return (us / 1e6).toFixed(digits).replace(/^-/, '−').replace(/^−(0\.0+)$/, '$1');
 }
 
 // A share that is neither nothing nor all is never rounded to 0 or 100 %.
@@ -50,21 +54,24 @@ function typeset(text) {
   return text.replace(/(\d) us\b/g, '$1\u00a0µs');
 }
 
-function escapeText(text) {
-  return String(text).replace(/[&<>"]/g, (c) => ({'&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;'})[c]);
-}
-
-// element('td', {class: 'number'}, 'text', another)
-function element(name, attributes = {}, ...children) {
-  const made = document.createElement(name);
-  for (const [key, value] of Object.entries(attributes)) {
-    if (value !== null && value !== undefined) made.setAttribute(key, value);
+// The least and the greatest of numbers.
+function extentOf(values) {
+  let [least, most] = [Infinity, -Infinity];
+  for (const value of values) {
+    if (value < least) least = value;
+    if (value > most) most = value;
   }
-  made.append(...children);
-  return made;
+  return [least, most];
 }
 
-function section(title, id, ...children) {
-  return element('section', {id, 'aria-labelledby': `${id}-title`}, element('h2', {id: `${id}-title`}, title),
-                 ...children);
+// At most some `most` round numbers of a range: a step of 1, 2 or 5 times a power of ten. None where the range has no
+// finite length, or is too narrow for its magnitude to tell steps apart.
+function ticksOf([from, to], most) {
+  const rough = (to - from) / most;
+  const power = 10 ** Math.floor(Math.log10(rough));
+  const step = [1, 2, 5, 10].map((factor) => factor * power).find((one) => one >= rough);
+  const first = Math.ceil(from / step);
+  if (!Number.isFinite(first) || !(step > 0) || !(to > from)) return {ticks: [], step: 1, digits: 0};
+  const ticks = Array.from({length: most + 2}, (_, i) => (first + i) * step).filter((at) => at <= to);
+  return {ticks: [...new Set(ticks)], step, digits: Math.min(Math.max(0, -Math.floor(Math.log10(step) + 1e-9)), 20)};
 }

@@ -1,22 +1,23 @@
 'use strict';
-// The list of frames, filtered by kind, and the chosen one's timing and numbers.
+// The list of frames, filtered by kind and by finding.
 
 const ROW_HEIGHT = 28;  // px, as in style.css
 const LIST_COLUMNS = [
   {title: 'frame', class: 'number', text: (f) => String(f.frame)},
-  {title: 'time', class: 'number', text: (f) => `${(f.timeUs / 1e6).toFixed(3)} s`},
-  {title: 'match and reason', class: '', text: (f) => f.message ? `${f.match}: ${typeset(f.message)}` : f.match},
-  {title: 'start µs', class: 'number', text: (f) => plain(f.start_distance_us)},
-  {title: 'end µs', class: 'number', text: (f) => plain(f.end_distance_us)},
+  {title: 'time', class: 'number rare', text: (f) => `${(f.timeUs / 1e6).toFixed(3)} s`},
+  {title: 'match and reason', class: 'reason', text: (f) => f.message ? `${f.match}: ${typeset(f.message)}` : f.match},
+  {title: 'start µs', class: 'number rare', text: (f) => plain(f.start_distance_us)},
+  {title: 'end µs', class: 'number rare', text: (f) => plain(f.end_distance_us)},
   {title: 'covers', class: 'number', text: (f) => f.span_us || f.coverage !== null ? percent(f.coverage) : MISSING},
 ];
 
 // Shows the rows that fit, so that any number of frames scrolls smoothly.
 class FrameList {
-  // `isOfTwo`: the frames have others of a second result, beside which they are listed.
-  constructor(frames, choose, isOfTwo) {
+  // `isOfTwo`: the frames have others of a second result, beside which they are listed. `findings`: {code, has(frame)}.
+  constructor(frames, choose, isOfTwo, findings) {
     this.all = frames;
     this.isOfTwo = isOfTwo;
+    this.findings = findings.filter(({has}) => frames.some(has));
     this.shown = frames;
     this.choose = choose;
     this.chosen = null;
@@ -37,9 +38,11 @@ class FrameList {
     const bar = element('div', {class: 'bar', role: 'group', 'aria-label': 'kinds of frames to list'});
     this.hidden = new Set();
     this.onlyDiffering = false;
+    const counts = new Map();
+    for (const {kind} of this.all) counts.set(kind, (counts.get(kind) ?? 0) + 1);
     for (const kind of KINDS) {
-      const frames = this.all.filter((frame) => frame.kind === kind.key).length;
-      if (frames === 0) continue;
+      const frames = counts.get(kind.key);
+      if (!frames) continue;
       const box = element('input', {type: 'checkbox', checked: ''});
       box.addEventListener('change', () => {
         if (box.checked) this.hidden.delete(kind.key);
@@ -50,7 +53,20 @@ class FrameList {
                          `${kind.label} (${count(frames)})`));
     }
     if (this.isOfTwo) bar.append(this.differingFilter());
+    if (this.findings.length > 0) bar.append(this.findingFilter());
     return bar;
+  }
+
+  findingFilter() {
+    const choice = element('select', {class: 'finding-filter', 'aria-label': 'only frames of a finding'},
+                           element('option', {value: ''}, 'all findings'),
+                           ...this.findings.map(({code}, i) => element('option', {value: i}, code)));
+    this.finding = null;
+    choice.addEventListener('change', () => {
+      this.finding = choice.value === '' ? null : this.findings[Number(choice.value)];
+      this.filter();
+    });
+    return choice;
   }
 
   differingFilter() {
@@ -64,7 +80,8 @@ class FrameList {
   }
 
   filter() {
-    this.shown = this.all.filter((frame) => !this.hidden.has(frame.kind) && (!this.onlyDiffering || differs(frame)));
+    this.shown = this.all.filter((frame) => !this.hidden.has(frame.kind) && (!this.onlyDiffering || differs(frame)) &&
+                                            (!this.finding || this.finding.has(frame)));
     this.list.scrollTop = 0;
     this.draw();
     if (this.shown.length > 0 && !this.shown.includes(this.chosen)) this.choose(this.shown[0]);
@@ -97,6 +114,14 @@ class FrameList {
     this.choose(this.shown[Math.min(Math.max(index + by, 0), this.shown.length - 1)]);
   }
 
+  // The next frame with trouble, or the one before, whatever is listed.
+  stepToTrouble(by) {
+    for (let i = this.all.indexOf(this.chosen) + by; i >= 0 && i < this.all.length; i += by) {
+      if (TROUBLE.has(this.all[i].kind)) return this.choose(this.all[i]);
+    }
+    return null;
+  }
+
   press(event) {
     const page = Math.max(Math.floor(this.list.clientHeight / ROW_HEIGHT) - 1, 1);
     const steps = {PageDown: page, PageUp: -page, Home: -Infinity, End: Infinity};
@@ -117,43 +142,4 @@ class FrameList {
     }
     this.draw();
   }
-}
-
-// Every number of the frame as the result has it; `data-key` names the result's key.
-const FACTS = [
-  ['match', 'match'], ['end', 'end found'], ['type', 'type'], ['timestamp_ns', 'timestamp', 'ns'],
-  ['exposure_us', 'exposure', 'µs'], ['readout_us', 'readout', 'µs'], ['offset_us', 'offset', 'µs'],
-  ['start_distance_us', 'start distance', 'µs'], ['end_distance_us', 'end distance', 'µs'],
-  ['span_age_us', 'age of the span', 'µs'], ['start_index', 'first entry'], ['end_index', 'last entry'],
-  ['samples', 'samples in the window'], ['coverage', 'coverage'], ['repeated_samples', 'repeated samples'],
-  ['hall_x', 'hall x'], ['hall_y', 'hall y'], ['readout_distance', 'from own readout'], ['message', 'note'],
-];
-
-function exactTimestamp(result, frame) {
-  return String(BigInt(result.origin_ns) + BigInt(frame.time_ns));
-}
-
-function factsOf(result, frame) {
-  const facts = element('dl', {class: 'facts'});
-  for (const [key, label, unit] of FACTS) {
-    const value = key === 'timestamp_ns' ? exactTimestamp(result, frame) : frame[key];
-    if (value === null || value === undefined) continue;
-    const number = element('span', {'data-key': key}, String(value));
-    const isDiffering = frame.differing?.has(key === 'timestamp_ns' ? 'time_ns' : key);
-    const classes = [key === 'message' ? 'wide' : '', isDiffering ? 'differs' : ''].join(' ').trim();
-    facts.append(element('div', {class: classes || null}, element('dt', {}, label),
-                         element('dd', {}, number, unit ? ` ${unit}` : '')));
-  }
-  return facts;
-}
-
-// The chosen frame's part of the page.
-function frameView(result, samples, frame, width) {
-  const view = element('div', {'data-frame': frame.frame});
-  const drawing = drawTiming(frame, samples, result.settings?.tolerance_us ?? 1500, width);
-  if (drawing) view.insertAdjacentHTML('beforeend', drawing);
-  else view.append(element('p', {class: 'soft'}, `Frame ${frame.frame}: the result does not hold its times, which ` +
-                           'the library tells from log level 1 on, and newer results hold.'));
-  view.append(factsOf(result, frame));
-  return view;
 }

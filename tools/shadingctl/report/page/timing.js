@@ -20,9 +20,14 @@ font-variant-numeric:tabular-nums}
 .timing .none{fill:var(--none)}.timing .quiet{fill:var(--quiet)}`;
 
 const TIMING_WIDTH = 1000;  // px, unless the page has less room
-const TIMING_GUTTER = 226;  // for the names of the rows and their figures
 const TIMING_MARGIN = 20;
-const TIMING_HEIGHT = 400;
+const NARROW_TIMING = 620;  // px, below which the names of the rows stand above their bars
+
+// The middles of the rows, in px; beside names and figures there is room from `gutter` on.
+const WIDE_ROWS = {gutter: 226, axis: 62, first: 92, last: 118, readout: 144, raw: 206, aligned: 248, span: 318, covered: 346,
+                   window: 372, height: 400};
+const NARROW_ROWS = {gutter: TIMING_MARGIN, axis: 46, first: 80, last: 118, readout: 156, raw: 224, aligned: 286, span: 374,
+                     covered: 410, window: 444, height: 462};
 
 // What the picture shows: the exposure, the readout, both tolerances and the span, in us from the frame timestamp.
 function timingExtent(frame, toleranceUs) {
@@ -36,13 +41,6 @@ function timingExtent(frame, toleranceUs) {
   const to = Math.max(...times) - timeUs;
   const room = 0.025 * (to - from);
   return {fromUs: from - room, toUs: to + room};
-}
-
-// A step of 1, 2 or 5 times a power of ten with at most `most` ticks.
-function tickStep(lengthUs, most) {
-  const rough = lengthUs / most;
-  const power = 10 ** Math.floor(Math.log10(rough));
-  return [1, 2, 5, 10].map((factor) => factor * power).find((step) => step >= rough);
 }
 
 // The aligned samples of a range, in us from the frame timestamp.
@@ -63,70 +61,135 @@ function alignedSamples(frame, samples, extent) {
 class TimingDrawing {
   constructor(extent, width) {
     this.extent = extent;
-    this.width = width;
+    this.rows = width < NARROW_TIMING ? NARROW_ROWS : WIDE_ROWS;
+    this.left = this.rows.gutter;
     this.right = width - TIMING_MARGIN;
-    this.parts = [];
+    this.svg = svg('svg', {class: 'timing', viewBox: `0 0 ${width} ${this.rows.height}`, role: 'img'});
   }
 
   x(us) {
     const share = (us - this.extent.fromUs) / (this.extent.toUs - this.extent.fromUs);
-    const x = TIMING_GUTTER + share * (this.right - TIMING_GUTTER);
-    return Math.round(100 * Math.min(Math.max(x, TIMING_GUTTER), this.right)) / 100;
+    const x = this.left + share * (this.right - this.left);
+    return Math.round(100 * Math.min(Math.max(x, this.left), this.right)) / 100;
   }
 
   includes(us) {
     return us >= this.extent.fromUs && us <= this.extent.toUs;
   }
 
-  add(text) {
-    this.parts.push(text);
+  add(name, attributes, ...children) {
+    this.svg.append(svg(name, attributes, ...children));
   }
 
-  text(x, y, text, attributes = '') {
-    this.add(`<text x="${x}" y="${y}"${attributes}>${escapeText(text)}</text>`);
+  text(x, y, text, attributes = {class: 'soft'}) {
+    this.add('text', {x, y, ...attributes}, text);
   }
 
-  row(y, name, figure) {
-    this.text(TIMING_MARGIN, y + 5, name, ' class="name"');
-    this.text(TIMING_GUTTER - 16, y + 5, figure, ' text-anchor="end" class="soft"');
+  // `half`: the height of what is drawn above the row's middle.
+  row(y, name, figure, half = 8) {
+    const isAbove = this.rows === NARROW_ROWS;
+    const base = isAbove ? y - half - 4 : y + 5;
+    this.text(TIMING_MARGIN, base, name, {class: 'name'});
+    this.text(isAbove ? this.right : this.left - 16, base, figure, {'text-anchor': 'end', class: 'soft'});
   }
 
-  bar(fromUs, toUs, y, height, type) {
+  bar(fromUs, toUs, middle, height, type) {
     const x = this.x(fromUs);
     const width = Math.max(Math.round(100 * (this.x(toUs) - x)) / 100, 1);
-    this.add(`<rect x="${x}" y="${y}" width="${width}" height="${height}" rx="2" class="${type}"/>`);
+    this.add('rect', {x, y: middle - height / 2, width, height, rx: 2, class: type});
   }
 
   vertical(us, from, to, type) {
-    this.add(`<path d="M${this.x(us)} ${from}V${to}" class="${type}"/>`);
+    this.add('path', {d: `M${this.x(us)} ${from}V${to}`, class: type});
   }
 
-  dot(us, y, radius, type) {
-    if (this.includes(us)) this.add(`<circle cx="${this.x(us)}" cy="${y}" r="${radius}" class="${type}"/>`);
+  dots(times, y, r, type) {
+    for (const us of times) if (this.includes(us)) this.add('circle', {cx: this.x(us), cy: y, r, class: type});
   }
 }
 
-function drawAxis(drawing, y, bottom) {
+function drawAxis(drawing) {
   const {fromUs, toUs} = drawing.extent;
-  const stepUs = tickStep(toUs - fromUs, (drawing.right - TIMING_GUTTER) / 60);
-  const digits = stepUs < 1000 ? 1 : 0;
-  for (let us = Math.ceil(fromUs / stepUs) * stepUs; us <= toUs; us += stepUs) {
-    drawing.vertical(us, y + 8, bottom, 'grid');
-    drawing.text(drawing.x(us), y, (us / 1000).toFixed(digits).replace(/^-/, '−').replace(/^−0$/, '0'),
-                 ' text-anchor="middle" class="soft"');
+  const {axis, height} = drawing.rows;
+  const {ticks, step} = ticksOf([fromUs, toUs], Math.floor((drawing.right - drawing.left) / 60));
+  for (const us of ticks) {
+    drawing.vertical(us, axis + 8, height - 18, 'grid');
+    const text = (us / 1000).toFixed(step < 1000 ? 1 : 0).replace(/^-/, '−').replace(/^−0$/, '0');
+    drawing.text(drawing.x(us), axis, text, {'text-anchor': 'middle', class: 'soft'});
   }
-  drawing.text(TIMING_MARGIN, y, 'ms from the frame timestamp', ' class="soft"');
+  drawing.text(TIMING_MARGIN, drawing.rows === NARROW_ROWS ? axis - 20 : axis, 'ms from the frame timestamp');
 }
 
 // A tolerance around an instant, with the distance of the entry that was found there.
-function drawTolerance(drawing, atUs, toleranceUs, y, height, label) {
+function drawTolerance(drawing, atUs, toleranceUs, label) {
+  const y = drawing.rows.aligned - 26;
   const from = drawing.x(atUs - toleranceUs);
   const width = Math.round(100 * (drawing.x(atUs + toleranceUs) - from)) / 100;
-  drawing.add(`<rect x="${from}" y="${y}" width="${width}" height="${height}" class="zone"/>`);
+  drawing.add('rect', {x: from, y, width, height: 52, class: 'zone'});
   const x = drawing.x(atUs);
-  const anchor = x < TIMING_GUTTER + 60 ? 'start' : x > drawing.right - 60 ? 'end' : 'middle';
-  const at = anchor === 'start' ? TIMING_GUTTER : anchor === 'end' ? drawing.right : x;
-  drawing.text(at, y + height + 16, label, ` text-anchor="${anchor}" class="soft"`);
+  const anchor = x < drawing.left + 60 ? 'start' : x > drawing.right - 60 ? 'end' : 'middle';
+  const at = anchor === 'start' ? drawing.left : anchor === 'end' ? drawing.right : x;
+  drawing.text(at, y + 68, label, {'text-anchor': anchor, class: 'soft'});
+}
+
+// When light falls on the first and the last line, and when they are read.
+function drawSensor(drawing, frame, startUs) {
+  const {first, last, readout} = drawing.rows;
+  const readoutUs = frame.readout_us;
+  drawing.row(first, 'first line exposed', milliseconds(frame.exposure_us));
+  drawing.bar(startUs, 0, first, 16, 'bar');
+  drawing.row(last, 'last line exposed', milliseconds(frame.exposure_us));
+  drawing.bar(startUs + readoutUs, readoutUs, last, 16, 'bar-soft');
+  drawing.row(readout, 'lines read out', milliseconds(readoutUs));
+  drawing.bar(0, readoutUs, readout, 16, 'bar');
+  drawing.vertical(0, first - 22, readout + 16, 'edge');
+  const isAtEdge = drawing.x(0) > drawing.right - 120;
+  drawing.text(drawing.x(0) + (isAtEdge ? -6 : 6), readout + 29, 'frame timestamp',
+               {'text-anchor': isAtEdge ? 'end' : null, class: 'soft'});
+}
+
+// The samples before and after alignment, with the tolerances behind them.
+function drawSamples(drawing, frame, samples, toleranceUs, startUs) {
+  const {readout, raw, aligned} = drawing.rows;
+  const timeUs = Math.floor(frame.timeUs);
+  drawTolerance(drawing, startUs, toleranceUs, typeof frame.start_distance_us === 'number'
+    ? `start ${microseconds(frame.start_distance_us)} off` : 'start of frame');
+  if (frame.span_us) {
+    const targetUs = frame.span_us[0] - timeUs + frame.readout_us;
+    const label = typeof frame.end_distance_us === 'number' ? `end ${microseconds(frame.end_distance_us)} off` : 'end';
+    const isApart = Math.abs(drawing.x(targetUs) - drawing.x(startUs)) > 130;
+    drawTolerance(drawing, targetUs, toleranceUs, isApart ? label : '');
+  }
+  drawing.vertical(startUs, readout + 16, aligned + 26, 'edge');
+  const found = alignedSamples(frame, samples, drawing.extent);
+  const spacing = (drawing.right - drawing.left) / Math.max(found.length, 1);
+  const radius = Math.round(10 * Math.min(Math.max(0.4 * spacing, 1.2), 4)) / 10;
+  drawing.row(raw, 'samples as stamped', samples ? '' : MISSING);
+  drawing.dots(found.map((dot) => dot.rawUs), raw, radius, 'raw');
+  drawing.row(aligned, 'samples aligned', typeof frame.offset_us === 'number'
+    ? `${frame.offset_us > 0 ? '−' : '+'}${milliseconds(Math.abs(frame.offset_us))}` : '', 26);
+  // Those of the span last, over repeats of theirs that came too late for it.
+  const isInSpan = (us) => frame.span_us && us >= frame.span_us[0] - timeUs && us <= frame.span_us[1] - timeUs;
+  const times = found.map((dot) => dot.alignedUs);
+  drawing.dots(times.filter((us) => !isInSpan(us)), aligned, radius, 'other');
+  drawing.dots(times.filter(isInSpan), aligned, radius + 1, frame.kind);
+}
+
+// What the library made of the samples.
+function drawSpan(drawing, frame, startUs) {
+  const {span, covered, window} = drawing.rows;
+  const timeUs = Math.floor(frame.timeUs);
+  const [fromUs, toUs] = frame.span_us ? frame.span_us.map((us) => us - timeUs) : [null, null];
+  drawing.row(span, 'span', frame.span_us ? `entries ${plain(frame.start_index)} to ${plain(frame.end_index)}` : 'none');
+  if (frame.span_us) drawing.bar(fromUs, toUs, span, 16, frame.kind);
+  drawing.row(covered, 'readout covered', frame.span_us ? percent(frame.coverage) : MISSING);
+  drawing.bar(startUs, startUs + frame.readout_us, covered, 8, 'track');
+  if (frame.span_us) {
+    const clamp = (us) => Math.min(Math.max(us, startUs), startUs + frame.readout_us);
+    if (clamp(toUs) > clamp(fromUs)) drawing.bar(clamp(fromUs), clamp(toUs), covered, 8, frame.kind);
+  }
+  drawing.row(window, 'window', frame.window_us ? '100 entries' : MISSING);
+  if (frame.window_us) drawing.bar(frame.window_us[0] - timeUs, frame.window_us[1] - timeUs, window, 6, 'track');
 }
 
 function timingTitle(frame) {
@@ -137,67 +200,17 @@ function timingTitle(frame) {
 // The frame's timing; null where the result does not tell its times. `samples` may be null.
 function drawTiming(frame, samples, toleranceUs, width = TIMING_WIDTH) {
   if (typeof frame.start_of_frame_us !== 'number' || typeof frame.readout_us !== 'number') return null;
-  const timeUs = Math.floor(frame.timeUs);
-  const startUs = frame.start_of_frame_us - timeUs;
-  const readoutUs = frame.readout_us;
+  const startUs = frame.start_of_frame_us - Math.floor(frame.timeUs);
   const drawing = new TimingDrawing(timingExtent(frame, toleranceUs), width);
-
-  drawing.add(`<svg xmlns="http://www.w3.org/2000/svg" class="timing" viewBox="0 0 ${width} ${TIMING_HEIGHT}" ` +
-              `role="img" aria-label="${escapeText(timingTitle(frame))}, its timing to scale">`);
-  drawing.add(`<style>${TIMING_STYLE}</style>`);
-  drawing.add(`<rect class="surface" width="${width}" height="${TIMING_HEIGHT}" rx="6"/>`);
-  drawing.text(TIMING_MARGIN, 30, timingTitle(frame), ' class="title"');
-  drawAxis(drawing, 62, 382);
-
-  // The sensor's side: when light falls on the first and the last line, and when they are read.
-  drawing.row(92, 'first line exposed', milliseconds(frame.exposure_us));
-  drawing.bar(startUs, 0, 84, 16, 'bar');
-  drawing.row(118, 'last line exposed', milliseconds(frame.exposure_us));
-  drawing.bar(startUs + readoutUs, readoutUs, 110, 16, 'bar-soft');
-  drawing.row(144, 'lines read out', milliseconds(readoutUs));
-  drawing.bar(0, readoutUs, 136, 16, 'bar');
-  drawing.vertical(0, 70, 160, 'edge');
-  const isAtEdge = drawing.x(0) > drawing.right - 120;
-  drawing.text(drawing.x(0) + (isAtEdge ? -6 : 6), 173, 'frame timestamp',
-               `${isAtEdge ? ' text-anchor="end"' : ''} class="soft"`);
-
-  // The stabiliser's side. The zones of tolerance lie behind the samples.
-  const alignedY = 248;
-  drawTolerance(drawing, startUs, toleranceUs, 222, 52,
-                typeof frame.start_distance_us === 'number' ? `start ${microseconds(frame.start_distance_us)} off`
-                                                            : 'start of frame');
-  if (frame.span_us) {
-    const targetUs = frame.span_us[0] - timeUs + readoutUs;
-    const label = typeof frame.end_distance_us === 'number' ? `end ${microseconds(frame.end_distance_us)} off` : 'end';
-    const isApart = Math.abs(drawing.x(targetUs) - drawing.x(startUs)) > 130;
-    drawTolerance(drawing, targetUs, toleranceUs, 222, 52, isApart ? label : '');
-  }
-  drawing.vertical(startUs, 160, 274, 'edge');
-  const dots = alignedSamples(frame, samples, drawing.extent);
-  const spacing = (drawing.right - TIMING_GUTTER) / Math.max(dots.length, 1);
-  const radius = Math.round(10 * Math.min(Math.max(0.4 * spacing, 1.2), 4)) / 10;
-  drawing.row(206, 'samples as stamped', samples ? '' : MISSING);
-  for (const dot of dots) drawing.dot(dot.rawUs, 206, radius, 'raw');
-  drawing.row(alignedY, 'samples aligned', typeof frame.offset_us === 'number'
-    ? `${frame.offset_us > 0 ? '−' : '+'}${milliseconds(Math.abs(frame.offset_us))}` : '');
-  const isInSpan = (us) => frame.span_us && us >= frame.span_us[0] - timeUs && us <= frame.span_us[1] - timeUs;
-  // Those of the span last, over repeats of theirs that came too late for it.
-  const [inside, outside] = [dots.filter((dot) => isInSpan(dot.alignedUs)), dots.filter((dot) => !isInSpan(dot.alignedUs))];
-  for (const dot of outside) drawing.dot(dot.alignedUs, alignedY, radius, 'other');
-  for (const dot of inside) drawing.dot(dot.alignedUs, alignedY, radius + 1, frame.kind);
-
-  // What the library made of them.
-  drawing.row(318, 'span', frame.span_us ? `entries ${frame.start_index} to ${frame.end_index}` : 'none');
-  if (frame.span_us) drawing.bar(frame.span_us[0] - timeUs, frame.span_us[1] - timeUs, 310, 16, frame.kind);
-  drawing.row(346, 'readout covered', frame.span_us ? percent(frame.coverage) : MISSING);
-  drawing.bar(startUs, startUs + readoutUs, 342, 8, 'track');
-  if (frame.span_us) {
-    const from = Math.min(Math.max(frame.span_us[0] - timeUs, startUs), startUs + readoutUs);
-    const to = Math.min(Math.max(frame.span_us[1] - timeUs, startUs), startUs + readoutUs);
-    if (to > from) drawing.bar(from, to, 342, 8, frame.kind);
-  }
-  drawing.row(372, 'window', frame.window_us ? '100 entries' : MISSING);
-  if (frame.window_us) drawing.bar(frame.window_us[0] - timeUs, frame.window_us[1] - timeUs, 369, 6, 'track');
-  drawing.add('</svg>\n');
-  return drawing.parts.join('\n');
+  drawing.svg.setAttribute('aria-label', `${timingTitle(frame)}, its timing to scale: exposed for ` +
+    `${milliseconds(frame.exposure_us)}, read out in ${milliseconds(frame.readout_us)}, ` +
+    `${frame.span_us ? `${percent(frame.coverage)} of the readout covered` : 'without a span'}`);
+  drawing.add('style', {}, TIMING_STYLE);
+  drawing.add('rect', {class: 'surface', width, height: drawing.rows.height, rx: 6});
+  if (drawing.rows === WIDE_ROWS) drawing.text(TIMING_MARGIN, 30, timingTitle(frame), {class: 'title'});
+  drawAxis(drawing);
+  drawSensor(drawing, frame, startUs);
+  drawSamples(drawing, frame, samples, toleranceUs, startUs);
+  drawSpan(drawing, frame, startUs);
+  return drawing.svg;
 }
