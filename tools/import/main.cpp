@@ -6,7 +6,7 @@
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/import/ImportOptions.h"
 #include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/RecordingWriter.h"
 
 namespace shadingctl {

@@ -14,8 +14,8 @@
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/Json.h"
+#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/replay/ForeignLibrary.h"
 
 namespace shadingctl {

@@ -17,8 +17,8 @@
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/doctor/Diagnosis.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
-#include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/Json.h"
+#include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {

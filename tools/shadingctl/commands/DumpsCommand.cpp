@@ -12,7 +12,7 @@
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {

@@ -14,7 +14,6 @@
 #include "tools/shadingctl/explain/ExplainWriter.h"
 #include "tools/shadingctl/explain/LogExplanation.h"
 #include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/PlaySession.h"

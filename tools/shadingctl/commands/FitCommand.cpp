@@ -13,7 +13,6 @@
 #include "tools/shadingctl/fit/FitFormats.h"
 #include "tools/shadingctl/fit/Verdict.h"
 #include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {

@@ -4,7 +4,7 @@
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/SyntheticArguments.h"
-#include "tools/shadingctl/output/FileIdentity.h"
+#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/RecordingWriter.h"
 #include "tools/shadingctl/synthetic/SyntheticReference.h"
 #include "tools/shadingctl/synthetic/SyntheticSession.h"

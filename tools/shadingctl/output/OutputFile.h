@@ -1,4 +1,4 @@
-// Where a result goes: a file that appears whole or not at all, or standard output.
+// Where a result goes: a file that appears whole or not at all, or standard output; never over a file in use.
 #pragma once
 
 #include <exception>
@@ -6,12 +6,14 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hosting/FileDescriptor.h"
 
 namespace shadingctl {
 
-// The name of standard output, wherever the name of a file is asked for.
+// The names of the streams, wherever the name of a file is asked for.
+constexpr char kStandardInput[] = "-";
 constexpr char kStandardOutput[] = "-";
 
 // From now on kStandardOutput stays what standard output is now, whatever else is done with that stream.
@@ -72,5 +74,10 @@ class OutputFile {
   std::string mTarget;                 // names in it
   std::string mTemporary;              // empty once it has been renamed
 };
+
+// Throws UnusableInput when one of `outputs` is the same file as one of `inputs` or another output, under whatever
+// name, or the file that standard output or standard error goes to. Opens nothing; files that do not exist yet are
+// compared by their path from the nearest directory that does. Devices may be named more than once.
+void RefuseOverwriting(std::vector<std::string> const& inputs, std::vector<std::string> const& outputs);
 
 }  // namespace shadingctl

@@ -10,9 +10,9 @@
 
 #include "platform/SensorProvider.h"
 #include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/output/TerminalColor.h"
 
 namespace shadingctl {
 

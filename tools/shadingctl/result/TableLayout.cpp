@@ -6,7 +6,7 @@
 #include <cmath>
 #include <string_view>
 
-#include "tools/shadingctl/output/TerminalColor.h"
+#include "tools/shadingctl/output/Console.h"
 
 namespace shadingctl {
 namespace {

@@ -24,7 +24,6 @@
 #include "tools/shadingctl/commands/replay/ReplayEnding.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/FileIdentity.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/Progress.h"
 #include "tools/shadingctl/replay/DeviceCameras.h"
