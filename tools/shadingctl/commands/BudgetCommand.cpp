@@ -1,18 +1,9 @@
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "tools/shadingctl/budget/Budget.h"
 #include "tools/shadingctl/budget/BudgetFormats.h"
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/output/Json.h"
-#include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {

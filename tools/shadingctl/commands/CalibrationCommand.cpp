@@ -1,21 +1,11 @@
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/BuiltInCalibration.h"
 #include "platform/desktop/CalibrationMount.h"
 #include "tools/shadingctl/calibration/CalibrationFormats.h"
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/Json.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/replay/ForeignLibrary.h"
 
 namespace shadingctl {

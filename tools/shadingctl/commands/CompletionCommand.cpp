@@ -1,15 +1,9 @@
-#include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <CLI/CLI.hpp>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "CompletionText.h"  // generated
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {

@@ -1,9 +1,4 @@
-#include <CLI/CLI.hpp>
-#include <string>
-
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/result/ResultDiff.h"
 
 namespace shadingctl {

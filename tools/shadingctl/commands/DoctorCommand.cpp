@@ -1,11 +1,6 @@
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "hosting/ElfImage.h"
 #include "hosting/HostLibrary.h"
@@ -13,12 +8,9 @@
 #include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "recording/InputFile.h"
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/doctor/Diagnosis.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
-#include "tools/shadingctl/output/Json.h"
-#include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {

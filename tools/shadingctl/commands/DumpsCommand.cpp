@@ -1,18 +1,10 @@
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
-#include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {

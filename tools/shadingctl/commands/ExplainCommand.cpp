@@ -1,20 +1,12 @@
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
 #include <filesystem>
-#include <optional>
 #include <set>
-#include <string>
 
 #include "hosting/LibraryNumbers.h"
 #include "recording/InputFile.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/explain/ExplainWriter.h"
 #include "tools/shadingctl/explain/LogExplanation.h"
-#include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/PlaySession.h"
 #include "tools/shadingctl/replay/PlayedSettings.h"

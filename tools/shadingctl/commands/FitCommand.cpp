@@ -1,19 +1,8 @@
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "recording/Recording.h"
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/fit/BenchSession.h"
 #include "tools/shadingctl/fit/FitFormats.h"
 #include "tools/shadingctl/fit/Verdict.h"
-#include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {

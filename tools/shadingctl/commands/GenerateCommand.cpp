@@ -1,10 +1,5 @@
-#include <CLI/CLI.hpp>
-#include <string>
-
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/SyntheticArguments.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/RecordingWriter.h"
 #include "tools/shadingctl/synthetic/SyntheticReference.h"
 #include "tools/shadingctl/synthetic/SyntheticSession.h"

@@ -1,10 +1,6 @@
-#include <CLI/CLI.hpp>
 #include <memory>
-#include <string>
-#include <vector>
 
-#include "tools/shadingctl/commands/Commands.h"
-#include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/commands/Options.h"
 
 namespace shadingctl {
 

@@ -8,8 +8,6 @@
 #include "hosting/Interruption.h"
 #include "platform/desktop/DeviceFile.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/commands/Commands.h"
-#include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/replay/PlaySession.h"
 
 namespace shadingctl {

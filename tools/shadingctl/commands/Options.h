@@ -1,4 +1,5 @@
-// Options that several commands have, and one way to read a number.
+// What every command's source stands on: the command line, options that several commands have, one way to read a
+// number, and where results and messages go. These sources include what they need besides it.
 #pragma once
 
 #include <fmt/format.h>
@@ -13,6 +14,8 @@
 
 #include "platform/desktop/Device.h"
 #include "recording/Session.h"
+#include "tools/shadingctl/commands/Commands.h"
+#include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/result/ResultReader.h"
 #include "tools/shadingctl/result/ResultWriter.h"

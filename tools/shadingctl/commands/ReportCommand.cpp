@@ -1,11 +1,6 @@
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <string>
-#include <vector>
 
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/report/Page.h"
 #include "tools/shadingctl/report/Trace.h"
 

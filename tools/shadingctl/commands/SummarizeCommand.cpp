@@ -1,18 +1,11 @@
-#include <fmt/format.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <iostream>
-#include <string>
-#include <vector>
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/output/Console.h"
-#include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/summary/Totals.h"
 
 namespace shadingctl {
