@@ -3,21 +3,21 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <algorithm>
 #include <iterator>
-#include <optional>
 #include <set>
 
 #include "hosting/ElfImage.h"
 #include "hosting/QuotedText.h"
-#include "tools/shadingctl/doctor/DoctorRules.h"
 #include "tools/shadingctl/doctor/ShadingInterface.h"
-#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
 
 using Names = std::vector<std::string>;
+
+Findings OrSound(Findings faults, char const* check, std::string text) {
+  return faults.empty() ? Findings{Sound(check, std::move(text))} : faults;
+}
 
 Finding JudgeProcessor(ElfFile const& file, bool isForPhone) {
   char const* standardLibrary = "an unknown standard library";
@@ -30,11 +30,6 @@ Finding JudgeProcessor(ElfFile const& file, bool isForPhone) {
   std::string const found = hosting::ProcessorName(file.machine);
   if (isForPhone && file.machine != EM_AARCH64) return Fault("processor", "expected AArch64, found " + found);
   return Sound("processor", fmt::format("{}, with {}", found, standardLibrary));
-}
-
-Finding JudgeName(ElfFile const& file) {
-  return SoundIf(file.soname == kLibraryName, "name", file.soname,
-                 fmt::format("expected {}, found {}", kLibraryName, file.soname.empty() ? "none" : file.soname));
 }
 
 // Sizes of the objects that a host reads and writes itself.
@@ -63,12 +58,6 @@ std::string EntryText(ElfFile const& file, ElfPointer const& pointer) {
   return offered == file.exports.end() ? std::string() : ReadableName(offered->name);
 }
 
-ElfExport const* FindTable(ElfFile const& file) {
-  auto const table = std::find_if(file.exports.begin(), file.exports.end(),
-                                  [](ElfExport const& offered) { return offered.name == kTableName; });
-  return table == file.exports.end() ? nullptr : &*table;
-}
-
 // The entries that the table has, or should have; empty texts for functions without a name, nullopt for no function.
 std::vector<std::optional<std::string>> EntriesOf(ElfFile const& file, ElfExport const& table) {
   std::uint64_t const bytes = std::min(table.bytes, kMaximumTableBytes);
@@ -84,7 +73,7 @@ std::vector<std::optional<std::string>> EntriesOf(ElfFile const& file, ElfExport
 // Of the operations that a later version of the interface has appended to the table.
 Names AppendedOperations(ElfFile const& file) {
   Names appended;
-  if (ElfExport const* const table = FindTable(file)) {
+  if (ElfExport const* const table = file.Find(kTableName)) {
     auto const entries = EntriesOf(file, *table);
     for (std::size_t i = kTableEntries.size(); i < entries.size(); ++i) appended.push_back(entries[i].value_or(""));
   }
@@ -116,14 +105,11 @@ Findings JudgeExports(ElfFile const& file) {
   std::set_difference(found.begin(), found.end(), expected.begin(), expected.end(), std::back_inserter(further));
   for (std::string const& name : missing) findings.push_back(Fault("exports", name + " is missing"));
   for (std::string const& name : further) findings.push_back(Fault("exports", name + " is no part of the interface"));
-  if (findings.empty()) {
-    findings.push_back(Sound("exports", fmt::format("all {} names and no others", expected.size())));
-  }
-  return findings;
+  return OrSound(std::move(findings), "exports", fmt::format("all {} names and no others", expected.size()));
 }
 
 Findings JudgeTable(ElfFile const& file) {
-  ElfExport const* const table = FindTable(file);
+  ElfExport const* const table = file.Find(kTableName);
   if (table == nullptr) return {Fault("table", "there is none")};
   Findings findings;
   auto const entries = EntriesOf(file, *table);
@@ -139,18 +125,13 @@ Findings JudgeTable(ElfFile const& file) {
                                                     expected.empty() ? "a destructor" : expected, shown)));
     }
   }
-  if (findings.empty()) {
-    findings.push_back(Sound("table", fmt::format("{} entries in their order", kTableEntries.size())));
-  }
-  return findings;
+  return OrSound(std::move(findings), "table", fmt::format("{} entries in their order", kTableEntries.size()));
 }
 
 Findings JudgeNeeded(ElfFile const& file, bool isForPhone) {
   Findings findings;
   for (char const* const library : kPlatformLibraries) {
-    if (!IsOneOf(library, file.needed)) {
-      findings.push_back(Fault("needed", fmt::format("{} is missing", library)));
-    }
+    if (!IsOneOf(library, file.needed)) findings.push_back(Fault("needed", std::string(library) + " is missing"));
   }
   for (std::string const& library : file.needed) {
     if (IsOneOf(library, kDeskRunTime)) {
@@ -159,20 +140,7 @@ Findings JudgeNeeded(ElfFile const& file, bool isForPhone) {
       findings.push_back(Fault("needed", library + " is neither the platform's nor part of the run time"));
     }
   }
-  if (findings.empty()) findings.push_back(Sound("needed", fmt::format("{}", fmt::join(file.needed, ", "))));
-  return findings;
-}
-
-char const* Name(Judgement judgement) {
-  switch (judgement) {
-    case Judgement::kSound:
-      return "ok";
-    case Judgement::kNote:
-      return "note";
-    case Judgement::kFault:
-      return "FAULT";
-  }
-  return "";
+  return OrSound(std::move(findings), "needed", fmt::format("{}", fmt::join(file.needed, ", ")));
 }
 
 // A tap is linked with the library in whose place it stands.
@@ -187,12 +155,11 @@ bool IsShadingLibrary(ElfFile const& file) {
   });
 }
 
-std::vector<Finding> Diagnose(ElfFile const& file, bool isForPhone) {
+Findings Diagnose(ElfFile const& file, bool isForPhone) {
   Findings findings = {JudgeProcessor(file, isForPhone)};
   if (IsTap(file)) {
     findings.push_back(Fault("exports", fmt::format("this is a tap; the library is {}.real", file.soname)));
-    Findings const build = JudgeBuild(file);
-    findings.insert(findings.end(), build.begin(), build.end());
+    JudgeBuild(file, findings);
     return findings;
   }
   if (!IsShadingLibrary(file)) {
@@ -200,27 +167,32 @@ std::vector<Finding> Diagnose(ElfFile const& file, bool isForPhone) {
         Fault("exports", fmt::format("none of the {} names: this is no shading library", ExpectedExports().size())));
     return findings;
   }
-  for (Findings const& further :
-       {{JudgeName(file)}, JudgeExports(file), JudgeTable(file), JudgeNeeded(file, isForPhone), JudgeBuild(file)}) {
+  findings.push_back(
+      SoundIf(file.soname == kLibraryName, "name", file.soname,
+              fmt::format("expected {}, found {}", kLibraryName, file.soname.empty() ? "none" : file.soname)));
+  for (Findings const& further : {JudgeExports(file), JudgeTable(file), JudgeNeeded(file, isForPhone)}) {
     findings.insert(findings.end(), further.begin(), further.end());
   }
+  JudgeBuild(file, findings);
   return findings;
 }
 
-bool IsSound(std::vector<Finding> const& findings) {
+bool IsSound(Findings const& findings) {
   return std::none_of(findings.begin(), findings.end(),
                       [](Finding const& finding) { return finding.judgement == Judgement::kFault; });
 }
 
-Json DiagnosisJson(std::string const& library, std::vector<Finding> const& findings) {
+Json DiagnosisJson(std::string const& library, Findings const& findings) {
+  constexpr char const* kVerdicts[] = {"ok", "note", "FAULT"};  // in the order of Judgement
   Json json = {{"schema", "shadingctl-doctor"},
                {"version", 1},
                {"library", library},
                {"sound", IsSound(findings)},
                {"findings", Json::array()}};
   for (Finding const& finding : findings) {
-    json["findings"].push_back(
-        {{"check", finding.check}, {"verdict", Name(finding.judgement)}, {"text", finding.text}});
+    json["findings"].push_back({{"check", finding.check},
+                                {"verdict", kVerdicts[static_cast<std::size_t>(finding.judgement)]},
+                                {"text", finding.text}});
   }
   return json;
 }

@@ -1,7 +1,9 @@
 // Whether a shared object is a sound build of the shading library, judged from its file alone.
 #pragma once
 
+#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/shadingctl/doctor/ElfFile.h"
@@ -21,18 +23,34 @@ struct Finding {
   std::string text;
 };
 
+using Findings = std::vector<Finding>;
+
+inline Finding Sound(char const* check, std::string text) { return {check, Judgement::kSound, std::move(text)}; }
+inline Finding Fault(char const* check, std::string text) { return {check, Judgement::kFault, std::move(text)}; }
+inline Finding SoundIf(bool isSound, char const* check, std::string whenSound, std::string whenNot) {
+  return isSound ? Sound(check, std::move(whenSound)) : Fault(check, std::move(whenNot));
+}
+
+template <class Names>
+bool IsOneOf(std::string const& name, Names const& names) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
 // Whether the file offers anything of the interface, and is no tap.
 bool IsShadingLibrary(ElfFile const& file);
 
 // One finding for every check at least; a check that finds several faults has a finding for each. Of a tap the build is
-// judged alone, a file that is no shading library has no more than that said of it. For a phone, the run time has to be a
-// phone's.
-std::vector<Finding> Diagnose(ElfFile const& file, bool isForPhone = false);
+// judged alone, a file that is no shading library has no more than that said of it. For a phone, the run time has to be
+// a phone's.
+Findings Diagnose(ElfFile const& file, bool isForPhone = false);
 
-bool IsSound(std::vector<Finding> const& findings);
+// Adds how the file was compiled and linked: hardening, branch protection, page size, build id.
+void JudgeBuild(ElfFile const& file, Findings& findings);
+
+bool IsSound(Findings const& findings);
 
 // The findings about a library as JSON, and one line each. docs/porting.md describes both.
-Json DiagnosisJson(std::string const& library, std::vector<Finding> const& findings);
+Json DiagnosisJson(std::string const& library, Findings const& findings);
 std::string DiagnosisText(Json const& diagnosis);
 
 }  // namespace shadingctl

@@ -94,6 +94,12 @@ void ReadNotes(ElfImage const& image, Elf64_Shdr const& section, ElfFile& file) 
 
 }  // namespace
 
+ElfExport const* ElfFile::Find(std::string const& name) const {
+  auto const found =
+      std::find_if(exports.begin(), exports.end(), [&](auto const& offered) { return offered.name == name; });
+  return found == exports.end() ? nullptr : &*found;
+}
+
 ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& tableName) {
   ElfImage image(std::move(bytes), path);
   image.ReadSections();
@@ -108,9 +114,7 @@ ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& t
     if (section.sh_type == SHT_DYNSYM) ReadSymbols(image, section, file);
     if (section.sh_type == SHT_NOTE) ReadNotes(image, section, file);
   }
-  auto const table = std::find_if(file.exports.begin(), file.exports.end(),
-                                  [&](ElfExport const& offered) { return offered.name == tableName; });
-  if (table != file.exports.end()) {
+  if (ElfExport const* const table = file.Find(tableName)) {
     file.table = ReadPointers(image, table->address, std::min(table->bytes, kMaximumTableBytes));
   }
   return file;

@@ -46,6 +46,9 @@ struct ElfFile {
   std::string buildId;                        // hexadecimal; empty: none
   std::uint32_t branchFeatures = 0;           // GNU property of the processor: bits of kBranchFeatures
   std::map<std::uint64_t, ElfPointer> table;  // by address: the pointers in the object that ReadElf was asked for
+
+  // The export with this mangled name; null where there is none.
+  ElfExport const* Find(std::string const& name) const;
 };
 
 // Of ElfFile::branchFeatures, by processor: indirect-branch tracking and shadow stack, or BTI and PAC.
