@@ -146,7 +146,7 @@ BenchData MakeBench(BenchTruth const& truth, unsigned seed) {
     frame.readoutUs = truth.readoutUs;
     double const endOfExposureUs = kFirstUs + i * truth.frameUs;
     double const startUs = endOfExposureUs;
-    frame.readoutStartNs = std::llround(startUs * 1e3);
+    frame.startOfFrameNs = std::llround(startUs * 1e3);
     double const time = TimeOf(truth, i);
     double const byUs = truth.followsExposure ? frame.exposureUs : std::min(frame.exposureUs, truth.readoutUs);
     for (std::size_t axis = 0; axis < 2; ++axis) {

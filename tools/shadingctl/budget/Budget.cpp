@@ -10,8 +10,8 @@ namespace {
 constexpr double kSecondNs = 1e9;
 constexpr std::int64_t kPhasesOfAMedian = 1000;
 constexpr std::int64_t kMostLockedPhases = 12;       // more of them are as good as random
-constexpr std::int64_t kSessionNs = 10'000'000'000;  // a session of which ...
-constexpr std::int64_t kDriftParts = 10;             // ... the phase drifts by less than this part of an interval
+constexpr std::int64_t kSessionNs = 10'000'000'000;  // of a locked phase: in it, the drift is below ...
+constexpr std::int64_t kDriftParts = 10;             // ... a tenth of a sample interval
 
 // The median over evenly spaced phases, of those that match.
 std::optional<double> MedianCoverage(Timing const& timing) {
@@ -64,7 +64,7 @@ std::optional<Lock> LockOf(Timing const& timing, std::vector<PhaseRange> const& 
   return lock;
 }
 
-// The exposure at which the readout starts so long before the timestamp.
+// The exposure with that look-back.
 std::int64_t ExposureOfReachNs(std::int64_t reachNs, std::int64_t readoutNs) {
   auto const restNs = static_cast<double>(reachNs - kOffsetConstantNs);
   auto const shortNs = static_cast<std::int64_t>(restNs / (1 + kOffsetFactor));
@@ -115,7 +115,7 @@ Budget MakeBudget(Timing const& timing) {
     obstaclesNs[static_cast<std::size_t>(outcome.obstacle)] += lengthNs;
     if (outcome.obstacle == Obstacle::kNone) {
       if (outcome.endIsNear) bothEndsNearNs += lengthNs;
-      for (std::int64_t const phaseNs : {range.beginNs, range.endNs - 1}) {  // it has no minimum in between
+      for (std::int64_t const phaseNs : {range.beginNs, range.endNs - 1}) {  // the coverage has no minimum in between
         double const coverage = OutcomeAt(timing, phaseNs).coverage;
         budget.worstCoverage = std::min(budget.worstCoverage.value_or(1), coverage);
       }

@@ -11,12 +11,12 @@ namespace shadingctl {
 
 // Limits of one setting, the others unchanged, within which every frame matches. nullopt: no such limit.
 struct Limits {
-  std::optional<std::int64_t> longestExposureNs;  // the start of the readout lies in the window
-  std::optional<double> lowestToleranceHz;        // of samples: one of them is near every start
+  std::optional<std::int64_t> longestExposureNs;  // the start of the search interval lies in the window
+  std::optional<double> lowestToleranceHz;        // of samples: one is near every start
   std::optional<double> lowestHistoryHz;          // the history holds enough of them
-  std::optional<double> lowestSpanHz;             // a short readout has two of them
-  std::optional<double> highestStartHz;           // the start of the readout lies in the window
-  std::optional<double> highestEndHz;             // its end does
+  std::optional<double> lowestSpanHz;             // a short search interval has two of them
+  std::optional<double> highestStartHz;           // the start of the search interval lies in the window
+  std::optional<double> highestEndHz;             // the end does
 };
 
 // The ratio of frame rate and sample rate lets only a few phases occur, the same ones during the whole session.
@@ -28,9 +28,9 @@ struct Lock {
 
 struct Budget {
   Timing timing;
-  std::int64_t reachBackNs = 0;                 // from the start of the readout to the timestamp, in times of samples
-  std::optional<std::int64_t> windowBackNs;     // from its first entry to the timestamp, at the worst phase
-  std::optional<std::int64_t> windowAheadNs;    // from the timestamp to its last entry, at the worst phase
+  std::int64_t reachBackNs = 0;                 // the look-back
+  std::optional<std::int64_t> windowBackNs;     // from the window's first entry to the timestamp, at the worst phase
+  std::optional<std::int64_t> windowAheadNs;    // from the timestamp to the window's last entry, at the worst phase
   std::int64_t fewestSamples = 0;               // in the history
   std::array<double, kObstacleCount> shares{};  // of the phases
   double bothEndsNear = 0;                      // share of the phases

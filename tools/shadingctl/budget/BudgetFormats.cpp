@@ -77,16 +77,16 @@ std::string LockedText(Json const& budget) {
 std::string VerdictText(Json const& budget) {
   double const matched = Number(budget, "start");
   double const bothNear = Number(budget, "both_ends_near");
-  if (matched == 0) return "Does not fit: no frame has a sample at the start of its readout.\n";
+  if (matched == 0) return "Does not fit: no frame has a sample at the start of its search interval.\n";
   if (matched < 1) {
-    return fmt::format("Fits in part: {} of the frames have a sample at the start of their readout.\n",
+    return fmt::format("Fits in part: {} of the frames have a sample at the start of their search interval.\n",
                        Percent(budget, "start"));
   }
   if (bothNear < 1) {
-    return fmt::format("Fits in part: every frame has a sample at the start of its readout, {} at its end.\n",
+    return fmt::format("Fits in part: every frame has a sample at the start of its search interval, {} at its end.\n",
                        bothNear == 0 ? "none" : Percent(budget, "both_ends_near"));
   }
-  return "Fits: every frame has samples at both ends of its readout.\n";
+  return "Fits: every frame has samples at both ends of its search interval.\n";
 }
 
 std::string HistoryText(Json const& budget) {
@@ -130,7 +130,7 @@ std::string MatchText(Json const& budget) {
                                  Percent(budget, "start"));
   constexpr char const* kObstacles[][2] = {{"beyond_reach", "the start lies before the window"},
                                            {"beyond_tolerance", "no sample is near the start"},
-                                           {"single", "the readout is too short for two samples"},
+                                           {"single", "the search interval is too short for two samples"},
                                            {"short_history", "the history is too short"},
                                            {"nothing_after", "no sample after the timestamp has come"}};
   for (auto const& [key, words] : kObstacles) {
@@ -141,7 +141,7 @@ std::string MatchText(Json const& budget) {
                         Number(budget, "lowest_tolerance_hz"));
   }
   if (Number(budget, "single") > 0) {
-    text += fmt::format("           every readout has two samples above {:.1f} samples a second\n",
+    text += fmt::format("           every search interval has two samples above {:.1f} samples a second\n",
                         Number(budget, "lowest_span_hz"));
   }
   if (std::string const locked = LockedText(budget); !locked.empty()) {
@@ -170,9 +170,9 @@ std::string BudgetText(Json const& document) {
                   Milliseconds(1e6 / Number(budget, "hall_rate_hz")), Number(budget, "frame_rate_hz"));
   text += HistoryText(budget) + StartText(budget) + EndText(budget) + MatchText(budget);
   if (!budget.at("worst_coverage").is_null()) {
-    text += fmt::format("Coverage   of the readout {} (median), {} at worst; both ends near in {} of the frames\n",
-                        Percent(budget, "median_coverage"), Percent(budget, "worst_coverage"),
-                        Percent(budget, "both_ends_near"));
+    text += fmt::format(
+        "Coverage   of the search interval {} (median), {} at worst; both ends near in {} of the frames\n",
+        Percent(budget, "median_coverage"), Percent(budget, "worst_coverage"), Percent(budget, "both_ends_near"));
   }
   return text;
 }

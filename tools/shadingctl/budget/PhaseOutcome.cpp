@@ -50,7 +50,7 @@ PhaseOutcome OutcomeAt(Timing const& timing, std::int64_t phaseNs) {
   if (history.Count() < kWindow) return {Obstacle::kHistory};
   std::int64_t const begin = history.WindowBegin();
 
-  // Time of a window entry since the start of the readout.
+  // Time of a window entry since the start of the search interval.
   std::int64_t const entry0Ns = phaseNs + begin * intervalNs + ReachBackNs(timing.exposureNs, timing.readoutNs);
   auto const timeNs = [&](std::int64_t entry) { return entry0Ns + entry * intervalNs; };
   std::int64_t const last = kWindow - 1;
@@ -62,7 +62,7 @@ PhaseOutcome OutcomeAt(Timing const& timing, std::int64_t phaseNs) {
   bool const nextIsNearer = std::abs(timeNs(candidate)) > std::abs(timeNs(candidate + 1));
   outcome.first = candidate + (nextIsNearer ? 1 : 0);
 
-  // Distances from the target are those of the time since the first entry from the readout time.
+  // The last entry is near where its distance from the first one is near the readout time.
   std::int64_t const readoutNs = timing.readoutNs;
   std::int64_t const steps = std::max<std::int64_t>(FloorOf(readoutNs - kToleranceNs, intervalNs) + 1, 0);
   std::int64_t const end = outcome.first + steps;

@@ -16,8 +16,7 @@ namespace shadingctl {
 constexpr std::int64_t kMicrosecondNs = 1000;  // times are truncated to it
 constexpr std::int64_t kKeptFrames = hosting::kHistoryFrames;
 constexpr std::int64_t kWindow = hosting::kWindowSize;
-constexpr std::int64_t kBefore =
-    hosting::kSamplesBefore;  // of the window's samples lie before the first one at the timestamp
+constexpr std::int64_t kBefore = hosting::kSamplesBefore;  // samples of the window before the timestamp
 using hosting::kOffsetFactor;
 constexpr std::int64_t kOffsetConstantNs = hosting::kOffsetConstantUs * kMicrosecondNs;
 constexpr std::int64_t kToleranceNs = hosting::kToleranceUs * kMicrosecondNs;
@@ -36,8 +35,8 @@ enum class Obstacle {
   kNone,
   kHistory,       // the history does not hold enough samples
   kNothingAfter,  // no sample at or after the timestamp has come
-  kReach,         // the start of the readout lies before the window
-  kTolerance,     // no sample near the start of the readout
+  kReach,         // the start of the search interval lies before the window
+  kTolerance,     // no sample is near the start of the search interval
   kSingle,        // the span has one entry
 };
 constexpr std::size_t kObstacleCount = 6;
@@ -47,10 +46,10 @@ struct PhaseOutcome {
   std::int64_t first = 0;  // entries of the window, where there is a start
   std::int64_t last = 0;
   bool endIsNear = false;
-  double coverage = 0;  // share of the readout that the span covers; 1 without a readout
+  double coverage = 0;  // share of the search interval that the span covers; 1 without a readout
 };
 
-// How long before the timestamp the samples of the readout's start are taken.
+// The look-back: how long before the timestamp the samples at the start of the search interval are taken.
 std::int64_t ReachBackNs(std::int64_t exposureNs, std::int64_t readoutNs);
 
 // The phase may be from 0 to the hall interval, exclusively.
@@ -58,7 +57,7 @@ PhaseOutcome OutcomeAt(Timing const& timing, std::int64_t phaseNs);
 
 // A range of phases with one outcome.
 struct PhaseRange {
-  std::int64_t beginNs = 0;  // end: that of the next one, or the hall interval
+  std::int64_t beginNs = 0;  // the end is the next range's begin, or the hall interval
   std::int64_t endNs = 0;
   PhaseOutcome outcome;
 };

@@ -78,7 +78,7 @@ class Collector {
     auto const pair = PairOf(calc, calc.type.value_or(0));
     ReferenceFrame frame;
     frame.frame = calc.frame;
-    frame.readoutStartNs = static_cast<std::int64_t>(pair.timestampNs - pair.exposureNs);
+    frame.startOfFrameNs = static_cast<std::int64_t>(pair.timestampNs - pair.exposureNs);
     frame.exposureUs = static_cast<double>(pair.exposureNs) / kNsOfUs;
     frame.readoutUs = mReadoutUs;
     mFrames.emplace(calc.frame, frame);

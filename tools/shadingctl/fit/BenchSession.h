@@ -1,4 +1,4 @@
-// What a recording and a reference file say together.
+// A recording joined with the reference of its frames.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace shadingctl {
 
-// The names of the columns "frame", "x" and "y" of a reference, where they are not these.
+// By field (frame, x, y): the name of its column where that is another one.
 using ReferenceColumns = std::map<std::string, std::string>;
 
 struct Reference {
@@ -23,8 +23,8 @@ struct Reference {
 
 struct BenchSession {
   std::vector<HallSample> samples;
-  std::vector<ReferenceFrame> frames;  // of the reference that the recording has
-  std::size_t unknown = 0;             // of the reference that it does not have, or whose readout time it does not say
+  std::vector<ReferenceFrame> frames;  // of the reference, as far as the recording has them
+  std::size_t unknown = 0;             // other frames of the reference, and those before the first readout time
   std::size_t skipped = 0;             // rows of the reference
   std::vector<std::string> remarks;    // on the recording
 };

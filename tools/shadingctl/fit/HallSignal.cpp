@@ -13,8 +13,8 @@ constexpr double kHarmlessGapUs = 3000;     // the hand's fastest swings last 80
 constexpr double kClosest = 0.1;            // median intervals: the noise of nearer ones makes the curve steep
 constexpr double kLeastPlateau = 0.02;      // share of the samples; less does the fit no harm
 constexpr double kBeyondPlateau = 0.005;    // share of the samples that may lie beyond it, as a glitch does
-constexpr double kPlateauShare = 0.75;      // of what lies within four widths; of a sine half of it does
-constexpr double kDeviationsOfBends = 2.4;  // six deviations of the noise, of which a bend has the root of six
+constexpr double kPlateauShare = 0.75;      // of the samples within four widths of the end; of a sine, half of them are
+constexpr double kDeviationsOfBends = 2.4;  // six of the noise: a second difference has sqrt(6) times its deviation
 
 HallPoint operator+(HallPoint const& one, HallPoint const& other) { return {one.x + other.x, one.y + other.y}; }
 HallPoint operator-(HallPoint const& one, HallPoint const& other) { return {one.x - other.x, one.y - other.y}; }
@@ -47,8 +47,8 @@ HallSignal::HallSignal(std::vector<HallSample> samples) {
   Integrate();
 }
 
-// A lens that turns round spends the less time near its farthest position the nearer one looks; one that is clipped
-// does not. The samples' noise and their steps leave open how near one can look.
+// A lens that turns round is rarely at its very farthest position, a clipped one often: compares the samples within a
+// narrow width of the end with those within four. The width is as narrow as the samples' noise and steps permit.
 void HallSignal::FindClipped(double HallPoint::*axis, double sign) {
   std::vector<double> values;
   for (Knot const& knot : mKnots) values.push_back(sign * knot.value.*axis);
@@ -67,10 +67,10 @@ void HallSignal::FindClipped(double HallPoint::*axis, double sign) {
     return static_cast<double>(values.end() - std::lower_bound(values.begin(), values.end(), from)) / count;
   };
   if (shareFrom(end - near) < std::max(kLeastPlateau, kPlateauShare * shareFrom(end - 4 * near))) return;
-  for (Knot& knot : mKnots) knot.clippedBefore += std::size_t{sign * knot.value.*axis >= end - near};
+  for (Knot& knot : mKnots) knot.clippedUpTo += std::size_t{sign * knot.value.*axis >= end - near};
 }
 
-// Those of the parabola through a knot and its neighbours; at either end that of the straight line.
+// That of the parabola through a knot and its neighbours; at either end that of the line to the only neighbour.
 void HallSignal::FindSlopes() {
   auto const slope = [](Knot const& from, Knot const& to) {
     return (1 / (to.timeUs - from.timeUs)) * (to.value - from.value);
@@ -92,11 +92,11 @@ void HallSignal::Integrate() {
     bool const isGap =
         mKnots[i].timeUs - mKnots[i - 1].timeUs > std::max(kWidestGap * mMedianIntervalUs, kHarmlessGapUs);
     mKnots[i].gapsBefore = mKnots[i - 1].gapsBefore + (isGap ? 1 : 0);
-    mKnots[i].clippedBefore += mKnots[i - 1].clippedBefore;
+    mKnots[i].clippedUpTo += mKnots[i - 1].clippedUpTo;
   }
 }
 
-// The last knot before a time that has one after it; both ends count to their neighbour.
+// The last knot before a time; the first one for earlier times, the last but one for later ones.
 std::size_t HallSignal::KnotBefore(double timeUs) const {
   auto const isEarlier = [](Knot const& knot, double us) { return knot.timeUs < us; };
   auto const after = std::lower_bound(mKnots.begin() + 1, mKnots.end() - 1, timeUs, isEarlier);
@@ -136,8 +136,8 @@ Coverage HallSignal::CoverageOf(double fromUs, double toUs) const {
   Knot const& last = mKnots[KnotBefore(toUs) + 1];
   std::size_t const before = KnotBefore(fromUs);
   if (last.gapsBefore != mKnots[before].gapsBefore) return Coverage::kPartial;
-  std::size_t const clippedBefore = before == 0 ? 0 : mKnots[before - 1].clippedBefore;
-  return last.clippedBefore == clippedBefore ? Coverage::kWhole : Coverage::kClipped;
+  std::size_t const clippedBefore = before == 0 ? 0 : mKnots[before - 1].clippedUpTo;
+  return last.clippedUpTo == clippedBefore ? Coverage::kWhole : Coverage::kClipped;
 }
 
 }  // namespace shadingctl

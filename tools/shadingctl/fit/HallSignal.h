@@ -21,27 +21,27 @@ struct HallPoint {
 enum class Coverage {
   kWhole,
   kPartial,  // no samples on one side, or two of them farther apart than three median intervals and 3 ms
-  kClipped,  // an axis stands at an end of the range that the samples can tell
+  kClipped,  // an axis stands at an end of the range that its sensor can tell
 };
 
 // A smooth curve through the samples, less their mean: between two of them a cubic with the slopes of their
 // neighbourhood, so that a low sample rate does not flatten the motion as straight lines would.
 class HallSignal {
  public:
-  // Sorts the samples; of those closer together than a tenth of the median interval the first one counts. At least two
-  // times are needed.
+  // Sorts the samples; of samples closer together than a tenth of the median interval only the first counts. Requires:
+  // two different times.
   explicit HallSignal(std::vector<HallSample> samples);
 
   HallPoint At(double timeUs) const;
 
-  // Over fromUs..toUs, which is not empty.
+  // Requires: fromUs < toUs.
   HallPoint Mean(double fromUs, double toUs) const;
 
   Coverage CoverageOf(double fromUs, double toUs) const;
 
   double MedianIntervalUs() const { return mMedianIntervalUs; }
 
-  // Times handed in count from the first sample, in us.
+  // The origin of all times that are handed in.
   std::int64_t FirstNs() const { return mFirstNs; }
 
  private:
@@ -51,7 +51,7 @@ class HallSignal {
     HallPoint slope;     // per us
     HallPoint integral;  // from the first knot
     std::size_t gapsBefore = 0;
-    std::size_t clippedBefore = 0;  // and with it
+    std::size_t clippedUpTo = 0;  // clipped knots, itself included
   };
 
   std::size_t KnotBefore(double timeUs) const;

@@ -17,17 +17,17 @@ namespace shadingctl {
 // Which axis of the samples moves this axis of the image most.
 inline bool IsDrivenByY(Parameters const& at) { return std::abs(at[kGainY]) > std::abs(at[kGainX]); }
 
-// A frame on the clock of the hall signal.
+// A frame and its search interval with a lag of 0, on the clock of the hall signal.
 struct FrameWindow {
   std::uint32_t frame = 0;
-  double startUs = 0;  // of the readout
+  double startUs = 0;  // start of frame
   double endUs = 0;
   double exposureUs = 0;
   std::array<double, 2> position{};  // x and y, where the image stood
 
-  // Less the means of all frames.
+  // Relative to the means of all frames.
   double time = 0;       // grows by 2 from the first frame to the last
-  double slopeByUs = 0;  // what the lag's slope goes by
+  double slopeByUs = 0;  // what the slope of the lag multiplies
 
   double ShorterUs() const { return std::min(exposureUs, endUs - startUs); }
   double LagUs(Parameters const& at) const { return at[kLag] + at[kDrift] * time + at[kSlope] * slopeByUs; }
@@ -41,18 +41,18 @@ enum class SlopeState {
 
 struct FrameWindows {
   std::vector<FrameWindow> list;
-  double shorterUs = 0;  // mean of the shorter one of exposure and readout
+  double shorterUs = 0;  // mean of min(exposure, readout)
   double slopeByUs = 0;  // mean
   double spanUs = 0;     // from the first frame to the last
   SlopeState slope = SlopeState::kOneExposure;
-  std::size_t parameters = kSlope;  // that can be fitted: the slope too, unless it and the drift look the same
+  std::size_t parameters = kSlope;  // that can be fitted: with the slope, unless it and the drift look the same
 
-  // The slope goes by the exposure, or by the shorter one of exposure and readout.
+  // The slope of the lag multiplies the exposure, or min(exposure, readout).
   explicit FrameWindows(std::vector<FrameWindow> frames = {}, bool byExposure = false);
 
   std::vector<double> Positions(std::size_t axis) const;
-  bool IsSmooth(std::size_t axis) const;  // goes on from frame to frame, as an image does that moves and is seen well
-  double Motion(std::size_t axis) const;  // of the image: its standard deviation, whatever the outliers
+  bool IsSmooth(std::size_t axis) const;  // changes steadily, as an image does that moves and is seen well
+  double Motion(std::size_t axis) const;  // of the image: its standard deviation without the outliers
 };
 
 // Where a frame's image stands by the fit, and by how much that changes with each parameter.
@@ -64,13 +64,13 @@ struct Tangent {
 // The best fit at a given lag.
 struct LagTrial {
   Parameters at{};
-  double share = 0;  // of the image's motion that is left over, both of the best three quarters of the frames
+  double share = 0;  // residuals over motion, of either the smaller three quarters
 };
 
-// The library's window of an axis against the fitted one.
+// The samples that the library takes against those that the fit finds.
 struct Difference {
   double lagUs = 0;       // mean of all frames
-  double farthestUs = 0;  // at any exposure, as far as there is a slope
+  double farthestUs = 0;  // of all frames; |lagUs| where there is no slope
   double position = 0;    // of the lens, on the axis that drives the image's: RMS
 };
 
@@ -81,9 +81,9 @@ struct ImageAxis {
 
   Tangent TangentOf(FrameWindow const& window, Parameters const& at) const;
 
-  // Fits offset, trend and gains by least absolute deviations, which outliers do not bend, with the lag, its drift and
-  // its slope as in `at`; the curvature too, if `at` has gains. Takes the frames with samples around them. nullopt
-  // where these are fewer than `fewest`, or the gains cannot be told apart.
+  // Fits offset, trend and gains by least absolute deviations, which outliers do not bend, at the lag, drift and slope
+  // of `at`; the curvature too, if `at` has gains. Frames without samples all around them are left out. nullopt if
+  // fewer than `fewest` are left, or the gains cannot be told apart.
   std::optional<LagTrial> TryLag(Parameters const& at, std::size_t fewest) const;
 
   Difference DifferenceOf(Parameters const& at) const;

@@ -11,13 +11,14 @@ namespace {
 
 constexpr std::size_t kFewestFrames = 100;    // fewer leave too little beside nine parameters of each axis
 constexpr double kLongestIntervalUs = 10000;  // between samples: 100 Hz, several of them in a swing of the hand
-constexpr double kLongestFrameUs = 100000;    // by which frame numbers are sought to be off
-constexpr double kLeastExcessUs = 500;        // standard deviation of what exposures last longer than readouts
+constexpr double kLongestFrameUs = 100000;    // interval of frames; longer ones widen the search no further
+constexpr double kLeastExcessUs = 500;        // RMS of exposure less min(exposure, readout)
 constexpr double kMostResidualShare = 0.5;    // above it, the image does not follow the lens
 constexpr double kMostOutliers = 0.25;        // share of the frames; the search leaves out as many
 constexpr double kGridUs = 2000;              // of the search: the hand's fastest swings last 80 ms
 constexpr double kMarginUs = 10000;           // by which frames' lags may differ from the best one of the search
-constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0, 0.5};  // of the search: the first, near the best lag the others
+constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0,
+                              0.5};  // of the search: the first one at all lags, all of them near the best
 
 template <class... Values>
 [[noreturn]] void Refuse(char const* code, char const* text, Values const&... values) {
@@ -34,7 +35,7 @@ class Fitting {
     std::vector<double> readoutsUs;
     for (ReferenceFrame const& frame : frames) {
       if (!(frame.readoutUs > 0)) continue;
-      double const startUs = static_cast<double>(frame.readoutStartNs - hall.FirstNs()) / 1e3;
+      double const startUs = static_cast<double>(frame.startOfFrameNs - hall.FirstNs()) / 1e3;
       readoutsUs.push_back(frame.readoutUs);
       if (!list.empty()) {
         double const passedUs = startUs + frame.exposureUs - list.back().startUs - list.back().exposureUs;
@@ -167,8 +168,8 @@ class Fitting {
     ChooseExposure();
   }
 
-  // Whether the lag goes by the exposure or by the shorter one of exposure and readout: by which of the two leaves less
-  // over, if it does by more than chance (Vuong's test).
+  // Whether the lag follows the exposure or min(exposure, readout): that of the two which fits better by more than
+  // chance (Vuong's test).
   void ChooseExposure() {
     FrameWindows byExposure(mFit.windows.list, true);
     std::vector<double> excessUs;

@@ -16,7 +16,7 @@ constexpr double kSettledUs = 0.02;
 constexpr double kMostCorrelation = 0.995;
 constexpr double kMostLeverage = 0.5;
 
-// The first autocorrelation of frames that are no outliers. What the parameters take up of slow errors is given back.
+// The first autocorrelation of frames that are no outliers, corrected for what the parameters absorb of slow errors.
 double CorrelationOf(RobustFit const& fit) {
   double squares = 0;
   double products = 0;
@@ -34,7 +34,7 @@ double CorrelationOf(RobustFit const& fit) {
   return std::clamp(found + (2 + 4 * found) / frames, -kMostCorrelation, kMostCorrelation);
 }
 
-// An equation of the fit, freed of what the frame before says of its error. Those of outliers are empty.
+// A frame's equation, less what the frame before predicts of its error. That of an outlier is empty.
 struct Equation {
   Parameters change{};
   double error = 0;
@@ -68,12 +68,12 @@ Whitened Whiten(RobustFit const& fit) {
   return whitened;
 }
 
-// 1 less the square of the error's share of what still counts, or 0.
+// 1 for no error, 0 from the error of an outlier on.
 double NearnessOf(Equation const& equation, double scale) {
   return std::max(0.0, 1 - std::pow(equation.error / (kOutlierScales * scale), 2));
 }
 
-// With errors enlarged as if the frame had not been fitted, which makes up for what the fit takes of them (HC3).
+// Each error is enlarged to what it would be had the frame not been fitted (HC3).
 bool FillInfluences(RobustFit& fit, Whitened const& whitened, std::size_t count) {
   Moments slopes{count};  // of the weighted errors
   for (Equation const& equation : whitened.equations) {

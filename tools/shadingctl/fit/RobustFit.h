@@ -1,4 +1,4 @@
-// The fit of one axis of the image that outliers do not bend, and what its parameters owe to each frame.
+// The fit of one axis of the image that outliers do not bend, and the influence of each frame on its parameters.
 #pragma once
 
 #include <array>
@@ -30,8 +30,8 @@ using BothAxes = std::array<RobustFit, 2>;
 // Fills all but the influences for the parameters `fit.at`; which frames are outliers only with `marksOutliers`.
 void Evaluate(ImageAxis const& axis, RobustFit& fit, bool marksOutliers = true);
 
-// Least absolute deviations, then Tukey's biweight of errors that are freed of their first autocorrelation. Begins near
-// `at`, whose slope stays where the windows have none. nullopt when the parameters cannot be told apart or do not
+// Least absolute deviations, then Tukey's biweight of errors that are freed of their first autocorrelation. Starts from
+// `at`, whose slope is kept where the windows can tell none. nullopt when the parameters cannot be told apart or do not
 // settle.
 std::optional<RobustFit> FitRobustly(ImageAxis const& axis, Parameters const& at);
 

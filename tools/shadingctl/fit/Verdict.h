@@ -11,7 +11,7 @@
 
 namespace shadingctl {
 
-// The lag of a frame is slope * (shorter one of exposure and readout, or exposure) + intercept + drift.
+// The lag of a frame is slope * min(exposure, readout), or slope * exposure, + intercept + drift.
 enum Quantity : std::size_t {
   kLagUs,  // mean of all frames
   kLagSlope,
