@@ -106,10 +106,10 @@ TEST_F(Calibration, SoundDataGiveExitCode0AndTheirNumbersInEveryFormat) {
   auto const csv = Lines(camera.Run("--format csv").out);
   ASSERT_EQ(csv.size(), 2U);
   EXPECT_EQ(csv[1],
-            "0,1,rear_camera_eeprom_data.bin,2373,3,,true,16,01 2d 2d 2d 2d 06 81 2d 2d 2d 07,1,-6,-127,7,"
-            "gradient -6 lies in -8 to -5,as stored,,32,2341,1,false,false,0,2177,1088.500,"
-            "valid; the sensor does not ask for mirrored rows,"
-            "64.500,320.500,576.500,832.500,1088.500,1344.500,1600.500,1856.500,2112.500");
+            "0,1,rear_camera_eeprom_data.bin,2373,,3,true,gradient -6 lies in -8 to -5,,true,16,"
+            "01 2d 2d 2d 2d 06 81 2d 2d 2d 07,1,-6,-127,7,as stored,true,"
+            "valid; the sensor does not ask for mirrored rows,,32,2341,1,false,false,0,2177,1088.5,"
+            "64.5,320.5,576.5,832.5,1088.5,1344.5,1600.5,1856.5,2112.5");
 }
 
 TEST_F(Calibration, JsonHoldsTheBlockAsStoredAndAsHandedOut) {
@@ -193,9 +193,10 @@ TEST_F(Calibration, ACameraWithoutADumpFileAndOneWithAFolderInItsPlace) {
                           "as 0\""),
             std::string::npos)
       << lines[1];
-  EXPECT_EQ(
-      lines[2].rfind("13,8192,,,1,table 1,false,0,,,,,,a phone has no dump file for this sensor index,untouched,", 0),
-      0U)
+  EXPECT_EQ(lines[2].rfind("13,8192,,,a phone has no dump file for this sensor index,1,false,"
+                           "a phone has no dump file for this sensor index,table 1,false,0,,,,,,untouched,false,",
+                           0),
+            0U)
       << lines[2];
 }
 

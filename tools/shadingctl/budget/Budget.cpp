@@ -1,8 +1,9 @@
 #include "tools/shadingctl/budget/Budget.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <vector>
+#include <utility>
+
+#include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
 namespace {
@@ -20,10 +21,7 @@ std::optional<double> MedianCoverage(Timing const& timing) {
     PhaseOutcome const outcome = OutcomeAt(timing, timing.hallIntervalNs * i / kPhasesOfAMedian);
     if (outcome.obstacle == Obstacle::kNone) coverages.push_back(outcome.coverage);
   }
-  if (coverages.empty()) return std::nullopt;
-  auto const middle = coverages.begin() + static_cast<std::ptrdiff_t>(coverages.size() / 2);
-  std::nth_element(coverages.begin(), middle, coverages.end());
-  return *middle;
+  return Median(std::move(coverages));
 }
 
 Obstacle ObstacleAt(std::vector<PhaseRange> const& ranges, std::int64_t phaseNs) {

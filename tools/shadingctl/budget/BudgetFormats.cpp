@@ -3,9 +3,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
-#include <optional>
 
-#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/PercentText.h"
 
 namespace shadingctl {
@@ -191,20 +189,6 @@ std::string BudgetsTable(Json const& document) {
                     Percent(budget, "median_coverage"), Percent(budget, "worst_coverage"), LockedText(budget));
     row.erase(row.find_last_not_of(" \n") + 1);
     text += row + "\n";
-  }
-  return text;
-}
-
-std::string BudgetsCsv(Json const& document) {
-  std::string text;
-  for (Json const& budget : document.at("budgets")) {
-    std::string names;
-    std::string values;
-    for (auto const& [name, value] : budget.items()) {
-      names += (names.empty() ? "" : ",") + name;
-      values += (values.empty() ? "" : ",") + (value.is_null() ? std::string() : value.dump());
-    }
-    text += (text.empty() ? names + "\n" : "") + values + "\n";
   }
   return text;
 }

@@ -10,10 +10,9 @@
 namespace shadingctl {
 
 // The document of `shadingctl budget`, from which the other formats are made: its member "budgets" has an object for
-// each, with numbers and nulls only.
+// each, with numbers and nulls only. They are the rows of CSV.
 Json BudgetsJson(std::vector<Budget> const& budgets);
 
-std::string BudgetsCsv(Json const& document);
 std::string BudgetsTable(Json const& document);
 
 // One budget in words, with its limits. Requires: the document has one.

@@ -2,16 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "hosting/QuotedText.h"
-#include "tools/shadingctl/calibration/CalibrationVerdict.h"
-#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
 
 constexpr double kUnity = 0x2000;  // the value that leaves a pixel as it is
-
-// ---- Text
 
 std::string Text(Json const& value) {
   return value.is_null() ? std::string() : hosting::Escaped(value.get_ref<std::string const&>());
@@ -95,18 +93,6 @@ std::string BlockText(Json const& block) {
   return text + StatisticsRow("all", block);
 }
 
-// ---- CSV
-
-std::string Cell(Json const& value) {
-  if (value.is_null()) return {};
-  if (value.is_number_float()) return fmt::format("{:.3f}", value.get<double>());
-  if (!value.is_string()) return value.dump();
-  std::string text = value.get<std::string>();
-  if (text.find_first_of(",\"\n") == std::string::npos) return text;
-  for (std::size_t at = 0; (at = text.find('"', at)) != std::string::npos; at += 2) text.insert(at, "\"");
-  return "\"" + text + "\"";
-}
-
 }  // namespace
 
 std::string CalibrationText(Json const& document) {
@@ -129,62 +115,14 @@ std::string CalibrationText(Json const& document) {
 }
 
 std::string CalibrationCsv(Json const& document) {
-  constexpr char const* kColumns[][2] = {{"", "camera"},
-                                         {"", "mask"},
-                                         {"", "file"},
-                                         {"", "file_bytes"},
-                                         {"table", "index"},
-                                         {"table", "default"},
-                                         {"table", "settled"},
-                                         {"table", "record_offset"},
-                                         {"table", "record"},
-                                         {"table", "valid_byte"},
-                                         {"table", "gradient"},
-                                         {"table", "flag"},
-                                         {"table", "flag_f"},
-                                         {"table", "reason"},
-                                         {"block", "kind"},
-                                         {"block", "default"},
-                                         {"block", "offset"},
-                                         {"block", "length"},
-                                         {"block", "valid_byte"},
-                                         {"block", "mirrored"},
-                                         {"block", "default_fill"},
-                                         {"block", "minimum"},
-                                         {"block", "maximum"},
-                                         {"block", "mean"},
-                                         {"block", "reason"}};
-  std::string text;
-  for (auto const& [part, key] : kColumns) {
-    text += fmt::format("{}{}{}{}", text.empty() ? "" : ",", part, *part == '\0' ? "" : "_", key);
+  Json rows = document.at("cameras");
+  for (Json& row : rows) {
+    Json const& means = row.at("block").at("rows");
+    std::vector<Json> cells(kBlockRows);
+    std::transform(means.begin(), means.end(), cells.begin(), [](Json const& of) { return of.at("mean"); });
+    for (std::size_t r = 0; r < kBlockRows; ++r) row[fmt::format("mean_row{}", r)] = cells[r];
   }
-  for (std::size_t r = 0; r < kBlockRows; ++r) text += fmt::format(",mean_row{}", r);
-  for (Json const& camera : document.at("cameras")) {
-    char separator = '\n';
-    for (auto const& [part, key] : kColumns) {
-      text += separator + Cell(*part == '\0' ? camera.at(key) : camera.at(part).at(key));
-      separator = ',';
-    }
-    Json const& rows = camera.at("block").at("rows");
-    for (std::size_t r = 0; r < kBlockRows; ++r) text += "," + (r < rows.size() ? Cell(rows[r].at("mean")) : "");
-  }
-  return text + "\n";
-}
-
-std::string CalibrationJsonText(Json const& document) {
-  std::string const json = JsonText(document);
-  std::string text;
-  for (std::size_t at = 0; at < json.size(); ++at) {
-    text += json[at];
-    // A text holds no line feed, so this is a list, and one of whole numbers a row.
-    std::size_t const end = json.compare(at, 2, "[\n") == 0 ? json.find_first_not_of("0123456789, \n", at + 1) : at;
-    if (end == std::string::npos || json[end] != ']') continue;
-    while (++at < end) {
-      if (json[at] != ' ' && json[at] != '\n') text += json[at];
-    }
-    --at;
-  }
-  return text;
+  return CsvText(rows);
 }
 
 }  // namespace shadingctl

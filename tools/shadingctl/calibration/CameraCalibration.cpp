@@ -17,24 +17,17 @@ namespace shadingctl {
 namespace {
 
 namespace fs = std::filesystem;
-using Keys = std::map<std::string, std::vector<std::int32_t>>;
-
-constexpr char const* kFeature = "FeatureShading";
-
-Keys const* FindFeature(desktop::DeviceSettings const& settings) {
-  auto const feature = settings.configuration.find(kFeature);
-  return feature == settings.configuration.end() || feature->second.empty() ? nullptr : &feature->second;
-}
 
 CalibrationPlaces PlacesOf(desktop::DeviceSettings const& settings, int sensorIndex) {
   CalibrationPlaces places;
-  Keys const* const keys = FindFeature(settings);
-  if (keys == nullptr) return places;
+  auto const feature = settings.configuration.find("FeatureShading");
+  if (feature == settings.configuration.end() || feature->second.empty()) return places;
   places.hasFeature = true;
-  auto const record = keys->find(fmt::format("multiGolden[{}]", sensorIndex));
-  if (record != keys->end() && !record->second.empty()) places.recordOffset = record->second[0];
-  auto const block = keys->find(fmt::format("PNCCaliData[{}]", sensorIndex));
-  if (block != keys->end() && block->second.size() >= 2) places.block = {block->second[0], block->second[1]};
+  auto const& keys = feature->second;
+  auto const record = keys.find(fmt::format("multiGolden[{}]", sensorIndex));
+  if (record != keys.end() && !record->second.empty()) places.recordOffset = record->second[0];
+  auto const block = keys.find(fmt::format("PNCCaliData[{}]", sensorIndex));
+  if (block != keys.end() && block->second.size() >= 2) places.block = {block->second[0], block->second[1]};
   return places;
 }
 
@@ -98,8 +91,6 @@ void ReadMessages(CameraCalibration& camera) {
   }
 }
 
-bool TellsOfBlock(std::string const& message) { return message.rfind("[VeyraGetPNCCaliData] [0]:", 0) == 0; }
-
 }  // namespace
 
 std::vector<int> CamerasOf(desktop::DeviceSettings const& settings) {
@@ -137,7 +128,7 @@ CameraCalibration AskCalibration(VeyraShadingUtil& library, desktop::Device& dev
     camera.blockAsked = true;
     std::vector<unsigned char> buffer(static_cast<std::size_t>(length > 1 ? length : 1));
     library.VeyraGetPNCCaliData(buffer.data(), mask);
-    if (!heard.empty() && TellsOfBlock(heard.back())) {
+    if (!heard.empty() && heard.back().rfind("[VeyraGetPNCCaliData] [0]:", 0) == 0) {
       buffer.resize(static_cast<std::size_t>(length - 1));
       camera.block = std::move(buffer);
     }

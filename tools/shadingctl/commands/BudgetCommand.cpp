@@ -71,7 +71,7 @@ int ShowBudget(BudgetArguments const& arguments) {
   OutputFile output(arguments.output);
   Json const document = BudgetsJson(BudgetsOf(arguments));
   output.Write(arguments.format == Format::kJson  ? JsonText(document)
-               : arguments.format == Format::kCsv ? BudgetsCsv(document)
+               : arguments.format == Format::kCsv ? CsvText(document["budgets"])
                : arguments.sweep.empty()          ? BudgetText(document)
                                                   : BudgetsTable(document));
   output.Finish();

@@ -87,7 +87,7 @@ int RunCalibration(CalibrationArguments const& arguments) {
   bool const isBuiltIn = device.directory.empty();
   std::string const name = isBuiltIn ? "the built-in device" : "the device in " + device.directory;
   Json const document = CalibrationJson(name, cameras);
-  output.Write(arguments.format == Format::kJson  ? CalibrationJsonText(document)
+  output.Write(arguments.format == Format::kJson  ? JsonText(document)
                : arguments.format == Format::kCsv ? CalibrationCsv(document)
                                                   : CalibrationText(document));
   if (isBuiltIn && !arguments.all && !arguments.camera && arguments.format == Format::kTable) {

@@ -23,8 +23,7 @@ int Fit(FitArguments const& arguments) {
   AddRecordingFiles(recording::RecordingDirectory(arguments.recording), inputs);
   RefuseOverwriting(inputs, {arguments.output});
   OutputFile output(arguments.output);
-  BenchSession const session =
-      ReadBenchSession(recording::RecordingDirectory(arguments.recording), arguments.reference, arguments.camera);
+  BenchSession const session = ReadBenchSession(arguments.recording, arguments.reference, arguments.camera);
   if (session.skipped > 0) Tell(fmt::format("{}: {} rows could not be read; left out", reference, session.skipped));
   for (std::string const& remark : session.remarks) Tell(remark);
   if (session.unknown > 0) {
@@ -32,9 +31,9 @@ int Fit(FitArguments const& arguments) {
                      session.unknown));
   }
   ReferenceFit const fit = FitReference(session.samples, session.frames, arguments.fit);
-  auto const document = FitDocument(fit, {arguments.recording, reference, session.unknown, session.skipped});
-  output.Write(arguments.format == Format::kCsv    ? FitCsv(document)
-               : arguments.format == Format::kJson ? FitJson(document)
+  auto const document = FitDocument(fit, session);
+  output.Write(arguments.format == Format::kCsv    ? CsvText(FitRows(document))
+               : arguments.format == Format::kJson ? JsonText(document)
                                                    : FitText(document));
   output.Finish();
   if (fit.refused) Tell(fmt::format("{}: {}", reference, fit.refused->text));

@@ -2,9 +2,7 @@
 
 #include <fmt/format.h>
 
-#include <map>
 #include <set>
-#include <utility>
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
@@ -40,82 +38,62 @@ Positions ReadReference(Reference const& reference, std::size_t& skipped) {
   return positions;
 }
 
-// Gathers one camera's samples and the times of its frames.
-class Collector {
- public:
-  Collector(std::string recording, std::optional<std::int32_t> camera)
-      : mRecording(std::move(recording)), mCamera(camera) {}
+ReferenceFrame FrameOf(recording::CalcOisValue const& calc, double readoutUs) {
+  auto const pair = PairOf(calc, calc.type.value_or(0));
+  return {calc.frame,
+          static_cast<std::int64_t>(pair.timestampNs - pair.exposureNs),
+          static_cast<double>(pair.exposureNs) / kNsOfUs,
+          readoutUs,
+          {}};
+}
 
-  void Add(recording::Call const& call) {
-    if (call.camera) mCameras.insert(*call.camera);
-    if (mCamera && call.camera && *call.camera != *mCamera) return;
-    if (auto const* readout = std::get_if<recording::StoreRollingShutter>(&call.operation))
-      mReadoutUs = readout->rollingShutterNs / kNsOfUs;
-    if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
-      for (auto const& sample : update->batch) mSamples.push_back({sample.timestamp, sample.oisHallX, sample.oisHallY});
-    }
-    if (auto const* calc = std::get_if<recording::CalcOisValue>(&call.operation)) AddFrame(*calc);
+void CheckCamera(std::string const& name, std::optional<std::int32_t> camera, std::set<std::int32_t> const& found) {
+  if (!camera && found.size() > 1) {
+    throw hosting::UnusableInput(
+        fmt::format("{}: expected --camera, found {} cameras: {}", name, found.size(), fmt::join(found, ", ")));
   }
-
-  BenchSession Join(Positions const& positions) const {
-    CheckCamera();
-    BenchSession session;
-    for (auto const& [number, position] : positions) {
-      auto const found = mFrames.find(number);
-      if (found == mFrames.end() || !(found->second.readoutUs > 0)) {
-        ++session.unknown;
-        continue;
-      }
-      session.frames.push_back(found->second);
-      session.frames.back().position = position;
-    }
-    session.samples = mSamples;
-    return session;
+  if (camera && !found.empty() && found.count(*camera) == 0) {
+    throw hosting::UnusableInput(
+        fmt::format("{}: expected camera {}, found {}", name, *camera, fmt::join(found, ", ")));
   }
-
- private:
-  void AddFrame(recording::CalcOisValue const& calc) {
-    auto const pair = PairOf(calc, calc.type.value_or(0));
-    ReferenceFrame frame;
-    frame.frame = calc.frame;
-    frame.startOfFrameNs = static_cast<std::int64_t>(pair.timestampNs - pair.exposureNs);
-    frame.exposureUs = static_cast<double>(pair.exposureNs) / kNsOfUs;
-    frame.readoutUs = mReadoutUs;
-    mFrames.emplace(calc.frame, frame);
-  }
-
-  void CheckCamera() const {
-    if (!mCamera && mCameras.size() > 1) {
-      throw hosting::UnusableInput(fmt::format("{}: expected --camera, found {} cameras: {}", mRecording,
-                                               mCameras.size(), fmt::join(mCameras, ", ")));
-    }
-    if (mCamera && !mCameras.empty() && mCameras.count(*mCamera) == 0) {
-      throw hosting::UnusableInput(
-          fmt::format("{}: expected camera {}, found {}", mRecording, *mCamera, fmt::join(mCameras, ", ")));
-    }
-  }
-
-  std::string mRecording;
-  std::optional<std::int32_t> mCamera;
-  std::set<std::int32_t> mCameras;
-  double mReadoutUs = 0;  // 0: not told yet
-  std::vector<HallSample> mSamples;
-  std::map<std::uint32_t, ReferenceFrame> mFrames;
-};
+}
 
 }  // namespace
 
 BenchSession ReadBenchSession(std::string const& recording, Reference const& reference,
                               std::optional<std::int32_t> camera) {
-  std::size_t skipped = 0;
-  Positions const positions = ReadReference(reference, skipped);
-  auto const session = recording::OpenRecording(recording);
-  Collector collector(session->Name(), camera);
-  for (recording::Call call; session->Next(call);) collector.Add(call);
-  BenchSession joined = collector.Join(positions);
-  joined.skipped = skipped;
-  joined.remarks = session->Remarks();
-  return joined;
+  BenchSession session;
+  session.recording = recording;
+  session.reference = reference.path;
+  Positions const positions = ReadReference(reference, session.skipped);
+  auto const recorded = recording::OpenRecording(recording::RecordingDirectory(recording));
+  std::set<std::int32_t> cameras;
+  double readoutUs = 0;  // 0: not told yet
+  std::map<std::uint32_t, ReferenceFrame> frames;
+  for (recording::Call call; recorded->Next(call);) {
+    if (call.camera) cameras.insert(*call.camera);
+    if (camera && call.camera && *call.camera != *camera) continue;
+    if (auto const* readout = std::get_if<recording::StoreRollingShutter>(&call.operation))
+      readoutUs = readout->rollingShutterNs / kNsOfUs;
+    if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
+      for (auto const& sample : update->batch)
+        session.samples.push_back({sample.timestamp, sample.oisHallX, sample.oisHallY});
+    }
+    if (auto const* calc = std::get_if<recording::CalcOisValue>(&call.operation))
+      frames.emplace(calc->frame, FrameOf(*calc, readoutUs));
+  }
+  CheckCamera(recorded->Name(), camera, cameras);
+  for (auto const& [number, position] : positions) {
+    auto const found = frames.find(number);
+    if (found == frames.end() || !(found->second.readoutUs > 0)) {
+      ++session.unknown;
+      continue;
+    }
+    session.frames.push_back(found->second);
+    session.frames.back().position = position;
+  }
+  session.remarks = recorded->Remarks();
+  return session;
 }
 
 }  // namespace shadingctl

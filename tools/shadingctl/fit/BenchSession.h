@@ -22,6 +22,8 @@ struct Reference {
 };
 
 struct BenchSession {
+  std::string recording;  // the names of both
+  std::string reference;
   std::vector<HallSample> samples;
   std::vector<ReferenceFrame> frames;  // of the reference, as far as the recording has them
   std::size_t unknown = 0;             // other frames of the reference, and those before the first readout time

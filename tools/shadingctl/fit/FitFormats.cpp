@@ -2,17 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <optional>
-
 #include "hosting/LibraryNumbers.h"
 #include "tools/shadingctl/fit/Verdict.h"
-#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 namespace {
 
 constexpr char const* kAxes[] = {"x", "y"};
-constexpr char const* kLists[] = {"outliers", "search", "images"};
 
 // In the order of Quantity, with the digits after the point for people.
 constexpr struct {
@@ -48,32 +44,20 @@ std::string Number(Json const& value, int digits, char const* missing = "") {
   return isZero && text[0] == '-' ? text.substr(1) : text;
 }
 
-// Calls row(axis, quantity, value, low, high, library) for each quantity of a document.
-template <class Row>
-void ForEachQuantity(Json const& document, Row const& row) {
-  for (char const* const name : kAxes) {
-    for (auto const& column : kColumns) {
-      Json const& entry = document.at("axes").at(name).at(column.name);
-      Json const interval = entry.value("interval", Json({nullptr, nullptr}));
-      row(name, column, entry.at("value"), interval[0], interval[1], entry.value("library", Json()));
-    }
-  }
-}
-
 }  // namespace
 
-Json FitDocument(ReferenceFit const& fit, FitSource const& source) {
+Json FitDocument(ReferenceFit const& fit, BenchSession const& session) {
   static constexpr char const* kFollows[] = {"cannot_tell", "shorter", "exposure"};
   static constexpr char const* kSlopeStates[] = {"fitted", "one_exposure", "follows_time"};
   Json document = {{"schema", kFitSchema},
                    {"version", kFitVersion},
-                   {"recording", source.recording},
-                   {"reference", source.reference},
+                   {"recording", session.recording},
+                   {"reference", session.reference},
                    {"frames", fit.hasLag ? fit.windows.list.size() : 0},
                    {"left_out", fit.leftOut},
                    {"clipped", fit.clipped},
-                   {"unknown", source.unknown},
-                   {"skipped", source.skipped},
+                   {"unknown", session.unknown},
+                   {"skipped", session.skipped},
                    {"shorter_us", fit.windows.shorterUs},
                    {"readout_us", fit.readoutUs},
                    {"verdict", VerdictOf(fit)},
@@ -97,7 +81,7 @@ Json FitDocument(ReferenceFit const& fit, FitSource const& source) {
     document["difference"][kAxes[i]] = {{"lag_us", fit.differences[i].lagUs},
                                         {"position", fit.differences[i].position}};
   }
-  for (char const* const list : kLists) document[list] = Json::array();
+  for (char const* const list : {"outliers", "search", "images"}) document[list] = Json::array();
   for (SearchedLag const& searched : fit.search)
     document["search"].push_back({Short(searched.lagUs), Short(searched.share[0]), Short(searched.share[1])});
   auto const& [x, y] = fit.axes;
@@ -114,6 +98,25 @@ Json FitDocument(ReferenceFit const& fit, FitSource const& source) {
         {{"frame", window.frame}, {"residual", {Short(x.residuals[i]), Short(y.residuals[i])}}});
   }
   return document;
+}
+
+Json FitRows(Json const& document) {
+  Json rows = Json::array();
+  for (char const* const name : kAxes) {
+    Json const& axis = document.at("axes").at(name);
+    for (auto const& column : kColumns) {
+      Json const& entry = axis.at(column.name);
+      Json const interval = entry.value("interval", Json({nullptr, nullptr}));
+      rows.push_back({{"image", name},
+                      {"hall", axis.at("hall")},
+                      {"quantity", column.name},
+                      {"value", entry.at("value")},
+                      {"low", interval[0]},
+                      {"high", interval[1]},
+                      {"library", entry.value("library", Json())}});
+    }
+  }
+  return rows;
 }
 
 std::string FitText(Json const& document) {
@@ -146,41 +149,16 @@ std::string FitText(Json const& document) {
   }
   all += fmt::format("\n{:<5} {:<17} {:>10}   {:>10} {:>10}  {:>10}\n", "image", "", "value", "95 % from", "to",
                      "library");
-  ForEachQuantity(document, [&](char const* axis, auto const& column, Json const& value, Json const& low,
-                                Json const& high, Json const& library) {
+  std::size_t next = 0;
+  for (Json const& row : FitRows(document)) {
+    int const digits = kColumns[next++ % kQuantities].digits;
     std::string const line =
-        fmt::format("{:<5} {:<17} {:>10}   {:>10} {:>10}  {:>10}", axis, column.name, Number(value, column.digits, "-"),
-                    Number(low, column.digits), Number(high, column.digits), Number(library, column.digits));
+        fmt::format("{:<5} {:<17} {:>10}   {:>10} {:>10}  {:>10}", row["image"].get<std::string>(),
+                    row["quantity"].get<std::string>(), Number(row["value"], digits, "-"), Number(row["low"], digits),
+                    Number(row["high"], digits), Number(row["library"], digits));
     all += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
-  });
-  return all;
-}
-
-std::string FitCsv(Json const& document) {
-  std::string text = "image,hall,quantity,value,low,high,library\n";
-  auto const cell = [](Json const& value) { return value.is_number() ? fmt::format("{}", value.get<double>()) : ""; };
-  ForEachQuantity(document, [&](char const* axis, auto const& column, Json const& value, Json const& low,
-                                Json const& high, Json const& library) {
-    Json const& hall = document.at("axes").at(axis).at("hall");
-    text += fmt::format("{},{},{},{},{},{},{}\n", axis, hall.is_null() ? "" : hall.get<std::string>(), column.name,
-                        cell(value), cell(low), cell(high), cell(library));
-  });
-  return text;
-}
-
-// Of the lists one row to a line.
-std::string FitJson(Json document) {
-  std::string lists;
-  for (char const* const name : kLists) {
-    lists += fmt::format(",\n  \"{}\": [", name);
-    char const* before = "\n    ";
-    for (Json const& row : document.at(name)) lists += std::exchange(before, ",\n    ") + row.dump();
-    lists += document.at(name).empty() ? "]" : "\n  ]";
-    document.erase(name);
   }
-  std::string text = document.dump(2, ' ', false, Json::error_handler_t::replace);
-  text.erase(text.rfind("\n}"));
-  return text + lists + "\n}\n";
+  return all;
 }
 
 }  // namespace shadingctl

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tools/shadingctl/fit/LeastSquares.h"
+#include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
 namespace {
@@ -30,7 +31,7 @@ HallSignal::HallSignal(std::vector<HallSample> samples) {
   std::vector<double> intervalsUs;
   for (std::size_t i = 1; i < samples.size(); ++i)
     intervalsUs.push_back(static_cast<double>(samples[i].timeNs - samples[i - 1].timeNs) / 1e3);
-  mMedianIntervalUs = Median(std::move(intervalsUs));
+  mMedianIntervalUs = *Median(std::move(intervalsUs));
   HallPoint mean;
   for (HallSample const& sample : samples)
     mean = mean + (1 / static_cast<double>(samples.size())) * HallPoint{sample.x, sample.y};

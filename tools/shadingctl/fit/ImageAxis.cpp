@@ -1,10 +1,10 @@
 #include "tools/shadingctl/fit/ImageAxis.h"
 
-#include <cmath>
 #include <numeric>
 #include <utility>
 
 #include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
 namespace {
@@ -68,7 +68,7 @@ bool FrameWindows::IsSmooth(std::size_t axis) const {
 
 double FrameWindows::Motion(std::size_t axis) const {
   std::vector<double> positions = Positions(axis);
-  double const middle = Median(positions);
+  double const middle = Median(positions).value_or(0);
   for (double& position : positions) position -= middle;
   return RobustDeviation(std::move(positions));
 }
@@ -118,7 +118,7 @@ std::optional<LagTrial> ImageAxis::TryLag(Parameters const& at, std::size_t fewe
     for (std::size_t i = 0; i < rows.size(); ++i) residuals[i] = positions[i] - Dot(rows[i], trial.at);
   }
   for (Parameter const set : {kLag, kDrift, kSlope}) trial.at[set] = at[set];
-  double const middle = Median(positions);
+  double const middle = *Median(positions);
   for (double& position : positions) position -= middle;
   trial.share = TrimmedSize(residuals) / TrimmedSize(positions);
   return trial;

@@ -2,9 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cmath>
 #include <numeric>
+
+#include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
 namespace {
@@ -44,8 +44,8 @@ class Fitting {
       list.push_back({frame.frame, startUs, startUs + frame.readoutUs, frame.exposureUs, frame.position, 0, 0});
     }
     mFit.windows = FrameWindows(std::move(list));
-    mFit.readoutUs = Median(std::move(readoutsUs));
-    mFit.frameIntervalUs = Median(std::move(intervalsUs));
+    mFit.readoutUs = Median(std::move(readoutsUs)).value_or(0);
+    mFit.frameIntervalUs = Median(std::move(intervalsUs)).value_or(0);
     double const searchUs = options.searchUs + 2 * std::clamp(mFit.frameIntervalUs, 0.0, kLongestFrameUs);
     for (double lagUs = -searchUs; lagUs <= searchUs; lagUs += kGridUs) mLagsUs.push_back(lagUs);
   }

@@ -5,6 +5,8 @@
 #include <numeric>
 #include <utility>
 
+#include "tools/shadingctl/statistics/Median.h"
+
 namespace shadingctl {
 namespace {
 
@@ -54,16 +56,9 @@ double MeanSquare(std::vector<double> const& values) {
   return std::inner_product(values.begin(), values.end(), values.begin(), 0.0) / static_cast<double>(values.size());
 }
 
-double Median(std::vector<double> values) {
-  if (values.empty()) return 0;
-  auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
-
 double RobustDeviation(std::vector<double> values) {
   for (double& value : values) value = std::abs(value);
-  return 1.4826 * Median(std::move(values));
+  return 1.4826 * Median(std::move(values)).value_or(0);
 }
 
 }  // namespace shadingctl

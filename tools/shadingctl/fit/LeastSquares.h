@@ -1,4 +1,4 @@
-// Least squares and medians: what each step of the fit is made of.
+// Least squares, of which each step of the fit is made.
 #pragma once
 
 #include <array>
@@ -40,10 +40,7 @@ struct Moments {
 
 double MeanSquare(std::vector<double> const& values);
 
-// 0 of none.
-double Median(std::vector<double> values);
-
-// The standard deviation of values around 0 most of which follow the normal distribution.
+// The standard deviation of values around 0 most of which follow the normal distribution; 0 of none.
 double RobustDeviation(std::vector<double> values);
 
 }  // namespace shadingctl

@@ -1,7 +1,5 @@
 #include "tools/shadingctl/fit/RobustFit.h"
 
-#include <cmath>
-
 #include "hosting/LibraryNumbers.h"
 
 namespace shadingctl {

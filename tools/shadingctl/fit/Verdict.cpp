@@ -2,10 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cmath>
-#include <optional>
-
 #include "hosting/LibraryNumbers.h"
 
 namespace shadingctl {
