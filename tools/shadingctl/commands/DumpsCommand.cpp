@@ -17,16 +17,15 @@ struct DumpsArguments {
 };
 
 // Sorted by camera, then previews before captures, then by frame number.
-bool IsBefore(NamedDump const& left, NamedDump const& right) {
-  auto const key = [](NamedDump const& named) {
-    DumpName const& name = named.dump.name;
+bool IsBefore(HallDump const& left, HallDump const& right) {
+  auto const key = [](DumpName const& name) {
     return std::make_tuple(name.camera, name.kind, name.Frame(), name.startOfFrameUs);
   };
-  return key(left) < key(right);
+  return key(left.name) < key(right.name);
 }
 
 int RunDumps(DumpsArguments const& arguments) {
-  std::vector<NamedDump> dumps;
+  std::vector<HallDump> dumps;
   int exitCode = kExitDone;
   auto const complain = [&](std::string const& complaint) {
     TellPlainly(hosting::Escaped(complaint) + "\n");
@@ -45,13 +44,13 @@ int RunDumps(DumpsArguments const& arguments) {
       Tell(fmt::format("{}: expected OIS hall dump files, found none to read", fmt::join(arguments.names, ", ")));
     return kExitUnusable;
   }
-  for (NamedDump const& named : dumps) {
-    std::size_t const line = 2 * named.dump.samples.size() + 2;  // after the frame's and two for each sample
-    if (auto const problem = CheckPosition(named.dump)) complain(fmt::format("{}:{}: {}", named.file, line, *problem));
+  for (HallDump const& dump : dumps) {
+    std::size_t const line = 2 * dump.samples.size() + 2;  // after the frame's and two for each sample
+    if (auto const problem = CheckPosition(dump)) complain(fmt::format("{}:{}: {}", dump.file, line, *problem));
   }
   std::stable_sort(dumps.begin(), dumps.end(), IsBefore);
   std::vector<std::string> inputs;
-  for (NamedDump const& named : dumps) inputs.push_back(named.file);
+  for (HallDump const& dump : dumps) inputs.push_back(dump.file);
   RefuseOverwriting(inputs, {arguments.output});
   OutputFile output(arguments.output);
   WriteDumps(arguments.format, output, dumps, arguments.samples);

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <system_error>
+#include <type_traits>
 
 #include "hosting/QuotedText.h"
 
@@ -15,42 +16,17 @@ namespace {
 
 using hosting::Quoted;
 
-constexpr std::size_t kDecimals = 6;
-
 bool TakeText(std::string_view& rest, std::string_view text) {
   if (rest.substr(0, text.size()) != text) return false;
   rest.remove_prefix(text.size());
   return true;
 }
 
-// An integer in canonical notation: no plus sign, no leading zero, no minus zero.
 template <class Integer>
 bool TakeInteger(std::string_view& rest, Integer& number) {
   auto const [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-  if (error != std::errc()) return false;
-  auto const size = static_cast<std::size_t>(end - rest.data());
-  if (rest.substr(0, size) != std::to_string(number)) return false;
-  rest.remove_prefix(size);
-  return true;
-}
-
-// A number in fixed notation with six decimals, or an infinity or NaN.
-bool IsFixed(std::string_view text, double& number) {
-  if (!text.empty() && text.front() == '-') {
-    if (!IsFixed(text.substr(1), number) || text[1] == '-') return false;
-    number = -number;
-    return true;
-  }
-  if (text == "nan" || text == "inf") {
-    number = text == "nan" ? std::numeric_limits<double>::quiet_NaN() : std::numeric_limits<double>::infinity();
-    return true;
-  }
-  std::size_t const point = text.find('.');
-  bool const hasShape = point != std::string_view::npos && point > 0 && text.size() == point + 1 + kDecimals &&
-                        text.find_first_not_of("0123456789.") == std::string_view::npos &&
-                        text.find('.', point + 1) == std::string_view::npos && (text[0] != '0' || point == 1);
-  if (!hasShape) return false;
-  return std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc();
+  rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+  return error == std::errc();
 }
 
 // Goes through a text line by line.
@@ -75,22 +51,18 @@ class Lines {
     throw BrokenDump(mNumber, fmt::format("expected {}, found {}", expected, found));
   }
 
-  // The line `<tab>"KEY": NUMBER`.
-  double Fixed(std::string const& key) {
-    std::string const expected = fmt::format("\\t\"{}\": and a number with six decimals", key);
-    std::string_view line = Peek();
-    double number = 0;
-    if (!TakeText(line, fmt::format("\t\"{}\": ", key)) || !IsFixed(line, number)) Refuse(expected);
-    Pass(expected);
-    return number;
-  }
-
-  template <class Integer>
-  Integer Whole(std::string const& beginning, std::string const& shown) {
-    std::string const expected = fmt::format("{} and an integer of {} bits", shown, 8 * sizeof(Integer));
-    std::string_view line = Peek();
-    Integer number = 0;
-    if (!TakeText(line, beginning) || !TakeInteger(line, number) || !line.empty()) Refuse(expected);
+  // The line `<tab>"KEY": NUMBER`. Printed anew the number must give the same text, so that there is one text for each.
+  template <class Number>
+  Number Value(std::string const& key) {
+    constexpr bool kIsWhole = std::is_integral_v<Number>;
+    std::string const expected =
+        fmt::format("\\t\"{}\": and {}", key,
+                    kIsWhole ? fmt::format("an integer of {} bits", 8 * sizeof(Number)) : "a number with six decimals");
+    std::string_view text = Peek();
+    if (!TakeText(text, fmt::format("\t\"{}\": ", key))) Refuse(expected);
+    Number number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    if (text != fmt::format(fmt::runtime(kIsWhole ? "{}" : "{:.6f}"), number)) Refuse(expected);
     Pass(expected);
     return number;
   }
@@ -102,26 +74,49 @@ class Lines {
 
 bool IsSample(std::string_view line) { return TakeText(line, "\t\"OIS hall X\": "); }
 
+constexpr double kPrinted = 0.5e-6;  // a printed number differs by at most this from the number
+
+bool IsSame(double one, double other) { return one == other || (std::isnan(one) && std::isnan(other)); }
+
+// The sum as the library computes it, in single precision and in the order of time, and a bound for its difference from
+// the sum of the unrounded numbers.
+bool IsMean(std::vector<Position> const& samples, double Position::*axis, double position) {
+  float sum = 0;
+  double largest = 0;
+  for (Position const& sample : samples) {
+    sum += static_cast<float>(sample.*axis);
+    largest = std::max(largest, std::abs(double{sum}));
+  }
+  auto const count = static_cast<float>(samples.size());
+  double const tolerance = 2 * kPrinted + largest * static_cast<double>(std::numeric_limits<float>::epsilon());
+  return IsSame(double{sum / count}, position) || std::abs(double{sum / count} - position) <= tolerance;
+}
+
+bool IsMaximum(std::vector<Position> const& samples, double Position::*axis, double position) {
+  double maximum = samples.front().*axis;
+  for (Position const& sample : samples) {
+    if (!(maximum > sample.*axis)) maximum = sample.*axis;
+  }
+  return IsSame(maximum, position);
+}
+
+bool IsAt(Position const& sample, Position const& position) {
+  return IsSame(sample.x, position.x) && IsSame(sample.y, position.y);
+}
+
 }  // namespace
 
 char const* Name(DumpKind kind) { return kind == DumpKind::kPreview ? "preview" : "capture"; }
 
 std::optional<DumpName> ParseDumpName(std::string_view text) {
   DumpName name;
-  if (TakeText(text, "capture")) {
-    name.kind = DumpKind::kCapture;
-  } else if (!TakeText(text, "preview")) {
-    return std::nullopt;
-  }
-  bool const begins = TakeText(text, "_camera_") && TakeInteger(text, name.camera) && TakeText(text, "_frame_") &&
-                      TakeInteger(text, name.printedFrame);
+  std::string_view rest = text;
+  if (rest.substr(0, 1) == "c") name.kind = DumpKind::kCapture;
+  bool const begins = TakeText(rest, Name(name.kind)) && TakeText(rest, "_camera_") && TakeInteger(rest, name.camera) &&
+                      TakeText(rest, "_frame_") && TakeInteger(rest, name.printedFrame);
   if (!begins) return std::nullopt;
-  if (name.kind == DumpKind::kCapture) {
-    std::int64_t startOfFrameUs = 0;
-    if (!TakeText(text, "_") || !TakeInteger(text, startOfFrameUs)) return std::nullopt;
-    name.startOfFrameUs = startOfFrameUs;
-  }
-  return text == "_oishall.txt" ? std::optional<DumpName>(name) : std::nullopt;
+  if (name.kind == DumpKind::kCapture && TakeText(rest, "_")) TakeInteger(rest, name.startOfFrameUs.emplace());
+  return text == FileNameOf(name) ? std::optional(name) : std::nullopt;
 }
 
 std::string FileNameOf(DumpName const& name) {
@@ -139,17 +134,28 @@ HallDump ParseDump(DumpName const& name, std::string_view text) {
 
   while (dump.samples.size() < 2 || IsSample(lines.Peek())) {
     if (dump.samples.size() == kMaxSpan) lines.Refuse(fmt::format("the result after {} samples", kMaxSpan));
-    double const x = lines.Fixed("OIS hall X");
-    dump.samples.push_back({x, lines.Fixed("OIS hall Y")});
+    double const x = lines.Value<double>("OIS hall X");
+    dump.samples.push_back({x, lines.Value<double>("OIS hall Y")});
   }
-  dump.hall0.x = lines.Fixed("match ois hall0 X");
-  dump.hall0.y = lines.Fixed("match ois hall0 y");
-  dump.hall1.x = lines.Fixed("match ois hall1 X");
-  dump.hall1.y = lines.Fixed("match ois hall1 y");
-  dump.exposureUs = lines.Whole<std::int64_t>("\t\"exposure_time\": ", "\\t\"exposure_time\":");
-  dump.shutterUs = lines.Whole<std::int32_t>("\t\"shutter_time\": ", "\\t\"shutter_time\":");
+  dump.hall0.x = lines.Value<double>("match ois hall0 X");
+  dump.hall0.y = lines.Value<double>("match ois hall0 y");
+  dump.hall1.x = lines.Value<double>("match ois hall1 X");
+  dump.hall1.y = lines.Value<double>("match ois hall1 y");
+  dump.exposureUs = lines.Value<std::int64_t>("exposure_time");
+  dump.shutterUs = lines.Value<std::int32_t>("shutter_time");
   if (!lines.IsAtEnd()) lines.Refuse("the end of the file");
   return dump;
+}
+
+std::optional<std::string> CheckPosition(HallDump const& dump) {
+  std::vector<Position> const& samples = dump.samples;
+  Position const& found = dump.hall0;
+  bool const isComputed = (IsMean(samples, &Position::x, found.x) && IsMean(samples, &Position::y, found.y)) ||
+                          (IsMaximum(samples, &Position::x, found.x) && IsMaximum(samples, &Position::y, found.y)) ||
+                          IsAt(samples[(samples.size() - 1) / 2], found) || IsAt(samples.back(), found);
+  if (isComputed) return std::nullopt;
+  return fmt::format("expected the mean, maximum, middle or last of the samples, found ({:.6f}, {:.6f})", found.x,
+                     found.y);
 }
 
 }  // namespace shadingctl

@@ -38,6 +38,7 @@ struct Position {
 };
 
 struct HallDump {
+  std::string file;  // with its directory; of a dump that was read from one
   DumpName name;
   std::vector<Position> samples;  // of the span, 2 to kMaxSpan
   Position hall0;                 // the result

@@ -1,6 +1,8 @@
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +11,7 @@
 #include <memory>
 #include <system_error>
 
+#include "hosting/FileDescriptor.h"
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 
@@ -56,6 +59,20 @@ std::vector<fs::path> FilesOf(fs::path const& name) {
   return EntriesOf(fs::is_directory(below, failure) ? below : name);
 }
 
+// Writes a file of a dump's size in the folder, which has lost its name before, to obtain the error that the library
+// does not report.
+std::string AskTheSystem() {
+  std::string const path = fmt::format("{}/.shadingctl-{}", kDumpDirectory, getpid());
+  std::string const content(kLargestDump, '0');
+  hosting::FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  int error = file ? 0 : errno;
+  if (file) unlink(path.c_str());
+  if (file && write(file.Number(), content.data(), content.size()) != static_cast<ssize_t>(content.size())) {
+    error = errno != 0 ? errno : ENOSPC;  // a short write has no error of its own
+  }
+  return error == 0 ? "the system names no reason" : std::generic_category().message(error);
+}
+
 }  // namespace
 
 HallDump ReadDump(std::string const& file) {
@@ -66,15 +83,17 @@ HallDump ReadDump(std::string const& file) {
                      "expected a name like preview_camera_0_frame_1_oishall.txt or "
                      "capture_camera_0_frame_1_2000_oishall.txt");
   }
-  return ParseDump(*name, ReadText(path));
+  HallDump dump = ParseDump(*name, ReadText(path));
+  dump.file = file;
+  return dump;
 }
 
-void ReadDumps(std::string const& name, std::vector<NamedDump>& dumps,
+void ReadDumps(std::string const& name, std::vector<HallDump>& dumps,
                std::function<void(std::string const&)> const& complain) {
   for (fs::path const& path : FilesOf(name)) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
     try {
-      dumps.push_back({path.string(), ReadDump(path.string())});
+      dumps.push_back(ReadDump(path.string()));
     } catch (BrokenDump const& broken) {
       complain(fmt::format("{}:{}: {}", path.string(), broken.Line(), broken.what()));
     }
@@ -91,6 +110,29 @@ void SendDumpsBelow(std::string const& directory) {
   }
   fs::current_path(directory, failure);
   if (failure) throw hosting::UnusableInput(fmt::format("{}: cannot be entered: {}", directory, failure.message()));
+}
+
+void HallDumpAudit::Expect(DumpName const& name) {
+  ++mExpected;
+  std::error_code failure;
+  std::string const path = std::string(kDumpDirectory) + "/" + FileNameOf(name);
+  if (fs::exists(path, failure)) {
+    try {
+      ReadDump(path);
+      return;
+    } catch (BrokenDump const&) {
+      ++mCut;
+    }
+  } else {
+    ++mMissing;
+  }
+  if (mReason.empty()) mReason = AskTheSystem();
+}
+
+std::string HallDumpAudit::Complaint(std::string const& directory) const {
+  if (mMissing + mCut == 0) return {};
+  return fmt::format("{}/{}: of {} dumps {} are missing and {} are cut: {}", directory, kDumpDirectory, mExpected,
+                     mMissing, mCut, mReason);
 }
 
 }  // namespace shadingctl

@@ -1,5 +1,7 @@
 #include <fmt/format.h>
 
+#include <utility>
+
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/Json.h"
 
@@ -9,17 +11,15 @@ namespace {
 Json PositionJson(Position const& position) { return {{"x", position.x}, {"y", position.y}}; }
 
 // The values of every format. NaN and infinities become null in JSON text alone.
-Json DumpJson(NamedDump const& named) {
-  HallDump const& dump = named.dump;
+Json DumpJson(HallDump const& dump) {
   Json samples = Json::array();
   for (Position const& sample : dump.samples) samples.push_back(PositionJson(sample));
-  auto const& startUs = dump.name.startOfFrameUs;
-  return {{"file", named.file},
+  return {{"file", dump.file},
           {"kind", Name(dump.name.kind)},
           {"camera", dump.name.camera},
           {"frame", dump.name.Frame()},
           {"printed_frame", dump.name.printedFrame},
-          {"start_of_frame_us", startUs ? Json(*startUs) : Json(nullptr)},
+          {"start_of_frame_us", OrNull(dump.name.startOfFrameUs)},
           {"hall0", PositionJson(dump.hall0)},
           {"hall1", PositionJson(dump.hall1)},
           {"exposure_us", dump.exposureUs},
@@ -28,23 +28,22 @@ Json DumpJson(NamedDump const& named) {
 }
 
 struct Column {
-  char const* place;  // in the JSON
-  char const* csv;
-  char const* head;  // of the table
+  char const* place;  // in the JSON, and by it the column of CSV
+  char const* head;   // of the table
   char const* unit;
   int width;  // of the table; 0: not in it
-} constexpr kColumns[] = {{"/kind", "kind", "kind", "", -7},
-                          {"/camera", "camera", "camera", "", 6},
-                          {"/frame", "frame", "frame", "", 10},
-                          {"/printed_frame", "printed_frame", "printed", "as", 11},
-                          {"/start_of_frame_us", "start_of_frame_us", "start of frame", "us", 15},
-                          {"/samples", "samples", "samples", "of span", 7},
-                          {"/hall0/x", "hall0_x", "hall x", "hall unit", 16},
-                          {"/hall0/y", "hall0_y", "hall y", "hall unit", 15},
-                          {"/hall1/x", "hall1_x", "", "", 0},
-                          {"/hall1/y", "hall1_y", "", "", 0},
-                          {"/exposure_us", "exposure_us", "exposure", "us", 9},
-                          {"/shutter_us", "shutter_us", "readout", "us", 9}};
+} constexpr kColumns[] = {{"/kind", "kind", "", -7},
+                          {"/camera", "camera", "", 6},
+                          {"/frame", "frame", "", 10},
+                          {"/printed_frame", "printed", "as", 11},
+                          {"/start_of_frame_us", "start of frame", "us", 15},
+                          {"/samples", "samples", "of span", 7},
+                          {"/hall0/x", "hall x", "hall unit", 16},
+                          {"/hall0/y", "hall y", "hall unit", 15},
+                          {"/hall1/x", "", "", 0},
+                          {"/hall1/y", "", "", 0},
+                          {"/exposure_us", "exposure", "us", 9},
+                          {"/shutter_us", "readout", "us", 9}};
 
 // Positions as they are printed in a dump; of samples their number.
 std::string Text(Json const& value, char const* whenNull = "") {
@@ -65,11 +64,6 @@ std::string TableRow(CellOf const& cellOf) {
   return row.substr(0, row.find_last_not_of(' ') + 1) + "\n";
 }
 
-std::string TableHead() {
-  return TableRow([](Column const& column) { return column.head; }) +
-         TableRow([](Column const& column) { return column.unit; });
-}
-
 std::string TableRows(Json const& dump, bool withSamples) {
   std::string text =
       TableRow([&](Column const& column) { return Text(dump.at(Json::json_pointer(column.place)), "-"); });
@@ -86,9 +80,9 @@ std::string TableRows(Json const& dump, bool withSamples) {
 }
 
 std::string CsvHead(bool withSamples) {
-  std::string head;
-  for (Column const& column : kColumns) head += (head.empty() ? "" : ",") + std::string(column.csv);
-  return head + (withSamples ? ",samples_x,samples_y\n" : "\n");
+  std::vector<std::string> places;
+  for (Column const& column : kColumns) places.emplace_back(column.place);
+  return CsvNames(places) + (withSamples ? ",samples_x,samples_y\n" : "\n");
 }
 
 std::string CsvRow(Json const& dump, bool withSamples) {
@@ -99,28 +93,24 @@ std::string CsvRow(Json const& dump, bool withSamples) {
   for (char const* const axis : {"x", "y"}) {
     if (!withSamples) break;
     char separator = ',';
-    for (Json const& sample : dump.at("samples")) {
-      row += separator + Text(sample.at(axis));
-      separator = ' ';
-    }
+    for (Json const& sample : dump.at("samples")) row += std::exchange(separator, ' ') + Text(sample.at(axis));
   }
   return row + "\n";
 }
 
 }  // namespace
 
-void WriteDumps(Format format, OutputFile& output, std::vector<NamedDump> const& dumps, bool withSamples) {
+void WriteDumps(Format format, OutputFile& output, std::vector<HallDump> const& dumps, bool withSamples) {
   bool const isJson = format == Format::kJson;
   bool const isCsv = format == Format::kCsv;
   output.Write(isJson  ? "{\"schema\": \"shadingctl-dumps\", \"version\": 1,\n\"dumps\": ["
                : isCsv ? CsvHead(withSamples)
-                       : TableHead());
-  for (NamedDump const& named : dumps) {
-    Json const dump = DumpJson(named);
-    if (isJson) output.Write(&named == &dumps.front() ? "\n" : ",\n");
-    output.Write(isJson  ? dump.dump(-1, ' ', false, Json::error_handler_t::replace)
-                 : isCsv ? CsvRow(dump, withSamples)
-                         : TableRows(dump, withSamples));
+                       : TableRow([](Column const& column) { return column.head; }) +
+                             TableRow([](Column const& column) { return column.unit; }));
+  for (HallDump const& listed : dumps) {
+    Json const dump = DumpJson(listed);
+    if (isJson) output.Write(&listed == &dumps.front() ? "\n" : ",\n");
+    output.Write(isJson ? Dump(dump) : isCsv ? CsvRow(dump, withSamples) : TableRows(dump, withSamples));
   }
   if (isJson) output.Write("\n]}\n");
 }
