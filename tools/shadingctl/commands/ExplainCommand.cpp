@@ -50,12 +50,7 @@ int Finish(ExplainArguments const& arguments, ReadingEnd const& ending, std::str
   return report && report->different.count > 0 ? kExitDifference : kExitDone;
 }
 
-int ExplainLog(ExplainArguments const& arguments) {
-  ChosenDevice const device = ChooseDevice(arguments.device);
-  std::string const library = ChooseLibrary(arguments.library);
-  std::vector<std::string> inputs = FilesOf(device, library);
-  inputs.push_back(arguments.source);
-  RefuseOverwriting(inputs, {arguments.output});
+int ExplainLog(ExplainArguments const& arguments, ChosenDevice const& device, std::string const& library) {
   recording::LineReader log(arguments.source);
   OutputFile output(arguments.output);
   ExplainWriter writer(output, arguments.format, arguments.frame);
@@ -69,12 +64,7 @@ int ExplainLog(ExplainArguments const& arguments) {
   return Finish(arguments, ending, log.Name(), summaries, explanation.Report(), writer, output);
 }
 
-int ExplainRecording(ExplainArguments const& arguments) {
-  ChosenDevice const chosen = ChooseDevice(arguments.device);
-  std::string const path = ChooseLibrary(arguments.library);
-  std::vector<std::string> inputs = FilesOf(chosen, path);
-  AddRecordingFiles(arguments.source, inputs);
-  RefuseOverwriting(inputs, {arguments.output});
+int ExplainRecording(ExplainArguments const& arguments, ChosenDevice const& chosen, std::string const& path) {
   auto const session = recording::OpenRecording(arguments.source);
   desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->Settings(), hosting::kDetailLevel);
   desktop::Device& device = desktop::Device::Get();
@@ -109,7 +99,13 @@ int Explain(ExplainArguments const& given) {
   ExplainArguments arguments = given;
   arguments.source = recording::RecordingDirectory(given.source);
   bool const isRecording = arguments.source != "-" && std::filesystem::is_directory(arguments.source);
-  return isRecording ? ExplainRecording(arguments) : ExplainLog(arguments);
+  ChosenDevice const device = ChooseDevice(arguments.device);
+  std::string const library = ChooseLibrary(arguments.library);
+  std::vector<std::string> inputs = FilesOf(device, library);
+  if (isRecording) AddRecordingFiles(arguments.source, inputs);
+  if (!isRecording) inputs.push_back(arguments.source);
+  RefuseOverwriting(inputs, {arguments.output});
+  return isRecording ? ExplainRecording(arguments, device, library) : ExplainLog(arguments, device, library);
 }
 
 constexpr char const* kExplainExamples =

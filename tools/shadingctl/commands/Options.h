@@ -35,22 +35,27 @@ std::optional<Number> ParseNumber(std::string const& text, Number least, Number 
   return number;
 }
 
-// Adds an option that takes a number from `least` to `most`; the help and every refusal say so. `target` is of that
-// type, which is the default then, or an std::optional of it.
+// Adds an option that takes a number from `least` to `most`, which `take` gets; the help and every refusal say so.
+template <class Number, class Take>
+CLI::Option* AddNumberOption(CLI::App& command, std::string const& name, Number least, Number most,
+                             std::string const& description, Take const& take) {
+  char const* const kind = std::is_floating_point_v<Number> ? "a number" : "a whole number";
+  std::string const expected = fmt::format("expected {} from {} to {}", kind, least, most);
+  auto const read = [take, name, expected, least, most](std::string const& text) {
+    auto const number = ParseNumber<Number>(text, least, most);
+    if (!number) throw CLI::ValidationError(name, fmt::format("{}, found '{}'", expected, text));
+    take(*number);
+  };
+  return command.add_option_function<std::string>(name, read, description)
+      ->type_name(fmt::format("{}..{}", least, most));
+}
+
+// The same for a `target` of that type, which is the default then, or for an std::optional of it.
 template <class Target, class Number>
 CLI::Option* AddNumber(CLI::App& command, std::string const& name, Target& target, Number least, Number most,
                        std::string const& description) {
-  char const* const kind = std::is_floating_point_v<Number> ? "a number" : "a whole number";
-  std::string const expected = fmt::format("expected {} from {} to {}", kind, least, most);
-  auto* const option = command.add_option_function<std::string>(
-      name,
-      [&target, name, expected, least, most](std::string const& text) {
-        auto const number = ParseNumber<Number>(text, least, most);
-        if (!number) throw CLI::ValidationError(name, fmt::format("{}, found '{}'", expected, text));
-        target = *number;
-      },
-      description);
-  option->type_name(fmt::format("{}..{}", least, most));
+  auto* const option =
+      AddNumberOption(command, name, least, most, description, [&target](Number number) { target = number; });
   if constexpr (std::is_arithmetic_v<Target>) option->default_str(fmt::format("{}", target));
   return option;
 }

@@ -5,7 +5,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -36,21 +35,9 @@ std::size_t Distance(std::string const& one, std::string const& other) {
   return steps[one.size()][other.size()];
 }
 
-// The candidate with the fewest letters that differ, are too many, missing, or changed places; none when even that one
-// differs in more than a third of its letters.
-std::optional<std::string> Suggest(std::string const& mistyped, std::vector<std::string> const& candidates) {
-  std::optional<std::string> nearest;
-  std::size_t least = 0;
-  for (std::string const& candidate : candidates) {
-    std::size_t const distance = Distance(mistyped, candidate);
-    if (3 * distance > candidate.size() || (nearest && distance >= least)) continue;
-    nearest = candidate;
-    least = distance;
-  }
-  return nearest;
-}
-
-// The command or option that the first unknown argument may stand for, as a line; empty when there is none like it.
+// The command or option that the first unknown argument may stand for, as a line: the one with the fewest letters that
+// differ, are too many, missing, or changed places; empty when even that one differs in more than a third of its
+// letters.
 std::string SuggestionFor(CLI::App const& app) {
   std::vector<std::string> const unknown = app.remaining(true);
   if (unknown.empty()) return {};
@@ -65,8 +52,15 @@ std::string SuggestionFor(CLI::App const& app) {
     for (CLI::App const* const command : app.get_subcommands({})) candidates.push_back(command->get_name());
   }
   std::string const typed = unknown.front().substr(0, unknown.front().find('='));
-  auto const suggestion = Suggest(typed, candidates);
-  return suggestion ? "Did you mean " + *suggestion + "?\n" : std::string();
+  std::string const* nearest = nullptr;
+  std::size_t least = 0;
+  for (std::string const& candidate : candidates) {
+    std::size_t const distance = Distance(typed, candidate);
+    if (3 * distance > candidate.size() || (nearest != nullptr && distance >= least)) continue;
+    nearest = &candidate;
+    least = distance;
+  }
+  return nearest == nullptr ? std::string() : "Did you mean " + *nearest + "?\n";
 }
 
 // If the parent process has closed a standard stream, the first file opened would get its number. The placeholder is

@@ -14,7 +14,7 @@ namespace {
 struct SummarizeArguments {
   std::vector<std::string> names;  // none: standard input lists them
   std::size_t worst = 10;
-  bool isJson = false;
+  Format format = Format::kTable;
   std::string output;
 };
 
@@ -48,7 +48,7 @@ int Summarize(SummarizeArguments const& arguments) {
   }
   if (totals.Results() + totals.Unusable() == 0)
     throw hosting::UnusableInput("standard input: expected names of results, found none");
-  output.Write(arguments.isJson ? totals.ToJson() : totals.Text());
+  output.Write(arguments.format == Format::kJson ? totals.ToJson() : totals.Text());
   output.Finish();
   if (totals.Unusable() + totals.Unfinished() > 0) return kExitUnusable;
   return totals.DifferentAnswers() > 0 ? kExitDifference : kExitDone;
@@ -73,13 +73,7 @@ void AddOptions(CLI::App& command, SummarizeArguments& arguments) {
                      "Files that replay --format json wrote; without one, standard input lists them, one a line");
   AddNumber(command, "--worst", arguments.worst, std::size_t{0}, std::size_t{10000},
             "How many cameras with the lowest match rates to name");
-  command
-      .add_option_function<std::string>(
-          "--format", [&arguments](std::string const& name) { arguments.isJson = name == "json"; },
-          "How to show the result")
-      ->default_str("table")
-      ->check(CLI::IsMember({"table", "json"}));
-  AddOutput(command, arguments.output);
+  AddResultOptions(command, arguments.format, arguments.output, {"table", "json"});
 }
 
 }  // namespace
