@@ -78,15 +78,7 @@ int ShowBudget(BudgetArguments const& arguments) {
   return kExitDone;
 }
 
-constexpr char const* kBudgetExamples = R"(Samples and frames are taken to come evenly. docs/timing.md has the formulas.
-
-Examples:
-  shadingctl budget --hall-rate 200 --frame-rate 60 --exposure-us 1266 --readout-us 15980
-  shadingctl budget --hall-rate 1000 --frame-rate 15 --readout-us 33000 --sweep exposure
-  shadingctl budget --frame-rate 60 --exposure-us 10000 --readout-us 15980 --sweep hall-rate --format csv)";
-
 void AddOptions(CLI::App& command, BudgetArguments& arguments) {
-  command.footer(kBudgetExamples);
   AddNumber(command, "--hall-rate", arguments.hallRateHz, 1.0, 100000.0, "Hall samples a second");
   AddNumber(command, "--frame-rate", arguments.frameRateHz, 1.0, 1000.0, "Frames a second")
       ->required()

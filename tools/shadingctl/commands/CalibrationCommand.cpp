@@ -104,25 +104,7 @@ int RunCalibration(CalibrationArguments const& arguments) {
   return std::all_of(shown.begin(), shown.end(), isSound) ? kExitDone : kExitDifference;
 }
 
-constexpr char const* kCalibrationExamples = R"(Data that are missing or marked invalid give these defaults:
-  table 1                 no configuration, no dump file, or an invalid record
-  0x2000 in every value   a block that is marked invalid or is not whole
-  buffer untouched        no configuration, no dump file, or an unusable length
-
-Exit code: 0 all is there and valid, 1 a default is in use or data are cut short.
-
-The dump files are those in DIR/eeprom of --device, under the phone's names. They
-appear where the library looks for them in a mount namespace of this process alone,
-which needs root or user namespaces.
-
-Examples:
-  shadingctl calibration
-  shadingctl calibration --all                     what broken data look like
-  shadingctl calibration --camera 2 --raw block.bin
-  shadingctl calibration --device my-phone --format csv -o calibration.csv)";
-
 void AddOptions(CLI::App& command, CalibrationArguments& arguments) {
-  command.footer(kCalibrationExamples);
   auto* const camera =
       AddNumber(command, "--camera", arguments.camera, 0, kSensorSlotCount - 1, "Sensor index; its mask is 1 << N");
   command

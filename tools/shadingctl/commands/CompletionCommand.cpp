@@ -55,10 +55,6 @@ Command AddCompletionCommand(CLI::App& command) {
     std::string output;
   };
   auto const arguments = std::make_shared<Arguments>();
-  command.footer(
-      "Examples:\n"
-      "  source <(shadingctl completion bash)\n"
-      "  shadingctl completion zsh -o ~/.zfunc/_shadingctl");
   command.add_option("SHELL", arguments->shell, "For which shell")->required()->check(CLI::IsMember({"bash", "zsh"}));
   AddOutput(command, arguments->output);
   return [&command, arguments](char** /*words*/) {

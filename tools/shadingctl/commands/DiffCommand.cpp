@@ -25,20 +25,7 @@ int RunDiff(DiffArguments const& arguments) {
   return diff.IsSame() ? kExitDone : kExitDifference;
 }
 
-constexpr char const* kDiffExamples =
-    R"(Rows of the same camera and frame are compared field by field. The comparison is
-written as Markdown, with both summaries side by side.
-
-Exit code: 0 the rows are the same, 1 rows differ, 3 a file is no result.
-
-Examples:
-  shadingctl replay REC --format json -o before.json
-  shadingctl replay REC --format json -o after.json --library new/libvcam_shadingutil.so
-  shadingctl diff before.json after.json
-  shadingctl diff before.json after.json --tolerance 0.01 -o changes.md)";
-
 void AddOptions(CLI::App& command, DiffArguments& arguments) {
-  command.footer(kDiffExamples);
   command.add_option("A", arguments.a, "A result of `replay` or `explain`, JSON or CSV; - is standard input")
       ->required();
   command.add_option("B", arguments.b, "Another one")->required();

@@ -61,18 +61,7 @@ int RunDoctor(DoctorArguments const& arguments) {
   return IsSound(findings) ? kExitDone : kExitDifference;
 }
 
-constexpr char const* kDoctorExamples = R"(The file is read, not run, so that a phone's library can be judged on a desk.
-docs/porting.md says what each line means.
-
-Exit code: 0 no fault, 1 a fault, 3 not a whole shared object for x86-64 or AArch64.
-
-Examples:
-  shadingctl doctor libvcam_shadingutil.so --for phone
-  shadingctl doctor build/release/lib/libvcam_shadingutil.so --load
-  shadingctl doctor libvcam_shadingutil.so --format json -o doctor.json)";
-
 void AddOptions(CLI::App& command, DoctorArguments& arguments) {
-  command.footer(kDoctorExamples);
   command
       .add_option("LIBRARY", arguments.library,
                   "The shared object, of this or of the phone's processor; - is standard input")

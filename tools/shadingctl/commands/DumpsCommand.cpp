@@ -58,20 +58,7 @@ int RunDumps(DumpsArguments const& arguments) {
   return exitCode;
 }
 
-constexpr char const* kDumpsExamples =
-    R"(A DIR that has a folder data/vendor/camera_dump, as `shadingctl replay --dump-dir`
-leaves it, is read there.
-
-Exit code: 0 every file was read, 1 a file is no dump, is broken, or has a position
-that no calculation of its samples gives, 3 nothing can be read.
-
-Examples:
-  shadingctl dumps camera_dump
-  shadingctl dumps camera_dump --samples
-  shadingctl dumps monday tuesday --format csv -o dumps.csv)";
-
 void AddOptions(CLI::App& command, DumpsArguments& arguments) {
-  command.footer(kDumpsExamples);
   command.add_option("DIR", arguments.names, "Directories with dump files, as pulled from a phone, or files")
       ->required()
       ->check(RefuseStandardStream);

@@ -108,23 +108,7 @@ int Explain(ExplainArguments const& given) {
   return isRecording ? ExplainRecording(arguments, device, library) : ExplainLog(arguments, device, library);
 }
 
-constexpr char const* kExplainExamples =
-    R"(A log is text captured from a phone (adb logcat -v threadtime, or -v long) or
-written by `shadingctl replay --log`, with the library at log level 4. Lines may
-be missing. Where all lines of a frame are there, the library computes its
-position again.
-
-Exit code: 0 done, 1 the library computes something else than is logged,
-3 unusable input.
-
-Examples:
-  shadingctl explain RECORDING --frame 1234
-  adb logcat -v threadtime | shadingctl explain -
-  shadingctl explain phone.log --frame 1234
-  shadingctl explain phone.log --format json -o explained.json)";
-
 void AddOptions(CLI::App& command, ExplainArguments& arguments) {
-  command.footer(kExplainExamples);
   command
       .add_option("SOURCE", arguments.source,
                   "Recording (its directory or a file of it), or a log; - is standard input")

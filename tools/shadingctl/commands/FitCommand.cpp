@@ -52,20 +52,7 @@ void AddMapping(std::vector<std::string> const& texts, ReferenceColumns& columns
   }
 }
 
-constexpr char const* kFitExamples = R"(The reference has the columns frame, x and y: where the image of a fixed target
-stood, in any unit. Frames may be missing. docs/bench.md goes from capture to fit.
-
-Exit code: 0 done, whatever the verdict, 1 with --check and a verdict other than
-agrees, 3 unusable input, or a fit that was refused: the result says why, and what
-was found.
-
-Examples:
-  shadingctl fit RECORDING --reference target.csv
-  shadingctl fit RECORDING --reference tracked.csv --map frame=image --map x=u --map y=v --skip-bad
-  shadingctl fit RECORDING --reference target.csv --format json -o fit.json)";
-
 void AddOptions(CLI::App& command, FitArguments& arguments) {
-  command.footer(kFitExamples);
   command.add_option("RECORDING", arguments.recording, "Recording (its directory or a file of it)")
       ->required()
       ->check(RefuseStandardStream);

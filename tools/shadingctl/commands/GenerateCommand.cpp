@@ -173,18 +173,7 @@ int Generate(GenerateArguments const& arguments) {
   return kExitDone;
 }
 
-constexpr char const* kGenerateExamples = R"(Without options this is the session that `shadingctl replay` has built in.
-
-Examples:
-  shadingctl generate /tmp/session
-  shadingctl generate /tmp/slow --hall-rate 200 --jitter-us 300 --seed 7
-  shadingctl generate /tmp/long --frames 100000 --drop 0
-  shadingctl generate /tmp/night --exposure-us 60000 --frame-rate 15
-  shadingctl generate /tmp/pair --cameras 2 --types 0,5 --exposure1-us 1000
-  shadingctl generate /tmp/sick --clock-offset-us -12000 --end-stop 30)";
-
 void AddOptions(CLI::App& command, GenerateArguments& arguments) {
-  command.footer(kGenerateExamples);
   command.add_option("DIR", arguments.directory, "Directory for the recording; made when missing")
       ->required()
       ->check(RefuseStandardStream);

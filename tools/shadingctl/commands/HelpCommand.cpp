@@ -8,7 +8,6 @@ Command AddHelpCommand(CLI::App& command) {
   auto const name = std::make_shared<std::string>();
   std::vector<std::string> names;
   for (CommandEntry const& entry : kCommands) names.emplace_back(entry.name);
-  command.footer("Examples:\n  shadingctl help replay");
   command.add_option("COMMAND", *name, "The command; without it, all of them are listed")->check(CLI::IsMember(names));
   return [&command, name](char** /*words*/) {
     CLI::App& app = *command.get_parent();

@@ -36,26 +36,7 @@ int RunTrace(ReportArguments const& arguments) {
   return kExitDone;
 }
 
-constexpr char const* kReportExamples =
-    R"(The page needs no network, no server and no program but a browser. Samples are in it where
-the result holds them: replay --format json --samples. Of calibration and fits: --format json.
-
-Examples:
-  shadingctl replay RECORDING --report report.html
-  shadingctl replay RECORDING --format json --samples -o result.json
-  shadingctl report result.json -o report.html
-  shadingctl report before.json after.json -o both.html
-  shadingctl calibration --format json | shadingctl report - -o calibration.html
-  shadingctl fit RECORDING --reference target.csv --format json | shadingctl report - -o fit.html)";
-
-constexpr char const* kTraceExamples = R"(Open the file in Perfetto, beside a system trace of the same clock if need be.
-
-Examples:
-  shadingctl replay RECORDING --format json --samples -o result.json
-  shadingctl trace result.json -o trace.json)";
-
 void AddReportOptions(CLI::App& command, ReportArguments& arguments) {
-  command.footer(kReportExamples);
   command
       .add_option("RESULT", arguments.results,
                   "JSON of replay, calibration or fit; two of replay are drawn over each other; - is standard input")
@@ -65,7 +46,6 @@ void AddReportOptions(CLI::App& command, ReportArguments& arguments) {
 }
 
 void AddTraceOptions(CLI::App& command, ReportArguments& arguments) {
-  command.footer(kTraceExamples);
   command.add_option("RESULT", arguments.results, "JSON of replay; - is standard input")->required()->expected(1);
   AddOutput(command, arguments.output);
 }

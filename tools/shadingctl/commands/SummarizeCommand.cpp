@@ -54,21 +54,7 @@ int Summarize(SummarizeArguments const& arguments) {
   return totals.DifferentAnswers() > 0 ? kExitDifference : kExitDone;
 }
 
-constexpr char const* kSummarizeExamples =
-    R"(Results that cannot be used are told and left out; the others are put together all the
-same. Memory does not grow with their number. docs/compare.md has the columns, and scripts
-that replay many recordings on one machine or on a cluster.
-
-Exit code: 0 all results are whole, 1 and an answer in them differs from the recorded
-one, 3 one is missing, broken, or of a replay that ended early.
-
-Examples:
-  shadingctl summarize results/*.json
-  find results -name '*.json' | sort | shadingctl summarize --worst 20
-  shadingctl summarize --format json -o totals.json <list.txt)";
-
 void AddOptions(CLI::App& command, SummarizeArguments& arguments) {
-  command.footer(kSummarizeExamples);
   command.add_option("RESULT", arguments.names,
                      "Files that replay --format json wrote; without one, standard input lists them, one a line");
   AddNumber(command, "--worst", arguments.worst, std::size_t{0}, std::size_t{10000},
