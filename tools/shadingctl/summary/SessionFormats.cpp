@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "recording/Recording.h"
-#include "tools/shadingctl/findings/Findings.h"
 #include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/summary/Summaries.h"
 
@@ -51,43 +50,56 @@ double Rounded(std::string const& name, double value) {
   return std::round(value * scale) / scale;
 }
 
-std::string FramesText(FrameList const& frames) {
-  if (frames.count == 0) return {};
-  std::vector<std::uint32_t> const first(frames.first.begin(),
-                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
-  return fmt::format(" [{} {}{}]", first.size() == 1 ? "frame" : "frames", fmt::join(first, ", "),
-                     frames.count > frames.Named() ? ", ..." : "");
-}
-
 // A paragraph for each finding, or one line where there is none.
-std::string TextOf(SessionFacts const& facts) {
-  std::vector<SessionFinding> const findings = FindingsOf(facts);
+std::string TextOf(std::vector<SessionFinding> const& findings, SessionFacts const& facts) {
   if (findings.empty() && facts.Matches().Settled() == 0) return "Findings   none: no frame came after the warm-up\n";
   if (findings.empty()) {
-    return fmt::format("Findings   none: both ends of the readout are near a sample in {} of {} frames\n",
+    return fmt::format("Findings   none: both ends of the search interval are near a sample in {} of {} frames\n",
                        facts.Matches().bothNear, facts.Matches().Settled());
   }
   std::string text;
   for (SessionFinding const& finding : findings) {
-    text += Wrapped(fmt::format("{} {}: {}{}. What helps: {}.", text.empty() ? "Findings  " : "          ",
-                                finding.code, finding.text, FramesText(finding.frames), finding.advice));
+    std::string const cost = finding.frames.count > 0 ? fmt::format(", {} frames", finding.frames.count) : "";
+    std::string const help = finding.explainedBy.empty() ? fmt::format(" What helps: {}.", finding.advice)
+                                                         : fmt::format(" It follows from {}.", finding.explainedBy);
+    text += Wrapped(fmt::format("{} {} ({}{}): {}{}.{}", text.empty() ? "Findings  " : "          ", finding.code,
+                                Name(*finding.severity), cost, finding.text, PlaceText(finding, facts), help));
   }
   return text;
 }
 
+Json IntervalsJson(SessionFinding const& finding, SessionFacts const& facts) {
+  auto const seconds = [&](std::int64_t ns) {
+    return std::round(static_cast<double>(DifferenceNs(ns, facts.FirstFrameNs())) / 1e5) / 1e4;
+  };
+  Json list = Json::array();
+  for (Interval const& interval : finding.intervals) {
+    list.push_back({{"from_s", seconds(interval.fromNs)},
+                    {"to_s", seconds(interval.toNs)},
+                    {"first_frame", interval.firstFrame},
+                    {"last_frame", interval.lastFrame}});
+  }
+  return list;
+}
+
 // Appends an object for each finding.
-void AddFindings(SessionFacts const& facts, std::int32_t camera, Json& list) {
-  for (SessionFinding const& finding : FindingsOf(facts)) {
+void AddFindings(std::vector<SessionFinding> const& findings, SessionFacts const& facts, std::int32_t camera,
+                 Json& list) {
+  for (SessionFinding const& finding : findings) {
     Json figures = Json::object();
     for (auto const& [name, value] : finding.figures) figures[name] = Rounded(name, value);
     Json first = Json::array();
     for (std::size_t i = 0; i < finding.frames.Named(); ++i) first.push_back(finding.frames.first[i]);
-    list.push_back({{"code", finding.code},
-                    {"camera", camera},
-                    {"text", finding.text},
-                    {"figures", std::move(figures)},
-                    {"frames", {{"count", finding.frames.count}, {"first", std::move(first)}}},
-                    {"advice", finding.advice}});
+    Json object = {{"code", finding.code},
+                   {"camera", camera},
+                   {"severity", Name(*finding.severity)},
+                   {"text", finding.text},
+                   {"figures", std::move(figures)},
+                   {"frames", {{"count", finding.frames.count}, {"first", std::move(first)}}},
+                   {"intervals", IntervalsJson(finding, facts)},
+                   {"advice", finding.advice}};
+    if (!finding.explainedBy.empty()) object["explained_by"] = finding.explainedBy;
+    list.push_back(std::move(object));
   }
 }
 
@@ -124,14 +136,16 @@ std::string Summaries::FindingsText() const {
   std::string text;
   for (auto const& [sensorId, summary] : mByCamera) {
     if (mByCamera.size() > 1) text += fmt::format("\nCamera     {}\n", sensorId);
-    text += TextOf(summary.Facts());
+    text += TextOf(FindingsOfCamera(summary.Facts()), summary.Facts());
   }
   return text;
 }
 
 Json Summaries::FindingsJson() const {
   Json all = Json::array();
-  for (auto const& [sensorId, summary] : mByCamera) AddFindings(summary.Facts(), sensorId, all);
+  for (auto const& [sensorId, summary] : mByCamera) {
+    AddFindings(FindingsOfCamera(summary.Facts()), summary.Facts(), sensorId, all);
+  }
   return all;
 }
 

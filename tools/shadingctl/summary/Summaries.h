@@ -6,6 +6,7 @@
 #include <string>
 
 #include "recording/Session.h"
+#include "tools/shadingctl/findings/Findings.h"
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/result/ResultWriter.h"
 #include "tools/shadingctl/summary/Summary.h"
@@ -42,6 +43,9 @@ class Summaries {
   // What happened and what helps, of all cameras; Text holds it too.
   std::string FindingsText() const;
   Json FindingsJson() const;
+
+  // Of one camera.
+  std::vector<SessionFinding> FindingsOfCamera(SessionFacts const& facts) const;
 
   // The end of a result: ToJson and FindingsJson, and `error`.
   ResultEnd End(std::string const& error) const { return {ToJson(), FindingsJson(), error}; }

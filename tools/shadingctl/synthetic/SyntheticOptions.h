@@ -70,6 +70,9 @@ struct SyntheticOptions {
 
   std::uint64_t seed = 1;
 
+  // Each seed has a part of the motion of its own.
+  std::int64_t MotionFromNs() const { return static_cast<std::int64_t>((seed - 1) % 1000) * 7300000000; }
+
   // What the two troubles are reduced to, lest they swallow a short session.
   std::uint32_t MostLateFrames() const { return frames / 5; }
   std::int64_t MostPauseNs() const { return frames / 5 * frameIntervalNs; }

@@ -60,19 +60,32 @@ SyntheticSamples::Taken const& SyntheticSamples::Next() {
   return *mNext;
 }
 
+// A hand takes the phone in half a second: from 0 to 1.
+double SyntheticSamples::RisenAt(std::int64_t nominalNs) const {
+  for (Event const& event : mOptions.events) {
+    if (event.kind != EventKind::kHand) continue;
+    double const sinceS = static_cast<double>(nominalNs - kWarmUpNs - event.fromNs) / 1e9;
+    return std::clamp(2 * sinceS, 0.0, 1.0);
+  }
+  return 1;
+}
+
 // What the sensor says of the lens, right or wrong.
 LensPoint SyntheticSamples::ReadingAt(std::int64_t nominalNs, double noiseX, double noiseY) {
-  auto const lensAt = [&](std::int64_t ns, double x, double y) { return LensAt(ns, x, y, mOptions.lens); };
+  auto const lensAt = [&](std::int64_t ns, double x, double y) {
+    return LensAt(mOptions.MotionFromNs() + ns, x, y, mOptions.lens);
+  };
   auto const amount = [&](EventKind kind) { return Amount(kind, nominalNs); };
   std::int64_t const index = nominalNs / mOptions.hallIntervalNs;
   LensPoint lens = lensAt(nominalNs, noiseX, noiseY);
   LensPoint const resting = lensAt(0, noiseX, noiseY);
+  double const risen = RisenAt(nominalNs);
   bool const isHeld = amount(EventKind::kHeld) && index % std::llround(*amount(EventKind::kHeld)) != 0;
-  if (auto const hand = AmountOf(mOptions.events, EventKind::kHand, INT64_MAX); hand && !amount(EventKind::kHand)) {
+  if (auto const hand = AmountOf(mOptions.events, EventKind::kHand, INT64_MAX); hand && risen < 1) {
     LensPoint const moved = lensAt(nominalNs, 0, 0);
     LensPoint const start = lensAt(0, 0, 0);
-    lens = {resting.x + static_cast<float>(*hand) * (moved.x - start.x),
-            resting.y + static_cast<float>(*hand) * (moved.y - start.y)};
+    auto const share = static_cast<float>(*hand + (1 - *hand) * risen);
+    lens = {resting.x + share * (moved.x - start.x), resting.y + share * (moved.y - start.y)};
   }
   if (amount(EventKind::kTurns)) {
     std::int64_t const turnNs = nominalNs % (2 * kTurnNs);
@@ -141,7 +154,9 @@ bool SyntheticBatches::IsLost(std::int64_t timeNs) {
 SyntheticBatches::Batch SyntheticBatches::RepeatedEnd() {
   Batch batch;
   if (!Happens(mOverlapChance, mOptions.overlap)) return batch;
-  std::size_t const count = std::min<std::size_t>(mEndOfBatch.size(), 2 + mOverlapChance() % (kRepeated - 1));
+  std::size_t const wanted = 2 + mOverlapChance() % (kRepeated - 1);
+  // Never all of the batch before, which the library would take for a reason to discard this one.
+  std::size_t const count = std::min({mEndOfBatch.size(), wanted, std::max<std::size_t>(mBefore.size(), 1) - 1});
   for (std::size_t i = mEndOfBatch.size() - count; i < mEndOfBatch.size(); ++i) {
     NSCam::Utils::SensorData& repeated = batch.emplace_back(mEndOfBatch[i]);
     repeated.timestamp += static_cast<std::int64_t>(Chance(mOverlapChance) * static_cast<double>(kRepeatedShiftNs));

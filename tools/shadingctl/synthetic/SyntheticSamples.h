@@ -36,6 +36,7 @@ class SyntheticSamples {
  private:
   std::int64_t StampNs(std::int64_t takenNs, std::int64_t nominalNs) const;
   std::int64_t NextNominalNs();
+  double RisenAt(std::int64_t nominalNs) const;
   LensPoint ReadingAt(std::int64_t nominalNs, double noiseX, double noiseY);
   std::optional<double> Amount(EventKind kind, std::int64_t nominalNs) const;
 
