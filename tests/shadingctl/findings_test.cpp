@@ -316,6 +316,27 @@ INSTANTIATE_TEST_SUITE_P(
         Told{"TwoStreamsForTwo", "--cameras 2", ""}),
     [](auto const& told) { return told.param.name; });
 
+TEST(FailOn, NamesTheFindingAndItsPlace) {
+  TemporaryDirectory const directory;
+  ASSERT_EQ(
+      RunTool("generate --late 0 --pause-us 0 --overlap 0 --drop 0 --event freeze@2 " + directory.Path()).exitCode, 0);
+  struct {
+    char const* names;
+    int exitCode;
+    char const* told;
+  } const rows[] = {
+      {"wrong", 1, "--fail-on wrong: expected no such finding, found still [from 1.999 s to "},
+      {"gaps,still", 1, "--fail-on still: "},
+      {"lost", 0, ""},
+      {"stil", 2, "stil"},
+  };
+  for (auto const& row : rows) {
+    Outcome const outcome = RunTool("replay --summary " + directory.Path() + " --fail-on " + row.names);
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.names;
+    EXPECT_NE(outcome.err.find(row.told), std::string::npos) << outcome.err;
+  }
+}
+
 // The library tells windows and ends from level 4 on.
 TEST(Findings, BelowLogLevelFourSayThatTheEndsAreNotTold) {
   Session const healthy = HealthySession();

@@ -26,16 +26,19 @@ std::optional<SessionFinding> CallOrder(SessionFacts const& facts) {
                         batches.afterwardsUnmatched > 0 ? Severity::kLost : Severity::kNote};
 }
 
-// late_delivery. With call times: one frame in a hundred lacks later samples though it was computed 1500 us or more
-// after they were taken, or the newest sample is older than usual when it comes, which is a note.
-std::optional<SessionFinding> LateDelivery(SessionFacts const& facts) {
+bool IsDeliveredLate(SessionFacts const& facts) {
   DeliveryFacts const& delivery = facts.Delivery();
-  if (delivery.IsEmpty() || !delivery.HasCallTimes()) return std::nullopt;
-  double const ageUs = -delivery.OverCallUs();
+  if (delivery.IsEmpty() || !delivery.HasCallTimes()) return false;
+  return -delivery.OverCallUs() > kUsualAgeUs + 2 * facts.TrueIntervalUs().value_or(0);
+}
+
+// late_delivery. With call times: the median of the newest samples is older when it comes than 5 ms and two sample
+// intervals. A note unless one frame in a hundred lacks samples that were taken well before the call.
+std::optional<SessionFinding> LateDelivery(SessionFacts const& facts) {
+  if (!IsDeliveredLate(facts)) return std::nullopt;
+  double const ageUs = -facts.Delivery().OverCallUs();
   FrameList const& late = facts.Matches().late;
   bool const costsFrames = IsWorthTelling(late.count, facts);
-  bool const isOld = ageUs > kUsualAgeUs + 2 * facts.TrueIntervalUs().value_or(0);
-  if (!costsFrames && !isOld) return std::nullopt;
   return SessionFinding{
       fmt::format(
           "the newest sample is {} old when it comes (median){}; a clock of the samples that is behind gives the "

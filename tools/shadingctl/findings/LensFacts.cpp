@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace shadingctl {
 namespace {
@@ -13,6 +14,7 @@ constexpr std::int64_t kRepeatPart = 4;       // of the interval before: a repea
 constexpr std::int64_t kLongestInterval = 2;  // intervals; over a longer pause the lens may go anywhere
 constexpr std::int64_t kAdaption = 8;         // an interval that nothing keeps up with shrinks by this part
 constexpr std::int64_t kLongestNs = INT64_MAX / 8;
+constexpr std::uint32_t kFewIgnored = 8;     // a batch repeats fewer; more come while a clock catches up
 constexpr std::uint32_t kMostIgnored = 100;  // then the clock was set back, and the samples are new
 constexpr std::uint64_t kLife = 10;          // changes of a position
 constexpr double kStillBelow = 2.5;          // noise alone reached 1.9, a tripod 15
@@ -23,7 +25,7 @@ void LensFacts::Add(std::uint32_t frame, std::int64_t timeNs, double x, double y
   if (!std::isfinite(x) || !std::isfinite(y)) return;
   if (mBefore && timeNs <= mBefore->timeNs && ++mIgnored < kMostIgnored) return;
   if (mBefore && timeNs <= mBefore->timeNs) mBefore.reset();
-  mIgnored = 0;
+  bool const isAfterRepeats = std::exchange(mIgnored, 0) >= kFewIgnored;
   LensSample sample = {timeNs, frame, {x, y}, false};
   if (mBefore) {
     std::uint64_t const distanceNs = static_cast<std::uint64_t>(timeNs) - static_cast<std::uint64_t>(mBefore->timeNs);
@@ -32,8 +34,9 @@ void LensFacts::Add(std::uint32_t frame, std::int64_t timeNs, double x, double y
       mIntervalNs -= mIntervalNs / kAdaption;
       return;
     }
-    sample.follows = mIntervalNs == 0 || intervalNs <= kLongestInterval * mIntervalNs;
-    mIntervalNs = sample.follows ? intervalNs : kLongestInterval * mIntervalNs;
+    bool const isGap = mIntervalNs != 0 && intervalNs > kLongestInterval * mIntervalNs;
+    sample.follows = !isGap && !isAfterRepeats;
+    mIntervalNs = !isGap ? intervalNs : kLongestInterval * mIntervalNs;
     for (std::size_t axis = 0; axis < 2; ++axis) {
       double const step = std::abs(sample.at[axis] - mBefore->at[axis]);
       if (step > 0 && (mGrains[axis] == 0 || step < mGrains[axis])) mGrains[axis] = step;

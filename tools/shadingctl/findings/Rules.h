@@ -22,4 +22,7 @@ Rule EndStop, Steps, Held;                                          // ShapeRule
 // The clocks of samples and frames differ by a steady offset: see clock_offset.
 bool HasSteadyOffset(SessionFacts const& facts);
 
+// The median of the newest samples is older than usual when it comes: see late_delivery.
+bool IsDeliveredLate(SessionFacts const& facts);
+
 }  // namespace shadingctl::rules

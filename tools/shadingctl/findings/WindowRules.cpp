@@ -61,7 +61,8 @@ std::optional<SessionFinding> Sampling(SessionFacts const& facts) {
   FrameList const between = Together(match.Of(StartCause::kBetweenSamples), match.Of(EndCause::kBetweenSamples));
   auto const samples = facts.Samples();
   auto const intervalUs = facts.TrueIntervalUs();
-  if (between.count == 0 || !intervalUs || *intervalUs <= kNearWidthUs) return std::nullopt;
+  bool const isDense = intervalUs && *intervalUs + 2 * samples.jitterUs.value_or(0) <= kNearWidthUs;
+  if (between.count == 0 || !intervalUs || isDense) return std::nullopt;
   std::uint64_t const near = match.Of(StartCause::kNear).count;
   std::uint64_t const candidates = near + match.Of(StartCause::kBetweenSamples).count;
   double const chance = std::min(kNearWidthUs / *intervalUs, 1.0);
@@ -144,7 +145,7 @@ std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
 // frame in a hundred, unless the clocks differ. Frames that late_delivery tells of are left out where calls have times.
 std::optional<SessionFinding> NotDelivered(SessionFacts const& facts) {
   MatchFacts const& match = facts.Matches();
-  FrameList const& frames = match.lacking;
+  FrameList const frames = IsDeliveredLate(facts) ? match.lacking : Together(match.lacking, match.late);
   if (!IsWorthTelling(frames.count, facts) || HasSteadyOffset(facts) || match.shortfallNs.IsEmpty())
     return std::nullopt;
   double const leastUs = static_cast<double>(match.shortfallNs.least) / 1e3;
@@ -156,7 +157,7 @@ std::optional<SessionFinding> NotDelivered(SessionFacts const& facts) {
                           canWait ? ", " : "", canWait ? " by as much" : "");
   }
   return SessionFinding{
-      fmt::format("{} were computed too early: their search interval ended {} after the newest sample "
+      fmt::format("{} were computed before their samples came: their search interval ended {} after the newest sample "
                   "in the library",
                   FramesText(frames, facts), FromTo(leastUs, greatestUs)),
       advice.empty() ? "see whether samples come at all" : advice,

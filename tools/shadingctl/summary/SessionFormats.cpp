@@ -21,16 +21,17 @@ Json OddityJson(recording::Oddity const& oddity) {
 }
 
 constexpr std::size_t kLineLength = 100;
+constexpr std::size_t kNarrowest = 40;
 constexpr char const* kIndent = "           ";  // as wide as the labels of a summary
 
 // Breaks at blanks; every line but the first begins with the indent.
-std::string Wrapped(std::string const& text) {
+std::string Wrapped(std::string const& text, std::size_t width) {
   std::string wrapped;
   std::size_t lineStart = 0;
   std::size_t at = 0;
   while (at < text.size()) {
     std::size_t const end = std::min(text.find(' ', at), text.size());
-    bool const fits = wrapped.size() - lineStart + end - at + 1 <= kLineLength;
+    bool const fits = wrapped.size() - lineStart + end - at + 1 <= width;
     if (at > 0 && fits) wrapped += ' ';
     if (!fits) {
       wrapped += '\n';
@@ -43,6 +44,18 @@ std::string Wrapped(std::string const& text) {
   return wrapped + "\n";
 }
 
+// Lines that are too long for the width, wrapped.
+std::string Folded(std::string const& text, std::size_t width) {
+  std::string folded;
+  for (std::size_t at = 0; at < text.size();) {
+    std::size_t const end = std::min(text.find('\n', at), text.size());
+    std::string const line = text.substr(at, end - at);
+    folded += line.size() > width ? Wrapped(line, width) : line + "\n";
+    at = end + 1;
+  }
+  return folded;
+}
+
 // Times in us have one decimal, everything else four.
 double Rounded(std::string const& name, double value) {
   bool const isTime = name.size() > 3 && name.compare(name.size() - 3, 3, "_us") == 0;
@@ -51,7 +64,7 @@ double Rounded(std::string const& name, double value) {
 }
 
 // A paragraph for each finding, or one line where there is none.
-std::string TextOf(std::vector<SessionFinding> const& findings, SessionFacts const& facts) {
+std::string TextOf(std::vector<SessionFinding> const& findings, SessionFacts const& facts, std::size_t width) {
   if (findings.empty() && facts.Matches().Settled() == 0) return "Findings   none: no frame came after the warm-up\n";
   if (findings.empty()) {
     return fmt::format("Findings   none: both ends of the search interval are near a sample in {} of {} frames\n",
@@ -59,11 +72,14 @@ std::string TextOf(std::vector<SessionFinding> const& findings, SessionFacts con
   }
   std::string text;
   for (SessionFinding const& finding : findings) {
-    std::string const cost = finding.frames.count > 0 ? fmt::format(", {} frames", finding.frames.count) : "";
+    std::string const cost = finding.frames.count > 0 ? fmt::format(", {} {}", finding.frames.count,
+                                                                    finding.frames.count == 1 ? "frame" : "frames")
+                                                      : "";
     std::string const help = finding.explainedBy.empty() ? fmt::format(" What helps: {}.", finding.advice)
                                                          : fmt::format(" It follows from {}.", finding.explainedBy);
     text += Wrapped(fmt::format("{} {} ({}{}): {}{}.{}", text.empty() ? "Findings  " : "          ", finding.code,
-                                Name(*finding.severity), cost, finding.text, PlaceText(finding, facts), help));
+                                Name(*finding.severity), cost, finding.text, PlaceText(finding, facts), help),
+                    width);
   }
   return text;
 }
@@ -105,7 +121,7 @@ void AddFindings(std::vector<SessionFinding> const& findings, SessionFacts const
 
 }  // namespace
 
-std::string Summaries::Text() const {
+std::string Summaries::Text(std::optional<std::size_t> width) const {
   std::string text;
   double recordedNs = 0;  // of the camera that was on for longest
   for (auto const& [sensorId, summary] : mByCamera) {
@@ -124,7 +140,7 @@ std::string Summaries::Text() const {
   text += CaptureText();
   text += fmt::format("Replay     {:.3f} s, {:.0f} times real time\n", static_cast<double>(mReplayNs) / 1e9,
                       recordedNs / static_cast<double>(std::max<std::int64_t>(mReplayNs, 1)));
-  return text + FindingsText();
+  return (width ? Folded(text, std::max(*width, kNarrowest)) : text) + FindingsText(width);
 }
 
 std::string Summaries::CaptureText() const {
@@ -132,11 +148,12 @@ std::string Summaries::CaptureText() const {
   return lack.empty() ? lack : fmt::format("Capture    {}\n", lack);
 }
 
-std::string Summaries::FindingsText() const {
+std::string Summaries::FindingsText(std::optional<std::size_t> width) const {
+  std::size_t const lineLength = std::clamp(width.value_or(kLineLength), kNarrowest, kLineLength);
   std::string text;
   for (auto const& [sensorId, summary] : mByCamera) {
     if (mByCamera.size() > 1) text += fmt::format("\nCamera     {}\n", sensorId);
-    text += TextOf(FindingsOfCamera(summary.Facts()), summary.Facts());
+    text += TextOf(FindingsOfCamera(summary.Facts()), summary.Facts(), lineLength);
   }
   return text;
 }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "recording/Session.h"
@@ -36,12 +37,13 @@ class Summaries {
   std::uint64_t DifferentAnswers() const;
 
   // That of the only camera, or every camera's below its number, and what concerns the whole session.
-  std::string Text() const;
+  // Fits into `width` columns where that is given.
+  std::string Text(std::optional<std::size_t> width = std::nullopt) const;
   Json ToJson() const;
   // What the recording lacks, in a line, or nothing; Text holds it too.
   std::string CaptureText() const;
   // What happened and what helps, of all cameras; Text holds it too.
-  std::string FindingsText() const;
+  std::string FindingsText(std::optional<std::size_t> width = std::nullopt) const;
   Json FindingsJson() const;
 
   // Of one camera.
