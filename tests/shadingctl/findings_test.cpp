@@ -311,7 +311,7 @@ INSTANTIATE_TEST_SUITE_P(
         Told{"SamplesAreSecondsOld", "--clock-offset-us -2500000",
              "w_clock_offset:290 n_late_delivery:290<clock_offset"},
         Told{"SamplesAreAheadOfTheirCalls", "--clock-offset-us 4000", "w_clock_ahead:0"},
-        Told{"ComputedFirst", "--event order@2", "l_call_order:180 n_late_delivery:180<call_order"},
+        Told{"ComputedFirst", "--event order@2", "l_call_order:180 n_not_delivered:180<call_order"},
         Told{"OneStreamForTwo", "--cameras 2 --event shared@-1", "w_same_samples:0 w_same_samples:0"},
         Told{"TwoStreamsForTwo", "--cameras 2", ""}),
     [](auto const& told) { return told.param.name; });
