@@ -119,7 +119,7 @@ void SessionFacts::AddFrame(FrameFacts const& facts, std::optional<std::uint64_t
     bool const isLong = *facts.readoutUs > 0 && *facts.exposureUs > *facts.readoutUs;
     if (isLong) mMatch.longExposures.Add(facts.frame, timeNs);
   }
-  if (mMissingBatch == facts.frame && !bothNear) mBatches.missingUnmatched.Add(facts.frame);
+  if (mMissingBatch == facts.frame && LacksLaterSamples(facts)) mBatches.missingUnmatched.Add(facts.frame);
   AddSpan(facts);
   AddAge(facts);
   AddSwitch(facts, bothNear);
@@ -152,6 +152,9 @@ void SessionFacts::AddLead(FrameFacts const& facts, std::optional<std::uint64_t>
   std::int64_t const endUs = facts.readoutEndUs.value_or(0);
   bool const isReal = facts.readoutEndUs && endUs < kLatestEndUs && endUs > -kLatestEndUs;
   std::int64_t const endNs = isReal ? DifferenceNs(timeNs, -endUs * 1000) : timeNs;
+  // Within a sample interval of the end, nothing is missing: the samples are sparse.
+  std::int64_t const usualNs = mLens.Windows().empty() ? 0 : mLens.Windows().back().usualIntervalNs;
+  if (isReal && DifferenceNs(endNs, *newestNs) <= usualNs) return;
   if (isReal) mMatch.shortfallNs.Add(DifferenceNs(endNs, *newestNs));
   std::int64_t const latestUs = kToleranceUs + (facts.window ? facts.window->intervalUs : 0);
   bool const isLate = isReal && callNs && DifferenceNs(static_cast<std::int64_t>(*callNs), endNs) / 1000 > latestUs;
