@@ -126,8 +126,6 @@ void AddTroubles(CLI::App& command, SyntheticOptions& session) {
             "Share of the batches that repeat all of the one before, which the library discards");
   AddTime(command, "--clock-offset-us", session.clock.offsetNs, -kMostClockUs, kMostClockUs,
           "The times of the samples are later by so much");
-  AddTime(command, "--clock-jump-us", session.clock.jumpNs, -kMostClockUs, kMostClockUs,
-          "The same from the middle of the session on");
   auto const setUnit = [&session](std::string const& unit) {
     session.clock.unitNs = unit == "ms" ? 1000000 : unit == "us" ? 1000 : 1;
   };
@@ -135,19 +133,13 @@ void AddTroubles(CLI::App& command, SyntheticOptions& session) {
       ->default_str("ns")
       ->check(CLI::IsMember({"ns", "us", "ms"}));
   LensTrouble& lens = session.lens;
-  command.add_flag("--constant", lens.constant, "The lens does not move");
-  auto const stop = [&lens](std::string const& axis) { (axis == "x" ? lens.xIsDead : lens.yIsDead) = true; };
-  command.add_option_function<std::string>("--dead-axis", stop, "The lens does not move on this axis")
-      ->check(CLI::IsMember({"x", "y"}));
   AddNumber(command, "--end-stop", lens.endStop, 0.0, kMostHall, "The lens goes no further than this");
-  AddNumber(command, "--step", lens.step, -kMostHall, kMostHall,
-            "In every second half of a second positions are off by this");
   AddNumber(command, "--grain", lens.grain, 0.0, kMostHall, "Positions are multiples of this");
   command
       .add_option_function<std::vector<std::string>>(
           "--event",
-          [this](std::vector<std::string> const& events) {
-            for (std::string const& event : events) mSession.events.push_back(ParseEvent(event));
+          [&session](std::vector<std::string> const& events) {
+            for (std::string const& event : events) session.events.push_back(ParseEvent(event));
           },
           "What happens from a time on, since the first frame; docs/recording-format.md lists the kinds")
       ->type_name("KIND@SECONDS[:AMOUNT]")
@@ -171,7 +163,6 @@ void AddHost(CLI::App& command, SyntheticOptions& session) {
       ->allow_extra_args(false)
       ->default_str("0")
       ->check(CLI::IsMember({"0", "1", "4", "5", "6"}));
-  command.add_flag("--calculate-first", session.calculateFirst, "Compute every frame before its update");
   AddNumber(command, "--restarts", session.restarts, 0U, 1000U, "Stop and start the monitor so often, evenly spread");
   ModeSwitches& modes = session.modes;
   AddNumber(command, "--switch-every", modes.everyFrames, 0U, 100000000U,
