@@ -45,7 +45,8 @@ TEST(PercentilesOfMany, NoneOfNothingAndTheOneOfOne) {
 }
 
 // A result of one camera with `start` of `frames` frames matched, the first ten of which are a warm-up.
-std::string Result(std::string const& session, int frames, int start, double rateHz) {
+std::string Result(std::string const& session, int frames, int start, double rateHz,
+                   std::string const& severity = "lost") {
   return fmt::format(R"({{"schema": "shadingctl-replay", "version": 1, "settings": {{"session": "{}"}},
     "frames": [{{"frame": 1, "timestamp_ns": 7}}, {{"frame": 2, "timestamp_ns": 9}}],
     "complete": true, "error": null,
@@ -55,8 +56,8 @@ std::string Result(std::string const& session, int frames, int start, double rat
       "samples": {{"delivered": 700, "rate_hz": {}, "jitter_us": 10.0, "longest_us": 2000.0}},
       "answers": {{"recorded": 0, "different": 0}}}}],
       "capture": {{"complete": true, "state": "complete", "lost_calls": 0, "lost_samples": 0}}}},
-    "findings": [{{"code": "window", "camera": 2, "frames": {{"count": 3, "first": [1]}}}}]}})",
-                     session, frames, start, frames - 10 - start, rateHz);
+    "findings": [{{"code": "window", "camera": 2, "severity": "{}", "frames": {{"count": 3, "first": [1]}}}}]}})",
+                     session, frames, start, frames - 10 - start, rateHz, severity);
 }
 
 class Summarize : public testing::Test {
@@ -69,7 +70,7 @@ class Summarize : public testing::Test {
 TEST_F(Summarize, CountsAddUpAndTheWorstComesFirst) {
   mDirectory.Write("a.json", Result("morning", 110, 80, 200));
   mDirectory.Write("b.json", Result("noon", 110, 20, 400));
-  mDirectory.Write("c.json", Result("evening", 60, 50, 800));
+  mDirectory.Write("c.json", Result("evening", 60, 50, 800, "wrong"));
   Outcome const outcome =
       RunTool("summarize " + Path("a.json") + " " + Path("b.json") + " " + Path("c.json") + " --format json --worst 2");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
@@ -79,7 +80,12 @@ TEST_F(Summarize, CountsAddUpAndTheWorstComesFirst) {
   EXPECT_EQ(totals["warm_up_frames"], 30);
   EXPECT_EQ(totals["recorded_ns"], 4500000000);
   EXPECT_EQ(totals["matches"], nlohmann::json::parse(R"({"start": 150, "no_start": 100, "warm_up": 30})"));
-  EXPECT_EQ(totals["findings"], nlohmann::json::parse(R"({"window": {"cameras": 3, "frames": 9}})"));
+  auto const& window = totals["findings"]["window"];
+  EXPECT_EQ(window["severity"], "wrong");
+  EXPECT_EQ(window["cameras"], 3);
+  EXPECT_EQ(window["frames"], 9);
+  ASSERT_EQ(window["worst"].size(), 2U);
+  EXPECT_EQ(window["worst"][0]["session"], "evening");
   auto const& rates = totals["measures"]["match_rate"];
   EXPECT_EQ(rates["least"], 0.2);
   EXPECT_EQ(rates["percentiles"]["50"], 0.8);
@@ -87,8 +93,8 @@ TEST_F(Summarize, CountsAddUpAndTheWorstComesFirst) {
   EXPECT_EQ(totals["measures"]["carried_age_us"]["cameras"], 0);
   EXPECT_TRUE(totals["measures"]["carried_age_us"]["percentiles"]["50"].is_null());
   ASSERT_EQ(totals["worst"].size(), 2U);
-  EXPECT_EQ(totals["worst"][0]["session"], "noon");
-  EXPECT_EQ(totals["worst"][1]["session"], "morning");
+  EXPECT_EQ(totals["worst"][0]["session"], "evening") << "by severity, then by frames, then by the match rate";
+  EXPECT_EQ(totals["worst"][1]["session"], "noon");
 }
 
 TEST_F(Summarize, ListOnStandardInputGivesTheSame) {
@@ -100,7 +106,7 @@ TEST_F(Summarize, ListOnStandardInputGivesTheSame) {
   EXPECT_EQ(listed.exitCode, 0) << listed.err;
   EXPECT_EQ(listed.out, named);
   EXPECT_NE(named.find("Matched    start 100 (50.0 %), no_start 100 (50.0 %)\n"), std::string::npos) << named;
-  EXPECT_NE(named.find("Worst      20.0 %  noon, camera 2 ("), std::string::npos) << named;
+  EXPECT_NE(named.find("Worst      lost, 3 frames, 20.0 %  noon, camera 2 ("), std::string::npos) << named;
 }
 
 struct Unusable {
@@ -120,6 +126,8 @@ TEST_F(Summarize, UnusableResultsAreToldAndLeftOut) {
        "frames: expected a whole number from 0, found -1"},
       {"warm", Replaced(whole, "\"warm_up_frames\": 10", "\"warm_up_frames\": 111"),
        "warm_up_frames: expected at most 110, found 111"},
+      {"severe", Replaced(whole, "\"severity\": \"lost\"", "\"severity\": \"bad\""),
+       "severe: severity: expected wrong, lost or note, found \"bad\""},
       {"list", "[]", "list:"},
       {"short", Replaced(whole, "\"cameras\"", "\"lenses\""),
        "short: expected a result of replay --format json, found "}};

@@ -47,7 +47,7 @@ def make_results(tool, place):
         run('replay', *arguments, '--quiet', '--format', 'json', '--samples', '-o', place / f'{name}.json')
 
     run('generate', place / 'sick', '--force', '--hall-rate', 200, '--late', 20, '--pause-us', 300000, '--lost', 0.05,
-        '--clock-jump-us', 9000, '--end-stop', 30)
+        '--event', 'jump@2.5:9000', '--end-stop', 30)
     run('generate', place / 'pair', '--force', '--cameras', 2, '--frames', 60)
     run('generate', place / 'long', '--force', '--frames', 6000)
     replay('builtin')

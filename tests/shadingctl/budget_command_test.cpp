@@ -28,5 +28,20 @@ TEST(BudgetCommand, FormatsHoldTheSameFigures) {
   EXPECT_NEAR(budgets[4]["start"].get<double>(), 0.5998, 1e-4);
 }
 
+TEST(BudgetCommand, CheckAsksForBothEndsOfAllFrames) {
+  struct {
+    char const* options;
+    int exitCode;
+  } const rows[] = {
+      {"--hall-rate 1000 --exposure-us 10000 --check", 0}, {"--hall-rate 200 --exposure-us 10000 --check", 1},
+      {"--hall-rate 200 --exposure-us 10000", 0},          {"--hall-rate 8000 --exposure-us 1000 --check", 1},
+      {"--hall-rate 1000 --exposure-us 16667", 2},
+  };
+  for (auto const& [options, exitCode] : rows) {
+    EXPECT_EQ(RunTool(std::string("budget --frame-rate 60 --readout-us 15980 ") + options).exitCode, exitCode)
+        << options;
+  }
+}
+
 }  // namespace
 }  // namespace shadingctl

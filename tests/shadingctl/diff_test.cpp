@@ -42,6 +42,16 @@ TEST_F(WorkedResults, AreTheSameInEveryForm) {
   EXPECT_EQ(RunScript("shadingctl diff - " + Path("json") + " <" + Path("csv")).exitCode, 0);
 }
 
+// Differences of 3, 3 and -12: the median is 3, the mean square 54. Ages grow by 12 ms.
+TEST_F(WorkedResults, AreComparedAsAWhole) {
+  Write("a.csv", "frame,hall_x,span_age_us\n7,1,100\n8,1,200\n9,20,300\n");
+  Write("b.csv", "frame,hall_x,span_age_us\n7,4,12100\n8,4,12200\n9,8,12300\n");
+  std::string const earlier = Diff("a.csv", "b.csv").out;
+  EXPECT_NE(earlier.find("| hall_x | 3 | 3 | 7.35 | 12 | frame 9 |"), std::string::npos) << earlier;
+  EXPECT_NE(earlier.find("B's spans lie 12 ms earlier than those of A (median of 3 rows)."), std::string::npos);
+  EXPECT_NE(Diff("b.csv", "a.csv").out.find("B's spans lie 12 ms later"), std::string::npos);
+}
+
 // The last sample of the span is k = 20: (400, -20) instead of the mean (2870 / 21, -10), in the same span. Its readout
 // has the mean (144, -10), so it is (256, -10) away, 256.1952.
 TEST_F(WorkedResults, DifferByTheLastSampleInsteadOfTheMean) {
@@ -50,10 +60,10 @@ TEST_F(WorkedResults, DifferByTheLastSampleInsteadOfTheMean) {
   Outcome const outcome = Diff("mean", "last");
   EXPECT_EQ(outcome.exitCode, 1);
   for (char const* const line :
-       {"**1 of 1 common rows differ.**", "| hall_x | 1 | 263.333328 | frame 7 |", "| hall_y | 1 | 10 | frame 7 |",
-        "| frame 7 | hall_x | 136.666672 | 400 | +263.333328 |", "| frame 7 | hall_y | -10 | -20 | -10 |",
-        "| frame 7 | readout_distance | 7.3333 | 256.1952 | +248.8619 |", "| mode | mean | last | differs |",
-        "| cameras.0.frames | 1 | 1 |  |"}) {
+       {"**1 of 1 common rows differ.**", "| hall_x | 1 | 263 | 263 | 263.333328 | frame 7 |",
+        "| hall_y | 1 | 10 | 10 | 10 | frame 7 |", "| frame 7 | hall_x | 136.666672 | 400 | +263.333328 |",
+        "| frame 7 | hall_y | -10 | -20 | -10 |", "| frame 7 | readout_distance | 7.3333 | 256.1952 | +248.8619 |",
+        "| mode | mean | last | differs |", "| cameras.0.frames | 1 | 1 |  |"}) {
     EXPECT_NE(outcome.out.find(line), std::string::npos) << line << "\n" << outcome.out;
   }
   EXPECT_EQ(outcome.out.find("start_index |"), std::string::npos) << "the span is the same";

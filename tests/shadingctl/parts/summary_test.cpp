@@ -1,11 +1,14 @@
 // The figures of a summary, and the table's lines.
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "tools/shadingctl/result/TableLayout.h"
-#include "tools/shadingctl/summary/Summary.h"
+#include "tools/shadingctl/summary/Summaries.h"
 
 namespace shadingctl {
 namespace {
@@ -68,6 +71,35 @@ TEST(Summary, AgesAreNeitherNegativeNorMoreExactThanTheyAreKnown) {
             "400.0 ms; 2 are later than their frame");
   EXPECT_EQ(summary.ToJson()["carried_age_us"].dump(),
             R"({"median":400001.3,"median_error":0.015625,"largest":400003,"later":2})");
+}
+
+TEST(Summaries, FitATerminal) {
+  Summaries summaries(4);
+  for (int i = 0; i < 3; ++i) summaries.Of(0).Add(FrameOf(Match::kOff));
+  summaries.Close({}, 1000);
+  std::string const text = summaries.Text(50);
+  EXPECT_NE(text.find("not_told"), std::string::npos) << text;
+  for (std::size_t at = 0, end = 0; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+    EXPECT_LE(end - at, 50U) << text.substr(at, end - at);
+  }
+}
+
+// ---- Findings
+
+TEST(Findings, ThePageHasTheTableOfKindsInItsOrder) {
+  std::ifstream page(ANSWERS_PAGE);
+  std::string const text((std::istreambuf_iterator<char>(page)), {});
+  std::size_t at = text.find("### The rules");
+  for (FindingKind const& kind : FindingKinds()) {
+    constexpr char const* kNeeds[] = {"", "messages", "call times"};
+    std::size_t const row = text.find(fmt::format("\n| `{}` | {} | {} |", kind.code, Name(kind.severity),
+                                                  kNeeds[static_cast<std::size_t>(kind.needs)]),
+                                      at);
+    ASSERT_NE(row, std::string::npos) << kind.code;
+    std::string const line = text.substr(row + 1, text.find('\n', row + 1) - row - 1);
+    EXPECT_NE(line.find(fmt::format("| {} |", kind.figures)), std::string::npos) << line;
+    at = row;
+  }
 }
 
 // ---- The table

@@ -59,26 +59,40 @@ std::string OrderOf(std::vector<recording::Call> const& calls) {
   return order;
 }
 
+constexpr std::int64_t kSecondNs = 1000000000;
+constexpr std::size_t kBegun = 1020;  // samples before an event at 1 s: 20 ms before the first frame, at 1 kHz
+
 TEST(SyntheticSession, ClockTroublesChangeTheTimesAlone) {
   Samples const healthy = SamplesOf(Healthy());
-  std::size_t const half = 1020;  // 20 ms before the first frame and 60 frames of 16.67 ms, at 1 kHz
   struct {
     char const* name;
     ClockTrouble clock;
-    std::int64_t (*expected)(std::int64_t timeNs, bool isLaterHalf);
+    std::vector<Event> events;
+    std::int64_t (*expected)(std::int64_t timeNs, std::int64_t begunNs);
   } const rows[] = {
-      {"offset", {-12000000, 0, 1}, [](std::int64_t timeNs, bool /*later*/) { return timeNs - 12000000; }},
-      {"jump", {0, 40000000, 1}, [](std::int64_t timeNs, bool later) { return timeNs + (later ? 40000000 : 0); }},
-      {"unit", {0, 0, 1000}, [](std::int64_t timeNs, bool /*later*/) { return timeNs / 1000; }},
+      {"offset", {-12000000, 1}, {}, [](std::int64_t timeNs, std::int64_t /*begun*/) { return timeNs - 12000000; }},
+      {"unit", {0, 1000}, {}, [](std::int64_t timeNs, std::int64_t /*begun*/) { return timeNs / 1000; }},
+      {"jump",
+       {},
+       {{EventKind::kJump, kSecondNs, 40000}},
+       [](std::int64_t timeNs, std::int64_t begunNs) { return timeNs + (begunNs >= 0 ? 40000000 : 0); }},
+      {"drift",
+       {},
+       {{EventKind::kDrift, kSecondNs, 1000}},
+       [](std::int64_t timeNs, std::int64_t begunNs) {
+         return timeNs +
+                (begunNs >= 0 ? (kSecondNs + begunNs) / 1000 : 0);  // 1 ms in each second since the first frame
+       }},
   };
   for (auto const& row : rows) {
     SyntheticOptions options = Healthy();
     options.clock = row.clock;
+    options.events = row.events;
     Samples const samples = SamplesOf(options);
     ASSERT_EQ(samples.size(), healthy.size()) << row.name;
     for (std::size_t i = 0; i < samples.size(); ++i) {
-      if (i + 20 > half && i < half) continue;  // the middle, to within the time before the first frame
-      ASSERT_EQ(samples[i].timestamp, row.expected(healthy[i].timestamp, i >= half)) << row.name << " " << i;
+      std::int64_t const begunNs = (static_cast<std::int64_t>(i) - static_cast<std::int64_t>(kBegun)) * 1000000;
+      ASSERT_EQ(samples[i].timestamp, row.expected(healthy[i].timestamp, begunNs)) << row.name << " " << i;
       ASSERT_EQ(samples[i].oisHallX, healthy[i].oisHallX) << row.name << " " << i;
     }
   }
@@ -86,56 +100,68 @@ TEST(SyntheticSession, ClockTroublesChangeTheTimesAlone) {
 
 TEST(SyntheticSession, LensTroublesChangeThePositionsAlone) {
   Samples const healthy = SamplesOf(Healthy());
-  LensTrouble constant;
-  constant.constant = true;
-  LensTrouble deadX;
-  deadX.xIsDead = true;
-  LensTrouble endStop;
-  endStop.endStop = 20;
-  LensTrouble step;
-  step.step = 100;
-  LensTrouble grain;
-  grain.grain = 0.5;
   auto const clamped = [](float position) { return std::clamp(position, -20.0F, 20.0F); };
+  auto const isAt = [](NSCam::Utils::SensorData const& sample, float x, float y) {
+    return sample.oisHallX == x && sample.oisHallY == y;
+  };
+  auto const from = [](EventKind kind, double amount) { return std::vector<Event>{{kind, kSecondNs, amount}}; };
   struct {
     char const* name;
     LensTrouble lens;
-    std::function<bool(std::size_t i, Samples const& samples)> holds;
+    std::vector<Event> events;
+    std::function<bool(std::size_t i, Samples const& samples)> holds;  // of an event: once it has begun
   } const rows[] = {
-      {"constant", constant,
-       [](std::size_t i, Samples const& all) {
-         return all[i].oisHallX == all[0].oisHallX && all[i].oisHallY == all[0].oisHallY;
-       }},
-      {"one axis dead", deadX,
+      {"end stop, with noise at it",
+       {20.0, 0},
+       {},
        [&](std::size_t i, Samples const& all) {
-         return all[i].oisHallX == all[0].oisHallX && all[i].oisHallY == healthy[i].oisHallY;
+         return std::abs(all[i].oisHallX - clamped(healthy[i].oisHallX)) <= 0.1F && std::abs(all[i].oisHallX) != 20.0F;
        }},
-      {"end stop", endStop,
-       [&](std::size_t i, Samples const& all) {
-         return all[i].oisHallX == clamped(healthy[i].oisHallX) && all[i].oisHallY == clamped(healthy[i].oisHallY);
-       }},
-      {"steps", step,
-       [&](std::size_t i, Samples const& all) {
-         float const offBy = i / 500 % 2 == 1 ? 100.0F : 0.0F;
-         return std::abs(all[i].oisHallX - healthy[i].oisHallX - offBy) < 1e-4F;
-       }},
-      {"grain", grain,
+      {"grain",
+       {{}, 0.5},
+       {},
        [&](std::size_t i, Samples const& all) {
          return std::remainder(all[i].oisHallX, 0.5F) == 0 && std::abs(all[i].oisHallX - healthy[i].oisHallX) <= 0.25F;
+       }},
+      {"freeze",
+       {},
+       from(EventKind::kFreeze, 0),
+       [&](std::size_t i, Samples const& all) {
+         return isAt(all[i], healthy[kBegun - 1].oisHallX, healthy[kBegun - 1].oisHallY);
+       }},
+      {"freeze of one axis",
+       {},
+       from(EventKind::kFreezeX, 0),
+       [&](std::size_t i, Samples const& all) {
+         return isAt(all[i], healthy[kBegun - 1].oisHallX, healthy[i].oisHallY);
+       }},
+      {"held",
+       {},
+       from(EventKind::kHeld, 4),
+       [&](std::size_t i, Samples const& all) {
+         return isAt(all[i], healthy[i / 4 * 4].oisHallX, healthy[i / 4 * 4].oisHallY);
+       }},
+      {"flips",
+       {},
+       from(EventKind::kFlips, 100),
+       [&](std::size_t i, Samples const& all) {
+         float const sign = i / 100 % 2 == 1 ? -1.0F : 1.0F;
+         return isAt(all[i], sign * healthy[i].oisHallX, sign * healthy[i].oisHallY);
        }},
   };
   for (auto const& row : rows) {
     SyntheticOptions options = Healthy();
     options.lens = row.lens;
+    options.events = row.events;
     Samples const samples = SamplesOf(options);
     ASSERT_EQ(samples.size(), healthy.size()) << row.name;
     for (std::size_t i = 0; i < samples.size(); ++i) {
-      ASSERT_TRUE(row.holds(i, samples)) << row.name << " " << i;
+      bool const isHealthy = !row.events.empty() && i < kBegun;
+      ASSERT_TRUE(isHealthy ? isAt(samples[i], healthy[i].oisHallX, healthy[i].oisHallY) : row.holds(i, samples))
+          << row.name << " " << i;
       ASSERT_EQ(samples[i].timestamp, healthy[i].timestamp) << row.name;
     }
   }
-  auto const atStop = std::count_if(healthy.begin(), healthy.end(), [](auto const& s) { return s.oisHallX > 20; });
-  EXPECT_GT(atStop, 100) << "the end stop is reached";
 }
 
 TEST(SyntheticSession, BatchesAreLostOrBeginWithTheBatchBefore) {
@@ -198,7 +224,7 @@ TEST(SyntheticSession, CallsComeInTheOrderThatIsAskedFor) {
   SyntheticOptions plain = Healthy();
   plain.frames = 4;
   SyntheticOptions calculateFirst = plain;
-  calculateFirst.calculateFirst = true;
+  calculateFirst.events = {{EventKind::kOrder, 0, 0}};
   SyntheticOptions twice = plain;
   twice.types = {0, 5};
   SyntheticOptions restarted = plain;

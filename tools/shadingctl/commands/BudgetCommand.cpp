@@ -20,6 +20,7 @@ struct BudgetArguments {
   std::int64_t readoutUs = 0;
   std::int64_t deliveryDelayUs = 1000;
   std::string sweep;  // empty: none
+  bool checks = false;
   Format format = Format::kTable;
   std::string output;
 };
@@ -48,6 +49,7 @@ std::vector<Budget> BudgetsOf(BudgetArguments const& arguments) {
   std::vector<Budget> budgets;
   if (arguments.sweep == "exposure") {
     for (std::int64_t const us : Values(kSweptExposuresUs, arguments.exposureUs)) {
+      if (static_cast<double>(us) * arguments.frameRateHz > 1e6) break;
       budgets.push_back(BudgetOf(arguments, *arguments.hallRateHz, us));
     }
   } else if (arguments.sweep == "hall-rate") {
@@ -60,6 +62,14 @@ std::vector<Budget> BudgetsOf(BudgetArguments const& arguments) {
   return budgets;
 }
 
+// No frame is exposed for longer than there is from one to the next.
+void RefuseLongExposure(BudgetArguments const& arguments) {
+  auto const frameUs = static_cast<std::int64_t>(1e6 / arguments.frameRateHz);
+  if (!arguments.exposureUs || *arguments.exposureUs <= frameUs) return;
+  throw CLI::ValidationError("--exposure-us", fmt::format("expected at most {}, the time between two frames, found {}",
+                                                          frameUs, *arguments.exposureUs));
+}
+
 // Only the swept option may be missing.
 void RefuseMissing(BudgetArguments const& arguments) {
   if (!arguments.hallRateHz && arguments.sweep != "hall-rate") throw CLI::RequiredError("--hall-rate");
@@ -68,14 +78,18 @@ void RefuseMissing(BudgetArguments const& arguments) {
 
 int ShowBudget(BudgetArguments const& arguments) {
   RefuseMissing(arguments);
+  RefuseLongExposure(arguments);
+  std::vector<Budget> const budgets = BudgetsOf(arguments);
   OutputFile output(arguments.output);
-  Json const document = BudgetsJson(BudgetsOf(arguments));
+  Json const document = BudgetsJson(budgets);
   output.Write(arguments.format == Format::kJson  ? JsonText(document)
                : arguments.format == Format::kCsv ? CsvText(document["budgets"])
                : arguments.sweep.empty()          ? BudgetText(document)
                                                   : BudgetsTable(document));
   output.Finish();
-  return kExitDone;
+  bool const fits =
+      std::all_of(budgets.begin(), budgets.end(), [](Budget const& budget) { return budget.bothEndsNear >= 1; });
+  return fits || !arguments.checks ? kExitDone : kExitDifference;
 }
 
 void AddOptions(CLI::App& command, BudgetArguments& arguments) {
@@ -91,6 +105,8 @@ void AddOptions(CLI::App& command, BudgetArguments& arguments) {
             "From the end of a frame's readout to the delivery of its samples");
   command.add_option("--sweep", arguments.sweep, "A table over this setting, whose own option may then be missing")
       ->check(CLI::IsMember({"exposure", "hall-rate"}));
+  command.add_flag("--check", arguments.checks,
+                   "Exit code 1 unless both ends of every frame's search interval are near a sample");
   AddResultOptions(command, arguments.format, arguments.output);
 }
 

@@ -51,6 +51,26 @@ CLI::Option* AddSweep(CLI::App& command, std::string const& name, Target& target
   return command.add_option_function<std::string>(name, read, description)->type_name("US[:US]");
 }
 
+Event ParseEvent(std::string const& text) {
+  std::size_t const at = text.find('@');
+  std::size_t const colon = text.find(':');
+  auto const* const kind = std::find_if(kEventNames.begin(), kEventNames.end(),
+                                        [&](EventName const& name) { return name.name == text.substr(0, at); });
+  auto const seconds = at == std::string::npos
+                           ? std::nullopt
+                           : ParseNumber<double>(text.substr(at + 1, colon - std::min(colon, at + 1)), -1e6, 1e6);
+  auto const amount = colon == std::string::npos ? std::optional(0.0)
+                                                 : ParseNumber<double>(text.substr(colon + 1), -kMostHall, kMostHall);
+  if (kind == kEventNames.end() || !seconds || !amount) {
+    std::string kinds;
+    for (EventName const& name : kEventNames) kinds += fmt::format("{}{}", kinds.empty() ? "" : ", ", name.name);
+    throw CLI::ValidationError(
+        "--event", fmt::format("expected KIND@SECONDS or KIND@SECONDS:AMOUNT with one of {}, found '{}'", kinds, text));
+  }
+  return {static_cast<EventKind>(kind - kEventNames.begin()), std::llround(1e9 * *seconds),
+          colon == std::string::npos ? kind->amount : *amount};
+}
+
 // Refuses a fault that would last for too much of a short session.
 template <class Number>
 void RefuseMoreThan(Number most, Number found, char const* option) {
@@ -106,8 +126,6 @@ void AddTroubles(CLI::App& command, SyntheticOptions& session) {
             "Share of the batches that repeat all of the one before, which the library discards");
   AddTime(command, "--clock-offset-us", session.clock.offsetNs, -kMostClockUs, kMostClockUs,
           "The times of the samples are later by so much");
-  AddTime(command, "--clock-jump-us", session.clock.jumpNs, -kMostClockUs, kMostClockUs,
-          "The same from the middle of the session on");
   auto const setUnit = [&session](std::string const& unit) {
     session.clock.unitNs = unit == "ms" ? 1000000 : unit == "us" ? 1000 : 1;
   };
@@ -115,14 +133,17 @@ void AddTroubles(CLI::App& command, SyntheticOptions& session) {
       ->default_str("ns")
       ->check(CLI::IsMember({"ns", "us", "ms"}));
   LensTrouble& lens = session.lens;
-  command.add_flag("--constant", lens.constant, "The lens does not move");
-  auto const stop = [&lens](std::string const& axis) { (axis == "x" ? lens.xIsDead : lens.yIsDead) = true; };
-  command.add_option_function<std::string>("--dead-axis", stop, "The lens does not move on this axis")
-      ->check(CLI::IsMember({"x", "y"}));
   AddNumber(command, "--end-stop", lens.endStop, 0.0, kMostHall, "The lens goes no further than this");
-  AddNumber(command, "--step", lens.step, -kMostHall, kMostHall,
-            "In every second half of a second positions are off by this");
   AddNumber(command, "--grain", lens.grain, 0.0, kMostHall, "Positions are multiples of this");
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--event",
+          [&session](std::vector<std::string> const& events) {
+            for (std::string const& event : events) session.events.push_back(ParseEvent(event));
+          },
+          "What happens from a time on, since the first frame; docs/recording-format.md lists the kinds")
+      ->type_name("KIND@SECONDS[:AMOUNT]")
+      ->allow_extra_args(false);
 }
 
 void AddHost(CLI::App& command, SyntheticOptions& session) {
@@ -142,7 +163,6 @@ void AddHost(CLI::App& command, SyntheticOptions& session) {
       ->allow_extra_args(false)
       ->default_str("0")
       ->check(CLI::IsMember({"0", "1", "4", "5", "6"}));
-  command.add_flag("--calculate-first", session.calculateFirst, "Compute every frame before its update");
   AddNumber(command, "--restarts", session.restarts, 0U, 1000U, "Stop and start the monitor so often, evenly spread");
   ModeSwitches& modes = session.modes;
   AddNumber(command, "--switch-every", modes.everyFrames, 0U, 100000000U,

@@ -54,7 +54,6 @@ std::optional<SessionFinding> WrongUnits(SessionFacts const& facts) {
                     range.what, *factor > 1 ? *factor : 1 / *factor, *factor > 1 ? "small" : "large", *valueUs);
   }
   if (finding.text.empty()) return std::nullopt;
-  finding.code = "units";
   finding.text += ". Nothing else that this result says means anything";
   finding.advice = "hand every time over in nanoseconds of one clock";
   return finding;
@@ -65,27 +64,44 @@ std::optional<SessionFinding> WrongUnits(SessionFacts const& facts) {
 // with the history (samples ahead).
 bool HasSteadyOffset(SessionFacts const& facts) {
   MatchFacts const& match = facts.Matches();
-  TimeRange const& leadNs = facts.Delivery().LeadNs();
+  DeliveryFacts const& delivery = facts.Delivery();
   auto const frameUs = facts.FrameIntervalUs();
-  if (match.Settled() == 0 || match.Of(StartCause::kNear).count > 0 || leadNs.IsEmpty() || !frameUs) return false;
-  double const spreadUs = (static_cast<double>(leadNs.greatest) - static_cast<double>(leadNs.least)) / 1e3;
-  bool const isBehind = match.Of(StartCause::kNothingAfter).count == match.Settled() && leadNs.greatest < 0;
+  if (match.Settled() == 0 || match.Of(StartCause::kNear).count > 0 || delivery.IsEmpty() || !frameUs) return false;
+  double const greatestUs = delivery.OverFrameUs(1);
+  bool const isBehind = match.Of(StartCause::kNothingAfter).count == match.Settled() && greatestUs < 0;
   bool const isAhead = match.Of(StartCause::kHistoryBeginsLate).count == match.Settled();
-  return (isBehind || isAhead) && spreadUs <= 3 * *frameUs;
+  return (isBehind || isAhead) && greatestUs - delivery.OverFrameUs(0) <= 3 * *frameUs;
 }
 
-// clock_offset. See HasSteadyOffset. The lead holds the delivery latency too, so the offset is told no closer than
-// that.
+namespace {
+
+constexpr double kNoDelayUs = -500e3;  // no platform delivers so late
+constexpr double kAheadUs = 1500;      // the library's tolerance
+
+// What looks like the samples' clock where no call times tell it apart, the likelier first.
+std::string AlikeText(SessionFacts const& facts, char const* change) {
+  return facts.Delivery().HasCallTimes()
+             ? ""
+             : fmt::format("; without call times, {} of the host's delay looks alike", change);
+}
+
+std::string AheadOrBehind(double us) { return us > 0 ? "forward" : "back"; }
+
+}  // namespace
+
+// clock_offset. See HasSteadyOffset; with call times, samples that are more than 0.5 s older than the call that brought
+// them, or more than that later. The lead holds the delivery latency too, so the offset is told no closer than that.
 std::optional<SessionFinding> ClockOffset(SessionFacts const& facts) {
-  if (!HasSteadyOffset(facts)) return std::nullopt;
-  TimeRange const& leadNs = facts.Delivery().LeadNs();
-  double const leastUs = static_cast<double>(leadNs.least) / 1e3;
-  double const greatestUs = static_cast<double>(leadNs.greatest) / 1e3;
+  DeliveryFacts const& delivery = facts.Delivery();
+  bool const isOld = !delivery.IsEmpty() && delivery.HasCallTimes() && delivery.OverCallUs() < kNoDelayUs;
+  if (!isOld && !HasSteadyOffset(facts)) return std::nullopt;
+  if (delivery.IsEmpty() || delivery.HasCallTimes() != isOld) return std::nullopt;
+  double const leastUs = delivery.OverFrameUs(0);
+  double const greatestUs = delivery.OverFrameUs(1);
   bool const isBehind = greatestUs < 0;
   return SessionFinding{
-      "clock_offset",
-      fmt::format("no frame has a sample near its start, and the newest sample is always {} {} its frame's "
-                  "timestamp: the two clocks differ by that, known no closer than the delivery latency",
+      fmt::format("the newest sample is always {} {} its frame's timestamp: the two clocks differ by that, known no "
+                  "closer than the delivery latency",
                   isBehind ? FromTo(-greatestUs, -leastUs) : FromTo(leastUs, greatestUs),
                   isBehind ? "before" : "after"),
       "take the timestamps of frames and samples from one clock",
@@ -93,19 +109,64 @@ std::optional<SessionFinding> ClockOffset(SessionFacts const& facts) {
       facts.Matches().Of(isBehind ? StartCause::kNothingAfter : StartCause::kHistoryBeginsLate)};
 }
 
-// clock_jump. The newest sample's lead over its frame changes by 50 ms or more and stays there for 30 frames. 50 ms is
-// above the jitter of a delivery; a batch that is late comes back within the history.
+// clock_jump. The lead of the newest sample steps between the medians of 30 frames on either side, the common trend
+// apart, by at least 5 ms, 1.5 sample intervals and the width of the lead itself (DeliveryFacts.cpp).
 std::optional<SessionFinding> ClockJump(SessionFacts const& facts) {
-  FrameList const& jumps = facts.Delivery().Jumps();
-  if (jumps.count == 0) return std::nullopt;
-  double const largestUs = static_cast<double>(facts.Delivery().LargestJumpNs()) / 1e3;
-  return SessionFinding{"clock_jump",
-                        fmt::format("the clock of the samples jumped against that of the frames {}, by {} {}{}",
-                                    Times(jumps.count), Milliseconds(std::abs(largestUs)),
-                                    largestUs > 0 ? "forward" : "back", jumps.count == 1 ? "" : " at most"),
+  auto const steps = facts.Delivery().Steps(facts.TrueIntervalUs().value_or(0));
+  if (steps.empty() || HasSteadyOffset(facts)) return std::nullopt;
+  ClockStep largest;
+  std::vector<Interval> places;
+  for (ClockStep const& step : steps) {
+    if (std::abs(step.us) > std::abs(largest.us)) largest = step;
+    places.push_back(step.at);
+  }
+  return SessionFinding{fmt::format("the clock of the samples jumped against that of the {} {}, by {} {}{}{}",
+                                    facts.Delivery().HasCallTimes() ? "calls" : "frames", Times(steps.size()),
+                                    Milliseconds(std::abs(largest.us)), AheadOrBehind(largest.us),
+                                    steps.size() == 1 ? "" : " at most", AlikeText(facts, "a step")),
                         "use a clock that nobody sets, and restart the monitor where it must be set",
-                        {{"jumps", static_cast<double>(jumps.count)}, {"largest_us", largestUs}},
-                        jumps};
+                        {{"jumps", static_cast<double>(steps.size())}, {"largest_us", largest.us}},
+                        {},
+                        places};
+}
+
+// clock_drift. The slope of the lead (Theil-Sen) adds up to more than 1.5 ms and a sample interval, and no jump
+// explains it.
+std::optional<SessionFinding> ClockDrift(SessionFacts const& facts) {
+  auto const trend = facts.Delivery().Trend(facts.TrueIntervalUs().value_or(0));
+  if (!trend) return std::nullopt;
+  return SessionFinding{
+      fmt::format("the clock of the samples drifts by {:.0f} ppm against that of the {}, {} {} in all{}", trend->ppm,
+                  facts.Delivery().HasCallTimes() ? "calls" : "frames", Milliseconds(std::abs(trend->us)),
+                  AheadOrBehind(trend->us), AlikeText(facts, "a trend")),
+      "take the timestamps of frames and samples from one clock",
+      {{"ppm", trend->ppm}, {"total_us", trend->us}}};
+}
+
+// clock_ahead. The median sample is more than 1.5 ms later than the call that brought it. A host whose calls have the
+// times of another epoch is told as that, and its call times are used for nothing else.
+std::optional<SessionFinding> ClockAhead(SessionFacts const& facts) {
+  DeliveryFacts const& delivery = facts.Delivery();
+  if (delivery.IsEmpty() || !delivery.CallDelayUs()) return std::nullopt;
+  if (!delivery.HasCallTimes()) {
+    return SessionFinding{
+        fmt::format("the calls are {:.0f} s {} their frames' timestamps: the host's clock has another "
+                    "epoch, and nothing is concluded from the times of calls",
+                    std::abs(*delivery.CallDelayUs()) / kUsInS, *delivery.CallDelayUs() > 0 ? "after" : "before"),
+        "record the times of calls by the clock of the frames",
+        {{"median_us", *delivery.CallDelayUs()}},
+        {},
+        {},
+        Severity::kNote};
+  }
+  double const aheadUs = delivery.OverCallUs();
+  if (aheadUs <= kAheadUs) return std::nullopt;
+  return SessionFinding{
+      fmt::format("the newest sample is {} later than the call that brought it (median): the clock of "
+                  "the samples is ahead by that at least",
+                  Milliseconds(aheadUs)),
+      "take the timestamps of frames and samples from one clock",
+      {{"median_us", aheadUs}}};
 }
 
 }  // namespace shadingctl::rules

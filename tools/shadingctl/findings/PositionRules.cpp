@@ -14,7 +14,6 @@ std::optional<SessionFinding> Carried(SessionFacts const& facts) {
   MatchFacts const& match = facts.Matches();
   if (match.carried.count == 0) return std::nullopt;
   SessionFinding finding{
-      "carried",
       fmt::format("{} had no sample at their start and took an old position instead", FramesText(match.carried, facts)),
       "clear oisMatched before each call, so that such a frame keeps the last position "
       "(--reset-matched)",
@@ -22,13 +21,14 @@ std::optional<SessionFinding> Carried(SessionFacts const& facts) {
       match.carried};
   auto const ageUs = match.carriedAgeUs.Median();
   if (ageUs) {
-    finding.text += fmt::format(", {} old (median)", Milliseconds(*ageUs));
+    finding.text += fmt::format(", {} {} (median)", Milliseconds(std::abs(*ageUs)), *ageUs < 0 ? "later" : "old");
     finding.figures.emplace_back("median_age_us", *ageUs);
   }
   auto const distances = facts.ReadoutDistances(Match::kCarried);
   if (distances.median) {
-    finding.text += fmt::format("{} {} units (median; {} at most) from the mean of their own readout's samples",
-                                ageUs ? " and" : ",", Units(*distances.median), Units(*distances.largest));
+    finding.text +=
+        fmt::format("{} {} units (median; {} at most) from the mean of the samples of their own search interval",
+                    ageUs ? " and" : ",", Units(*distances.median), Units(*distances.largest));
     finding.figures.emplace_back("median_distance", *distances.median);
     finding.figures.emplace_back("largest_distance", *distances.largest);
   }
@@ -40,7 +40,8 @@ std::optional<SessionFinding> Carried(SessionFacts const& facts) {
 }
 
 // long_exposure. A frame gathers its light in exposure + readout, and the span is as long as the readout. Told when the
-// exposure is the longer one in one frame in a hundred; below that the span is at least as long as each row's exposure.
+// exposure is the longer one in one frame in a hundred; no_readout tells those without one. Below that the span is at
+// least as long as each row's exposure.
 std::optional<SessionFinding> LongExposure(SessionFacts const& facts) {
   FrameList const& frames = facts.Matches().longExposures;
   if (!IsWorthTelling(frames.count, facts)) return std::nullopt;
@@ -48,7 +49,6 @@ std::optional<SessionFinding> LongExposure(SessionFacts const& facts) {
   double const readoutUs = facts.MedianReadoutUs().value_or(0);
   double const share = readoutUs / std::max(exposureUs + readoutUs, 1.0);
   return SessionFinding{
-      "long_exposure",
       fmt::format("the exposure of {} is longer than the readout: the span stands for {:.0f} % of the time in which "
                   "their light was gathered",
                   FramesText(frames, facts), 100 * share),
@@ -62,8 +62,7 @@ std::optional<SessionFinding> Repeated(SessionFacts const& facts) {
   MatchFacts const& match = facts.Matches();
   double const share = Share(match.repeatedSamples, match.spanSamples);
   if (share < kWorthTelling) return std::nullopt;
-  return SessionFinding{"repeated",
-                        fmt::format("{:.0f} % of the samples in the spans are repeats, which weigh twice, in {}",
+  return SessionFinding{fmt::format("{:.0f} % of the samples in the spans are repeats, which weigh twice, in {}",
                                     100 * share, FramesText(match.repeated, facts)),
                         "drop what a batch repeats from the one before",
                         {{"share", share}},
@@ -75,14 +74,15 @@ std::optional<SessionFinding> ModeSwitch(SessionFacts const& facts) {
   SwitchFacts const& switches = facts.Switches();
   if (switches.frames.count == 0) return std::nullopt;
   return SessionFinding{
-      "mode_switch",
       fmt::format("the readout time changed {} (first from {} to {}); {} frames right after lack an end near a sample",
                   Times(switches.frames.count), Milliseconds(switches.firstFromUs), Milliseconds(switches.firstToUs),
                   switches.unmatched.count),
       "store the new readout time before the first frame of the new mode",
       {{"switches", static_cast<double>(switches.frames.count)},
        {"unmatched", static_cast<double>(switches.unmatched.count)}},
-      switches.frames};
+      switches.frames,
+      {},
+      switches.unmatched.count > 0 ? Severity::kLost : Severity::kNote};
 }
 
 }  // namespace shadingctl::rules

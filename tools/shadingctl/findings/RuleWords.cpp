@@ -25,6 +25,11 @@ FrameList Together(FrameList const& one, FrameList const& other) {
   FrameList all;
   for (std::size_t i = 0; i < std::min(named.size(), FrameList::kNamed); ++i) all.first[i] = named[i];
   all.count = one.count + other.count;
+  std::vector<Interval> intervals = one.intervals.All();
+  intervals.insert(intervals.end(), other.intervals.All().begin(), other.intervals.All().end());
+  std::sort(intervals.begin(), intervals.end(),
+            [](Interval const& a, Interval const& b) { return a.fromNs < b.fromNs; });
+  for (Interval const& interval : intervals) all.intervals.Add(interval);
   return all;
 }
 

@@ -15,7 +15,7 @@ std::int64_t ToNs(double us) { return std::llround(us * 1e3); }
 }  // namespace
 
 std::optional<SessionBudget> BudgetOf(SessionFacts const& facts) {
-  auto const hallIntervalUs = facts.Samples().intervalUs;
+  auto const hallIntervalUs = facts.TrueIntervalUs();
   auto const frameIntervalUs = facts.FrameIntervalUs();
   auto const exposureUs = facts.MedianExposureUs();
   auto const readoutUs = facts.MedianReadoutUs();
@@ -27,10 +27,9 @@ std::optional<SessionBudget> BudgetOf(SessionFacts const& facts) {
   timing.frameIntervalNs = ToNs(*frameIntervalUs);
   timing.exposureNs = ToNs(*exposureUs);
   timing.readoutNs = ToNs(*readoutUs);
-  TimeRange const& leadNs = facts.Delivery().LeadNs();
-  if (!leadNs.IsEmpty()) {
-    timing.deliveryDelayNs =
-        std::clamp<std::int64_t>(leadNs.least, timing.readoutNs, ToNs(kLongestUs)) - timing.readoutNs;
+  if (!facts.Delivery().IsEmpty()) {
+    std::int64_t const leadNs = ToNs(std::min(facts.Delivery().OverFrameUs(0), kLongestUs));
+    timing.deliveryDelayNs = std::max(leadNs, timing.readoutNs) - timing.readoutNs;
   }
   Budget const budget = MakeBudget(timing);
   return SessionBudget{*hallIntervalUs, *exposureUs, *readoutUs, static_cast<double>(budget.reachBackNs) / 1e3,

@@ -4,26 +4,17 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "platform/SensorProvider.h"
-#include "tools/shadingctl/findings/StabiliserFacts.h"
+#include "tools/shadingctl/findings/DeliveryFacts.h"
+#include "tools/shadingctl/findings/LensFacts.h"
 #include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/statistics/Histogram.h"
 #include "tools/shadingctl/statistics/SampleHealth.h"
 
 namespace shadingctl {
-
-// How many frames, and which came first.
-struct FrameList {
-  static constexpr std::size_t kNamed = 5;
-
-  std::uint64_t count = 0;
-  std::array<std::uint32_t, kNamed> first{};
-
-  void Add(std::uint32_t frame);
-  std::size_t Named() const { return count < kNamed ? static_cast<std::size_t>(count) : kNamed; }
-};
 
 // The least and the greatest of some times.
 struct TimeRange {
@@ -32,28 +23,6 @@ struct TimeRange {
 
   void Add(std::int64_t value);
   bool IsEmpty() const { return greatest < least; }
-};
-
-// How much later than its frame's timestamp the newest delivered sample is. A jump is a change that stays; a batch that
-// is late comes back to where it was.
-class DeliveryFacts {
- public:
-  static constexpr std::int64_t kJumpNs = 50000000;  // above the jitter of any host
-  static constexpr std::uint32_t kStays = 30;        // frames: as many as the library's history holds
-
-  void Add(std::uint32_t frame, std::int64_t leadNs);
-
-  TimeRange const& LeadNs() const { return mLeadNs; }
-  FrameList const& Jumps() const { return mJumps; }
-  std::int64_t LargestJumpNs() const { return mLargestJumpNs; }
-
- private:
-  TimeRange mLeadNs;
-  std::optional<std::int64_t> mLevelNs;
-  std::uint32_t mAway = 0;  // frames in a row that were away from the level, and the first of them
-  std::uint32_t mFirstAway = 0;
-  FrameList mJumps;
-  std::int64_t mLargestJumpNs = 0;
 };
 
 struct OldPosition {
@@ -69,9 +38,15 @@ struct MatchFacts {
   std::array<FrameList, 10> starts;  // by StartCause, the warm-up apart
   std::array<FrameList, 4> ends;     // by EndCause, of spans that began near the start
   FrameList untoldEnds;              // of spans that began near the start, where the messages do not tell
-  TimeRange shortfallNs;  // from the newest sample to the end of the search interval, of frames that lack later ones
+  FrameList lacking;      // frames that lack later samples, and were called for too early, as far as that is known
+  FrameList late;         // frames that lack later samples, though they were computed after these were taken
+  TimeRange shortfallNs;  // from the newest sample to the end of the search interval, of both
+  FrameList inGaps;       // frames that look for an end where samples are farther apart than usual
   FrameList carried;
   FrameList longExposures;  // longer than the readout
+  FrameList noExposures;    // a time of 0, as in the next one
+  FrameList noReadouts;
+  FrameList timesBackward;  // frames whose timestamp is not later than that of the frame before
   FrameList repeated;       // frames whose span has repeated samples
   std::uint64_t repeatedSamples = 0;
   std::uint64_t spanSamples = 0;
@@ -87,9 +62,11 @@ struct MatchFacts {
 };
 
 struct BatchFacts {
-  FrameList missing;            // frames without a batch
-  FrameList missingUnmatched;   // of these, those without both ends near
-  std::uint64_t discarded = 0;  // by the library
+  FrameList missing;                      // frames without a batch
+  FrameList missingUnmatched;             // of these, those without both ends near
+  FrameList discarded;                    // frames whose batch the library discarded
+  FrameList afterwards;                   // frames that were computed before their update
+  std::uint64_t afterwardsUnmatched = 0;  // of these, those without both ends near
   std::uint64_t split = 0;
 };
 
@@ -103,7 +80,8 @@ struct SwitchFacts {
 class SessionFacts {
  public:
   // One update: how many samples were delivered, and the library's word on them.
-  void AddBatch(std::uint32_t frame, std::size_t samples, std::optional<BatchStored> const& stored, bool split);
+  void AddBatch(std::uint32_t frame, std::size_t samples, std::optional<BatchStored> const& stored, bool split,
+                std::optional<std::uint64_t> callNs = std::nullopt);
 
   // Samples in the order of delivery, with whatever frame they came.
   void AddSamples(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& samples);
@@ -111,7 +89,7 @@ class SessionFacts {
   // The next samples do not follow the ones before: nobody knows what came in between.
   void BreakSamples();
 
-  void AddFrame(FrameFacts const& facts);
+  void AddFrame(FrameFacts const& facts, std::optional<std::uint64_t> callNs = std::nullopt);
 
   // The library has forgotten all samples.
   void BeginHistory() { mNewestStoredNs.reset(); }
@@ -124,8 +102,16 @@ class SessionFacts {
   BatchFacts const& Batches() const { return mBatches; }
   SwitchFacts const& Switches() const { return mSwitches; }
   DeliveryFacts const& Delivery() const { return mDelivery; }
-  StabiliserFacts const& Stabiliser() const { return mStabiliser; }
+  LensFacts const& Lens() const { return mLens; }
   SampleHealth::Report Samples() const { return mHealth.Summarize(); }
+
+  // Between two new positions, where each is held for several samples; median.
+  std::optional<double> TrueIntervalUs() const;
+
+  std::int64_t FirstFrameNs() const { return mFirst ? static_cast<std::int64_t>(mFirst->timestampNs) : 0; }
+
+  // What two cameras have in common when they are fed with the same samples: the least of the samples' hashes.
+  std::set<std::uint64_t> const& Fingerprint() const { return mFingerprint; }
 
   std::optional<double> FrameIntervalUs() const;  // mean over the frame numbers; nullopt with fewer than two
   // Delivered samples, repeated ones included, without the first batch, which may hold any history. nullopt with fewer
@@ -140,9 +126,14 @@ class SessionFacts {
   Distances ReadoutDistances(Match match) const;  // of kStart or kCarried
 
  private:
+  std::optional<std::int64_t> LastFrameNs() const {
+    return mLast ? std::optional(static_cast<std::int64_t>(mLast->timestampNs)) : std::nullopt;
+  }
   void AddSpan(FrameFacts const& facts);
   void AddSwitch(FrameFacts const& facts, bool bothNear);
   void AddAge(FrameFacts const& facts);
+  void AddTimes(FrameFacts const& facts);
+  void AddLead(FrameFacts const& facts, std::optional<std::uint64_t> callNs);
 
   struct Seen {
     std::uint32_t frame = 0;
@@ -153,7 +144,7 @@ class SessionFacts {
   BatchFacts mBatches;
   SwitchFacts mSwitches;
   DeliveryFacts mDelivery;
-  StabiliserFacts mStabiliser;
+  LensFacts mLens;
   SampleHealth mHealth;
   Histogram mExposureUs;
   Histogram mReadoutUs;
@@ -166,7 +157,15 @@ class SessionFacts {
   std::uint32_t mSinceSwitch = 0;
   std::optional<std::int64_t> mNewestSampleNs;
   std::optional<std::int64_t> mNewestStoredNs;
-  bool mHasFreshBatch = false;
+  struct Fresh {
+    std::int64_t newestNs = 0;
+    std::optional<std::uint64_t> callNs;
+  };
+  std::optional<Fresh> mFresh;  // the samples that came since the frame before
+  std::optional<std::uint64_t> mBatchCallNs;
+  std::optional<std::uint32_t> mUpdated;  // the last frame that was
+  bool mLastBothNear = true;
+  std::set<std::uint64_t> mFingerprint;
   std::uint64_t mFirstBatch = 0;  // samples, as the next one
   std::uint64_t mDelivered = 0;
   std::optional<std::uint32_t> mMissingBatch;  // the frame

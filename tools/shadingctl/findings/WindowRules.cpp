@@ -13,6 +13,7 @@ namespace {
 
 constexpr double kNeededSamplesPerFrame =
     static_cast<double>(kWindowSize) / static_cast<double>(kHistoryFrames);  // that fill the history
+constexpr double kLongestWaitUs = 500e3;                                     // no host computes so much later
 
 }  // namespace
 
@@ -26,7 +27,7 @@ std::optional<SessionFinding> History(SessionFacts const& facts) {
   if (tooLittle.count == 0 && !tellsLate) return std::nullopt;
   double const samplesPerFrame = facts.SamplesPerFrame().value_or(0);
   SessionFinding finding{
-      "history", "", "", {{"samples_per_frame", samplesPerFrame}, {"needed", kNeededSamplesPerFrame}}, tooLittle};
+      "", "", {{"samples_per_frame", samplesPerFrame}, {"needed", kNeededSamplesPerFrame}}, tooLittle};
   if (tooLittle.count > 0) {
     finding.text = fmt::format(
         "{} found fewer than 100 samples in the history of 30 frames, which takes {:.2f} samples "
@@ -41,7 +42,7 @@ std::optional<SessionFinding> History(SessionFacts const& facts) {
   auto const frameUs = facts.FrameIntervalUs();
   auto const rateHz = facts.Samples().rateHz;
   if (samplesPerFrame >= kNeededSamplesPerFrame || !frameUs || !rateHz) {
-    finding.advice = "deliver batches without pauses";
+    finding.advice = facts.Samples().gaps > 0 ? "look for what stops the samples" : "compute nearer to the frame";
   } else {
     finding.advice =
         fmt::format("at {:.0f} frames a second sample at {:.0f} Hz or more, or update every other frame only",
@@ -52,25 +53,26 @@ std::optional<SessionFinding> History(SessionFacts const& facts) {
 
 // sampling. A start is near when it lies within 2 * 1500 - 1 us of some place in each sample interval; with random
 // phase that is so for 2999 us / interval of the frames. Told when frames whose window reaches over an end of the
-// readout have no sample near it, and the interval is longer than 2999 us. When the frame interval is so near a
+// search interval have no sample near it, and the interval is longer than 2999 us. When the frame interval is so near a
 // multiple of the sample interval that the phase drifts by less than half an interval in the whole session, phase
 // decides all or nothing.
 std::optional<SessionFinding> Sampling(SessionFacts const& facts) {
   MatchFacts const& match = facts.Matches();
   FrameList const between = Together(match.Of(StartCause::kBetweenSamples), match.Of(EndCause::kBetweenSamples));
   auto const samples = facts.Samples();
-  if (between.count == 0 || !samples.intervalUs || *samples.intervalUs <= kNearWidthUs) return std::nullopt;
+  auto const intervalUs = facts.TrueIntervalUs();
+  bool const isDense = intervalUs && *intervalUs + 2 * samples.jitterUs.value_or(0) <= kNearWidthUs;
+  if (between.count == 0 || !intervalUs || isDense) return std::nullopt;
   std::uint64_t const near = match.Of(StartCause::kNear).count;
   std::uint64_t const candidates = near + match.Of(StartCause::kBetweenSamples).count;
-  double const chance = std::min(kNearWidthUs / *samples.intervalUs, 1.0);
+  double const chance = std::min(kNearWidthUs / *intervalUs, 1.0);
   SessionFinding finding{
-      "sampling",
       fmt::format(
           "samples are {} apart, and 1500 us are allowed: with random phase {:.0f} % of the starts can be near one, "
           "{} of {} are ({:.0f} %)",
-          Milliseconds(*samples.intervalUs), 100 * chance, near, candidates, 100 * Share(near, candidates)),
+          Milliseconds(*intervalUs), 100 * chance, near, candidates, 100 * Share(near, candidates)),
       fmt::format("sample at {:.0f} Hz or more", std::ceil(kUsInS / kNearWidthUs)),
-      {{"interval_us", *samples.intervalUs}, {"chance", chance}, {"near", Share(near, candidates)}},
+      {{"interval_us", *intervalUs}, {"chance", chance}, {"near", Share(near, candidates)}},
       between};
   auto const frameUs = facts.FrameIntervalUs();
   if (frameUs && samples.rateHz && *frameUs > 0) {
@@ -85,9 +87,9 @@ std::optional<SessionFinding> Sampling(SessionFacts const& facts) {
   return finding;
 }
 
-// reach_backward. The readout begins exposure + 0.5432 * min(exposure, readout) + 166 us before the frame's timestamp,
-// and the window 50 samples before it. Told when the window of one frame in a hundred begins after the start it looks
-// for.
+// reach_backward. The search interval begins exposure + 0.5432 * min(exposure, readout) + 166 us before the frame's
+// timestamp, and the window 50 samples before it. Told when the window of one frame in a hundred begins after the start
+// it looks for.
 std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
   FrameList const& late = facts.Matches().Of(StartCause::kWindowBeginsLate);
   if (!IsWorthTelling(late.count, facts)) return std::nullopt;
@@ -95,9 +97,8 @@ std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
   if (!budget) return std::nullopt;
   double const reachUs = hosting::kSamplesBefore * budget->hallIntervalUs;
   SessionFinding finding{
-      "reach_backward",
-      fmt::format("the window of {} begins after the readout does: at {:.0f} Hz its 50 samples reach {} back, "
-                  "and a readout after {} of exposure begins {} before the timestamp",
+      fmt::format("the window of {} begins after the search interval does: at {:.0f} Hz its 50 samples reach "
+                  "{} back, and after {} of exposure the search interval begins {} before the timestamp",
                   FramesText(late, facts), kUsInS / budget->hallIntervalUs, Milliseconds(reachUs),
                   Milliseconds(budget->exposureUs), Milliseconds(budget->startBeforeTimestampUs)),
       "",
@@ -117,7 +118,7 @@ std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
 }
 
 // reach_forward. The window ends 49 samples after the timestamp. Told when for one frame in a hundred the start is near
-// and the window ends before the readout, though later samples were there.
+// and the window ends before the search interval, though later samples were there.
 std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
   FrameList const& early = facts.Matches().Of(EndCause::kWindowEndsEarly);
   if (!IsWorthTelling(early.count, facts)) return std::nullopt;
@@ -127,9 +128,8 @@ std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
   double const coverage = facts.Matches().coverage.Median().value_or(0) / 1e6;
   double const length = facts.Matches().lengthShare.Median().value_or(0) / 1e6;
   SessionFinding finding{
-      "reach_forward",
-      fmt::format("the span of {} ends with the window, 49 samples or {} after the timestamp, before the readout "
-                  "does: it is {:.0f} % as long as the readout and covers {:.0f} % of it (medians)",
+      fmt::format("the span of {} ends with the window, 49 samples or {} after the timestamp, before the "
+                  "search interval does: it is {:.0f} % as long as that and covers {:.0f} % of it (medians)",
                   FramesText(early, facts), Milliseconds(reachUs), 100 * length, 100 * coverage),
       "hand over fewer samples a second",
       {{"reach_us", reachUs}, {"length_share", length}, {"coverage", coverage}},
@@ -141,26 +141,28 @@ std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
   return finding;
 }
 
-// not_delivered. The end of the readout, or the timestamp, lies after the newest sample in the history. One frame in a
-// hundred, unless the clocks differ.
+// not_delivered. The end of the search interval, or the timestamp, lies after the newest sample in the history, of one
+// frame in a hundred, unless the clocks differ. Frames that late_delivery tells of are left out where calls have times.
 std::optional<SessionFinding> NotDelivered(SessionFacts const& facts) {
   MatchFacts const& match = facts.Matches();
-  FrameList const frames =
-      Together(match.Of(EndCause::kNotDelivered),
-               Together(match.Of(StartCause::kNothingAfter), match.Of(StartCause::kWindowEndsEarly)));
+  FrameList const frames = IsDeliveredLate(facts) ? match.lacking : Together(match.lacking, match.late);
   if (!IsWorthTelling(frames.count, facts) || HasSteadyOffset(facts) || match.shortfallNs.IsEmpty())
     return std::nullopt;
   double const leastUs = static_cast<double>(match.shortfallNs.least) / 1e3;
   double const greatestUs = static_cast<double>(match.shortfallNs.greatest) / 1e3;
-  return SessionFinding{"not_delivered",
-                        fmt::format("{} were computed too early: their readout ended {} after the newest sample in the "
-                                    "library",
-                                    FramesText(frames, facts), FromTo(leastUs, greatestUs)),
-                        fmt::format("compute {} later, have the platform deliver sooner, or look for a clock of the "
-                                    "samples that is behind by as much",
-                                    Milliseconds(greatestUs)),
-                        {{"shortfall_least_us", leastUs}, {"shortfall_greatest_us", greatestUs}},
-                        frames};
+  bool const canWait = greatestUs < kLongestWaitUs;
+  std::string advice = canWait ? fmt::format("compute {} later", Milliseconds(greatestUs)) : "";
+  if (!facts.Delivery().IsEmpty() && !facts.Delivery().HasCallTimes()) {
+    advice += fmt::format("{}have the platform deliver sooner, or look for a clock of the samples that is behind{}",
+                          canWait ? ", " : "", canWait ? " by as much" : "");
+  }
+  return SessionFinding{
+      fmt::format("{} were computed before their samples came: their search interval ended {} after the newest sample "
+                  "in the library",
+                  FramesText(frames, facts), FromTo(leastUs, greatestUs)),
+      advice.empty() ? "see whether samples come at all" : advice,
+      {{"shortfall_least_us", leastUs}, {"shortfall_greatest_us", greatestUs}},
+      frames};
 }
 
 }  // namespace shadingctl::rules

@@ -40,7 +40,9 @@ EndCause CauseOfEnd(FrameResult const& result, FrameMessages const& messages, Fr
                     std::int64_t readoutUs) {
   if (result.end == SpanEnd::kNear) return EndCause::kNear;
   std::int64_t const targetUs = DifferenceUs(readoutUs, result.spanAgeUs.value_or(0));
-  if (window.lastUs > DifferenceUs(targetUs, kToleranceUs)) return EndCause::kBetweenSamples;
+  // Within an interval of the end no sample is missing.
+  std::int64_t const reachUs = std::max<std::int64_t>(kToleranceUs, window.intervalUs);
+  if (window.lastUs > DifferenceUs(targetUs, reachUs)) return EndCause::kBetweenSamples;
   return SamplesAfterWindow(messages).value_or(0) > 0 ? EndCause::kWindowEndsEarly : EndCause::kNotDelivered;
 }
 

@@ -96,8 +96,10 @@ PlayedCall Replay::Play(recording::Call const& call) {
         using Operation = std::decay_t<decltype(operation)>;
         if constexpr (std::is_same_v<Operation, recording::CalcOisValue>) {
           played.frame.emplace(Play(played.camera, operation));
+          played.frame->callNs = call.timeNs;
         } else if constexpr (std::is_same_v<Operation, recording::UpdateSensorData>) {
           played.update.emplace(Play(played.camera, operation));
+          played.update->callNs = call.timeNs;
         } else {
           BeginCall(std::nullopt);
           Play(played.camera, operation);
@@ -170,7 +172,7 @@ PlayedUpdate Replay::Play(std::int32_t sensorId, recording::UpdateSensorData con
   ++state.updates;
   state.delivered += update.batch.size();
   return {update.frame, update.batch, mMessages.batch, mMessages.split, std::exchange(state.startsAnew, false),
-          updateNs};
+          updateNs,     std::nullopt};
 }
 
 PlayedFrame Replay::Play(std::int32_t sensorId, recording::CalcOisValue const& calc) {

@@ -34,8 +34,9 @@ struct PlayedUpdate {
   std::vector<NSCam::Utils::SensorData> const& batch;  // the call's
   std::optional<BatchStored> stored;
   bool split = false;
-  bool beginsHistory = false;  // the first one since the camera's monitor was started
-  std::int64_t updateNs = 0;   // that the library took
+  bool beginsHistory = false;           // the first one since the camera's monitor was started
+  std::int64_t updateNs = 0;            // that the library took
+  std::optional<std::uint64_t> callNs;  // when the host called, as in the next one
 };
 
 struct PlayedFrame {
@@ -43,6 +44,7 @@ struct PlayedFrame {
   std::int64_t calculateNs = 0;          // that the library took
   std::optional<std::int64_t> silentNs;  // that it took at log level 0, where that was measured
   std::optional<bool> isAsRecorded;      // the answer, where the recording holds one and it is compared
+  std::optional<std::uint64_t> callNs;
 };
 
 // One call and what came of it; both empty for calls that neither update nor compute, and for those left out.

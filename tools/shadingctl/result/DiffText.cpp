@@ -1,11 +1,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "tools/shadingctl/result/ResultDiff.h"
 
 namespace shadingctl {
 namespace {
+
+constexpr double kOneSided = 0.9;  // share of the rows that differ to the same side
 
 // In a cell of a table.
 std::string Cell(std::string text) {
@@ -92,13 +95,33 @@ std::string Incomplete(char const* which, ResultHead const& head) {
   return fmt::format("{} is not complete: {}\n\n", which, head.error.empty() ? "it says no more" : head.error);
 }
 
+double MedianOf(ColumnDifference const& column) { return column.sizes->Median().value_or(0) / kSizeUnits; }
+
+// Median and RMS of the rows that have numbers on both sides.
+std::string SpreadCells(ColumnDifference const& column) {
+  if (!column.sizes) return " | ";
+  return fmt::format("{:.3g} | {:.3g}", MedianOf(column),
+                     std::sqrt(column.squares / static_cast<double>(column.numbers)));
+}
+
+// Where most spans of B are older than those of A, or most are younger.
+std::string SpansText(ResultDiff const& diff) {
+  ColumnDifference const& ages = diff.columns[static_cast<std::size_t>(Column::kSpanAgeUs)];
+  if (!ages.sizes || 2 * ages.numbers < diff.rowsOfA - diff.onlyInA) return {};
+  double const share = static_cast<double>(ages.greater) / static_cast<double>(ages.numbers);
+  if (share > 1 - kOneSided && share < kOneSided) return {};
+  return fmt::format("B's spans lie {:.3g} ms {} than those of A (median of {} rows).\n\n", MedianOf(ages) / 1e3,
+                     share >= kOneSided ? "earlier" : "later", ages.numbers);
+}
+
 std::string ColumnsText(ResultDiff const& diff) {
-  std::string text = "## By field\n\n| field | rows | largest difference | in |\n|---|---|---|---|\n";
+  std::string text =
+      "## By field\n\n| field | rows | median | RMS | largest difference | in |\n|---|---|---|---|---|---|\n";
   for (std::size_t i = 0; i < kColumnCount; ++i) {
-    auto const& [rows, largest, row] = diff.columns[i];
-    if (rows == 0) continue;
-    text += fmt::format("| {} | {} | {} | {} |\n", kResultColumns[i].name, rows,
-                        row.empty() ? "" : fmt::format("{:.9g}", largest), row);
+    ColumnDifference const& column = diff.columns[i];
+    if (column.rows == 0) continue;
+    text += fmt::format("| {} | {} | {} | {} | {} |\n", kResultColumns[i].name, column.rows, SpreadCells(column),
+                        column.largestRow.empty() ? "" : fmt::format("{:.9g}", column.largest), column.largestRow);
   }
   text += "\n## First differences\n\n| row | field | A | B | B - A |\n|---|---|---|---|---|\n";
   for (auto const& [row, place, index, a, b] : diff.named) {
@@ -119,6 +142,7 @@ std::string DiffText(ResultDiff const& diff, std::string const& nameOfA, std::st
   text += diff.different == 0 ? fmt::format("None of {} common rows differs.\n\n", common)
                               : fmt::format("**{} of {} common rows differ.**\n\n", diff.different, common);
   text += OnlyText("A", diff.onlyInA, diff.firstOnlyInA) + OnlyText("B", diff.onlyInB, diff.firstOnlyInB);
+  text += SpansText(diff);
   if (diff.different > 0) text += ColumnsText(diff);
   text += SideBySide("Settings", diff.a.Member("settings"), diff.b.Member("settings"));
   text += FindingsSideBySide(diff);

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <string_view>
@@ -128,6 +129,13 @@ void Comparison::Compare(Key const& key, ResultRow const& a, ResultRow const& b)
     auto const numberOfA = NumberOf(ofA);
     auto const numberOfB = NumberOf(ofB);
     double const size = numberOfA && numberOfB ? std::abs(*numberOfB - *numberOfA) : 0;
+    if (numberOfA && numberOfB) {
+      if (!difference.sizes) difference.sizes = std::make_shared<Histogram>();
+      difference.sizes->Add(std::llround(std::min(size * kSizeUnits, 0x1p62)));
+      difference.squares += size * size;
+      ++difference.numbers;
+      if (*numberOfB > *numberOfA) ++difference.greater;
+    }
     if (size > difference.largest) {
       difference.largest = size;
       difference.largestRow = key.Text();

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -11,6 +12,7 @@
 
 #include "tools/shadingctl/result/ResultReader.h"
 #include "tools/shadingctl/result/Spool.h"
+#include "tools/shadingctl/statistics/Histogram.h"
 
 namespace shadingctl {
 
@@ -21,9 +23,15 @@ struct DiffOptions {
 
 struct ColumnDifference {
   std::uint64_t rows = 0;
-  double largest = 0;  // of numbers
+  double largest = 0;  // of numbers, as are the next
+  double squares = 0;  // sum over the rows that have numbers on both sides
+  std::uint64_t numbers = 0;
+  std::uint64_t greater = 0;         // rows in which B has the greater number
+  std::shared_ptr<Histogram> sizes;  // in billionths; null where there are none
   std::string largestRow;
 };
+
+constexpr double kSizeUnits = 1e9;
 
 struct NamedDifference {
   std::string row;          // "frame 7", with its camera and the number of the computation where that is needed

@@ -22,6 +22,20 @@ std::optional<std::string> FailedAge(std::int64_t maxAgeUs, MatchFacts const& ma
                      match.oldest->ageUs, match.oldest->frame);
 }
 
+// The first of the findings that is named, or whose severity is.
+std::optional<std::string> FoundFinding(std::vector<std::string> const& failOn, SessionFacts const& facts,
+                                        std::vector<SessionFinding> const& findings) {
+  for (SessionFinding const& finding : findings) {
+    for (std::string const& name : failOn) {
+      bool const isSeverity = *finding.severity != Severity::kNote && name == Name(*finding.severity);
+      if (name == finding.code || isSeverity)
+        return fmt::format("--fail-on {}: expected no such finding, found {}{}", name, finding.code,
+                           PlaceText(finding, facts));
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::vector<std::string> FailedGates(Gates const& gates, Summaries const& summaries) {
@@ -34,6 +48,7 @@ std::vector<std::string> FailedGates(Gates const& gates, Summaries const& summar
     };
     if (gates.failBelowPercent) add(FailedShare(*gates.failBelowPercent, match));
     if (gates.maxAgeUs) add(FailedAge(*gates.maxAgeUs, match));
+    add(FoundFinding(gates.failOn, summary.Facts(), summaries.FindingsOfCamera(summary.Facts())));
   }
   return failed;
 }

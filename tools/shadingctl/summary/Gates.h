@@ -10,10 +10,11 @@
 
 namespace shadingctl {
 
-// Both need the library's log level 4.
+// All need the library's log level 4.
 struct Gates {
   std::optional<double> failBelowPercent;  // of the frames after the warm-up, those with both ends near a sample
   std::optional<std::int64_t> maxAgeUs;    // of the position that a frame uses, whether it is new or kept
+  std::vector<std::string> failOn;         // codes of findings, and names of severities
 };
 
 // A sentence for each gate that a camera does not pass.

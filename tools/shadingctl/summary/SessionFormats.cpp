@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "recording/Recording.h"
-#include "tools/shadingctl/findings/Findings.h"
 #include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/summary/Summaries.h"
 
@@ -22,16 +21,17 @@ Json OddityJson(recording::Oddity const& oddity) {
 }
 
 constexpr std::size_t kLineLength = 100;
+constexpr std::size_t kNarrowest = 40;
 constexpr char const* kIndent = "           ";  // as wide as the labels of a summary
 
 // Breaks at blanks; every line but the first begins with the indent.
-std::string Wrapped(std::string const& text) {
+std::string Wrapped(std::string const& text, std::size_t width) {
   std::string wrapped;
   std::size_t lineStart = 0;
   std::size_t at = 0;
   while (at < text.size()) {
     std::size_t const end = std::min(text.find(' ', at), text.size());
-    bool const fits = wrapped.size() - lineStart + end - at + 1 <= kLineLength;
+    bool const fits = wrapped.size() - lineStart + end - at + 1 <= width;
     if (at > 0 && fits) wrapped += ' ';
     if (!fits) {
       wrapped += '\n';
@@ -44,6 +44,18 @@ std::string Wrapped(std::string const& text) {
   return wrapped + "\n";
 }
 
+// Lines that are too long for the width, wrapped.
+std::string Folded(std::string const& text, std::size_t width) {
+  std::string folded;
+  for (std::size_t at = 0; at < text.size();) {
+    std::size_t const end = std::min(text.find('\n', at), text.size());
+    std::string const line = text.substr(at, end - at);
+    folded += line.size() > width ? Wrapped(line, width) : line + "\n";
+    at = end + 1;
+  }
+  return folded;
+}
+
 // Times in us have one decimal, everything else four.
 double Rounded(std::string const& name, double value) {
   bool const isTime = name.size() > 3 && name.compare(name.size() - 3, 3, "_us") == 0;
@@ -51,49 +63,65 @@ double Rounded(std::string const& name, double value) {
   return std::round(value * scale) / scale;
 }
 
-std::string FramesText(FrameList const& frames) {
-  if (frames.count == 0) return {};
-  std::vector<std::uint32_t> const first(frames.first.begin(),
-                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
-  return fmt::format(" [{} {}{}]", first.size() == 1 ? "frame" : "frames", fmt::join(first, ", "),
-                     frames.count > frames.Named() ? ", ..." : "");
-}
-
 // A paragraph for each finding, or one line where there is none.
-std::string TextOf(SessionFacts const& facts) {
-  std::vector<SessionFinding> const findings = FindingsOf(facts);
+std::string TextOf(std::vector<SessionFinding> const& findings, SessionFacts const& facts, std::size_t width) {
   if (findings.empty() && facts.Matches().Settled() == 0) return "Findings   none: no frame came after the warm-up\n";
   if (findings.empty()) {
-    return fmt::format("Findings   none: both ends of the readout are near a sample in {} of {} frames\n",
+    return fmt::format("Findings   none: both ends of the search interval are near a sample in {} of {} frames\n",
                        facts.Matches().bothNear, facts.Matches().Settled());
   }
   std::string text;
   for (SessionFinding const& finding : findings) {
-    text += Wrapped(fmt::format("{} {}: {}{}. What helps: {}.", text.empty() ? "Findings  " : "          ",
-                                finding.code, finding.text, FramesText(finding.frames), finding.advice));
+    std::string const cost = finding.frames.count > 0 ? fmt::format(", {} {}", finding.frames.count,
+                                                                    finding.frames.count == 1 ? "frame" : "frames")
+                                                      : "";
+    std::string const help = finding.explainedBy.empty() ? fmt::format(" What helps: {}.", finding.advice)
+                                                         : fmt::format(" It follows from {}.", finding.explainedBy);
+    text += Wrapped(fmt::format("{} {} ({}{}): {}{}.{}", text.empty() ? "Findings  " : "          ", finding.code,
+                                Name(*finding.severity), cost, finding.text, PlaceText(finding, facts), help),
+                    width);
   }
   return text;
 }
 
+Json IntervalsJson(SessionFinding const& finding, SessionFacts const& facts) {
+  auto const seconds = [&](std::int64_t ns) {
+    return std::round(static_cast<double>(DifferenceNs(ns, facts.FirstFrameNs())) / 1e5) / 1e4;
+  };
+  Json list = Json::array();
+  for (Interval const& interval : finding.intervals) {
+    list.push_back({{"from_s", seconds(interval.fromNs)},
+                    {"to_s", seconds(interval.toNs)},
+                    {"first_frame", interval.firstFrame},
+                    {"last_frame", interval.lastFrame}});
+  }
+  return list;
+}
+
 // Appends an object for each finding.
-void AddFindings(SessionFacts const& facts, std::int32_t camera, Json& list) {
-  for (SessionFinding const& finding : FindingsOf(facts)) {
+void AddFindings(std::vector<SessionFinding> const& findings, SessionFacts const& facts, std::int32_t camera,
+                 Json& list) {
+  for (SessionFinding const& finding : findings) {
     Json figures = Json::object();
     for (auto const& [name, value] : finding.figures) figures[name] = Rounded(name, value);
     Json first = Json::array();
     for (std::size_t i = 0; i < finding.frames.Named(); ++i) first.push_back(finding.frames.first[i]);
-    list.push_back({{"code", finding.code},
-                    {"camera", camera},
-                    {"text", finding.text},
-                    {"figures", std::move(figures)},
-                    {"frames", {{"count", finding.frames.count}, {"first", std::move(first)}}},
-                    {"advice", finding.advice}});
+    Json object = {{"code", finding.code},
+                   {"camera", camera},
+                   {"severity", Name(*finding.severity)},
+                   {"text", finding.text},
+                   {"figures", std::move(figures)},
+                   {"frames", {{"count", finding.frames.count}, {"first", std::move(first)}}},
+                   {"intervals", IntervalsJson(finding, facts)},
+                   {"advice", finding.advice}};
+    if (!finding.explainedBy.empty()) object["explained_by"] = finding.explainedBy;
+    list.push_back(std::move(object));
   }
 }
 
 }  // namespace
 
-std::string Summaries::Text() const {
+std::string Summaries::Text(std::optional<std::size_t> width) const {
   std::string text;
   double recordedNs = 0;  // of the camera that was on for longest
   for (auto const& [sensorId, summary] : mByCamera) {
@@ -112,7 +140,7 @@ std::string Summaries::Text() const {
   text += CaptureText();
   text += fmt::format("Replay     {:.3f} s, {:.0f} times real time\n", static_cast<double>(mReplayNs) / 1e9,
                       recordedNs / static_cast<double>(std::max<std::int64_t>(mReplayNs, 1)));
-  return text + FindingsText();
+  return (width ? Folded(text, std::max(*width, kNarrowest)) : text) + FindingsText(width);
 }
 
 std::string Summaries::CaptureText() const {
@@ -120,18 +148,21 @@ std::string Summaries::CaptureText() const {
   return lack.empty() ? lack : fmt::format("Capture    {}\n", lack);
 }
 
-std::string Summaries::FindingsText() const {
+std::string Summaries::FindingsText(std::optional<std::size_t> width) const {
+  std::size_t const lineLength = std::clamp(width.value_or(kLineLength), kNarrowest, kLineLength);
   std::string text;
   for (auto const& [sensorId, summary] : mByCamera) {
     if (mByCamera.size() > 1) text += fmt::format("\nCamera     {}\n", sensorId);
-    text += TextOf(summary.Facts());
+    text += TextOf(FindingsOfCamera(summary.Facts()), summary.Facts(), lineLength);
   }
   return text;
 }
 
 Json Summaries::FindingsJson() const {
   Json all = Json::array();
-  for (auto const& [sensorId, summary] : mByCamera) AddFindings(summary.Facts(), sensorId, all);
+  for (auto const& [sensorId, summary] : mByCamera) {
+    AddFindings(FindingsOfCamera(summary.Facts()), summary.Facts(), sensorId, all);
+  }
   return all;
 }
 

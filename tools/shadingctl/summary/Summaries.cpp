@@ -15,6 +15,12 @@ void Summaries::Close(recording::SessionOddities const& oddities, std::int64_t r
   mReplayNs = replayNs;
 }
 
+std::vector<SessionFinding> Summaries::FindingsOfCamera(SessionFacts const& facts) const {
+  std::vector<SessionFacts const*> all;
+  for (auto const& entry : mByCamera) all.push_back(&entry.second.Facts());
+  return FindingsOf(facts, all);
+}
+
 std::uint64_t Summaries::Frames() const {
   std::uint64_t count = 0;
   for (auto const& entry : mByCamera) count += entry.second.Frames();

@@ -3,9 +3,11 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 
 #include "recording/Session.h"
+#include "tools/shadingctl/findings/Findings.h"
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/result/ResultWriter.h"
 #include "tools/shadingctl/summary/Summary.h"
@@ -35,13 +37,17 @@ class Summaries {
   std::uint64_t DifferentAnswers() const;
 
   // That of the only camera, or every camera's below its number, and what concerns the whole session.
-  std::string Text() const;
+  // Fits into `width` columns where that is given.
+  std::string Text(std::optional<std::size_t> width = std::nullopt) const;
   Json ToJson() const;
   // What the recording lacks, in a line, or nothing; Text holds it too.
   std::string CaptureText() const;
   // What happened and what helps, of all cameras; Text holds it too.
-  std::string FindingsText() const;
+  std::string FindingsText(std::optional<std::size_t> width = std::nullopt) const;
   Json FindingsJson() const;
+
+  // Of one camera.
+  std::vector<SessionFinding> FindingsOfCamera(SessionFacts const& facts) const;
 
   // The end of a result: ToJson and FindingsJson, and `error`.
   ResultEnd End(std::string const& error) const { return {ToJson(), FindingsJson(), error}; }

@@ -13,13 +13,13 @@ Summary::Summary(int logLevel) : mLogLevel(logLevel) {}
 
 void Summary::Add(PlayedUpdate const& update) {
   if (update.beginsHistory) mFacts.BeginHistory();
-  mFacts.AddBatch(update.frame, update.batch.size(), update.stored, update.split);
+  mFacts.AddBatch(update.frame, update.batch.size(), update.stored, update.split, update.callNs);
   mFacts.AddSamples(update.frame, update.batch);
   mUpdateNs += update.updateNs;
 }
 
 void Summary::Add(PlayedFrame const& frame) {
-  Add(frame.frame);
+  Add(frame.frame, frame.callNs);
   mCalculateNs += frame.calculateNs;
   if (frame.silentNs) mSilentCalculateNs.Add(*frame.silentNs);
   if (!frame.isAsRecorded) return;
@@ -34,13 +34,13 @@ void Summary::AddComplete(FrameResult const& row) {
 BatchCounts Summary::Batches() const {
   BatchCounts counts;
   if (mLogLevel != 0) counts.split = mFacts.Batches().split;
-  if (mLogLevel >= 4) counts.dropped = mFacts.Batches().discarded;
+  if (mLogLevel >= 4) counts.dropped = mFacts.Batches().discarded.count;
   return counts;
 }
 
-void Summary::Add(Frame const& frame) {
+void Summary::Add(Frame const& frame, std::optional<std::uint64_t> callNs) {
   FrameResult const& result = frame.row;
-  mFacts.AddFrame(frame.facts);
+  mFacts.AddFrame(frame.facts, callNs);
   if (mFrames == 0) {
     mFirstFrame = result.frame;
     mEarliestNs = mLatestNs = result.timestampNs;

@@ -37,7 +37,7 @@ class Summary {
   void Add(PlayedUpdate const& update);
   void Add(PlayedFrame const& frame);
   // Of a frame whose call was not played.
-  void Add(Frame const& frame);
+  void Add(Frame const& frame, std::optional<std::uint64_t> callNs = std::nullopt);
   // The row of a frame that was added, once all samples of its readout are there.
   void AddComplete(FrameResult const& row);
 

@@ -14,6 +14,8 @@
 namespace shadingctl {
 namespace {
 
+constexpr std::size_t kWorstOfFinding = 10;
+
 enum MeasureIndex : std::size_t { kMatchRate, kCoverage, kCarriedAge, kSampleRate, kJitter, kLongestInterval };
 
 void AddTo(std::vector<std::pair<std::string, std::uint64_t>>& counts, std::string const& name, std::uint64_t count) {
@@ -74,6 +76,14 @@ CameraResult CameraOf(Json const& object) {
   return camera;
 }
 
+std::size_t SeverityOf(Json const& name) {
+  auto const* const found = std::find(kSeverityNames.begin(), kSeverityNames.end(), name.get<std::string>());
+  if (found == kSeverityNames.end()) {
+    throw hosting::UnusableInput("severity: expected wrong, lost or note, found " + name.dump());
+  }
+  return static_cast<std::size_t>(found - kSeverityNames.begin());
+}
+
 recording::Capture CaptureOf(Json const& object) {
   auto const state = recording::CaptureStateOf(object.at("state").get<std::string>());
   if (!state) throw hosting::UnusableInput("state: expected that of a capture, found " + object.at("state").dump());
@@ -88,9 +98,15 @@ ReplayResult ResultOf(ResultHead const& head) {
   result.capture = CaptureOf(head.Member("summary").at("capture"));
   for (Json const& camera : head.Member("summary").at("cameras")) result.cameras.push_back(CameraOf(camera));
   for (Json const& finding : head.Member("findings")) {
-    result.findings.push_back({finding.at("code").get<std::string>(), CountOf(finding.at("frames"), "count")});
+    result.findings.push_back({finding.at("code").get<std::string>(), finding.at("camera").get<std::int64_t>(),
+                               SeverityOf(finding.at("severity")), CountOf(finding.at("frames"), "count")});
   }
   return result;
+}
+
+void Remember(std::set<RankedCamera>& worst, RankedCamera const& camera, std::size_t most) {
+  worst.insert(camera);
+  if (worst.size() > most) worst.erase(std::prev(worst.end()));
 }
 
 // What a result says is not to be trusted with an index.
@@ -131,15 +147,10 @@ Totals::Totals(std::size_t worst) : mWorstCount(worst) {
 void Totals::Add(std::string const& file, ReplayResult const& result) {
   ++mResults;
   if (!result.isComplete) ++mUnfinished;
-  for (CameraResult const& camera : result.cameras) AddCamera(file, result.session, camera);
-  for (ResultFinding const& finding : result.findings) {
-    FindingTotal& total = mFindings[finding.code];
-    ++total.cameras;
-    total.frames += finding.frames;
-  }
+  for (CameraResult const& camera : result.cameras) AddCamera(file, result, camera);
 }
 
-void Totals::AddCamera(std::string const& file, std::string const& session, CameraResult const& camera) {
+void Totals::AddCamera(std::string const& file, ReplayResult const& result, CameraResult const& camera) {
   ++mCameras;
   mSum.frames += camera.frames;
   mSum.warmUpFrames += camera.warmUpFrames;
@@ -155,9 +166,26 @@ void Totals::AddCamera(std::string const& file, std::string const& session, Came
   AddFigure(mMeasures[kSampleRate], camera.sampleRateHz);
   AddFigure(mMeasures[kJitter], camera.jitterUs);
   AddFigure(mMeasures[kLongestInterval], camera.longestIntervalUs);
-  if (!matchRate) return;
-  mWorst.insert({*matchRate, session, camera.camera, file});
-  if (mWorst.size() > mWorstCount) mWorst.erase(std::prev(mWorst.end()));
+  std::size_t gravest = kSeverityNames.size();
+  std::uint64_t frames = 0;  // of the findings of that severity
+  RankedCamera ranked = {kSeverityNames.size(), 0, matchRate.value_or(0), result.session, camera.camera, file};
+  for (ResultFinding const& finding : result.findings) {
+    if (finding.camera != camera.camera) continue;
+    FindingTotal& total = mFindings[finding.code];
+    total.severity = std::min(total.severity, finding.severity);
+    ++total.cameras;
+    total.frames += finding.frames;
+    RankedCamera ofFinding = ranked;
+    ofFinding.severity = finding.severity;
+    ofFinding.frames = finding.frames;
+    Remember(total.worst, ofFinding, std::min(mWorstCount, kWorstOfFinding));
+    if (finding.severity > gravest) continue;
+    frames = (finding.severity < gravest ? 0 : frames) + finding.frames;
+    gravest = finding.severity;
+  }
+  ranked.severity = gravest;
+  ranked.frames = frames;
+  if (matchRate) Remember(mWorst, ranked, mWorstCount);
 }
 
 }  // namespace shadingctl

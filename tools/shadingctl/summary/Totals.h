@@ -1,12 +1,14 @@
 // Any number of results put together, in constant memory.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -33,8 +35,13 @@ struct CameraResult {
   std::optional<double> longestIntervalUs;
 };
 
+// Names of severities, the gravest first; a place behind them is none of these.
+constexpr std::array<std::string_view, 3> kSeverityNames = {"wrong", "lost", "note"};
+
 struct ResultFinding {
   std::string code;
+  std::int64_t camera = 0;
+  std::size_t severity = 0;  // index of its name
   std::uint64_t frames = 0;  // 0 where a finding is not about frames
 };
 
@@ -51,22 +58,27 @@ struct ReplayResult {
 // UnusableInput when the file cannot be read or is no such result of a known version.
 ReplayResult ReadReplayResult(std::string const& path);
 
-// A camera of a recording, by the share of its frames after the warm-up that have a start.
+// A camera of a recording: by the gravest of its findings, by the frames of these, and by the share of its frames after
+// the warm-up that have a start. The worst comes first.
 struct RankedCamera {
+  std::size_t severity = kSeverityNames.size();
+  std::uint64_t frames = 0;
   double matchRate = 0;
   std::string session;
   std::int64_t camera = 0;
   std::string file;
 
   bool operator<(RankedCamera const& other) const {
-    return std::tie(matchRate, session, camera, file) <
-           std::tie(other.matchRate, other.session, other.camera, other.file);
+    return std::tie(severity, other.frames, matchRate, session, camera, file) <
+           std::tie(other.severity, frames, other.matchRate, other.session, other.camera, other.file);
   }
 };
 
 struct FindingTotal {
+  std::size_t severity = kSeverityNames.size();  // the gravest
   std::uint64_t cameras = 0;
   std::uint64_t frames = 0;
+  std::set<RankedCamera> worst;  // by this finding alone
 };
 
 // Percentiles of one figure across the cameras of all recordings that have it.
@@ -79,7 +91,7 @@ struct Measure {
 
 class Totals {
  public:
-  // Remembers the `worst` cameras with the lowest match rates.
+  // Remembers the `worst` cameras, and as many for each finding, ten at most.
   explicit Totals(std::size_t worst);
 
   void Add(std::string const& file, ReplayResult const& result);
@@ -94,7 +106,9 @@ class Totals {
   std::string ToJson() const;
 
  private:
-  void AddCamera(std::string const& file, std::string const& session, CameraResult const& camera);
+  void AddCamera(std::string const& file, ReplayResult const& result, CameraResult const& camera);
+  std::vector<std::pair<std::string, FindingTotal>> RankedFindings() const;
+  std::string FindingsText() const;
   std::string MatchText() const;
   std::string MeasuresText() const;
   std::uint64_t WarmFrames() const { return mSum.frames - mSum.warmUpFrames; }

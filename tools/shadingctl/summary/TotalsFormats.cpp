@@ -23,6 +23,21 @@ Json Rounded(Measure const& measure, std::optional<double> const& value) {
   return std::round(*value * steps) / steps;
 }
 
+std::string GravityText(RankedCamera const& ranked) {
+  if (ranked.severity >= kSeverityNames.size()) return "no finding";
+  return fmt::format("{}, {} frames", kSeverityNames[ranked.severity], ranked.frames);
+}
+
+Json CameraJson(RankedCamera const& ranked) {
+  bool const hasFinding = ranked.severity < kSeverityNames.size();
+  return {{"severity", hasFinding ? Json(kSeverityNames[ranked.severity]) : Json(nullptr)},
+          {"frames", ranked.frames},
+          {"match_rate", std::round(ranked.matchRate * 1e6) / 1e6},
+          {"session", ranked.session},
+          {"camera", ranked.camera},
+          {"file", ranked.file}};
+}
+
 }  // namespace
 
 std::string Totals::MatchText() const {
@@ -36,20 +51,42 @@ std::string Totals::MatchText() const {
 }
 
 std::string Totals::MeasuresText() const {
-  std::string text = fmt::format("{:<32}{:>9}", "Percentiles across cameras", "least");
-  for (double const percent : kPercents) text += fmt::format("{:>9}", fmt::format("{:g} %", percent));
-  text += fmt::format("{:>9}{:>9}\n", "largest", "of");
+  std::string text = fmt::format("{:<32} {:>8}", "Percentiles across cameras", "least");
+  for (double const percent : kPercents) text += fmt::format(" {:>8}", fmt::format("{:g} %", percent));
+  text += fmt::format(" {:>8} {:>8}\n", "largest", "of");
   for (Measure const& measure : mMeasures) {
     Percentiles const& percentiles = measure.percentiles;
     if (percentiles.Count() == 0) continue;
-    text += fmt::format("  {:<30}{:>9}", measure.title, ValueText(measure, percentiles.Least()));
-    for (double const percent : kPercents) text += fmt::format("{:>9}", ValueText(measure, percentiles.At(percent)));
-    text += fmt::format("{:>9}{:>9}\n", ValueText(measure, percentiles.Largest()), percentiles.Count());
+    text += fmt::format("  {:<30} {:>8}", measure.title, ValueText(measure, percentiles.Least()));
+    for (double const percent : kPercents) text += fmt::format(" {:>8}", ValueText(measure, percentiles.At(percent)));
+    text += fmt::format(" {:>8} {:>8}\n", ValueText(measure, percentiles.Largest()), percentiles.Count());
   }
   return text + fmt::format(
                     "  least and largest are exact; the others are off by at most {:g} percentage points where "
                     "they are\n  shares, and by at most {:.1f} % of their value, or 1, where they are not\n",
                     100 * Percentiles::kShareError, 100 * Percentiles::kQuantityError);
+}
+
+// The gravest first, then those of the most frames.
+std::vector<std::pair<std::string, FindingTotal>> Totals::RankedFindings() const {
+  std::vector<std::pair<std::string, FindingTotal>> ranked(mFindings.begin(), mFindings.end());
+  std::stable_sort(ranked.begin(), ranked.end(), [](auto const& one, auto const& other) {
+    return std::tie(one.second.severity, other.second.frames) < std::tie(other.second.severity, one.second.frames);
+  });
+  return ranked;
+}
+
+std::string Totals::FindingsText() const {
+  std::string text;
+  for (auto const& [code, total] : RankedFindings()) {
+    text += fmt::format("Finding    {} ({}): {} of {} cameras, {} frames\n", code, kSeverityNames[total.severity],
+                        total.cameras, mCameras, total.frames);
+    for (RankedCamera const& ranked : total.worst) {
+      text += fmt::format("           {}  {}, camera {} ({})\n", GravityText(ranked), ranked.session, ranked.camera,
+                          ranked.file);
+    }
+  }
+  return text;
 }
 
 std::string Totals::Text() const {
@@ -62,13 +99,11 @@ std::string Totals::Text() const {
   if (mSum.recordedAnswers > 0) {
     text += fmt::format("Answers    {} recorded, {} different\n", mSum.recordedAnswers, mSum.differentAnswers);
   }
-  for (auto const& [code, total] : mFindings) {
-    text += fmt::format("Finding    {}: {} of {} cameras, {} frames\n", code, total.cameras, mCameras, total.frames);
-  }
+  text += FindingsText();
   if (mCameras > 0) text += MeasuresText();
   for (RankedCamera const& ranked : mWorst) {
-    text += fmt::format("Worst      {:.1f} %  {}, camera {} ({})\n", 100 * ranked.matchRate, ranked.session,
-                        ranked.camera, ranked.file);
+    text += fmt::format("Worst      {}, {:.1f} %  {}, camera {} ({})\n", GravityText(ranked), 100 * ranked.matchRate,
+                        ranked.session, ranked.camera, ranked.file);
   }
   return text;
 }
@@ -77,7 +112,14 @@ std::string Totals::ToJson() const {
   Json matches = Json::object();
   for (auto const& [name, count] : mSum.matches) matches[name] = count;
   Json findings = Json::object();
-  for (auto const& [code, total] : mFindings) findings[code] = {{"cameras", total.cameras}, {"frames", total.frames}};
+  for (auto const& [code, total] : RankedFindings()) {
+    Json cameras = Json::array();
+    for (RankedCamera const& ranked : total.worst) cameras.push_back(CameraJson(ranked));
+    findings[code] = {{"severity", kSeverityNames[total.severity]},
+                      {"cameras", total.cameras},
+                      {"frames", total.frames},
+                      {"worst", cameras}};
+  }
   Json measures = Json::object();
   for (Measure const& measure : mMeasures) {
     Json percentiles = Json::object();
@@ -90,12 +132,7 @@ std::string Totals::ToJson() const {
                               {"largest", Rounded(measure, measure.percentiles.Largest())}};
   }
   Json worst = Json::array();
-  for (RankedCamera const& ranked : mWorst) {
-    worst.push_back({{"match_rate", std::round(ranked.matchRate * 1e6) / 1e6},
-                     {"session", ranked.session},
-                     {"camera", ranked.camera},
-                     {"file", ranked.file}});
-  }
+  for (RankedCamera const& ranked : mWorst) worst.push_back(CameraJson(ranked));
   Json const document = {{"schema", "shadingctl-summarize"},
                          {"version", 1},
                          {"results", {{"read", mResults}, {"ended_early", mUnfinished}, {"unusable", mUnusable}}},

@@ -7,9 +7,8 @@
 namespace shadingctl {
 namespace {
 
-constexpr double kHallSteps = 1e6;           // a position is a multiple of 1/1000000
-constexpr std::int64_t kStepNs = 500000000;  // half a second off, half a second not
-constexpr double kNoise = 0.05;              // pixels of lens shift
+constexpr double kHallSteps = 1e6;  // a position is a multiple of 1/1000000
+constexpr double kNoise = 0.05;     // pixels of lens shift
 
 // A component of the hand's motion. Frequencies in mHz, amplitudes in pixels of lens shift.
 struct Swing {
@@ -44,11 +43,11 @@ double SumOf(Swing const (&swings)[N], std::int64_t sinceFirstNs, double noise) 
 }
 
 template <std::size_t N>
-float AxisAt(Swing const (&swings)[N], bool isDead, std::int64_t sinceFirstNs, double noise,
-             LensTrouble const& trouble) {
-  double position = isDead ? SumOf(swings, 0, 0) : SumOf(swings, sinceFirstNs, noise);
-  if (!isDead && sinceFirstNs / kStepNs % 2 == 1) position += trouble.step;
-  if (trouble.endStop) position = std::clamp(position, -*trouble.endStop, *trouble.endStop);
+float AxisAt(Swing const (&swings)[N], std::int64_t sinceFirstNs, double noise, LensTrouble const& trouble) {
+  double position = SumOf(swings, sinceFirstNs, noise);
+  if (trouble.endStop) {
+    position = std::clamp(SumOf(swings, sinceFirstNs, 0), -*trouble.endStop, *trouble.endStop) + kNoise * noise;
+  }
   if (trouble.grain > 0) position = trouble.grain * std::round(position / trouble.grain);
   return static_cast<float>(static_cast<double>(std::llround(position * kHallSteps)) / kHallSteps);
 }
@@ -56,8 +55,7 @@ float AxisAt(Swing const (&swings)[N], bool isDead, std::int64_t sinceFirstNs, d
 }  // namespace
 
 LensPoint LensAt(std::int64_t sinceFirstNs, double noiseX, double noiseY, LensTrouble const& trouble) {
-  return {AxisAt(kSwingX, trouble.constant || trouble.xIsDead, sinceFirstNs, noiseX, trouble),
-          AxisAt(kSwingY, trouble.constant || trouble.yIsDead, sinceFirstNs, noiseY, trouble)};
+  return {AxisAt(kSwingX, sinceFirstNs, noiseX, trouble), AxisAt(kSwingY, sinceFirstNs, noiseY, trouble)};
 }
 
 }  // namespace shadingctl

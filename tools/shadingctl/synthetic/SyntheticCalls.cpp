@@ -4,6 +4,8 @@
 #include <cmath>
 #include <vector>
 
+#include "tools/shadingctl/synthetic/Chance.h"
+
 namespace shadingctl {
 namespace {
 
@@ -21,6 +23,11 @@ std::int64_t ValueAt(Sweep const& sweep, std::uint32_t index) {
 
 std::uint64_t SeedOf(SyntheticOptions const& options, std::size_t camera) { return options.seed + kSeedStep * camera; }
 
+// The camera whose samples come.
+std::size_t StreamOf(SyntheticOptions const& options, std::size_t camera) {
+  return AmountOf(options.events, EventKind::kShared, INT64_MAX) ? 0 : camera;
+}
+
 // The cameras' frames are spread evenly over the time of one.
 std::int64_t FirstFrameNs(SyntheticOptions const& options, std::size_t camera) {
   auto const count = static_cast<std::int64_t>(options.cameras.size());
@@ -34,8 +41,9 @@ SyntheticCalls::SyntheticCalls(SyntheticOptions const& options, std::size_t came
       mCamera(options.cameras[camera]),
       mFirstFrameNs(FirstFrameNs(options, camera)),
       mDropSpacing(options.drop > 0 ? static_cast<std::uint32_t>(std::llround(1.0 / options.drop)) : 0),
-      mBatches(options, mFirstFrameNs, SeedOf(options, camera)),
-      mDropChance(SeedOf(options, camera) + 2) {
+      mBatches(options, FirstFrameNs(options, StreamOf(options, camera)), SeedOf(options, StreamOf(options, camera))),
+      mDropChance(SeedOf(options, camera) + 2),
+      mJitterChance(SeedOf(options, camera) + 5) {
   QueueStart(mFirstFrameNs - kStartNs);
 }
 
@@ -54,8 +62,10 @@ recording::Call* SyntheticCalls::Next() {
 void SyntheticCalls::QueueFrame(std::uint32_t index) {
   std::int64_t const timestampNs = mFirstFrameNs + index * mOptions.frameIntervalNs;
   Mode const mode = ModeAt(index, index);
-  Mode const told = ModeAt(index, index - std::min(index, mOptions.modes.lateFrames));
-  std::int64_t const timeNs = std::max(mLastTimeNs + kCallNs, timestampNs + mode.second + mOptions.deliveryDelayNs);
+  Mode told = ModeAt(index, index - std::min(index, mOptions.modes.lateFrames));
+  if (Amount(EventKind::kNoReadout, index)) told.second = 0;
+  std::int64_t const timeNs =
+      std::max(mLastTimeNs + kCallNs, timestampNs + mode.second + mOptions.deliveryDelayNs + HostDelayNs(index));
   if (IsRestarted(index)) {
     Queue(timeNs, recording::StopMonitor{mCamera.sensorType});
     QueueStart(timeNs);
@@ -65,11 +75,12 @@ void SyntheticCalls::QueueFrame(std::uint32_t index) {
 
   recording::UpdateSensorData update;
   update.frame = index + 1;
-  update.timestampNs = static_cast<std::uint64_t>(timestampNs);
+  update.timestampNs = ToldNs(index);
   update.batch = mBatches.Take(index, timeNs);
-  if (mOptions.calculateFirst) QueueCalculations(index, timestampNs, timeNs);
+  bool const calculatesFirst = Amount(EventKind::kOrder, index).has_value();
+  if (calculatesFirst) QueueCalculations(index, timeNs);
   Queue(mLastTimeNs < timeNs ? timeNs : mLastTimeNs + kCallNs, std::move(update));
-  if (!mOptions.calculateFirst) QueueCalculations(index, timestampNs, mLastTimeNs + kCallNs);
+  if (!calculatesFirst) QueueCalculations(index, mLastTimeNs + kCallNs);
 }
 
 void SyntheticCalls::QueueStart(std::int64_t timeNs) {
@@ -80,11 +91,12 @@ void SyntheticCalls::QueueStart(std::int64_t timeNs) {
 }
 
 // Each later exposure begins where the one before it ends, as in a staggered readout.
-void SyntheticCalls::QueueCalculations(std::uint32_t index, std::int64_t timestampNs, std::int64_t timeNs) {
+void SyntheticCalls::QueueCalculations(std::uint32_t index, std::int64_t timeNs) {
   recording::CalcOisValue calc;
   calc.frame = index + 1;
-  std::int64_t endNs = timestampNs;
-  calc.pairs.fill({static_cast<std::uint64_t>(endNs), static_cast<std::uint64_t>(ValueAt(mOptions.exposureNs, index))});
+  auto endNs = static_cast<std::int64_t>(ToldNs(index));
+  std::int64_t const exposedNs = Amount(EventKind::kNoExposure, index) ? 0 : ValueAt(mOptions.exposureNs, index);
+  calc.pairs.fill({static_cast<std::uint64_t>(endNs), static_cast<std::uint64_t>(exposedNs)});
   for (std::size_t i = 0; i < mOptions.laterExposuresNs.size(); ++i) {
     if (!mOptions.laterExposuresNs[i]) continue;
     std::int64_t const exposureNs = ValueAt(*mOptions.laterExposuresNs[i], index);
@@ -112,6 +124,26 @@ bool SyntheticCalls::IsDropped(std::uint32_t index) {
   if (mDropSpacing == 0) return false;
   if (index % mDropSpacing == 0) mDroppedInRow = static_cast<std::uint32_t>(mDropChance() % mDropSpacing);
   return index != 0 && index % mDropSpacing == mDroppedInRow;
+}
+
+std::optional<double> SyntheticCalls::Amount(EventKind kind, std::uint32_t index) const {
+  return AmountOf(mOptions.events, kind, index * mOptions.frameIntervalNs);
+}
+
+// The timestamp that the host hands over.
+std::uint64_t SyntheticCalls::ToldNs(std::uint32_t index) const {
+  std::int64_t toldNs = mFirstFrameNs + index * mOptions.frameIntervalNs;
+  if (Amount(EventKind::kBackTimes, index) && index % 2 == 1) toldNs -= 2 * mOptions.frameIntervalNs;
+  for (Event const& event : mOptions.events) {
+    if (event.kind == EventKind::kSameTimes) toldNs = std::min(toldNs, mFirstFrameNs + event.fromNs);
+  }
+  return static_cast<std::uint64_t>(toldNs);
+}
+
+std::int64_t SyntheticCalls::HostDelayNs(std::uint32_t index) {
+  double const jitter = (Chance(mJitterChance) + 1) / 2;
+  return std::llround(
+      1e3 * (Amount(EventKind::kHost, index).value_or(0) + jitter * Amount(EventKind::kJitter, index).value_or(0)));
 }
 
 bool SyntheticCalls::IsRestarted(std::uint32_t index) const {

@@ -28,10 +28,13 @@ class SyntheticCalls {
 
   void QueueFrame(std::uint32_t index);
   void QueueStart(std::int64_t timeNs);
-  void QueueCalculations(std::uint32_t index, std::int64_t timestampNs, std::int64_t timeNs);
+  void QueueCalculations(std::uint32_t index, std::int64_t timeNs);
   void Queue(std::int64_t timeNs, decltype(recording::Call::operation) operation);
   bool IsDropped(std::uint32_t index);
   bool IsRestarted(std::uint32_t index) const;
+  std::optional<double> Amount(EventKind kind, std::uint32_t index) const;
+  std::uint64_t ToldNs(std::uint32_t index) const;
+  std::int64_t HostDelayNs(std::uint32_t index);
   Mode ModeAt(std::uint32_t index, std::uint32_t modeIndex) const;
 
   SyntheticOptions const& mOptions;
@@ -46,6 +49,7 @@ class SyntheticCalls {
   std::optional<Mode> mStored;   // what the monitor knows
   SyntheticBatches mBatches;
   std::mt19937_64 mDropChance;
+  std::mt19937_64 mJitterChance;
 };
 
 }  // namespace shadingctl

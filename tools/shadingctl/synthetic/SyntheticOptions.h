@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+#include "tools/shadingctl/synthetic/SyntheticEvents.h"
+
 namespace shadingctl {
 
 // A time that varies from one value to the other and back with a period of kFramesOfASweep frames.
@@ -17,18 +19,13 @@ constexpr std::uint32_t kFramesOfASweep = 600;
 
 // Faults of the stabiliser.
 struct LensTrouble {
-  bool constant = false;  // locked or off: both axes stay where they were at first
-  bool xIsDead = false;   // one axis stays
-  bool yIsDead = false;
-  std::optional<double> endStop;  // positions end at plus and minus this
-  double step = 0;                // in every second half of a second the position is off by this
+  std::optional<double> endStop;  // positions end at plus and minus this, noise aside
   double grain = 0;               // positions are multiples of this
 };
 
 // Faults of the samples' clock relative to that of the frames.
 struct ClockTrouble {
   std::int64_t offsetNs = 0;  // they say a time that is later by this
-  std::int64_t jumpNs = 0;    // the same from the middle of the session on
   std::int64_t unitNs = 1;    // times are multiples of this unit, and say how many
 };
 
@@ -59,6 +56,7 @@ struct SyntheticOptions {
   std::int64_t pauseNs = 20000000;        // once, the stabiliser takes no sample for so long; at most 1/5
   LensTrouble lens;
   ClockTrouble clock;
+  std::vector<Event> events;
 
   std::int64_t deliveryDelayNs = 1000000;  // from the end of a frame's readout to its batch
   double overlap = 0.5;                    // share of the batches that repeat the end of the batch before
@@ -68,10 +66,12 @@ struct SyntheticOptions {
 
   std::vector<SyntheticCamera> cameras = {{}};  // one at least
   std::vector<std::int32_t> types;              // a computation of each for every frame; empty: one that names no type
-  bool calculateFirst = false;                  // before the frame's update
   std::uint32_t restarts = 0;                   // the monitor is stopped and started so often, evenly spread
 
   std::uint64_t seed = 1;
+
+  // Each seed has a part of the motion of its own.
+  std::int64_t MotionFromNs() const { return static_cast<std::int64_t>((seed - 1) % 1000) * 7300000000; }
 
   // What the two troubles are reduced to, lest they swallow a short session.
   std::uint32_t MostLateFrames() const { return frames / 5; }

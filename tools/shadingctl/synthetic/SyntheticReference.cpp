@@ -35,7 +35,8 @@ class Target {
     double x = 0;
     double y = 0;
     for (int line = 0; line < kLines; ++line) {
-      LensPoint const lens = LensAt(startNs + mReadoutNs * (2 * line + 1) / (2 * kLines), 0, 0, mOptions.lens);
+      LensPoint const lens =
+          LensAt(mOptions.MotionFromNs() + startNs + mReadoutNs * (2 * line + 1) / (2 * kLines), 0, 0, mOptions.lens);
       x += double{lens.x} / kLines;
       y += double{lens.y} / kLines;
     }

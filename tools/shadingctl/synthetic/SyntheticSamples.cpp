@@ -1,16 +1,18 @@
 #include "tools/shadingctl/synthetic/SyntheticSamples.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <utility>
 
 #include "tools/shadingctl/synthetic/Chance.h"
-#include "tools/shadingctl/synthetic/LensMotion.h"
 
 namespace shadingctl {
 namespace {
 
 constexpr std::int64_t kWarmUpNs = 20000000;      // the stabiliser runs so long before the first frame
+constexpr std::int64_t kTurnNs = 1000000000;      // that an axis is driven while the other one rests
+constexpr std::int64_t kSpikeInterval = 97;       // samples from one spike to the next
 constexpr std::size_t kRepeated = 4;              // samples at most that a batch repeats
 constexpr std::int64_t kRepeatedShiftNs = 20000;  // a repeated sample's time differs by at most this
 
@@ -26,18 +28,30 @@ SyntheticSamples::SyntheticSamples(SyntheticOptions const& options, std::int64_t
       mPauseNs(std::int64_t{options.frames} / 10 * 7 * options.frameIntervalNs + kWarmUpNs),
       mChance(seed) {}
 
-SyntheticSamples::Taken const& SyntheticSamples::Next() {
-  if (mNext) return *mNext;
+std::optional<double> SyntheticSamples::Amount(EventKind kind, std::int64_t nominalNs) const {
+  return AmountOf(mOptions.events, kind, nominalNs - kWarmUpNs);
+}
+
+std::int64_t SyntheticSamples::NextNominalNs() {
   std::int64_t const intervalNs = mOptions.hallIntervalNs;
   std::int64_t nominalNs = mNextIndex++ * intervalNs;
   if (nominalNs >= mPauseNs && nominalNs < mPauseNs + mOptions.pauseNs) {
     mNextIndex = (mPauseNs + mOptions.pauseNs + intervalNs - 1) / intervalNs;
     nominalNs = mNextIndex++ * intervalNs;
   }
+  if (auto const every = Amount(EventKind::kRate, nominalNs)) {
+    while (nominalNs / intervalNs % std::llround(*every) != 0) nominalNs = mNextIndex++ * intervalNs;
+  }
+  return nominalNs;
+}
+
+SyntheticSamples::Taken const& SyntheticSamples::Next() {
+  if (mNext) return *mNext;
+  std::int64_t const nominalNs = NextNominalNs();
   auto const offNs = static_cast<std::int64_t>(Chance(mChance) * static_cast<double>(mOptions.jitterNs));
   double const noiseX = Chance(mChance);
   double const noiseY = Chance(mChance);
-  LensPoint const lens = LensAt(nominalNs, noiseX, noiseY, mOptions.lens);
+  LensPoint const lens = ReadingAt(nominalNs, noiseX, noiseY);
   mNext.emplace();
   mNext->timeNs = mFirstNs + nominalNs + offNs;
   mNext->sample.timestamp = StampNs(mNext->timeNs, nominalNs);
@@ -46,14 +60,64 @@ SyntheticSamples::Taken const& SyntheticSamples::Next() {
   return *mNext;
 }
 
+// A hand takes the phone in half a second: from 0 to 1.
+double SyntheticSamples::RisenAt(std::int64_t nominalNs) const {
+  for (Event const& event : mOptions.events) {
+    if (event.kind != EventKind::kHand) continue;
+    double const sinceS = static_cast<double>(nominalNs - kWarmUpNs - event.fromNs) / 1e9;
+    return std::clamp(2 * sinceS, 0.0, 1.0);
+  }
+  return 1;
+}
+
+// What the sensor says of the lens, right or wrong.
+LensPoint SyntheticSamples::ReadingAt(std::int64_t nominalNs, double noiseX, double noiseY) {
+  auto const lensAt = [&](std::int64_t ns, double x, double y) {
+    return LensAt(mOptions.MotionFromNs() + ns, x, y, mOptions.lens);
+  };
+  auto const amount = [&](EventKind kind) { return Amount(kind, nominalNs); };
+  std::int64_t const index = nominalNs / mOptions.hallIntervalNs;
+  LensPoint lens = lensAt(nominalNs, noiseX, noiseY);
+  LensPoint const resting = lensAt(0, noiseX, noiseY);
+  double const risen = RisenAt(nominalNs);
+  bool const isHeld = amount(EventKind::kHeld) && index % std::llround(*amount(EventKind::kHeld)) != 0;
+  if (auto const hand = AmountOf(mOptions.events, EventKind::kHand, INT64_MAX); hand && risen < 1) {
+    LensPoint const moved = lensAt(nominalNs, 0, 0);
+    LensPoint const start = lensAt(0, 0, 0);
+    auto const share = static_cast<float>(*hand + (1 - *hand) * risen);
+    lens = {resting.x + share * (moved.x - start.x), resting.y + share * (moved.y - start.y)};
+  }
+  if (amount(EventKind::kTurns)) {
+    std::int64_t const turnNs = nominalNs % (2 * kTurnNs);
+    std::int64_t const doneNs = nominalNs / (2 * kTurnNs) * kTurnNs;
+    lens.x = lensAt(doneNs + std::min(turnNs, kTurnNs), noiseX, noiseY).x;
+    lens.y = lensAt(doneNs + std::max<std::int64_t>(turnNs - kTurnNs, 0), noiseX, noiseY).y;
+  }
+  if (amount(EventKind::kNoise)) lens = resting;
+  if (amount(EventKind::kNoiseX)) lens.x = resting.x;
+  if (amount(EventKind::kFreezeX) || amount(EventKind::kFreeze) || isHeld) lens.x = mBefore.x;
+  if (amount(EventKind::kFreezeY) || amount(EventKind::kFreeze) || isHeld) lens.y = mBefore.y;
+  if (amount(EventKind::kZeros)) lens = {};
+  mBefore = lens;
+  auto const flips = amount(EventKind::kFlips);
+  if (flips && index / std::llround(*flips) % 2 == 1) lens = {-lens.x, -lens.y};
+  auto const spikes = amount(EventKind::kSpikes);
+  if (spikes && index % kSpikeInterval == 0) lens.x += static_cast<float>(*spikes);
+  return lens;
+}
+
 std::int64_t SyntheticSamples::StampNs(std::int64_t takenNs, std::int64_t nominalNs) const {
   ClockTrouble const& clock = mOptions.clock;
-  bool const isLaterHalf = nominalNs >= std::int64_t{mOptions.frames} * mOptions.frameIntervalNs / 2;
-  return (takenNs + clock.offsetNs + (isLaterHalf ? clock.jumpNs : 0)) / clock.unitNs;
+  std::int64_t stampNs = takenNs + clock.offsetNs + std::llround(1e3 * Amount(EventKind::kJump, nominalNs).value_or(0));
+  if (auto const ppm = Amount(EventKind::kDrift, nominalNs)) {
+    stampNs += std::llround(*ppm * 1e-6 * static_cast<double>(nominalNs - kWarmUpNs));
+  }
+  return stampNs / clock.unitNs;
 }
 
 SyntheticBatches::SyntheticBatches(SyntheticOptions const& options, std::int64_t firstFrameNs, std::uint64_t seed)
     : mOptions(options),
+      mFirstFrameNs(firstFrameNs),
       mSamples(options, firstFrameNs, seed),
       mOverlapChance(seed + 1),
       mLostChance(seed + 3),
@@ -69,18 +133,30 @@ SyntheticBatches::Batch SyntheticBatches::Take(std::uint32_t frameIndex, std::in
   Batch batch = RepeatedEnd();
   // The library discards a batch that begins with samples delivered before, whatever follows them.
   if (Happens(mDiscardChance, mOptions.discarded) && !mBefore.empty()) batch = mBefore;
-  for (; mSamples.Next().timeNs <= timeNs; mSamples.Pop()) batch.push_back(mSamples.Next().sample);
-  if (Happens(mLostChance, mOptions.lost)) return {};
+  std::int64_t const latencyNs =
+      std::llround(1e3 * AmountOf(mOptions.events, EventKind::kPlatform, timeNs - mFirstFrameNs).value_or(0));
+  for (; mSamples.Next().timeNs <= timeNs - latencyNs; mSamples.Pop()) batch.push_back(mSamples.Next().sample);
+  if (IsLost(timeNs)) return {};
   mEndOfBatch.insert(mEndOfBatch.end(), batch.begin(), batch.end());
   while (mEndOfBatch.size() > kRepeated) mEndOfBatch.pop_front();
   mBefore = batch;
   return batch;
 }
 
+bool SyntheticBatches::IsLost(std::int64_t timeNs) {
+  bool const isLost = Happens(mLostChance, mOptions.lost);
+  auto const lastsUs = AmountOf(mOptions.events, EventKind::kOutage, timeNs - mFirstFrameNs);
+  if (!lastsUs) return isLost;
+  std::int64_t const endNs = mFirstFrameNs + std::llround(1e3 * *lastsUs);
+  return isLost || !AmountOf(mOptions.events, EventKind::kOutage, timeNs - endNs);
+}
+
 SyntheticBatches::Batch SyntheticBatches::RepeatedEnd() {
   Batch batch;
   if (!Happens(mOverlapChance, mOptions.overlap)) return batch;
-  std::size_t const count = std::min<std::size_t>(mEndOfBatch.size(), 2 + mOverlapChance() % (kRepeated - 1));
+  std::size_t const wanted = 2 + mOverlapChance() % (kRepeated - 1);
+  // Never all of the batch before, which the library would take for a reason to discard this one.
+  std::size_t const count = std::min({mEndOfBatch.size(), wanted, std::max<std::size_t>(mBefore.size(), 1) - 1});
   for (std::size_t i = mEndOfBatch.size() - count; i < mEndOfBatch.size(); ++i) {
     NSCam::Utils::SensorData& repeated = batch.emplace_back(mEndOfBatch[i]);
     repeated.timestamp += static_cast<std::int64_t>(Chance(mOverlapChance) * static_cast<double>(kRepeatedShiftNs));

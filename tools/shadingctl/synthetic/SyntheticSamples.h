@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/SensorProvider.h"
+#include "tools/shadingctl/synthetic/LensMotion.h"
 #include "tools/shadingctl/synthetic/SyntheticOptions.h"
 
 namespace shadingctl {
@@ -34,12 +35,17 @@ class SyntheticSamples {
 
  private:
   std::int64_t StampNs(std::int64_t takenNs, std::int64_t nominalNs) const;
+  std::int64_t NextNominalNs();
+  double RisenAt(std::int64_t nominalNs) const;
+  LensPoint ReadingAt(std::int64_t nominalNs, double noiseX, double noiseY);
+  std::optional<double> Amount(EventKind kind, std::int64_t nominalNs) const;
 
   SyntheticOptions const& mOptions;
   std::int64_t mFirstNs;
   std::int64_t mPauseNs;  // since the first sample
   std::int64_t mNextIndex = 0;
   std::optional<Taken> mNext;
+  LensPoint mBefore;  // the reading before
   std::mt19937_64 mChance;
 };
 
@@ -56,9 +62,11 @@ class SyntheticBatches {
 
  private:
   bool IsLate(std::uint32_t frameIndex) const;
+  bool IsLost(std::int64_t timeNs);
   Batch RepeatedEnd();
 
   SyntheticOptions const& mOptions;
+  std::int64_t mFirstFrameNs;
   SyntheticSamples mSamples;
   Batch mBefore;                                     // the batch before, as it came
   std::deque<NSCam::Utils::SensorData> mEndOfBatch;  // the last samples that came

@@ -95,14 +95,28 @@ void AddCheckOptions(CLI::App& command, CheckArguments& checks) {
             "Exit code 1 unless so many per cent of the frames after the warm-up have both ends near a sample");
   AddNumber(command, "--max-age-us", checks.gates.maxAgeUs, std::int64_t{0}, std::int64_t{1000000000000},
             "Exit code 1 when a frame uses an older position");
+  std::vector<std::string> names = {Name(Severity::kWrong), Name(Severity::kLost)};
+  for (FindingKind const& kind : FindingKinds()) names.emplace_back(kind.code);
+  command
+      .add_option(
+          "--fail-on", checks.gates.failOn,
+          "Exit code 1 when one of these findings is told, with commas between; wrong and lost stand for all of "
+          "that severity")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::IsMember(names));
 }
 
 // The ends of a span are told from there on.
 void RefuseGatesBelowDetail(ReplayArguments const& arguments) {
   Gates const& gates = arguments.checks.gates;
-  if (arguments.logLevel >= hosting::kDetailLevel || (!gates.failBelowPercent && !gates.maxAgeUs)) return;
+  if (arguments.logLevel >= hosting::kDetailLevel ||
+      (!gates.failBelowPercent && !gates.maxAgeUs && gates.failOn.empty()))
+    return;
   throw CLI::ValidationError(
-      gates.failBelowPercent ? "--fail-below" : "--max-age-us",
+      gates.failBelowPercent ? "--fail-below"
+      : gates.maxAgeUs       ? "--max-age-us"
+                             : "--fail-on",
       fmt::format("expected --log-level {} or more, found {}", hosting::kDetailLevel, arguments.logLevel));
 }
 

@@ -14,13 +14,13 @@ std::string DigestText(ResultChecks const& checks) {
 }
 
 std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
-                        ResultChecks const& checks) {
+                        ResultChecks const& checks, std::optional<std::size_t> width) {
   RowSelection const& rows = arguments.rows;
   bool const isSelection = !rows.none && !rows.IsAll();
   std::string const shown = isSelection ? fmt::format("Shown      {} of {} frames; the summary is of all\n",
                                                       ending.shownFrames, summaries.Frames())
                                         : std::string();
-  return shown + summaries.Text() + DigestText(checks);
+  return shown + summaries.Text(width) + DigestText(checks);
 }
 
 // The summary goes to the stream that does not carry the result; nowhere where it is part of that.
@@ -38,9 +38,14 @@ SummaryPlace PlaceOf(ReplayArguments const& arguments) {
 void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summaries const& summaries,
                   ResultChecks const& checks, ReplayFiles const& files) {
   bool const isComplete = ending.error.empty();
-  std::string const summary = SummaryText(arguments, ending, summaries, checks);
   bool const isResult =
       arguments.rows.none && arguments.format != Format::kJson && (isComplete || !files.output->IsHeldBack());
+  SummaryPlace const place = isResult ? SummaryPlace::kNone : PlaceOf(arguments);
+  std::optional<OutputFile> console;
+  if (place == SummaryPlace::kOutput) console.emplace(kStandardOutput);
+  OutputFile const* const shownBy = isResult ? files.output : console ? &*console : nullptr;
+  std::string const summary =
+      SummaryText(arguments, ending, summaries, checks, shownBy != nullptr ? shownBy->TerminalWidth() : std::nullopt);
   if (isResult) files.output->Write(summary);
   auto const finished = [&](OutputFile* file) -> OutputFile* {
     if (file == nullptr || isComplete || !file->IsHeldBack()) return file;
@@ -50,11 +55,8 @@ void FinishReplay(ReplayArguments const& arguments, Ending const& ending, Summar
   OutputFile* const output = finished(files.output);
   OutputFile* const log = finished(files.log);
   OutputFile* const report = finished(files.report);
-  SummaryPlace const place = isResult ? SummaryPlace::kNone : PlaceOf(arguments);
-  std::optional<OutputFile> console;  // complete before a file gets its name, as a failure is one of the whole
-  if (place == SummaryPlace::kOutput) {
-    console.emplace(kStandardOutput).Write((arguments.output == kStandardOutput ? "\n" : "") + summary);
-  }
+  // Complete before a file gets its name, as a failure is one of the whole.
+  if (console) console->Write((arguments.output == kStandardOutput ? "\n" : "") + summary);
   OutputFile::FinishAll({output, log, report, console ? &*console : nullptr});
   if (place == SummaryPlace::kErrors) TellPlainly(summary);
   if (arguments.quiet) TellPlainly(DigestText(checks));

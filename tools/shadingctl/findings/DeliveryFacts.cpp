@@ -1,0 +1,163 @@
+#include "tools/shadingctl/findings/DeliveryFacts.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace shadingctl {
+namespace {
+
+constexpr std::size_t kSide = 30;      // frames on either side of a step: as many as the history holds
+constexpr double kLeastStepUs = 5000;  // below it no step is told, nor below 1.5 sample intervals
+constexpr double kStepIntervals = 1.5;
+constexpr double kLeastTrendUs = 1500;     // besides one sample interval
+constexpr double kOtherEpochUs = 60e6;     // no call is so much later than its frame
+constexpr std::size_t kTrendPoints = 200;  // of which all pairs are compared
+constexpr double kTrendErrors = 5.5;       // of the width of the leads over the root of their number: about 5 sigma
+constexpr double kSteady = 0.15;           // of the trend, that each third of the session has at least
+
+double AtShare(std::vector<double> values, double share) {
+  auto const at = values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
+  std::nth_element(values.begin(), at, values.end());
+  return *at;
+}
+
+std::vector<double> Part(std::vector<double> const& values, std::size_t from, std::size_t to) {
+  return {values.begin() + static_cast<std::ptrdiff_t>(from), values.begin() + static_cast<std::ptrdiff_t>(to)};
+}
+
+double Width(std::vector<double> const& values) { return AtShare(values, 0.95) - AtShare(values, 0.05); }
+
+// Less the common trend, the median of the differences from one side's length to the next: a step touches few of them.
+std::vector<double> WithoutTrend(std::vector<double> leads) {
+  std::vector<double> rises;
+  for (std::size_t i = kSide; i < leads.size(); ++i) rises.push_back(leads[i] - leads[i - kSide]);
+  double const slope = AtShare(std::move(rises), 0.5) / kSide;
+  for (std::size_t i = 0; i < leads.size(); ++i) leads[i] -= slope * static_cast<double>(i);
+  return leads;
+}
+
+// Medians of the frames on either side of each place, the later less the earlier; 0 near the ends.
+std::vector<double> Differences(std::vector<double> const& leads) {
+  std::vector<double> differences(leads.size(), 0.0);
+  for (std::size_t i = kSide; i + kSide <= leads.size(); ++i) {
+    differences[i] = AtShare(Part(leads, i, i + kSide), 0.5) - AtShare(Part(leads, i - kSide, i), 0.5);
+  }
+  return differences;
+}
+
+// The largest difference from `from` on that is above its threshold, with those beside it.
+struct Peak {
+  std::size_t first = 0;
+  std::size_t last = 0;
+  double height = 0;
+};
+
+Peak PeakFrom(std::vector<double> const& differences, std::size_t from, double least) {
+  Peak peak;
+  while (from < differences.size() && std::abs(differences[from]) < least) ++from;
+  double const sign = from < differences.size() && differences[from] < 0 ? -1 : 1;
+  std::size_t end = from;
+  while (end < differences.size() && sign * differences[end] >= least) {
+    peak.height = std::max(peak.height, sign * differences[end++]);
+  }
+  peak.first = from;
+  while (peak.first < end && sign * differences[peak.first] < 0.9 * peak.height) ++peak.first;
+  peak.last = end;
+  while (peak.last > peak.first && sign * differences[peak.last - 1] < 0.9 * peak.height) --peak.last;
+  peak.height *= sign;
+  return peak;
+}
+
+}  // namespace
+
+double DeliveryFacts::OverFrameUs(double share) const {
+  std::vector<double> leads;
+  for (Lead const& lead : mLeads) leads.push_back(static_cast<double>(lead.overFrameNs) / 1e3);
+  return AtShare(std::move(leads), share);
+}
+
+std::optional<double> DeliveryFacts::CallDelayUs() const {
+  std::vector<double> delays;
+  for (Lead const& lead : mLeads) {
+    if (lead.overCallNs) delays.push_back(static_cast<double>(DifferenceNs(lead.overFrameNs, *lead.overCallNs)) / 1e3);
+  }
+  if (delays.size() < mLeads.size() || delays.empty()) return std::nullopt;
+  return AtShare(std::move(delays), 0.5);
+}
+
+bool DeliveryFacts::HasCallTimes() const {
+  auto const delayUs = CallDelayUs();
+  return delayUs && std::abs(*delayUs) < kOtherEpochUs;
+}
+
+double DeliveryFacts::OverCallUs() const { return AtShare(ClockLeadsUs(true), 0.5); }
+
+std::vector<double> DeliveryFacts::ClockLeadsUs(bool sinceReadout) const {
+  bool const hasCalls = HasCallTimes();
+  std::vector<double> leads;
+  for (Lead const& lead : mLeads) {
+    std::int64_t const overFrameNs = DifferenceNs(lead.overFrameNs, sinceReadout ? lead.readoutNs : 0);
+    leads.push_back(static_cast<double>(hasCalls ? *lead.overCallNs : overFrameNs) / 1e3);
+  }
+  return leads;
+}
+
+// Calls come after the readout, or at a time of their own: a step shows in both leads, a mode switch in one of them.
+std::vector<ClockStep> DeliveryFacts::Steps(double sampleIntervalUs) const {
+  std::vector<ClockStep> steps;
+  if (mLeads.size() < 2 * kSide) return steps;
+  std::vector<double> const leads = WithoutTrend(ClockLeadsUs(true));
+  std::vector<double> differences = Differences(leads);
+  std::vector<double> const others = Differences(WithoutTrend(ClockLeadsUs(false)));
+  for (std::size_t i = 0; i < differences.size(); ++i) {
+    if (differences[i] * others[i] <= 0) differences[i] = 0;
+    if (std::abs(others[i]) < std::abs(differences[i])) differences[i] = others[i];
+  }
+  double const least = std::max(kLeastStepUs, kStepIntervals * sampleIntervalUs);
+  std::size_t before = 0;  // the place of the step before
+  for (Peak peak = PeakFrom(differences, 0, least); peak.height != 0; peak = PeakFrom(differences, peak.last, least)) {
+    std::size_t const at = (peak.first + peak.last - 1) / 2;
+    double const width =
+        std::max(Width(Part(leads, std::max(before, at - kSide), at)), Width(Part(leads, at, at + kSide)));
+    while (peak.last < differences.size() && std::abs(differences[peak.last]) >= least) ++peak.last;
+    if (std::abs(peak.height) < width) continue;
+    steps.push_back({{mLeads[at].frameNs, mLeads[at].frameNs, mLeads[at].frame, mLeads[at].frame}, peak.height});
+    before = at;
+  }
+  return steps;
+}
+
+std::optional<ClockTrend> DeliveryFacts::Trend(double sampleIntervalUs) const {
+  auto const one = TrendOf(ClockLeadsUs(true), sampleIntervalUs);
+  auto const other = TrendOf(ClockLeadsUs(false), sampleIntervalUs);
+  if (!one || !other || one->us * other->us < 0) return std::nullopt;
+  return std::abs(one->us) < std::abs(other->us) ? one : other;
+}
+
+std::optional<ClockTrend> DeliveryFacts::TrendOf(std::vector<double> const& leads, double sampleIntervalUs) const {
+  if (leads.size() < 2 * kSide) return std::nullopt;
+  std::size_t const stride = leads.size() / kTrendPoints + 1;
+  auto const timeUs = [&](std::size_t i) {
+    return static_cast<double>(DifferenceNs(mLeads[i].frameNs, mLeads.front().frameNs)) / 1e3;
+  };
+  std::vector<double> slopes;
+  for (std::size_t i = 0; i < leads.size(); i += stride) {
+    for (std::size_t j = i + stride; j < leads.size(); j += stride) {
+      if (timeUs(j) > timeUs(i)) slopes.push_back((leads[j] - leads[i]) / (timeUs(j) - timeUs(i)));
+    }
+  }
+  if (slopes.empty()) return std::nullopt;
+  double const slope = AtShare(std::move(slopes), 0.5);
+  double const totalUs = slope * timeUs(leads.size() - 1);
+  std::vector<double> rest;
+  for (std::size_t i = 0; i < leads.size(); ++i) rest.push_back(leads[i] - slope * timeUs(i));
+  double const errorUs = kTrendErrors * Width(rest) / std::sqrt(static_cast<double>(leads.size()));
+  if (std::abs(totalUs) <= std::max(kLeastTrendUs + sampleIntervalUs, errorUs)) return std::nullopt;
+  double thirds[3];
+  for (std::size_t i = 0; i < 3; ++i)
+    thirds[i] = AtShare(Part(leads, i * leads.size() / 3, (i + 1) * leads.size() / 3), 0.5);
+  bool const isSteady = (thirds[1] - thirds[0]) / totalUs >= kSteady && (thirds[2] - thirds[1]) / totalUs >= kSteady;
+  return isSteady ? std::optional(ClockTrend{1e6 * slope, totalUs}) : std::nullopt;
+}
+
+}  // namespace shadingctl
