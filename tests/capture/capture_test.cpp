@@ -46,7 +46,7 @@ TEST_F(Capture, ReplaysToTheResultsThatTheHostGot) {
       "",
       "--hall-rate 8000 --frame-rate 30 --exposure-us 10000:60000",
       "--cameras 2 --types 0,5 --exposure1-us 1000 --restarts 3 --switch-every 20 --switch-late 2",
-      "--lost 0.1 --discarded 0.1 --overlap 1 --calculate-first --jitter-us 400",
+      "--lost 0.1 --discarded 0.1 --overlap 1 --event order@-1 --jitter-us 400",
   };
   for (std::string const session : sessions) {
     Outcome const outcome = Run("rm -rf captures/* session; shadingctl generate session " + session +
