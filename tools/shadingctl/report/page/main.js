@@ -39,8 +39,20 @@ function notices(result) {
   const notice = (text) => element('p', {class: 'notice'}, text);
   const capture = result.summary?.capture;
   return [...(result.error ? [notice(`The replay ended early: ${result.error}`)] : []),
-          ...(capture?.complete === false ? [notice(`The recording is not whole: its state is ${capture.state}, ` +
-            `${count(capture.lost_calls)} calls and ${count(capture.lost_samples)} samples were lost.`)] : [])];
+          ...(capture?.complete === false ? [notice(captureText(capture))] : [])];
+}
+
+function captureText({state, lost_calls: calls, lost_samples: samples}) {
+  const states = {
+    complete: 'The recording has losses',
+    broken: 'The recording is broken: its capture could not write a file to the end',
+    running: 'The recording is unfinished: its capture was still running or was killed',
+  };
+  const told = Object.hasOwn(states, state) ? states[state] : `The recording is not whole: its state is ${state}`;
+  const many = (value, what) => `${count(value)} ${what}${value === 1 ? '' : 's'}`;
+  const lost = [...(calls > 0 ? [many(calls, 'call')] : []), ...(samples > 0 ? [many(samples, 'sample')] : [])];
+  return `${told}. ${lost.length > 0 ? `${lost.join(' and ')} ${calls + samples === 1 ? 'is' : 'are'} known to be lost`
+    : 'No call and no sample is known to be lost'}.`;
 }
 
 // The cameras of a replay, one of which is shown.
