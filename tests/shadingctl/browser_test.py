@@ -64,6 +64,7 @@ def make_results(tool, place):
     (place / 'led.json').write_text(json.dumps(led))
     replay('long', place / 'long')
     run('replay', '--quiet', '--format', 'json', '--log-level', 0, '-o', place / 'sparse.json')
+    run('explain', place / 'sick', '--format', 'json', '-o', place / 'told.json')
     run('calibration', '--all', '--format', 'json', '-o', place / 'calibration.json', codes=(1,))
     run('generate', place / 'bench', '--force', '--frames', 900, '--clock-offset-us', 12000, '--reference', place / 'target.csv')
     rows = (place / 'target.csv').read_text().splitlines()
@@ -76,7 +77,7 @@ def make_results(tool, place):
     run('fit', place / 'bench', '--reference', place / 'target.csv', '--format', 'json', '-o', place / 'refused.json',
         codes=(3,))
     reports = {name: [name]
-               for name in ('builtin', 'sick', 'pair', 'led', 'long', 'sparse', 'calibration', 'fit', 'line', 'refused')}
+               for name in ('builtin', 'sick', 'pair', 'led', 'told', 'long', 'sparse', 'calibration', 'fit', 'line', 'refused')}
     reports['both'] = ['sick', 'reset']
     reports['fewer'] = ['sick', 'part']
     reports['more'] = ['part', 'sick']
@@ -481,6 +482,71 @@ class Reports(unittest.TestCase):
         single = lambda time, x, y: (int(time), struct.pack('f', float(x)), struct.pack('f', float(y)))
         samples = [single(*sample) for batch in result['batches'] for sample in batch['samples'] if 1.005e9 <= sample[0] - origin < 2.005e9]
         self.assertEqual(sorted(single(*row.split(',')) for row in rows), sorted(samples))
+
+    def test_the_shown_range_is_a_recording_that_replays_alike(self):
+        for name, camera, begin in (('sick', 0, 3), ('pair', 2, 0)):
+            with self.subTest(page=name):
+                self.browser.driver.get('about:blank')
+                self.browser.driver.get(f'{(self.place / name).as_uri()}.html#camera={camera}&from={begin}.005&to={begin + 2}.005')
+                self.browser.settle()
+                saved = self.browser.driver.execute_async_script("""const [blobs, files, done] = [[], {}, arguments[0]];
+                    URL.createObjectURL = (blob) => { blobs.push(blob); return 'data:,'; };
+                    HTMLAnchorElement.prototype.click = function () { files[this.download] = blobs.at(-1).text(); };
+                    [...document.querySelectorAll('button')].find((one) => one.textContent === 'recording').click();
+                    Promise.all(Object.values(files)).then((texts) => done(Object.fromEntries(Object.keys(files).map((name, i) => [name, texts[i]]))));""")
+                directory = self.place / f'{name}-saved'
+                directory.mkdir(exist_ok=True)
+                for file in ('frames.csv', 'hall.csv'):
+                    (directory / file).write_text(saved[file])
+                done = subprocess.run([self.tool, 'replay', directory, '--camera', str(camera), '--quiet', '--format', 'json'],
+                                      capture_output=True, text=True, check=False)
+                self.assertEqual(done.returncode, 0, done.stderr)
+                frames = self.result(name)['frames']
+                whole = {frame['frame']: frame for frame in frames if frame['camera'] == camera}
+                again = json.loads(done.stdout)['frames']
+                first = frames[0]['timestamp_ns'] + begin * 1e9 + 5e6
+                expected = [number for number, frame in whole.items() if first <= frame['timestamp_ns'] <= first + 2e9]
+                self.assertEqual([frame['frame'] for frame in again], expected)
+                inside = again[40:]  # the library's history is that of 30 frames
+                self.assertIn('start', {frame['match'] for frame in inside})
+                for frame in inside:
+                    self.assertEqual(frame, whole[frame['frame']])
+
+    def test_a_recording_is_offered_where_all_of_it_is_told(self):
+        whole = self.result('pair')
+        for change, is_offered in ((lambda result: None, True),
+                                   (lambda result: result['batches'][8].pop('frame'), False),
+                                   (lambda result: [frame.update(readout_us=None) for frame in result['frames']], False),
+                                   (lambda result: result.pop('batches'), False)):
+            result = json.loads(json.dumps(whole))
+            change(result)
+            subprocess.run([self.tool, 'report', '-', '-o', self.place / 'changed.html'], input=json.dumps(result), text=True, check=True)
+            self.open('changed')
+            labels = self.browser.run('return [...document.querySelectorAll("button")].map((one) => one.textContent)')
+            self.assertEqual('recording' in labels, is_offered)
+
+    def test_an_incomplete_recording_is_told_on_top(self):
+        whole = self.result('pair')
+        for state, calls, samples, text in (
+                ('complete', 0, 0, None),
+                ('complete', 1, 0, 'The recording has losses. 1 call is known to be lost.'),
+                ('running', 0, 0, 'The recording is unfinished: its capture was still running or was killed. No call and no sample is known to be lost.'),
+                ('broken', 3, 1200, 'The recording is broken: its capture could not write a file to the end. 3 calls and 1\u202f200 samples are known to be lost.')):
+            whole['summary']['capture'] = {'complete': text is None, 'state': state, 'lost_calls': calls, 'lost_samples': samples}
+            subprocess.run([self.tool, 'report', '-', '-o', self.place / 'changed.html'], input=json.dumps(whole), text=True, check=True)
+            self.open('changed')
+            shown = self.browser.run('return [...document.querySelectorAll("header ~ .notice")].map((one) => one.textContent)')
+            self.assertEqual(shown, [text] if text else [])
+
+    def test_the_story_of_a_frame_stands_beside_it(self):
+        explained = self.result('told')
+        self.assertEqual(len(explained['explained']), len(explained['frames']))
+        for i in (60, 150):
+            self.browser.driver.get('about:blank')
+            self.browser.driver.get(f'{(self.place / "told.html").as_uri()}#frame={explained["frames"][i]["frame"]}')
+            self.browser.settle()
+            told = self.browser.run('return [...document.querySelectorAll(".detail .story li")].map((one) => one.textContent)')
+            self.assertEqual([text.replace('\u00a0µs', ' us') for text in told], explained['explained'][i]['steps'])
 
     def test_filters_zoom_and_cameras(self):
         frames = self.result('pair')['frames']

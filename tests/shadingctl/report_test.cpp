@@ -117,6 +117,8 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
        ": batches[0].samples[1]: expected a time and two positions, found [1,\"2\",3]"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"samples": [[1, 2, 3]], "camera": 0}]})",
        ": batches[0].camera: expected a whole number before the samples, found none"},
+      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"camera": 0, "frame": "7", "samples": []}]})",
+       ": batches[0].frame: expected a whole number, found \"7\""},
   };
   for (auto const& [text, complaint] : rows) {
     mPlace.Write("broken", text);
@@ -140,6 +142,8 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
        "cameras[0].block.values[0][0]: expected a number, found {}"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "settings": {"tolerance_us": -1}})",
        "settings.tolerance_us: expected a number from 0 or null, found -1"},
+      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "explained": [{"steps": ["a", 1]}]})",
+       "explained: steps: expected a list of texts, found [\"a\",1]"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "findings": [{"code": "gaps"}]})",
        "findings[0].text: expected a text, found null"},
       {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "summary": {"cameras": [{"camera": "0"}]}})",

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -10,6 +11,7 @@
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/report/ResultDocument.h"
 #include "tools/shadingctl/report/WrappingTime.h"
+#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {
@@ -96,6 +98,19 @@ void PageData::Add(DeliveredSample const& sample) {
   AppendBytes(Position(sample.x), samples.x);
   AppendBytes(Position(sample.y), samples.y);
   samples.latestNs = sample.timeNs;
+  if (isNew || samples.frame != sample.frame) {
+    samples.batches += fmt::format(",{},{}", samples.inBatch, Dump(OrNull(sample.frame)));
+    samples.frame = sample.frame;
+    samples.inBatch = 0;
+  }
+  ++samples.inBatch;
+}
+
+void PageData::AddExplained(Json const& words, std::string const& place) {
+  Json const steps = words.value("steps", Json());
+  bool const isTexts = steps.is_array() && std::all_of(steps.begin(), steps.end(), std::mem_fn(&Json::is_string));
+  if (!isTexts) RefuseValue(place + ": explained: steps", "a list of texts", ShownValue(steps));
+  mExplained += ',' + Dump(steps);
 }
 
 void PageData::Write(std::function<void(std::string_view)> const& take) const {
@@ -110,12 +125,18 @@ void PageData::Write(std::function<void(std::string_view)> const& take) const {
     separator = ",";
   }
   take("}");
+  if (!mExplained.empty()) {
+    take(",\"explained\":[");
+    take(std::string_view(mExplained).substr(1));
+    take("]");
+  }
   if (mSamples.empty()) return;
   separator = ",\"samples\":[";
   for (auto const& [camera, samples] : mSamples) {
-    take(fmt::format(R"({}{{"camera":{},"first_ns":{},"jumps":[{}],"steps_ns":")", separator, camera,
+    take(fmt::format(R"({}{{"camera":{},"first_ns":{},"jumps":[{}],"batches":[{}],"steps_ns":")", separator, camera,
                      WrappingDifference(samples.firstNs, mOriginNs),
-                     std::string_view(samples.jumps).substr(samples.jumps.empty() ? 0 : 1)));
+                     std::string_view(samples.jumps).substr(samples.jumps.empty() ? 0 : 1),
+                     std::string_view(samples.batches).substr(1)));
     take(Base64(samples.steps));
     take(R"(","hall_x":")");
     take(Base64(samples.x));
@@ -133,6 +154,7 @@ PageResult ReadPageResult(std::string const& path) {
   sink.needed = {Column::kFrame, Column::kTimestampNs, Column::kMatch};
   sink.onRow = [&](ResultRow const& row) { result.data.Add(row); };
   sink.onSample = [&](DeliveredSample const& sample) { result.data.Add(sample); };
+  sink.onExplained = [&](Json const& words) { result.data.AddExplained(words, path); };
   result.head = ReadDocument(path, sink);
   return result;
 }

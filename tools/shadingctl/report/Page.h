@@ -21,15 +21,17 @@ extern char const kPageAfterData[];
 // Rows and samples of a replay as the page holds them, in numbers that a browser can compute with: rows become columns,
 // and all times count from the whole us of the first frame's timestamp, so that ns and us are rounded alike. The
 // batches of a camera become one list of samples in the order of delivery, each with its step from the time before, as
-// base64 of numbers of four bytes: 16 characters a sample.
+// base64 of numbers of four bytes: 16 characters a sample. Beside it stands with which frame each batch came.
 class PageData {
  public:
   // Requires: frame, timestamp and match are there.
   void Add(ResultRow const& row);
   void Add(DeliveredSample const& sample);
+  // An object of "explained", which belongs to the next row of those that have none; `place` is for messages.
+  void AddExplained(Json const& words, std::string const& place);
 
   // `take` gets the data as JSON, piece by piece: "origin_ns" in digits, since a browser's numbers hold 53 bits,
-  // "frames" and, where there are any, "samples".
+  // "frames" and, where there are any, "explained" and "samples".
   void Write(std::function<void(std::string_view)> const& take) const;
 
  private:
@@ -39,13 +41,17 @@ class PageData {
     std::string steps;  // the bytes of int32 each, of x and y those of float
     std::string x;
     std::string y;
-    std::string jumps;  // steps that an int32 does not hold: ",[INDEX,NS]" each
+    std::string jumps;    // steps that an int32 does not hold: ",[INDEX,NS]" each
+    std::string batches;  // ",SAMPLES,FRAME" each: those of the batch before, 0 at first
+    std::optional<std::int64_t> frame;
+    std::uint64_t inBatch = 0;
   };
 
   std::int64_t mOriginNs = 0;
   std::uint64_t mRows = 0;
   std::array<std::string, kColumnCount> mColumns;  // empty: no row has it
   std::map<std::int64_t, Samples> mSamples;        // by camera
+  std::string mExplained;                          // ",[SENTENCE,...]" each
 };
 
 // One result: `head.members` of a replay are its settings, summary and so on, of other kinds all of it.

@@ -70,9 +70,9 @@ class Bytes {
   std::size_t mSinceValue = 0;  // read since the last value ended
 };
 
-// What stands at a place of the document. A unit is kept whole until it ends: a row, a batch's camera, one of its
-// samples, or a member of the document that is none of these lists.
-enum class Part { kDocument, kFrames, kBatches, kBatch, kSamples, kUnit, kSkipped };
+// What stands at a place of the document. A unit is kept whole until it ends: a row, a batch's camera or frame, one of
+// its samples, an explanation, or a member of the document that is none of these lists.
+enum class Part { kDocument, kFrames, kExplained, kBatches, kBatch, kSamples, kUnit, kSkipped };
 enum class Shape { kScalar, kObject, kList };
 
 char const* Name(Shape shape) { return shape == Shape::kObject ? "an object" : "a list"; }
@@ -166,19 +166,22 @@ class JsonResult {
           return Part::kFrames;
         }
         if (shape == Shape::kList && mKey == "batches") return mSink.onSample ? Part::kBatches : Part::kSkipped;
+        if (shape == Shape::kList && mKey == "explained" && mSink.onExplained) return Part::kExplained;
         mValues = mMemberValues;
         return Keeps() ? Part::kUnit : Part::kSkipped;
       case Part::kFrames:
+      case Part::kExplained:
         expect(Shape::kObject);
         mValues = 0;
         return Part::kUnit;
       case Part::kBatches:
         expect(Shape::kObject);
         mCamera.reset();
+        mFrame.reset();
         mSamples = 0;
         return Part::kBatch;
       case Part::kBatch:
-        if (shape == Shape::kScalar) return mKey == "camera" ? Part::kUnit : Part::kSkipped;
+        if (shape == Shape::kScalar) return mKey == "camera" || mKey == "frame" ? Part::kUnit : Part::kSkipped;
         if (shape == Shape::kObject || mKey != "samples") return Part::kSkipped;
         if (!mCamera) Refuse(Place() + ".camera", "a whole number before the samples", "none");
         return Part::kSamples;
@@ -217,9 +220,12 @@ class JsonResult {
         mSink.onRow(mRow);
         ++mRow.place;
         break;
+      case Part::kExplained:
+        mSink.onExplained(mUnit);
+        break;
       case Part::kBatch:
-        if (!mUnit.is_number_integer()) Refuse(Place() + ".camera", "a whole number", ShownValue(mUnit));
-        mCamera = mUnit.get<std::int64_t>();
+        if (!mUnit.is_number_integer()) Refuse(Place() + "." + mKey, "a whole number", ShownValue(mUnit));
+        (mKey == "camera" ? mCamera : mFrame) = mUnit.get<std::int64_t>();
         break;
       case Part::kSamples:
         TakeSample();
@@ -253,7 +259,7 @@ class JsonResult {
     bool const isSample =
         mUnit.size() == 3 && mUnit[0].is_number_integer() && isPosition(mUnit[1]) && isPosition(mUnit[2]);
     if (!isSample) Refuse(Place(), "a time and two positions", ShownValue(mUnit));
-    mSink.onSample({*mCamera, mUnit[0].get<std::int64_t>(), NumberOf(mUnit[1]), NumberOf(mUnit[2])});
+    mSink.onSample({*mCamera, mUnit[0].get<std::int64_t>(), NumberOf(mUnit[1]), NumberOf(mUnit[2]), mFrame});
   }
 
   // Of what is read at the moment.
@@ -280,8 +286,9 @@ class JsonResult {
   std::size_t mMemberValues = 0;
   ResultRow mRow;
   std::uint64_t mBatches = 0;
-  std::uint64_t mSamples = 0;  // of the batch
-  std::optional<std::int64_t> mCamera;
+  std::uint64_t mSamples = 0;           // of the batch
+  std::optional<std::int64_t> mCamera;  // of the batch, and its frame
+  std::optional<std::int64_t> mFrame;
 };
 
 }  // namespace

@@ -26,12 +26,14 @@ struct DeliveredSample {
   std::int64_t timeNs = 0;
   std::optional<double> x;  // empty: no number
   std::optional<double> y;
+  std::optional<std::int64_t> frame = {};  // of the update that delivered it; empty: not told
 };
 
 // Who takes what a result holds, one by one and in its order.
 struct ResultSink {
   std::function<void(ResultRow const&)> onRow;
   std::function<void(DeliveredSample const&)> onSample;  // null: batches are passed over
+  std::function<void(Json const&)> onExplained;          // an object of "explained"; null: they are passed over
   std::vector<Column> needed = {Column::kFrame};         // of every row
 
   bool Needs(ResultColumn const& column) const {

@@ -102,7 +102,8 @@ void AddSamples(DeliveredBatch const& batch, PageData& page) {
     return std::isfinite(value) ? std::optional(static_cast<double>(value)) : std::nullopt;
   };
   for (auto const& sample : batch.samples) {
-    page.Add(DeliveredSample{batch.camera, sample.timestamp, position(sample.oisHallX), position(sample.oisHallY)});
+    page.Add(DeliveredSample{batch.camera, sample.timestamp, position(sample.oisHallX), position(sample.oisHallY),
+                             batch.frame});
   }
 }
 

@@ -42,6 +42,11 @@ function reasonOf(frame, toleranceUs) {
   return `start: ${start}${end}`;
 }
 
+// What explain tells of the frame, sentence by sentence.
+function storyOf({steps}) {
+  return steps ? [element('ol', {class: 'story'}, ...steps.map((step) => element('li', {}, typeset(step))))] : [];
+}
+
 // The chosen frame's part of the page.
 function frameView(result, samples, frame, width) {
   const toleranceUs = result.settings?.tolerance_us ?? 1500;
@@ -49,7 +54,7 @@ function frameView(result, samples, frame, width) {
     element('strong', {}, `Frame ${frame.frame}`), ` ${reasonOf(frame, toleranceUs)}`));
   const drawing = guarded('The timing', () => drawTiming(frame, samples, toleranceUs, width));
   view.append(drawing ?? element('p', {class: 'soft'}, 'The result does not hold the times of this frame, which the library ' +
-                                 'tells from log level 1 on, and newer results hold.'), factsOf(result, frame));
+                                 'tells from log level 1 on, and newer results hold.'), ...storyOf(frame), factsOf(result, frame));
   return view;
 }
 

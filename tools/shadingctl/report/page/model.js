@@ -31,7 +31,7 @@ function unpackFrames(columns) {
       this.i = i;
       this.timeUs = this.time_ns / 1000;
       this.kind = kindOf(this);
-      this.readoutPlace = this.spanPlace = this.other = this.differing = undefined;
+      this.readoutPlace = this.spanPlace = this.other = this.differing = this.steps = undefined;
     }
   }
   for (const name of names) Object.defineProperty(Frame.prototype, name, {get() { return columns[name][this.i]; }});
@@ -39,9 +39,20 @@ function unpackFrames(columns) {
   return Array.from({length: columns.frame?.length ?? 0}, (_, i) => new Frame(i));
 }
 
+// Calls take(frame, begin, end) for the samples of each batch in the order of delivery; the frame is null where the
+// result does not tell it.
+function eachBatch({timesUs, batches}, take) {
+  for (let i = 1, begin = 0; i < batches.length; i += 2) {
+    const end = i + 1 < batches.length ? begin + batches[i + 1] : timesUs.length;
+    take(batches[i], begin, end);
+    begin = end;
+  }
+}
+
 function unpackResult(packed) {
   const result = {...packed, columns: Object.keys(packed.frames), frames: unpackFrames(packed.frames),
                   samples: packed.samples?.map(unpackSamples) ?? null};
+  packed.explained?.forEach((steps, i) => { if (result.frames[i]) result.frames[i].steps = steps; });
   const byCamera = new Map();
   result.timesByFrame = (camera) => {
     if (!byCamera.has(camera)) {

@@ -125,7 +125,8 @@ function pathOf(x, y) {
   return path;
 }
 
-// Samples in the order of time; `deliveredUs` are the same times in the order of delivery.
+// Samples in the order of time, and `delivered` in that of delivery, with how many of them come before each batch of
+// another frame, by turns: samples of the batch before, frame, samples, frame ...
 function unpackSamples(packed) {
   const steps = new Int32Array(bytesOf(packed.steps_ns));
   const [x, y] = [packed.hall_x, packed.hall_y].map((text) => new Float32Array(bytesOf(text)));
@@ -143,6 +144,7 @@ function unpackSamples(packed) {
   const samples = {camera: packed.camera, timesUs, x: sorted(x), y: sorted(y)};
   samples.path = pathOf(samples.x.values, samples.y.values);
   samples.intervals = intervalsOf(deliveredUs);
+  samples.delivered = {timesUs: deliveredUs, x, y, batches: packed.batches};
   return samples;
 }
 
