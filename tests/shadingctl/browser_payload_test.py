@@ -109,6 +109,7 @@ class Payloads(unittest.TestCase):
         page.write_text(before + many + DATA_BEGIN + rest)
         self.browser.driver.set_script_timeout(300)
         self.browser.open(page)
+        self.browser.resize(1440, 100)  # px; what is not in view need not be painted
         shown, found = self.browser.driver.execute_async_script(SHOW_EACH)
         numbers = [number for number, text in enumerate(pages) if text]
         for number, what in found:
