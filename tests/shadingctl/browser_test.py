@@ -226,7 +226,7 @@ class Reports(unittest.TestCase):
     def test_a_finding_leads_to_its_camera_stretch_and_frame(self):
         self.open('led')
         codes = self.browser.run('return [...document.querySelectorAll("[data-code]")].map((e) => e.dataset.code)')
-        self.assertEqual(codes[:3], ['off', 'gone', 'slight'], 'worst first')
+        self.assertEqual([code for code in codes if code in ('off', 'gone', 'slight')], ['off', 'gone', 'slight'], 'worst first')
         self.assertEqual(self.browser.run('return document.querySelector("select.camera").value'), '2', 'of the worst finding')
         for code, camera in (('slight', 0), ('off', 2)):
             self.browser.driver.find_element(By.CSS_SELECTOR, f'[data-code="{code}"] button').click()
