@@ -112,9 +112,9 @@ __attribute__((visibility("default"))) void* malloc(std::size_t size) {
 // A lock that was not to be had at once counts as contended, also where the caller does not wait for it.
 #define STAND_BEFORE_LOCK(name, tryName, parameters, arguments)                                   \
   __attribute__((visibility("default"))) int name parameters noexcept {                           \
-    static auto const next = NEXT_FUNCTION(name);                                                 \
+    auto const next = NEXT_FUNCTION(name);                                                        \
     auto const countWait = [&] {                                                                  \
-      static auto const nextTry = NEXT_FUNCTION(tryName);                                         \
+      auto const nextTry = NEXT_FUNCTION(tryName);                                                \
       return CountWait([&] { return nextTry(lock); }, [&] { return next arguments; });            \
     };                                                                                            \
     int const result = WaitIsCounted(__builtin_return_address(0)) ? countWait() : next arguments; \
@@ -123,7 +123,7 @@ __attribute__((visibility("default"))) void* malloc(std::size_t size) {
   }
 #define STAND_BEFORE_UNLOCK(name, parameters, arguments)                \
   __attribute__((visibility("default"))) int name parameters noexcept { \
-    static auto const next = NEXT_FUNCTION(name);                       \
+    auto const next = NEXT_FUNCTION(name);                              \
     if (locks.isTimed && --locks.depth == 0) Cut(true);                 \
     return next arguments;                                              \
   }

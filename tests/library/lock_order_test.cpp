@@ -96,7 +96,7 @@ int FindCode(dl_phdr_info* object, std::size_t, void*) {
 
 #define WATCH_LOCK(name, tryName, parameters, arguments)                    \
   extern "C" int name parameters noexcept {                                 \
-    static auto const next = NEXT_FUNCTION(name);                           \
+    auto const next = NEXT_FUNCTION(name);                                  \
     int const result = next arguments;                                      \
     if (result == 0 && IsLibrarys(__builtin_return_address(0))) Take(lock); \
     return result;                                                          \
@@ -104,7 +104,7 @@ int FindCode(dl_phdr_info* object, std::size_t, void*) {
 // Whoever calls: the library's last call of a function returns to the host.
 #define WATCH_UNLOCK(name, parameters, arguments) \
   extern "C" int name parameters noexcept {       \
-    static auto const next = NEXT_FUNCTION(name); \
+    auto const next = NEXT_FUNCTION(name);        \
     Release(lock);                                \
     return next arguments;                        \
   }
