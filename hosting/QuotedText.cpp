@@ -60,10 +60,24 @@ std::string Escaped(std::string_view text) {
   return escaped;
 }
 
-std::string MarkdownCode(std::string_view text) {
-  if (text.empty()) return {};
+std::string EscapedLines(std::string_view text) {
+  std::string lines;
+  while (!text.empty()) {
+    std::size_t const end = std::min(text.find('\n'), text.size());
+    lines += Escaped(text.substr(0, end));
+    if (end < text.size()) lines += '\n';
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return lines;
+}
+
+std::string Markdown(std::string_view text) {
+  std::string const escaped = Escaped(text);
+  bool const isPlain = escaped.find_first_of("`|<>[]*~&\\@") == std::string::npos &&
+                       escaped.find("://") == std::string::npos && escaped.find("www.") == std::string::npos;
+  if (isPlain) return escaped;
   std::string code = "`";
-  for (char const c : Escaped(text)) code += c == '`' ? "\\x60" : c == '|' ? "\\x7c" : std::string(1, c);
+  for (char const c : escaped) code += c == '`' ? "\\x60" : c == '|' ? "\\x7c" : std::string(1, c);
   return code + "`";
 }
 

@@ -10,8 +10,12 @@ namespace hosting {
 // direction of text or are invisible, and bytes that are not UTF-8 are shown as "\x1b", "\n" or "\u202e".
 std::string Escaped(std::string_view text);
 
-// The same as a code span of Markdown, in which nothing is a link, HTML or the end of a cell; empty for an empty text.
-std::string MarkdownCode(std::string_view text);
+// The same of several lines, which stay lines.
+std::string EscapedLines(std::string_view text);
+
+// The escaped text for a table of Markdown: as a code span where a part of it could be taken for markup, a link or
+// HTML.
+std::string Markdown(std::string_view text);
 
 // The escaped text in quotes, long text shortened.
 std::string Quoted(std::string_view text);

@@ -230,5 +230,34 @@ TEST_F(Files, StandardStreamsThatAreClosedOrFull) {
   EXPECT_EQ(RunScript("shadingctl replay --format csv 2>/dev/full").exitCode, 0) << "the rows are complete";
 }
 
+// A name that would clear the screen, begin a line of its own and be HTML.
+TEST(HostileNames, AreEscapedOnEveryWayToATerminal) {
+  TemporaryDirectory const place;
+  char const* const commands[] = {"generate $n/s --reference $n/r",
+                                  "replay $n/s --format json -o $n/j",
+                                  "replay $n/s",
+                                  "replay $n/s --summary",
+                                  "explain $n/s",
+                                  "fit $n/s --reference $n/r",
+                                  "diff $n/j $n/j",
+                                  "summarize $n/j $n/s",
+                                  "report $n/s",
+                                  "doctor $n/r",
+                                  "dumps $n",
+                                  "import $n/s -o $n/o"};
+  for (std::string command : commands) {
+    for (std::size_t at = 0; (at = command.find("$n", at)) != std::string::npos; at += 4)
+      command.replace(at, 2, "\"$n\"");
+    Outcome const outcome = RunScript("cd " + place.Path() +
+                                      " && n=$(printf '\\033[2J<b>\\nForged') && mkdir -p \"$n\"; "
+                                      "shadingctl " +
+                                      command + " 2>&1");
+    EXPECT_NE(outcome.out.find("\\x1b[2J<b>\\nForged"), std::string::npos) << command << "\n" << outcome.out;
+    EXPECT_EQ(outcome.out.find('\033'), std::string::npos) << command;
+    EXPECT_EQ(outcome.out.find("\nForged"), std::string::npos) << command << "\n" << outcome.out;
+    if (command.find("diff") == 0) EXPECT_NE(outcome.out.find("A is `\\x1b[2J"), std::string::npos) << outcome.out;
+  }
+}
+
 }  // namespace
 }  // namespace shadingctl

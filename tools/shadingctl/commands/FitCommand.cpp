@@ -34,7 +34,7 @@ int Fit(FitArguments const& arguments) {
   auto const document = FitDocument(fit, session);
   output.Write(arguments.format == Format::kCsv    ? CsvText(FitRows(document))
                : arguments.format == Format::kJson ? JsonText(document)
-                                                   : FitText(document));
+                                                   : hosting::EscapedLines(FitText(document)));
   output.Finish();
   if (fit.refused) Tell(fmt::format("{}: {}", reference, fit.refused->text));
   if (fit.refused) return kExitUnusable;

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "hosting/QuotedText.h"
 #include "tools/shadingctl/explain/FrameWords.h"
 #include "tools/shadingctl/output/Console.h"
 
@@ -153,9 +154,9 @@ void ExplainWriter::End(Summaries const& summaries, std::optional<LogReport> con
     mRows->End(summaries.End(error));
   }
   if (report && report->lines.messages == 0) return;  // `error` says all
-  std::string const source =
-      report ? ReportText(*report, name) : fmt::format("Session    {}\n{}", name, summaries.CaptureText());
-  std::string const closing = source + summaries.FindingsText();
+  std::string const source = report ? ReportText(*report, name)
+                                    : fmt::format("Session    {}\n{}", hosting::Escaped(name), summaries.CaptureText());
+  std::string const closing = hosting::EscapedLines(source + summaries.FindingsText());
   if (IsInWords()) mOutput.Write((mHasShown ? "\n" : "") + closing);
   if (mFormat == Format::kCsv) TellPlainly(closing);
 }

@@ -98,6 +98,16 @@ char const* Name(Severity severity) {
   return kNames[static_cast<std::size_t>(severity)];
 }
 
+std::uint64_t CostOf(SessionFinding const& finding, SessionFacts const& facts) {
+  if (finding.frames.count > 0 || finding.severity != Severity::kWrong) return finding.frames.count;
+  std::uint64_t frames = 0;
+  for (Interval const& interval : finding.intervals) {
+    frames += std::uint64_t{interval.lastFrame - interval.firstFrame} + 1;
+  }
+  std::uint64_t const all = facts.Matches().Settled();
+  return finding.intervals.empty() ? all : std::min(frames, all);
+}
+
 std::string PlaceText(SessionFinding const& finding, SessionFacts const& facts) {
   std::string text;
   FrameList const& frames = finding.frames;

@@ -45,6 +45,10 @@ struct SessionFinding {
 // cameras.
 std::vector<SessionFinding> FindingsOf(SessionFacts const& facts, std::vector<SessionFacts const*> const& others = {});
 
+// The frames that it costs: its own; where it has none but is wrong, those of its stretches of time, dropped ones
+// included, or all where it has no stretch either.
+std::uint64_t CostOf(SessionFinding const& finding, SessionFacts const& facts);
+
 // " [frames 3, 4; from 0.100 s to 2.000 s, the first of 3]", or nothing for what the whole session shows.
 std::string PlaceText(SessionFinding const& finding, SessionFacts const& facts);
 

@@ -1,6 +1,5 @@
 #include "tools/shadingctl/output/Console.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -11,13 +10,7 @@ namespace shadingctl {
 void Tell(std::string const& message) { TellPlainly("shadingctl: " + hosting::Escaped(message) + "\n"); }
 
 void TellPlainly(std::string_view text) {
-  std::string lines;
-  while (!text.empty()) {
-    std::size_t const end = std::min(text.find('\n'), text.size());
-    lines += hosting::Escaped(text.substr(0, end));
-    if (end < text.size()) lines += '\n';
-    text.remove_prefix(std::min(end + 1, text.size()));
-  }
+  std::string const lines = hosting::EscapedLines(text);
   std::fwrite(lines.data(), 1, lines.size(), stderr);
   std::fflush(stderr);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "hosting/QuotedText.h"
 #include "tools/shadingctl/result/ResultDiff.h"
 
 namespace shadingctl {
@@ -11,16 +12,11 @@ namespace {
 constexpr double kOneSided = 0.9;  // share of the rows that differ to the same side
 
 // In a cell of a table.
-std::string Cell(std::string text) {
-  for (std::size_t at = 0; (at = text.find_first_of("|\n\r", at)) != std::string::npos; ++at) {
-    text[at] = text[at] == '|' ? '/' : ' ';
-  }
-  return text.empty() ? "-" : text;
-}
+std::string Cell(std::string const& text) { return text.empty() ? "-" : hosting::Markdown(text); }
 
 std::string Cell(Json const& value) {
   if (value.is_null()) return "-";
-  return value.is_string() ? Cell(value.get<std::string>()) : Cell(Dump(value));
+  return value.is_string() ? Cell(value.get<std::string>()) : Dump(value);
 }
 
 std::string ChangeCell(Json const& a, Json const& b) {
@@ -92,7 +88,8 @@ std::string FindingsSideBySide(ResultDiff const& diff) {
 
 std::string Incomplete(char const* which, ResultHead const& head) {
   if (head.isComplete) return {};
-  return fmt::format("{} is not complete: {}\n\n", which, head.error.empty() ? "it says no more" : head.error);
+  return fmt::format("{} is not complete: {}\n\n", which,
+                     head.error.empty() ? "it says no more" : hosting::Markdown(head.error));
 }
 
 double MedianOf(ColumnDifference const& column) { return column.sizes->Median().value_or(0) / kSizeUnits; }
@@ -135,8 +132,8 @@ std::string ColumnsText(ResultDiff const& diff) {
 }  // namespace
 
 std::string DiffText(ResultDiff const& diff, std::string const& nameOfA, std::string const& nameOfB) {
-  std::string text = fmt::format("# Two replays compared\n\nA is {} ({} rows), B is {} ({} rows).\n\n", nameOfA,
-                                 diff.rowsOfA, nameOfB, diff.rowsOfB);
+  std::string text = fmt::format("# Two replays compared\n\nA is {} ({} rows), B is {} ({} rows).\n\n",
+                                 hosting::Markdown(nameOfA), diff.rowsOfA, hosting::Markdown(nameOfB), diff.rowsOfB);
   text += Incomplete("A", diff.a) + Incomplete("B", diff.b);
   std::uint64_t const common = diff.rowsOfA - diff.onlyInA;
   text += diff.different == 0 ? fmt::format("None of {} common rows differs.\n\n", common)

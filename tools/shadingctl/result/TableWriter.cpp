@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "hosting/QuotedText.h"
 #include "tools/shadingctl/result/ResultWriter.h"
 #include "tools/shadingctl/result/TableLayout.h"
 
@@ -42,7 +43,7 @@ class TableWriter : public ResultWriter {
   void Begin(ReplaySettings const& settings) override {
     mShowsCamera = !settings.camera;
     mShowsRows = !settings.rows.none;
-    mOutput.Write(fmt::format("{}: {}{}, {}, mode {}, log level {}{}\n\n", settings.session,
+    mOutput.Write(fmt::format("{}: {}{}, {}, mode {}, log level {}{}\n\n", hosting::Escaped(settings.session),
                               settings.camera ? fmt::format("camera {}", *settings.camera) : "cameras as recorded",
                               settings.sensorType ? fmt::format(", sensor type {}", *settings.sensorType) : "",
                               settings.type ? fmt::format("frame type {}", *settings.type) : "frame types as recorded",

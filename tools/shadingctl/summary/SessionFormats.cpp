@@ -72,9 +72,8 @@ std::string TextOf(std::vector<SessionFinding> const& findings, SessionFacts con
   }
   std::string text;
   for (SessionFinding const& finding : findings) {
-    std::string const cost = finding.frames.count > 0 ? fmt::format(", {} {}", finding.frames.count,
-                                                                    finding.frames.count == 1 ? "frame" : "frames")
-                                                      : "";
+    std::uint64_t const frames = CostOf(finding, facts);
+    std::string const cost = frames > 0 ? fmt::format(", {} {}", frames, frames == 1 ? "frame" : "frames") : "";
     std::string const help = finding.explainedBy.empty() ? fmt::format(" What helps: {}.", finding.advice)
                                                          : fmt::format(" It follows from {}.", finding.explainedBy);
     text += Wrapped(fmt::format("{} {} ({}{}): {}{}.{}", text.empty() ? "Findings  " : "          ", finding.code,
@@ -111,7 +110,7 @@ void AddFindings(std::vector<SessionFinding> const& findings, SessionFacts const
                    {"severity", Name(*finding.severity)},
                    {"text", finding.text},
                    {"figures", std::move(figures)},
-                   {"frames", {{"count", finding.frames.count}, {"first", std::move(first)}}},
+                   {"frames", {{"count", CostOf(finding, facts)}, {"first", std::move(first)}}},
                    {"intervals", IntervalsJson(finding, facts)},
                    {"advice", finding.advice}};
     if (!finding.explainedBy.empty()) object["explained_by"] = finding.explainedBy;

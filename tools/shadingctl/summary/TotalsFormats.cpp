@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "hosting/QuotedText.h"
 #include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/PercentText.h"
 #include "tools/shadingctl/summary/Totals.h"
@@ -44,7 +45,7 @@ std::string Totals::MatchText() const {
   std::string text;
   for (auto const& [name, count] : mSum.matches) {
     if (count == 0 || name == "warm_up") continue;
-    text += fmt::format("{}{} {} ({})", text.empty() ? "" : ", ", name, count,
+    text += fmt::format("{}{} {} ({})", text.empty() ? "" : ", ", hosting::Escaped(name), count,
                         PercentText(count, std::max<std::uint64_t>(WarmFrames(), 1)));
   }
   return text.empty() ? "none" : text;
@@ -79,11 +80,11 @@ std::vector<std::pair<std::string, FindingTotal>> Totals::RankedFindings() const
 std::string Totals::FindingsText() const {
   std::string text;
   for (auto const& [code, total] : RankedFindings()) {
-    text += fmt::format("Finding    {} ({}): {} of {} cameras, {} frames\n", code, kSeverityNames[total.severity],
-                        total.cameras, mCameras, total.frames);
+    text += fmt::format("Finding    {} ({}): {} of {} cameras, {} frames\n", hosting::Escaped(code),
+                        kSeverityNames[total.severity], total.cameras, mCameras, total.frames);
     for (RankedCamera const& ranked : total.worst) {
-      text += fmt::format("           {}  {}, camera {} ({})\n", GravityText(ranked), ranked.session, ranked.camera,
-                          ranked.file);
+      text += fmt::format("           {}  {}, camera {} ({})\n", GravityText(ranked), hosting::Escaped(ranked.session),
+                          ranked.camera, hosting::Escaped(ranked.file));
     }
   }
   return text;
@@ -103,7 +104,7 @@ std::string Totals::Text() const {
   if (mCameras > 0) text += MeasuresText();
   for (RankedCamera const& ranked : mWorst) {
     text += fmt::format("Worst      {}, {:.1f} %  {}, camera {} ({})\n", GravityText(ranked), 100 * ranked.matchRate,
-                        ranked.session, ranked.camera, ranked.file);
+                        hosting::Escaped(ranked.session), ranked.camera, hosting::Escaped(ranked.file));
   }
   return text;
 }

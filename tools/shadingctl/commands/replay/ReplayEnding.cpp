@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "hosting/QuotedText.h"
 #include "tools/shadingctl/output/Console.h"
 
 namespace shadingctl {
@@ -20,7 +21,7 @@ std::string SummaryText(ReplayArguments const& arguments, Ending const& ending, 
   std::string const shown = isSelection ? fmt::format("Shown      {} of {} frames; the summary is of all\n",
                                                       ending.shownFrames, summaries.Frames())
                                         : std::string();
-  return shown + summaries.Text(width) + DigestText(checks);
+  return hosting::EscapedLines(shown + summaries.Text(width) + DigestText(checks));
 }
 
 // The summary goes to the stream that does not carry the result; nowhere where it is part of that.
