@@ -8,22 +8,21 @@
 #include <ctime>
 
 // Looks a function up once, without the guard of a static variable: run times take a lock for that.
-template <class Function>
-Function NextFunction(std::atomic<Function>& kept, char const* name) {
-  Function next = kept.load(std::memory_order_relaxed);
+inline void* NextSymbol(std::atomic<void*>& kept, char const* name) {
+  void* next = kept.load(std::memory_order_relaxed);
   if (next == nullptr) {
-    next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+    next = dlsym(RTLD_NEXT, name);
     kept.store(next, std::memory_order_relaxed);
   }
   return next;
 }
 
 // The function behind the one that stands in its place.
-#define NEXT_FUNCTION(name)                     \
-  [] {                                          \
-    static std::atomic<decltype(&(name))> kept; \
-    return NextFunction(kept, #name);           \
-  }()
+#define NEXT_FUNCTION(name)                \
+  reinterpret_cast<decltype(&(name))>([] { \
+    static std::atomic<void*> kept;        \
+    return NextSymbol(kept, #name);        \
+  }())
 
 // DO(name, the function that does the same without waiting, parameters, arguments)
 #define FOR_EACH_FUNCTION_THAT_LOCKS(DO)                                                                               \

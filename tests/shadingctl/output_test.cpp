@@ -252,10 +252,14 @@ TEST(HostileNames, AreEscapedOnEveryWayToATerminal) {
                                       " && n=$(printf '\\033[2J<b>\\nForged') && mkdir -p \"$n\"; "
                                       "shadingctl " +
                                       command + " 2>&1");
-    EXPECT_NE(outcome.out.find("\\x1b[2J<b>\\nForged"), std::string::npos) << command << "\n" << outcome.out;
+    if (command.find("fit") != 0) {  // which names no file
+      EXPECT_NE(outcome.out.find("\\x1b[2J<b>\\nForged"), std::string::npos) << command << "\n" << outcome.out;
+    }
     EXPECT_EQ(outcome.out.find('\033'), std::string::npos) << command;
     EXPECT_EQ(outcome.out.find("\nForged"), std::string::npos) << command << "\n" << outcome.out;
-    if (command.find("diff") == 0) EXPECT_NE(outcome.out.find("A is `\\x1b[2J"), std::string::npos) << outcome.out;
+    if (command.find("diff") == 0) {
+      EXPECT_NE(outcome.out.find("A is `\\x1b[2J"), std::string::npos) << outcome.out;
+    }
   }
 }
 

@@ -1,3 +1,4 @@
+#include "hosting/QuotedText.h"
 #include "recording/Recording.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/fit/BenchSession.h"

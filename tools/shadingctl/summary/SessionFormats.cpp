@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "hosting/QuotedText.h"
 #include "recording/Recording.h"
 #include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/summary/Summaries.h"
@@ -13,7 +14,7 @@ namespace {
 
 std::string OddityText(recording::Oddity const& oddity, char const* what) {
   if (oddity.count == 0) return {};
-  return fmt::format("Found      {}: {}, first at {}\n", what, oddity.count, oddity.firstPlace);
+  return fmt::format("Found      {}: {}, first at {}\n", what, oddity.count, hosting::Escaped(oddity.firstPlace));
 }
 
 Json OddityJson(recording::Oddity const& oddity) {
