@@ -141,6 +141,9 @@ TEST(Calls, OfAnIncompleteCaptureSayWhatIsMissing) {
     std::string const line = "Capture    " + lack + "\n";
     EXPECT_EQ(json.out.find(line) != std::string::npos, !lack.empty()) << json.out;
     EXPECT_NE(ReadFile(path + "/result").find("\"capture\":"s + captured.json), std::string::npos) << captured.keys;
+    Outcome const gated = RunTool("replay --summary --fail-on incomplete " + path);
+    EXPECT_EQ(gated.err.find("--fail-on incomplete: expected a whole recording") != std::string::npos, !lack.empty());
+    EXPECT_EQ(gated.exitCode, lack.empty() ? 0 : 1) << gated.err;
     Outcome const explained = RunTool("explain " + path);
     EXPECT_EQ(explained.out.find(line) != std::string::npos, !lack.empty()) << explained.out;
     EXPECT_EQ(explained.err.find(remark) != std::string::npos, !lack.empty()) << explained.err;

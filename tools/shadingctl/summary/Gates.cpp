@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace shadingctl {
 namespace {
 
@@ -40,6 +42,10 @@ std::optional<std::string> FoundFinding(std::vector<std::string> const& failOn, 
 
 std::vector<std::string> FailedGates(Gates const& gates, Summaries const& summaries) {
   std::vector<std::string> failed;
+  std::string const capture = summaries.CaptureText();  // empty of a whole recording
+  if (!capture.empty() && std::count(gates.failOn.begin(), gates.failOn.end(), kIncomplete) > 0) {
+    failed.push_back(fmt::format("--fail-on {}: expected a whole recording, found one that is not", kIncomplete));
+  }
   for (auto const& [sensorId, summary] : summaries.Cameras()) {
     MatchFacts const& match = summary.Facts().Matches();
     std::string const camera = summaries.Cameras().size() > 1 ? fmt::format("camera {}: ", sensorId) : "";

@@ -95,16 +95,17 @@ void AddCheckOptions(CLI::App& command, CheckArguments& checks) {
             "Exit code 1 unless so many per cent of the frames after the warm-up have both ends near a sample");
   AddNumber(command, "--max-age-us", checks.gates.maxAgeUs, std::int64_t{0}, std::int64_t{1000000000000},
             "Exit code 1 when a frame uses an older position");
-  std::vector<std::string> names = {Name(Severity::kWrong), Name(Severity::kLost)};
+  std::vector<std::string> names = {kIncomplete, Name(Severity::kWrong), Name(Severity::kLost)};
   for (FindingKind const& kind : FindingKinds()) names.emplace_back(kind.code);
   command
       .add_option(
           "--fail-on", checks.gates.failOn,
-          "Exit code 1 when one of these findings is told, with commas between; wrong and lost stand for all of "
-          "that severity")
+          "Exit code 1 when one of these findings is told (docs/answers.md), with commas between; wrong and lost stand "
+          "for all of that severity, incomplete for a recording that is broken, unfinished or has losses")
+      ->type_name("CODE")
       ->delimiter(',')
       ->allow_extra_args(false)
-      ->check(CLI::IsMember(names));
+      ->check(CLI::IsMember(names).description(""));
 }
 
 // The ends of a span are told from there on.
