@@ -279,6 +279,7 @@ TEST(Doctor, WhatIsNoShadingLibraryIsToldOnceAndNotLoaded) {
 
 TEST(Doctor, ForAPhoneADesktopsRunTimeIsAFault) {
   Damaged library;
+  library.At<Elf64_Ehdr>(0)->e_machine = EM_X86_64;
   EXPECT_EQ(DiagnoseBytes(library.bytes, true).front(), "FAULT processor: expected AArch64, found x86-64");
   library.At<Elf64_Ehdr>(0)->e_machine = EM_AARCH64;
   std::string const fault = "FAULT needed: libc.so.6 is of a desktop's run time: no phone has it";
@@ -295,10 +296,13 @@ TEST(Doctor, ALibraryThatHarmsItsHostIsAFault) {
     char const* act;
     char const* told;
     char const* written;
-  } const rows[] = {{"crash", "ended by signal 6 (Aborted)", ""},
-                    {"exit", "ends its host (exit code 0)", ""},
-                    {"end", "ends its host (exit code 0)", ""},
-                    {"write", "createInstance hands out no object", "it writes '\\x1b[2J{\\n\\u202e'"}};
+  } const rows[] = {
+#ifndef EMULATED  // the emulator itself writes of a signal
+      {"crash", "ended by signal 6 (Aborted)", ""},
+#endif
+      {"exit", "ends its host (exit code 0)", ""},
+      {"end", "ends its host (exit code 0)", ""},
+      {"write", "createInstance hands out no object", "it writes '\\x1b[2J{\\n\\u202e'"}};
   for (auto const& row : rows) {
     std::string const act = "ACT=" + std::string(row.act) + " exec shadingctl ";
     Outcome const doctor = RunScript(act + "doctor --load --format json " HOSTILE_LIBRARY);
