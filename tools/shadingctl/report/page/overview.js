@@ -105,7 +105,7 @@ class Overview {
       xAxisHeight: 20,
       axes: {
         x: {drawAxis: axis === 'y', axisLabelFormatter: (us) => this.timeText(us), axisLabelWidth: 84},
-        y: {axisLabelWidth: isNarrow ? 38 : 96, pixelsPerLabel: 26,
+        y: {axisLabelWidth: isNarrow ? 82 : 96, pixelsPerLabel: 26,
             axisLabelFormatter: (value) => String(Number(value.toPrecision(6))).replace(/^-/, '−')},
       },
       underlayCallback: (canvas, area) => drawBands(canvas, area, this),
