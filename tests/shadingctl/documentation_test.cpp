@@ -27,9 +27,6 @@ std::ostream& operator<<(std::ostream& stream, Page const& page) {
 class Walkthrough : public testing::TestWithParam<Page> {};
 
 TEST_P(Walkthrough, ShowsWhatTheCommandsPrint) {
-#ifdef EMULATED
-  if (GetParam().path == std::string(BENCH_PAGE)) GTEST_SKIP() << "a copy of an emulated program finds no taps";
-#endif
   TemporaryDirectory const directory;
   bool isInBlock = false;
   std::string command;
