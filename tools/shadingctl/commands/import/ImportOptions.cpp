@@ -4,8 +4,10 @@
 #include <limits>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 
+#include "HelpTexts.h"  // generated
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 
@@ -67,28 +69,6 @@ void RefuseAmbiguousFields(ImportArguments const& arguments) {
   }
 }
 
-constexpr char const* kFooter = R"(CSV: one line for each frame, and one for each sample in the order of delivery; the
-first line, or the one after --skip lines, names the columns. Fields of --map, and
-their columns without it:
-  frames.frame      frame         counted from 1 when missing
-  frames.timestamp  timestamp_ns
-  frames.exposure   exposure_ns   or --exposure-us
-  frames.readout    rolling_shutter_ns  or --readout-us
-  hall.frame        frame         samples are delivered by time when missing
-  hall.timestamp    timestamp_ns
-  hall.x, hall.y    hall_x, hall_y
-
-A FILE whose name ends in .pb3 is a recording of VideoIMUCapture, any other one a
-log of the library at level 4 (adb logcat -v threadtime).
-
-Exit code: 0 done, 2 wrong usage, 3 unusable input or output; nothing is left
-behind then.
-
-Examples:
-  shadingctl import -o walk --frames frames.csv --hall ois.csv --frame-time start --map frames.timestamp=t_sec --time-unit s --hall-time-unit ns --duration-unit ns
-  shadingctl import video_meta.pb3 -o walk
-  shadingctl import phone.log -o walk)";
-
 // Those of a file of frames and a file of samples.
 void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& file) {
   auto* const frames = command.add_option("--frames", arguments.framesFile, "CSV file of the frames")
@@ -140,7 +120,6 @@ void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& f
 }  // namespace
 
 void AddImportOptions(CLI::App& command, ImportArguments& arguments) {
-  command.footer(kFooter);
   auto* const file = command.add_option("FILE", arguments.file, "A .pb3 or a log; - is a log from standard input");
   command.add_option("-o,--output", arguments.directory, "Directory for the recording; made when missing")
       ->type_name("DIR")
@@ -181,6 +160,9 @@ int ParseAndImport(int argc, char** argv, std::function<int(ImportArguments cons
   app.set_version_flag("-V,--version", "shadingctl " PROJECT_VERSION);
   ImportArguments arguments;
   AddImportOptions(app, arguments);
+  for (auto const& [command, text] : kHelpTexts) {
+    if (std::string_view(command) == "import") app.footer(text);
+  }
   try {
     app.parse(argc, argv);
     CompleteImportArguments(app, arguments);

@@ -16,27 +16,6 @@
 namespace shadingctl {
 namespace {
 
-constexpr char const* kReplayExamples = R"(Each frame is matched in one way:
-  start       a sample within 1500 us of the frame's start
-  carried     none, but the flag of an earlier frame made the span begin at the
-              oldest end of the window, which may be half a second old
-  no_start    none, and no flag: the position stays
-  single      a span of one entry: the position stays
-  no_window   nothing at or after the frame's time, or too little history
-  warm_up     too little history, as the camera has just been started: no failure
-  off         the camera is not enabled
-
-Examples:
-  shadingctl replay
-  shadingctl replay RECORDING --reset-matched
-  shadingctl replay RECORDING --only carried,no_start --range 100:200
-  shadingctl replay RECORDING --summary
-  shadingctl replay RECORDING --format csv --output result.csv
-  shadingctl replay --dump preview,capture --dump-dir /tmp/dumps
-  shadingctl replay RECORDING --report report.html
-  shadingctl replay RECORDING --summary --check golden.csv --fail-below 95
-  shadingctl replay --mode last --log library.log --quiet)";
-
 FrameRange ParseRange(std::string const& text) {
   constexpr std::uint32_t kLast = std::numeric_limits<std::uint32_t>::max();
   std::size_t const colon = text.find(':');
@@ -130,7 +109,6 @@ int CheckAndRun(ReplayArguments const& arguments) {
 }
 
 void AddOptions(CLI::App& command, ReplayArguments& arguments) {
-  command.footer(kReplayExamples);
   command
       .add_option_function<std::string>(
           "RECORDING",
