@@ -8,8 +8,6 @@
 #include "tools/shadingctl/explain/ExplainWriter.h"
 #include "tools/shadingctl/explain/LogExplanation.h"
 #include "tools/shadingctl/replay/ForeignLibrary.h"
-#include "tools/shadingctl/replay/PlaySession.h"
-#include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
 
 namespace shadingctl {

@@ -8,7 +8,7 @@
 #include "hosting/Interruption.h"
 #include "platform/desktop/DeviceFile.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/replay/PlaySession.h"
+#include "tools/shadingctl/replay/Replay.h"
 
 namespace shadingctl {
 

@@ -1,10 +1,12 @@
-// The host: makes the calls of a session, one after the other.
+// The host: makes the calls of a session, one after the other. Its frames come out in order.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,19 +16,12 @@
 #include "recording/Session.h"
 #include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/log/FrameMessages.h"
-#include "tools/shadingctl/replay/DeviceCameras.h"
+#include "tools/shadingctl/replay/PlayedDevice.h"
 
 namespace shadingctl {
 
 // Where the library's messages go besides: the frame's number (empty outside of any) and the message.
 using MessageSink = std::function<void(std::optional<std::uint32_t> frame, std::string_view message)>;
-
-// The library's globals that a host may change between two calls; null where the library exports none.
-struct LibrarySwitches {
-  int* logLevel = nullptr;
-  int* previewDump = nullptr;
-  int* captureDump = nullptr;
-};
 
 // An update with what the library said of it.
 struct PlayedUpdate {
@@ -64,7 +59,9 @@ class Replay {
     std::optional<std::int32_t> type;  // of all frames; without it their own, or else a preview
     bool resetMatched = false;         // clear the flag before each frame
     bool checkAnswers = false;         // compare recorded answers with those of the library
-    LibrarySwitches switches;          // without them nothing is measured at log level 0
+    // The library's globals that a host may change between two calls: the log level, then the switches of the dumps.
+    // Null where the library exports none; without a log level nothing is measured at level 0.
+    std::array<int*, 3> switches = {};
   };
 
   // `library` must have been constructed with the settings that `device` has now. `sink` may be empty.
@@ -98,12 +95,13 @@ class Replay {
   PlayedFrame Play(std::int32_t sensorId, recording::CalcOisValue const& calc);
 
   bool Start(recording::StartMonitor::Operation operation, Camera const& camera);
-  void Listen(std::string_view message);
   void BeginCall(std::optional<std::uint32_t> frame);
   void Complain(std::string const& complaint);
   Camera CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const;
   std::vector<Camera>::iterator FindMonitor(Camera const& camera);
   bool IsAsRecorded(recording::CalcOisValue::Answer const& recorded, CameraState const& state, FrameResult const& row);
+  std::int64_t Calculate(CameraState& state, std::int32_t type, recording::CalcOisValue const& calc,
+                         std::int32_t sensorId);
   std::int64_t AskSilently(CameraState state, std::int32_t type, recording::CalcOisValue const& calc,
                            std::int32_t sensorId);
 
@@ -121,5 +119,26 @@ class Replay {
   std::vector<Camera> mMonitors;          // the library's, in its order
   std::map<std::int32_t, CameraState> mCameras;
 };
+
+// Why there is no more to read.
+struct ReadingEnd {
+  std::string error;  // empty at the end of the source
+  bool isInterrupted = false;
+};
+
+// Runs `read`, which reads a source to its end or throws Interrupted or UnusableInput.
+ReadingEnd ReadToTheEnd(std::function<void()> const& read);
+
+struct SessionListener {
+  // After each call.
+  std::function<void(recording::Call const& call, PlayedCall const& played)> onCall;
+  // Each frame in its order, once all samples of its readout are there.
+  std::function<void(Frame const& frame)> onFrame;
+};
+
+// Plays all calls of the session. Frames that were played come out even where the rest cannot be read. `camera` is that
+// of calls that name none; adds those that calls belong to to `cameras`.
+ReadingEnd PlaySession(recording::Session& session, Replay& replay, std::int32_t camera,
+                       std::set<std::int32_t>& cameras, SessionListener const& listener);
 
 }  // namespace shadingctl
