@@ -11,7 +11,6 @@
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/report/ResultDocument.h"
 #include "tools/shadingctl/report/WrappingTime.h"
-#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {

@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "tools/shadingctl/fit/FitFormats.h"
-#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {

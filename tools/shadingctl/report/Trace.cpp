@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "tools/shadingctl/report/WrappingTime.h"
-#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {

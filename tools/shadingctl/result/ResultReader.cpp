@@ -10,7 +10,6 @@
 
 #include "recording/CsvFile.h"
 #include "recording/InputFile.h"
-#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {
