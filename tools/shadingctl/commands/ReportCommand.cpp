@@ -2,7 +2,6 @@
 
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/report/Page.h"
-#include "tools/shadingctl/report/Trace.h"
 
 namespace shadingctl {
 namespace {

@@ -25,7 +25,6 @@
 #include "tools/shadingctl/dumps/HallDumpFolder.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/output/Progress.h"
 #include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/PlayedDevice.h"
 #include "tools/shadingctl/replay/Replay.h"
