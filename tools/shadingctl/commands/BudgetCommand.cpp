@@ -21,8 +21,7 @@ struct BudgetArguments {
   std::int64_t deliveryDelayUs = 1000;
   std::string sweep;  // empty: none
   bool checks = false;
-  Format format = Format::kTable;
-  std::string output;
+  ResultOptions result;
 };
 
 Budget BudgetOf(BudgetArguments const& arguments, double hallRateHz, std::int64_t exposureUs) {
@@ -80,12 +79,12 @@ int ShowBudget(BudgetArguments const& arguments) {
   RefuseMissing(arguments);
   RefuseLongExposure(arguments);
   std::vector<Budget> const budgets = BudgetsOf(arguments);
-  OutputFile output(arguments.output);
+  OutputFile output(arguments.result.output);
   Json const document = BudgetsJson(budgets);
-  output.Write(arguments.format == Format::kJson  ? JsonText(document)
-               : arguments.format == Format::kCsv ? CsvText(document["budgets"])
-               : arguments.sweep.empty()          ? BudgetText(document)
-                                                  : BudgetsTable(document));
+  output.Write(arguments.result.format == Format::kJson  ? JsonText(document)
+               : arguments.result.format == Format::kCsv ? CsvText(document["budgets"])
+               : arguments.sweep.empty()                 ? BudgetText(document)
+                                                         : BudgetsTable(document));
   output.Finish();
   bool const fits =
       std::all_of(budgets.begin(), budgets.end(), [](Budget const& budget) { return budget.bothEndsNear >= 1; });
@@ -107,7 +106,7 @@ void AddOptions(CLI::App& command, BudgetArguments& arguments) {
       ->check(CLI::IsMember({"exposure", "hall-rate"}));
   command.add_flag("--check", arguments.checks,
                    "Exit code 1 unless both ends of every frame's search interval are near a sample");
-  AddResultOptions(command, arguments.format, arguments.output);
+  AddResultOptions(command, arguments.result);
 }
 
 }  // namespace

@@ -14,7 +14,6 @@ namespace {
 constexpr char const* kFeature = "FeatureOisCompensationSupport";
 constexpr char const* kKey = "sensorMaps";
 constexpr char const* kLogProperty = "vendor.veyra.3a.lscutil.log";
-constexpr char const* kModeProperty = "vendor.debug.ois.hall.calculation";
 constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
 
 std::vector<Camera> SensorMap(desktop::DeviceSettings const& settings) {

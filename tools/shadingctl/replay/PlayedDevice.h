@@ -11,6 +11,8 @@
 
 namespace shadingctl {
 
+constexpr char kModeProperty[] = "vendor.debug.ois.hall.calculation";  // how the library reduces a span
+
 struct Camera {
   std::int32_t sensorId = 0;
   std::int32_t sensorType = 0;

@@ -228,8 +228,8 @@ std::int64_t Replay::AskSilently(CameraState state, std::int32_t type, recording
 // The vectors of a frame without a position hold what the host left in them, which is its own affair.
 bool Replay::IsAsRecorded(recording::CalcOisValue::Answer const& recorded, CameraState const& state,
                           FrameResult const& row) {
-  bool const hasPosition = row.match == Match::kStart || row.match == Match::kCarried;
-  bool const positionIsSame = !hasPosition || (IsSame(recorded.hallX, row.hallX) && IsSame(recorded.hallY, row.hallY));
+  bool const positionIsSame =
+      !row.HasNewPosition() || (IsSame(recorded.hallX, row.hallX) && IsSame(recorded.hallY, row.hallY));
   bool const isAsRecorded = recorded.matched == (state.matched != 0) && positionIsSame;
   if (isAsRecorded) return true;
   Complain(
@@ -251,24 +251,24 @@ ReadingEnd ReadToTheEnd(std::function<void()> const& read) {
   return {};
 }
 
-ReadingEnd PlaySession(recording::Session& session, Replay& replay, std::int32_t camera,
-                       std::set<std::int32_t>& cameras, SessionListener const& listener) {
+ReadingEnd PlaySession(recording::Session& session, Replay& replay,
+                       std::function<void(PlayedCall const& played)> const& onCall,
+                       std::function<void(Frame const& frame)> const& onFrame) {
   PendingFrames pending;
   ReadingEnd const end = ReadToTheEnd([&] {
     for (recording::Call call;;) {
       if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
       if (!session.Next(call)) return;
-      cameras.insert(call.camera.value_or(camera));
-      if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
-        for (auto const& sample : update->batch) pending.AddSample(call.camera.value_or(camera), sample);
-      }
       PlayedCall const played = replay.Play(call);
-      listener.onCall(call, played);
+      if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
+        for (auto const& sample : update->batch) pending.AddSample(played.camera, sample);
+      }
+      onCall(played);
       if (played.frame) pending.Add(played.frame->frame);
-      while (auto const frame = pending.Take()) listener.onFrame(*frame);
+      while (auto const frame = pending.Take()) onFrame(*frame);
     }
   });
-  while (auto const frame = pending.TakeAnyway()) listener.onFrame(*frame);
+  while (auto const frame = pending.TakeAnyway()) onFrame(*frame);
   return end;
 }
 

@@ -6,7 +6,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -129,16 +128,10 @@ struct ReadingEnd {
 // Runs `read`, which reads a source to its end or throws Interrupted or UnusableInput.
 ReadingEnd ReadToTheEnd(std::function<void()> const& read);
 
-struct SessionListener {
-  // After each call.
-  std::function<void(recording::Call const& call, PlayedCall const& played)> onCall;
-  // Each frame in its order, once all samples of its readout are there.
-  std::function<void(Frame const& frame)> onFrame;
-};
-
-// Plays all calls of the session. Frames that were played come out even where the rest cannot be read. `camera` is that
-// of calls that name none; adds those that calls belong to to `cameras`.
-ReadingEnd PlaySession(recording::Session& session, Replay& replay, std::int32_t camera,
-                       std::set<std::int32_t>& cameras, SessionListener const& listener);
+// Plays all calls of the session. `onCall` gets each call after it was made, `onFrame` each frame in its order, once
+// all samples of its readout are there. Frames that were played come out even where the rest cannot be read.
+ReadingEnd PlaySession(recording::Session& session, Replay& replay,
+                       std::function<void(PlayedCall const& played)> const& onCall,
+                       std::function<void(Frame const& frame)> const& onFrame);
 
 }  // namespace shadingctl

@@ -17,18 +17,6 @@ namespace {
 constexpr std::uint32_t kLongestUs = 4'000'000;  // of exposures and readouts; the latter are 32 bits of ns
 constexpr double kLargestScale = 1e9;
 
-// Adds an option whose value is one of a few names.
-template <class Value, class Target>
-CLI::Option* AddChoice(CLI::App& command, std::string const& name, std::map<std::string, Value> const& values,
-                       Target& target, std::string const& description) {
-  std::vector<std::string> names;
-  for (auto const& [text, value] : values) names.push_back(text);
-  return command
-      .add_option_function<std::string>(
-          name, [&target, values](std::string const& text) { target = values.at(text); }, description)
-      ->check(CLI::IsMember(names));
-}
-
 void AddMapping(std::vector<std::string> const& texts, std::map<std::string, std::string>& columns) {
   for (std::string const& text : texts) {
     std::size_t const equals = text.find('=');
@@ -78,7 +66,7 @@ void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& f
                          ->type_name("FILE")
                          ->needs(frames);
   auto* const frameTime =
-      AddChoice<bool>(command, "--frame-time", {{"start", true}, {"end", false}}, arguments.timesAreStarts,
+      AddChoice<bool>(command, "--frame-time", {{"end", false}, {"start", true}}, arguments.timesAreStarts,
                       "Whether a frame's time is the start of its first line's exposure, or its end")
           ->needs(frames);
   frames->needs(hall)->needs(frameTime);
@@ -127,7 +115,7 @@ void AddImportOptions(CLI::App& command, ImportArguments& arguments) {
       ->check(RefuseStandardStream);
   command.add_flag("--force", arguments.force, "Replace a recording that is there already");
   command.add_flag("--salvage", arguments.salvage, "Of a file that is cut short, take what is whole");
-  AddChoice<ImportForm>(command, "--form", {{"pb3", ImportForm::kVideo}, {"log", ImportForm::kLog}}, arguments.form,
+  AddChoice<ImportForm>(command, "--form", {{"log", ImportForm::kLog}, {"pb3", ImportForm::kVideo}}, arguments.form,
                         "What FILE is, whatever its name")
       ->needs(file);
 
