@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <filesystem>
 
 #include "hosting/UnusableInput.h"
@@ -106,9 +105,7 @@ void AddOptions(CLI::App& command, CalibrationArguments& arguments) {
                 "Every camera of the device. Without it and --camera, the built-in device shows those with sound data")
       ->excludes(camera);
   AddResultOptions(command, arguments.result);
-  command.add_option("--raw", arguments.raw, "Write the camera's block to this file, as handed out")
-      ->type_name("FILE")
-      ->needs(camera);
+  AddFile(command, "--raw", arguments.raw, "Write the camera's block to this file, as handed out")->needs(camera);
   AddHostOptions(command, arguments.host);
 }
 

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <tuple>
 
 #include "hosting/QuotedText.h"

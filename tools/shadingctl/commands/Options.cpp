@@ -17,8 +17,7 @@ int ExitCodeOf(ReadingEnd const& end) {
 
 void AddOutput(CLI::App& command, std::string& output) {
   output = kStandardOutput;
-  command.add_option("-o,--output", output, "Write the result to this file when it is complete; - is standard output")
-      ->type_name("FILE");
+  AddFile(command, "-o,--output", output, "Write the result to this file when it is complete; - is standard output");
 }
 
 void AddResultOptions(CLI::App& command, ResultOptions& result, bool withCsv) {
@@ -34,8 +33,7 @@ void AddHostOptions(CLI::App& command, HostOptions& host) {
       .add_option("--device", host.device,
                   "Directory with device.json; by default that in VCAM_DEVICE, or else a built-in device")
       ->type_name("DIR");
-  command.add_option("--library", host.library, "The shading library; by default the one built beside the tool")
-      ->type_name("FILE");
+  AddFile(command, "--library", host.library, "The shading library; by default the one built beside the tool");
 }
 
 Host ChooseHost(HostOptions const& options) {

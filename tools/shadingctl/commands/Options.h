@@ -74,6 +74,12 @@ CLI::Option* AddChoice(CLI::App& command, std::string const& name, Values const&
   return command.add_option_function<std::string>(name, choose, description)->check(CLI::IsMember(names));
 }
 
+// Adds an option that names a file.
+inline CLI::Option* AddFile(CLI::App& command, std::string const& name, std::string& file,
+                            std::string const& description) {
+  return command.add_option(name, file, description)->type_name("FILE");
+}
+
 // -o,--output; `output` is kStandardOutput without the option.
 void AddOutput(CLI::App& command, std::string& output);
 

@@ -1,4 +1,3 @@
-#include <algorithm>
 
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/report/Page.h"

@@ -38,7 +38,7 @@ bool UsesColor(Color color, bool isTerminal) {
 }
 
 Progress::Progress(bool wanted, std::function<std::optional<std::uint64_t>()> total)
-    : mWanted(wanted && isatty(STDERR_FILENO) == 1), mAskTotal(std::move(total)), mNextDraw(mStart + kPatience) {}
+    : mWanted(wanted && isatty(STDERR_FILENO) == 1), mAskTotal(std::move(total)), mNextDraw(Clock::now() + kPatience) {}
 
 Progress::~Progress() {
   if (mShown) std::fputs("\r\033[K", stderr);

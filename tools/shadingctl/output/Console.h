@@ -50,7 +50,6 @@ class Progress {
   std::optional<std::uint64_t> mTotal;
   std::uint64_t mDone = 0;
   bool mShown = false;
-  Clock::time_point const mStart = Clock::now();
   Clock::time_point mNextDraw;
 };
 

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <string_view>
 
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/report/WrappingTime.h"

@@ -76,17 +76,7 @@ class JsonResult {
   bool end_object() { return Close(); }
   bool start_array(std::size_t /*size*/) { return Open(Shape::kList); }
   bool end_array() { return Close(); }
-  bool key(std::string& name) { return TakeKey(name); }
-  bool parse_error(std::size_t /*position*/, std::string const& /*token*/, Json::exception const& error) {
-    constexpr std::size_t kEnough = 200;
-    std::string const text = error.what();  // "[json.exception.NAME.NUMBER] REASON"
-    throw hosting::UnusableInput(
-        fmt::format("{}: expected JSON: {}", mBytes.Name(), text.substr(text.find("] ") + 2, kEnough)));
-  }
-  // NOLINTEND(readability-identifier-naming)
-
- private:
-  bool TakeKey(std::string& name) {
+  bool key(std::string& name) {
     mBytes.EndValue();
     mKey = std::move(name);
     if (mParts.size() == 1) mMember = mKey;
@@ -101,7 +91,15 @@ class JsonResult {
     if (members < kMostMembers) return true;
     Refuse(mParts.size() == 1 ? "" : mMember, fmt::format("at most {} members in an object", kMostMembers), "more");
   }
+  bool parse_error(std::size_t /*position*/, std::string const& /*token*/, Json::exception const& error) {
+    constexpr std::size_t kEnough = 200;
+    std::string const text = error.what();  // "[json.exception.NAME.NUMBER] REASON"
+    throw hosting::UnusableInput(
+        fmt::format("{}: expected JSON: {}", mBytes.Name(), text.substr(text.find("] ") + 2, kEnough)));
+  }
+  // NOLINTEND(readability-identifier-naming)
 
+ private:
   bool Take(Json value) {
     mBytes.EndValue();
     Part const part = PartOf(Shape::kScalar, value);

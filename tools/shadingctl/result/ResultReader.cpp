@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "recording/CsvFile.h"
-#include "recording/InputFile.h"
 
 namespace shadingctl {
 namespace {

@@ -82,10 +82,6 @@ std::size_t BreakAt(std::string_view text, std::size_t width) {
   return blank == std::string_view::npos || blank == 0 ? width : blank;
 }
 
-std::string ModeText(std::string const& mode) {
-  return mode == "middle" ? "middle (of an even number the lower one)" : mode;
-}
-
 char const* ColorOf(Match match) {
   switch (match) {
     case Match::kStart:
@@ -113,12 +109,12 @@ class TableWriter : public ResultWriter {
   void Begin(ReplaySettings const& settings) override {
     mShowsCamera = !settings.camera;
     mShowsRows = !settings.rows.none;
-    mOutput.Write(fmt::format("{}: {}{}, {}, mode {}, log level {}{}\n\n", hosting::Escaped(settings.session),
+    mOutput.Write(fmt::format("{}: {}{}, {}, mode {}{}, log level {}{}\n\n", hosting::Escaped(settings.session),
                               settings.camera ? fmt::format("camera {}", *settings.camera) : "cameras as recorded",
                               settings.sensorType ? fmt::format(", sensor type {}", *settings.sensorType) : "",
                               settings.type ? fmt::format("frame type {}", *settings.type) : "frame types as recorded",
-                              ModeText(settings.mode), settings.logLevel,
-                              settings.resetMatched ? ", flag cleared before each frame" : ""));
+                              settings.mode, settings.mode == "middle" ? " (of an even number the lower one)" : "",
+                              settings.logLevel, settings.resetMatched ? ", flag cleared before each frame" : ""));
   }
 
   void Add(FrameResult const& r) override {

@@ -1,11 +1,8 @@
 #include "tools/shadingctl/commands/import/ImportOptions.h"
 
-#include <CLI/CLI.hpp>
 #include <limits>
 #include <set>
-#include <string>
 #include <string_view>
-#include <utility>
 
 #include "HelpTexts.h"  // generated
 #include "tools/shadingctl/commands/Commands.h"
@@ -59,12 +56,9 @@ void RefuseAmbiguousFields(ImportArguments const& arguments) {
 
 // Those of a file of frames and a file of samples.
 void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& file) {
-  auto* const frames = command.add_option("--frames", arguments.framesFile, "CSV file of the frames")
-                           ->type_name("FILE")
-                           ->excludes(&file);
-  auto* const hall = command.add_option("--hall", arguments.hallFile, "CSV file of the stabiliser's samples")
-                         ->type_name("FILE")
-                         ->needs(frames);
+  auto* const frames = AddFile(command, "--frames", arguments.framesFile, "CSV file of the frames")->excludes(&file);
+  auto* const hall =
+      AddFile(command, "--hall", arguments.hallFile, "CSV file of the stabiliser's samples")->needs(frames);
   auto* const frameTime =
       AddChoice<bool>(command, "--frame-time", {{"end", false}, {"start", true}}, arguments.timesAreStarts,
                       "Whether a frame's time is the start of its first line's exposure, or its end")

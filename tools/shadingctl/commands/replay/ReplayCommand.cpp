@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <limits>
 
 #include "hosting/LibraryNumbers.h"
@@ -51,12 +50,9 @@ void AddRowOptions(CLI::App& command, ReplayArguments& arguments) {
 
 void AddCheckOptions(CLI::App& command, ReplayArguments& arguments) {
   Gates& gates = arguments.gates;
-  command
-      .add_option(
-          "--check", arguments.golden,
+  AddFile(command, "--check", arguments.golden,
           "Compare the rows with this result of a former replay, CSV or JSON, in the columns that it has; exit code 1 "
-          "where they differ")
-      ->type_name("FILE");
+          "where they differ");
   command.add_flag("--digest", arguments.digest, "Tell the 128-bit XXH3 of the rows as CSV (xxh128sum)");
   AddNumber(command, "--fail-below", gates.failBelowPercent, 0.0, 100.0,
             "Exit code 1 unless so many per cent of the frames after the warm-up have both ends near a sample");
@@ -132,13 +128,10 @@ void AddOptions(CLI::App& command, ReplayArguments& arguments) {
   dump->needs(dumpDirectory);
   dumpDirectory->needs(dump)->type_name("DIR");
   AddHostOptions(command, arguments.host);
-  command.add_option("--log", arguments.log, "Write every message of the library to this file; - is standard output")
-      ->type_name("FILE");
+  AddFile(command, "--log", arguments.log, "Write every message of the library to this file; - is standard output");
   AddRowOptions(command, arguments);
-  command
-      .add_option("--report", arguments.report,
-                  "Write the page of this replay to this file as well, with all its frames and samples")
-      ->type_name("FILE");
+  AddFile(command, "--report", arguments.report,
+          "Write the page of this replay to this file as well, with all its frames and samples");
   command.add_flag("--samples", settings.samples, "JSON holds every batch of samples as well, for report and trace");
   AddCheckOptions(command, arguments);
 }

@@ -2,7 +2,6 @@
 
 #include <fmt/ranges.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <set>
@@ -64,13 +63,6 @@ std::string ModeOf(desktop::DeviceSettings const& settings) {
 std::unique_ptr<recording::Session> OpenSession(std::string const& recording, bool keepsPlace) {
   if (recording.empty()) return std::make_unique<SyntheticSession>(SyntheticOptions{});
   return recording::OpenRecording(keepsPlace ? std::filesystem::absolute(recording).string() : recording);
-}
-
-MessageSink SinkInto(std::optional<OutputFile>& log) {
-  if (!log) return {};
-  return [&log](std::optional<std::uint32_t> frame, std::string_view message) {
-    log->WriteQuietly(frame ? fmt::format("{}: {}\n", *frame, message) : fmt::format("-: {}\n", message));
-  };
 }
 
 // The page holds all frames and samples, whatever the rows show.
@@ -143,13 +135,6 @@ void PlayAll(ReplayRun& run, recording::Session& session, Replay& replay, std::i
   run.complaint = replay.Complaint();
 }
 
-void RefuseOverwritingInputs(ReplayArguments const& arguments, Host const& host) {
-  std::vector<std::string> inputs = FilesOf(host);
-  if (!arguments.recording.empty()) AddRecordingFiles(arguments.recording, inputs);
-  inputs.push_back(arguments.golden);
-  RefuseOverwriting(inputs, {arguments.result.output, arguments.log, arguments.report});
-}
-
 Replay::Options OptionsFrom(ReplayArguments const& arguments, Camera const& camera, std::string const& library) {
   ReplaySettings const& settings = arguments.settings;
   Replay::Options options;
@@ -183,7 +168,10 @@ ReplaySettings SettingsOf(ReplaySettings settings, recording::Session const& ses
 
 int RunReplay(ReplayArguments const& arguments) {
   Host const host = ChooseHost(arguments.host);
-  RefuseOverwritingInputs(arguments, host);
+  std::vector<std::string> inputs = FilesOf(host);
+  if (!arguments.recording.empty()) AddRecordingFiles(arguments.recording, inputs);
+  inputs.push_back(arguments.golden);
+  RefuseOverwriting(inputs, {arguments.result.output, arguments.log, arguments.report});
   std::unique_ptr<recording::Session> const session = OpenSession(arguments.recording, !arguments.dumps.empty());
   desktop::Device& device = desktop::Device::Get();
   desktop::DeviceSettings const settings = SettingsFor(arguments, session->Settings(), host.settings);
@@ -207,7 +195,9 @@ int RunReplay(ReplayArguments const& arguments) {
   // A bar and rows on one terminal would garble each other.
   bool const terminalIsTaken = (!head.rows.none && output.IsTerminal()) || (log && log->IsTerminal());
   {
-    Replay replay(library, device, options, SinkInto(log));
+    Replay replay(library, device, options, [&](std::optional<std::uint32_t> frame, std::string_view message) {
+      if (log) log->WriteQuietly(fmt::format("{}: {}\n", frame ? std::to_string(*frame) : "-", message));
+    });
     writer->Begin(head);
     PlayAll(run, *session, replay, camera.sensorId, *writer, page, !arguments.quiet && !terminalIsTaken);
   }
