@@ -19,8 +19,6 @@
 #include "tools/shadingctl/log/FrameMessages.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/report/Page.h"
-#include "tools/shadingctl/report/ResultDocument.h"
-#include "tools/shadingctl/report/Trace.h"
 #include "tools/shadingctl/result/ResultDiff.h"
 
 namespace {

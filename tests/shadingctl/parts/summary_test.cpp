@@ -7,7 +7,7 @@
 #include <iterator>
 #include <string>
 
-#include "tools/shadingctl/result/TableLayout.h"
+#include "tools/shadingctl/result/TableWriter.h"
 #include "tools/shadingctl/summary/Summaries.h"
 
 namespace shadingctl {

@@ -1,5 +1,5 @@
-#include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "tools/shadingctl/budget/Budget.h"
 #include "tools/shadingctl/budget/BudgetFormats.h"
@@ -21,71 +21,55 @@ struct BudgetArguments {
   std::int64_t deliveryDelayUs = 1000;
   std::string sweep;  // empty: none
   bool checks = false;
-  Format format = Format::kTable;
-  std::string output;
+  ResultOptions result;
 };
 
-Budget BudgetOf(BudgetArguments const& arguments, double hallRateHz, std::int64_t exposureUs) {
-  Timing timing;
-  timing.hallIntervalNs = std::llround(1e9 / hallRateHz);
-  timing.frameIntervalNs = std::llround(1e9 / arguments.frameRateHz);
-  timing.exposureNs = exposureUs * 1000;
-  timing.readoutNs = arguments.readoutUs * 1000;
-  timing.deliveryDelayNs = arguments.deliveryDelayUs * 1000;
-  return MakeBudget(timing);
-}
-
-// The values of a sweep and, where it is given, the one of the command line.
+// The values of a sweep and, where it is given, the one of the command line; without a sweep only that.
 template <class Number, std::size_t N>
-std::vector<Number> Values(Number const (&swept)[N], std::optional<Number> const& given) {
-  std::vector<Number> values(swept, swept + N);
-  if (given) values.push_back(*given);
-  std::sort(values.begin(), values.end());
-  values.erase(std::unique(values.begin(), values.end()), values.end());
+std::set<Number> Values(bool isSwept, Number const (&swept)[N], std::optional<Number> const& given) {
+  std::set<Number> values;
+  if (isSwept) values.insert(swept, swept + N);
+  if (given) values.insert(*given);
   return values;
 }
 
 std::vector<Budget> BudgetsOf(BudgetArguments const& arguments) {
+  bool const sweepsExposure = arguments.sweep == "exposure";
   std::vector<Budget> budgets;
-  if (arguments.sweep == "exposure") {
-    for (std::int64_t const us : Values(kSweptExposuresUs, arguments.exposureUs)) {
-      if (static_cast<double>(us) * arguments.frameRateHz > 1e6) break;
-      budgets.push_back(BudgetOf(arguments, *arguments.hallRateHz, us));
+  for (double const hz : Values(arguments.sweep == "hall-rate", kSweptRatesHz, arguments.hallRateHz)) {
+    for (std::int64_t const us : Values(sweepsExposure, kSweptExposuresUs, arguments.exposureUs)) {
+      if (sweepsExposure && static_cast<double>(us) * arguments.frameRateHz > 1e6) break;
+      Timing timing;
+      timing.hallIntervalNs = std::llround(1e9 / hz);
+      timing.frameIntervalNs = std::llround(1e9 / arguments.frameRateHz);
+      timing.exposureNs = us * 1000;
+      timing.readoutNs = arguments.readoutUs * 1000;
+      timing.deliveryDelayNs = arguments.deliveryDelayUs * 1000;
+      budgets.push_back(MakeBudget(timing));
     }
-  } else if (arguments.sweep == "hall-rate") {
-    for (double const hz : Values(kSweptRatesHz, arguments.hallRateHz)) {
-      budgets.push_back(BudgetOf(arguments, hz, *arguments.exposureUs));
-    }
-  } else {
-    budgets.push_back(BudgetOf(arguments, *arguments.hallRateHz, *arguments.exposureUs));
   }
   return budgets;
 }
 
-// No frame is exposed for longer than there is from one to the next.
-void RefuseLongExposure(BudgetArguments const& arguments) {
+// Only the swept option may be missing, and no frame is exposed for longer than there is from one to the next.
+void RefuseMissingOrTooLong(BudgetArguments const& arguments) {
+  if (!arguments.hallRateHz && arguments.sweep != "hall-rate") throw CLI::RequiredError("--hall-rate");
+  if (!arguments.exposureUs && arguments.sweep != "exposure") throw CLI::RequiredError("--exposure-us");
   auto const frameUs = static_cast<std::int64_t>(1e6 / arguments.frameRateHz);
   if (!arguments.exposureUs || *arguments.exposureUs <= frameUs) return;
   throw CLI::ValidationError("--exposure-us", fmt::format("expected at most {}, the time between two frames, found {}",
                                                           frameUs, *arguments.exposureUs));
 }
 
-// Only the swept option may be missing.
-void RefuseMissing(BudgetArguments const& arguments) {
-  if (!arguments.hallRateHz && arguments.sweep != "hall-rate") throw CLI::RequiredError("--hall-rate");
-  if (!arguments.exposureUs && arguments.sweep != "exposure") throw CLI::RequiredError("--exposure-us");
-}
-
 int ShowBudget(BudgetArguments const& arguments) {
-  RefuseMissing(arguments);
-  RefuseLongExposure(arguments);
+  RefuseMissingOrTooLong(arguments);
   std::vector<Budget> const budgets = BudgetsOf(arguments);
-  OutputFile output(arguments.output);
+  OutputFile output(arguments.result.output);
   Json const document = BudgetsJson(budgets);
-  output.Write(arguments.format == Format::kJson  ? JsonText(document)
-               : arguments.format == Format::kCsv ? CsvText(document["budgets"])
-               : arguments.sweep.empty()          ? BudgetText(document)
-                                                  : BudgetsTable(document));
+  output.Write(arguments.result.format == Format::kJson  ? JsonText(document)
+               : arguments.result.format == Format::kCsv ? CsvText(document["budgets"])
+               : arguments.sweep.empty()                 ? BudgetText(document)
+                                                         : BudgetsTable(document));
   output.Finish();
   bool const fits =
       std::all_of(budgets.begin(), budgets.end(), [](Budget const& budget) { return budget.bothEndsNear >= 1; });
@@ -107,7 +91,7 @@ void AddOptions(CLI::App& command, BudgetArguments& arguments) {
       ->check(CLI::IsMember({"exposure", "hall-rate"}));
   command.add_flag("--check", arguments.checks,
                    "Exit code 1 unless both ends of every frame's search interval are near a sample");
-  AddResultOptions(command, arguments.format, arguments.output);
+  AddResultOptions(command, arguments.result);
 }
 
 }  // namespace

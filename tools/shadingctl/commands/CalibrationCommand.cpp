@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <filesystem>
 
 #include "hosting/UnusableInput.h"
@@ -14,28 +13,26 @@ namespace {
 struct CalibrationArguments {
   std::optional<int> camera;
   bool all = false;
-  Format format = Format::kTable;
-  std::string output;
+  ResultOptions result;
   std::string raw;  // empty: nowhere
-  std::string device;
-  std::string library;
+  HostOptions host;
 };
 
-std::vector<int> CamerasToShow(CalibrationArguments const& arguments, ChosenDevice const& device) {
+std::vector<int> CamerasToShow(CalibrationArguments const& arguments, Host const& host) {
   if (arguments.camera) return {*arguments.camera};
-  std::vector<int> cameras = CamerasOf(device.settings);
-  if (!device.directory.empty() || arguments.all) return cameras;
+  std::vector<int> cameras = CamerasOf(host.settings);
+  if (!host.directory.empty() || arguments.all) return cameras;
   auto const isBroken = [](int camera) { return camera >= desktop::kBuiltInSoundCameras; };
   cameras.erase(std::remove_if(cameras.begin(), cameras.end(), isBroken), cameras.end());
   return cameras;
 }
 
 // The files that the command reads, as far as their names are known.
-std::vector<std::string> InputsOf(ChosenDevice const& device, std::string const& library) {
-  std::vector<std::string> inputs = FilesOf(device, library);
+std::vector<std::string> InputsOf(Host const& host) {
+  std::vector<std::string> inputs = FilesOf(host);
   std::error_code failure;
-  if (device.directory.empty()) return inputs;
-  for (auto const& entry : std::filesystem::directory_iterator(device.directory + "/eeprom", failure)) {
+  if (host.directory.empty()) return inputs;
+  for (auto const& entry : std::filesystem::directory_iterator(host.directory + "/eeprom", failure)) {
     inputs.push_back(entry.path().string());
   }
   return inputs;
@@ -55,12 +52,11 @@ void MountDumpFiles(std::string const& deviceDirectory) {
   if (!error.empty()) throw hosting::UnusableInput(error);
 }
 
-std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string const& libraryPath,
-                                      std::vector<int> const& indices) {
-  MountDumpFiles(chosen.directory);
+std::vector<CameraCalibration> AskAll(Host const& host, std::vector<int> const& indices) {
+  MountDumpFiles(host.directory);
   desktop::Device& device = desktop::Device::Get();
-  device.Configure(chosen.settings);
-  VeyraShadingUtil& library = LoadLibrary(libraryPath);
+  device.Configure(host.settings);
+  VeyraShadingUtil& library = LoadLibrary(host.library);
   std::vector<CameraCalibration> cameras;
   cameras.reserve(indices.size());
   for (int const index : indices) cameras.push_back(AskCalibration(library, device, index));
@@ -68,29 +64,26 @@ std::vector<CameraCalibration> AskAll(ChosenDevice const& chosen, std::string co
 }
 
 int RunCalibration(CalibrationArguments const& arguments) {
-  ChosenDevice device = ChooseDevice(arguments.device);
-  device.settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
-  std::vector<int> const indices = CamerasToShow(arguments, device);
+  Host host = ChooseHost(arguments.host);
+  host.settings.log = {false, true, 5};  // the tool reads the library's messages from the file sink
+  std::vector<int> const indices = CamerasToShow(arguments, host);
   if (indices.empty())
-    throw hosting::UnusableInput(fmt::format("{}: expected a device with cameras, found none", device.directory));
+    throw hosting::UnusableInput(fmt::format("{}: expected a device with cameras, found none", host.directory));
 
-  std::string const library = ChooseLibrary(arguments.library);
-  std::vector<std::string> outputs = {arguments.output};
-  if (!arguments.raw.empty()) outputs.push_back(arguments.raw);
-  RefuseOverwriting(InputsOf(device, library), outputs);
+  RefuseOverwriting(InputsOf(host), {arguments.result.output, arguments.raw});
   // Opened before anything is mounted: files below /mnt cannot be reached afterwards.
-  OutputFile output(arguments.output);
+  OutputFile output(arguments.result.output);
   std::optional<OutputFile> raw;
   if (!arguments.raw.empty()) raw.emplace(arguments.raw);
 
-  std::vector<CameraCalibration> const cameras = AskAll(device, library, indices);
-  bool const isBuiltIn = device.directory.empty();
-  std::string const name = isBuiltIn ? "the built-in device" : "the device in " + device.directory;
+  std::vector<CameraCalibration> const cameras = AskAll(host, indices);
+  bool const isBuiltIn = host.directory.empty();
+  std::string const name = isBuiltIn ? "the built-in device" : "the device in " + host.directory;
   Json const document = CalibrationJson(name, cameras);
-  output.Write(arguments.format == Format::kJson  ? JsonText(document)
-               : arguments.format == Format::kCsv ? CalibrationCsv(document)
-                                                  : CalibrationText(document));
-  if (isBuiltIn && !arguments.all && !arguments.camera && arguments.format == Format::kTable) {
+  output.Write(arguments.result.format == Format::kJson  ? JsonText(document)
+               : arguments.result.format == Format::kCsv ? CalibrationCsv(document)
+                                                         : CalibrationText(document));
+  if (isBuiltIn && !arguments.all && !arguments.camera && arguments.result.format == Format::kTable) {
     output.Write("\nThe built-in device has cameras with broken data as well: --all shows them.\n");
   }
   auto const& block = cameras.front().block;
@@ -111,11 +104,9 @@ void AddOptions(CLI::App& command, CalibrationArguments& arguments) {
       .add_flag("--all", arguments.all,
                 "Every camera of the device. Without it and --camera, the built-in device shows those with sound data")
       ->excludes(camera);
-  AddResultOptions(command, arguments.format, arguments.output);
-  command.add_option("--raw", arguments.raw, "Write the camera's block to this file, as handed out")
-      ->type_name("FILE")
-      ->needs(camera);
-  AddHostOptions(command, arguments.device, arguments.library);
+  AddResultOptions(command, arguments.result);
+  AddFile(command, "--raw", arguments.raw, "Write the camera's block to this file, as handed out")->needs(camera);
+  AddHostOptions(command, arguments.host);
 }
 
 }  // namespace

@@ -57,8 +57,8 @@ struct CommandEntry {
 
 constexpr char kImportDescription[] = "Make a recording of other data: CSV, VideoIMUCapture, a log";
 
-// All subcommands, in the order of --help.
-constexpr CommandEntry kCommands[] = {
+// All subcommands, in the order of --help. Inline, so that a program without them need not link them.
+inline constexpr CommandEntry kCommands[] = {
     {"replay", "Play a recorded or the built-in session to the library", AddReplayCommand},
     {"explain", "Say in plain words what became of a frame, and why", AddExplainCommand},
     {"diff", "Compare two results of a replay, frame by frame", AddDiffCommand},

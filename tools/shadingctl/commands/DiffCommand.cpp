@@ -18,8 +18,8 @@ int RunDiff(DiffArguments const& arguments) {
   RefuseOverwriting({arguments.a, arguments.b}, {arguments.output});
   OutputFile output(arguments.output);
   ResultDiff const diff = CompareResults(arguments.a, arguments.b, arguments.options);
-  TellOfLeftOut(diff.a);
-  TellOfLeftOut(diff.b);
+  TellOfLeftOut(diff.a.head);
+  TellOfLeftOut(diff.b.head);
   output.Write(DiffText(diff, arguments.a, arguments.b));
   output.Finish();
   return diff.IsSame() ? kExitDone : kExitDifference;

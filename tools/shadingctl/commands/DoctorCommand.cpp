@@ -17,8 +17,7 @@ namespace {
 
 struct DoctorArguments {
   std::string library;
-  Format format = Format::kTable;
-  std::string output;
+  ResultOptions result;
   std::string target;  // empty: any machine
   bool load = false;
 };
@@ -50,13 +49,13 @@ int RunDoctor(DoctorArguments const& arguments) {
   if (arguments.load && arguments.library == kStandardInput) {
     throw CLI::ValidationError("--load", "expected a file, found -, which is standard input");
   }
-  RefuseOverwriting({arguments.library}, {arguments.output});
+  RefuseOverwriting({arguments.library}, {arguments.result.output});
   ElfFile const file = ReadElf(ReadWhole(arguments.library), arguments.library, kTableName);
   std::vector<Finding> findings = Diagnose(file, arguments.target == "phone");
   if (arguments.load && IsShadingLibrary(file)) Load(arguments.library, findings);
-  OutputFile output(arguments.output);
+  OutputFile output(arguments.result.output);
   Json const json = DiagnosisJson(arguments.library, findings);
-  output.Write(arguments.format == Format::kJson ? JsonText(json) : DiagnosisText(json));
+  output.Write(arguments.result.format == Format::kJson ? JsonText(json) : DiagnosisText(json));
   output.Finish();
   return IsSound(findings) ? kExitDone : kExitDifference;
 }
@@ -66,7 +65,7 @@ void AddOptions(CLI::App& command, DoctorArguments& arguments) {
       .add_option("LIBRARY", arguments.library,
                   "The shared object, of this or of the phone's processor; - is standard input")
       ->required();
-  AddResultOptions(command, arguments.format, arguments.output, {"table", "json"});
+  AddResultOptions(command, arguments.result, false);
   command.add_option("--for", arguments.target, "Judge it for that machine too: a phone lacks a desktop's run time")
       ->check(CLI::IsMember({"phone"}));
   command.add_flag("--load", arguments.load, "Load it too, in a process of its own, and ask for its object");

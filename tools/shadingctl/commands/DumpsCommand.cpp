@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <tuple>
 
 #include "hosting/QuotedText.h"
@@ -11,8 +10,7 @@ namespace {
 
 struct DumpsArguments {
   std::vector<std::string> names;  // of files and directories
-  Format format = Format::kTable;
-  std::string output;
+  ResultOptions result;
   bool samples = false;
 };
 
@@ -51,9 +49,9 @@ int RunDumps(DumpsArguments const& arguments) {
   std::stable_sort(dumps.begin(), dumps.end(), IsBefore);
   std::vector<std::string> inputs;
   for (HallDump const& dump : dumps) inputs.push_back(dump.file);
-  RefuseOverwriting(inputs, {arguments.output});
-  OutputFile output(arguments.output);
-  WriteDumps(arguments.format, output, dumps, arguments.samples);
+  RefuseOverwriting(inputs, {arguments.result.output});
+  OutputFile output(arguments.result.output);
+  WriteDumps(arguments.result.format, output, dumps, arguments.samples);
   output.Finish();
   return exitCode;
 }
@@ -62,7 +60,7 @@ void AddOptions(CLI::App& command, DumpsArguments& arguments) {
   command.add_option("DIR", arguments.names, "Directories with dump files, as pulled from a phone, or files")
       ->required()
       ->check(RefuseStandardStream);
-  AddResultOptions(command, arguments.format, arguments.output);
+  AddResultOptions(command, arguments.result);
   command.add_flag("--samples", arguments.samples, "List the samples of each span too; JSON always does");
 }
 

@@ -1,5 +1,4 @@
 #include <filesystem>
-#include <set>
 
 #include "hosting/LibraryNumbers.h"
 #include "recording/InputFile.h"
@@ -8,8 +7,6 @@
 #include "tools/shadingctl/explain/ExplainWriter.h"
 #include "tools/shadingctl/explain/LogExplanation.h"
 #include "tools/shadingctl/replay/ForeignLibrary.h"
-#include "tools/shadingctl/replay/PlaySession.h"
-#include "tools/shadingctl/replay/PlayedSettings.h"
 #include "tools/shadingctl/replay/Replay.h"
 
 namespace shadingctl {
@@ -18,10 +15,8 @@ namespace {
 struct ExplainArguments {
   std::string source;
   std::optional<std::uint32_t> frame;
-  Format format = Format::kTable;
-  std::string output;
-  std::string device;
-  std::string library;
+  ResultOptions result;
+  HostOptions host;
 };
 
 ReplaySettings SettingsOf(std::string const& source, std::string const& library, std::string const& mode) {
@@ -50,35 +45,34 @@ int Finish(ExplainArguments const& arguments, ReadingEnd const& ending, std::str
   return report && report->different.count > 0 ? kExitDifference : kExitDone;
 }
 
-int ExplainLog(ExplainArguments const& arguments, ChosenDevice const& device, std::string const& library) {
+int ExplainLog(ExplainArguments const& arguments, Host const& host) {
   recording::LineReader log(arguments.source);
-  OutputFile output(arguments.output);
-  ExplainWriter writer(output, arguments.format, arguments.frame);
-  Recomputation recomputation(device.settings, library);
+  OutputFile output(arguments.result.output);
+  ExplainWriter writer(output, arguments.result.format, arguments.frame);
+  Recomputation recomputation(host.settings, host.library);
   Summaries summaries(hosting::kDetailLevel);
   LogExplanation explanation(log, &recomputation, summaries, [&](ExplainedCall const& call) { writer.Add(call); });
-  writer.Begin(SettingsOf(log.Name(), library, "as logged"));
+  writer.Begin(SettingsOf(log.Name(), host.library, "as logged"));
   ReadingEnd const ending = ReadToTheEnd([&] { explanation.Read(); });
   explanation.Finish();
   summaries.Close({}, 0);
   return Finish(arguments, ending, log.Name(), summaries, explanation.Report(), writer, output);
 }
 
-int ExplainRecording(ExplainArguments const& arguments, ChosenDevice const& chosen, std::string const& path) {
+int ExplainRecording(ExplainArguments const& arguments, Host const& host) {
   auto const session = recording::OpenRecording(arguments.source);
-  desktop::DeviceSettings const settings = PlayedSettings(chosen.settings, session->Settings(), hosting::kDetailLevel);
+  desktop::DeviceSettings const settings = PlayedSettings(host.settings, session->Settings(), hosting::kDetailLevel);
   desktop::Device& device = desktop::Device::Get();
   device.Configure(settings);
-  OutputFile output(arguments.output);
-  VeyraShadingUtil& library = LoadLibrary(path);
-  ExplainWriter writer(output, arguments.format, arguments.frame);
+  OutputFile output(arguments.result.output);
+  VeyraShadingUtil& library = LoadLibrary(host.library);
+  ExplainWriter writer(output, arguments.result.format, arguments.frame);
   Summaries summaries(hosting::kDetailLevel);
   Replay::Options options;
   options.camera = CameraOf(settings, std::nullopt).sensorId;
-  writer.Begin(SettingsOf(session->Name(), path, "as recorded"));
-  SessionListener listener;
-  listener.onCall = [&](recording::Call const&, PlayedCall const& played) { summaries.Add(played); };
-  listener.onFrame = [&](Frame const& frame) {
+  writer.Begin(SettingsOf(session->Name(), host.library, "as recorded"));
+  auto const onCall = [&](PlayedCall const& played) { summaries.Add(played); };
+  auto const onFrame = [&](Frame const& frame) {
     summaries.Of(frame.row.camera).AddComplete(frame.row);
     ExplainedCall explained;
     explained.frame = frame;
@@ -87,8 +81,7 @@ int ExplainRecording(ExplainArguments const& arguments, ChosenDevice const& chos
   ReadingEnd ending;
   {
     Replay replay(library, device, options, {});
-    std::set<std::int32_t> cameras;
-    ending = PlaySession(*session, replay, options.camera, cameras, listener);
+    ending = PlaySession(*session, replay, onCall, onFrame);
   }
   summaries.Close(session->Oddities(), 0);
   TellOfRecording(*session);
@@ -99,13 +92,12 @@ int Explain(ExplainArguments const& given) {
   ExplainArguments arguments = given;
   arguments.source = recording::RecordingDirectory(given.source);
   bool const isRecording = arguments.source != "-" && std::filesystem::is_directory(arguments.source);
-  ChosenDevice const device = ChooseDevice(arguments.device);
-  std::string const library = ChooseLibrary(arguments.library);
-  std::vector<std::string> inputs = FilesOf(device, library);
+  Host const host = ChooseHost(arguments.host);
+  std::vector<std::string> inputs = FilesOf(host);
   if (isRecording) AddRecordingFiles(arguments.source, inputs);
   if (!isRecording) inputs.push_back(arguments.source);
-  RefuseOverwriting(inputs, {arguments.output});
-  return isRecording ? ExplainRecording(arguments, device, library) : ExplainLog(arguments, device, library);
+  RefuseOverwriting(inputs, {arguments.result.output});
+  return isRecording ? ExplainRecording(arguments, host) : ExplainLog(arguments, host);
 }
 
 void AddOptions(CLI::App& command, ExplainArguments& arguments) {
@@ -115,8 +107,8 @@ void AddOptions(CLI::App& command, ExplainArguments& arguments) {
       ->required();
   AddNumber(command, "--frame", arguments.frame, std::uint32_t{0}, std::uint32_t{4294967295},
             "Explain only the frame of this number, step by step");
-  AddResultOptions(command, arguments.format, arguments.output);
-  AddHostOptions(command, arguments.device, arguments.library);
+  AddResultOptions(command, arguments.result);
+  AddHostOptions(command, arguments.host);
 }
 
 }  // namespace

@@ -14,16 +14,15 @@ struct FitArguments {
   std::optional<std::int32_t> camera;
   FitOptions fit;
   bool check = false;
-  Format format = Format::kTable;
-  std::string output;
+  ResultOptions result;
 };
 
 int Fit(FitArguments const& arguments) {
   std::string const& reference = arguments.reference.path;
   std::vector<std::string> inputs = {reference};
   AddRecordingFiles(recording::RecordingDirectory(arguments.recording), inputs);
-  RefuseOverwriting(inputs, {arguments.output});
-  OutputFile output(arguments.output);
+  RefuseOverwriting(inputs, {arguments.result.output});
+  OutputFile output(arguments.result.output);
   BenchSession const session = ReadBenchSession(arguments.recording, arguments.reference, arguments.camera);
   if (session.skipped > 0) Tell(fmt::format("{}: {} rows could not be read; left out", reference, session.skipped));
   for (std::string const& remark : session.remarks) Tell(remark);
@@ -33,9 +32,9 @@ int Fit(FitArguments const& arguments) {
   }
   ReferenceFit const fit = FitReference(session.samples, session.frames, arguments.fit);
   auto const document = FitDocument(fit, session);
-  output.Write(arguments.format == Format::kCsv    ? CsvText(FitRows(document))
-               : arguments.format == Format::kJson ? JsonText(document)
-                                                   : hosting::EscapedLines(FitText(document)));
+  output.Write(arguments.result.format == Format::kCsv    ? CsvText(FitRows(document))
+               : arguments.result.format == Format::kJson ? JsonText(document)
+                                                          : hosting::EscapedLines(FitText(document)));
   output.Finish();
   if (fit.refused) Tell(fmt::format("{}: {}", reference, fit.refused->text));
   if (fit.refused) return kExitUnusable;
@@ -74,7 +73,7 @@ void AddOptions(CLI::App& command, FitArguments& arguments) {
             "Of a recording with several cameras, the one that the reference shows");
   AddNumber(command, "--search-us", arguments.fit.searchUs, 5000.0, 200000.0,
             "The lag is sought from minus to plus this, and two frame intervals further");
-  AddResultOptions(command, arguments.format, arguments.output);
+  AddResultOptions(command, arguments.result);
 }
 
 }  // namespace

@@ -126,12 +126,9 @@ void AddTroubles(CLI::App& command, SyntheticOptions& session) {
             "Share of the batches that repeat all of the one before, which the library discards");
   AddTime(command, "--clock-offset-us", session.clock.offsetNs, -kMostClockUs, kMostClockUs,
           "The times of the samples are later by so much");
-  auto const setUnit = [&session](std::string const& unit) {
-    session.clock.unitNs = unit == "ms" ? 1000000 : unit == "us" ? 1000 : 1;
-  };
-  command.add_option_function<std::string>("--clock-unit", setUnit, "Unit of the samples' times, which should be ns")
-      ->default_str("ns")
-      ->check(CLI::IsMember({"ns", "us", "ms"}));
+  AddChoice<std::int64_t>(command, "--clock-unit", {{"ns", 1}, {"us", 1000}, {"ms", 1000000}}, session.clock.unitNs,
+                          "Unit of the samples' times, which should be ns")
+      ->default_str("ns");
   LensTrouble& lens = session.lens;
   AddNumber(command, "--end-stop", lens.endStop, 0.0, kMostHall, "The lens goes no further than this");
   AddNumber(command, "--grain", lens.grain, 0.0, kMostHall, "Positions are multiples of this");

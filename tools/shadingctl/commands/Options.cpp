@@ -2,13 +2,11 @@
 
 #include <stdlib.h>
 
-#include <map>
-
 #include "hosting/HostLibrary.h"
 #include "hosting/Interruption.h"
 #include "platform/desktop/DeviceFile.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/replay/PlaySession.h"
+#include "tools/shadingctl/replay/Replay.h"
 
 namespace shadingctl {
 
@@ -19,43 +17,37 @@ int ExitCodeOf(ReadingEnd const& end) {
 
 void AddOutput(CLI::App& command, std::string& output) {
   output = kStandardOutput;
-  command.add_option("-o,--output", output, "Write the result to this file when it is complete; - is standard output")
-      ->type_name("FILE");
+  AddFile(command, "-o,--output", output, "Write the result to this file when it is complete; - is standard output");
 }
 
-void AddResultOptions(CLI::App& command, Format& format, std::string& output, std::vector<std::string> const& formats) {
-  static std::map<std::string, Format> const kinds = {
+void AddResultOptions(CLI::App& command, ResultOptions& result, bool withCsv) {
+  std::vector<std::pair<std::string, Format>> formats = {
       {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
-  command
-      .add_option_function<std::string>(
-          "--format", [&format](std::string const& name) { format = kinds.at(name); }, "How to show the result")
-      ->default_str("table")
-      ->check(CLI::IsMember(formats));
-  AddOutput(command, output);
+  if (!withCsv) formats.erase(formats.begin() + 1);
+  AddChoice<Format>(command, "--format", formats, result.format, "How to show the result")->default_str("table");
+  AddOutput(command, result.output);
 }
 
-void AddHostOptions(CLI::App& command, std::string& device, std::string& library) {
+void AddHostOptions(CLI::App& command, HostOptions& host) {
   command
-      .add_option("--device", device,
+      .add_option("--device", host.device,
                   "Directory with device.json; by default that in VCAM_DEVICE, or else a built-in device")
       ->type_name("DIR");
-  command.add_option("--library", library, "The shading library; by default the one built beside the tool")
-      ->type_name("FILE");
+  AddFile(command, "--library", host.library, "The shading library; by default the one built beside the tool");
 }
 
-ChosenDevice ChooseDevice(std::string const& option) {
+Host ChooseHost(HostOptions const& options) {
   char const* const variable = getenv("VCAM_DEVICE");
-  std::string const directory = !option.empty() ? option : variable != nullptr ? variable : "";
+  std::string const directory = !options.device.empty() ? options.device : variable != nullptr ? variable : "";
   // The device reads the variable at its first use, and ends the process when that fails.
   unsetenv("VCAM_DEVICE");
-  return {directory, directory.empty() ? desktop::BuiltInDevice() : desktop::LoadDevice(directory)};
+  return {directory, directory.empty() ? desktop::BuiltInDevice() : desktop::LoadDevice(directory),
+          options.library.empty() ? hosting::DefaultLibraryPath() : options.library};
 }
 
-std::string ChooseLibrary(std::string const& option) { return option.empty() ? hosting::DefaultLibraryPath() : option; }
-
-std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& library) {
-  std::vector<std::string> files = {library};
-  if (!device.directory.empty()) files.push_back(device.directory + "/device.json");
+std::vector<std::string> FilesOf(Host const& host) {
+  std::vector<std::string> files = {host.library};
+  if (!host.directory.empty()) files.push_back(host.directory + "/device.json");
   return files;
 }
 

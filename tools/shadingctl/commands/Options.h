@@ -5,11 +5,13 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "platform/desktop/Device.h"
@@ -60,30 +62,55 @@ CLI::Option* AddNumber(CLI::App& command, std::string const& name, Target& targe
   return option;
 }
 
+// Adds an option whose value is one of these names, in their order.
+template <class Value, class Target, class Values = std::vector<std::pair<std::string, Value>>>
+CLI::Option* AddChoice(CLI::App& command, std::string const& name, Values const& values, Target& target,
+                       std::string const& description) {
+  std::vector<std::string> names;
+  for (auto const& known : values) names.push_back(known.first);
+  auto const choose = [&target, values](std::string const& text) {
+    target = std::find_if(values.begin(), values.end(), [&](auto const& known) { return known.first == text; })->second;
+  };
+  return command.add_option_function<std::string>(name, choose, description)->check(CLI::IsMember(names));
+}
+
+// Adds an option that names a file.
+inline CLI::Option* AddFile(CLI::App& command, std::string const& name, std::string& file,
+                            std::string const& description) {
+  return command.add_option(name, file, description)->type_name("FILE");
+}
+
 // -o,--output; `output` is kStandardOutput without the option.
 void AddOutput(CLI::App& command, std::string& output);
 
-// --format and --output.
-void AddResultOptions(CLI::App& command, Format& format, std::string& output,
-                      std::vector<std::string> const& formats = {"table", "csv", "json"});
-
-// --device and --library.
-void AddHostOptions(CLI::App& command, std::string& device, std::string& library);
-
-struct ChosenDevice {
-  std::string directory;  // empty: the built-in device
-  desktop::DeviceSettings settings;
+struct ResultOptions {
+  Format format = Format::kTable;
+  std::string output;
 };
 
-// The device that --device names, or else VCAM_DEVICE, or else the built-in one. The environment is not asked again.
-// Throws UnusableFile.
-ChosenDevice ChooseDevice(std::string const& option);
+// --format and --output.
+void AddResultOptions(CLI::App& command, ResultOptions& result, bool withCsv = true);
 
-// The library to load: that of the option, or the one built beside the tool.
-std::string ChooseLibrary(std::string const& option);
+struct HostOptions {
+  std::string device;
+  std::string library;
+};
 
-// The files that a host with these choices reads.
-std::vector<std::string> FilesOf(ChosenDevice const& device, std::string const& library);
+// --device and --library.
+void AddHostOptions(CLI::App& command, HostOptions& host);
+
+struct Host {
+  std::string directory;  // of the device; empty: the built-in one
+  desktop::DeviceSettings settings;
+  std::string library;
+};
+
+// The device that --device names, or else VCAM_DEVICE, or else the built-in one, and the library of the option, or the
+// one built beside the tool. The environment is not asked again. Throws UnusableFile.
+Host ChooseHost(HostOptions const& options);
+
+// The files that the host reads.
+std::vector<std::string> FilesOf(Host const& host);
 
 // Those of a recording in `directory`, of either version.
 void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files);

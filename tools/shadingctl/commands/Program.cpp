@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -52,15 +53,12 @@ std::string SuggestionFor(CLI::App const& app) {
     for (CLI::App const* const command : app.get_subcommands({})) candidates.push_back(command->get_name());
   }
   std::string const typed = unknown.front().substr(0, unknown.front().find('='));
-  std::string const* nearest = nullptr;
-  std::size_t least = 0;
+  std::map<std::size_t, std::string> near;  // by distance, the first of each
   for (std::string const& candidate : candidates) {
     std::size_t const distance = Distance(typed, candidate);
-    if (3 * distance > candidate.size() || (nearest != nullptr && distance >= least)) continue;
-    nearest = &candidate;
-    least = distance;
+    if (3 * distance <= candidate.size()) near.emplace(distance, candidate);
   }
-  return nearest == nullptr ? std::string() : "Did you mean " + *nearest + "?\n";
+  return near.empty() ? std::string() : "Did you mean " + near.begin()->second + "?\n";
 }
 
 // If the parent process has closed a standard stream, the first file opened would get its number. The placeholder is

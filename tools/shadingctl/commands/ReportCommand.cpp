@@ -1,8 +1,6 @@
-#include <algorithm>
 
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/report/Page.h"
-#include "tools/shadingctl/report/Trace.h"
 
 namespace shadingctl {
 namespace {

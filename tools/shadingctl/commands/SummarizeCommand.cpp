@@ -14,8 +14,7 @@ namespace {
 struct SummarizeArguments {
   std::vector<std::string> names;  // none: standard input lists them
   std::size_t worst = 10;
-  Format format = Format::kTable;
-  std::string output;
+  ResultOptions result;
 };
 
 void AddResult(Totals& totals, std::string const& name) {
@@ -34,21 +33,21 @@ void AddResult(Totals& totals, std::string const& name) {
 
 int Summarize(SummarizeArguments const& arguments) {
   if (arguments.names.empty() && isatty(STDIN_FILENO)) throw CLI::RequiredError("RESULT");
-  RefuseOverwriting(arguments.names, {arguments.output});
-  OutputFile output(arguments.output);
+  RefuseOverwriting(arguments.names, {arguments.result.output});
+  OutputFile output(arguments.result.output);
   Totals totals(arguments.worst);
   for (std::string const& name : arguments.names) AddResult(totals, name);
   if (arguments.names.empty()) {
     for (std::string name; std::getline(std::cin, name);) {
       if (name.empty()) continue;
-      RefuseOverwriting({name}, {arguments.output});
+      RefuseOverwriting({name}, {arguments.result.output});
       AddResult(totals, name);
     }
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
   }
   if (totals.Results() + totals.Unusable() == 0)
     throw hosting::UnusableInput("standard input: expected names of results, found none");
-  output.Write(arguments.format == Format::kJson ? totals.ToJson() : totals.Text());
+  output.Write(arguments.result.format == Format::kJson ? totals.ToJson() : totals.Text());
   output.Finish();
   if (totals.Unusable() + totals.Unfinished() > 0) return kExitUnusable;
   return totals.DifferentAnswers() > 0 ? kExitDifference : kExitDone;
@@ -59,7 +58,7 @@ void AddOptions(CLI::App& command, SummarizeArguments& arguments) {
                      "Files that replay --format json wrote; without one, standard input lists them, one a line");
   AddNumber(command, "--worst", arguments.worst, std::size_t{0}, std::size_t{10000},
             "How many cameras with the lowest match rates to name");
-  AddResultOptions(command, arguments.format, arguments.output, {"table", "json"});
+  AddResultOptions(command, arguments.result, false);
 }
 
 }  // namespace

@@ -14,7 +14,6 @@ namespace shadingctl {
 namespace {
 
 constexpr char const* kLogProperty = "vendor.veyra.3a.lscutil.log";
-constexpr char const* kModeProperty = "vendor.debug.ois.hall.calculation";
 constexpr int kSpanLevel = 1;     // at which the library tells the span
 constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
 constexpr unsigned int kFrame = 1;

@@ -12,7 +12,7 @@
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
 #include "tools/shadingctl/log/LoggedCalls.h"
-#include "tools/shadingctl/replay/DeviceCameras.h"
+#include "tools/shadingctl/replay/PlayedDevice.h"
 
 namespace shadingctl {
 

@@ -214,9 +214,11 @@ void OutputFile::Fail(int error) const {
 void RefuseOverwriting(std::vector<std::string> const& inputs, std::vector<std::string> const& outputs) {
   std::vector<Named> used;
   for (std::string const& input : inputs) {
+    if (input.empty()) continue;
     used.push_back(NameOf(input, "which is read", "/proc/self/fd/0", "standard input"));
   }
   for (std::string const& path : outputs) {
+    if (path.empty()) continue;
     Named const output = NameOf(path, "which is written too", kOutput, "standard output");
     for (Named const& other : used) RefuseIfSame(output, other);
     used.push_back(output);

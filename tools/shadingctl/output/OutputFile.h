@@ -77,7 +77,8 @@ class OutputFile {
 
 // Throws UnusableInput when one of `outputs` is the same file as one of `inputs` or another output, under whatever
 // name, or the file that standard output or standard error goes to. Opens nothing; files that do not exist yet are
-// compared by their path from the nearest directory that does. Devices may be named more than once.
+// compared by their path from the nearest directory that does. Devices may be named more than once; empty names are
+// passed over.
 void RefuseOverwriting(std::vector<std::string> const& inputs, std::vector<std::string> const& outputs);
 
 }  // namespace shadingctl

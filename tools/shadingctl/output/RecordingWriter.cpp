@@ -10,7 +10,6 @@
 #include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/output/OutputFile.h"
 
 namespace shadingctl {
 namespace {

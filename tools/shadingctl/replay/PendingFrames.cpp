@@ -2,20 +2,14 @@
 
 #include <cmath>
 #include <limits>
-#include <utility>
 
 #include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 namespace {
 
-// In the samples' own time.
-struct Interval {
-  std::int64_t firstUs = 0;
-  std::int64_t lastUs = 0;
-};
-
-Interval SampleTimes(FrameTimesTold const& times) {
+// The first and the last us, in the samples' own time.
+std::pair<std::int64_t, std::int64_t> SampleTimes(FrameTimesTold const& times) {
   std::uint64_t const startUs = times.startOfFrameUs + static_cast<std::uint64_t>(times.offsetUs);
   return {static_cast<std::int64_t>(startUs - kToleranceUs),
           static_cast<std::int64_t>(startUs + times.readoutUs + kToleranceUs)};
@@ -40,19 +34,19 @@ bool PendingFrames::IsComplete(FrameResult const& row) const {
   if (!row.times || !HasPosition(row) || mFrames.size() > kLongestWait) return true;
   auto const samples = mSamples.find(row.camera);
   return samples != mSamples.end() && !samples->second.empty() &&
-         std::get<0>(*samples->second.rbegin()) > SampleTimes(*row.times).lastUs + kRepeatedUs;
+         std::get<0>(*samples->second.rbegin()) > SampleTimes(*row.times).second + kRepeatedUs;
 }
 
 std::optional<double> PendingFrames::DistanceOf(FrameResult const& row) const {
   auto const samples = mSamples.find(row.camera);
   if (!row.times || !HasPosition(row) || samples == mSamples.end()) return std::nullopt;
-  Interval const own = SampleTimes(*row.times);
+  auto const [firstUs, lastUs] = SampleTimes(*row.times);
   constexpr float kLowest = std::numeric_limits<float>::lowest();
   double sumX = 0;
   double sumY = 0;
   std::uint64_t count = 0;
-  for (auto sample = samples->second.lower_bound({own.firstUs, kLowest, kLowest});
-       sample != samples->second.end() && std::get<0>(*sample) <= own.lastUs; ++sample) {
+  for (auto sample = samples->second.lower_bound({firstUs, kLowest, kLowest});
+       sample != samples->second.end() && std::get<0>(*sample) <= lastUs; ++sample) {
     sumX += static_cast<double>(std::get<1>(*sample));
     sumY += static_cast<double>(std::get<2>(*sample));
     ++count;

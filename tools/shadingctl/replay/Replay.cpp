@@ -7,7 +7,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "tools/shadingctl/frame/Frame.h"
+#include "hosting/Interruption.h"
+#include "hosting/UnusableInput.h"
+#include "tools/shadingctl/replay/PendingFrames.h"
 
 namespace shadingctl {
 namespace {
@@ -19,21 +21,9 @@ constexpr int kCarriedFlag = 2;
 // One computation in so many is made at log level 0 as well, to measure it: enough for a median, and no burden.
 constexpr std::uint64_t kSilentInterval = 10;
 
-class Stopwatch {
- public:
-  std::int64_t PassedNs() const {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - mStart).count();
-  }
+using Clock = std::chrono::steady_clock;
 
- private:
-  std::chrono::steady_clock::time_point mStart = std::chrono::steady_clock::now();
-};
-
-CalcOISValueInput InputOf(recording::CalcOisValue const& calc) {
-  auto const& pairs = calc.pairs;
-  return {pairs[0].timestampNs, pairs[1].timestampNs, pairs[2].timestampNs,
-          pairs[0].exposureNs,  pairs[1].exposureNs,  pairs[2].exposureNs};
-}
+std::int64_t NsSince(Clock::time_point start) { return std::chrono::nanoseconds(Clock::now() - start).count(); }
 
 // Every position is a single-precision number, however it is kept.
 bool IsSame(std::optional<float> recorded, std::optional<double> answered) {
@@ -50,7 +40,9 @@ std::string TextOf(std::optional<Number> position) {
 Replay::Replay(VeyraShadingUtil& library, desktop::Device& device, Options const& options, MessageSink sink)
     : mLibrary(library), mDevice(device), mOptions(options), mSink(std::move(sink)) {
   mDevice.ListenToLog([this](desktop::LogMessage const& message) {
-    if (message.sink == desktop::Sink::kSystemLog) Listen(message.text);
+    if (!mIsListening || message.sink != desktop::Sink::kSystemLog) return;
+    mMessages.Add(message.text);
+    if (mSink) mSink(mFrame, message.text);
   });
 }
 
@@ -58,12 +50,6 @@ Replay::~Replay() {
   BeginCall(std::nullopt);
   for (Camera const& monitor : mMonitors) mLibrary.StopSensorMonitor(monitor.sensorId, monitor.sensorType);
   mDevice.ListenToLog({});
-}
-
-void Replay::Listen(std::string_view message) {
-  if (!mIsListening) return;
-  mMessages.Add(message);
-  if (mSink) mSink(mFrame, message);
 }
 
 void Replay::BeginCall(std::optional<std::uint32_t> frame) {
@@ -165,9 +151,9 @@ PlayedUpdate Replay::Play(std::int32_t sensorId, recording::UpdateSensorData con
   if (monitor != mMonitors.end()) {
     mDevice.QueueSamples(fmt::format("OIS_MONITOR-{}-{}", monitor->sensorId, monitor->sensorType), update.batch);
   }
-  Stopwatch const watch;
+  auto const start = Clock::now();
   mLibrary.UpdateSensorData(sensorId, update.frame, update.timestampNs);
-  std::int64_t const updateNs = watch.PassedNs();
+  std::int64_t const updateNs = NsSince(start);
   CameraState& state = mCameras[sensorId];
   ++state.updates;
   state.delivered += update.batch.size();
@@ -190,15 +176,11 @@ PlayedFrame Replay::Play(std::int32_t sensorId, recording::CalcOisValue const& c
   outcome.updates = state.updates;
   outcome.delivered = state.delivered;
   outcome.hasBeenWarm = state.hasBeenWarm;
-  int const* const logLevel = mOptions.switches.logLevel;
+  int const* const logLevel = mOptions.switches.front();
   if (logLevel != nullptr && *logLevel != 0 && mCalculations++ % kSilentInterval == 0) {
     played.silentNs = AskSilently(state, type, calc, sensorId);
   }
-  CalcOISValueInput input = InputOf(calc);
-  Stopwatch const watch;
-  mLibrary.CalcOISValue(static_cast<CustShadingType>(type), input, &state.hallX, &state.hallY, calc.frame, sensorId,
-                        state.matched);
-  played.calculateNs = watch.PassedNs();
+  played.calculateNs = Calculate(state, type, calc, sensorId);
   outcome.startFound = state.matched == 1;
 
   state.hasBeenWarm = state.hasBeenWarm || HistoryOf(outcome, mMessages) >= kWindowSize;
@@ -213,32 +195,41 @@ PlayedFrame Replay::Play(std::int32_t sensorId, recording::CalcOisValue const& c
   return played;
 }
 
+// Answers how long the library took.
+std::int64_t Replay::Calculate(CameraState& state, std::int32_t type, recording::CalcOisValue const& calc,
+                               std::int32_t sensorId) {
+  auto const& pairs = calc.pairs;
+  CalcOISValueInput input = {pairs[0].timestampNs, pairs[1].timestampNs, pairs[2].timestampNs,
+                             pairs[0].exposureNs,  pairs[1].exposureNs,  pairs[2].exposureNs};
+  auto const start = Clock::now();
+  mLibrary.CalcOISValue(static_cast<CustShadingType>(type), input, &state.hallX, &state.hallY, calc.frame, sensorId,
+                        state.matched);
+  return NsSince(start);
+}
+
 // The computation as it is to come, on a copy of the caller's state, without messages and dumps. The library keeps
 // nothing of a computation.
 std::int64_t Replay::AskSilently(CameraState state, std::int32_t type, recording::CalcOisValue const& calc,
                                  std::int32_t sensorId) {
-  LibrarySwitches const& switches = mOptions.switches;
-  int const logLevel = std::exchange(*switches.logLevel, 0);
-  int const previewDump = switches.previewDump == nullptr ? 0 : std::exchange(*switches.previewDump, 0);
-  int const captureDump = switches.captureDump == nullptr ? 0 : std::exchange(*switches.captureDump, 0);
+  std::array<int, 3> others = {};
+  auto const exchange = [&] {
+    for (std::size_t i = 0; i < others.size(); ++i) {
+      if (mOptions.switches[i] != nullptr) std::swap(*mOptions.switches[i], others[i]);
+    }
+  };
+  exchange();
   mIsListening = false;
-  CalcOISValueInput input = InputOf(calc);
-  Stopwatch const watch;
-  mLibrary.CalcOISValue(static_cast<CustShadingType>(type), input, &state.hallX, &state.hallY, calc.frame, sensorId,
-                        state.matched);
-  std::int64_t const calculateNs = watch.PassedNs();
+  std::int64_t const calculateNs = Calculate(state, type, calc, sensorId);
   mIsListening = true;
-  *switches.logLevel = logLevel;
-  if (switches.previewDump != nullptr) *switches.previewDump = previewDump;
-  if (switches.captureDump != nullptr) *switches.captureDump = captureDump;
+  exchange();
   return calculateNs;
 }
 
 // The vectors of a frame without a position hold what the host left in them, which is its own affair.
 bool Replay::IsAsRecorded(recording::CalcOisValue::Answer const& recorded, CameraState const& state,
                           FrameResult const& row) {
-  bool const hasPosition = row.match == Match::kStart || row.match == Match::kCarried;
-  bool const positionIsSame = !hasPosition || (IsSame(recorded.hallX, row.hallX) && IsSame(recorded.hallY, row.hallY));
+  bool const positionIsSame =
+      !row.HasNewPosition() || (IsSame(recorded.hallX, row.hallX) && IsSame(recorded.hallY, row.hallY));
   bool const isAsRecorded = recorded.matched == (state.matched != 0) && positionIsSame;
   if (isAsRecorded) return true;
   Complain(
@@ -247,6 +238,38 @@ bool Replay::IsAsRecorded(recording::CalcOisValue::Answer const& recorded, Camer
                   row.camera, row.frame, recorded.matched ? 1 : 0, TextOf(recorded.hallX), TextOf(recorded.hallY),
                   state.matched != 0 ? 1 : 0, TextOf(row.hallX), TextOf(row.hallY)));
   return false;
+}
+
+ReadingEnd ReadToTheEnd(std::function<void()> const& read) {
+  try {
+    read();
+  } catch (hosting::Interrupted const& interrupted) {
+    return {interrupted.what(), true};
+  } catch (hosting::UnusableInput const& unusable) {
+    return {unusable.what(), false};
+  }
+  return {};
+}
+
+ReadingEnd PlaySession(recording::Session& session, Replay& replay,
+                       std::function<void(PlayedCall const& played)> const& onCall,
+                       std::function<void(Frame const& frame)> const& onFrame) {
+  PendingFrames pending;
+  ReadingEnd const end = ReadToTheEnd([&] {
+    for (recording::Call call;;) {
+      if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+      if (!session.Next(call)) return;
+      PlayedCall const played = replay.Play(call);
+      if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
+        for (auto const& sample : update->batch) pending.AddSample(played.camera, sample);
+      }
+      onCall(played);
+      if (played.frame) pending.Add(played.frame->frame);
+      while (auto const frame = pending.Take()) onFrame(*frame);
+    }
+  });
+  while (auto const frame = pending.TakeAnyway()) onFrame(*frame);
+  return end;
 }
 
 }  // namespace shadingctl

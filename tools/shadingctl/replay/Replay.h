@@ -1,6 +1,7 @@
-// The host: makes the calls of a session, one after the other.
+// The host: makes the calls of a session, one after the other. Its frames come out in order.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -14,19 +15,12 @@
 #include "recording/Session.h"
 #include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/log/FrameMessages.h"
-#include "tools/shadingctl/replay/DeviceCameras.h"
+#include "tools/shadingctl/replay/PlayedDevice.h"
 
 namespace shadingctl {
 
 // Where the library's messages go besides: the frame's number (empty outside of any) and the message.
 using MessageSink = std::function<void(std::optional<std::uint32_t> frame, std::string_view message)>;
-
-// The library's globals that a host may change between two calls; null where the library exports none.
-struct LibrarySwitches {
-  int* logLevel = nullptr;
-  int* previewDump = nullptr;
-  int* captureDump = nullptr;
-};
 
 // An update with what the library said of it.
 struct PlayedUpdate {
@@ -64,7 +58,9 @@ class Replay {
     std::optional<std::int32_t> type;  // of all frames; without it their own, or else a preview
     bool resetMatched = false;         // clear the flag before each frame
     bool checkAnswers = false;         // compare recorded answers with those of the library
-    LibrarySwitches switches;          // without them nothing is measured at log level 0
+    // The library's globals that a host may change between two calls: the log level, then the switches of the dumps.
+    // Null where the library exports none; without a log level nothing is measured at level 0.
+    std::array<int*, 3> switches = {};
   };
 
   // `library` must have been constructed with the settings that `device` has now. `sink` may be empty.
@@ -98,12 +94,13 @@ class Replay {
   PlayedFrame Play(std::int32_t sensorId, recording::CalcOisValue const& calc);
 
   bool Start(recording::StartMonitor::Operation operation, Camera const& camera);
-  void Listen(std::string_view message);
   void BeginCall(std::optional<std::uint32_t> frame);
   void Complain(std::string const& complaint);
   Camera CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const;
   std::vector<Camera>::iterator FindMonitor(Camera const& camera);
   bool IsAsRecorded(recording::CalcOisValue::Answer const& recorded, CameraState const& state, FrameResult const& row);
+  std::int64_t Calculate(CameraState& state, std::int32_t type, recording::CalcOisValue const& calc,
+                         std::int32_t sensorId);
   std::int64_t AskSilently(CameraState state, std::int32_t type, recording::CalcOisValue const& calc,
                            std::int32_t sensorId);
 
@@ -121,5 +118,20 @@ class Replay {
   std::vector<Camera> mMonitors;          // the library's, in its order
   std::map<std::int32_t, CameraState> mCameras;
 };
+
+// Why there is no more to read.
+struct ReadingEnd {
+  std::string error;  // empty at the end of the source
+  bool isInterrupted = false;
+};
+
+// Runs `read`, which reads a source to its end or throws Interrupted or UnusableInput.
+ReadingEnd ReadToTheEnd(std::function<void()> const& read);
+
+// Plays all calls of the session. `onCall` gets each call after it was made, `onFrame` each frame in its order, once
+// all samples of its readout are there. Frames that were played come out even where the rest cannot be read.
+ReadingEnd PlaySession(recording::Session& session, Replay& replay,
+                       std::function<void(PlayedCall const& played)> const& onCall,
+                       std::function<void(Frame const& frame)> const& onFrame);
 
 }  // namespace shadingctl

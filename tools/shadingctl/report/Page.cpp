@@ -6,12 +6,9 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <string_view>
 
 #include "hosting/UnusableInput.h"
-#include "tools/shadingctl/report/ResultDocument.h"
 #include "tools/shadingctl/report/WrappingTime.h"
-#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {
@@ -26,10 +23,6 @@ void WriteData(std::string_view text, OutputFile& output) {
   output.Write(text);
 }
 
-bool IsTimeUs(Column column) {
-  return column == Column::kStartOfFrameUs || column == Column::kWindowUs || column == Column::kSpanUs;
-}
-
 // The value with its times counted from the origin.
 Json SinceOrigin(Column column, Json const& value, std::int64_t originNs) {
   if (value.is_null()) return value;
@@ -37,7 +30,8 @@ Json SinceOrigin(Column column, Json const& value, std::int64_t originNs) {
     return Json(WrappingDifference(time.get<std::int64_t>(), origin));
   };
   if (column == Column::kTimestampNs) return since(value, originNs);
-  if (!IsTimeUs(column)) return value;
+  bool const isTimeUs = column == Column::kStartOfFrameUs || column == Column::kWindowUs || column == Column::kSpanUs;
+  if (!isTimeUs) return value;
   if (!value.is_array()) return since(value, originNs / 1000);
   return {since(value[0], originNs / 1000), since(value[1], originNs / 1000)};
 }
@@ -113,7 +107,8 @@ void PageData::AddExplained(Json const& words, std::string const& place) {
   mExplained += ',' + Dump(steps);
 }
 
-void PageData::Write(std::function<void(std::string_view)> const& take) const {
+void PageData::Write(OutputFile& output) const {
+  auto const take = [&](std::string_view piece) { WriteData(piece, output); };
   take(fmt::format(R"("origin_ns":"{}","frames":{{)", mOriginNs));
   char const* separator = "";
   for (std::size_t i = 0; i < kColumnCount; ++i) {
@@ -168,22 +163,21 @@ void WritePage(std::vector<PageResult> const& results, OutputFile& output) {
   output.Write(kPageBeforeData);
   char const* separator = "[";
   for (auto const& [head, data] : results) {
-    Json members = Json::object();
-    if (IsReplay(head)) {
+    bool const isReplay = IsReplay(head);
+    Json members = isReplay ? Json::object() : head.members;
+    if (isReplay) {
       for (char const* const key : {"settings", "complete", "error", "findings", "summary"}) {
         members[key] = head.members.value(key, Json());
       }
-    } else {
-      members = head.members;
     }
     members["kind"] = KindName(head);
     members["name"] = head.name;
     std::string text = Dump(members);
-    if (IsReplay(head)) text.back() = ',';
+    text.back() = isReplay ? ',' : '}';
     output.Write(separator);
     WriteData(text, output);
-    if (IsReplay(head)) {
-      data.Write([&](std::string_view piece) { WriteData(piece, output); });
+    if (isReplay) {
+      data.Write(output);
       output.Write("}");
     }
     separator = ",";

@@ -1,9 +1,8 @@
-// A report: one page that needs nothing but a browser.
+// Pictures of a result: a page that needs nothing but a browser, and a trace for a viewer of timelines.
 #pragma once
 
 #include <array>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -30,9 +29,9 @@ class PageData {
   // An object of "explained", which belongs to the next row of those that have none; `place` is for messages.
   void AddExplained(Json const& words, std::string const& place);
 
-  // `take` gets the data as JSON, piece by piece: "origin_ns" in digits, since a browser's numbers hold 53 bits,
-  // "frames" and, where there are any, "explained" and "samples".
-  void Write(std::function<void(std::string_view)> const& take) const;
+  // Members of a JSON object: "origin_ns" in digits, since a browser's numbers hold 53 bits, "frames" and, where there
+  // are any, "explained" and "samples".
+  void Write(OutputFile& output) const;
 
  private:
   struct Samples {
@@ -60,11 +59,20 @@ struct PageResult {
   PageData data;
 };
 
-// Reads the JSON result of a replay, a calibration or a fit, and checks what its page needs. All keys are optional:
-// what needs one that is missing is left out of a picture.
+// "replay", "calibration", "fit": the JSON results that have a page.
+char const* KindName(ResultHead const& head);
+bool IsReplay(ResultHead const& head);
+
+// Reads any of them and checks what its page needs. All keys are optional: what needs one that is missing is left out
+// of a picture. Throws UnusableInput.
+ResultHead ReadDocument(std::string const& path, ResultSink const& sink);
 PageResult ReadPageResult(std::string const& path);
 
 // Of one result, or of two replays that are drawn over each other. Throws UnusableInput for another pair.
 void WritePage(std::vector<PageResult> const& results, OutputFile& output);
+
+// Reads the JSON result of a replay and writes the Chrome trace format, as an object; docs/pictures.md lists the
+// tracks. Throws UnusableInput.
+ResultHead WriteTrace(std::string const& path, OutputFile& output);
 
 }  // namespace shadingctl

@@ -1,24 +1,18 @@
-#include "tools/shadingctl/report/ResultDocument.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <string_view>
 
 #include "tools/shadingctl/fit/FitFormats.h"
-#include "tools/shadingctl/result/JsonReader.h"
+#include "tools/shadingctl/report/Page.h"
 
 namespace shadingctl {
 namespace {
 
-struct Kind {
-  char const* name;
-  Schema schema;
-};
-// In the order in which ReadDocument accepts them: the index is ResultHead::schema.
-enum KindIndex : std::size_t { kReplayKind, kCalibrationKind, kFitKind };
-constexpr Kind kKinds[] = {
-    {"replay", kReplaySchema}, {"calibration", {"shadingctl-calibration", 1}}, {"fit", {kFitSchema, kFitVersion}}};
+// ResultHead::schema of a document.
+enum Kind : std::size_t { kReplayKind, kCalibrationKind, kFitKind };
+constexpr Schema kSchemas[] = {kReplaySchema, {"shadingctl-calibration", 1}, {kFitSchema, kFitVersion}};
+constexpr std::string_view kSchemaPrefix = "shadingctl-";
 
 struct Type {
   char const* expected;
@@ -47,7 +41,7 @@ constexpr Type kPairOrNull = {"a list of 2 or null",
 // Members that a page reads, with blanks between, and their type; "*" stands for each entry of a list or each object in
 // an object. Nothing is asked of members of what is null.
 struct Rule {
-  KindIndex kind;
+  Kind kind;
   char const* place;
   Type type;
   char const* members;
@@ -148,12 +142,12 @@ void CheckDocument(ResultHead const& head) {
 
 }  // namespace
 
-char const* KindName(ResultHead const& head) { return kKinds[head.schema].name; }
+char const* KindName(ResultHead const& head) { return kSchemas[head.schema].name + kSchemaPrefix.size(); }
 
 bool IsReplay(ResultHead const& head) { return head.schema == kReplayKind; }
 
 ResultHead ReadDocument(std::string const& path, ResultSink const& sink) {
-  ResultHead head = ReadResult(path, {kReplaySchema, kKinds[kCalibrationKind].schema, kKinds[kFitKind].schema}, sink);
+  ResultHead head = ReadResult(path, {std::begin(kSchemas), std::end(kSchemas)}, sink);
   if (head.isCsv) RefuseValue(head.name, "JSON", "CSV");
   CheckDocument(head);
   return head;

@@ -1,5 +1,4 @@
-#include "tools/shadingctl/report/Trace.h"
-
+// A replay on the timeline of a trace viewer.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -10,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "tools/shadingctl/report/Page.h"
 #include "tools/shadingctl/report/WrappingTime.h"
-#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {

@@ -23,9 +23,9 @@ std::string ChangeCell(Json const& a, Json const& b) {
   return a.is_number() && b.is_number() ? fmt::format("{:+.9g}", *NumberOf(b) - *NumberOf(a)) : "differs";
 }
 
-std::string OnlyText(char const* which, std::uint64_t count, std::vector<std::string> const& first) {
-  if (count == 0) return {};
-  return fmt::format("Only in {}: {} rows, first {}.\n\n", which, count, fmt::join(first, "; "));
+std::string OnlyText(char const* which, ComparedResult const& result) {
+  if (result.only == 0) return {};
+  return fmt::format("Only in {}: {} rows, first {}.\n\n", which, result.only, fmt::join(result.firstOnly, "; "));
 }
 
 // The leaves of both values side by side, in the order of A, then those that only B has.
@@ -73,7 +73,7 @@ std::string SideBySide(char const* title, Json const& a, Json const& b) {
 std::string FindingsSideBySide(ResultDiff const& diff) {
   std::map<std::string, std::array<Json, 2>> counts;
   for (std::size_t i = 0; i < 2; ++i) {
-    for (Json const& finding : (i == 0 ? diff.a : diff.b).Member("findings")) {
+    for (Json const& finding : (i == 0 ? diff.a : diff.b).head.Member("findings")) {
       Json const camera = finding.value("camera", Json(0));
       Json const frames = finding.value("frames", Json::object());
       counts[Cell(finding.value("code", Json())) + (camera == 0 ? "" : " of camera " + Cell(camera))][i] =
@@ -104,7 +104,7 @@ std::string SpreadCells(ColumnDifference const& column) {
 // Where most spans of B are older than those of A, or most are younger.
 std::string SpansText(ResultDiff const& diff) {
   ColumnDifference const& ages = diff.columns[static_cast<std::size_t>(Column::kSpanAgeUs)];
-  if (!ages.sizes || 2 * ages.numbers < diff.rowsOfA - diff.onlyInA) return {};
+  if (!ages.sizes || 2 * ages.numbers < diff.CommonRows()) return {};
   double const share = static_cast<double>(ages.greater) / static_cast<double>(ages.numbers);
   if (share > 1 - kOneSided && share < kOneSided) return {};
   return fmt::format("B's spans lie {:.3g} ms {} than those of A (median of {} rows).\n\n", MedianOf(ages) / 1e3,
@@ -133,41 +133,40 @@ std::string ColumnsText(ResultDiff const& diff) {
 
 std::string DiffText(ResultDiff const& diff, std::string const& nameOfA, std::string const& nameOfB) {
   std::string text = fmt::format("# Two replays compared\n\nA is {} ({} rows), B is {} ({} rows).\n\n",
-                                 hosting::Markdown(nameOfA), diff.rowsOfA, hosting::Markdown(nameOfB), diff.rowsOfB);
-  text += Incomplete("A", diff.a) + Incomplete("B", diff.b);
-  std::uint64_t const common = diff.rowsOfA - diff.onlyInA;
-  text += diff.different == 0 ? fmt::format("None of {} common rows differs.\n\n", common)
-                              : fmt::format("**{} of {} common rows differ.**\n\n", diff.different, common);
-  text += OnlyText("A", diff.onlyInA, diff.firstOnlyInA) + OnlyText("B", diff.onlyInB, diff.firstOnlyInB);
+                                 hosting::Markdown(nameOfA), diff.a.rows, hosting::Markdown(nameOfB), diff.b.rows);
+  text += Incomplete("A", diff.a.head) + Incomplete("B", diff.b.head);
+  text += diff.different == 0 ? fmt::format("None of {} common rows differs.\n\n", diff.CommonRows())
+                              : fmt::format("**{} of {} common rows differ.**\n\n", diff.different, diff.CommonRows());
+  text += OnlyText("A", diff.a) + OnlyText("B", diff.b);
   text += SpansText(diff);
   if (diff.different > 0) text += ColumnsText(diff);
-  text += SideBySide("Settings", diff.a.Member("settings"), diff.b.Member("settings"));
+  text += SideBySide("Settings", diff.a.head.Member("settings"), diff.b.head.Member("settings"));
   text += FindingsSideBySide(diff);
-  text += SideBySide("Summary", diff.a.Member("summary"), diff.b.Member("summary"));
+  text += SideBySide("Summary", diff.a.head.Member("summary"), diff.b.head.Member("summary"));
   text.pop_back();
   return text;
 }
 
 std::vector<std::string> ComplaintsOf(ResultDiff const& diff) {
-  std::string const& file = diff.a.name;
+  std::string const& file = diff.a.head.name;
   std::vector<std::string> complaints;
   for (auto const& [row, place, index, a, b] : diff.named) {
     ResultColumn const& column = kResultColumns[index];
     std::string const where =
-        diff.a.isCsv ? fmt::format("{}:{}", file, place) : fmt::format("{}: frames[{}]", file, place);
+        diff.a.head.isCsv ? fmt::format("{}:{}", file, place) : fmt::format("{}: frames[{}]", file, place);
     auto const shown = [&](Json const& value) {
       std::string const text = ValueText(column, value);
       return text.empty() ? "nothing" : text;
     };
     complaints.push_back(fmt::format("{}: {}: expected {}, found {}", where, column.name, shown(a), shown(b)));
   }
-  for (std::string const& row : diff.firstOnlyInA)
+  for (std::string const& row : diff.a.firstOnly)
     complaints.push_back(fmt::format("{}: expected {}, found none", file, row));
-  for (std::string const& row : diff.firstOnlyInB)
+  for (std::string const& row : diff.b.firstOnly)
     complaints.push_back(fmt::format("{}: expected no {}, found it", file, row));
   if (!complaints.empty()) {
-    complaints.push_back(fmt::format("{}: {} rows differ, {} are missing, {} are new", file, diff.different,
-                                     diff.onlyInA, diff.onlyInB));
+    complaints.push_back(
+        fmt::format("{}: {} rows differ, {} are missing, {} are new", file, diff.different, diff.a.only, diff.b.only));
   }
   return complaints;
 }

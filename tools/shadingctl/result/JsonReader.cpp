@@ -1,14 +1,14 @@
-#include "tools/shadingctl/result/JsonReader.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <iterator>
+#include <istream>
+#include <streambuf>
 #include <string_view>
 #include <utility>
 
 #include "hosting/UnusableInput.h"
+#include "tools/shadingctl/result/ResultReader.h"
 
 namespace shadingctl {
 namespace {
@@ -21,8 +21,8 @@ constexpr std::size_t kMostValues = 1000000;
 constexpr std::array<std::string_view, 7> kMembersOfReplay = {"schema", "version",  "settings", "complete",
                                                               "error",  "findings", "summary"};
 
-// The bytes of a document, one by one.
-class Bytes {
+// The bytes of a document.
+class Bytes : public std::streambuf {
  public:
   explicit Bytes(recording::InputFile& file) : mFile(file), mBuffer(65536) {}
 
@@ -30,42 +30,24 @@ class Bytes {
   // A value ended here.
   void EndValue() { mSinceValue = 0; }
 
-  struct Iterator {
-    using iterator_category = std::input_iterator_tag;
-    using value_type = char;
-    using difference_type = std::ptrdiff_t;
-    using pointer = char const*;
-    using reference = char;
-
-    Bytes* bytes = nullptr;  // null: the end
-
-    char operator*() const { return bytes->mBuffer[bytes->mAt]; }
-    Iterator& operator++() {
-      ++bytes->mAt;
-      return *this;
-    }
-    bool operator!=(Iterator const& /*end*/) const { return bytes->mAt < bytes->mEnd || bytes->Fill(); }
-  };
+ protected:
+  int_type underflow() override {
+    if (mSinceValue > kLongestValue + mBuffer.size()) Refuse("values", kLongestValue);
+    std::size_t const size = mFile.Read(mBuffer.data(), mBuffer.size());
+    mTotal += size;
+    mSinceValue += size;
+    if (mTotal > kLargest) Refuse("JSON", kLargest);
+    setg(mBuffer.data(), mBuffer.data(), mBuffer.data() + size);
+    return size == 0 ? traits_type::eof() : traits_type::to_int_type(mBuffer.front());
+  }
 
  private:
   [[noreturn]] void Refuse(char const* what, std::size_t most) const {
     RefuseValue(Name(), fmt::format("{} of at most {} bytes", what, most), "more");
   }
 
-  bool Fill() {
-    if (mSinceValue > kLongestValue + mBuffer.size()) Refuse("values", kLongestValue);
-    mAt = 0;
-    mEnd = mFile.Read(mBuffer.data(), mBuffer.size());
-    mTotal += mEnd;
-    mSinceValue += mEnd;
-    if (mTotal > kLargest) Refuse("JSON", kLargest);
-    return mEnd > 0;
-  }
-
   recording::InputFile& mFile;
   std::vector<char> mBuffer;
-  std::size_t mAt = 0;
-  std::size_t mEnd = 0;
   std::size_t mTotal = 0;
   std::size_t mSinceValue = 0;  // read since the last value ended
 };
@@ -94,17 +76,7 @@ class JsonResult {
   bool end_object() { return Close(); }
   bool start_array(std::size_t /*size*/) { return Open(Shape::kList); }
   bool end_array() { return Close(); }
-  bool key(std::string& name) { return TakeKey(name); }
-  bool parse_error(std::size_t /*position*/, std::string const& /*token*/, Json::exception const& error) {
-    constexpr std::size_t kEnough = 200;
-    std::string const text = error.what();  // "[json.exception.NAME.NUMBER] REASON"
-    throw hosting::UnusableInput(
-        fmt::format("{}: expected JSON: {}", mBytes.Name(), text.substr(text.find("] ") + 2, kEnough)));
-  }
-  // NOLINTEND(readability-identifier-naming)
-
- private:
-  bool TakeKey(std::string& name) {
+  bool key(std::string& name) {
     mBytes.EndValue();
     mKey = std::move(name);
     if (mParts.size() == 1) mMember = mKey;
@@ -119,7 +91,15 @@ class JsonResult {
     if (members < kMostMembers) return true;
     Refuse(mParts.size() == 1 ? "" : mMember, fmt::format("at most {} members in an object", kMostMembers), "more");
   }
+  bool parse_error(std::size_t /*position*/, std::string const& /*token*/, Json::exception const& error) {
+    constexpr std::size_t kEnough = 200;
+    std::string const text = error.what();  // "[json.exception.NAME.NUMBER] REASON"
+    throw hosting::UnusableInput(
+        fmt::format("{}: expected JSON: {}", mBytes.Name(), text.substr(text.find("] ") + 2, kEnough)));
+  }
+  // NOLINTEND(readability-identifier-naming)
 
+ private:
   bool Take(Json value) {
     mBytes.EndValue();
     Part const part = PartOf(Shape::kScalar, value);
@@ -305,8 +285,9 @@ void RefuseValue(std::string const& place, std::string const& expected, std::str
 
 void ReadJson(recording::InputFile& file, ResultSink const& sink, ResultHead& head) {
   Bytes bytes(file);
+  std::istream document(&bytes);
   JsonResult result(bytes, sink, head);
-  Json::sax_parse(Bytes::Iterator{&bytes}, Bytes::Iterator{}, &result);
+  Json::sax_parse(document, &result);
 }
 
 }  // namespace shadingctl

@@ -55,8 +55,7 @@ std::array<ResultColumn, kColumnCount> const kResultColumns = {{
      [](FrameResult const& r) { return OrNull(r.offsetUs); }},
     {"start_distance_us", ValueType::kWhole, -kInfinity, kInfinity, true, "µs", 4,
      "distance of the span's first entry from the start of the frame; from level 1 for `start`, and for `single` with "
-     "a "
-     "start",
+     "a start",
      [](FrameResult const& r) { return OrNull(r.startDistanceUs); }},
     {"span_age_us", ValueType::kWhole, -kInfinity, kInfinity, true, "µs", 4,
      "how much older than the start of the frame the span's first entry is; negative when it is later",

@@ -43,10 +43,10 @@ std::string Comparison::Key::Text() const {
 Comparison::Comparison(std::string const& pathOfA, DiffOptions const& options) : mOptions(options) {
   ResultSink sink;
   sink.onRow = [this](ResultRow const& row) {
-    ++mDiff.rowsOfA;
+    ++mDiff.a.rows;
     mSpool.Append(Pack(row));
   };
-  mDiff.a = ReadResult(pathOfA, {kReplaySchema}, sink);
+  mDiff.a.head = ReadResult(pathOfA, {kReplaySchema}, sink);
 }
 
 Comparison::Key Comparison::KeyOf(ResultRow const& row, bool isOfA) {
@@ -59,60 +59,51 @@ Comparison::Key Comparison::KeyOf(ResultRow const& row, bool isOfA) {
   return key;
 }
 
-bool Comparison::ReadOfA(Key& key, std::string& row) {
-  if (!mSpool.Next(row)) return false;
-  key = KeyOf(Unpack(row), true);
-  return true;
+// Compares the row with its counterpart if that has come, and otherwise keeps it until then.
+void Comparison::Match(Key const& key, std::string row, Rows& own, Rows& others) {
+  auto const found = others.find(key);
+  if (found == others.end()) {
+    own.emplace(key, std::move(row));
+    return;
+  }
+  bool const isOfA = &own == &mOfA;
+  std::string const& a = isOfA ? row : found->second;
+  std::string const& b = isOfA ? found->second : row;
+  if (CellsOf(a) != CellsOf(b)) Compare(key, Unpack(a), Unpack(b));
+  others.erase(found);
+}
+
+// Empty at the end of A.
+std::optional<Comparison::Key> Comparison::MatchNextOfA() {
+  std::string row;
+  if (!mSpool.Next(row)) return std::nullopt;
+  Key const key = KeyOf(Unpack(row), true);
+  Match(key, std::move(row), mOfA, mOfB);
+  return key;
 }
 
 // Rows of both mostly come in one order: of A are read as many as are needed to get as far.
 void Comparison::Add(ResultRow const& row) {
-  ++mDiff.rowsOfB;
+  ++mDiff.b.rows;
   Key const key = KeyOf(row, false);
-  std::string const packed = Pack(row);
-  if (auto const found = mOfA.find(key); found != mOfA.end()) {
-    CompareWith(key, found->second, packed);
-    mOfA.erase(found);
-    return;
+  Match(key, Pack(row), mOfB, mOfA);
+  while (mOfB.count(key) > 0) {
+    std::optional<Key> const ofA = MatchNextOfA();
+    if (!ofA || ofA->frame >= key.frame) return;
   }
-  Key keyOfA;
-  for (std::string ofA; ReadOfA(keyOfA, ofA);) {
-    bool const isSame = !(keyOfA < key) && !(key < keyOfA);
-    if (isSame) return CompareWith(key, ofA, packed);
-    if (auto const found = mOfB.find(keyOfA); found != mOfB.end()) {
-      CompareWith(keyOfA, ofA, found->second);
-      mOfB.erase(found);
-    } else {
-      mOfA.emplace(keyOfA, std::move(ofA));
-    }
-    if (keyOfA.frame >= key.frame) break;
-  }
-  mOfB.emplace(key, packed);
 }
 
 ResultDiff Comparison::Finish() {
-  Key key;
-  for (std::string ofA; ReadOfA(key, ofA);) {
-    auto const found = mOfB.find(key);
-    if (found == mOfB.end()) {
-      mOfA.emplace(key, std::move(ofA));
-    } else {
-      CompareWith(key, ofA, found->second);
-      mOfB.erase(found);
-    }
-  }
-  auto const name = [&](Rows const& rows, std::uint64_t& count, std::vector<std::string>& first) {
-    for (auto const& [left, row] : rows) {
-      if (count++ < mOptions.named) first.push_back(left.Text());
+  while (MatchNextOfA()) continue;
+  auto const name = [&](Rows const& rows, ComparedResult& result) {
+    result.only = rows.size();
+    for (auto const& [key, row] : rows) {
+      if (result.firstOnly.size() < mOptions.named) result.firstOnly.push_back(key.Text());
     }
   };
-  name(mOfA, mDiff.onlyInA, mDiff.firstOnlyInA);
-  name(mOfB, mDiff.onlyInB, mDiff.firstOnlyInB);
+  name(mOfA, mDiff.a);
+  name(mOfB, mDiff.b);
   return std::move(mDiff);
-}
-
-void Comparison::CompareWith(Key const& key, std::string const& a, std::string const& b) {
-  if (CellsOf(a) != CellsOf(b)) Compare(key, Unpack(a), Unpack(b));
 }
 
 void Comparison::Compare(Key const& key, ResultRow const& a, ResultRow const& b) {
@@ -149,9 +140,9 @@ ResultDiff CompareResults(std::string const& pathOfA, std::string const& pathOfB
   Comparison comparison(pathOfA, options);
   ResultSink sink;
   sink.onRow = [&](ResultRow const& row) { comparison.Add(row); };
-  ResultHead const head = ReadResult(pathOfB, {kReplaySchema}, sink);
+  ResultHead head = ReadResult(pathOfB, {kReplaySchema}, sink);
   ResultDiff diff = comparison.Finish();
-  diff.b = head;
+  diff.b.head = std::move(head);
   return diff;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -41,20 +42,22 @@ struct NamedDifference {
   Json b;
 };
 
+struct ComparedResult {
+  ResultHead head;
+  std::uint64_t rows = 0;
+  std::uint64_t only = 0;  // rows that the other result lacks
+  std::vector<std::string> firstOnly;
+};
+
 struct ResultDiff {
-  ResultHead a;
-  ResultHead b;
-  std::uint64_t rowsOfA = 0;
-  std::uint64_t rowsOfB = 0;
+  ComparedResult a;
+  ComparedResult b;
   std::uint64_t different = 0;
-  std::uint64_t onlyInA = 0;
-  std::uint64_t onlyInB = 0;
-  std::vector<std::string> firstOnlyInA;
-  std::vector<std::string> firstOnlyInB;
   std::array<ColumnDifference, kColumnCount> columns;
   std::vector<NamedDifference> named;
 
-  bool IsSame() const { return different == 0 && onlyInA == 0 && onlyInB == 0; }
+  bool IsSame() const { return different == 0 && a.only == 0 && b.only == 0; }
+  std::uint64_t CommonRows() const { return a.rows - a.only; }
 };
 
 // Compares rows that come one by one with those of a file. Rows belong together by camera, frame number and, where a
@@ -69,7 +72,7 @@ class Comparison {
   // All rows were added. Answers the comparison without the head of B.
   ResultDiff Finish();
 
-  ResultHead const& HeadOfA() const { return mDiff.a; }
+  ResultHead const& HeadOfA() const { return mDiff.a.head; }
 
  private:
   struct Key {
@@ -83,14 +86,14 @@ class Comparison {
   using Rows = std::map<Key, std::string>;  // packed
 
   Key KeyOf(ResultRow const& row, bool isOfA);
-  bool ReadOfA(Key& key, std::string& row);
-  void CompareWith(Key const& key, std::string const& a, std::string const& b);
+  void Match(Key const& key, std::string row, Rows& own, Rows& others);
+  std::optional<Key> MatchNextOfA();
   void Compare(Key const& key, ResultRow const& a, ResultRow const& b);
 
   DiffOptions mOptions;
   ResultDiff mDiff;
   Spool mSpool;  // rows of A
-  Rows mOfA;     // read, without those that were compared
+  Rows mOfA;     // without those that were compared, as are the next
   Rows mOfB;
   std::unordered_map<std::uint64_t, std::array<std::uint32_t, 2>> mComputed;  // of a camera's frame, in A and in B
 };

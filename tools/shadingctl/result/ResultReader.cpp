@@ -9,8 +9,6 @@
 #include <utility>
 
 #include "recording/CsvFile.h"
-#include "recording/InputFile.h"
-#include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
 namespace {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "recording/InputFile.h"
 #include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/result/ResultColumns.h"
 
@@ -69,5 +70,14 @@ std::string LeftOutText(ResultHead const& head);
 // JSON of 256 MB, a line of CSV or a value of JSON of 1 MB, 64 levels, and around the rows 1000 members in an object
 // and a million values.
 ResultHead ReadResult(std::string const& path, std::vector<Schema> const& schemas, ResultSink const& sink);
+
+// The part of ReadResult that reads JSON: fills `head.members`, and checks none of them.
+void ReadJson(recording::InputFile& file, ResultSink const& sink, ResultHead& head);
+
+// For messages: not too long.
+std::string ShownValue(Json const& value);
+
+// Throws UnusableInput, "PLACE: expected EXPECTED, found FOUND".
+[[noreturn]] void RefuseValue(std::string const& place, std::string const& expected, std::string const& found);
 
 }  // namespace shadingctl

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <iterator>
-#include <string>
 
 #include "tools/shadingctl/result/ResultColumns.h"
 #include "tools/shadingctl/result/ResultReader.h"

@@ -4,8 +4,6 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <filesystem>
-#include <memory>
-#include <string>
 #include <system_error>
 #include <vector>
 

@@ -1,11 +1,10 @@
 #include "tools/shadingctl/commands/import/ImportOptions.h"
 
-#include <CLI/CLI.hpp>
 #include <limits>
 #include <set>
-#include <string>
-#include <utility>
+#include <string_view>
 
+#include "HelpTexts.h"  // generated
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 
@@ -14,18 +13,6 @@ namespace {
 
 constexpr std::uint32_t kLongestUs = 4'000'000;  // of exposures and readouts; the latter are 32 bits of ns
 constexpr double kLargestScale = 1e9;
-
-// Adds an option whose value is one of a few names.
-template <class Value, class Target>
-CLI::Option* AddChoice(CLI::App& command, std::string const& name, std::map<std::string, Value> const& values,
-                       Target& target, std::string const& description) {
-  std::vector<std::string> names;
-  for (auto const& [text, value] : values) names.push_back(text);
-  return command
-      .add_option_function<std::string>(
-          name, [&target, values](std::string const& text) { target = values.at(text); }, description)
-      ->check(CLI::IsMember(names));
-}
 
 void AddMapping(std::vector<std::string> const& texts, std::map<std::string, std::string>& columns) {
   for (std::string const& text : texts) {
@@ -67,38 +54,13 @@ void RefuseAmbiguousFields(ImportArguments const& arguments) {
   }
 }
 
-constexpr char const* kFooter = R"(CSV: one line for each frame, and one for each sample in the order of delivery; the
-first line, or the one after --skip lines, names the columns. Fields of --map, and
-their columns without it:
-  frames.frame      frame         counted from 1 when missing
-  frames.timestamp  timestamp_ns
-  frames.exposure   exposure_ns   or --exposure-us
-  frames.readout    rolling_shutter_ns  or --readout-us
-  hall.frame        frame         samples are delivered by time when missing
-  hall.timestamp    timestamp_ns
-  hall.x, hall.y    hall_x, hall_y
-
-A FILE whose name ends in .pb3 is a recording of VideoIMUCapture, any other one a
-log of the library at level 4 (adb logcat -v threadtime).
-
-Exit code: 0 done, 2 wrong usage, 3 unusable input or output; nothing is left
-behind then.
-
-Examples:
-  shadingctl import -o walk --frames frames.csv --hall ois.csv --frame-time start --map frames.timestamp=t_sec --time-unit s --hall-time-unit ns --duration-unit ns
-  shadingctl import video_meta.pb3 -o walk
-  shadingctl import phone.log -o walk)";
-
 // Those of a file of frames and a file of samples.
 void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& file) {
-  auto* const frames = command.add_option("--frames", arguments.framesFile, "CSV file of the frames")
-                           ->type_name("FILE")
-                           ->excludes(&file);
-  auto* const hall = command.add_option("--hall", arguments.hallFile, "CSV file of the stabiliser's samples")
-                         ->type_name("FILE")
-                         ->needs(frames);
+  auto* const frames = AddFile(command, "--frames", arguments.framesFile, "CSV file of the frames")->excludes(&file);
+  auto* const hall =
+      AddFile(command, "--hall", arguments.hallFile, "CSV file of the stabiliser's samples")->needs(frames);
   auto* const frameTime =
-      AddChoice<bool>(command, "--frame-time", {{"start", true}, {"end", false}}, arguments.timesAreStarts,
+      AddChoice<bool>(command, "--frame-time", {{"end", false}, {"start", true}}, arguments.timesAreStarts,
                       "Whether a frame's time is the start of its first line's exposure, or its end")
           ->needs(frames);
   frames->needs(hall)->needs(frameTime);
@@ -140,7 +102,6 @@ void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& f
 }  // namespace
 
 void AddImportOptions(CLI::App& command, ImportArguments& arguments) {
-  command.footer(kFooter);
   auto* const file = command.add_option("FILE", arguments.file, "A .pb3 or a log; - is a log from standard input");
   command.add_option("-o,--output", arguments.directory, "Directory for the recording; made when missing")
       ->type_name("DIR")
@@ -148,7 +109,7 @@ void AddImportOptions(CLI::App& command, ImportArguments& arguments) {
       ->check(RefuseStandardStream);
   command.add_flag("--force", arguments.force, "Replace a recording that is there already");
   command.add_flag("--salvage", arguments.salvage, "Of a file that is cut short, take what is whole");
-  AddChoice<ImportForm>(command, "--form", {{"pb3", ImportForm::kVideo}, {"log", ImportForm::kLog}}, arguments.form,
+  AddChoice<ImportForm>(command, "--form", {{"log", ImportForm::kLog}, {"pb3", ImportForm::kVideo}}, arguments.form,
                         "What FILE is, whatever its name")
       ->needs(file);
 
@@ -181,6 +142,9 @@ int ParseAndImport(int argc, char** argv, std::function<int(ImportArguments cons
   app.set_version_flag("-V,--version", "shadingctl " PROJECT_VERSION);
   ImportArguments arguments;
   AddImportOptions(app, arguments);
+  for (auto const& [command, text] : kHelpTexts) {
+    if (std::string_view(command) == "import") app.footer(text);
+  }
   try {
     app.parse(argc, argv);
     CompleteImportArguments(app, arguments);

@@ -1,41 +1,11 @@
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
-#include <algorithm>
 #include <limits>
-#include <map>
-#include <string>
-#include <vector>
 
 #include "hosting/LibraryNumbers.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/commands/Commands.h"
-#include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/replay/ReplayRun.h"
 
 namespace shadingctl {
 namespace {
-
-constexpr char const* kReplayExamples = R"(Each frame is matched in one way:
-  start       a sample within 1500 us of the frame's start
-  carried     none, but the flag of an earlier frame made the span begin at the
-              oldest end of the window, which may be half a second old
-  no_start    none, and no flag: the position stays
-  single      a span of one entry: the position stays
-  no_window   nothing at or after the frame's time, or too little history
-  warm_up     too little history, as the camera has just been started: no failure
-  off         the camera is not enabled
-
-Examples:
-  shadingctl replay
-  shadingctl replay RECORDING --reset-matched
-  shadingctl replay RECORDING --only carried,no_start --range 100:200
-  shadingctl replay RECORDING --summary
-  shadingctl replay RECORDING --format csv --output result.csv
-  shadingctl replay --dump preview,capture --dump-dir /tmp/dumps
-  shadingctl replay RECORDING --report report.html
-  shadingctl replay RECORDING --summary --check golden.csv --fail-below 95
-  shadingctl replay --mode last --log library.log --quiet)";
 
 FrameRange ParseRange(std::string const& text) {
   constexpr std::uint32_t kLast = std::numeric_limits<std::uint32_t>::max();
@@ -50,17 +20,15 @@ FrameRange ParseRange(std::string const& text) {
 }
 
 void AddRowOptions(CLI::App& command, ReplayArguments& arguments) {
-  static std::map<std::string, Color> const colors = {
-      {"auto", Color::kAuto}, {"always", Color::kAlways}, {"never", Color::kNever}};
+  RowSelection& rows = arguments.settings.rows;
   std::vector<std::string> kinds;
   for (Match const match : kMatches) kinds.emplace_back(Name(match));
   command
       .add_option_function<std::vector<std::string>>(
           "--only",
-          [&arguments](std::vector<std::string> const& names) {
+          [&rows](std::vector<std::string> const& names) {
             for (Match const match : kMatches) {
-              if (std::find(names.begin(), names.end(), Name(match)) != names.end())
-                arguments.rows.only.push_back(match);
+              if (std::find(names.begin(), names.end(), Name(match)) != names.end()) rows.only.push_back(match);
             }
           },
           "Show these frames only, with commas between")
@@ -69,37 +37,32 @@ void AddRowOptions(CLI::App& command, ReplayArguments& arguments) {
       ->check(CLI::IsMember(kinds));
   command
       .add_option_function<std::string>(
-          "--range", [&arguments](std::string const& text) { arguments.rows.range = ParseRange(text); },
+          "--range", [&rows](std::string const& text) { rows.range = ParseRange(text); },
           "Show these frames only, both included; all are played")
       ->type_name("FIRST:LAST");
-  auto* const summary = command.add_flag("--summary", arguments.rows.none, "Show the summary only, no rows");
+  auto* const summary = command.add_flag("--summary", rows.none, "Show the summary only, no rows");
   command.add_flag("-q,--quiet", arguments.quiet, "Show the rows only: no summary, no progress bar")->excludes(summary);
   command.add_flag("--wide", arguments.style.wide, "All columns of the table, however narrow the terminal is");
-  command
-      .add_option_function<std::string>(
-          "--color", [&arguments](std::string const& name) { arguments.style.color = colors.at(name); },
-          "Colours in the table; auto: on a terminal, unless NO_COLOR is set")
-      ->default_str("auto")
-      ->check(CLI::IsMember({"auto", "always", "never"}));
+  AddChoice<Color>(command, "--color", {{"auto", Color::kAuto}, {"always", Color::kAlways}, {"never", Color::kNever}},
+                   arguments.style.color, "Colours in the table; auto: on a terminal, unless NO_COLOR is set")
+      ->default_str("auto");
 }
 
-void AddCheckOptions(CLI::App& command, CheckArguments& checks) {
-  command
-      .add_option(
-          "--check", checks.golden,
+void AddCheckOptions(CLI::App& command, ReplayArguments& arguments) {
+  Gates& gates = arguments.gates;
+  AddFile(command, "--check", arguments.golden,
           "Compare the rows with this result of a former replay, CSV or JSON, in the columns that it has; exit code 1 "
-          "where they differ")
-      ->type_name("FILE");
-  command.add_flag("--digest", checks.digest, "Tell the 128-bit XXH3 of the rows as CSV (xxh128sum)");
-  AddNumber(command, "--fail-below", checks.gates.failBelowPercent, 0.0, 100.0,
+          "where they differ");
+  command.add_flag("--digest", arguments.digest, "Tell the 128-bit XXH3 of the rows as CSV (xxh128sum)");
+  AddNumber(command, "--fail-below", gates.failBelowPercent, 0.0, 100.0,
             "Exit code 1 unless so many per cent of the frames after the warm-up have both ends near a sample");
-  AddNumber(command, "--max-age-us", checks.gates.maxAgeUs, std::int64_t{0}, std::int64_t{1000000000000},
+  AddNumber(command, "--max-age-us", gates.maxAgeUs, std::int64_t{0}, std::int64_t{1000000000000},
             "Exit code 1 when a frame uses an older position");
   std::vector<std::string> names = {kIncomplete, Name(Severity::kWrong), Name(Severity::kLost)};
   for (FindingKind const& kind : FindingKinds()) names.emplace_back(kind.code);
   command
       .add_option(
-          "--fail-on", checks.gates.failOn,
+          "--fail-on", gates.failOn,
           "Exit code 1 when one of these findings is told (docs/answers.md), with commas between; wrong and lost stand "
           "for all of that severity, incomplete for a recording that is broken, unfinished or has losses")
       ->type_name("CODE")
@@ -110,53 +73,46 @@ void AddCheckOptions(CLI::App& command, CheckArguments& checks) {
 
 // The ends of a span are told from there on.
 void RefuseGatesBelowDetail(ReplayArguments const& arguments) {
-  Gates const& gates = arguments.checks.gates;
-  if (arguments.logLevel >= hosting::kDetailLevel ||
-      (!gates.failBelowPercent && !gates.maxAgeUs && gates.failOn.empty()))
-    return;
-  throw CLI::ValidationError(
-      gates.failBelowPercent ? "--fail-below"
-      : gates.maxAgeUs       ? "--max-age-us"
-                             : "--fail-on",
-      fmt::format("expected --log-level {} or more, found {}", hosting::kDetailLevel, arguments.logLevel));
+  Gates const& gates = arguments.gates;
+  int const logLevel = arguments.settings.logLevel;
+  if (logLevel >= hosting::kDetailLevel || (!gates.failBelowPercent && !gates.maxAgeUs && gates.failOn.empty())) return;
+  throw CLI::ValidationError(gates.failBelowPercent ? "--fail-below"
+                             : gates.maxAgeUs       ? "--max-age-us"
+                                                    : "--fail-on",
+                             fmt::format("expected --log-level {} or more, found {}", hosting::kDetailLevel, logLevel));
 }
 
 int CheckAndRun(ReplayArguments const& arguments) {
   RefuseGatesBelowDetail(arguments);
-  if (arguments.samples && arguments.format != Format::kJson) {
+  if (arguments.settings.samples && arguments.result.format != Format::kJson) {
     throw CLI::ValidationError("--samples", "expected --format json, which alone holds samples");
   }
   return RunReplay(arguments);
 }
 
 void AddOptions(CLI::App& command, ReplayArguments& arguments) {
-  command.footer(kReplayExamples);
+  ReplaySettings& settings = arguments.settings;
+  settings.logLevel = hosting::kDetailLevel;
   command
       .add_option_function<std::string>(
           "RECORDING",
           [&arguments](std::string const& name) { arguments.recording = recording::RecordingDirectory(name); },
           "Directory of a recording, or one of its files; without it, a built-in session")
       ->check(RefuseStandardStream);
-  AddResultOptions(command, arguments.format, arguments.output);
-  command
-      .add_option(
-          "--mode", arguments.mode,
-          "How a span becomes a position (middle: of an even number the lower one); by default as the recording "
-          "or the device says")
-      ->check(CLI::IsMember({"mean", "maximum", "middle", "last"}));
-  command
-      .add_option_function<std::string>(
-          "--type", [&arguments](std::string const& digit) { arguments.type = digit[0] - '0'; },
-          "Kind of every frame as the host numbers it: previews 0 and 4, captures 1, 5 and 6; by default as the "
-          "recording says, or else 0")
-      ->check(CLI::IsMember({"0", "1", "4", "5", "6"}));
+  AddResultOptions(command, arguments.result);
+  AddChoice<int>(command, "--mode", kModes, arguments.mode,
+                 "How a span becomes a position (middle: of an even number the lower one); by default as the recording "
+                 "or the device says");
+  AddChoice<int>(command, "--type", {{"0", 0}, {"1", 1}, {"4", 4}, {"5", 5}, {"6", 6}}, settings.type,
+                 "Kind of every frame as the host numbers it: previews 0 and 4, captures 1, 5 and 6; by default as the "
+                 "recording says, or else 0");
   AddNumber(
-      command, "--camera", arguments.camera, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
+      command, "--camera", settings.camera, std::numeric_limits<int>::min(), std::numeric_limits<int>::max(),
       "Sensor id: leave out what is recorded of other cameras. Where the recording names none, by default the first of "
       "the device's sensor map");
-  command.add_flag("--reset-matched", arguments.resetMatched,
+  command.add_flag("--reset-matched", settings.resetMatched,
                    "Clear the flag before each frame: without a start the position stays");
-  AddNumber(command, "--log-level", arguments.logLevel, 0, 9,
+  AddNumber(command, "--log-level", settings.logLevel, 0, 9,
             "The library's own level: below 4 it tells no ages, below 1 no spans");
   auto* const dump = command
                          .add_option("--dump", arguments.dumps,
@@ -171,16 +127,13 @@ void AddOptions(CLI::App& command, ReplayArguments& arguments) {
                          "Where to: one file per matched frame in DIR/data/vendor/camera_dump, which is made");
   dump->needs(dumpDirectory);
   dumpDirectory->needs(dump)->type_name("DIR");
-  AddHostOptions(command, arguments.device, arguments.library);
-  command.add_option("--log", arguments.log, "Write every message of the library to this file; - is standard output")
-      ->type_name("FILE");
+  AddHostOptions(command, arguments.host);
+  AddFile(command, "--log", arguments.log, "Write every message of the library to this file; - is standard output");
   AddRowOptions(command, arguments);
-  command
-      .add_option("--report", arguments.report,
-                  "Write the page of this replay to this file as well, with all its frames and samples")
-      ->type_name("FILE");
-  command.add_flag("--samples", arguments.samples, "JSON holds every batch of samples as well, for report and trace");
-  AddCheckOptions(command, arguments.checks);
+  AddFile(command, "--report", arguments.report,
+          "Write the page of this replay to this file as well, with all its frames and samples");
+  command.add_flag("--samples", settings.samples, "JSON holds every batch of samples as well, for report and trace");
+  AddCheckOptions(command, arguments);
 }
 
 }  // namespace

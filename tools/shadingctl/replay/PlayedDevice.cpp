@@ -1,4 +1,4 @@
-#include "tools/shadingctl/replay/DeviceCameras.h"
+#include "tools/shadingctl/replay/PlayedDevice.h"
 
 #include <fmt/format.h>
 
@@ -13,6 +13,8 @@ namespace {
 
 constexpr char const* kFeature = "FeatureOisCompensationSupport";
 constexpr char const* kKey = "sensorMaps";
+constexpr char const* kLogProperty = "vendor.veyra.3a.lscutil.log";
+constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
 
 std::vector<Camera> SensorMap(desktop::DeviceSettings const& settings) {
   std::vector<Camera> map;
@@ -68,6 +70,16 @@ void SetCameras(std::vector<std::int32_t> const& cameras, desktop::DeviceSetting
     AddImageSensor(sensorId, settings);
   }
   settings.configuration[kFeature][kKey] = std::move(pairs);
+}
+
+desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, recording::SessionSettings const& recorded,
+                                       int logLevel) {
+  if (recorded.cameras) SetCameras(*recorded.cameras, device);
+  if (recorded.calculationMode) device.properties[kModeProperty] = *recorded.calculationMode;
+  device.properties[kLogProperty] = logLevel;
+  device.log.systemLog = true;  // the tool reads the library's messages there
+  device.log.maximumLevel = kEveryMessage;
+  return device;
 }
 
 }  // namespace shadingctl

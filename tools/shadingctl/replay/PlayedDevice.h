@@ -1,4 +1,4 @@
-// The cameras of the played device whose lens positions the library may follow.
+// The device that a session is played on, and its cameras whose lens positions the library may follow.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,11 @@
 #include <vector>
 
 #include "platform/desktop/Device.h"
+#include "recording/Session.h"
 
 namespace shadingctl {
+
+constexpr char kModeProperty[] = "vendor.debug.ois.hall.calculation";  // how the library reduces a span
 
 struct Camera {
   std::int32_t sensorId = 0;
@@ -26,5 +29,10 @@ void ExpectCamera(desktop::DeviceSettings const& settings, std::optional<std::in
 // Makes these cameras the sensor map, and gives the device an image sensor for each that it lacks. A camera that was
 // not in the map gets a type of its own: the library takes monitors of one type for the same.
 void SetCameras(std::vector<std::int32_t> const& cameras, desktop::DeviceSettings& settings);
+
+// `device` with the cameras and the calculation mode that the session was recorded with, the library at this log level,
+// and a log that tells all of its messages.
+desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, recording::SessionSettings const& recorded,
+                                       int logLevel);
 
 }  // namespace shadingctl
