@@ -108,21 +108,20 @@ std::uint64_t CostOf(SessionFinding const& finding, SessionFacts const& facts) {
   return finding.intervals.empty() ? all : std::min(frames, all);
 }
 
+std::string NumbersText(FrameList const& frames) {
+  return fmt::format("{}{}", fmt::join(frames.first, ", "), frames.count > frames.first.size() ? ", ..." : "");
+}
+
 std::string PlaceText(SessionFinding const& finding, SessionFacts const& facts) {
   std::string text;
   FrameList const& frames = finding.frames;
-  std::vector<std::uint32_t> const first(frames.first.begin(),
-                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
-  if (!first.empty()) {
-    text = fmt::format("{} {}{}", first.size() == 1 ? "frame" : "frames", fmt::join(first, ", "),
-                       frames.count > frames.Named() ? ", ..." : "");
-  }
+  if (frames.count > 0) text = (frames.count == 1 ? "frame " : "frames ") + NumbersText(frames);
   if (!finding.intervals.empty()) {
     Interval const& interval = finding.intervals.front();
     double const fromS = static_cast<double>(DifferenceNs(interval.fromNs, facts.FirstFrameNs())) / 1e9;
-    text +=
-        fmt::format("{}from {:.3f} s{}", text.empty() ? "" : "; ", fromS,
-                    interval.toNs == interval.fromNs ? "" : fmt::format(" to {:.3f} s", fromS + interval.Seconds()));
+    double const toS = fromS + static_cast<double>(interval.LengthNs()) / 1e9;
+    text += fmt::format("{}from {:.3f} s{}", text.empty() ? "" : "; ", fromS,
+                        interval.toNs == interval.fromNs ? "" : fmt::format(" to {:.3f} s", toS));
     if (finding.intervals.size() > 1) text += fmt::format(", the first of {}", finding.intervals.size());
   }
   return text.empty() ? text : " [" + text + "]";
@@ -181,7 +180,7 @@ std::vector<SessionFinding> FindingsOf(SessionFacts const& facts, std::vector<Se
     if (!finding) continue;
     finding->code = kind.code;
     if (!finding->severity) finding->severity = kind.severity;
-    if (finding->intervals.empty()) finding->intervals = finding->frames.intervals.All();
+    if (finding->intervals.empty()) finding->intervals = finding->frames.intervals;
     findings.push_back(std::move(*finding));
     if (findings.back().code == "units") return findings;
   }

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/shadingctl/findings/RuleWords.h"
 #include "tools/shadingctl/findings/Rules.h"
 
 namespace shadingctl::rules {
@@ -44,7 +43,7 @@ std::optional<SessionFinding> Carried(SessionFacts const& facts) {
 // least as long as each row's exposure.
 std::optional<SessionFinding> LongExposure(SessionFacts const& facts) {
   FrameList const& frames = facts.Matches().longExposures;
-  if (!IsWorthTelling(frames.count, facts)) return std::nullopt;
+  if (!IsWorthTelling(frames, facts)) return std::nullopt;
   double const exposureUs = facts.MedianExposureUs().value_or(0);
   double const readoutUs = facts.MedianReadoutUs().value_or(0);
   double const share = readoutUs / std::max(exposureUs + readoutUs, 1.0);

@@ -56,9 +56,4 @@ double MeanSquare(std::vector<double> const& values) {
   return std::inner_product(values.begin(), values.end(), values.begin(), 0.0) / static_cast<double>(values.size());
 }
 
-double RobustDeviation(std::vector<double> values) {
-  for (double& value : values) value = std::abs(value);
-  return 1.4826 * Median(std::move(values)).value_or(0);
-}
-
 }  // namespace shadingctl

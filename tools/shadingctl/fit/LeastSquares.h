@@ -40,7 +40,4 @@ struct Moments {
 
 double MeanSquare(std::vector<double> const& values);
 
-// The standard deviation of values around 0 most of which follow the normal distribution; 0 of none.
-double RobustDeviation(std::vector<double> values);
-
 }  // namespace shadingctl

@@ -33,18 +33,12 @@ enum class EndCause {
   kNotDelivered,     // nothing later was delivered
 };
 
-// Explanations and findings build on these.
+// Explanations and findings build on these, beside the row.
 struct FrameFacts {
-  std::uint32_t frame = 0;
-  std::uint64_t timestampNs = 0;
-  Match match = Match::kOff;
   StartCause start = StartCause::kUntold;
   std::optional<EndCause> end;  // of a span
-  std::optional<std::uint64_t> exposureUs;
-  std::optional<std::uint32_t> readoutUs;
   // From the frame's timestamp to the end of its search interval, on the samples' own clock.
   std::optional<std::int64_t> readoutEndUs;
-  std::optional<std::uint64_t> history;  // samples that the library held
 
   struct Window {
     std::int64_t firstUs = 0;  // from the start of the search interval
@@ -55,24 +49,12 @@ struct FrameFacts {
   std::optional<Window> window;
   std::optional<std::int64_t> nearestUs;  // from the start of the search interval to the window's nearest entry
   std::size_t spanEntries = 0;
-  std::size_t repeated = 0;           // in the span
   std::optional<double> lengthShare;  // span length over readout time
-  std::optional<double> coverage;
-  std::optional<std::int64_t> ageUs;
-  std::optional<std::int64_t> endDistanceUs;
 };
 
 struct Frame {
   FrameResult row;
   FrameFacts facts;
-};
-
-// What a call says of its frame, whatever the library makes of it.
-struct FrameHead {
-  std::int32_t camera = 0;
-  std::uint32_t frame = 0;
-  std::uint64_t timestampNs = 0;
-  int type = 0;
 };
 
 // Which of a computation's three pairs of timestamp and exposure counts.

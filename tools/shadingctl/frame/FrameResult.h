@@ -30,6 +30,10 @@ std::int64_t DifferenceUs(std::int64_t laterUs, std::int64_t earlierUs);
 // Either way; INT64_MAX where it is longer.
 std::int64_t DistanceUs(std::int64_t oneUs, std::int64_t otherUs);
 
+// The share of a search interval of this length that a span covers; both ends of the span since the interval's start,
+// in the unit of the length. Requires: length > 0.
+double CoverageOf(std::int64_t first, std::int64_t last, std::int64_t length);
+
 // The library's table of the window: a sample in the same us as the one taken before is left out, and one in us 0 at
 // the front.
 std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window, std::int64_t offsetUs);
@@ -72,10 +76,15 @@ enum class SpanEnd {
 // "near", "last"
 char const* Name(SpanEnd end);
 
-struct FrameResult {
+// What a call says of its frame, whatever the library makes of it.
+struct FrameHead {
+  std::int32_t camera = 0;
   std::uint32_t frame = 0;
   std::uint64_t timestampNs = 0;
   int type = 0;
+};
+
+struct FrameResult : FrameHead {
   Match match = Match::kOff;
   std::optional<std::uint32_t> samples;
   std::optional<std::int32_t> startIndex;
@@ -86,7 +95,6 @@ struct FrameResult {
   std::optional<double> hallX;
   std::optional<double> hallY;
   std::string message;  // why there is no start; without commas and quotes
-  std::int32_t camera = 0;
   std::optional<SpanEnd> end;
   std::optional<std::int64_t> endDistanceUs;
   std::optional<double> coverage;                // share of the search interval that the span covers, 0 to 1
@@ -139,9 +147,8 @@ struct CallOutcome {
 // samples, which is the same until the first frame is evicted.
 std::uint64_t HistoryOf(CallOutcome const& outcome, FrameMessages const& messages);
 
-// Derives from the library's outputs and messages how a frame was matched; fills everything except the frame's own
-// columns and the position.
-// `table` is AlignedTable of the messages' window.
+// Derives from the library's outputs and messages how a frame was matched; fills everything except the frame's head and
+// the position. `table` is AlignedTable of the messages' window.
 FrameResult Judge(CallOutcome const& outcome, FrameMessages const& messages, std::vector<AlignedSample> const& table);
 
 }  // namespace shadingctl

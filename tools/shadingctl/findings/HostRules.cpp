@@ -1,9 +1,6 @@
-// Rules about the host's calls and their times.
+// Rules about what the host tells of its frames, and when it calls.
 #include <fmt/format.h>
 
-#include <algorithm>
-
-#include "tools/shadingctl/findings/RuleWords.h"
 #include "tools/shadingctl/findings/Rules.h"
 
 namespace shadingctl::rules {
@@ -13,10 +10,35 @@ constexpr double kUsualAgeUs = 5000;  // of the newest sample when it comes, bes
 
 }  // namespace
 
+// frame_times. Any frame whose timestamp is that of the frame before, or earlier.
+std::optional<SessionFinding> FrameTimes(SessionFacts const& facts) {
+  FrameList const& frames = facts.Matches().timesBackward;
+  if (frames.count == 0) return std::nullopt;
+  return AboutFrames(frames, facts, "the timestamps of {} repeat that of the frame before or run backward",
+                     "hand over each frame's own timestamp");
+}
+
+// no_exposure. One frame in a hundred has an exposure of 0: its search interval begins with the timestamp then.
+std::optional<SessionFinding> NoExposure(SessionFacts const& facts) {
+  FrameList const& frames = facts.Matches().noExposures;
+  if (!IsWorthTelling(frames, facts)) return std::nullopt;
+  return AboutFrames(frames, facts, "the exposure time of {} is 0: their samples are looked for too late",
+                     "hand over the exposure time in nanoseconds");
+}
+
+// no_readout. One frame in a hundred has a readout of 0, as before the first StoreRollingShutter: a span of one sample
+// gives no position.
+std::optional<SessionFinding> NoReadout(SessionFacts const& facts) {
+  FrameList const& frames = facts.Matches().noReadouts;
+  if (!IsWorthTelling(frames, facts)) return std::nullopt;
+  return AboutFrames(frames, facts, "the readout time of {} is 0: no span has two samples",
+                     "store the readout time of the sensor mode after each start of the monitor");
+}
+
 // call_order. One frame in a hundred is computed before its own update. A note where none of them loses an end.
 std::optional<SessionFinding> CallOrder(SessionFacts const& facts) {
   BatchFacts const& batches = facts.Batches();
-  if (!IsWorthTelling(batches.afterwards.count, facts)) return std::nullopt;
+  if (!IsWorthTelling(batches.afterwards, facts)) return std::nullopt;
   return SessionFinding{fmt::format("{} were computed before their own update; {} of them lack an end near a sample",
                                     FramesText(batches.afterwards, facts), batches.afterwardsUnmatched),
                         "call UpdateSensorData before CalcOISValue",
@@ -28,7 +50,7 @@ std::optional<SessionFinding> CallOrder(SessionFacts const& facts) {
 
 bool IsDeliveredLate(SessionFacts const& facts) {
   DeliveryFacts const& delivery = facts.Delivery();
-  if (delivery.IsEmpty() || !delivery.HasCallTimes()) return false;
+  if (!delivery.HasCallTimes()) return false;
   return -delivery.OverCallUs() > kUsualAgeUs + 2 * facts.TrueIntervalUs().value_or(0);
 }
 
@@ -38,7 +60,7 @@ std::optional<SessionFinding> LateDelivery(SessionFacts const& facts) {
   if (!IsDeliveredLate(facts)) return std::nullopt;
   double const ageUs = -facts.Delivery().OverCallUs();
   FrameList const& late = facts.Matches().late;
-  bool const costsFrames = IsWorthTelling(late.count, facts);
+  bool const costsFrames = IsWorthTelling(late, facts);
   return SessionFinding{
       fmt::format(
           "the newest sample is {} old when it comes (median){}; a clock of the samples that is behind gives the "

@@ -1,4 +1,4 @@
-#include "tools/shadingctl/findings/RuleWords.h"
+#include "tools/shadingctl/findings/Rules.h"
 
 #include <fmt/format.h>
 
@@ -12,25 +12,23 @@ double Share(std::uint64_t part, std::uint64_t whole) {
   return whole == 0 ? 0 : static_cast<double>(part) / static_cast<double>(whole);
 }
 
-bool IsWorthTelling(std::uint64_t frames, SessionFacts const& facts) {
-  return frames > 0 && Share(frames, facts.Matches().Settled()) >= kWorthTelling;
+bool IsWorthTelling(FrameList const& frames, SessionFacts const& facts) {
+  return frames.count > 0 && Share(frames.count, facts.Matches().Settled()) >= kWorthTelling;
 }
 
 FrameList Together(FrameList const& one, FrameList const& other) {
-  std::vector<std::uint32_t> named;
-  for (FrameList const* const list : {&one, &other}) {
-    for (std::size_t i = 0; i < list->Named(); ++i) named.push_back(list->first[i]);
-  }
-  std::sort(named.begin(), named.end());
-  FrameList all;
-  for (std::size_t i = 0; i < std::min(named.size(), FrameList::kNamed); ++i) all.first[i] = named[i];
-  all.count = one.count + other.count;
-  std::vector<Interval> intervals = one.intervals.All();
-  intervals.insert(intervals.end(), other.intervals.All().begin(), other.intervals.All().end());
-  std::sort(intervals.begin(), intervals.end(),
-            [](Interval const& a, Interval const& b) { return a.fromNs < b.fromNs; });
-  for (Interval const& interval : intervals) all.intervals.Add(interval);
+  FrameList all = one;
+  all.count += other.count;
+  all.first.insert(all.first.end(), other.first.begin(), other.first.end());
+  std::sort(all.first.begin(), all.first.end());
+  all.first.resize(std::min(all.first.size(), FrameList::kNamed));
+  all.intervals.insert(all.intervals.end(), other.intervals.begin(), other.intervals.end());
+  all.intervals = Joined(std::move(all.intervals));
   return all;
+}
+
+SessionFinding AboutFrames(FrameList const& frames, SessionFacts const& facts, char const* text, char const* advice) {
+  return {fmt::format(fmt::runtime(text), FramesText(frames, facts)), advice, {}, frames};
 }
 
 std::string FramesText(FrameList const& frames, SessionFacts const& facts) {
