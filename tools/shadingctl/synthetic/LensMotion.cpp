@@ -1,8 +1,9 @@
-#include "tools/shadingctl/synthetic/LensMotion.h"
-
+// The motion of the lens.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+
+#include "tools/shadingctl/synthetic/SyntheticSamples.h"
 
 namespace shadingctl {
 namespace {

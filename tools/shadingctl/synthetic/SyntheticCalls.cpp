@@ -4,8 +4,6 @@
 #include <cmath>
 #include <vector>
 
-#include "tools/shadingctl/synthetic/Chance.h"
-
 namespace shadingctl {
 namespace {
 

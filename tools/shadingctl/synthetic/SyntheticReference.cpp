@@ -1,5 +1,3 @@
-#include "tools/shadingctl/synthetic/SyntheticReference.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -9,8 +7,6 @@
 #include "hosting/Interruption.h"
 #include "hosting/LibraryNumbers.h"
 #include "tools/shadingctl/output/OutputFile.h"
-#include "tools/shadingctl/synthetic/LensMotion.h"
-#include "tools/shadingctl/synthetic/SyntheticSamples.h"
 #include "tools/shadingctl/synthetic/SyntheticSession.h"
 
 namespace shadingctl {
@@ -19,39 +15,27 @@ namespace {
 constexpr std::int64_t kNsPerUs = 1000;
 constexpr int kLines = 64;  // of the image, over which the mean is taken
 
-class Target {
- public:
-  explicit Target(SyntheticOptions const& options) : mOptions(options) {}
-
-  void SetReadout(std::int64_t readoutNs) { mReadoutNs = readoutNs; }
-
-  // The row of a frame; nullopt when the lens is not known then.
-  std::optional<std::string> Row(recording::CalcOisValue const& calc) const {
-    auto const timestampNs = static_cast<std::int64_t>(calc.pairs[0].timestampNs);
-    auto const exposureNs = static_cast<std::int64_t>(calc.pairs[0].exposureNs);
-    std::int64_t const firstFrameNs = timestampNs - (std::int64_t{calc.frame} - 1) * mOptions.frameIntervalNs;
-    std::int64_t const startNs = timestampNs - exposureNs - LagNs(exposureNs) - FirstSampleNs(mOptions, firstFrameNs);
-    if (startNs < 0) return std::nullopt;
-    double x = 0;
-    double y = 0;
-    for (int line = 0; line < kLines; ++line) {
-      LensPoint const lens =
-          LensAt(mOptions.MotionFromNs() + startNs + mReadoutNs * (2 * line + 1) / (2 * kLines), 0, 0, mOptions.lens);
-      x += double{lens.x} / kLines;
-      y += double{lens.y} / kLines;
-    }
-    return fmt::format("{},{:.4f},{:.4f}\n", calc.frame, x, y);
+// The row of a frame; nullopt when the lens is not known then.
+std::optional<std::string> RowOf(SyntheticOptions const& options, recording::CalcOisValue const& calc,
+                                 std::int64_t readoutNs) {
+  auto const timestampNs = static_cast<std::int64_t>(calc.pairs[0].timestampNs);
+  auto const exposureNs = static_cast<std::int64_t>(calc.pairs[0].exposureNs);
+  auto const shorterNs = static_cast<double>(std::min(exposureNs, readoutNs));
+  auto const lagNs =
+      static_cast<std::int64_t>(hosting::kOffsetFactor * shorterNs) + hosting::kOffsetConstantUs * kNsPerUs;
+  std::int64_t const firstFrameNs = timestampNs - (std::int64_t{calc.frame} - 1) * options.frameIntervalNs;
+  std::int64_t const startNs = timestampNs - exposureNs - lagNs - FirstSampleNs(options, firstFrameNs);
+  if (startNs < 0) return std::nullopt;
+  double x = 0;
+  double y = 0;
+  for (int line = 0; line < kLines; ++line) {
+    std::int64_t const lineNs = startNs + readoutNs * (2 * line + 1) / (2 * kLines);
+    LensPoint const lens = LensAt(options.MotionFromNs() + lineNs, 0, 0, options.lens);
+    x += double{lens.x} / kLines;
+    y += double{lens.y} / kLines;
   }
-
- private:
-  std::int64_t LagNs(std::int64_t exposureNs) const {
-    auto const shorterNs = static_cast<double>(std::min(exposureNs, mReadoutNs));
-    return static_cast<std::int64_t>(hosting::kOffsetFactor * shorterNs) + hosting::kOffsetConstantUs * kNsPerUs;
-  }
-
-  SyntheticOptions const& mOptions;
-  std::int64_t mReadoutNs = 0;
-};
+  return fmt::format("{},{:.4f},{:.4f}\n", calc.frame, x, y);
+}
 
 }  // namespace
 
@@ -59,18 +43,18 @@ void WriteReference(SyntheticOptions const& options, std::string const& path) {
   OutputFile file(path);
   file.Write("frame,x,y\n");
   SyntheticSession session(options);
-  Target target(options);
+  std::int64_t readoutNs = 0;
   std::uint32_t lastFrame = 0;
   for (recording::Call call; session.Next(call);) {
     if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
     if (call.camera != options.cameras.front().sensorId) continue;
     if (auto const* const told = std::get_if<recording::StoreRollingShutter>(&call.operation)) {
-      target.SetReadout(told->rollingShutterNs);
+      readoutNs = told->rollingShutterNs;
     }
     auto const* const calc = std::get_if<recording::CalcOisValue>(&call.operation);
     if (calc == nullptr || calc->frame == lastFrame) continue;
     lastFrame = calc->frame;
-    if (auto const row = target.Row(*calc)) file.Write(*row);
+    if (auto const row = RowOf(options, *calc, readoutNs)) file.Write(*row);
   }
   file.Finish();
 }

@@ -5,8 +5,6 @@
 #include <cstddef>
 #include <utility>
 
-#include "tools/shadingctl/synthetic/Chance.h"
-
 namespace shadingctl {
 namespace {
 
@@ -45,7 +43,7 @@ std::int64_t SyntheticSamples::NextNominalNs() {
   return nominalNs;
 }
 
-SyntheticSamples::Taken const& SyntheticSamples::Next() {
+TakenSample const& SyntheticSamples::Next() {
   if (mNext) return *mNext;
   std::int64_t const nominalNs = NextNominalNs();
   auto const offNs = static_cast<std::int64_t>(Chance(mChance) * static_cast<double>(mOptions.jitterNs));
@@ -60,16 +58,6 @@ SyntheticSamples::Taken const& SyntheticSamples::Next() {
   return *mNext;
 }
 
-// A hand takes the phone in half a second: from 0 to 1.
-double SyntheticSamples::RisenAt(std::int64_t nominalNs) const {
-  for (Event const& event : mOptions.events) {
-    if (event.kind != EventKind::kHand) continue;
-    double const sinceS = static_cast<double>(nominalNs - kWarmUpNs - event.fromNs) / 1e9;
-    return std::clamp(2 * sinceS, 0.0, 1.0);
-  }
-  return 1;
-}
-
 // What the sensor says of the lens, right or wrong.
 LensPoint SyntheticSamples::ReadingAt(std::int64_t nominalNs, double noiseX, double noiseY) {
   auto const lensAt = [&](std::int64_t ns, double x, double y) {
@@ -79,13 +67,13 @@ LensPoint SyntheticSamples::ReadingAt(std::int64_t nominalNs, double noiseX, dou
   std::int64_t const index = nominalNs / mOptions.hallIntervalNs;
   LensPoint lens = lensAt(nominalNs, noiseX, noiseY);
   LensPoint const resting = lensAt(0, noiseX, noiseY);
-  double const risen = RisenAt(nominalNs);
-  bool const isHeld = amount(EventKind::kHeld) && index % std::llround(*amount(EventKind::kHeld)) != 0;
-  if (auto const hand = AmountOf(mOptions.events, EventKind::kHand, INT64_MAX); hand && risen < 1) {
+  if (Event const* const hand = EventOf(mOptions.events, EventKind::kHand)) {  // takes the phone, in half a second
+    double const sinceS = static_cast<double>(nominalNs - kWarmUpNs - hand->fromNs) / 1e9;
+    double const risen = std::clamp(2 * sinceS, 0.0, 1.0);
     LensPoint const moved = lensAt(nominalNs, 0, 0);
     LensPoint const start = lensAt(0, 0, 0);
-    auto const share = static_cast<float>(*hand + (1 - *hand) * risen);
-    lens = {resting.x + share * (moved.x - start.x), resting.y + share * (moved.y - start.y)};
+    auto const share = static_cast<float>(hand->amount + (1 - hand->amount) * risen);
+    if (risen < 1) lens = {resting.x + share * (moved.x - start.x), resting.y + share * (moved.y - start.y)};
   }
   if (amount(EventKind::kTurns)) {
     std::int64_t const turnNs = nominalNs % (2 * kTurnNs);
@@ -95,8 +83,10 @@ LensPoint SyntheticSamples::ReadingAt(std::int64_t nominalNs, double noiseX, dou
   }
   if (amount(EventKind::kNoise)) lens = resting;
   if (amount(EventKind::kNoiseX)) lens.x = resting.x;
-  if (amount(EventKind::kFreezeX) || amount(EventKind::kFreeze) || isHeld) lens.x = mBefore.x;
-  if (amount(EventKind::kFreezeY) || amount(EventKind::kFreeze) || isHeld) lens.y = mBefore.y;
+  auto const every = amount(EventKind::kHeld);
+  bool const isFrozen = amount(EventKind::kFreeze) || (every && index % std::llround(*every) != 0);
+  if (isFrozen || amount(EventKind::kFreezeX)) lens.x = mBefore.x;
+  if (isFrozen || amount(EventKind::kFreezeY)) lens.y = mBefore.y;
   if (amount(EventKind::kZeros)) lens = {};
   mBefore = lens;
   auto const flips = amount(EventKind::kFlips);
