@@ -1,10 +1,9 @@
-#include "tools/shadingctl/calibration/CalibrationFormats.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
 
 #include "hosting/QuotedText.h"
+#include "tools/shadingctl/calibration/CameraCalibration.h"
 
 namespace shadingctl {
 namespace {

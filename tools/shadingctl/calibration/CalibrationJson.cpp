@@ -7,8 +7,7 @@
 #include <numeric>
 #include <string_view>
 
-#include "tools/shadingctl/calibration/CalibrationFormats.h"
-#include "tools/shadingctl/output/Json.h"
+#include "tools/shadingctl/calibration/CameraCalibration.h"
 
 namespace shadingctl {
 namespace {
@@ -26,7 +25,7 @@ struct TableRange {
 };
 constexpr TableRange kTableRanges[] = {{5, std::nullopt, -9}, {3, -8, -5}, {1, -4, 4}, {2, 5, 8}, {4, 9, std::nullopt}};
 
-// The other kinds of blocks, besides those that CalibrationFormats.h names.
+// The other kinds of blocks, besides those that CameraCalibration.h names.
 constexpr std::string_view kStored = "as stored";
 constexpr std::string_view kMirrored = "mirrored";
 constexpr std::string_view kDefaultFill = "default fill";
