@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/shadingctl/fit/LeastSquares.h"
 #include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {

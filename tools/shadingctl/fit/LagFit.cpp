@@ -17,8 +17,8 @@ constexpr double kMostResidualShare = 0.5;    // above it, the image does not fo
 constexpr double kMostOutliers = 0.25;        // share of the frames; the search leaves out as many
 constexpr double kGridUs = 2000;              // of the search: the hand's fastest swings last 80 ms
 constexpr double kMarginUs = 10000;           // by which frames' lags may differ from the best one of the search
-constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0,
-                              0.5};  // of the search: the first one at all lags, all of them near the best
+// Of the search: the first one at all lags, all of them near the best.
+constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0, 0.5};
 
 template <class... Values>
 [[noreturn]] void Refuse(char const* code, char const* text, Values const&... values) {
@@ -222,22 +222,23 @@ class Fitting {
 
 ReferenceFit FitReference(std::vector<HallSample> const& samples, std::vector<ReferenceFrame> const& frames,
                           FitOptions const& options) {
-  auto const refuse = [&](char const* code, std::string text) {
+  try {
+    if (frames.empty()) Refuse("not_this_recording", "expected frames of the recording, found none of them");
+    bool const hasTimes = std::any_of(samples.begin(), samples.end(),
+                                      [&](auto const& sample) { return sample.timeNs != samples.front().timeNs; });
+    if (!hasTimes) Refuse("too_few_samples", "expected samples at different times, found none");
+    HallSignal const hall(samples);
+    if (hall.MedianIntervalUs() > kLongestIntervalUs) {
+      Refuse("too_few_samples", "expected a sample every {:.0f} us, found one every {:.0f} us", kLongestIntervalUs,
+             hall.MedianIntervalUs());
+    }
+    return Fitting(hall, frames, options).Run();
+  } catch (Refusal const& refusal) {
     ReferenceFit fit;
     fit.leftOut = frames.size();
-    fit.refused = Refusal{code, std::move(text)};
+    fit.refused = refusal;
     return fit;
-  };
-  if (frames.empty()) return refuse("not_this_recording", "expected frames of the recording, found none of them");
-  bool const hasTimes = std::any_of(samples.begin(), samples.end(),
-                                    [&](auto const& sample) { return sample.timeNs != samples.front().timeNs; });
-  if (!hasTimes) return refuse("too_few_samples", "expected samples at different times, found none");
-  HallSignal const hall(samples);
-  if (hall.MedianIntervalUs() > kLongestIntervalUs) {
-    return refuse("too_few_samples", fmt::format("expected a sample every {:.0f} us, found one every {:.0f} us",
-                                                 kLongestIntervalUs, hall.MedianIntervalUs()));
   }
-  return Fitting(hall, frames, options).Run();
 }
 
 }  // namespace shadingctl

@@ -1,8 +1,7 @@
-#include "tools/shadingctl/fit/Verdict.h"
-
 #include <fmt/format.h>
 
 #include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/fit/LagFit.h"
 
 namespace shadingctl {
 namespace {

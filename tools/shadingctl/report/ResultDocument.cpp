@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "tools/shadingctl/fit/FitFormats.h"
+#include "tools/shadingctl/fit/BenchSession.h"
 #include "tools/shadingctl/result/JsonReader.h"
 
 namespace shadingctl {
