@@ -208,35 +208,29 @@ Json BlockJson(CameraCalibration const& camera) {
   return json;
 }
 
-Json CameraJson(CameraCalibration const& camera) {
-  return {{"camera", camera.sensorIndex},
-          {"mask", 1 << camera.sensorIndex},
-          {"file", OrNull(camera.file.name)},
-          {"file_bytes", OrNull(camera.file.size)},
-          {"file_problem", OrNull(camera.file.problem)},
-          {"table", TableJson(camera)},
-          {"block", BlockJson(camera)},
-          {"messages", camera.messages}};
-}
+}  // namespace
 
-Json TablesJson() {
+Json CalibrationJson(std::string const& device, std::vector<CameraCalibration> const& cameras) {
   Json tables = Json::array();
   for (TableRange const& range : kTableRanges) {
     tables.push_back({{"index", range.table}, {"from", OrNull(range.from)}, {"to", OrNull(range.to)}});
   }
-  return tables;
-}
-
-}  // namespace
-
-Json CalibrationJson(std::string const& device, std::vector<CameraCalibration> const& cameras) {
-  Json json = {{"schema", "shadingctl-calibration"},
-               {"version", 1},
-               {"device", device},
-               {"tables", TablesJson()},
-               {"cameras", Json::array()}};
-  for (CameraCalibration const& camera : cameras) json["cameras"].push_back(CameraJson(camera));
-  return json;
+  Json list = Json::array();
+  for (CameraCalibration const& camera : cameras) {
+    list.push_back({{"camera", camera.sensorIndex},
+                    {"mask", 1 << camera.sensorIndex},
+                    {"file", OrNull(camera.file.name)},
+                    {"file_bytes", OrNull(camera.file.size)},
+                    {"file_problem", OrNull(camera.file.problem)},
+                    {"table", TableJson(camera)},
+                    {"block", BlockJson(camera)},
+                    {"messages", camera.messages}});
+  }
+  return {{"schema", "shadingctl-calibration"},
+          {"version", 1},
+          {"device", device},
+          {"tables", std::move(tables)},
+          {"cameras", std::move(list)}};
 }
 
 }  // namespace shadingctl

@@ -7,7 +7,6 @@
 #include "tools/shadingctl/findings/Rules.h"
 
 namespace shadingctl::rules {
-
 namespace {
 
 // A time of a session, and the range that sensors and cameras keep to: a value outside it that a factor of 10^3 or 10^6
@@ -30,6 +29,18 @@ constexpr struct PlausibleTime {
     {"readout times", "readout_us", [](SessionFacts const& facts) { return facts.MedianReadoutUs(); }, 200,
      500e3},  // a binned mode to a slow sensor
 };
+
+constexpr double kNoDelayUs = -500e3;  // no platform delivers so late
+constexpr double kAheadUs = 1500;      // the library's tolerance
+
+// What looks like the samples' clock where no call times tell it apart, the likelier first.
+std::string AlikeText(SessionFacts const& facts, char const* change) {
+  return facts.Delivery().HasCallTimes()
+             ? ""
+             : fmt::format("; without call times, {} of the host's delay looks alike", change);
+}
+
+std::string AheadOrBehind(double us) { return us > 0 ? "forward" : "back"; }
 
 }  // namespace
 
@@ -68,22 +79,6 @@ bool HasSteadyOffset(SessionFacts const& facts) {
   bool const isAhead = match.Of(StartCause::kHistoryBeginsLate).count == match.Settled();
   return (isBehind || isAhead) && greatestUs - delivery.OverFrameUs(0) <= 3 * *frameUs;
 }
-
-namespace {
-
-constexpr double kNoDelayUs = -500e3;  // no platform delivers so late
-constexpr double kAheadUs = 1500;      // the library's tolerance
-
-// What looks like the samples' clock where no call times tell it apart, the likelier first.
-std::string AlikeText(SessionFacts const& facts, char const* change) {
-  return facts.Delivery().HasCallTimes()
-             ? ""
-             : fmt::format("; without call times, {} of the host's delay looks alike", change);
-}
-
-std::string AheadOrBehind(double us) { return us > 0 ? "forward" : "back"; }
-
-}  // namespace
 
 // clock_offset. See HasSteadyOffset; with call times, samples that are more than 0.5 s older than the call that brought
 // them, or more than that later. The lead holds the delivery latency too, so the offset is told no closer than that.

@@ -59,14 +59,14 @@ bool CanExplain(SessionFinding const& cause, SessionFinding const& finding) {
 }
 
 void Explain(std::vector<SessionFinding>& findings) {
+  auto const find = [&](std::string_view code) {
+    return std::find_if(findings.begin(), findings.end(), [code](auto const& one) { return one.code == code; });
+  };
   for (Consequence const& consequence : Consequences()) {
-    auto const named = [](std::string_view code) {
-      return [code](SessionFinding const& one) { return one.code == code; };
-    };
-    auto const finding = std::find_if(findings.begin(), findings.end(), named(consequence.code));
+    auto const finding = find(consequence.code);
     if (finding == findings.end()) continue;
     for (std::string_view const code : consequence.causes) {
-      auto const cause = std::find_if(findings.begin(), findings.end(), named(code));
+      auto const cause = find(code);
       if (cause == findings.end() || !CanExplain(*cause, *finding)) continue;
       finding->explainedBy = code;
       finding->severity = Severity::kNote;

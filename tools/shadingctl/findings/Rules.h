@@ -14,8 +14,8 @@ using Rule = std::optional<SessionFinding>(SessionFacts const& facts);
 
 Rule WrongUnits, ClockOffset, ClockJump, ClockDrift, ClockAhead;    // ClockRules.cpp
 Rule History, Sampling, ReachBackward, ReachForward, NotDelivered;  // WindowRules.cpp
-Rule Carried, LongExposure, Repeated, ModeSwitch;                   // PositionRules.cpp
 Rule FrameTimes, NoExposure, NoReadout, CallOrder, LateDelivery;    // HostRules.cpp
+Rule Carried, LongExposure, Repeated, ModeSwitch;                   // HostRules.cpp
 Rule CameraOff, NotTold, Batches, Discarded, Gaps, RateChange;      // DeliveryRules.cpp
 Rule Still, DeadAxis, EndStop, Steps, Held;                         // LensRules.cpp
 

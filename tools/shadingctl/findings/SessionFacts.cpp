@@ -57,11 +57,6 @@ void SessionFacts::AddSamples(std::uint32_t frame, std::vector<NSCam::Utils::Sen
   }
 }
 
-void SessionFacts::BreakSamples() {
-  mHealth.Break();
-  mLens.Break();
-}
-
 void SessionFacts::AddBatch(std::uint32_t frame, std::size_t samples, std::optional<BatchStored> const& stored,
                             bool split, std::optional<std::uint64_t> callNs) {
   bool const isComputed = mLast && mLast->frame == frame && mUpdated != frame;

@@ -91,7 +91,10 @@ class SessionFacts {
   void AddSamples(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& samples);
 
   // The next samples do not follow the ones before: nobody knows what came in between.
-  void BreakSamples();
+  void BreakSamples() {
+    mHealth.Break();
+    mLens.Break();
+  }
 
   void AddFrame(Frame const& frame, std::optional<std::uint64_t> callNs = std::nullopt);
 

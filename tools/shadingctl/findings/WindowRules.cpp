@@ -112,8 +112,7 @@ std::optional<SessionFinding> Sampling(SessionFacts const& facts) {
 // it looks for.
 std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
   FrameList const& late = facts.Matches().Of(StartCause::kWindowBeginsLate);
-  if (!IsWorthTelling(late, facts)) return std::nullopt;
-  auto const budget = BudgetOf(facts);
+  auto const budget = IsWorthTelling(late, facts) ? BudgetOf(facts) : std::nullopt;
   if (!budget) return std::nullopt;
   double const intervalUs = *facts.TrueIntervalUs();
   double const reachUs = hosting::kSamplesBefore * intervalUs;
@@ -143,8 +142,7 @@ std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
 // and the window ends before the search interval, though later samples were there.
 std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
   FrameList const& early = facts.Matches().Of(EndCause::kWindowEndsEarly);
-  if (!IsWorthTelling(early, facts)) return std::nullopt;
-  auto const budget = BudgetOf(facts);
+  auto const budget = IsWorthTelling(early, facts) ? BudgetOf(facts) : std::nullopt;
   if (!budget) return std::nullopt;
   double const reachUs = hosting::kSamplesAfter * *facts.TrueIntervalUs();
   double const coverage = facts.Matches().coverage.Median().value_or(0) / 1e6;

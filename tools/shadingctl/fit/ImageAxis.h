@@ -1,5 +1,5 @@
-// One axis of the image, as a function of where the lens stood in each frame, and the fit of it that outliers do not
-// bend.
+// One axis of the image as a function of where the lens stood in each frame, the least squares of which each step of
+// its fit is made, and the fit that outliers do not bend.
 #pragma once
 
 #include <algorithm>
@@ -11,20 +11,56 @@
 #include <vector>
 
 #include "tools/shadingctl/fit/HallSignal.h"
-#include "tools/shadingctl/fit/LeastSquares.h"
 
 namespace shadingctl {
+
+// A step that needs fewer parameters takes the first ones, so the slope comes last: it can be left out.
+enum Parameter : std::size_t {
+  kOffset,
+  kTrend,  // of the image over time, and over time squared
+  kBend,
+  kGainX,  // image per unit of the samples
+  kGainY,
+  kCurvature,  // of the image over the squared motion that the gains give it
+  kLag,        // mean of all frames, us
+  kDrift,      // of the lag over time, us
+  kSlope,      // of the lag over the exposure
+  kParameters
+};
+using Parameters = std::array<double, kParameters>;
+
+double Dot(Parameters const& one, Parameters const& other);
+Parameters Only(Parameter parameter, double value = 1);
+
+// Sums over the equations of a least-squares problem in its first `count` parameters.
+struct Moments {
+  std::size_t count;
+  std::array<Parameters, kParameters> matrix{};  // the lower half
+  Parameters right{};
+
+  void Add(Parameters const& row, double value, double weight);
+
+  // The other parameters are 0. nullopt when they cannot be told apart.
+  std::optional<Parameters> Solve() const;
+};
+
+double MeanSquare(std::vector<double> const& values);
 
 // Which axis of the samples moves this axis of the image most.
 inline bool IsDrivenByY(Parameters const& at) { return std::abs(at[kGainY]) > std::abs(at[kGainX]); }
 
-// A frame and its search interval with a lag of 0, on the clock of the hall signal.
-struct FrameWindow {
+struct ReferenceFrame {
   std::uint32_t frame = 0;
-  double startUs = 0;  // start of frame
-  double endUs = 0;
+  std::int64_t startOfFrameNs = 0;  // timestamp less exposure
   double exposureUs = 0;
+  double readoutUs = 0;
   std::array<double, 2> position{};  // x and y, where the image stood
+};
+
+// A frame and its search interval with a lag of 0, on the clock of the hall signal.
+struct FrameWindow : ReferenceFrame {
+  double startUs = 0;
+  double endUs = 0;
 
   // Relative to the means of all frames.
   double time = 0;       // grows by 2 from the first frame to the last

@@ -22,10 +22,10 @@ constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0, 0.5};
 
 template <class... Values>
 [[noreturn]] void Refuse(char const* code, char const* text, Values const&... values) {
-  throw Refusal{code, fmt::format(fmt::runtime(text), values...)};
+  throw Cause{code, fmt::format(fmt::runtime(text), values...)};
 }
 
-// A step throws Refusal where it cannot go on.
+// A step throws a Cause where it cannot go on.
 class Fitting {
  public:
   Fitting(HallSignal const& hall, std::vector<ReferenceFrame> const& frames, FitOptions const& options) : mHall(hall) {
@@ -41,7 +41,7 @@ class Fitting {
         double const passedUs = startUs + frame.exposureUs - list.back().startUs - list.back().exposureUs;
         intervalsUs.push_back(passedUs / static_cast<double>(frame.frame - list.back().frame));
       }
-      list.push_back({frame.frame, startUs, startUs + frame.readoutUs, frame.exposureUs, frame.position, 0, 0});
+      list.push_back({frame, startUs, startUs + frame.readoutUs});
     }
     mFit.windows = FrameWindows(std::move(list));
     mFit.readoutUs = Median(std::move(readoutsUs)).value_or(0);
@@ -56,7 +56,7 @@ class Fitting {
       Select(found);
       CheckSearch(found);
       Refine();
-    } catch (Refusal const& refusal) {
+    } catch (Cause const& refusal) {
       mFit.refused = refusal;
     }
     if (mFit.hasLag) Compare();
@@ -233,7 +233,7 @@ ReferenceFit FitReference(std::vector<HallSample> const& samples, std::vector<Re
              hall.MedianIntervalUs());
     }
     return Fitting(hall, frames, options).Run();
-  } catch (Refusal const& refusal) {
+  } catch (Cause const& refusal) {
     ReferenceFit fit;
     fit.leftOut = frames.size();
     fit.refused = refusal;

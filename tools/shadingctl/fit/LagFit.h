@@ -14,21 +14,14 @@
 
 namespace shadingctl {
 
-struct ReferenceFrame {
-  std::uint32_t frame = 0;
-  std::int64_t startOfFrameNs = 0;  // timestamp less exposure
-  double exposureUs = 0;
-  double readoutUs = 0;
-  std::array<double, 2> position{};  // x and y, where the image stood
-};
-
 struct FitOptions {
   double searchUs = 40000;  // lags from minus to plus this, and two frame intervals further
 };
 
-struct Refusal {
+// Of a refusal, or of a difference from the library's numbers.
+struct Cause {
   char const* code;
-  std::string text;
+  std::string text;  // what it means, and what to change
 };
 
 enum class LagFollows { kCannotTell, kShorter, kExposure };  // min(exposure, readout), or the exposure
@@ -44,10 +37,10 @@ struct ReferenceFit {
   std::size_t leftOut = 0;  // without samples all around their search interval
   std::size_t clipped = 0;  // left out as well: the samples touch an end of their range
   double frameIntervalUs = 0;
-  double readoutUs = 0;            // median
-  std::optional<Refusal> refused;  // then no estimate has an interval
-  bool hasLag = false;             // a best lag was found, if only to be refused
-  BothAxes axes;                   // x and y
+  double readoutUs = 0;          // median
+  std::optional<Cause> refused;  // then no estimate has an interval
+  bool hasLag = false;           // a best lag was found, if only to be refused
+  BothAxes axes;                 // x and y
   LagFollows follows = LagFollows::kCannotTell;
   double probability = 1;  // of differences from the library's numbers at least as large, if the numbers hold
   std::array<Difference, 2> differences;
@@ -88,11 +81,6 @@ std::string VerdictOf(ReferenceFit const& fit);
 
 // What it rests on, in words.
 std::string ReasonOf(ReferenceFit const& fit);
-
-struct Cause {
-  char const* code;
-  std::string text;  // what it means, and what to change
-};
 
 // Causes that look alike in this recording stand side by side. None where slope and drift cannot be told apart.
 std::vector<Cause> DiagnosisOf(ReferenceFit const& fit);

@@ -73,7 +73,6 @@ class SyntheticBatches {
   Batch Take(std::uint32_t frameIndex, std::int64_t timeNs);
 
  private:
-  bool IsLate(std::uint32_t frameIndex) const;
   bool IsLost(std::int64_t timeNs);
   Batch RepeatedEnd();
 

@@ -5,7 +5,7 @@
 
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/replay/ReplayRun.h"
-#include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/dumps/HallDumpFile.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/summary/Summaries.h"
 

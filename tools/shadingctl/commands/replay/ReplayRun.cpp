@@ -22,7 +22,7 @@
 #include "tools/shadingctl/commands/Commands.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/commands/replay/ReplayEnding.h"
-#include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/dumps/HallDumpFile.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/OutputFile.h"
 #include "tools/shadingctl/output/Progress.h"
