@@ -10,45 +10,39 @@ namespace shadingctl {
 namespace {
 
 // What follows from what. A finding that is told itself, and does not follow from another one, explains those after it.
-struct Consequence {
+constexpr struct Consequence {
   std::string_view code;
-  std::vector<std::string_view> causes;
+  std::string_view causes[17];  // empty from the last one on
+} kConsequences[] = {
+    {"clock_offset", {"call_order"}},
+    {"clock_jump", {"frame_times", "call_order"}},
+    {"clock_drift", {"frame_times", "call_order", "clock_jump"}},
+    {"clock_ahead", {"frame_times", "clock_jump", "clock_drift"}},
+    {"late_delivery", {"clock_offset", "clock_jump", "clock_drift", "gaps", "discarded", "call_order", "rate_change"}},
+    {"call_order", {"frame_times"}},
+    {"gaps", {"clock_jump", "rate_change", "discarded"}},
+    {"rate_change", {"clock_jump", "gaps"}},
+    {"discarded", {"clock_jump"}},
+    {"history",
+     {"clock_offset", "clock_ahead", "clock_jump", "clock_drift", "frame_times", "gaps", "rate_change", "discarded",
+      "late_delivery"}},
+    {"sampling", {"held", "rate_change", "clock_jump", "gaps", "discarded"}},
+    {"reach_backward", {"clock_ahead", "clock_jump", "clock_drift", "frame_times", "rate_change"}},
+    {"reach_forward", {"clock_jump", "clock_drift", "frame_times", "no_exposure", "rate_change"}},
+    {"batches", {"gaps", "late_delivery", "clock_jump"}},
+    {"not_delivered",
+     {"clock_offset", "call_order", "late_delivery", "clock_jump", "clock_drift", "frame_times", "no_exposure", "gaps",
+      "batches", "discarded", "rate_change"}},
+    {"carried",
+     {"clock_offset", "call_order", "clock_jump", "clock_ahead", "clock_drift", "frame_times", "late_delivery", "gaps",
+      "discarded", "rate_change", "no_readout", "no_exposure", "history", "sampling", "reach_backward", "not_delivered",
+      "batches"}},
+    {"mode_switch", {"no_readout", "sampling"}},
+    {"held", {"still"}},
+    {"steps", {"still", "dead_axis"}},
+    {"end_stop", {"still", "dead_axis", "steps"}},
+    {"dead_axis", {"still"}},
 };
-
-std::vector<Consequence> const& Consequences() {
-  static std::vector<Consequence> const all = {
-      {"clock_offset", {"call_order"}},
-      {"clock_jump", {"frame_times", "call_order"}},
-      {"clock_drift", {"frame_times", "call_order", "clock_jump"}},
-      {"clock_ahead", {"frame_times", "clock_jump", "clock_drift"}},
-      {"late_delivery",
-       {"clock_offset", "clock_jump", "clock_drift", "gaps", "discarded", "call_order", "rate_change"}},
-      {"call_order", {"frame_times"}},
-      {"gaps", {"clock_jump", "rate_change", "discarded"}},
-      {"rate_change", {"clock_jump", "gaps"}},
-      {"discarded", {"clock_jump"}},
-      {"history",
-       {"clock_offset", "clock_ahead", "clock_jump", "clock_drift", "frame_times", "gaps", "rate_change", "discarded",
-        "late_delivery"}},
-      {"sampling", {"held", "rate_change", "clock_jump", "gaps", "discarded"}},
-      {"reach_backward", {"clock_ahead", "clock_jump", "clock_drift", "frame_times", "rate_change"}},
-      {"reach_forward", {"clock_jump", "clock_drift", "frame_times", "no_exposure", "rate_change"}},
-      {"batches", {"gaps", "late_delivery", "clock_jump"}},
-      {"not_delivered",
-       {"clock_offset", "call_order", "late_delivery", "clock_jump", "clock_drift", "frame_times", "no_exposure",
-        "gaps", "batches", "discarded", "rate_change"}},
-      {"carried",
-       {"clock_offset", "call_order", "clock_jump", "clock_ahead", "clock_drift", "frame_times", "late_delivery",
-        "gaps", "discarded", "rate_change", "no_readout", "no_exposure", "history", "sampling", "reach_backward",
-        "not_delivered", "batches"}},
-      {"mode_switch", {"no_readout", "sampling"}},
-      {"held", {"still"}},
-      {"steps", {"still", "dead_axis"}},
-      {"end_stop", {"still", "dead_axis", "steps"}},
-      {"dead_axis", {"still"}},
-  };
-  return all;
-}
 
 // A cause that is told of a stretch of time explains what begins in it or later, within a window.
 bool CanExplain(SessionFinding const& cause, SessionFinding const& finding) {
@@ -62,7 +56,7 @@ void Explain(std::vector<SessionFinding>& findings) {
   auto const find = [&](std::string_view code) {
     return std::find_if(findings.begin(), findings.end(), [code](auto const& one) { return one.code == code; });
   };
-  for (Consequence const& consequence : Consequences()) {
+  for (Consequence const& consequence : kConsequences) {
     auto const finding = find(consequence.code);
     if (finding == findings.end()) continue;
     for (std::string_view const code : consequence.causes) {

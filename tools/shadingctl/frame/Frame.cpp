@@ -1,9 +1,6 @@
 #include "tools/shadingctl/frame/Frame.h"
 
 #include <algorithm>
-#include <vector>
-
-#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 namespace {

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 #include "tools/shadingctl/synthetic/SyntheticSession.h"
 
