@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
@@ -72,12 +72,6 @@ std::optional<double> MedianCoverage(Timing const& timing) {
   return Median(std::move(coverages));
 }
 
-Obstacle ObstacleAt(std::vector<PhaseRange> const& ranges, std::int64_t phaseNs) {
-  auto const after = std::upper_bound(ranges.begin(), ranges.end(), phaseNs,
-                                      [](std::int64_t ns, PhaseRange const& range) { return ns < range.beginNs; });
-  return std::prev(after)->outcome.obstacle;
-}
-
 // Frames until the phase repeats, up to a drift that is negligible during a session.
 std::optional<std::int64_t> LockedPhases(Timing const& timing) {
   for (std::int64_t frames = 1; frames <= kMostLockedPhases; ++frames) {
@@ -100,7 +94,9 @@ std::optional<Lock> LockOf(Timing const& timing, std::vector<PhaseRange> const& 
       std::int64_t matches = 0;
       for (std::int64_t i = 0; i < *phases; ++i) {
         std::int64_t const phaseNs = (edgeNs + i * stepNs) % timing.hallIntervalNs;
-        if (ObstacleAt(ranges, phaseNs) == Obstacle::kNone) ++matches;
+        auto const at =
+            std::find_if(ranges.begin(), ranges.end(), [&](PhaseRange const& one) { return phaseNs < one.endNs; });
+        if (at->outcome.obstacle == Obstacle::kNone) ++matches;
       }
       double const share = static_cast<double>(matches) / static_cast<double>(*phases);
       lock.lowestMatch = std::min(lock.lowestMatch, share);
@@ -110,18 +106,14 @@ std::optional<Lock> LockOf(Timing const& timing, std::vector<PhaseRange> const& 
   return lock;
 }
 
-// The exposure with that look-back.
-std::int64_t ExposureOfReachNs(std::int64_t reachNs, std::int64_t readoutNs) {
-  auto const restNs = static_cast<double>(reachNs - kOffsetConstantNs);
-  auto const shortNs = static_cast<std::int64_t>(restNs / (1 + kOffsetFactor));
-  if (shortNs <= readoutNs) return shortNs;
-  return static_cast<std::int64_t>(restNs - kOffsetFactor * static_cast<double>(readoutNs));
-}
-
 Limits LimitsOf(Timing const& timing, std::int64_t reachNs, std::optional<std::int64_t> windowBackNs) {
   Limits limits;
   if (windowBackNs && *windowBackNs + kToleranceNs > kOffsetConstantNs) {
-    limits.longestExposureNs = ExposureOfReachNs(*windowBackNs + kToleranceNs, timing.readoutNs);
+    // ReachBackNs, solved for the exposure: where that is the shorter time, or where the readout is.
+    auto const restNs = static_cast<double>(*windowBackNs + kToleranceNs - kOffsetConstantNs);
+    auto const shortNs = static_cast<std::int64_t>(restNs / (1 + kOffsetFactor));
+    auto const longNs = static_cast<std::int64_t>(restNs - kOffsetFactor * static_cast<double>(timing.readoutNs));
+    limits.longestExposureNs = shortNs <= timing.readoutNs ? shortNs : longNs;
   }
   limits.lowestToleranceHz = kSecondNs / static_cast<double>(2 * kToleranceNs - kMicrosecondNs);
   limits.lowestHistoryHz =

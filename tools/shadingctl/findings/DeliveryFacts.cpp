@@ -12,12 +12,12 @@ namespace {
 constexpr std::size_t kSide = 30;      // frames on either side of a step: as many as the history holds
 constexpr double kLeastStepUs = 5000;  // below it no step is told, nor below 1.5 sample intervals
 constexpr double kStepIntervals = 1.5;
-constexpr double kStepTop = 0.9;           // of the height of a peak: it lies in the middle of what reaches that
+constexpr double kStepTop = 0.9;           // of the height of a peak: the step lies in the middle of what reaches that
 constexpr double kLeastTrendUs = 1500;     // besides one sample interval
 constexpr double kOtherEpochUs = 60e6;     // no call is so much later than its frame
 constexpr std::size_t kTrendPoints = 200;  // of which all pairs are compared
 constexpr double kTrendErrors = 5.5;       // of the width of the leads over the root of their number: about 5 sigma
-constexpr double kSteady = 0.15;           // of the trend, that each third of the session has at least
+constexpr double kSteady = 0.15;  // of the trend, that lies at least between neighbouring thirds of the session
 
 std::vector<double> Part(std::vector<double> const& values, std::size_t from, std::size_t to) {
   return {values.begin() + static_cast<std::ptrdiff_t>(from), values.begin() + static_cast<std::ptrdiff_t>(to)};
@@ -25,7 +25,7 @@ std::vector<double> Part(std::vector<double> const& values, std::size_t from, st
 
 double Width(std::vector<double> const& values) { return AtShare(values, 0.95) - AtShare(values, 0.05); }
 
-// Less the common trend, the median of the differences from one side's length to the next: a step touches few of them.
+// The leads less their common trend, which is the median rise over kSide frames: a step touches few of those.
 std::vector<double> WithoutTrend(std::vector<double> leads) {
   std::vector<double> rises;
   for (std::size_t i = kSide; i < leads.size(); ++i) rises.push_back(leads[i] - leads[i - kSide]);
@@ -34,7 +34,7 @@ std::vector<double> WithoutTrend(std::vector<double> leads) {
   return leads;
 }
 
-// Medians of the frames on either side of each place, the later less the earlier; 0 near the ends.
+// At each place the median of the frames after it less that of the frames before it; 0 near the ends.
 std::vector<double> Differences(std::vector<double> const& leads) {
   std::vector<double> differences(leads.size(), 0.0);
   for (std::size_t i = kSide; i + kSide <= leads.size(); ++i) {

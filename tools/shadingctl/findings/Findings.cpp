@@ -9,10 +9,10 @@
 namespace shadingctl {
 namespace {
 
-// What follows from what. A finding that is told itself, and does not follow from another one, explains those after it.
+// Which findings follow from which others. A finding that was told explains another one, unless it is explained itself.
 constexpr struct Consequence {
   std::string_view code;
-  std::string_view causes[17];  // empty from the last one on
+  std::string_view causes[17];  // the first one that was told counts; unused places are empty, and name none
 } kConsequences[] = {
     {"clock_offset", {"call_order"}},
     {"clock_jump", {"frame_times", "call_order"}},

@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 
 namespace shadingctl {
 
@@ -29,7 +29,7 @@ struct Interval {
   std::int64_t LengthNs() const { return DifferenceNs(toNs, fromNs); }
 };
 
-// In the order in which they were added; neighbours that are nearer to each other than a window become one.
+// Appends an interval, or joins it with the last one where the two are nearer to each other than a window.
 inline void AddTo(std::vector<Interval>& all, Interval const& interval) {
   if (!all.empty() && DifferenceNs(interval.fromNs, all.back().toNs) < kWindowNs &&
       DifferenceNs(all.back().fromNs, interval.toNs) < kWindowNs) {
@@ -41,7 +41,7 @@ inline void AddTo(std::vector<Interval>& all, Interval const& interval) {
   }
 }
 
-// The same of intervals in any order.
+// Sorts intervals by their beginnings, and joins neighbours as AddTo does.
 inline std::vector<Interval> Joined(std::vector<Interval> intervals) {
   std::sort(intervals.begin(), intervals.end(),
             [](Interval const& one, Interval const& other) { return one.fromNs < other.fromNs; });

@@ -100,10 +100,8 @@ std::uint32_t HeldFor(std::vector<LensSample> const& samples) {
 
 // `samples` are at least 100.
 LensWindow WindowOf(std::vector<LensSample> const& samples) {
-  LensSample const& first = samples.front();
-  LensSample const& last = samples.back();
   LensWindow window;
-  window.interval = {first.timeNs, last.timeNs, first.frame, last.frame};
+  window.interval = {samples.front().timeNs, samples.back().timeNs, samples.front().frame, samples.back().frame};
   window.axes = {AxisOf(samples, 0), AxisOf(samples, 1)};
   window.heldFor = HeldFor(samples);
   std::vector<std::int64_t> intervalsNs;

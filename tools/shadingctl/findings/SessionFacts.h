@@ -1,4 +1,4 @@
-// The statistics from which findings are derived: one camera's frames, batches and samples, in constant memory.
+// The statistics from which findings are derived: one camera's frames, batches and samples, in some 50 bytes a frame.
 #pragma once
 
 #include <algorithm>
@@ -67,7 +67,7 @@ struct MatchFacts {
 
 struct BatchFacts {
   FrameList missing;                      // frames without a batch
-  FrameList missingUnmatched;             // of these, those without both ends near
+  FrameList missingUnmatched;             // of these, those that lack later samples
   FrameList discarded;                    // frames whose batch the library discarded
   FrameList afterwards;                   // frames that were computed before their update
   std::uint64_t afterwardsUnmatched = 0;  // of these, those without both ends near

@@ -15,7 +15,7 @@ constexpr double kSameAsTime = 0.999;
 constexpr int kDeviationSteps = 10;       // of reweighting: the sum changes by less than a percent after them
 constexpr double kSmallDeviation = 0.02;  // of the mean one: smaller ones weigh no more
 constexpr double kNoDeviation = 1e-150;   // keeps weights finite
-constexpr double kSingular = 1e-9;        // a pivot below this share of its column is none
+constexpr double kSingular = 1e-9;        // a pivot that elimination left with less than this share is none
 
 double MeanSize(std::vector<double> const& values, std::size_t count) {
   return std::accumulate(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(count), 0.0,

@@ -46,7 +46,7 @@ struct Moments {
 
 double MeanSquare(std::vector<double> const& values);
 
-// Which axis of the samples moves this axis of the image most.
+// Whether y of the samples moves this axis of the image more than x does.
 inline bool IsDrivenByY(Parameters const& at) { return std::abs(at[kGainY]) > std::abs(at[kGainX]); }
 
 struct ReferenceFrame {

@@ -99,7 +99,7 @@ class Fitting {
            kFewestFrames, whole, clipped);
   }
 
-  // The frames that the rest is about.
+  // Keeps the frames with samples all around them at both lags that were found, and a margin on either side.
   void Select(std::array<LagTrial, 2> const& found) {
     auto const [least, most] = std::minmax(found[0].at[kLag], found[1].at[kLag]);
     std::vector<FrameWindow> selected;
@@ -196,7 +196,7 @@ class Fitting {
     mFit.windows = std::move(byExposure);
   }
 
-  // The fitted lag with others and with the library's.
+  // Compares the fitted lag with those of the search, and with the library's.
   void Compare() {
     for (std::size_t axis = 0; axis < 2; ++axis) {
       mLagsUs.push_back(mFit.axes[axis].at[kLag]);

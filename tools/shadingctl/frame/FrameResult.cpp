@@ -1,4 +1,4 @@
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 
 #include <fmt/format.h>
 
@@ -12,15 +12,12 @@ namespace {
 
 constexpr std::int64_t kRepeatPart = 4;  // of the median interval: far above the difference of a repeated time
 
-bool IsWarmingUp(CallOutcome const& outcome, FrameMessages const& messages) {
-  return !outcome.hasBeenWarm && outcome.updates <= kHistoryFrames && !messages.zeroTime &&
-         HistoryOf(outcome, messages) < kWindowSize;
-}
-
 Match MatchOf(CallOutcome const& outcome, FrameMessages const& messages) {
   if (!outcome.supported || messages.notRegistered) return Match::kOff;
   if (messages.nothingMatched || messages.zeroTime || (messages.times && messages.times->samples == 0)) {
-    return IsWarmingUp(outcome, messages) ? Match::kWarmUp : Match::kNoWindow;
+    bool const isWarmUp = !outcome.hasBeenWarm && outcome.updates <= kHistoryFrames && !messages.zeroTime &&
+                          HistoryOf(outcome, messages) < kWindowSize;
+    return isWarmUp ? Match::kWarmUp : Match::kNoWindow;
   }
   if (messages.Done()) return outcome.startFound ? Match::kStart : Match::kCarried;
   return outcome.startFound || outcome.flagHanded ? Match::kSingle : Match::kNoStart;

@@ -4,7 +4,6 @@
 #include <limits>
 #include <utility>
 
-#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 namespace {
