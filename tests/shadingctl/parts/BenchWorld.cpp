@@ -5,8 +5,6 @@
 #include <cmath>
 #include <random>
 
-#include "tools/shadingctl/fit/Verdict.h"
-
 namespace shadingctl {
 namespace {
 

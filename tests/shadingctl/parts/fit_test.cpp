@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/shadingctl/parts/BenchWorld.h"
-#include "tools/shadingctl/fit/Verdict.h"
+#include "tools/shadingctl/fit/LagFit.h"
 
 namespace shadingctl {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/log/FrameMessages.h"
 
 namespace shadingctl {

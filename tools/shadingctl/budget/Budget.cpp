@@ -1,18 +1,66 @@
 #include "tools/shadingctl/budget/Budget.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
+#include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
 namespace {
+
+using hosting::kOffsetFactor;
+
+// Constants of the library, signed, in ns.
+constexpr std::int64_t kKeptFrames = hosting::kHistoryFrames;
+constexpr std::int64_t kWindow = hosting::kWindowSize;
+constexpr std::int64_t kBefore = hosting::kSamplesBefore;  // samples of the window before the timestamp
+constexpr std::int64_t kOffsetConstantNs = hosting::kOffsetConstantUs * kMicrosecondNs;
+constexpr std::int64_t kToleranceNs = hosting::kToleranceUs * kMicrosecondNs;
+
+// The library truncates times to us and requires a distance below the tolerance: a sample may be up to 1499 us early,
+// or late by less than 1500 us.
+constexpr std::int64_t kEarliestNs = -(kToleranceNs - kMicrosecondNs);
 
 constexpr double kSecondNs = 1e9;
 constexpr std::int64_t kPhasesOfAMedian = 1000;
 constexpr std::int64_t kMostLockedPhases = 12;       // more of them are as good as random
 constexpr std::int64_t kSessionNs = 10'000'000'000;  // of a locked phase: in it, the drift is below ...
 constexpr std::int64_t kDriftParts = 10;             // ... a tenth of a sample interval
+
+std::int64_t FloorOf(std::int64_t dividend, std::int64_t divisor) {
+  std::int64_t const quotient = dividend / divisor;
+  return dividend % divisor < 0 ? quotient - 1 : quotient;
+}
+std::int64_t CeilingOf(std::int64_t dividend, std::int64_t divisor) { return -FloorOf(-dividend, divisor); }
+std::int64_t Modulo(std::int64_t dividend, std::int64_t divisor) {
+  return dividend - FloorOf(dividend, divisor) * divisor;
+}
+
+// The history at a phase: indices of its oldest and newest sample; index 0 is the first sample at or after the frame's
+// timestamp.
+struct History {
+  std::int64_t oldest = 0;
+  std::int64_t newest = 0;
+  std::int64_t Count() const { return newest - oldest + 1; }
+
+  // Where the window of 100 samples in it begins. Requires: Count() >= 100 and newest >= 0.
+  std::int64_t WindowBegin() const { return std::min(std::max(oldest, -kBefore), newest - kWindow + 1); }
+};
+
+// The look-back: how long before the timestamp the samples at the start of the search interval are taken.
+std::int64_t ReachBackNs(std::int64_t exposureNs, std::int64_t readoutNs) {
+  auto const shorterUs = static_cast<double>(std::min(exposureNs, readoutNs) / kMicrosecondNs);
+  return exposureNs + static_cast<std::int64_t>(shorterUs * kOffsetFactor) * kMicrosecondNs + kOffsetConstantNs;
+}
+
+// Updates are one frame interval apart, and each delivers every sample taken until then.
+History HistoryAt(Timing const& timing, std::int64_t phaseNs) {
+  std::int64_t const newestNs = timing.readoutNs + timing.deliveryDelayNs;
+  std::int64_t const beforeNs = newestNs - kKeptFrames * timing.frameIntervalNs;  // the last one that has left
+  return {FloorOf(beforeNs - phaseNs, timing.hallIntervalNs) + 1, FloorOf(newestNs - phaseNs, timing.hallIntervalNs)};
+}
 
 // The median over evenly spaced phases, of those that match.
 std::optional<double> MedianCoverage(Timing const& timing) {
@@ -22,12 +70,6 @@ std::optional<double> MedianCoverage(Timing const& timing) {
     if (outcome.obstacle == Obstacle::kNone) coverages.push_back(outcome.coverage);
   }
   return Median(std::move(coverages));
-}
-
-Obstacle ObstacleAt(std::vector<PhaseRange> const& ranges, std::int64_t phaseNs) {
-  auto const after = std::upper_bound(ranges.begin(), ranges.end(), phaseNs,
-                                      [](std::int64_t ns, PhaseRange const& range) { return ns < range.beginNs; });
-  return std::prev(after)->outcome.obstacle;
 }
 
 // Frames until the phase repeats, up to a drift that is negligible during a session.
@@ -52,7 +94,9 @@ std::optional<Lock> LockOf(Timing const& timing, std::vector<PhaseRange> const& 
       std::int64_t matches = 0;
       for (std::int64_t i = 0; i < *phases; ++i) {
         std::int64_t const phaseNs = (edgeNs + i * stepNs) % timing.hallIntervalNs;
-        if (ObstacleAt(ranges, phaseNs) == Obstacle::kNone) ++matches;
+        auto const at =
+            std::find_if(ranges.begin(), ranges.end(), [&](PhaseRange const& one) { return phaseNs < one.endNs; });
+        if (at->outcome.obstacle == Obstacle::kNone) ++matches;
       }
       double const share = static_cast<double>(matches) / static_cast<double>(*phases);
       lock.lowestMatch = std::min(lock.lowestMatch, share);
@@ -62,18 +106,14 @@ std::optional<Lock> LockOf(Timing const& timing, std::vector<PhaseRange> const& 
   return lock;
 }
 
-// The exposure with that look-back.
-std::int64_t ExposureOfReachNs(std::int64_t reachNs, std::int64_t readoutNs) {
-  auto const restNs = static_cast<double>(reachNs - kOffsetConstantNs);
-  auto const shortNs = static_cast<std::int64_t>(restNs / (1 + kOffsetFactor));
-  if (shortNs <= readoutNs) return shortNs;
-  return static_cast<std::int64_t>(restNs - kOffsetFactor * static_cast<double>(readoutNs));
-}
-
 Limits LimitsOf(Timing const& timing, std::int64_t reachNs, std::optional<std::int64_t> windowBackNs) {
   Limits limits;
   if (windowBackNs && *windowBackNs + kToleranceNs > kOffsetConstantNs) {
-    limits.longestExposureNs = ExposureOfReachNs(*windowBackNs + kToleranceNs, timing.readoutNs);
+    // ReachBackNs, solved for the exposure: where that is the shorter time, or where the readout is.
+    auto const restNs = static_cast<double>(*windowBackNs + kToleranceNs - kOffsetConstantNs);
+    auto const shortNs = static_cast<std::int64_t>(restNs / (1 + kOffsetFactor));
+    auto const longNs = static_cast<std::int64_t>(restNs - kOffsetFactor * static_cast<double>(timing.readoutNs));
+    limits.longestExposureNs = shortNs <= timing.readoutNs ? shortNs : longNs;
   }
   limits.lowestToleranceHz = kSecondNs / static_cast<double>(2 * kToleranceNs - kMicrosecondNs);
   limits.lowestHistoryHz =
@@ -97,6 +137,63 @@ Limits LimitsOf(Timing const& timing, std::int64_t reachNs, std::optional<std::i
 }
 
 }  // namespace
+
+PhaseOutcome OutcomeAt(Timing const& timing, std::int64_t phaseNs) {
+  std::int64_t const intervalNs = timing.hallIntervalNs;
+  History const history = HistoryAt(timing, phaseNs);
+  PhaseOutcome outcome;
+  if (history.newest < 0) return {Obstacle::kNothingAfter};
+  if (history.Count() < kWindow) return {Obstacle::kHistory};
+  std::int64_t const begin = history.WindowBegin();
+
+  // Time of a window entry since the start of the search interval.
+  std::int64_t const entry0Ns = phaseNs + begin * intervalNs + ReachBackNs(timing.exposureNs, timing.readoutNs);
+  auto const timeNs = [&](std::int64_t entry) { return entry0Ns + entry * intervalNs; };
+  std::int64_t const last = kWindow - 1;
+
+  std::int64_t const candidate = std::max<std::int64_t>(CeilingOf(kEarliestNs - entry0Ns, intervalNs), 0);
+  if (candidate >= last || timeNs(candidate) >= kToleranceNs) {
+    return {candidate == 0 ? Obstacle::kReach : Obstacle::kTolerance};
+  }
+  bool const nextIsNearer = std::abs(timeNs(candidate)) > std::abs(timeNs(candidate + 1));
+  outcome.first = candidate + (nextIsNearer ? 1 : 0);
+
+  // The last entry is near where its distance from the first one is near the readout time.
+  std::int64_t const readoutNs = timing.readoutNs;
+  std::int64_t const steps = std::max<std::int64_t>(FloorOf(readoutNs - kToleranceNs, intervalNs) + 1, 0);
+  std::int64_t const end = outcome.first + steps;
+  std::int64_t const offNs = steps * intervalNs - readoutNs;
+  outcome.last = last;
+  if (end < last && std::abs(offNs) < kToleranceNs) {
+    outcome.last = end + (std::abs(offNs) > std::abs(offNs + intervalNs) ? 1 : 0);
+  }
+  if (outcome.last == outcome.first) outcome.obstacle = Obstacle::kSingle;
+  outcome.endIsNear = std::abs((outcome.last - outcome.first) * intervalNs - readoutNs) < kToleranceNs;
+  outcome.coverage = readoutNs == 0 ? 1 : CoverageOf(timeNs(outcome.first), timeNs(outcome.last), readoutNs);
+  return outcome;
+}
+
+std::vector<PhaseRange> OutcomesOfAllPhases(Timing const& timing) {
+  std::int64_t const intervalNs = timing.hallIntervalNs;
+  std::int64_t const newestNs = timing.readoutNs + timing.deliveryDelayNs;
+  std::int64_t const reachNs = ReachBackNs(timing.exposureNs, timing.readoutNs);
+  std::vector<std::int64_t> begins = {
+      0,
+      Modulo(newestNs + 1, intervalNs),                                         // one sample less has come
+      Modulo(newestNs - kKeptFrames * timing.frameIntervalNs + 1, intervalNs),  // one more is left
+      Modulo(kEarliestNs - reachNs, intervalNs),                                // one becomes near the start
+      Modulo(kToleranceNs - reachNs, intervalNs),                               // one ceases to be near
+      Modulo(intervalNs / 2 - reachNs, intervalNs),                             // the next one becomes nearer
+  };
+  std::sort(begins.begin(), begins.end());
+  begins.erase(std::unique(begins.begin(), begins.end()), begins.end());
+  begins.push_back(intervalNs);
+  std::vector<PhaseRange> ranges;
+  for (std::size_t i = 0; i + 1 < begins.size(); ++i) {
+    ranges.push_back({begins[i], begins[i + 1], OutcomeAt(timing, begins[i] + (begins[i + 1] - begins[i]) / 2)});
+  }
+  return ranges;
+}
 
 Budget MakeBudget(Timing const& timing) {
   Budget budget;

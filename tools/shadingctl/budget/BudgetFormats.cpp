@@ -1,9 +1,9 @@
-#include "tools/shadingctl/budget/BudgetFormats.h"
-
 #include <fmt/format.h>
 
 #include <cmath>
 
+#include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/budget/Budget.h"
 #include "tools/shadingctl/output/PercentText.h"
 
 namespace shadingctl {
@@ -88,8 +88,9 @@ std::string VerdictText(Json const& budget) {
 }
 
 std::string HistoryText(Json const& budget) {
-  std::string const text = fmt::format("History    {} samples in {} frames at least, {} are needed: ",
-                                       budget.at("fewest_samples").get<std::int64_t>(), kKeptFrames, kWindow);
+  std::string const text = fmt::format(
+      "History    {} samples in {} frames at least, {} are needed: ", budget.at("fewest_samples").get<std::int64_t>(),
+      hosting::kHistoryFrames, hosting::kWindowSize);
   if (Number(budget, "short_history") == 0) return text + "enough\n";
   return text + fmt::format("too few for {} of the frames; enough from {:.1f} a second on\n",
                             Percent(budget, "short_history"), Number(budget, "lowest_history_hz"));

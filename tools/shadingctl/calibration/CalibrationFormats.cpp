@@ -1,10 +1,7 @@
-#include "tools/shadingctl/calibration/CalibrationFormats.h"
-
 #include <fmt/format.h>
 
-#include <algorithm>
-
 #include "hosting/QuotedText.h"
+#include "tools/shadingctl/calibration/CameraCalibration.h"
 
 namespace shadingctl {
 namespace {
@@ -117,10 +114,10 @@ std::string CalibrationText(Json const& document) {
 std::string CalibrationCsv(Json const& document) {
   Json rows = document.at("cameras");
   for (Json& row : rows) {
-    Json const& means = row.at("block").at("rows");
-    std::vector<Json> cells(kBlockRows);
-    std::transform(means.begin(), means.end(), cells.begin(), [](Json const& of) { return of.at("mean"); });
-    for (std::size_t r = 0; r < kBlockRows; ++r) row[fmt::format("mean_row{}", r)] = cells[r];
+    Json const rowsOfBlock = row.at("block").at("rows");
+    for (std::size_t r = 0; r < kBlockRows; ++r) {
+      row[fmt::format("mean_row{}", r)] = r < rowsOfBlock.size() ? rowsOfBlock[r].at("mean") : Json();
+    }
   }
   return CsvText(rows);
 }

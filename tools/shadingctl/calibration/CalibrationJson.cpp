@@ -3,12 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <numeric>
 #include <string_view>
 
-#include "tools/shadingctl/calibration/CalibrationFormats.h"
-#include "tools/shadingctl/output/Json.h"
+#include "tools/shadingctl/calibration/CameraCalibration.h"
 
 namespace shadingctl {
 namespace {
@@ -26,7 +24,7 @@ struct TableRange {
 };
 constexpr TableRange kTableRanges[] = {{5, std::nullopt, -9}, {3, -8, -5}, {1, -4, 4}, {2, 5, 8}, {4, 9, std::nullopt}};
 
-// The other kinds of blocks, besides those that CalibrationFormats.h names.
+// The other kinds of blocks, besides those that CameraCalibration.h names.
 constexpr std::string_view kStored = "as stored";
 constexpr std::string_view kMirrored = "mirrored";
 constexpr std::string_view kDefaultFill = "default fill";
@@ -209,35 +207,29 @@ Json BlockJson(CameraCalibration const& camera) {
   return json;
 }
 
-Json CameraJson(CameraCalibration const& camera) {
-  return {{"camera", camera.sensorIndex},
-          {"mask", 1 << camera.sensorIndex},
-          {"file", OrNull(camera.file.name)},
-          {"file_bytes", OrNull(camera.file.size)},
-          {"file_problem", OrNull(camera.file.problem)},
-          {"table", TableJson(camera)},
-          {"block", BlockJson(camera)},
-          {"messages", camera.messages}};
-}
+}  // namespace
 
-Json TablesJson() {
+Json CalibrationJson(std::string const& device, std::vector<CameraCalibration> const& cameras) {
   Json tables = Json::array();
   for (TableRange const& range : kTableRanges) {
     tables.push_back({{"index", range.table}, {"from", OrNull(range.from)}, {"to", OrNull(range.to)}});
   }
-  return tables;
-}
-
-}  // namespace
-
-Json CalibrationJson(std::string const& device, std::vector<CameraCalibration> const& cameras) {
-  Json json = {{"schema", "shadingctl-calibration"},
-               {"version", 1},
-               {"device", device},
-               {"tables", TablesJson()},
-               {"cameras", Json::array()}};
-  for (CameraCalibration const& camera : cameras) json["cameras"].push_back(CameraJson(camera));
-  return json;
+  Json list = Json::array();
+  for (CameraCalibration const& camera : cameras) {
+    list.push_back({{"camera", camera.sensorIndex},
+                    {"mask", 1 << camera.sensorIndex},
+                    {"file", OrNull(camera.file.name)},
+                    {"file_bytes", OrNull(camera.file.size)},
+                    {"file_problem", OrNull(camera.file.problem)},
+                    {"table", TableJson(camera)},
+                    {"block", BlockJson(camera)},
+                    {"messages", camera.messages}});
+  }
+  return {{"schema", "shadingctl-calibration"},
+          {"version", 1},
+          {"device", device},
+          {"tables", std::move(tables)},
+          {"cameras", std::move(list)}};
 }
 
 }  // namespace shadingctl

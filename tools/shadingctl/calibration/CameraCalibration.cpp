@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <memory>
 #include <set>
-#include <string_view>
 #include <system_error>
 
 #include "platform/desktop/BuiltInCalibration.h"

@@ -1,4 +1,4 @@
-// One camera's calibration data, and the library's answers about them.
+// One camera's calibration data and the library's answers about them, for people and for programs.
 #pragma once
 
 #include <array>
@@ -10,11 +10,11 @@
 
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 
 constexpr std::size_t kRecordSize = 11;  // bytes of the multi-golden record
-constexpr int kUsualBlockLength = 2341;  // 9 rows of 130 16-bit values and the valid byte
 
 // A caller's buffer is made as large as the configuration says; a length over this is a broken configuration, not a
 // block, and the library is not asked.
@@ -73,5 +73,18 @@ std::vector<int> CamerasOf(desktop::DeviceSettings const& settings);
 // Asks the library about one camera: its table, the table once more, its block. `device` is the one that the library
 // runs on, with the file sink of its log on; what it listens to or records is replaced.
 CameraCalibration AskCalibration(VeyraShadingUtil& library, desktop::Device& device, int sensorIndex);
+
+constexpr std::size_t kBlockRows = 9;  // of a PNC block
+
+// Kinds of blocks of which the caller gets nothing: the member "kind" of a block.
+constexpr char kUntouched[] = "untouched";
+constexpr char kNotAsked[] = "not asked";
+
+// The document of `shadingctl calibration`, from which the other formats are made. `device` says in words whose cameras
+// they are.
+Json CalibrationJson(std::string const& device, std::vector<CameraCalibration> const& cameras);
+
+std::string CalibrationText(Json const& document);
+std::string CalibrationCsv(Json const& document);
 
 }  // namespace shadingctl

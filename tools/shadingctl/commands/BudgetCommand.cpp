@@ -2,7 +2,6 @@
 #include <set>
 
 #include "tools/shadingctl/budget/Budget.h"
-#include "tools/shadingctl/budget/BudgetFormats.h"
 #include "tools/shadingctl/commands/Options.h"
 
 namespace shadingctl {

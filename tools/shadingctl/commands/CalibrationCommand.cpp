@@ -3,7 +3,7 @@
 #include "hosting/UnusableInput.h"
 #include "platform/desktop/BuiltInCalibration.h"
 #include "platform/desktop/CalibrationMount.h"
-#include "tools/shadingctl/calibration/CalibrationFormats.h"
+#include "tools/shadingctl/calibration/CameraCalibration.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/replay/ForeignLibrary.h"
 

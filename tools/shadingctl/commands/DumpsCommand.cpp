@@ -3,7 +3,7 @@
 #include "hosting/QuotedText.h"
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/dumps/HallDumpFile.h"
 
 namespace shadingctl {
 namespace {

@@ -2,8 +2,6 @@
 #include "recording/Recording.h"
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/fit/BenchSession.h"
-#include "tools/shadingctl/fit/FitFormats.h"
-#include "tools/shadingctl/fit/Verdict.h"
 
 namespace shadingctl {
 namespace {

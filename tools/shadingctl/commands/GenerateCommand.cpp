@@ -3,7 +3,6 @@
 
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/output/RecordingWriter.h"
-#include "tools/shadingctl/synthetic/SyntheticReference.h"
 #include "tools/shadingctl/synthetic/SyntheticSession.h"
 
 namespace shadingctl {

@@ -1,5 +1,3 @@
-#include "tools/shadingctl/dumps/HallDumpFolder.h"
-
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
@@ -14,11 +12,14 @@
 #include "hosting/FileDescriptor.h"
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
+#include "tools/shadingctl/dumps/HallDumpFile.h"
 
 namespace shadingctl {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr char kDumpDirectory[] = "data/vendor/camera_dump";  // where the library writes below its working directory
 
 // The beginning of the file, up to one byte more than the largest dump. Throws BrokenDump.
 std::string ReadText(fs::path const& path) {
@@ -73,8 +74,7 @@ std::string AskTheSystem() {
   return error == 0 ? "the system names no reason" : std::generic_category().message(error);
 }
 
-}  // namespace
-
+// Reads one file. Throws BrokenDump when its name or its content is not that of a dump.
 HallDump ReadDump(std::string const& file) {
   fs::path const path(file);
   auto const name = ParseDumpName(path.filename().string());
@@ -87,6 +87,8 @@ HallDump ReadDump(std::string const& file) {
   dump.file = file;
   return dump;
 }
+
+}  // namespace
 
 void ReadDumps(std::string const& name, std::vector<HallDump>& dumps,
                std::function<void(std::string const&)> const& complain) {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/dumps/HallDumpFile.h"
 #include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {

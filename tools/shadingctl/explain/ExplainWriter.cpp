@@ -17,21 +17,11 @@ std::vector<std::string> FormatNames(LogCounts const& lines) {
   return names;
 }
 
-std::string Numbers(FrameList const& frames) {
-  std::vector<std::uint32_t> const first(frames.first.begin(),
-                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
-  return fmt::format("{}{}", fmt::join(first, ", "), frames.count > frames.Named() ? ", ..." : "");
-}
-
 std::string FirstLine(std::uint64_t count, std::uint64_t line) {
   return count == 0 ? std::string() : fmt::format(" (first at line {})", line);
 }
 
-Json FramesJson(FrameList const& frames) {
-  Json first = Json::array();
-  for (std::size_t i = 0; i < frames.Named(); ++i) first.push_back(frames.first[i]);
-  return {{"count", frames.count}, {"first", std::move(first)}};
-}
+Json FramesJson(FrameList const& frames) { return {{"count", frames.count}, {"first", frames.first}}; }
 
 Json ReportJson(LogReport const& report, std::string const& logName) {
   LogCounts const& lines = report.lines;
@@ -116,13 +106,13 @@ std::string ReportText(LogReport const& report, std::string const& logName) {
   if (report.missingNumbers.count > 0) {
     text +=
         fmt::format("           {} frame numbers do not appear ({}): lost with all their lines, or never computed\n",
-                    report.missingNumbers.count, Numbers(report.missingNumbers));
+                    report.missingNumbers.count, NumbersText(report.missingNumbers));
   }
   if (!lines.hasDetail) text += "           The library's log level is below 4: it tells no samples and candidates\n";
-  text +=
-      fmt::format("Recomputed {} frames as logged, {} different{}, {} not whole enough to tell\n", report.same,
-                  report.different.count,
-                  report.different.count > 0 ? fmt::format(" ({})", Numbers(report.different)) : "", report.notWhole);
+  text += fmt::format("Recomputed {} frames as logged, {} different{}, {} not whole enough to tell\n", report.same,
+                      report.different.count,
+                      report.different.count > 0 ? fmt::format(" ({})", NumbersText(report.different)) : "",
+                      report.notWhole);
   return text;
 }
 

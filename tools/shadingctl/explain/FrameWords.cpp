@@ -26,7 +26,7 @@ std::string NearestWords(FrameFacts const& facts) {
   return fmt::format(" (the nearest one is {} us away)", *facts.nearestUs);
 }
 
-std::string WhyNoStart(FrameFacts const& facts) {
+std::string WhyNoStart(FrameResult const& result, FrameFacts const& facts) {
   switch (facts.start) {
     case StartCause::kNear:
       return "a sample lies near the start of the search interval";
@@ -43,7 +43,8 @@ std::string WhyNoStart(FrameFacts const& facts) {
       return fmt::format("the newest sample, with which no span can begin, was taken {}",
                          facts.window ? AgainstStart(facts.window->lastUs) : "before the search interval's start");
     case StartCause::kTooLittleHistory:
-      return fmt::format("the library held {} samples and answers from {} on", facts.history.value_or(0), kWindowSize);
+      return fmt::format("the library held {} samples and answers from {} on", result.historySamples.value_or(0),
+                         kWindowSize);
     case StartCause::kNothingAfter:
       return "no sample at or after the frame's timestamp had been delivered";
     case StartCause::kNoTime:
@@ -81,55 +82,57 @@ std::string Headline(FrameResult const& result, FrameFacts const& facts) {
     case Match::kStart:
       if (!facts.end) return "followed the lens";
       if (facts.end == EndCause::kNear)
-        return fmt::format("followed the lens over {} of the search interval", Percent(facts.coverage));
-      return fmt::format("followed the lens over {} of the search interval, whose end is {}", Percent(facts.coverage),
+        return fmt::format("followed the lens over {} of the search interval", Percent(result.coverage));
+      return fmt::format("followed the lens over {} of the search interval, whose end is {}", Percent(result.coverage),
                          WhyNoEnd(facts));
     case Match::kCarried:
       return fmt::format("took a position from {} before, as {}",
-                         facts.ageUs ? Milliseconds(*facts.ageUs) : "some time", WhyNoStart(facts));
+                         result.spanAgeUs ? Milliseconds(*result.spanAgeUs) : "some time", WhyNoStart(result, facts));
     case Match::kSingle:
       return "kept the last position, as the span has one entry and two are needed";
     default:
-      return "kept the last position, as " + WhyNoStart(facts);
+      return "kept the last position, as " + WhyNoStart(result, facts);
   }
 }
 
 std::vector<std::string> Story(FrameResult const& result, FrameFacts const& facts) {
   std::vector<std::string> story;
-  if (facts.exposureUs && facts.readoutUs && facts.readoutEndUs) {
+  if (result.times && facts.readoutEndUs) {
     story.push_back(fmt::format(
         "Exposed for {} and read out in {}: the search interval begins {} before the frame's timestamp of {} "
         "ns, on the samples' own clock.",
-        Milliseconds(static_cast<double>(*facts.exposureUs)), Milliseconds(std::int64_t{*facts.readoutUs}),
-        Milliseconds(DifferenceUs(*facts.readoutUs, *facts.readoutEndUs)), facts.timestampNs));
+        Milliseconds(static_cast<double>(result.times->exposureUs)),
+        Milliseconds(std::int64_t{result.times->readoutUs}),
+        Milliseconds(DifferenceUs(result.times->readoutUs, *facts.readoutEndUs)), result.timestampNs));
   }
   if (facts.window) {
-    story.push_back(
-        fmt::format("The library held {}; its window of {} entries, {} apart, reaches from {} to {}.",
-                    facts.history ? fmt::format("{} samples", *facts.history) : "an untold number of samples",
-                    facts.window->entries, Milliseconds(facts.window->intervalUs), AgainstStart(facts.window->firstUs),
-                    AgainstStart(facts.window->lastUs)));
+    story.push_back(fmt::format(
+        "The library held {}; its window of {} entries, {} apart, reaches from {} to {}.",
+        result.historySamples ? fmt::format("{} samples", *result.historySamples) : "an untold number of samples",
+        facts.window->entries, Milliseconds(facts.window->intervalUs), AgainstStart(facts.window->firstUs),
+        AgainstStart(facts.window->lastUs)));
   }
   if (facts.start == StartCause::kNear) {
     story.push_back(fmt::format(
         "Its start was found{}.",
-        facts.ageUs ? fmt::format(": the span begins {}", AgainstStart(DifferenceUs(0, *facts.ageUs))) : ""));
+        result.spanAgeUs ? fmt::format(": the span begins {}", AgainstStart(DifferenceUs(0, *result.spanAgeUs))) : ""));
   } else {
-    story.push_back(fmt::format("Its start was not found: {}.", WhyNoStart(facts)));
+    story.push_back(fmt::format("Its start was not found: {}.", WhyNoStart(result, facts)));
     if (result.match == Match::kCarried) {
-      story.push_back(fmt::format("The flag of an earlier frame was set, so the span begins with the oldest entry, {}.",
-                                  facts.ageUs ? AgainstStart(DifferenceUs(0, *facts.ageUs)) : "whenever that was"));
+      story.push_back(
+          fmt::format("The flag of an earlier frame was set, so the span begins with the oldest entry, {}.",
+                      result.spanAgeUs ? AgainstStart(DifferenceUs(0, *result.spanAgeUs)) : "whenever that was"));
     }
   }
-  if (facts.end && facts.endDistanceUs && result.startIndex && result.endIndex) {
+  if (facts.end && result.endDistanceUs && result.startIndex && result.endIndex) {
     story.push_back(
         fmt::format("The span is entries {} to {}. The end, one readout after its first entry, is {}; its last entry "
                     "is {} us from there.",
-                    *result.startIndex, *result.endIndex, WhyNoEnd(facts), *facts.endDistanceUs));
-    story.push_back(fmt::format("It covers {} of the search interval{}.", Percent(facts.coverage),
-                                facts.repeated > 0
+                    *result.startIndex, *result.endIndex, WhyNoEnd(facts), *result.endDistanceUs));
+    story.push_back(fmt::format("It covers {} of the search interval{}.", Percent(result.coverage),
+                                result.repeatedSamples > 0U
                                     ? fmt::format(", and {} of its {} samples are repeats, which weigh twice",
-                                                  facts.repeated, facts.spanEntries)
+                                                  *result.repeatedSamples, facts.spanEntries)
                                     : ""));
   }
   story.push_back(fmt::format("The position is {}{}.", PositionWords(result),

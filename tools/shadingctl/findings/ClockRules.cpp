@@ -4,54 +4,61 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/shadingctl/findings/RuleWords.h"
 #include "tools/shadingctl/findings/Rules.h"
 
 namespace shadingctl::rules {
-
 namespace {
 
-// What sensors and cameras do; a value outside that comes into the range by a factor of 10^3 or 10^6 is in another
-// unit.
-struct PlausibleRange {
+// A time of a session, and the range that sensors and cameras keep to: a value outside it that a factor of 10^3 or 10^6
+// brings inside is in another unit.
+constexpr struct PlausibleTime {
   char const* what;
   char const* figure;
+  std::optional<double> (*valueUs)(SessionFacts const& facts);
   double leastUs;
   double mostUs;
-};
-constexpr PlausibleRange kFrameIntervals = {"frame timestamps", "frame_interval_us", 500,
-                                            10e6};  // 2000 a second to night exposures
-constexpr PlausibleRange kSampleIntervals = {"sample timestamps", "sample_interval_us", 20, 100e3};  // 50 kHz to 10 Hz
-constexpr PlausibleRange kExposures = {"exposure times", "exposure_us", 20, 60e6};  // 1/50000 s to a minute
-constexpr PlausibleRange kReadouts = {"readout times", "readout_us", 200, 500e3};   // a binned mode to a slow sensor
 
-std::optional<double> WrongFactor(std::optional<double> valueUs, PlausibleRange const& range) {
-  if (!valueUs || (*valueUs >= range.leastUs && *valueUs <= range.mostUs)) return std::nullopt;
-  for (double const factor : {1e3, 1e-3, 1e6, 1e-6}) {
-    if (*valueUs * factor >= range.leastUs && *valueUs * factor <= range.mostUs) return factor;
-  }
-  return std::nullopt;
+  bool Includes(double us) const { return us >= leastUs && us <= mostUs; }
+} kPlausibleTimes[] = {
+    {"frame timestamps", "frame_interval_us", [](SessionFacts const& facts) { return facts.FrameIntervalUs(); }, 500,
+     10e6},  // 2000 a second to night exposures
+    {"sample timestamps", "sample_interval_us", [](SessionFacts const& facts) { return facts.Samples().intervalUs; },
+     20, 100e3},  // 50 kHz to 10 Hz
+    {"exposure times", "exposure_us", [](SessionFacts const& facts) { return facts.MedianExposureUs(); }, 20,
+     60e6},  // 1/50000 s to a minute
+    {"readout times", "readout_us", [](SessionFacts const& facts) { return facts.MedianReadoutUs(); }, 200,
+     500e3},  // a binned mode to a slow sensor
+};
+
+constexpr double kNoDelayUs = -500e3;  // no platform delivers so late
+constexpr double kAheadUs = 1500;      // the library's tolerance
+
+// What looks like the samples' clock where no call times tell it apart, the likelier first.
+std::string AlikeText(SessionFacts const& facts, char const* change) {
+  return facts.Delivery().HasCallTimes()
+             ? ""
+             : fmt::format("; without call times, {} of the host's delay looks alike", change);
 }
+
+std::string AheadOrBehind(double us) { return us > 0 ? "forward" : "back"; }
 
 }  // namespace
 
 // units. A rate or time outside its plausible range that a factor of 10^3 or 10^6 brings inside. Told first and
 // whatever the match says: in a wrong unit the tolerance is a thousand times as wide, and everything matches.
 std::optional<SessionFinding> WrongUnits(SessionFacts const& facts) {
-  struct Measured {
-    PlausibleRange const& range;
-    std::optional<double> valueUs;
-  };
   SessionFinding finding;
-  for (auto const& [range, valueUs] :
-       {Measured{kFrameIntervals, facts.FrameIntervalUs()}, Measured{kSampleIntervals, facts.Samples().intervalUs},
-        Measured{kExposures, facts.MedianExposureUs()}, Measured{kReadouts, facts.MedianReadoutUs()}}) {
-    auto const factor = WrongFactor(valueUs, range);
-    if (!factor) continue;
-    finding.figures.emplace_back(range.figure, *valueUs);
+  for (PlausibleTime const& time : kPlausibleTimes) {
+    auto const valueUs = time.valueUs(facts);
+    if (!valueUs || time.Includes(*valueUs)) continue;
+    constexpr double kFactors[] = {1e3, 1e-3, 1e6, 1e-6};
+    auto const* const factor = std::find_if(std::begin(kFactors), std::end(kFactors),
+                                            [&](double one) { return time.Includes(*valueUs * one); });
+    if (factor == std::end(kFactors)) continue;
+    finding.figures.emplace_back(time.figure, *valueUs);
     finding.text +=
         fmt::format("{}{} look {:.0f} times too {} ({:.3g} us)", finding.text.empty() ? "WRONG UNIT: " : ", ",
-                    range.what, *factor > 1 ? *factor : 1 / *factor, *factor > 1 ? "small" : "large", *valueUs);
+                    time.what, *factor > 1 ? *factor : 1 / *factor, *factor > 1 ? "small" : "large", *valueUs);
   }
   if (finding.text.empty()) return std::nullopt;
   finding.text += ". Nothing else that this result says means anything";
@@ -73,29 +80,12 @@ bool HasSteadyOffset(SessionFacts const& facts) {
   return (isBehind || isAhead) && greatestUs - delivery.OverFrameUs(0) <= 3 * *frameUs;
 }
 
-namespace {
-
-constexpr double kNoDelayUs = -500e3;  // no platform delivers so late
-constexpr double kAheadUs = 1500;      // the library's tolerance
-
-// What looks like the samples' clock where no call times tell it apart, the likelier first.
-std::string AlikeText(SessionFacts const& facts, char const* change) {
-  return facts.Delivery().HasCallTimes()
-             ? ""
-             : fmt::format("; without call times, {} of the host's delay looks alike", change);
-}
-
-std::string AheadOrBehind(double us) { return us > 0 ? "forward" : "back"; }
-
-}  // namespace
-
 // clock_offset. See HasSteadyOffset; with call times, samples that are more than 0.5 s older than the call that brought
 // them, or more than that later. The lead holds the delivery latency too, so the offset is told no closer than that.
 std::optional<SessionFinding> ClockOffset(SessionFacts const& facts) {
   DeliveryFacts const& delivery = facts.Delivery();
-  bool const isOld = !delivery.IsEmpty() && delivery.HasCallTimes() && delivery.OverCallUs() < kNoDelayUs;
-  if (!isOld && !HasSteadyOffset(facts)) return std::nullopt;
-  if (delivery.IsEmpty() || delivery.HasCallTimes() != isOld) return std::nullopt;
+  bool const isTold = delivery.HasCallTimes() ? delivery.OverCallUs() < kNoDelayUs : HasSteadyOffset(facts);
+  if (!isTold) return std::nullopt;
   double const leastUs = delivery.OverFrameUs(0);
   double const greatestUs = delivery.OverFrameUs(1);
   bool const isBehind = greatestUs < 0;
@@ -114,18 +104,18 @@ std::optional<SessionFinding> ClockOffset(SessionFacts const& facts) {
 std::optional<SessionFinding> ClockJump(SessionFacts const& facts) {
   auto const steps = facts.Delivery().Steps(facts.TrueIntervalUs().value_or(0));
   if (steps.empty() || HasSteadyOffset(facts)) return std::nullopt;
-  ClockStep largest;
+  double largestUs = 0;
   std::vector<Interval> places;
   for (ClockStep const& step : steps) {
-    if (std::abs(step.us) > std::abs(largest.us)) largest = step;
+    if (std::abs(step.us) > std::abs(largestUs)) largestUs = step.us;
     places.push_back(step.at);
   }
   return SessionFinding{fmt::format("the clock of the samples jumped against that of the {} {}, by {} {}{}{}",
                                     facts.Delivery().HasCallTimes() ? "calls" : "frames", Times(steps.size()),
-                                    Milliseconds(std::abs(largest.us)), AheadOrBehind(largest.us),
+                                    Milliseconds(std::abs(largestUs)), AheadOrBehind(largestUs),
                                     steps.size() == 1 ? "" : " at most", AlikeText(facts, "a step")),
                         "use a clock that nobody sets, and restart the monitor where it must be set",
-                        {{"jumps", static_cast<double>(steps.size())}, {"largest_us", largest.us}},
+                        {{"jumps", static_cast<double>(steps.size())}, {"largest_us", largestUs}},
                         {},
                         places};
 }
@@ -147,14 +137,15 @@ std::optional<SessionFinding> ClockDrift(SessionFacts const& facts) {
 // times of another epoch is told as that, and its call times are used for nothing else.
 std::optional<SessionFinding> ClockAhead(SessionFacts const& facts) {
   DeliveryFacts const& delivery = facts.Delivery();
-  if (delivery.IsEmpty() || !delivery.CallDelayUs()) return std::nullopt;
+  auto const delayUs = delivery.CallDelayUs();
+  if (!delayUs) return std::nullopt;
   if (!delivery.HasCallTimes()) {
     return SessionFinding{
         fmt::format("the calls are {:.0f} s {} their frames' timestamps: the host's clock has another "
                     "epoch, and nothing is concluded from the times of calls",
-                    std::abs(*delivery.CallDelayUs()) / kUsInS, *delivery.CallDelayUs() > 0 ? "after" : "before"),
+                    std::abs(*delayUs) / kUsInS, *delayUs > 0 ? "after" : "before"),
         "record the times of calls by the clock of the frames",
-        {{"median_us", *delivery.CallDelayUs()}},
+        {{"median_us", *delayUs}},
         {},
         {},
         Severity::kNote};

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+
+#include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
 namespace {
@@ -9,17 +12,12 @@ namespace {
 constexpr std::size_t kSide = 30;      // frames on either side of a step: as many as the history holds
 constexpr double kLeastStepUs = 5000;  // below it no step is told, nor below 1.5 sample intervals
 constexpr double kStepIntervals = 1.5;
+constexpr double kStepTop = 0.9;           // of the height of a peak: the step lies in the middle of what reaches that
 constexpr double kLeastTrendUs = 1500;     // besides one sample interval
 constexpr double kOtherEpochUs = 60e6;     // no call is so much later than its frame
 constexpr std::size_t kTrendPoints = 200;  // of which all pairs are compared
 constexpr double kTrendErrors = 5.5;       // of the width of the leads over the root of their number: about 5 sigma
-constexpr double kSteady = 0.15;           // of the trend, that each third of the session has at least
-
-double AtShare(std::vector<double> values, double share) {
-  auto const at = values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-  std::nth_element(values.begin(), at, values.end());
-  return *at;
-}
+constexpr double kSteady = 0.15;  // of the trend, that lies at least between neighbouring thirds of the session
 
 std::vector<double> Part(std::vector<double> const& values, std::size_t from, std::size_t to) {
   return {values.begin() + static_cast<std::ptrdiff_t>(from), values.begin() + static_cast<std::ptrdiff_t>(to)};
@@ -27,7 +25,7 @@ std::vector<double> Part(std::vector<double> const& values, std::size_t from, st
 
 double Width(std::vector<double> const& values) { return AtShare(values, 0.95) - AtShare(values, 0.05); }
 
-// Less the common trend, the median of the differences from one side's length to the next: a step touches few of them.
+// The leads less their common trend, which is the median rise over kSide frames: a step touches few of those.
 std::vector<double> WithoutTrend(std::vector<double> leads) {
   std::vector<double> rises;
   for (std::size_t i = kSide; i < leads.size(); ++i) rises.push_back(leads[i] - leads[i - kSide]);
@@ -36,36 +34,13 @@ std::vector<double> WithoutTrend(std::vector<double> leads) {
   return leads;
 }
 
-// Medians of the frames on either side of each place, the later less the earlier; 0 near the ends.
+// At each place the median of the frames after it less that of the frames before it; 0 near the ends.
 std::vector<double> Differences(std::vector<double> const& leads) {
   std::vector<double> differences(leads.size(), 0.0);
   for (std::size_t i = kSide; i + kSide <= leads.size(); ++i) {
     differences[i] = AtShare(Part(leads, i, i + kSide), 0.5) - AtShare(Part(leads, i - kSide, i), 0.5);
   }
   return differences;
-}
-
-// The largest difference from `from` on that is above its threshold, with those beside it.
-struct Peak {
-  std::size_t first = 0;
-  std::size_t last = 0;
-  double height = 0;
-};
-
-Peak PeakFrom(std::vector<double> const& differences, std::size_t from, double least) {
-  Peak peak;
-  while (from < differences.size() && std::abs(differences[from]) < least) ++from;
-  double const sign = from < differences.size() && differences[from] < 0 ? -1 : 1;
-  std::size_t end = from;
-  while (end < differences.size() && sign * differences[end] >= least) {
-    peak.height = std::max(peak.height, sign * differences[end++]);
-  }
-  peak.first = from;
-  while (peak.first < end && sign * differences[peak.first] < 0.9 * peak.height) ++peak.first;
-  peak.last = end;
-  while (peak.last > peak.first && sign * differences[peak.last - 1] < 0.9 * peak.height) --peak.last;
-  peak.height *= sign;
-  return peak;
 }
 
 }  // namespace
@@ -114,14 +89,23 @@ std::vector<ClockStep> DeliveryFacts::Steps(double sampleIntervalUs) const {
     if (std::abs(others[i]) < std::abs(differences[i])) differences[i] = others[i];
   }
   double const least = std::max(kLeastStepUs, kStepIntervals * sampleIntervalUs);
+  auto const isHigh = [&](double difference) { return std::abs(difference) >= least; };
+  auto const isLower = [](double one, double other) { return std::abs(one) < std::abs(other); };
+  auto const end = differences.end();
   std::size_t before = 0;  // the place of the step before
-  for (Peak peak = PeakFrom(differences, 0, least); peak.height != 0; peak = PeakFrom(differences, peak.last, least)) {
-    std::size_t const at = (peak.first + peak.last - 1) / 2;
+  for (auto begin = differences.begin(); (begin = std::find_if(begin, end, isHigh)) != end;) {
+    auto const peakEnd =
+        std::find_if(begin, end, [&, isUp = *begin > 0](double one) { return !isHigh(one) || (one > 0) != isUp; });
+    double const height = *std::max_element(begin, peakEnd, isLower);
+    auto const isTop = [&](double one) { return std::abs(one) >= kStepTop * std::abs(height); };
+    auto const first = std::find_if(begin, peakEnd, isTop);
+    auto const last = std::find_if(std::reverse_iterator(peakEnd), std::reverse_iterator(first), isTop).base() - 1;
+    auto const at = static_cast<std::size_t>(first - differences.begin() + last - differences.begin()) / 2;
     double const width =
         std::max(Width(Part(leads, std::max(before, at - kSide), at)), Width(Part(leads, at, at + kSide)));
-    while (peak.last < differences.size() && std::abs(differences[peak.last]) >= least) ++peak.last;
-    if (std::abs(peak.height) < width) continue;
-    steps.push_back({{mLeads[at].frameNs, mLeads[at].frameNs, mLeads[at].frame, mLeads[at].frame}, peak.height});
+    begin = std::find_if_not(peakEnd, end, isHigh);
+    if (std::abs(height) < width) continue;
+    steps.push_back({{mLeads[at].frameNs, mLeads[at].frameNs, mLeads[at].frame, mLeads[at].frame}, height});
     before = at;
   }
   return steps;

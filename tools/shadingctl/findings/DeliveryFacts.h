@@ -12,7 +12,7 @@ namespace shadingctl {
 // A step of the samples' clock against the other one.
 struct ClockStep {
   Interval at;
-  double us = 0;
+  double us = 0;  // positive: the samples' clock jumped forward
 };
 
 // A trend over the session.
@@ -35,7 +35,7 @@ class DeliveryFacts {
   void Add(Lead const& lead) { mLeads.push_back(lead); }
   bool IsEmpty() const { return mLeads.empty(); }
 
-  // Of the newest sample over its frame's timestamp. Requires: not empty.
+  // The lead over the frame's timestamp, from the least (at a share of 0) to the greatest (1). Requires: !IsEmpty().
   double OverFrameUs(double share) const;
 
   // How much later the calls are than their frames' timestamps, median; nullopt without call times.
@@ -44,10 +44,10 @@ class DeliveryFacts {
   // The calls have times, on a clock that is that of the frames.
   bool HasCallTimes() const;
 
-  // Of the newest sample over the call that brought it, median. Requires: HasCallTimes().
+  // The lead over the call that brought the sample, median. Requires: HasCallTimes().
   double OverCallUs() const;
 
-  // Of the lead over the calls where these have times, otherwise over the frames, with and without their readout.
+  // In the lead over the calls where these have times, otherwise over the frames, with and without their readout.
   std::vector<ClockStep> Steps(double sampleIntervalUs) const;
   std::optional<ClockTrend> Trend(double sampleIntervalUs) const;
 

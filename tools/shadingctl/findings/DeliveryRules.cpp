@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/shadingctl/findings/RuleWords.h"
 #include "tools/shadingctl/findings/Rules.h"
 
 namespace shadingctl::rules {
@@ -16,12 +15,11 @@ constexpr std::int64_t kAfterGapNs = 100000000;  // in which frames still look f
 
 // Frames lack later samples in one of the gaps.
 bool LacksIn(std::vector<Interval> const& gaps, FrameList const& frames) {
-  for (Interval const& gap : gaps) {
-    for (Interval const& lack : frames.intervals.All()) {
-      if (DifferenceNs(lack.toNs, gap.fromNs) >= 0 && DifferenceNs(gap.toNs, lack.fromNs) >= -kAfterGapNs) return true;
-    }
-  }
-  return false;
+  return std::any_of(gaps.begin(), gaps.end(), [&](Interval const& gap) {
+    return std::any_of(frames.intervals.begin(), frames.intervals.end(), [&](Interval const& lack) {
+      return DifferenceNs(lack.toNs, gap.fromNs) >= 0 && DifferenceNs(gap.toNs, lack.fromNs) >= -kAfterGapNs;
+    });
+  });
 }
 
 }  // namespace
@@ -30,22 +28,18 @@ bool LacksIn(std::vector<Interval> const& gaps, FrameList const& frames) {
 std::optional<SessionFinding> CameraOff(SessionFacts const& facts) {
   FrameList const& off = facts.Matches().Of(StartCause::kOff);
   if (off.count == 0) return std::nullopt;
-  return SessionFinding{
-      fmt::format("the camera was not enabled for {}", FramesText(off, facts)),
-      "list the camera in the device's sensor map, and register and start its monitor before its first frame",
-      {},
-      off};
+  return AboutFrames(
+      off, facts, "the camera was not enabled for {}",
+      "list the camera in the device's sensor map, and register and start its monitor before its first frame");
 }
 
 // not_told. The messages lack the window or the end of one frame in a hundred: the other rules stay silent about these.
 std::optional<SessionFinding> NotTold(SessionFacts const& facts) {
   MatchFacts const& match = facts.Matches();
   FrameList const untold = Together(match.Of(StartCause::kUntold), match.untoldEnds);
-  if (!IsWorthTelling(untold.count, facts)) return std::nullopt;
-  return SessionFinding{fmt::format("the messages do not tell where {} have their ends", FramesText(untold, facts)),
-                        "run the library at log level 4, and capture its log without losing lines",
-                        {},
-                        untold};
+  if (!IsWorthTelling(untold, facts)) return std::nullopt;
+  return AboutFrames(untold, facts, "the messages do not tell where {} have their ends",
+                     "run the library at log level 4, and capture its log without losing lines");
 }
 
 // batches. Any frame without a batch; what it cost are those of them without both ends near.
@@ -83,23 +77,23 @@ std::optional<SessionFinding> Discarded(SessionFacts const& facts) {
 std::optional<SessionFinding> Gaps(SessionFacts const& facts) {
   auto const samples = facts.Samples();
   if (samples.gaps == 0 || !samples.longestUs || *samples.longestUs <= kNearWidthUs) return std::nullopt;
-  Intervals intervals;
+  std::vector<Interval> intervals;
   for (LensWindow const& window : facts.Lens().Windows()) {
     double const longestUs = static_cast<double>(window.longestIntervalNs) / 1e3;
     if (longestUs > std::max(kNearWidthUs, kGapFactor * *samples.intervalUs) &&
         2 * longestUs > kGapFactor * static_cast<double>(window.usualIntervalNs) / 1e3) {
-      intervals.Add(window.longestAt);
+      AddTo(intervals, window.longestAt);
     }
   }
   FrameList const& inGaps = facts.Matches().inGaps;
-  bool const costsFrames = inGaps.count > 0 || LacksIn(intervals.All(), facts.Matches().lacking) ||
-                           LacksIn(intervals.All(), facts.Matches().late);
+  bool const costsFrames =
+      inGaps.count > 0 || LacksIn(intervals, facts.Matches().lacking) || LacksIn(intervals, facts.Matches().late);
   return SessionFinding{fmt::format("the samples pause {}, for {}{}", Times(samples.gaps),
                                     Milliseconds(*samples.longestUs), samples.gaps == 1 ? "" : " at most"),
                         "look for a paused stabiliser or a lost batch at these times",
                         {{"gaps", static_cast<double>(samples.gaps)}, {"longest_us", *samples.longestUs}},
                         inGaps,
-                        intervals.All(),
+                        intervals,
                         costsFrames ? Severity::kLost : Severity::kNote};
 }
 

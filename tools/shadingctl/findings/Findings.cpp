@@ -9,46 +9,40 @@
 namespace shadingctl {
 namespace {
 
-// What follows from what. A finding that is told itself, and does not follow from another one, explains those after it.
-struct Consequence {
+// Which findings follow from which others. A finding that was told explains another one, unless it is explained itself.
+constexpr struct Consequence {
   std::string_view code;
-  std::vector<std::string_view> causes;
+  std::string_view causes[17];  // the first one that was told counts; unused places are empty, and name none
+} kConsequences[] = {
+    {"clock_offset", {"call_order"}},
+    {"clock_jump", {"frame_times", "call_order"}},
+    {"clock_drift", {"frame_times", "call_order", "clock_jump"}},
+    {"clock_ahead", {"frame_times", "clock_jump", "clock_drift"}},
+    {"late_delivery", {"clock_offset", "clock_jump", "clock_drift", "gaps", "discarded", "call_order", "rate_change"}},
+    {"call_order", {"frame_times"}},
+    {"gaps", {"clock_jump", "rate_change", "discarded"}},
+    {"rate_change", {"clock_jump", "gaps"}},
+    {"discarded", {"clock_jump"}},
+    {"history",
+     {"clock_offset", "clock_ahead", "clock_jump", "clock_drift", "frame_times", "gaps", "rate_change", "discarded",
+      "late_delivery"}},
+    {"sampling", {"held", "rate_change", "clock_jump", "gaps", "discarded"}},
+    {"reach_backward", {"clock_ahead", "clock_jump", "clock_drift", "frame_times", "rate_change"}},
+    {"reach_forward", {"clock_jump", "clock_drift", "frame_times", "no_exposure", "rate_change"}},
+    {"batches", {"gaps", "late_delivery", "clock_jump"}},
+    {"not_delivered",
+     {"clock_offset", "call_order", "late_delivery", "clock_jump", "clock_drift", "frame_times", "no_exposure", "gaps",
+      "batches", "discarded", "rate_change"}},
+    {"carried",
+     {"clock_offset", "call_order", "clock_jump", "clock_ahead", "clock_drift", "frame_times", "late_delivery", "gaps",
+      "discarded", "rate_change", "no_readout", "no_exposure", "history", "sampling", "reach_backward", "not_delivered",
+      "batches"}},
+    {"mode_switch", {"no_readout", "sampling"}},
+    {"held", {"still"}},
+    {"steps", {"still", "dead_axis"}},
+    {"end_stop", {"still", "dead_axis", "steps"}},
+    {"dead_axis", {"still"}},
 };
-
-std::vector<Consequence> const& Consequences() {
-  static std::vector<Consequence> const all = {
-      {"clock_offset", {"call_order"}},
-      {"clock_jump", {"frame_times", "call_order"}},
-      {"clock_drift", {"frame_times", "call_order", "clock_jump"}},
-      {"clock_ahead", {"frame_times", "clock_jump", "clock_drift"}},
-      {"late_delivery",
-       {"clock_offset", "clock_jump", "clock_drift", "gaps", "discarded", "call_order", "rate_change"}},
-      {"call_order", {"frame_times"}},
-      {"gaps", {"clock_jump", "rate_change", "discarded"}},
-      {"rate_change", {"clock_jump", "gaps"}},
-      {"discarded", {"clock_jump"}},
-      {"history",
-       {"clock_offset", "clock_ahead", "clock_jump", "clock_drift", "frame_times", "gaps", "rate_change", "discarded",
-        "late_delivery"}},
-      {"sampling", {"held", "rate_change", "clock_jump", "gaps", "discarded"}},
-      {"reach_backward", {"clock_ahead", "clock_jump", "clock_drift", "frame_times", "rate_change"}},
-      {"reach_forward", {"clock_jump", "clock_drift", "frame_times", "no_exposure", "rate_change"}},
-      {"batches", {"gaps", "late_delivery", "clock_jump"}},
-      {"not_delivered",
-       {"clock_offset", "call_order", "late_delivery", "clock_jump", "clock_drift", "frame_times", "no_exposure",
-        "gaps", "batches", "discarded", "rate_change"}},
-      {"carried",
-       {"clock_offset", "call_order", "clock_jump", "clock_ahead", "clock_drift", "frame_times", "late_delivery",
-        "gaps", "discarded", "rate_change", "no_readout", "no_exposure", "history", "sampling", "reach_backward",
-        "not_delivered", "batches"}},
-      {"mode_switch", {"no_readout", "sampling"}},
-      {"held", {"still"}},
-      {"steps", {"still", "dead_axis"}},
-      {"end_stop", {"still", "dead_axis", "steps"}},
-      {"dead_axis", {"still"}},
-  };
-  return all;
-}
 
 // A cause that is told of a stretch of time explains what begins in it or later, within a window.
 bool CanExplain(SessionFinding const& cause, SessionFinding const& finding) {
@@ -59,14 +53,14 @@ bool CanExplain(SessionFinding const& cause, SessionFinding const& finding) {
 }
 
 void Explain(std::vector<SessionFinding>& findings) {
-  for (Consequence const& consequence : Consequences()) {
-    auto const named = [](std::string_view code) {
-      return [code](SessionFinding const& one) { return one.code == code; };
-    };
-    auto const finding = std::find_if(findings.begin(), findings.end(), named(consequence.code));
+  auto const find = [&](std::string_view code) {
+    return std::find_if(findings.begin(), findings.end(), [code](auto const& one) { return one.code == code; });
+  };
+  for (Consequence const& consequence : kConsequences) {
+    auto const finding = find(consequence.code);
     if (finding == findings.end()) continue;
     for (std::string_view const code : consequence.causes) {
-      auto const cause = std::find_if(findings.begin(), findings.end(), named(code));
+      auto const cause = find(code);
       if (cause == findings.end() || !CanExplain(*cause, *finding)) continue;
       finding->explainedBy = code;
       finding->severity = Severity::kNote;
@@ -108,21 +102,20 @@ std::uint64_t CostOf(SessionFinding const& finding, SessionFacts const& facts) {
   return finding.intervals.empty() ? all : std::min(frames, all);
 }
 
+std::string NumbersText(FrameList const& frames) {
+  return fmt::format("{}{}", fmt::join(frames.first, ", "), frames.count > frames.first.size() ? ", ..." : "");
+}
+
 std::string PlaceText(SessionFinding const& finding, SessionFacts const& facts) {
   std::string text;
   FrameList const& frames = finding.frames;
-  std::vector<std::uint32_t> const first(frames.first.begin(),
-                                         frames.first.begin() + static_cast<std::ptrdiff_t>(frames.Named()));
-  if (!first.empty()) {
-    text = fmt::format("{} {}{}", first.size() == 1 ? "frame" : "frames", fmt::join(first, ", "),
-                       frames.count > frames.Named() ? ", ..." : "");
-  }
+  if (frames.count > 0) text = (frames.count == 1 ? "frame " : "frames ") + NumbersText(frames);
   if (!finding.intervals.empty()) {
     Interval const& interval = finding.intervals.front();
     double const fromS = static_cast<double>(DifferenceNs(interval.fromNs, facts.FirstFrameNs())) / 1e9;
-    text +=
-        fmt::format("{}from {:.3f} s{}", text.empty() ? "" : "; ", fromS,
-                    interval.toNs == interval.fromNs ? "" : fmt::format(" to {:.3f} s", fromS + interval.Seconds()));
+    double const toS = fromS + static_cast<double>(interval.LengthNs()) / 1e9;
+    text += fmt::format("{}from {:.3f} s{}", text.empty() ? "" : "; ", fromS,
+                        interval.toNs == interval.fromNs ? "" : fmt::format(" to {:.3f} s", toS));
     if (finding.intervals.size() > 1) text += fmt::format(", the first of {}", finding.intervals.size());
   }
   return text.empty() ? text : " [" + text + "]";
@@ -181,7 +174,7 @@ std::vector<SessionFinding> FindingsOf(SessionFacts const& facts, std::vector<Se
     if (!finding) continue;
     finding->code = kind.code;
     if (!finding->severity) finding->severity = kind.severity;
-    if (finding->intervals.empty()) finding->intervals = finding->frames.intervals.All();
+    if (finding->intervals.empty()) finding->intervals = finding->frames.intervals;
     findings.push_back(std::move(*finding));
     if (findings.back().code == "units") return findings;
   }

@@ -19,26 +19,14 @@ enum class Severity {
 char const* Name(Severity severity);
 
 struct SessionFinding {
-  using Figures = std::vector<std::pair<std::string, double>>;
-
-  SessionFinding() = default;
-  SessionFinding(std::string what, std::string helps, Figures numbers = {}, FrameList list = {},
-                 std::vector<Interval> times = {}, std::optional<Severity> weight = std::nullopt)
-      : text(std::move(what)),
-        advice(std::move(helps)),
-        figures(std::move(numbers)),
-        frames(std::move(list)),
-        intervals(std::move(times)),
-        severity(weight) {}
-
-  std::string text;  // what happened, one sentence
-  std::string advice;
-  Figures figures;
-  FrameList frames;
-  std::vector<Interval> intervals;   // where empty, those of the frames
-  std::optional<Severity> severity;  // that of the table where the rule says nothing
-  std::string_view code;             // set by FindingsOf, as is the next
-  std::string_view explainedBy;      // code of the finding that this one follows from; it needs no advice of its own
+  std::string text = {};  // what happened, one sentence
+  std::string advice = {};
+  std::vector<std::pair<std::string, double>> figures = {};
+  FrameList frames = {};
+  std::vector<Interval> intervals = {};             // where empty, those of the frames
+  std::optional<Severity> severity = std::nullopt;  // that of the table where the rule says nothing
+  std::string_view code = {};                       // set by FindingsOf, as is the next
+  std::string_view explainedBy = {};  // code of the finding that this one follows from; it needs no advice of its own
 };
 
 // By severity, and within it in the order of the table; empty for a healthy session. `others` are the session's other
@@ -48,6 +36,9 @@ std::vector<SessionFinding> FindingsOf(SessionFacts const& facts, std::vector<Se
 // The frames that it costs: its own; where it has none but is wrong, those of its stretches of time, dropped ones
 // included, or all where it has no stretch either.
 std::uint64_t CostOf(SessionFinding const& finding, SessionFacts const& facts);
+
+// "3, 4, 5, 6, 7, ...": the first ones.
+std::string NumbersText(FrameList const& frames);
 
 // " [frames 3, 4; from 0.100 s to 2.000 s, the first of 3]", or nothing for what the whole session shows.
 std::string PlaceText(SessionFinding const& finding, SessionFacts const& facts);

@@ -1,11 +1,13 @@
 // Stretches of time and lists of frames, in memory that does not grow with the number of frames in a row.
 #pragma once
 
-#include <array>
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
+
+#include "tools/shadingctl/frame/Frame.h"
 
 namespace shadingctl {
 
@@ -13,7 +15,9 @@ namespace shadingctl {
 constexpr std::int64_t kWindowNs = 500000000;
 
 // later - earlier; wraps as the library's differences do.
-std::int64_t DifferenceNs(std::int64_t laterNs, std::int64_t earlierNs);
+inline std::int64_t DifferenceNs(std::int64_t laterNs, std::int64_t earlierNs) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(laterNs) - static_cast<std::uint64_t>(earlierNs));
+}
 
 // Both ends included. The frames are those with which the samples came, or those that are meant.
 struct Interval {
@@ -22,32 +26,43 @@ struct Interval {
   std::uint32_t firstFrame = 0;
   std::uint32_t lastFrame = 0;
 
-  double Seconds() const { return static_cast<double>(DifferenceNs(toNs, fromNs)) / 1e9; }
+  std::int64_t LengthNs() const { return DifferenceNs(toNs, fromNs); }
 };
 
-// In the order in which they were added; neighbours that are nearer to each other than a window become one.
-class Intervals {
- public:
-  void Add(Interval const& interval);
-  void Add(std::int64_t timeNs, std::uint32_t frame) { Add({timeNs, timeNs, frame, frame}); }
+// Appends an interval, or joins it with the last one where the two are nearer to each other than a window.
+inline void AddTo(std::vector<Interval>& all, Interval const& interval) {
+  if (!all.empty() && DifferenceNs(interval.fromNs, all.back().toNs) < kWindowNs &&
+      DifferenceNs(all.back().fromNs, interval.toNs) < kWindowNs) {
+    Interval& last = all.back();
+    last = {std::min(last.fromNs, interval.fromNs), std::max(last.toNs, interval.toNs),
+            std::min(last.firstFrame, interval.firstFrame), std::max(last.lastFrame, interval.lastFrame)};
+  } else {
+    all.push_back(interval);
+  }
+}
 
-  std::vector<Interval> const& All() const { return mAll; }
-  bool IsEmpty() const { return mAll.empty(); }
-
- private:
-  std::vector<Interval> mAll;
-};
+// Sorts intervals by their beginnings, and joins neighbours as AddTo does.
+inline std::vector<Interval> Joined(std::vector<Interval> intervals) {
+  std::sort(intervals.begin(), intervals.end(),
+            [](Interval const& one, Interval const& other) { return one.fromNs < other.fromNs; });
+  std::vector<Interval> all;
+  for (Interval const& interval : intervals) AddTo(all, interval);
+  return all;
+}
 
 // How many frames, which came first, and when.
 struct FrameList {
   static constexpr std::size_t kNamed = 5;
 
   std::uint64_t count = 0;
-  std::array<std::uint32_t, kNamed> first{};
-  Intervals intervals;  // of the frames whose time was given
+  std::vector<std::uint32_t> first;  // kNamed of them at most
+  std::vector<Interval> intervals;   // of the frames whose time was given
 
-  void Add(std::uint32_t frame, std::optional<std::int64_t> timeNs = std::nullopt);
-  std::size_t Named() const { return count < kNamed ? static_cast<std::size_t>(count) : kNamed; }
+  void Add(std::uint32_t frame, std::optional<std::int64_t> timeNs = std::nullopt) {
+    if (count++ < kNamed) first.push_back(frame);
+    if (timeNs) AddTo(intervals, {*timeNs, *timeNs, frame, frame});
+  }
+  void Add(FrameHead const& head) { Add(head.frame, static_cast<std::int64_t>(head.timestampNs)); }
 };
 
 }  // namespace shadingctl

@@ -37,9 +37,6 @@ struct LensWindow {
   Interval longestAt;
 };
 
-// `samples` are at least 100.
-LensWindow WindowOf(std::vector<LensSample> const& samples);
-
 // A stretch in which every sample repeats the position before.
 struct FlatStretch {
   Interval interval;
@@ -56,8 +53,6 @@ class LensFacts {
     double grain = 0;      // the smallest step that is not 0
     double range = 0;      // central range: from the 5th to the 95th percentile
     bool isStill = false;  // noise or nothing in every window
-
-    double At(double share) const;
   };
 
   // Ignores a sample that repeats an earlier one or is earlier than the one before.

@@ -6,8 +6,6 @@
 #include <iterator>
 #include <utility>
 
-#include "tools/shadingctl/frame/FrameResult.h"
-
 namespace shadingctl {
 namespace {
 
@@ -21,12 +19,13 @@ constexpr std::size_t kFingerprint = 64;
 constexpr double kFarInterval = 0.75;  // intervals between samples: half of one is usual
 
 // The nearest sample to an end that lies between samples is farther away than samples are apart.
-bool IsInGap(FrameFacts const& facts) {
+bool IsInGap(Frame const& frame) {
+  auto const& [row, facts] = frame;
   if (!facts.window) return false;
   auto const usualUs = kFarInterval * static_cast<double>(facts.window->intervalUs);
   auto const isFar = [&](std::optional<std::int64_t> const& us) { return us && static_cast<double>(*us) > usualUs; };
   if (facts.start == StartCause::kBetweenSamples) return isFar(facts.nearestUs);
-  return facts.end == EndCause::kBetweenSamples && isFar(facts.endDistanceUs);
+  return facts.end == EndCause::kBetweenSamples && isFar(row.endDistanceUs);
 }
 
 std::uint64_t HashOf(NSCam::Utils::SensorData const& sample) {
@@ -47,11 +46,6 @@ bool LacksLaterSamples(FrameFacts const& facts) {
 
 }  // namespace
 
-void TimeRange::Add(std::int64_t value) {
-  least = std::min(least, value);
-  greatest = std::max(greatest, value);
-}
-
 void SessionFacts::AddSamples(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& samples) {
   mHealth.Add(samples);
   for (auto const& sample : samples) {
@@ -63,18 +57,11 @@ void SessionFacts::AddSamples(std::uint32_t frame, std::vector<NSCam::Utils::Sen
   }
 }
 
-void SessionFacts::BreakSamples() {
-  mHealth.Break();
-  mLens.Break();
-}
-
 void SessionFacts::AddBatch(std::uint32_t frame, std::size_t samples, std::optional<BatchStored> const& stored,
                             bool split, std::optional<std::uint64_t> callNs) {
-  std::optional<std::int64_t> const computedNs = mLast && mLast->frame == frame && mUpdated != frame
-                                                     ? std::optional(static_cast<std::int64_t>(mLast->timestampNs))
-                                                     : std::nullopt;
-  if (computedNs) {
-    mBatches.afterwards.Add(frame, *computedNs);
+  bool const isComputed = mLast && mLast->frame == frame && mUpdated != frame;
+  if (isComputed) {
+    mBatches.afterwards.Add(*mLast);
     if (!mLastBothNear) ++mBatches.afterwardsUnmatched;
   }
   mUpdated = frame;
@@ -98,56 +85,54 @@ void SessionFacts::AddBatch(std::uint32_t frame, std::size_t samples, std::optio
   mNewestStoredNs = static_cast<std::int64_t>(stored->lastNs);
 }
 
-void SessionFacts::AddFrame(FrameFacts const& facts, std::optional<std::uint64_t> callNs) {
+void SessionFacts::AddFrame(Frame const& frame, std::optional<std::uint64_t> callNs) {
+  auto const& [row, facts] = frame;
   ++mMatch.frames;
-  AddTimes(facts);
-  AddLead(facts, callNs);
+  AddTimes(row);
+  AddLead(frame, callNs);
   bool const bothNear = facts.start == StartCause::kNear && facts.end == EndCause::kNear;
-  bool const isWarmUp = facts.match == Match::kWarmUp;
+  bool const isWarmUp = row.match == Match::kWarmUp;
   mLastBothNear = bothNear || isWarmUp;
   if (isWarmUp) {
     ++mMatch.warmUp;
     return;
   }
-  auto const timeNs = static_cast<std::int64_t>(facts.timestampNs);
-  mMatch.starts[static_cast<std::size_t>(facts.start)].Add(facts.frame, timeNs);
+  mMatch.starts[static_cast<std::size_t>(facts.start)].Add(row);
   if (bothNear) ++mMatch.bothNear;
-  if (!bothNear && IsInGap(facts)) mMatch.inGaps.Add(facts.frame, timeNs);
-  if (facts.exposureUs && facts.readoutUs) {
-    if (*facts.exposureUs == 0) mMatch.noExposures.Add(facts.frame, timeNs);
-    if (*facts.readoutUs == 0) mMatch.noReadouts.Add(facts.frame, timeNs);
-    bool const isLong = *facts.readoutUs > 0 && *facts.exposureUs > *facts.readoutUs;
-    if (isLong) mMatch.longExposures.Add(facts.frame, timeNs);
-  }
-  if (mMissingBatch == facts.frame && LacksLaterSamples(facts)) mBatches.missingUnmatched.Add(facts.frame);
-  AddSpan(facts);
-  AddAge(facts);
-  AddSwitch(facts, bothNear);
+  if (!bothNear && IsInGap(frame)) mMatch.inGaps.Add(row);
+  if (mMissingBatch == row.frame && LacksLaterSamples(facts)) mBatches.missingUnmatched.Add(row.frame);
+  AddSpan(frame);
+  if (!row.times) return;
+  if (row.times->exposureUs == 0) mMatch.noExposures.Add(row);
+  if (row.times->readoutUs == 0) mMatch.noReadouts.Add(row);
+  bool const isLong = row.times->readoutUs > 0 && row.times->exposureUs > row.times->readoutUs;
+  if (isLong) mMatch.longExposures.Add(row);
+  AddAge(row);
+  AddSwitch(row, bothNear);
 }
 
 // Several computations of one frame have times of their own.
-void SessionFacts::AddTimes(FrameFacts const& facts) {
-  Seen const seen = {facts.frame, facts.timestampNs};
-  bool const isNext = !mLast || mLast->frame != facts.frame;
-  auto const timeNs = static_cast<std::int64_t>(facts.timestampNs);
-  if (mLast && isNext && facts.timestampNs <= mLast->timestampNs) mMatch.timesBackward.Add(facts.frame, timeNs);
-  if (!mFirst) mFirst = seen;
-  if (isNext) mLast = seen;
-  if (facts.exposureUs)
-    mExposureUs.Add(static_cast<std::int64_t>(std::min<std::uint64_t>(*facts.exposureUs, INT64_MAX)));
-  if (facts.readoutUs) mReadoutUs.Add(*facts.readoutUs);
+void SessionFacts::AddTimes(FrameResult const& row) {
+  bool const isNext = !mLast || mLast->frame != row.frame;
+  if (mLast && isNext && row.timestampNs <= mLast->timestampNs) mMatch.timesBackward.Add(row);
+  if (!mFirst) mFirst = row;
+  if (isNext) mLast = row;
+  if (!row.times) return;
+  mExposureUs.Add(static_cast<std::int64_t>(std::min<std::uint64_t>(row.times->exposureUs, INT64_MAX)));
+  mReadoutUs.Add(row.times->readoutUs);
 }
 
-void SessionFacts::AddLead(FrameFacts const& facts, std::optional<std::uint64_t> callNs) {
-  auto const timeNs = static_cast<std::int64_t>(facts.timestampNs);
+void SessionFacts::AddLead(Frame const& frame, std::optional<std::uint64_t> callNs) {
+  auto const& [row, facts] = frame;
+  auto const timeNs = static_cast<std::int64_t>(row.timestampNs);
   if (auto const fresh = std::exchange(mFresh, std::nullopt)) {
-    DeliveryFacts::Lead lead = {facts.frame, timeNs, DifferenceNs(fresh->newestNs, timeNs),
-                                std::int64_t{facts.readoutUs.value_or(0)} * 1000, std::nullopt};
+    DeliveryFacts::Lead lead = {row.frame, timeNs, DifferenceNs(fresh->newestNs, timeNs),
+                                row.times ? std::int64_t{row.times->readoutUs} * 1000 : 0, std::nullopt};
     if (fresh->callNs) lead.overCallNs = DifferenceNs(fresh->newestNs, static_cast<std::int64_t>(*fresh->callNs));
     mDelivery.Add(lead);
   }
   auto const newestNs = mNewestStoredNs ? mNewestStoredNs : mNewestSampleNs;
-  bool const isLacking = newestNs && LacksLaterSamples(facts) && facts.match != Match::kWarmUp;
+  bool const isLacking = newestNs && LacksLaterSamples(facts) && row.match != Match::kWarmUp;
   if (!isLacking) return;
   std::int64_t const endUs = facts.readoutEndUs.value_or(0);
   bool const isReal = facts.readoutEndUs && endUs < kLatestEndUs && endUs > -kLatestEndUs;
@@ -158,66 +143,61 @@ void SessionFacts::AddLead(FrameFacts const& facts, std::optional<std::uint64_t>
   if (isReal) mMatch.shortfallNs.Add(DifferenceNs(endNs, *newestNs));
   std::int64_t const latestUs = kToleranceUs + (facts.window ? facts.window->intervalUs : 0);
   bool const isLate = isReal && callNs && DifferenceNs(static_cast<std::int64_t>(*callNs), endNs) / 1000 > latestUs;
-  (isLate ? mMatch.late : mMatch.lacking).Add(facts.frame, timeNs);
+  (isLate ? mMatch.late : mMatch.lacking).Add(row);
 }
 
-void SessionFacts::AddSpan(FrameFacts const& facts) {
-  auto const timeNs = static_cast<std::int64_t>(facts.timestampNs);
-  if (facts.start == StartCause::kNear && facts.end) {
-    mMatch.ends[static_cast<std::size_t>(*facts.end)].Add(facts.frame, timeNs);
-  }
-  bool const gotPosition = facts.match == Match::kStart || facts.match == Match::kCarried;
-  if (!gotPosition) return;
-  if (facts.start == StartCause::kNear && !facts.end) mMatch.untoldEnds.Add(facts.frame, timeNs);
-  if (facts.coverage) {
-    mMatch.coverage.Add(Millionths(*facts.coverage));
-    mMatch.worstCoverage = std::min(mMatch.worstCoverage, *facts.coverage);
+void SessionFacts::AddSpan(Frame const& frame) {
+  auto const& [row, facts] = frame;
+  bool const beginsNear = facts.start == StartCause::kNear;
+  if (beginsNear && facts.end) mMatch.ends[static_cast<std::size_t>(*facts.end)].Add(row);
+  if (!row.HasNewPosition()) return;
+  if (beginsNear && !facts.end) mMatch.untoldEnds.Add(row);
+  if (row.coverage) {
+    mMatch.coverage.Add(Millionths(*row.coverage));
+    mMatch.worstCoverage = std::min(mMatch.worstCoverage, *row.coverage);
   }
   if (facts.lengthShare) mMatch.lengthShare.Add(Millionths(*facts.lengthShare));
   mMatch.spanSamples += facts.spanEntries;
-  mMatch.repeatedSamples += facts.repeated;
-  if (facts.repeated > 0) mMatch.repeated.Add(facts.frame, timeNs);
-  if (facts.match != Match::kCarried) return;
-  mMatch.carried.Add(facts.frame, timeNs);
-  if (facts.ageUs) mMatch.carriedAgeUs.Add(*facts.ageUs);
+  mMatch.repeatedSamples += row.repeatedSamples.value_or(0);
+  if (row.repeatedSamples > 0U) mMatch.repeated.Add(row);
+  if (row.match != Match::kCarried) return;
+  mMatch.carried.Add(row);
+  if (row.spanAgeUs) mMatch.carriedAgeUs.Add(*row.spanAgeUs);
 }
 
 // A position is as old as the first sample of its span was when the readout of the frame that uses it began.
-void SessionFacts::AddAge(FrameFacts const& facts) {
-  if (!facts.exposureUs) return;
-  bool const gotPosition = facts.match == Match::kStart || facts.match == Match::kCarried;
+void SessionFacts::AddAge(FrameResult const& row) {
   std::int64_t const startUs =
-      DifferenceUs(static_cast<std::int64_t>(facts.timestampNs / 1000), static_cast<std::int64_t>(*facts.exposureUs));
-  if (gotPosition) {
-    mPositionUs = facts.ageUs ? std::optional(DifferenceUs(startUs, *facts.ageUs)) : std::nullopt;
+      DifferenceUs(static_cast<std::int64_t>(row.timestampNs / 1000), static_cast<std::int64_t>(row.times->exposureUs));
+  if (row.HasNewPosition()) {
+    mPositionUs = row.spanAgeUs ? std::optional(DifferenceUs(startUs, *row.spanAgeUs)) : std::nullopt;
   }
   if (!mPositionUs) return;
   std::int64_t const ageUs = DifferenceUs(startUs, *mPositionUs);
-  if (!mMatch.oldest || ageUs > mMatch.oldest->ageUs) mMatch.oldest = {facts.frame, ageUs};
+  if (!mMatch.oldest || ageUs > mMatch.oldest->ageUs) mMatch.oldest = {row.frame, ageUs};
 }
 
-void SessionFacts::AddSwitch(FrameFacts const& facts, bool bothNear) {
-  if (!facts.readoutUs) return;
-  if (mReadoutNowUs && *mReadoutNowUs != *facts.readoutUs) {
+void SessionFacts::AddSwitch(FrameResult const& row, bool bothNear) {
+  if (mReadoutNowUs && *mReadoutNowUs != row.times->readoutUs) {
     if (mSwitches.frames.count == 0) {
       mSwitches.firstFromUs = *mReadoutNowUs;
-      mSwitches.firstToUs = *facts.readoutUs;
+      mSwitches.firstToUs = row.times->readoutUs;
     }
-    mSwitches.frames.Add(facts.frame, static_cast<std::int64_t>(facts.timestampNs));
+    mSwitches.frames.Add(row);
     mSinceSwitch = kAfterSwitch;
   }
-  mReadoutNowUs = facts.readoutUs;
+  mReadoutNowUs = row.times->readoutUs;
   if (mSinceSwitch == 0) return;
   --mSinceSwitch;
-  if (!bothNear) mSwitches.unmatched.Add(facts.frame);
+  if (!bothNear) mSwitches.unmatched.Add(row.frame);
 }
 
 void SessionFacts::AddReadoutDistance(Match match, double distance) {
-  (match == Match::kCarried ? mCarriedDistance : mStartDistance).Add(Millionths(distance));
+  mDistances[match == Match::kCarried].Add(Millionths(distance));
 }
 
 SessionFacts::Distances SessionFacts::ReadoutDistances(Match match) const {
-  Histogram const& distances = match == Match::kCarried ? mCarriedDistance : mStartDistance;
+  Histogram const& distances = mDistances[match == Match::kCarried];
   auto const median = distances.Median();
   if (!median) return {};
   return {*median / kMillionths, static_cast<double>(distances.Largest()) / kMillionths};
@@ -225,8 +205,7 @@ SessionFacts::Distances SessionFacts::ReadoutDistances(Match match) const {
 
 std::optional<double> SessionFacts::FrameIntervalUs() const {
   if (!mFirst || mFirst->frame == mLast->frame) return std::nullopt;
-  auto const passedNs = static_cast<double>(
-      DifferenceNs(static_cast<std::int64_t>(mLast->timestampNs), static_cast<std::int64_t>(mFirst->timestampNs)));
+  auto const passedNs = static_cast<double>(DifferenceNs(*LastFrameNs(), FirstFrameNs()));
   return passedNs / 1e3 / (static_cast<double>(mLast->frame) - static_cast<double>(mFirst->frame));
 }
 

@@ -1,6 +1,7 @@
-// The statistics from which findings are derived: one camera's frames, batches and samples, in constant memory.
+// The statistics from which findings are derived: one camera's frames, batches and samples, in some 50 bytes a frame.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -21,7 +22,10 @@ struct TimeRange {
   std::int64_t least = INT64_MAX;
   std::int64_t greatest = INT64_MIN;
 
-  void Add(std::int64_t value);
+  void Add(std::int64_t value) {
+    least = std::min(least, value);
+    greatest = std::max(greatest, value);
+  }
   bool IsEmpty() const { return greatest < least; }
 };
 
@@ -63,7 +67,7 @@ struct MatchFacts {
 
 struct BatchFacts {
   FrameList missing;                      // frames without a batch
-  FrameList missingUnmatched;             // of these, those without both ends near
+  FrameList missingUnmatched;             // of these, those that lack later samples
   FrameList discarded;                    // frames whose batch the library discarded
   FrameList afterwards;                   // frames that were computed before their update
   std::uint64_t afterwardsUnmatched = 0;  // of these, those without both ends near
@@ -87,15 +91,17 @@ class SessionFacts {
   void AddSamples(std::uint32_t frame, std::vector<NSCam::Utils::SensorData> const& samples);
 
   // The next samples do not follow the ones before: nobody knows what came in between.
-  void BreakSamples();
+  void BreakSamples() {
+    mHealth.Break();
+    mLens.Break();
+  }
 
-  void AddFrame(FrameFacts const& facts, std::optional<std::uint64_t> callNs = std::nullopt);
+  void AddFrame(Frame const& frame, std::optional<std::uint64_t> callNs = std::nullopt);
 
   // The library has forgotten all samples.
   void BeginHistory() { mNewestStoredNs.reset(); }
 
-  // How far the position of a frame is from the mean of all samples of its search interval, in
-  // their unit.
+  // How far the position of a frame is from the mean of all samples of its search interval, in their unit.
   void AddReadoutDistance(Match match, double distance);
 
   MatchFacts const& Matches() const { return mMatch; }
@@ -129,16 +135,12 @@ class SessionFacts {
   std::optional<std::int64_t> LastFrameNs() const {
     return mLast ? std::optional(static_cast<std::int64_t>(mLast->timestampNs)) : std::nullopt;
   }
-  void AddSpan(FrameFacts const& facts);
-  void AddSwitch(FrameFacts const& facts, bool bothNear);
-  void AddAge(FrameFacts const& facts);
-  void AddTimes(FrameFacts const& facts);
-  void AddLead(FrameFacts const& facts, std::optional<std::uint64_t> callNs);
-
-  struct Seen {
-    std::uint32_t frame = 0;
-    std::uint64_t timestampNs = 0;
-  };
+  void AddTimes(FrameResult const& row);
+  void AddLead(Frame const& frame, std::optional<std::uint64_t> callNs);
+  void AddSpan(Frame const& frame);
+  // Requires: row.times.
+  void AddAge(FrameResult const& row);
+  void AddSwitch(FrameResult const& row, bool bothNear);
 
   MatchFacts mMatch;
   BatchFacts mBatches;
@@ -148,10 +150,9 @@ class SessionFacts {
   SampleHealth mHealth;
   Histogram mExposureUs;
   Histogram mReadoutUs;
-  Histogram mStartDistance;  // in millionths of the samples' unit
-  Histogram mCarriedDistance;
-  std::optional<Seen> mFirst;
-  std::optional<Seen> mLast;
+  std::array<Histogram, 2> mDistances;  // of new positions and of carried ones, in millionths of the samples' unit
+  std::optional<FrameHead> mFirst;
+  std::optional<FrameHead> mLast;
   std::optional<std::int64_t> mPositionUs;  // the aligned time of the span's first sample
   std::optional<std::uint32_t> mReadoutNowUs;
   std::uint32_t mSinceSwitch = 0;

@@ -4,9 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/shadingctl/findings/RuleWords.h"
+#include "tools/shadingctl/budget/Budget.h"
 #include "tools/shadingctl/findings/Rules.h"
-#include "tools/shadingctl/findings/SessionBudget.h"
 
 namespace shadingctl::rules {
 namespace {
@@ -14,6 +13,27 @@ namespace {
 constexpr double kNeededSamplesPerFrame =
     static_cast<double>(kWindowSize) / static_cast<double>(kHistoryFrames);  // that fill the history
 constexpr double kLongestWaitUs = 500e3;                                     // no host computes so much later
+constexpr double kLongestUs = 1e9;                                           // of a median time that can be real
+
+std::int64_t ToNs(double us) { return std::llround(us * 1e3); }
+
+// What the session allows in closed form, as if its samples and frames came evenly, at their mean rates and with their
+// median times. nullopt where one of these is not known, or cannot be real.
+std::optional<Budget> BudgetOf(SessionFacts const& facts) {
+  Timing timing;
+  for (auto const& [us, ns] : {std::pair(facts.TrueIntervalUs(), &timing.hallIntervalNs),
+                               std::pair(facts.FrameIntervalUs(), &timing.frameIntervalNs),
+                               std::pair(facts.MedianExposureUs(), &timing.exposureNs),
+                               std::pair(facts.MedianReadoutUs(), &timing.readoutNs)}) {
+    if (!us || !(*us >= 1 && *us <= kLongestUs)) return std::nullopt;
+    *ns = ToNs(*us);
+  }
+  if (!facts.Delivery().IsEmpty()) {
+    std::int64_t const leadNs = ToNs(std::min(facts.Delivery().OverFrameUs(0), kLongestUs));
+    timing.deliveryDelayNs = std::max(leadNs, timing.readoutNs) - timing.readoutNs;
+  }
+  return MakeBudget(timing);
+}
 
 }  // namespace
 
@@ -23,7 +43,7 @@ constexpr double kLongestWaitUs = 500e3;                                     // 
 std::optional<SessionFinding> History(SessionFacts const& facts) {
   FrameList const& tooLittle = facts.Matches().Of(StartCause::kTooLittleHistory);
   FrameList const& beginsLate = facts.Matches().Of(StartCause::kHistoryBeginsLate);
-  bool const tellsLate = IsWorthTelling(beginsLate.count, facts) && !HasSteadyOffset(facts);
+  bool const tellsLate = IsWorthTelling(beginsLate, facts) && !HasSteadyOffset(facts);
   if (tooLittle.count == 0 && !tellsLate) return std::nullopt;
   double const samplesPerFrame = facts.SamplesPerFrame().value_or(0);
   SessionFinding finding{
@@ -92,17 +112,18 @@ std::optional<SessionFinding> Sampling(SessionFacts const& facts) {
 // it looks for.
 std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
   FrameList const& late = facts.Matches().Of(StartCause::kWindowBeginsLate);
-  if (!IsWorthTelling(late.count, facts)) return std::nullopt;
-  auto const budget = BudgetOf(facts);
+  auto const budget = IsWorthTelling(late, facts) ? BudgetOf(facts) : std::nullopt;
   if (!budget) return std::nullopt;
-  double const reachUs = hosting::kSamplesBefore * budget->hallIntervalUs;
+  double const intervalUs = *facts.TrueIntervalUs();
+  double const reachUs = hosting::kSamplesBefore * intervalUs;
+  double const startUs = static_cast<double>(budget->reachBackNs) / 1e3;
   SessionFinding finding{
       fmt::format("the window of {} begins after the search interval does: at {:.0f} Hz its 50 samples reach "
                   "{} back, and after {} of exposure the search interval begins {} before the timestamp",
-                  FramesText(late, facts), kUsInS / budget->hallIntervalUs, Milliseconds(reachUs),
-                  Milliseconds(budget->exposureUs), Milliseconds(budget->startBeforeTimestampUs)),
+                  FramesText(late, facts), kUsInS / intervalUs, Milliseconds(reachUs),
+                  Milliseconds(*facts.MedianExposureUs()), Milliseconds(startUs)),
       "",
-      {{"reach_us", reachUs}, {"start_before_timestamp_us", budget->startBeforeTimestampUs}},
+      {{"reach_us", reachUs}, {"start_before_timestamp_us", startUs}},
       late};
   if (budget->limits.longestExposureNs) {
     double const longestUs = static_cast<double>(*budget->limits.longestExposureNs) / 1e3;
@@ -121,10 +142,9 @@ std::optional<SessionFinding> ReachBackward(SessionFacts const& facts) {
 // and the window ends before the search interval, though later samples were there.
 std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
   FrameList const& early = facts.Matches().Of(EndCause::kWindowEndsEarly);
-  if (!IsWorthTelling(early.count, facts)) return std::nullopt;
-  auto const budget = BudgetOf(facts);
+  auto const budget = IsWorthTelling(early, facts) ? BudgetOf(facts) : std::nullopt;
   if (!budget) return std::nullopt;
-  double const reachUs = hosting::kSamplesAfter * budget->hallIntervalUs;
+  double const reachUs = hosting::kSamplesAfter * *facts.TrueIntervalUs();
   double const coverage = facts.Matches().coverage.Median().value_or(0) / 1e6;
   double const length = facts.Matches().lengthShare.Median().value_or(0) / 1e6;
   SessionFinding finding{
@@ -146,8 +166,7 @@ std::optional<SessionFinding> ReachForward(SessionFacts const& facts) {
 std::optional<SessionFinding> NotDelivered(SessionFacts const& facts) {
   MatchFacts const& match = facts.Matches();
   FrameList const frames = IsDeliveredLate(facts) ? match.lacking : Together(match.lacking, match.late);
-  if (!IsWorthTelling(frames.count, facts) || HasSteadyOffset(facts) || match.shortfallNs.IsEmpty())
-    return std::nullopt;
+  if (!IsWorthTelling(frames, facts) || HasSteadyOffset(facts) || match.shortfallNs.IsEmpty()) return std::nullopt;
   double const leastUs = static_cast<double>(match.shortfallNs.least) / 1e3;
   double const greatestUs = static_cast<double>(match.shortfallNs.greatest) / 1e3;
   bool const canWait = greatestUs < kLongestWaitUs;

@@ -38,15 +38,6 @@ Positions ReadReference(Reference const& reference, std::size_t& skipped) {
   return positions;
 }
 
-ReferenceFrame FrameOf(recording::CalcOisValue const& calc, double readoutUs) {
-  auto const pair = PairOf(calc, calc.type.value_or(0));
-  return {calc.frame,
-          static_cast<std::int64_t>(pair.timestampNs - pair.exposureNs),
-          static_cast<double>(pair.exposureNs) / kNsOfUs,
-          readoutUs,
-          {}};
-}
-
 void CheckCamera(std::string const& name, std::optional<std::int32_t> camera, std::set<std::int32_t> const& found) {
   if (!camera && found.size() > 1) {
     throw hosting::UnusableInput(
@@ -79,8 +70,11 @@ BenchSession ReadBenchSession(std::string const& recording, Reference const& ref
       for (auto const& sample : update->batch)
         session.samples.push_back({sample.timestamp, sample.oisHallX, sample.oisHallY});
     }
-    if (auto const* calc = std::get_if<recording::CalcOisValue>(&call.operation))
-      frames.emplace(calc->frame, FrameOf(*calc, readoutUs));
+    if (auto const* calc = std::get_if<recording::CalcOisValue>(&call.operation)) {
+      auto const [timestampNs, exposureNs] = PairOf(*calc, calc->type.value_or(0));
+      frames.emplace(calc->frame, ReferenceFrame{calc->frame, static_cast<std::int64_t>(timestampNs - exposureNs),
+                                                 static_cast<double>(exposureNs) / kNsOfUs, readoutUs});
+    }
   }
   CheckCamera(recorded->Name(), camera, cameras);
   for (auto const& [number, position] : positions) {

@@ -1,4 +1,5 @@
-// A recording joined with the reference of its frames.
+// A recording joined with the reference of its frames, and its fit as text, CSV and JSON. docs/bench.md has the
+// columns.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "tools/shadingctl/fit/LagFit.h"
+#include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {
 
@@ -35,5 +37,16 @@ struct BenchSession {
 // than once counts by its first computation. Throws UnusableInput when one of the files cannot be used.
 BenchSession ReadBenchSession(std::string const& recording, Reference const& reference,
                               std::optional<std::int32_t> camera);
+
+constexpr char kFitSchema[] = "shadingctl-fit";
+constexpr int kFitVersion = 2;
+
+// All that is told of the fit of a session; text and CSV show parts of it.
+Json FitDocument(ReferenceFit const& fit, BenchSession const& session);
+
+// A row for each quantity of each axis, as the CSV has them.
+Json FitRows(Json const& document);
+
+std::string FitText(Json const& document);
 
 }  // namespace shadingctl

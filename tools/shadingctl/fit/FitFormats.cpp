@@ -1,9 +1,7 @@
-#include "tools/shadingctl/fit/FitFormats.h"
-
 #include <fmt/format.h>
 
 #include "hosting/LibraryNumbers.h"
-#include "tools/shadingctl/fit/Verdict.h"
+#include "tools/shadingctl/fit/BenchSession.h"
 
 namespace shadingctl {
 namespace {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/shadingctl/fit/LeastSquares.h"
 #include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
@@ -71,7 +70,7 @@ void HallSignal::FindClipped(double HallPoint::*axis, double sign) {
   for (Knot& knot : mKnots) knot.clippedUpTo += std::size_t{sign * knot.value.*axis >= end - near};
 }
 
-// That of the parabola through a knot and its neighbours; at either end that of the line to the only neighbour.
+// The slope of the parabola through a knot and its neighbours; at either end that of the line to the only neighbour.
 void HallSignal::FindSlopes() {
   auto const slope = [](Knot const& from, Knot const& to) {
     return (1 / (to.timeUs - from.timeUs)) * (to.value - from.value);

@@ -15,6 +15,7 @@ constexpr double kSameAsTime = 0.999;
 constexpr int kDeviationSteps = 10;       // of reweighting: the sum changes by less than a percent after them
 constexpr double kSmallDeviation = 0.02;  // of the mean one: smaller ones weigh no more
 constexpr double kNoDeviation = 1e-150;   // keeps weights finite
+constexpr double kSingular = 1e-9;        // a pivot that elimination left with less than this share is none
 
 double MeanSize(std::vector<double> const& values, std::size_t count) {
   return std::accumulate(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(count), 0.0,
@@ -29,6 +30,48 @@ double TrimmedSize(std::vector<double> values) {
 }
 
 }  // namespace
+
+double Dot(Parameters const& one, Parameters const& other) {
+  return std::inner_product(one.begin(), one.end(), other.begin(), 0.0);
+}
+
+Parameters Only(Parameter parameter, double value) {
+  Parameters parameters{};
+  parameters[parameter] = value;
+  return parameters;
+}
+
+void Moments::Add(Parameters const& row, double value, double weight) {
+  for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t k = 0; k <= i; ++k) matrix[i][k] += weight * row[i] * row[k];
+    right[i] += weight * row[i] * value;
+  }
+}
+
+// By elimination, which fills the upper half.
+std::optional<Parameters> Moments::Solve() const {
+  auto m = matrix;
+  Parameters solution{};
+  std::copy_n(right.begin(), count, solution.begin());
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!(m[i][i] > kSingular * matrix[i][i])) return std::nullopt;
+    for (std::size_t k = i + 1; k < count; ++k) {
+      m[i][k] = m[k][i];
+      double const factor = m[k][i] / m[i][i];
+      for (std::size_t j = i + 1; j <= k; ++j) m[k][j] -= factor * m[j][i];
+      solution[k] -= factor * solution[i];
+    }
+  }
+  for (std::size_t i = count; i-- > 0;) {
+    for (std::size_t j = i + 1; j < count; ++j) solution[i] -= m[i][j] * solution[j];
+    solution[i] /= m[i][i];
+  }
+  return solution;
+}
+
+double MeanSquare(std::vector<double> const& values) {
+  return std::inner_product(values.begin(), values.end(), values.begin(), 0.0) / static_cast<double>(values.size());
+}
 
 FrameWindows::FrameWindows(std::vector<FrameWindow> frames, bool byExposure) : list(std::move(frames)) {
   auto const count = static_cast<double>(list.size());

@@ -1,4 +1,5 @@
-// One axis of the image, as a function of where the lens stood in each frame.
+// One axis of the image as a function of where the lens stood in each frame, the least squares of which each step of
+// its fit is made, and the fit that outliers do not bend.
 #pragma once
 
 #include <algorithm>
@@ -10,20 +11,56 @@
 #include <vector>
 
 #include "tools/shadingctl/fit/HallSignal.h"
-#include "tools/shadingctl/fit/LeastSquares.h"
 
 namespace shadingctl {
 
-// Which axis of the samples moves this axis of the image most.
+// A step that needs fewer parameters takes the first ones, so the slope comes last: it can be left out.
+enum Parameter : std::size_t {
+  kOffset,
+  kTrend,  // of the image over time, and over time squared
+  kBend,
+  kGainX,  // image per unit of the samples
+  kGainY,
+  kCurvature,  // of the image over the squared motion that the gains give it
+  kLag,        // mean of all frames, us
+  kDrift,      // of the lag over time, us
+  kSlope,      // of the lag over the exposure
+  kParameters
+};
+using Parameters = std::array<double, kParameters>;
+
+double Dot(Parameters const& one, Parameters const& other);
+Parameters Only(Parameter parameter, double value = 1);
+
+// Sums over the equations of a least-squares problem in its first `count` parameters.
+struct Moments {
+  std::size_t count;
+  std::array<Parameters, kParameters> matrix{};  // the lower half
+  Parameters right{};
+
+  void Add(Parameters const& row, double value, double weight);
+
+  // The other parameters are 0. nullopt when they cannot be told apart.
+  std::optional<Parameters> Solve() const;
+};
+
+double MeanSquare(std::vector<double> const& values);
+
+// Whether y of the samples moves this axis of the image more than x does.
 inline bool IsDrivenByY(Parameters const& at) { return std::abs(at[kGainY]) > std::abs(at[kGainX]); }
 
-// A frame and its search interval with a lag of 0, on the clock of the hall signal.
-struct FrameWindow {
+struct ReferenceFrame {
   std::uint32_t frame = 0;
-  double startUs = 0;  // start of frame
-  double endUs = 0;
+  std::int64_t startOfFrameNs = 0;  // timestamp less exposure
   double exposureUs = 0;
+  double readoutUs = 0;
   std::array<double, 2> position{};  // x and y, where the image stood
+};
+
+// A frame and its search interval with a lag of 0, on the clock of the hall signal.
+struct FrameWindow : ReferenceFrame {
+  double startUs = 0;
+  double endUs = 0;
 
   // Relative to the means of all frames.
   double time = 0;       // grows by 2 from the first frame to the last
@@ -90,5 +127,40 @@ struct ImageAxis {
 };
 
 double LibraryLagUs(double shorterUs);
+
+constexpr double kOutlierScales = 4.685;  // of Tukey's biweight: 95 % as efficient as least squares
+
+struct RobustFit {
+  Parameters at{};
+  double scale = 0;        // standard deviation of the residuals without the outliers
+  double correlation = 0;  // of the errors of neighbouring frames
+
+  // In the order of the windows.
+  std::vector<Tangent> tangents;
+  std::vector<double> residuals;
+  std::vector<bool> isOutlier;  // beyond kOutlierScales
+  // By how much each frame's error has moved the parameters: the covariance of two quantities is the sum of the
+  // products of their influences (sandwich). Empty where nothing was fitted.
+  std::vector<Parameters> influences;
+};
+using BothAxes = std::array<RobustFit, 2>;
+
+// Fills all but the influences for the parameters `fit.at`; which frames are outliers only with `marksOutliers`.
+void Evaluate(ImageAxis const& axis, RobustFit& fit, bool marksOutliers = true);
+
+// Least absolute deviations, then Tukey's biweight of errors that are freed of their first autocorrelation. Starts from
+// `at`, whose slope is kept where the windows can tell none. nullopt when the parameters cannot be told apart or do not
+// settle.
+std::optional<RobustFit> FitRobustly(ImageAxis const& axis, Parameters const& at);
+
+// Standard error of a quantity of x plus one of y, each a gradient times the parameters.
+double ErrorOf(BothAxes const& fits, Parameters const& ofX, Parameters const& ofY);
+
+// Half the width of a 95 % interval.
+double HalfWidth(double standardError, FrameWindows const& windows);
+
+// The probability of differences from the library's numbers at least as large as those found, if the numbers hold: F
+// test of lag and slope of both axes, or of both lags where there is no slope.
+double ProbabilityOfLibrary(BothAxes const& fits, FrameWindows const& windows);
 
 }  // namespace shadingctl

@@ -17,15 +17,15 @@ constexpr double kMostResidualShare = 0.5;    // above it, the image does not fo
 constexpr double kMostOutliers = 0.25;        // share of the frames; the search leaves out as many
 constexpr double kGridUs = 2000;              // of the search: the hand's fastest swings last 80 ms
 constexpr double kMarginUs = 10000;           // by which frames' lags may differ from the best one of the search
-constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0,
-                              0.5};  // of the search: the first one at all lags, all of them near the best
+// Of the search: the first one at all lags, all of them near the best.
+constexpr double kSlopes[] = {-0.5, -1.5, -1.0, 0.0, 0.5};
 
 template <class... Values>
 [[noreturn]] void Refuse(char const* code, char const* text, Values const&... values) {
-  throw Refusal{code, fmt::format(fmt::runtime(text), values...)};
+  throw Cause{code, fmt::format(fmt::runtime(text), values...)};
 }
 
-// A step throws Refusal where it cannot go on.
+// A step throws a Cause where it cannot go on.
 class Fitting {
  public:
   Fitting(HallSignal const& hall, std::vector<ReferenceFrame> const& frames, FitOptions const& options) : mHall(hall) {
@@ -41,7 +41,7 @@ class Fitting {
         double const passedUs = startUs + frame.exposureUs - list.back().startUs - list.back().exposureUs;
         intervalsUs.push_back(passedUs / static_cast<double>(frame.frame - list.back().frame));
       }
-      list.push_back({frame.frame, startUs, startUs + frame.readoutUs, frame.exposureUs, frame.position, 0, 0});
+      list.push_back({frame, startUs, startUs + frame.readoutUs});
     }
     mFit.windows = FrameWindows(std::move(list));
     mFit.readoutUs = Median(std::move(readoutsUs)).value_or(0);
@@ -56,7 +56,7 @@ class Fitting {
       Select(found);
       CheckSearch(found);
       Refine();
-    } catch (Refusal const& refusal) {
+    } catch (Cause const& refusal) {
       mFit.refused = refusal;
     }
     if (mFit.hasLag) Compare();
@@ -99,7 +99,7 @@ class Fitting {
            kFewestFrames, whole, clipped);
   }
 
-  // The frames that the rest is about.
+  // Keeps the frames with samples all around them at both lags that were found, and a margin on either side.
   void Select(std::array<LagTrial, 2> const& found) {
     auto const [least, most] = std::minmax(found[0].at[kLag], found[1].at[kLag]);
     std::vector<FrameWindow> selected;
@@ -196,7 +196,7 @@ class Fitting {
     mFit.windows = std::move(byExposure);
   }
 
-  // The fitted lag with others and with the library's.
+  // Compares the fitted lag with those of the search, and with the library's.
   void Compare() {
     for (std::size_t axis = 0; axis < 2; ++axis) {
       mLagsUs.push_back(mFit.axes[axis].at[kLag]);
@@ -222,22 +222,23 @@ class Fitting {
 
 ReferenceFit FitReference(std::vector<HallSample> const& samples, std::vector<ReferenceFrame> const& frames,
                           FitOptions const& options) {
-  auto const refuse = [&](char const* code, std::string text) {
+  try {
+    if (frames.empty()) Refuse("not_this_recording", "expected frames of the recording, found none of them");
+    bool const hasTimes = std::any_of(samples.begin(), samples.end(),
+                                      [&](auto const& sample) { return sample.timeNs != samples.front().timeNs; });
+    if (!hasTimes) Refuse("too_few_samples", "expected samples at different times, found none");
+    HallSignal const hall(samples);
+    if (hall.MedianIntervalUs() > kLongestIntervalUs) {
+      Refuse("too_few_samples", "expected a sample every {:.0f} us, found one every {:.0f} us", kLongestIntervalUs,
+             hall.MedianIntervalUs());
+    }
+    return Fitting(hall, frames, options).Run();
+  } catch (Cause const& refusal) {
     ReferenceFit fit;
     fit.leftOut = frames.size();
-    fit.refused = Refusal{code, std::move(text)};
+    fit.refused = refusal;
     return fit;
-  };
-  if (frames.empty()) return refuse("not_this_recording", "expected frames of the recording, found none of them");
-  bool const hasTimes = std::any_of(samples.begin(), samples.end(),
-                                    [&](auto const& sample) { return sample.timeNs != samples.front().timeNs; });
-  if (!hasTimes) return refuse("too_few_samples", "expected samples at different times, found none");
-  HallSignal const hall(samples);
-  if (hall.MedianIntervalUs() > kLongestIntervalUs) {
-    return refuse("too_few_samples", fmt::format("expected a sample every {:.0f} us, found one every {:.0f} us",
-                                                 kLongestIntervalUs, hall.MedianIntervalUs()));
   }
-  return Fitting(hall, frames, options).Run();
 }
 
 }  // namespace shadingctl

@@ -1,6 +1,6 @@
-#include "tools/shadingctl/fit/RobustFit.h"
-
 #include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/fit/ImageAxis.h"
+#include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
 namespace {

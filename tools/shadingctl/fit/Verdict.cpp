@@ -1,8 +1,7 @@
-#include "tools/shadingctl/fit/Verdict.h"
-
 #include <fmt/format.h>
 
 #include "hosting/LibraryNumbers.h"
+#include "tools/shadingctl/fit/LagFit.h"
 
 namespace shadingctl {
 namespace {
@@ -15,10 +14,10 @@ double MotionOf(RobustFit const& fit) {
 }
 
 double ResidualOf(RobustFit const& fit) {
-  double squares = 0;
+  std::vector<double> residuals;
   for (std::size_t i = 0; i < fit.residuals.size(); ++i)
-    squares += fit.isOutlier[i] ? 0 : fit.residuals[i] * fit.residuals[i];
-  return std::sqrt(squares / static_cast<double>(std::count(fit.isOutlier.begin(), fit.isOutlier.end(), false)));
+    if (!fit.isOutlier[i]) residuals.push_back(fit.residuals[i]);
+  return std::sqrt(MeanSquare(residuals));
 }
 
 double CrossTalkOf(Parameters const& at) { return IsDrivenByY(at) ? at[kGainX] / at[kGainY] : at[kGainY] / at[kGainX]; }
@@ -96,7 +95,7 @@ bool IsClearOnAny(ReferenceFit const& fit, Quantity quantity, double least) {
   return isClear(0) || isClear(1);
 }
 
-// The only one whose slope lies inside the fit's interval; nullopt where that is wide.
+// The only stamp whose slope lies inside the fit's interval; nullopt where that is wide, or several lie inside.
 std::optional<Stamp> StampOf(ReferenceFit const& fit) {
   if (fit.windows.slope != SlopeState::kFitted) return std::nullopt;
   Pooled const slope = PoolOf(fit, kSlope);

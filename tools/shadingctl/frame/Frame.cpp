@@ -1,9 +1,6 @@
 #include "tools/shadingctl/frame/Frame.h"
 
 #include <algorithm>
-#include <vector>
-
-#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 namespace {
@@ -36,10 +33,9 @@ StartCause CauseOfStart(Match match, FrameMessages const& messages, std::optiona
   return window->lastUs < kToleranceUs ? StartCause::kWindowEndsEarly : StartCause::kBetweenSamples;
 }
 
-EndCause CauseOfEnd(FrameResult const& result, FrameMessages const& messages, FrameFacts::Window const& window,
-                    std::int64_t readoutUs) {
+EndCause CauseOfEnd(FrameResult const& result, FrameMessages const& messages, FrameFacts::Window const& window) {
   if (result.end == SpanEnd::kNear) return EndCause::kNear;
-  std::int64_t const targetUs = DifferenceUs(readoutUs, result.spanAgeUs.value_or(0));
+  std::int64_t const targetUs = DifferenceUs(result.times->readoutUs, result.spanAgeUs.value_or(0));
   // Within an interval of the end no sample is missing.
   std::int64_t const reachUs = std::max<std::int64_t>(kToleranceUs, window.intervalUs);
   if (window.lastUs > DifferenceUs(targetUs, reachUs)) return EndCause::kBetweenSamples;
@@ -48,38 +44,25 @@ EndCause CauseOfEnd(FrameResult const& result, FrameMessages const& messages, Fr
 
 FrameFacts FactsOf(FrameResult const& result, FrameMessages const& messages, std::vector<AlignedSample> const& table) {
   FrameFacts facts;
-  facts.frame = result.frame;
-  facts.timestampNs = result.timestampNs;
-  facts.match = result.match;
-  facts.history = messages.buffered;
-  facts.coverage = result.coverage;
-  facts.ageUs = result.spanAgeUs;
-  facts.endDistanceUs = result.endDistanceUs;
-  facts.repeated = result.repeatedSamples.value_or(0);
-  if (messages.times) {
-    facts.exposureUs = messages.times->exposureUs;
-    facts.readoutUs = messages.times->readoutUs;
-    auto const exposureUs = static_cast<std::int64_t>(messages.times->exposureUs);
-    facts.readoutEndUs =
-        DifferenceUs(DifferenceUs(messages.times->offsetUs, exposureUs), -std::int64_t{messages.times->readoutUs});
-    auto const startUs = static_cast<std::int64_t>(messages.times->startOfFrameUs);
+  if (auto const& times = result.times) {
+    facts.readoutEndUs = DifferenceUs(DifferenceUs(times->offsetUs, static_cast<std::int64_t>(times->exposureUs)),
+                                      -std::int64_t{times->readoutUs});
+    auto const startUs = static_cast<std::int64_t>(times->startOfFrameUs);
+    facts.nearestUs = NearestUs(table, startUs);
     if (!table.empty()) {
       facts.window = {DifferenceUs(table.front().timeUs, startUs), DifferenceUs(table.back().timeUs, startUs),
                       MedianIntervalUs(table).value_or(0), table.size()};
-      facts.nearestUs = NearestUs(table, startUs);
     }
-    if (result.startIndex && result.endIndex && result.end && *result.startIndex <= *result.endIndex) {
-      auto const first = static_cast<std::size_t>(*result.startIndex);
-      auto const last = static_cast<std::size_t>(*result.endIndex);
-      facts.spanEntries = last - first + 1;
-      if (messages.times->readoutUs > 0) {
-        facts.lengthShare = static_cast<double>(DifferenceUs(table[last].timeUs, table[first].timeUs)) /
-                            static_cast<double>(messages.times->readoutUs);
-      }
+  }
+  if (result.spanTime) {
+    facts.spanEntries = static_cast<std::size_t>(*result.endIndex - *result.startIndex) + 1;
+    if (result.times->readoutUs > 0) {
+      facts.lengthShare = static_cast<double>(DifferenceUs(result.spanTime->lastUs, result.spanTime->firstUs)) /
+                          static_cast<double>(result.times->readoutUs);
     }
   }
   facts.start = CauseOfStart(result.match, messages, facts.window);
-  if (result.end && facts.window) facts.end = CauseOfEnd(result, messages, *facts.window, *facts.readoutUs);
+  if (result.end && facts.window) facts.end = CauseOfEnd(result, messages, *facts.window);
   return facts;
 }
 
@@ -90,10 +73,7 @@ Frame MakeFrame(FrameHead const& head, CallOutcome const& outcome, FrameMessages
       messages.times ? AlignedTable(messages.source, messages.times->offsetUs) : std::vector<AlignedSample>();
   Frame frame;
   frame.row = Judge(outcome, messages, table);
-  frame.row.camera = head.camera;
-  frame.row.frame = head.frame;
-  frame.row.timestampNs = head.timestampNs;
-  frame.row.type = head.type;
+  static_cast<FrameHead&>(frame.row) = head;
   frame.facts = FactsOf(frame.row, messages, table);
   return frame;
 }

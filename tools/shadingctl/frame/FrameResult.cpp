@@ -1,23 +1,23 @@
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
+
+#include "tools/shadingctl/statistics/Median.h"
 
 namespace shadingctl {
 namespace {
 
 constexpr std::int64_t kRepeatPart = 4;  // of the median interval: far above the difference of a repeated time
 
-bool IsWarmingUp(CallOutcome const& outcome, FrameMessages const& messages) {
-  return !outcome.hasBeenWarm && outcome.updates <= kHistoryFrames && !messages.zeroTime &&
-         HistoryOf(outcome, messages) < kWindowSize;
-}
-
 Match MatchOf(CallOutcome const& outcome, FrameMessages const& messages) {
   if (!outcome.supported || messages.notRegistered) return Match::kOff;
   if (messages.nothingMatched || messages.zeroTime || (messages.times && messages.times->samples == 0)) {
-    return IsWarmingUp(outcome, messages) ? Match::kWarmUp : Match::kNoWindow;
+    bool const isWarmUp = !outcome.hasBeenWarm && outcome.updates <= kHistoryFrames && !messages.zeroTime &&
+                          HistoryOf(outcome, messages) < kWindowSize;
+    return isWarmUp ? Match::kWarmUp : Match::kNoWindow;
   }
   if (messages.Done()) return outcome.startFound ? Match::kStart : Match::kCarried;
   return outcome.startFound || outcome.flagHanded ? Match::kSingle : Match::kNoStart;
@@ -106,11 +106,7 @@ void JudgeSpan(std::vector<AlignedSample> const& table, SpanFound const& span, F
   result.spanAgeUs = DifferenceUs(0, firstUs);
   result.endDistanceUs = DistanceUs(DifferenceUs(lastUs, firstUs), lengthUs);
   result.end = *result.endDistanceUs < kToleranceUs ? SpanEnd::kNear : SpanEnd::kLast;
-  if (lengthUs > 0) {
-    std::int64_t const coveredUs =
-        std::clamp<std::int64_t>(lastUs, 0, lengthUs) - std::clamp<std::int64_t>(firstUs, 0, lengthUs);
-    result.coverage = static_cast<double>(std::max<std::int64_t>(coveredUs, 0)) / static_cast<double>(lengthUs);
-  }
+  if (lengthUs > 0) result.coverage = CoverageOf(firstUs, lastUs, lengthUs);
   result.repeatedSamples = CountRepeated(table, first, last);
 }
 
@@ -124,6 +120,11 @@ std::int64_t DistanceUs(std::int64_t oneUs, std::int64_t otherUs) {
   std::int64_t const differenceUs = DifferenceUs(oneUs, otherUs);
   if (differenceUs >= 0) return differenceUs;
   return differenceUs == INT64_MIN ? INT64_MAX : -differenceUs;
+}
+
+double CoverageOf(std::int64_t first, std::int64_t last, std::int64_t length) {
+  std::int64_t const covered = std::clamp<std::int64_t>(last, 0, length) - std::clamp<std::int64_t>(first, 0, length);
+  return static_cast<double>(std::max<std::int64_t>(covered, 0)) / static_cast<double>(length);
 }
 
 std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window, std::int64_t offsetUs) {
@@ -147,13 +148,10 @@ std::optional<std::int64_t> NearestUs(std::vector<AlignedSample> const& table, s
 }
 
 std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table) {
-  if (table.size() < 2) return std::nullopt;
   std::vector<std::int64_t> intervalsUs;
   for (std::size_t i = 1; i < table.size(); ++i)
     intervalsUs.push_back(DifferenceUs(table[i].timeUs, table[i - 1].timeUs));
-  auto const middle = intervalsUs.begin() + static_cast<std::ptrdiff_t>(intervalsUs.size() / 2);
-  std::nth_element(intervalsUs.begin(), middle, intervalsUs.end());
-  return *middle;
+  return Median(std::move(intervalsUs));
 }
 
 char const* Name(Match match) {

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "tools/shadingctl/frame/FrameResult.h"
 
 namespace shadingctl {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "tools/shadingctl/fit/FitFormats.h"
+#include "tools/shadingctl/fit/BenchSession.h"
 #include "tools/shadingctl/report/Page.h"
 
 namespace shadingctl {

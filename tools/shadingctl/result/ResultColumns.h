@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/output/Json.h"
 
 namespace shadingctl {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "platform/SensorProvider.h"
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/OutputFile.h"

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/shadingctl/frame/FrameResult.h"
+#include "tools/shadingctl/frame/Frame.h"
 
 namespace shadingctl {
 

@@ -34,18 +34,13 @@ void SampleHealth::Add(std::int64_t timeNs) {
       mNewestNs = timeNs;
     } else {
       ++mCounts.repeated;
-      if (IsRemembered(timeNs)) ++mCounts.duplicates;
+      auto const end = mRememberedNs.begin() + std::min<std::uint64_t>(mCounts.delivered, kRemembered);
+      if (std::find(mRememberedNs.begin(), end, timeNs) != end) ++mCounts.duplicates;
     }
   }
   mLastNs = timeNs;
   mRememberedNs[mCounts.delivered % kRemembered] = timeNs;
   ++mCounts.delivered;
-}
-
-bool SampleHealth::IsRemembered(std::int64_t timeNs) const {
-  auto const count = static_cast<std::ptrdiff_t>(std::min<std::uint64_t>(mCounts.delivered, kRemembered));
-  auto const end = mRememberedNs.begin() + count;
-  return std::find(mRememberedNs.begin(), end, timeNs) != end;
 }
 
 SampleHealth::Report SampleHealth::Summarize() const {

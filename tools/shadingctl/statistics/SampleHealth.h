@@ -43,7 +43,6 @@ class SampleHealth {
   static constexpr std::size_t kRemembered = 256;  // more than any batch repeats
 
   void Add(std::int64_t timeNs);
-  bool IsRemembered(std::int64_t timeNs) const;
 
   Report mCounts;
   Histogram mIntervalsNs;

@@ -104,14 +104,12 @@ void AddFindings(std::vector<SessionFinding> const& findings, SessionFacts const
   for (SessionFinding const& finding : findings) {
     Json figures = Json::object();
     for (auto const& [name, value] : finding.figures) figures[name] = Rounded(name, value);
-    Json first = Json::array();
-    for (std::size_t i = 0; i < finding.frames.Named(); ++i) first.push_back(finding.frames.first[i]);
     Json object = {{"code", finding.code},
                    {"camera", camera},
                    {"severity", Name(*finding.severity)},
                    {"text", finding.text},
                    {"figures", std::move(figures)},
-                   {"frames", {{"count", CostOf(finding, facts)}, {"first", std::move(first)}}},
+                   {"frames", {{"count", CostOf(finding, facts)}, {"first", finding.frames.first}}},
                    {"intervals", IntervalsJson(finding, facts)},
                    {"advice", finding.advice}};
     if (!finding.explainedBy.empty()) object["explained_by"] = finding.explainedBy;

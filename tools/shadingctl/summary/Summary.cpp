@@ -40,7 +40,7 @@ BatchCounts Summary::Batches() const {
 
 void Summary::Add(Frame const& frame, std::optional<std::uint64_t> callNs) {
   FrameResult const& result = frame.row;
-  mFacts.AddFrame(frame.facts, callNs);
+  mFacts.AddFrame(frame, callNs);
   if (mFrames == 0) {
     mFirstFrame = result.frame;
     mEarliestNs = mLatestNs = result.timestampNs;

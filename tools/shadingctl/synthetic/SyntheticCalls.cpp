@@ -1,10 +1,7 @@
-#include "tools/shadingctl/synthetic/SyntheticCalls.h"
-
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
-#include "tools/shadingctl/synthetic/Chance.h"
+#include "tools/shadingctl/synthetic/SyntheticSession.h"
 
 namespace shadingctl {
 namespace {
@@ -64,9 +61,12 @@ void SyntheticCalls::QueueFrame(std::uint32_t index) {
   Mode const mode = ModeAt(index, index);
   Mode told = ModeAt(index, index - std::min(index, mOptions.modes.lateFrames));
   if (Amount(EventKind::kNoReadout, index)) told.second = 0;
+  double const jitterUs = (Chance(mJitterChance) + 1) / 2 * Amount(EventKind::kJitter, index).value_or(0);
+  std::int64_t const hostNs = std::llround(1e3 * (Amount(EventKind::kHost, index).value_or(0) + jitterUs));
   std::int64_t const timeNs =
-      std::max(mLastTimeNs + kCallNs, timestampNs + mode.second + mOptions.deliveryDelayNs + HostDelayNs(index));
-  if (IsRestarted(index)) {
+      std::max(mLastTimeNs + kCallNs, timestampNs + mode.second + mOptions.deliveryDelayNs + hostNs);
+  std::uint64_t const parts = std::uint64_t{mOptions.restarts} + 1;  // of the session, each begins with a start
+  if (index > 0 && index * parts / mOptions.frames != (index - 1) * parts / mOptions.frames) {
     Queue(timeNs, recording::StopMonitor{mCamera.sensorType});
     QueueStart(timeNs);
   }
@@ -138,17 +138,6 @@ std::uint64_t SyntheticCalls::ToldNs(std::uint32_t index) const {
     if (event.kind == EventKind::kSameTimes) toldNs = std::min(toldNs, mFirstFrameNs + event.fromNs);
   }
   return static_cast<std::uint64_t>(toldNs);
-}
-
-std::int64_t SyntheticCalls::HostDelayNs(std::uint32_t index) {
-  double const jitter = (Chance(mJitterChance) + 1) / 2;
-  return std::llround(
-      1e3 * (Amount(EventKind::kHost, index).value_or(0) + jitter * Amount(EventKind::kJitter, index).value_or(0)));
-}
-
-bool SyntheticCalls::IsRestarted(std::uint32_t index) const {
-  std::uint64_t const parts = std::uint64_t{mOptions.restarts} + 1;
-  return index > 0 && index * parts / mOptions.frames != (index - 1) * parts / mOptions.frames;
 }
 
 // The mode of the frame `modeIndex`, with the readout time that it has at `index`.

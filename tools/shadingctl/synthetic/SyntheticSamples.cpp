@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <utility>
-
-#include "tools/shadingctl/synthetic/Chance.h"
 
 namespace shadingctl {
 namespace {
@@ -16,7 +13,56 @@ constexpr std::int64_t kSpikeInterval = 97;       // samples from one spike to t
 constexpr std::size_t kRepeated = 4;              // samples at most that a batch repeats
 constexpr std::int64_t kRepeatedShiftNs = 20000;  // a repeated sample's time differs by at most this
 
+constexpr double kHallSteps = 1e6;  // a position is a multiple of 1/1000000
+constexpr double kNoise = 0.05;     // pixels of lens shift
+
+// A component of the hand's motion. Frequencies in mHz, amplitudes in pixels of lens shift.
+struct Swing {
+  std::int64_t milliHertz;
+  double amplitude;
+  double start;  // turns
+};
+constexpr Swing kSwingX[] = {
+    {700, 28.0, 0.10}, {1900, 14.0, 0.35}, {4300, 9.0, 0.60}, {8900, 5.0, 0.85}, {11600, 2.0, 0.20}};
+constexpr Swing kSwingY[] = {
+    {500, 24.0, 0.40}, {2300, 16.0, 0.15}, {3700, 8.0, 0.75}, {7900, 6.0, 0.05}, {12000, 2.5, 0.55}};
+
+// The sine of `turns` in [0, 2). Made of additions and multiplications, which are the same on every machine.
+double Sine(double turns) {
+  if (turns >= 1.0) turns -= 1.0;
+  double const quarters = 4.0 * turns;
+  double const folded = quarters < 1.0 ? quarters : quarters < 3.0 ? 2.0 - quarters : quarters - 4.0;
+  double const angle = 1.5707963267948966 * folded;
+  double const square = angle * angle;
+  return angle * (1.0 + square * (-1.0 / 6 + square * (1.0 / 120 + square * (-1.0 / 5040 + square / 362880))));
+}
+
+template <std::size_t N>
+double SumOf(Swing const (&swings)[N], std::int64_t sinceFirstNs, double noise) {
+  constexpr std::int64_t kMilliTurnNs = 1000000000000;  // ns * mHz in one turn
+  double position = kNoise * noise;
+  for (Swing const& swing : swings) {
+    std::int64_t const part = (sinceFirstNs % kMilliTurnNs) * swing.milliHertz % kMilliTurnNs;
+    position += swing.amplitude * Sine(swing.start + static_cast<double>(part) / static_cast<double>(kMilliTurnNs));
+  }
+  return position;
+}
+
+template <std::size_t N>
+float AxisAt(Swing const (&swings)[N], std::int64_t sinceFirstNs, double noise, LensTrouble const& trouble) {
+  double position = SumOf(swings, sinceFirstNs, noise);
+  if (trouble.endStop) {
+    position = std::clamp(SumOf(swings, sinceFirstNs, 0), -*trouble.endStop, *trouble.endStop) + kNoise * noise;
+  }
+  if (trouble.grain > 0) position = trouble.grain * std::round(position / trouble.grain);
+  return static_cast<float>(static_cast<double>(std::llround(position * kHallSteps)) / kHallSteps);
+}
+
 }  // namespace
+
+LensPoint LensAt(std::int64_t sinceFirstNs, double noiseX, double noiseY, LensTrouble const& trouble) {
+  return {AxisAt(kSwingX, sinceFirstNs, noiseX, trouble), AxisAt(kSwingY, sinceFirstNs, noiseY, trouble)};
+}
 
 std::int64_t FirstSampleNs(SyntheticOptions const& options, std::int64_t firstFrameNs) {
   return firstFrameNs - kWarmUpNs + options.hallPhaseNs;
@@ -45,7 +91,7 @@ std::int64_t SyntheticSamples::NextNominalNs() {
   return nominalNs;
 }
 
-SyntheticSamples::Taken const& SyntheticSamples::Next() {
+TakenSample const& SyntheticSamples::Next() {
   if (mNext) return *mNext;
   std::int64_t const nominalNs = NextNominalNs();
   auto const offNs = static_cast<std::int64_t>(Chance(mChance) * static_cast<double>(mOptions.jitterNs));
@@ -60,16 +106,6 @@ SyntheticSamples::Taken const& SyntheticSamples::Next() {
   return *mNext;
 }
 
-// A hand takes the phone in half a second: from 0 to 1.
-double SyntheticSamples::RisenAt(std::int64_t nominalNs) const {
-  for (Event const& event : mOptions.events) {
-    if (event.kind != EventKind::kHand) continue;
-    double const sinceS = static_cast<double>(nominalNs - kWarmUpNs - event.fromNs) / 1e9;
-    return std::clamp(2 * sinceS, 0.0, 1.0);
-  }
-  return 1;
-}
-
 // What the sensor says of the lens, right or wrong.
 LensPoint SyntheticSamples::ReadingAt(std::int64_t nominalNs, double noiseX, double noiseY) {
   auto const lensAt = [&](std::int64_t ns, double x, double y) {
@@ -79,13 +115,13 @@ LensPoint SyntheticSamples::ReadingAt(std::int64_t nominalNs, double noiseX, dou
   std::int64_t const index = nominalNs / mOptions.hallIntervalNs;
   LensPoint lens = lensAt(nominalNs, noiseX, noiseY);
   LensPoint const resting = lensAt(0, noiseX, noiseY);
-  double const risen = RisenAt(nominalNs);
-  bool const isHeld = amount(EventKind::kHeld) && index % std::llround(*amount(EventKind::kHeld)) != 0;
-  if (auto const hand = AmountOf(mOptions.events, EventKind::kHand, INT64_MAX); hand && risen < 1) {
+  if (Event const* const hand = EventOf(mOptions.events, EventKind::kHand)) {  // takes the phone, in half a second
+    double const sinceS = static_cast<double>(nominalNs - kWarmUpNs - hand->fromNs) / 1e9;
+    double const risen = std::clamp(2 * sinceS, 0.0, 1.0);
     LensPoint const moved = lensAt(nominalNs, 0, 0);
     LensPoint const start = lensAt(0, 0, 0);
-    auto const share = static_cast<float>(*hand + (1 - *hand) * risen);
-    lens = {resting.x + share * (moved.x - start.x), resting.y + share * (moved.y - start.y)};
+    auto const share = static_cast<float>(hand->amount + (1 - hand->amount) * risen);
+    if (risen < 1) lens = {resting.x + share * (moved.x - start.x), resting.y + share * (moved.y - start.y)};
   }
   if (amount(EventKind::kTurns)) {
     std::int64_t const turnNs = nominalNs % (2 * kTurnNs);
@@ -95,8 +131,10 @@ LensPoint SyntheticSamples::ReadingAt(std::int64_t nominalNs, double noiseX, dou
   }
   if (amount(EventKind::kNoise)) lens = resting;
   if (amount(EventKind::kNoiseX)) lens.x = resting.x;
-  if (amount(EventKind::kFreezeX) || amount(EventKind::kFreeze) || isHeld) lens.x = mBefore.x;
-  if (amount(EventKind::kFreezeY) || amount(EventKind::kFreeze) || isHeld) lens.y = mBefore.y;
+  auto const every = amount(EventKind::kHeld);
+  bool const isFrozen = amount(EventKind::kFreeze) || (every && index % std::llround(*every) != 0);
+  if (isFrozen || amount(EventKind::kFreezeX)) lens.x = mBefore.x;
+  if (isFrozen || amount(EventKind::kFreezeY)) lens.y = mBefore.y;
   if (amount(EventKind::kZeros)) lens = {};
   mBefore = lens;
   auto const flips = amount(EventKind::kFlips);
@@ -123,13 +161,9 @@ SyntheticBatches::SyntheticBatches(SyntheticOptions const& options, std::int64_t
       mLostChance(seed + 3),
       mDiscardChance(seed + 4) {}
 
-bool SyntheticBatches::IsLate(std::uint32_t frameIndex) const {
-  std::uint32_t const first = mOptions.frames / 5 * 2;
-  return frameIndex >= first && frameIndex - first < mOptions.lateFrames;
-}
-
 SyntheticBatches::Batch SyntheticBatches::Take(std::uint32_t frameIndex, std::int64_t timeNs) {
-  if (IsLate(frameIndex)) return {};
+  std::uint32_t const firstLate = mOptions.frames / 5 * 2;
+  if (frameIndex >= firstLate && frameIndex - firstLate < mOptions.lateFrames) return {};
   Batch batch = RepeatedEnd();
   // The library discards a batch that begins with samples delivered before, whatever follows them.
   if (Happens(mDiscardChance, mOptions.discarded) && !mBefore.empty()) batch = mBefore;

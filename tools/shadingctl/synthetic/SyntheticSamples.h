@@ -1,4 +1,5 @@
-// The samples that a stabiliser takes, and the batches in which they are delivered.
+// The lens of a hand-held phone, the samples that a stabiliser takes of it, and the batches in which they are
+// delivered.
 #pragma once
 
 #include <cstdint>
@@ -8,10 +9,24 @@
 #include <vector>
 
 #include "platform/SensorProvider.h"
-#include "tools/shadingctl/synthetic/LensMotion.h"
 #include "tools/shadingctl/synthetic/SyntheticOptions.h"
 
 namespace shadingctl {
+
+// A number in [-1, 1), the same on every machine: the distributions of the standard libraries differ.
+inline double Chance(std::mt19937_64& source) { return static_cast<double>(source() >> 11U) * 0x1p-52 - 1.0; }
+
+// True in this share of the cases.
+inline bool Happens(std::mt19937_64& source, double share) { return (Chance(source) + 1.0) / 2.0 < share; }
+
+struct LensPoint {
+  float x = 0;
+  float y = 0;
+};
+
+// The position at a time >= 0 since the first sample. The noises lie in [-1, 1). Uses exact floating-point operations
+// only, so the result is the same on every machine: a multiple of 1/1000000.
+LensPoint LensAt(std::int64_t sinceFirstNs, double noiseX, double noiseY, LensTrouble const& trouble);
 
 struct TakenSample {
   std::int64_t timeNs = 0;  // when it was taken, on the clock of the frames
@@ -24,19 +39,16 @@ std::int64_t FirstSampleNs(SyntheticOptions const& options, std::int64_t firstFr
 // One camera's samples, one after the other.
 class SyntheticSamples {
  public:
-  using Taken = TakenSample;  // not nested: clang would not let an optional make one
-
   // `options` must outlive it.
   SyntheticSamples(SyntheticOptions const& options, std::int64_t firstFrameNs, std::uint64_t seed);
 
   // The next sample that comes; it stays the next until Pop.
-  Taken const& Next();
+  TakenSample const& Next();
   void Pop() { mNext.reset(); }
 
  private:
   std::int64_t StampNs(std::int64_t takenNs, std::int64_t nominalNs) const;
   std::int64_t NextNominalNs();
-  double RisenAt(std::int64_t nominalNs) const;
   LensPoint ReadingAt(std::int64_t nominalNs, double noiseX, double noiseY);
   std::optional<double> Amount(EventKind kind, std::int64_t nominalNs) const;
 
@@ -44,7 +56,7 @@ class SyntheticSamples {
   std::int64_t mFirstNs;
   std::int64_t mPauseNs;  // since the first sample
   std::int64_t mNextIndex = 0;
-  std::optional<Taken> mNext;
+  std::optional<TakenSample> mNext;
   LensPoint mBefore;  // the reading before
   std::mt19937_64 mChance;
 };
@@ -61,7 +73,6 @@ class SyntheticBatches {
   Batch Take(std::uint32_t frameIndex, std::int64_t timeNs);
 
  private:
-  bool IsLate(std::uint32_t frameIndex) const;
   bool IsLost(std::int64_t timeNs);
   Batch RepeatedEnd();
 

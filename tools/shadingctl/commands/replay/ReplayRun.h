@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/dumps/HallDumpFolder.h"
+#include "tools/shadingctl/dumps/HallDumpFile.h"
 #include "tools/shadingctl/result/ResultDiff.h"
 #include "tools/shadingctl/summary/Gates.h"
 
