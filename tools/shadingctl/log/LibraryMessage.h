@@ -146,6 +146,9 @@ struct FrameTimesTold {
   std::uint64_t exposureUs = 0;
   std::uint32_t readoutUs = 0;
   std::int64_t offsetUs = 0;
+
+  // Of the frame, to the us.
+  std::uint64_t TimestampNs() const { return (startOfFrameUs + exposureUs) * 1000; }
 };
 struct SourceSample {
   static constexpr MessageText kText = {

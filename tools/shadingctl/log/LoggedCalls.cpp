@@ -52,7 +52,7 @@ std::optional<std::uint32_t> FrameIn(FrameMessages const& messages) {
 
 std::optional<std::uint64_t> TimestampIn(FrameMessages const& messages) {
   if (messages.query && messages.query->frame == 0) return messages.query->timestampNs;
-  if (messages.times) return (messages.times->startOfFrameUs + messages.times->exposureUs) * 1000;
+  if (messages.times) return messages.times->TimestampNs();
   return std::nullopt;
 }
 
@@ -60,11 +60,7 @@ std::optional<std::uint64_t> TimestampIn(FrameMessages const& messages) {
 
 bool LoggedCall::IsWhole() const {
   bool const hasOutcome = messages.position || messages.failed;
-  if (!hasOutcome || !messages.times || messages.source.size() != messages.times->samples) return false;
-  for (std::size_t i = 0; i < messages.source.size(); ++i) {
-    if (messages.source[i].index != static_cast<std::int32_t>(i)) return false;
-  }
-  return !messages.source.empty() && messages.damaged == 0;
+  return hasOutcome && messages.times && !messages.source.empty() && messages.HasWholeWindow() && messages.damaged == 0;
 }
 
 NSCam::Utils::SensorData SampleTold(SourceSample const& told) {
@@ -125,13 +121,12 @@ void CallAssembler::AddToCall(Stream& stream, LogEntry const& entry, LibraryMess
 }
 
 void CallAssembler::AddToUpdate(Stream& stream, LibraryMessage const& message) {
-  bool const isUpdate = std::holds_alternative<BatchSplit>(message) || std::holds_alternative<BatchStored>(message) ||
-                        std::holds_alternative<NoBatch>(message);
-  if (!isUpdate) return;
-  if (stream.open) Close(stream);
-  if (std::holds_alternative<BatchSplit>(message)) stream.split = true;
-  if (std::holds_alternative<NoBatch>(message)) ++mEmptyUpdates;
   auto const* const stored = std::get_if<BatchStored>(&message);
+  bool const isSplit = std::holds_alternative<BatchSplit>(message);
+  bool const isEmpty = std::holds_alternative<NoBatch>(message);
+  if (stream.open && (stored != nullptr || isSplit || isEmpty)) Close(stream);
+  if (isSplit) stream.split = true;
+  if (isEmpty) ++mEmptyUpdates;
   if (stored == nullptr) return;
   mUpdates.push_back({*stored, std::exchange(stream.split, false)});
   if (mUpdates.size() > kRememberedUpdates) mUpdates.pop_front();
