@@ -38,16 +38,6 @@ bool StartsWith(std::string_view text, std::string_view start) { return text.sub
 
 CsvFile::CsvFile(InputFile file, std::vector<Column> columns, CsvDialect dialect)
     : mLines(std::move(file)), mColumns(std::move(columns)), mDialect(dialect), mFields(mColumns.size()) {
-  ReadHeader();
-}
-
-// Throws UnusableInput: "FILE:LINE: TEXT".
-template <class... Values>
-void CsvFile::Fail(fmt::format_string<Values const&...> text, Values const&... values) const {
-  throw hosting::UnusableInput(fmt::format("{}: {}", Place(), fmt::format(text, values...)));
-}
-
-void CsvFile::ReadHeader() {
   std::string_view line;
   bool isThere = true;
   for (std::uint32_t i = 0; isThere && i < mDialect.linesBeforeHeader; ++i) isThere = mLines.Next(line);
@@ -57,6 +47,12 @@ void CsvFile::ReadHeader() {
   }
   MatchColumns(line);
   if (!mLines.LineEnds() && mDialect.lastLine == LastLine::kMustEnd) RefuseCut();
+}
+
+// Throws UnusableInput: "FILE:LINE: TEXT".
+template <class... Values>
+void CsvFile::Fail(fmt::format_string<Values const&...> text, Values const&... values) const {
+  throw hosting::UnusableInput(fmt::format("{}: {}", Place(), fmt::format(text, values...)));
 }
 
 void CsvFile::MatchColumns(std::string_view header) {

@@ -121,7 +121,6 @@ class CsvFile {
 
  private:
   bool NextText(std::string_view& line);  // the next line that is not empty, without its end
-  void ReadHeader();
   void MatchColumns(std::string_view header);
   template <class... Values>
   [[noreturn]] void Fail(fmt::format_string<Values const&...> text, Values const&... values) const;

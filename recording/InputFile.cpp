@@ -15,11 +15,6 @@
 #include "hosting/UnusableInput.h"
 
 namespace recording {
-namespace {
-
-constexpr std::size_t kBlock = 65536;  // the least that is read at a time
-
-}  // namespace
 
 InputFile::InputFile(std::string path) : mName(std::move(path)) {
   if (mName == "-") {

@@ -62,6 +62,8 @@ class LineReader {
   bool LineEnds() const { return mLineEnds; }
 
  private:
+  static constexpr std::size_t kBlock = 65536;  // the least that is read at a time
+
   bool Fill();  // false at the end
 
   InputFile mFile;
