@@ -1,6 +1,5 @@
 #include "recording/CsvFile.h"
 
-#include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
@@ -11,7 +10,6 @@
 #include <limits>
 #include <system_error>
 #include <type_traits>
-#include <utility>
 
 #include "hosting/QuotedText.h"
 
@@ -31,8 +29,6 @@ std::string_view Trimmed(std::string_view text) {
   while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
   return text;
 }
-
-bool StartsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
 
 }  // namespace
 
@@ -106,7 +102,8 @@ std::string CsvFile::WantedNames() const {
 
 bool CsvFile::NextText(std::string_view& line) {
   while (mLines.Next(line)) {
-    if (mLines.Line() == 1 && StartsWith(line, kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
+    bool const isMarked = mLines.Line() == 1 && line.substr(0, kByteOrderMark.size()) == kByteOrderMark;
+    if (isMarked) line.remove_prefix(kByteOrderMark.size());
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     if (mDialect.separator.character == ' ') line = Trimmed(line);  // several blanks separate as one does
     if (line.find_first_not_of(kBlanks) == std::string_view::npos) continue;

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <new>
 #include <system_error>
-#include <utility>
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"

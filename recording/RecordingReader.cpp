@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <map>
-#include <utility>
 
 #include "recording/CsvFile.h"
 #include "recording/FrameSession.h"

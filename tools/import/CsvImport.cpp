@@ -18,7 +18,6 @@ using NSCam::Utils::SensorData;
 using recording::CsvFile;
 
 constexpr std::int64_t kLatestNs = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kNsPerUs = 1000;
 constexpr std::uint32_t kUsualDelayUs = 1000;  // as of `shadingctl generate`
 
 // The wanted columns of each file, by their index there.
@@ -41,13 +40,8 @@ std::vector<CsvFile::Column> HallColumns(ImportArguments const& arguments) {
 }
 
 recording::CsvDialect DialectOf(ImportArguments const& arguments, std::uint32_t skip) {
-  recording::CsvDialect dialect;
-  dialect.lastLine = arguments.salvage ? recording::LastLine::kIsSalvaged : recording::LastLine::kMustEnd;
-  dialect.isForeign = true;
-  dialect.linesBeforeHeader = skip;
-  dialect.separator = arguments.separator;
-  dialect.skipsBadRows = arguments.skipBad;
-  return dialect;
+  auto const lastLine = arguments.salvage ? recording::LastLine::kIsSalvaged : recording::LastLine::kMustEnd;
+  return {lastLine, true, skip, arguments.separator, arguments.skipBad};
 }
 
 std::int64_t TimeNs(CsvFile const& file, std::size_t column, TimeUnit unit, std::int64_t leastNs, std::int64_t mostNs) {

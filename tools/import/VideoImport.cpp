@@ -19,8 +19,6 @@ namespace {
 namespace io = google::protobuf::io;
 using google::protobuf::internal::WireFormatLite;
 
-constexpr std::int64_t kNsPerUs = 1000;
-
 // A frame of 1/15 s has 2,000 samples at most, in 20 bytes each: more is no frame, and is not put into memory.
 constexpr int kLargestFrame = 4 << 20;
 

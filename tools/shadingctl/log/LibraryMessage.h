@@ -1,7 +1,6 @@
 // The grammar of the library's messages about frames. No other place of the tool knows their texts.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <variant>

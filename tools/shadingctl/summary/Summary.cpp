@@ -21,21 +21,6 @@ std::string RangeText(Range const& range) {
   return fmt::format("{} to {}", PositionText(*range.lowest), PositionText(*range.highest));
 }
 
-std::string SamplesText(SampleHealth::Report const& health, BatchCounts const& batches) {
-  std::string text = fmt::format("Samples    {} in {} batches\n", health.delivered, health.batches);
-  if (health.rateHz) {
-    text += fmt::format(
-        "           {:.1f} a second, interval {:.1f} us (median, within {:.1f} %), jitter {:.1f} us, longest {:.1f} "
-        "us\n",
-        *health.rateHz, *health.intervalUs, 100 * Histogram::kMedianError, *health.jitterUs, *health.longestUs);
-  }
-  text += fmt::format("           gaps {}, backward steps {}, repeated {} ({} with the same time)\n", health.gaps,
-                      health.backwardSteps, health.repeated, health.duplicates);
-  text += fmt::format("           batches split by the library: {}, dropped: {}\n", OrUntold(batches.split),
-                      OrUntold(batches.dropped));
-  return text;
-}
-
 // To six decimals; 0 and 1 only where it is nothing or all.
 double Share(std::uint64_t part, std::uint64_t all) {
   constexpr double kSteps = 1e6;
@@ -87,13 +72,6 @@ void Summary::AddComplete(FrameResult const& row) {
   if (row.readoutDistance) mFacts.AddReadoutDistance(row.match, *row.readoutDistance);
 }
 
-BatchCounts Summary::Batches() const {
-  BatchCounts counts;
-  if (mLogLevel != 0) counts.split = mFacts.Batches().split;
-  if (mLogLevel >= 4) counts.dropped = mFacts.Batches().discarded.count;
-  return counts;
-}
-
 void Summary::Add(Frame const& frame, std::optional<std::uint64_t> callNs) {
   FrameResult const& result = frame.row;
   mFacts.AddFrame(frame.facts, callNs);
@@ -127,7 +105,7 @@ std::string Summary::Text() const {
   text += "\n" + MatchText() + EndsText();
   text += fmt::format("Position   x {}, y {}\n", RangeText(mHallX), RangeText(mHallY));
   text += CarriedText() + HistoryText() + LibraryText();
-  text += SamplesText(mFacts.Samples(), Batches());
+  text += SamplesText();
   if (mRecordedAnswers > 0) {
     text += fmt::format("Answers    {} recorded, {} given again, {} different\n", mRecordedAnswers,
                         mRecordedAnswers - mDifferentAnswers, mDifferentAnswers);
@@ -204,6 +182,23 @@ std::string Summary::LibraryText() const {
   return text;
 }
 
+std::string Summary::SamplesText() const {
+  SampleHealth::Report const health = mFacts.Samples();
+  std::string text = fmt::format("Samples    {} in {} batches\n", health.delivered, health.batches);
+  if (health.rateHz) {
+    text += fmt::format(
+        "           {:.1f} a second, interval {:.1f} us (median, within {:.1f} %), jitter {:.1f} us, longest {:.1f} "
+        "us\n",
+        *health.rateHz, *health.intervalUs, 100 * Histogram::kMedianError, *health.jitterUs, *health.longestUs);
+  }
+  text += fmt::format("           gaps {}, backward steps {}, repeated {} ({} with the same time)\n", health.gaps,
+                      health.backwardSteps, health.repeated, health.duplicates);
+  text += fmt::format("           batches split by the library: {}, dropped: {}\n",
+                      OrUntold(ToldFrom(1, mFacts.Batches().split)),
+                      OrUntold(ToldFrom(4, mFacts.Batches().discarded.count)));
+  return text;
+}
+
 Json Summary::ToJson() const {
   Json matches;
   for (Match const match : kMatches) matches[Name(match)] = CountOf(match);
@@ -215,7 +210,6 @@ Json Summary::ToJson() const {
     return {{"median", Rounded(told.median)}, {"largest", Rounded(told.largest)}};
   };
   auto const coverage = mFacts.Matches().coverage.Median();
-  bool const tellsHistory = mLogLevel > 0;
   auto const ages = mCarriedAgeUs.Count();
   SampleHealth::Report const health = mFacts.Samples();
   return {{"frames", mFrames},
@@ -239,7 +233,7 @@ Json Summary::ToJson() const {
           {"history",
            {{"needed_samples", kWindowSize},
             {"frames", kHistoryFrames},
-            {"too_short", tellsHistory ? Json(mShortHistory) : nullptr},
+            {"too_short", OrNull(ToldFrom(1, mShortHistory))},
             {"longest_too_short", mShortHistory > 0 ? Json(mLongestShortHistory) : nullptr}}},
           {"library",
            {{"log_level", mLogLevel},
@@ -261,8 +255,8 @@ Json Summary::ToJson() const {
             {"gaps", health.gaps},
             {"duplicates", health.duplicates},
             {"backward_steps", health.backwardSteps},
-            {"batches_split", OrNull(Batches().split)},
-            {"batches_dropped", OrNull(Batches().dropped)}}},
+            {"batches_split", OrNull(ToldFrom(1, mFacts.Batches().split))},
+            {"batches_dropped", OrNull(ToldFrom(4, mFacts.Batches().discarded.count))}}},
           {"answers", {{"recorded", mRecordedAnswers}, {"different", mDifferentAnswers}}}};
 }
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <optional>
 
 #include "hosting/UnusableInput.h"
 #include "recording/Recording.h"
