@@ -73,40 +73,27 @@ class FrameRecording : public FrameSession {
 
  private:
   std::optional<SessionFrame> ReadFrame() override {
-    std::optional<SessionFrame> frame = ReadFrameRow();
-    if (frame) {
-      frame->batch = ReadBatch(frame->number);
-    } else {
+    if (!mFrameFile.Next()) {
       for (; mHallFile.Row(); NextSample()) mOddities.undeliveredSamples.CountAt(mHallFile.File());
+      return std::nullopt;
     }
-    return frame;
-  }
-
-  // Without its batch; nullopt at the end of the file.
-  std::optional<SessionFrame> ReadFrameRow() {
-    if (!mFrameFile.Next()) return std::nullopt;
-    SessionFrame row;
-    row.number = mFrameFile.Get<std::uint32_t>(kFrame);
-    row.exposure = {mFrameFile.Get<std::uint64_t>(kTimestamp), mFrameFile.Get<std::uint64_t>(kExposure)};
-    row.rollingShutterNs = mFrameFile.Get<std::uint32_t>(kRollingShutter);
-    if (mLast && row.number <= mLast->number) {
+    SessionFrame frame;
+    frame.number = mFrameFile.Get<std::uint32_t>(kFrame);
+    frame.exposure = {mFrameFile.Get<std::uint64_t>(kTimestamp), mFrameFile.Get<std::uint64_t>(kExposure)};
+    frame.rollingShutterNs = mFrameFile.Get<std::uint32_t>(kRollingShutter);
+    if (mLast && frame.number <= mLast->number) {
       mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLast->number));
     }
-    if (mLast && row.exposure.timestampNs < mLast->exposure.timestampNs) {
+    if (mLast && frame.exposure.timestampNs < mLast->exposure.timestampNs) {
       mOddities.frameTimesBackward.CountAt(mFrameFile);
     }
-    mLast = row;
-    return row;
-  }
-
-  std::vector<NSCam::Utils::SensorData> ReadBatch(std::uint32_t frame) {
-    std::vector<NSCam::Utils::SensorData> batch;
-    for (; mHallFile.Row() && mHallFile.Row()->owner <= frame; NextSample()) {
-      if (mHallFile.Row()->owner < frame) mOddities.unlistedSamples.CountAt(mHallFile.File());
-      batch.push_back(mHallFile.Row()->sample);
+    mLast = frame;
+    for (; mHallFile.Row() && mHallFile.Row()->owner <= frame.number; NextSample()) {
+      if (mHallFile.Row()->owner < frame.number) mOddities.unlistedSamples.CountAt(mHallFile.File());
+      frame.batch.push_back(mHallFile.Row()->sample);
     }
-    if (batch.empty()) mOddities.emptyBatches.CountAt(mFrameFile);
-    return batch;
+    if (frame.batch.empty()) mOddities.emptyBatches.CountAt(mFrameFile);
+    return frame;
   }
 
   void NextSample() {

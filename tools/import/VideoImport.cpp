@@ -117,21 +117,17 @@ class VideoImport : public recording::FrameSession {
   std::optional<recording::SessionFrame> ReadFrame() override {
     std::int64_t const begin = mFile.WholeBytes();
     if (mFile.Next(mMetaData)) return Converted(begin);
-    if (!mFile.Problem().empty() && (!mArguments.salvage || mFrames == 0)) RefuseBroken();
+    if (!mFile.Problem().empty() && (!mArguments.salvage || mFrames == 0)) {
+      throw hosting::UnusableInput(fmt::format(
+          "{}: byte {}: {}; the {} frames with {} samples before that byte are whole{}", mName, mFile.WholeBytes(),
+          mFile.Problem(), mFrames, mSamples, mFrames > 0 ? ", and --salvage takes those" : ""));
+    }
     if (mFrames > 0) {
       mTimes.Finish(mName, std::nullopt);
       return std::nullopt;
     }
     throw hosting::UnusableInput(
         fmt::format("{}: expected frames (video_meta), found none in {} bytes", mName, mFile.WholeBytes()));
-  }
-
-  [[noreturn]] void RefuseBroken() const {
-    std::string const salvage = mFrames > 0 ? ", and --salvage takes those" : "";
-    throw hosting::UnusableInput(
-        fmt::format("{}: byte {}: {}; the {} frames with {} samples before that byte are "
-                    "whole{}",
-                    mName, mFile.WholeBytes(), mFile.Problem(), mFrames, mSamples, salvage));
   }
 
   // `begin`: where to look for the frame's field, for a message.

@@ -31,7 +31,7 @@ CallOutcome OutcomeOf(LoggedCall const& call, bool hasBeenWarm) {
   outcome.flagHanded = messages.FlagWasSet();
   outcome.startsBeforeTime =
       messages.times && call.timestampNs && messages.times->exposureUs > *call.timestampNs / 1000;
-  outcome.updates = call.batch ? call.batch->frames : kHistoryFrames + 1;
+  outcome.updates = messages.batch ? messages.batch->frames : kHistoryFrames + 1;
   outcome.delivered = messages.buffered.value_or(0);
   outcome.hasBeenWarm = hasBeenWarm;
   return outcome;
@@ -133,9 +133,9 @@ void LogExplanation::CountLoss(LoggedCall const& call, Camera& camera) {
 // does not reach back to them, samples are missing that may well have been delivered.
 void LogExplanation::AddSamples(LoggedCall const& call, Camera& camera) {
   SessionFacts& session = mSummaries.Of(call.camera.value_or(0)).Facts();
-  if (call.batch || call.noBatch) {
-    session.AddBatch(*call.frame, call.batch ? static_cast<std::size_t>(call.batch->samples) : 0, call.batch,
-                     call.split);
+  std::optional<BatchStored> const& batch = call.messages.batch;
+  if (batch || call.messages.noBatch) {
+    session.AddBatch(*call.frame, batch ? static_cast<std::size_t>(batch->samples) : 0, batch, call.messages.split);
   }
   auto const& window = call.messages.source;
   bool const breaks = camera.newestUs && !window.empty() && window.front().timeUs > *camera.newestUs;

@@ -41,12 +41,10 @@ LinePlace PlaceOf(LibraryMessage const& message) {
 }
 
 std::optional<std::uint32_t> FrameIn(FrameMessages const& messages) {
-  std::optional<std::int32_t> printed;
-  if (messages.position) printed = messages.position->frame;
-  if (messages.noPosition) printed = messages.noPosition->frame;
-  if (messages.failed) printed = messages.failed->frame;
-  if (!printed) return std::nullopt;
-  return static_cast<std::uint32_t>(*printed);
+  if (messages.failed) return static_cast<std::uint32_t>(messages.failed->frame);
+  if (messages.noPosition) return static_cast<std::uint32_t>(messages.noPosition->frame);
+  if (messages.position) return static_cast<std::uint32_t>(messages.position->frame);
+  return std::nullopt;
 }
 
 std::optional<std::uint64_t> TimestampIn(FrameMessages const& messages) {
@@ -164,12 +162,12 @@ void CallAssembler::AttachUpdate(LoggedCall& call) {
   });
   if (update == mUpdates.rend() && call.frame) update = find(isOfFrame);
   if (update == mUpdates.rend()) {
-    call.noBatch = mEmptyUpdates > 0;
-    if (call.noBatch) --mEmptyUpdates;
+    call.messages.noBatch = mEmptyUpdates > 0;
+    if (call.messages.noBatch) --mEmptyUpdates;
     return;
   }
-  call.batch = update->stored;
-  call.split = update->split;
+  call.messages.batch = update->stored;
+  call.messages.split = update->split;
   if (!call.frame) call.frame = update->stored.frame;
   if (!call.timestampNs) call.timestampNs = update->stored.timestampNs;
 }

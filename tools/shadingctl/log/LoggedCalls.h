@@ -19,13 +19,10 @@ namespace shadingctl {
 
 // One computation of a position, as far as its lines are there, with the update of its frame.
 struct LoggedCall {
-  FrameMessages messages;
+  FrameMessages messages;  // those of its update, too
   std::optional<std::int32_t> camera;
   std::optional<std::uint32_t> frame;
   std::optional<std::uint64_t> timestampNs;
-  std::optional<BatchStored> batch;
-  bool split = false;    // the batch
-  bool noBatch = false;  // the platform had no samples
   std::uint64_t firstLine = 0;
   std::uint64_t lines = 0;  // lines read, without those of the update
   std::uint64_t lost = 0;   // lines missing: a lower bound

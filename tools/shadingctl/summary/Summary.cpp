@@ -50,8 +50,6 @@ void Range::Add(double value) {
   highest = highest ? std::max(*highest, value) : value;
 }
 
-Summary::Summary(int logLevel) : mLogLevel(logLevel) {}
-
 void Summary::Add(PlayedUpdate const& update) {
   if (update.beginsHistory) mFacts.BeginHistory();
   mFacts.AddBatch(update.frame, update.batch.size(), update.stored, update.split, update.callNs);

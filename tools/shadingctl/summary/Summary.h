@@ -26,7 +26,7 @@ struct Range {
 // Constant memory, however long the session is.
 class Summary {
  public:
-  explicit Summary(int logLevel);
+  explicit Summary(int logLevel) : mLogLevel(logLevel) {}
 
   void Add(PlayedUpdate const& update);
   void Add(PlayedFrame const& frame);

@@ -66,18 +66,15 @@ std::size_t SeverityOf(Json const& name) {
   return static_cast<std::size_t>(found - kSeverityNames.begin());
 }
 
-recording::Capture CaptureOf(Json const& object) {
-  auto const state = recording::CaptureStateOf(object.at("state").get<std::string>());
-  if (!state) throw hosting::UnusableInput("state: expected that of a capture, found " + object.at("state").dump());
-  return {*state, CountOf(object, "lost_calls"), CountOf(object, "lost_samples")};
-}
-
 ReplayResult ResultOf(ResultHead const& head) {
   ReplayResult result;
   result.session = head.Member("settings").at("session").get<std::string>();
   result.isComplete = head.isComplete;
   result.error = head.error;
-  result.capture = CaptureOf(head.Member("summary").at("capture"));
+  Json const& capture = head.Member("summary").at("capture");
+  auto const state = recording::CaptureStateOf(capture.at("state").get<std::string>());
+  if (!state) throw hosting::UnusableInput("state: expected that of a capture, found " + capture.at("state").dump());
+  result.capture = {*state, CountOf(capture, "lost_calls"), CountOf(capture, "lost_samples")};
   for (Json const& camera : head.Member("summary").at("cameras")) result.cameras.push_back(CameraOf(camera));
   for (Json const& finding : head.Member("findings")) {
     result.findings.push_back({finding.at("code").get<std::string>(), finding.at("camera").get<std::int64_t>(),
