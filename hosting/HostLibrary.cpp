@@ -46,7 +46,7 @@ bool HasTable(VeyraShadingUtil const* object) {
 
 constexpr std::chrono::seconds kPatience{5};  // a library is loaded in milliseconds
 constexpr int kTickMs = 10;                   // between two looks at the process, when it says nothing
-constexpr std::size_t kKeptBytes = 1024;      // of each of its texts
+constexpr std::size_t kKeptBytes = 1024;      // of the problem, and of the output
 constexpr char kLoaded[] = "+";               // the answer; a problem follows a minus sign
 
 // Runs in the child process.
@@ -69,7 +69,7 @@ constexpr char kLoaded[] = "+";               // the answer; a problem follows a
   _exit(isTold ? 0 : 1);
 }
 
-// Of the pipe, so that a library that writes without end does not keep the parent: one read.
+// Reads once, so that a library that writes without end does not hold the parent.
 void Take(int from, std::string& text) {
   char buffer[4096];
   ssize_t const count = read(from, buffer, sizeof buffer);

@@ -23,7 +23,7 @@ class InputFile {
   // shorter since it was opened has failed, not ended. A wait for a pipe's writer can be interrupted (Interrupted).
   std::size_t Read(char* buffer, std::size_t size);
 
-  // The first byte, which Read answers all the same; nullopt for an empty file. Requires: nothing was read yet.
+  // The first byte, which Read returns all the same; nullopt for an empty file. Requires: nothing was read yet.
   std::optional<char> Peek();
 
   // What to call the file in a message.

@@ -124,16 +124,6 @@ class CsvImport : public recording::FrameSession {
     return frame;
   }
 
-  SampleRow TakeSample() const {
-    SampleRow row;
-    if (mDeliversByFrame) row.frame = mHallFile.Get<std::uint32_t>(kHallFrame);
-    row.data.timestamp =
-        TimeNs(mHallFile, kHallTimestamp, SampleUnit(), std::numeric_limits<std::int64_t>::min(), kLatestNs);
-    row.data.oisHallX = Position(kHallX, mArguments.scaleX);
-    row.data.oisHallY = Position(kHallY, mArguments.scaleY);
-    return row;
-  }
-
   float Position(std::size_t column, double scale) const {
     float const position = Scaled(mHallFile.Get<float>(column), scale);
     if (!std::isfinite(position)) mHallFile.Refuse(column, "a number that single precision holds once it is scaled");
@@ -144,7 +134,15 @@ class CsvImport : public recording::FrameSession {
   void ReadSample() {
     std::uint32_t const before = mSample ? mSample->frame : 0;
     mSample.reset();
-    mHallFile.ReadRow([this] { mSample = TakeSample(); });
+    mHallFile.ReadRow([this] {
+      SampleRow row;
+      if (mDeliversByFrame) row.frame = mHallFile.Get<std::uint32_t>(kHallFrame);
+      row.data.timestamp =
+          TimeNs(mHallFile, kHallTimestamp, SampleUnit(), std::numeric_limits<std::int64_t>::min(), kLatestNs);
+      row.data.oisHallX = Position(kHallX, mArguments.scaleX);
+      row.data.oisHallY = Position(kHallY, mArguments.scaleY);
+      mSample = row;
+    });
     if (mSample && mSample->frame < before) {
       mHallFile.Complain(kHallFrame, fmt::format("at least {}, the frame of the row before", before));
     }

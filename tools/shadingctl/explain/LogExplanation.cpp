@@ -129,8 +129,8 @@ void LogExplanation::CountLoss(LoggedCall const& call, Camera& camera) {
   camera.lastFrame = call.frame;
 }
 
-// A log has windows, not deliveries: its samples are those of a window that are later than all before. Where a window
-// does not reach back to them, samples are missing that may well have been delivered.
+// A log tells windows, not deliveries: the samples of a window that are later than all before count as delivered with
+// its frame. Where a window does not reach back to the newest one before, samples may have been delivered in between.
 void LogExplanation::AddSamples(LoggedCall const& call, Camera& camera) {
   SessionFacts& session = mSummaries.Of(call.camera.value_or(0)).Facts();
   std::optional<BatchStored> const& batch = call.messages.batch;

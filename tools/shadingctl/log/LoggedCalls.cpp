@@ -152,8 +152,8 @@ void CallAssembler::Close(Stream& stream) {
   mReceiver(std::move(call));
 }
 
-// Messages of updates do not name their camera, and cameras may count alike: an update with the very timestamp goes
-// first.
+// Messages of updates do not name their camera, and two cameras may have the same frame numbers: an update with the
+// frame's timestamp is preferred to one with its number alone.
 void CallAssembler::AttachUpdate(LoggedCall& call) {
   auto const find = [&](auto const& fits) { return std::find_if(mUpdates.rbegin(), mUpdates.rend(), fits); };
   auto const isOfFrame = [&](Update const& update) { return !call.frame || update.stored.frame == *call.frame; };

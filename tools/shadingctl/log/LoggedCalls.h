@@ -1,4 +1,4 @@
-// Puts the lines of a log together again to the calls that wrote them.
+// Puts the lines of a log together again, into the calls that wrote them.
 #pragma once
 
 #include <cstdint>
@@ -83,7 +83,7 @@ class CallAssembler {
   Receiver mReceiver;
   LogParser mParser;
   std::map<LogThread, Stream> mStreams;  // one, under 0, for lines without a thread
-  std::deque<Update> mUpdates;           // the latest: they tell a frame's number to its timestamp
+  std::deque<Update> mUpdates;           // the latest: they tell the number of a frame by its timestamp
   std::uint64_t mEmptyUpdates = 0;       // that belong to no call yet
 };
 

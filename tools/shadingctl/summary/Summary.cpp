@@ -45,11 +45,6 @@ Json RangeJson(Range const& range) {
 
 }  // namespace
 
-void Range::Add(double value) {
-  lowest = lowest ? std::min(*lowest, value) : value;
-  highest = highest ? std::max(*highest, value) : value;
-}
-
 void Summary::Add(PlayedUpdate const& update) {
   if (update.beginsHistory) mFacts.BeginHistory();
   mFacts.AddBatch(update.frame, update.batch.size(), update.stored, update.split, update.callNs);

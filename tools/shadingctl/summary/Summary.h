@@ -13,15 +13,9 @@
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/statistics/Histogram.h"
 #include "tools/shadingctl/statistics/SampleHealth.h"
+#include "tools/shadingctl/summary/Percentiles.h"
 
 namespace shadingctl {
-
-// The smallest and the largest of some values; empty before the first.
-struct Range {
-  std::optional<double> lowest;
-  std::optional<double> highest;
-  void Add(double value);
-};
 
 // Constant memory, however long the session is.
 class Summary {
