@@ -20,8 +20,8 @@ class ElfImage {
   // Throws unless the bytes are a 64-bit little-endian shared object that is as long as its segments say.
   ElfImage(std::string bytes, std::string path);
 
-  // That in a regular file, without its sections, for the loader of this process: throws for another processor too. The
-  // loader itself would be killed by a signal at the first missing page.
+  // Throws unless this process can load the file: a regular one, whole, and for this processor. Its sections are not
+  // read. The loader would be killed by a signal at the first missing page.
   static void ExpectLoadable(std::string const& path);
 
   // Loaders ignore sections: they can be read after this call, which throws where they are missing or cut.

@@ -12,10 +12,10 @@ void RememberInterruptions();
 // The first signal that came; 0 as long as none did.
 int InterruptedBy();
 
-// Whether more than one came; waiting for another process ends then.
+// Whether more than one came: the second one also ends the wait for another process.
 bool IsInterruptedAgain();
 
-// Thrown where waiting for another process was interrupted.
+// Thrown where a signal ends the work or the wait.
 class Interrupted : public std::exception {
  public:
   char const* what() const noexcept override { return "interrupted"; }

@@ -1,4 +1,4 @@
-// Numbers of the library that its hosts show, count by and compute with. The library decides by its own.
+// Numbers of the library that its hosts show and compute with. The library has its own; these decide nothing in it.
 #pragma once
 
 #include <cstddef>

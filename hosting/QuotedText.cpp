@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace hosting {
 namespace {
@@ -11,12 +12,8 @@ namespace {
 // The bytes of the UTF-8 character that the text begins with; 0 when it begins with none.
 std::size_t LengthOf(std::string_view text, std::uint32_t& character) {
   auto const first = static_cast<unsigned char>(text.front());
-  std::size_t const length = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
+  constexpr std::size_t kLengths[] = {1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 2, 2, 3, 4};  // by the first four bits
+  std::size_t const length = first < 0xF5 ? kLengths[first >> 4U] : 0;
   if (length == 0 || length > text.size()) return 0;
   character = length == 1 ? first : first & (0x7FU >> length);
   for (std::size_t i = 1; i < length; ++i) {
@@ -30,23 +27,19 @@ std::size_t LengthOf(std::string_view text, std::uint32_t& character) {
 }
 
 bool IsShown(std::uint32_t character) {
-  struct {
-    std::uint32_t first;
-    std::uint32_t last;
-  } constexpr kHidden[] = {{0, 0x1F},        {0x7F, 0x9F},     {0xAD, 0xAD},     {0x61C, 0x61C},   {0x180E, 0x180E},
-                           {0x200B, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}, {0xE0000, 0xE007F}};
+  constexpr std::pair<std::uint32_t, std::uint32_t> kHidden[] = {
+      {0, 0x1F},        {0x7F, 0x9F},     {0xAD, 0xAD},     {0x61C, 0x61C},   {0x180E, 0x180E},
+      {0x200B, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F}, {0xFEFF, 0xFEFF}, {0xE0000, 0xE007F}};
   return std::none_of(std::begin(kHidden), std::end(kHidden),
-                      [=](auto const& range) { return character >= range.first && character <= range.last; });
+                      [=](auto const& range) { return character >= range.first && character <= range.second; });
 }
 
-}  // namespace
-
-std::string Escaped(std::string_view text) {
+std::string Escape(std::string_view text, bool keepsLines) {
   std::string escaped;
   while (!text.empty()) {
     std::uint32_t character = 0;
     std::size_t const length = LengthOf(text, character);
-    if (length > 0 && IsShown(character)) {
+    if ((length > 0 && IsShown(character)) || (keepsLines && text.front() == '\n')) {
       escaped += text.substr(0, length);
     } else if (text.front() == '\n' || text.front() == '\t') {
       escaped += text.front() == '\n' ? "\\n" : "\\t";
@@ -60,16 +53,11 @@ std::string Escaped(std::string_view text) {
   return escaped;
 }
 
-std::string EscapedLines(std::string_view text) {
-  std::string lines;
-  while (!text.empty()) {
-    std::size_t const end = std::min(text.find('\n'), text.size());
-    lines += Escaped(text.substr(0, end));
-    if (end < text.size()) lines += '\n';
-    text.remove_prefix(std::min(end + 1, text.size()));
-  }
-  return lines;
-}
+}  // namespace
+
+std::string Escaped(std::string_view text) { return Escape(text, false); }
+
+std::string EscapedLines(std::string_view text) { return Escape(text, true); }
 
 std::string Markdown(std::string_view text) {
   std::string const escaped = Escaped(text);

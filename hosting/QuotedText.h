@@ -10,7 +10,7 @@ namespace hosting {
 // direction of text or are invisible, and bytes that are not UTF-8 are shown as "\x1b", "\n" or "\u202e".
 std::string Escaped(std::string_view text);
 
-// The same of several lines, which stay lines.
+// As Escaped, but line feeds stay.
 std::string EscapedLines(std::string_view text);
 
 // The escaped text for a table of Markdown: as a code span where a part of it could be taken for markup, a link or

@@ -1,6 +1,5 @@
 #include "recording/CsvFile.h"
 
-#include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
@@ -11,7 +10,6 @@
 #include <limits>
 #include <system_error>
 #include <type_traits>
-#include <utility>
 
 #include "hosting/QuotedText.h"
 
@@ -32,22 +30,10 @@ std::string_view Trimmed(std::string_view text) {
   return text;
 }
 
-bool StartsWith(std::string_view text, std::string_view start) { return text.substr(0, start.size()) == start; }
-
 }  // namespace
 
 CsvFile::CsvFile(InputFile file, std::vector<Column> columns, CsvDialect dialect)
     : mLines(std::move(file)), mColumns(std::move(columns)), mDialect(dialect), mFields(mColumns.size()) {
-  ReadHeader();
-}
-
-// Throws UnusableInput: "FILE:LINE: TEXT".
-template <class... Values>
-void CsvFile::Fail(fmt::format_string<Values const&...> text, Values const&... values) const {
-  throw hosting::UnusableInput(fmt::format("{}: {}", Place(), fmt::format(text, values...)));
-}
-
-void CsvFile::ReadHeader() {
   std::string_view line;
   bool isThere = true;
   for (std::uint32_t i = 0; isThere && i < mDialect.linesBeforeHeader; ++i) isThere = mLines.Next(line);
@@ -57,6 +43,12 @@ void CsvFile::ReadHeader() {
   }
   MatchColumns(line);
   if (!mLines.LineEnds() && mDialect.lastLine == LastLine::kMustEnd) RefuseCut();
+}
+
+// Throws UnusableInput: "FILE:LINE: TEXT".
+template <class... Values>
+void CsvFile::Fail(fmt::format_string<Values const&...> text, Values const&... values) const {
+  throw hosting::UnusableInput(fmt::format("{}: {}", Place(), fmt::format(text, values...)));
 }
 
 void CsvFile::MatchColumns(std::string_view header) {
@@ -110,7 +102,8 @@ std::string CsvFile::WantedNames() const {
 
 bool CsvFile::NextText(std::string_view& line) {
   while (mLines.Next(line)) {
-    if (mLines.Line() == 1 && StartsWith(line, kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
+    bool const isMarked = mLines.Line() == 1 && line.substr(0, kByteOrderMark.size()) == kByteOrderMark;
+    if (isMarked) line.remove_prefix(kByteOrderMark.size());
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     if (mDialect.separator.character == ' ') line = Trimmed(line);  // several blanks separate as one does
     if (line.find_first_not_of(kBlanks) == std::string_view::npos) continue;

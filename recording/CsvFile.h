@@ -41,7 +41,7 @@ struct CsvDialect {
   bool skipsBadRows = false;  // ReadRow leaves them out and counts them
 };
 
-// A line with another number of values than the header, or with a text that is no such value.
+// A line with another number of values than the header has names, or with a text that is no value of its column.
 class UnreadableRow : public hosting::UnusableInput {
  public:
   using UnusableInput::UnusableInput;
@@ -104,7 +104,7 @@ class CsvFile {
   bool Has(std::size_t column) const { return !mFields[column].empty(); }
 
   // The current line's value in the wanted column of that index, valid until the next line. Throws UnreadableRow for a
-  // text that is no such value.
+  // text that is no value of the kind.
   std::string_view Text(std::size_t column) const;
   // As a whole number of 32 or 64 bits, the single-precision number nearest to the text, or a flag (0 or 1).
   template <class Value>
@@ -114,14 +114,13 @@ class CsvFile {
     return Has(column) ? std::optional(Get<Value>(column)) : std::nullopt;
   }
 
-  // For a text that is no such value: throws UnreadableRow.
+  // For a text that is no value of its column: throws UnreadableRow.
   [[noreturn]] void Refuse(std::size_t column, std::string const& expected) const;
   // For a value that can be read but not used: throws UnusableInput.
   [[noreturn]] void Complain(std::size_t column, std::string const& expected) const;
 
  private:
   bool NextText(std::string_view& line);  // the next line that is not empty, without its end
-  void ReadHeader();
   void MatchColumns(std::string_view header);
   template <class... Values>
   [[noreturn]] void Fail(fmt::format_string<Values const&...> text, Values const&... values) const;

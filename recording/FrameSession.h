@@ -5,7 +5,6 @@
 #include <deque>
 #include <map>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "recording/Session.h"
@@ -23,7 +22,7 @@ struct SessionFrame {
   std::vector<NSCam::Utils::SensorData> batch;  // in the order of delivery
 };
 
-// Answers the calls of a host: a camera's monitor is started before its first frame, every frame is updated and then
+// Makes the calls of a host: a camera's monitor is started before its first frame, every frame is updated and then
 // computed, the readout time is stored whenever it changes, and in the end the monitors are stopped. Holds one frame's
 // samples at a time.
 class FrameSession : public Session {

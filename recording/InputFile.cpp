@@ -9,17 +9,11 @@
 #include <cstring>
 #include <new>
 #include <system_error>
-#include <utility>
 
 #include "hosting/Interruption.h"
 #include "hosting/UnusableInput.h"
 
 namespace recording {
-namespace {
-
-constexpr std::size_t kBlock = 65536;  // the least that is read at a time
-
-}  // namespace
 
 InputFile::InputFile(std::string path) : mName(std::move(path)) {
   if (mName == "-") {

@@ -23,7 +23,7 @@ class InputFile {
   // shorter since it was opened has failed, not ended. A wait for a pipe's writer can be interrupted (Interrupted).
   std::size_t Read(char* buffer, std::size_t size);
 
-  // The first byte, which Read answers all the same; nullopt for an empty file. Requires: nothing was read yet.
+  // The first byte, which Read returns all the same; nullopt for an empty file. Requires: nothing was read yet.
   std::optional<char> Peek();
 
   // What to call the file in a message.
@@ -62,6 +62,8 @@ class LineReader {
   bool LineEnds() const { return mLineEnds; }
 
  private:
+  static constexpr std::size_t kBlock = 65536;  // the least that is read at a time
+
   bool Fill();  // false at the end
 
   InputFile mFile;

@@ -5,7 +5,6 @@
 #include <charconv>
 #include <filesystem>
 #include <set>
-#include <string_view>
 
 #include "hosting/UnusableInput.h"
 #include "recording/RecordingColumns.h"

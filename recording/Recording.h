@@ -17,7 +17,7 @@ namespace recording {
 // Throws UnusableInput when it cannot be read or is of another version.
 std::unique_ptr<Session> OpenRecording(std::string const& directory);
 
-// Those of one version; the latter with what its recording.csv says.
+// The session of version 1, and of version 2 with what was read of its recording.csv.
 std::unique_ptr<Session> OpenFrameRecording(std::string const& directory);
 std::unique_ptr<Session> OpenCallRecording(std::string const& directory, SessionSettings const& settings,
                                            Capture const& capture);
@@ -28,7 +28,7 @@ constexpr std::array<char const*, 4> kRecordingFiles = {"recording.csv", "calls.
 // The directory of a recording given by its directory or by one of its files.
 std::string RecordingDirectory(std::string const& name);
 
-// As in recording.csv.
+// The name of a state in recording.csv, and the state of a name.
 std::string_view NameOf(CaptureState state);
 std::optional<CaptureState> CaptureStateOf(std::string_view name);
 

@@ -1,19 +1,11 @@
-// The names in a recording of version 2, for its reader and its writer, and the reader of hall.csv, which both versions
-// have. docs/recording-format.md describes them.
+// The names in a recording of version 2, for its reader and its writer. docs/recording-format.md describes them.
 #pragma once
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
+#include <cstddef>
 #include <optional>
-#include <string>
 #include <string_view>
-
-#include "platform/SensorProvider.h"
-#include "recording/CsvFile.h"
-#include "recording/Session.h"
 
 namespace recording {
 
@@ -81,48 +73,5 @@ constexpr std::array<std::string_view, 7> kCallKinds = {"register", "start",  "r
 // Columns of hall.csv, in the order in which they are written; the first one is "frame" in a recording of version 1.
 enum SampleColumn : std::size_t { kSampleOwner, kSampleTimestamp, kSampleHallX, kSampleHallY };
 constexpr std::array<char const*, 4> kSampleColumns = {"call", "timestamp_ns", "hall_x", "hall_y"};
-
-// The samples of hall.csv, in the order of delivery.
-class HallFile {
- public:
-  struct HallRow {
-    std::uint64_t owner = 0;  // the frame or call with which the sample was delivered
-    NSCam::Utils::SensorData sample;
-  };
-
-  // Reads the first row. `owner` is "frame" or "call". Throws UnusableInput (CsvFile).
-  HallFile(std::string const& directory, char const* owner, LastLine lastLine)
-      : mFile(directory + "/hall.csv", {{owner}, {kSampleColumns[1]}, {kSampleColumns[2]}, {kSampleColumns[3]}},
-              {lastLine}),
-        mOwner(owner) {
-    Next();
-  }
-
-  // The row that was read last; nullopt at the end of the file.
-  std::optional<HallRow> const& Row() const { return mRow; }
-
-  void Next() {
-    std::uint64_t const before = mRow ? mRow->owner : 0;
-    mRow.reset();
-    if (!mFile.Next()) return;
-    HallRow row;
-    row.owner = mOwner == "frame" ? mFile.Get<std::uint32_t>(kSampleOwner) : mFile.Get<std::uint64_t>(kSampleOwner);
-    row.sample.timestamp = mFile.Get<std::int64_t>(kSampleTimestamp);
-    row.sample.oisHallX = mFile.Get<float>(kSampleHallX);
-    row.sample.oisHallY = mFile.Get<float>(kSampleHallY);
-    if (row.owner < before) {
-      mFile.Complain(kSampleOwner, fmt::format("at least {}, the {} of the row before", before, mOwner));
-    }
-    mRow = row;
-  }
-
-  // For complaints about the row, and its place.
-  CsvFile const& File() const { return mFile; }
-
- private:
-  CsvFile mFile;
-  std::string_view mOwner;
-  std::optional<HallRow> mRow;
-};
 
 }  // namespace recording

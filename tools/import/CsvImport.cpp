@@ -18,7 +18,6 @@ using NSCam::Utils::SensorData;
 using recording::CsvFile;
 
 constexpr std::int64_t kLatestNs = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kNsPerUs = 1000;
 constexpr std::uint32_t kUsualDelayUs = 1000;  // as of `shadingctl generate`
 
 // The wanted columns of each file, by their index there.
@@ -41,13 +40,8 @@ std::vector<CsvFile::Column> HallColumns(ImportArguments const& arguments) {
 }
 
 recording::CsvDialect DialectOf(ImportArguments const& arguments, std::uint32_t skip) {
-  recording::CsvDialect dialect;
-  dialect.lastLine = arguments.salvage ? recording::LastLine::kIsSalvaged : recording::LastLine::kMustEnd;
-  dialect.isForeign = true;
-  dialect.linesBeforeHeader = skip;
-  dialect.separator = arguments.separator;
-  dialect.skipsBadRows = arguments.skipBad;
-  return dialect;
+  auto const lastLine = arguments.salvage ? recording::LastLine::kIsSalvaged : recording::LastLine::kMustEnd;
+  return {lastLine, true, skip, arguments.separator, arguments.skipBad};
 }
 
 std::int64_t TimeNs(CsvFile const& file, std::size_t column, TimeUnit unit, std::int64_t leastNs, std::int64_t mostNs) {
@@ -130,16 +124,6 @@ class CsvImport : public recording::FrameSession {
     return frame;
   }
 
-  SampleRow TakeSample() const {
-    SampleRow row;
-    if (mDeliversByFrame) row.frame = mHallFile.Get<std::uint32_t>(kHallFrame);
-    row.data.timestamp =
-        TimeNs(mHallFile, kHallTimestamp, SampleUnit(), std::numeric_limits<std::int64_t>::min(), kLatestNs);
-    row.data.oisHallX = Position(kHallX, mArguments.scaleX);
-    row.data.oisHallY = Position(kHallY, mArguments.scaleY);
-    return row;
-  }
-
   float Position(std::size_t column, double scale) const {
     float const position = Scaled(mHallFile.Get<float>(column), scale);
     if (!std::isfinite(position)) mHallFile.Refuse(column, "a number that single precision holds once it is scaled");
@@ -150,7 +134,15 @@ class CsvImport : public recording::FrameSession {
   void ReadSample() {
     std::uint32_t const before = mSample ? mSample->frame : 0;
     mSample.reset();
-    mHallFile.ReadRow([this] { mSample = TakeSample(); });
+    mHallFile.ReadRow([this] {
+      SampleRow row;
+      if (mDeliversByFrame) row.frame = mHallFile.Get<std::uint32_t>(kHallFrame);
+      row.data.timestamp =
+          TimeNs(mHallFile, kHallTimestamp, SampleUnit(), std::numeric_limits<std::int64_t>::min(), kLatestNs);
+      row.data.oisHallX = Position(kHallX, mArguments.scaleX);
+      row.data.oisHallY = Position(kHallY, mArguments.scaleY);
+      mSample = row;
+    });
     if (mSample && mSample->frame < before) {
       mHallFile.Complain(kHallFrame, fmt::format("at least {}, the frame of the row before", before));
     }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <string>
 #include <system_error>
 
 namespace shadingctl {
@@ -11,10 +10,6 @@ namespace {
 
 constexpr int kLargestExponent = 99;        // no time has more digits
 constexpr std::ptrdiff_t kMostDigits = 19;  // of a 64-bit number of nanoseconds
-
-bool AreDigits(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
 
 std::optional<int> ParseExponent(std::string_view text) {
   bool const hasPlus = text.substr(0, 1) == "+";
@@ -42,7 +37,8 @@ std::optional<std::int64_t> ParseTimeNs(std::string_view text, TimeUnit unit) {
   std::size_t const point = std::min(text.find('.'), text.size());
   std::string digits(text.substr(0, point));
   digits += text.substr(std::min(point + 1, text.size()));
-  if (!exponent || !AreDigits(digits) || digits.empty()) return std::nullopt;
+  bool const isNumber = !digits.empty() && digits.find_first_not_of("0123456789") == std::string::npos;
+  if (!exponent || !isNumber) return std::nullopt;
 
   // Where the digits of whole nanoseconds end.
   auto end = static_cast<std::ptrdiff_t>(point) + *exponent + static_cast<int>(unit);

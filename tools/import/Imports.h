@@ -11,6 +11,8 @@
 
 namespace shadingctl {
 
+constexpr std::int64_t kNsPerUs = 1000;
+
 // The end of the first line's exposure, which is the frame's timestamp for the library. nullopt beyond 63 bits.
 std::optional<std::uint64_t> EndOfExposureNs(std::int64_t timeNs, std::int64_t exposureNs, bool timeIsStart);
 

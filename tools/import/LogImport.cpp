@@ -14,8 +14,6 @@
 namespace shadingctl {
 namespace {
 
-constexpr std::uint64_t kNsPerUs = 1000;
-
 // The window of a frame overlaps with those of the frames after it. Reading so many calls ahead finds there what has
 // lost its line in the frame's own window.
 constexpr std::size_t kCallsAhead = 16;
@@ -92,8 +90,8 @@ class LogImport : public recording::FrameSession {
     frame.camera = call.camera;
     frame.number = *call.frame;
     frame.type = times.type;
-    frame.exposure = {*call.timestampNs, times.exposureUs * kNsPerUs};
-    frame.rollingShutterNs = static_cast<std::uint32_t>(times.readoutUs * kNsPerUs);
+    frame.exposure = {*call.timestampNs, times.exposureUs * 1000};
+    frame.rollingShutterNs = times.readoutUs * 1000;
     frame.batch = TakeBatch(camera, call.messages.source);
     frame.isUpdated = std::exchange(camera.updatedFrame, call.frame) != call.frame || !frame.batch.empty();
     mDelivered += frame.batch.size();

@@ -19,8 +19,6 @@ namespace {
 namespace io = google::protobuf::io;
 using google::protobuf::internal::WireFormatLite;
 
-constexpr std::int64_t kNsPerUs = 1000;
-
 // A frame of 1/15 s has 2,000 samples at most, in 20 bytes each: more is no frame, and is not put into memory.
 constexpr int kLargestFrame = 4 << 20;
 
@@ -119,21 +117,17 @@ class VideoImport : public recording::FrameSession {
   std::optional<recording::SessionFrame> ReadFrame() override {
     std::int64_t const begin = mFile.WholeBytes();
     if (mFile.Next(mMetaData)) return Converted(begin);
-    if (!mFile.Problem().empty() && (!mArguments.salvage || mFrames == 0)) RefuseBroken();
+    if (!mFile.Problem().empty() && (!mArguments.salvage || mFrames == 0)) {
+      throw hosting::UnusableInput(fmt::format(
+          "{}: byte {}: {}; the {} frames with {} samples before that byte are whole{}", mName, mFile.WholeBytes(),
+          mFile.Problem(), mFrames, mSamples, mFrames > 0 ? ", and --salvage takes those" : ""));
+    }
     if (mFrames > 0) {
       mTimes.Finish(mName, std::nullopt);
       return std::nullopt;
     }
     throw hosting::UnusableInput(
         fmt::format("{}: expected frames (video_meta), found none in {} bytes", mName, mFile.WholeBytes()));
-  }
-
-  [[noreturn]] void RefuseBroken() const {
-    std::string const salvage = mFrames > 0 ? ", and --salvage takes those" : "";
-    throw hosting::UnusableInput(
-        fmt::format("{}: byte {}: {}; the {} frames with {} samples before that byte are "
-                    "whole{}",
-                    mName, mFile.WholeBytes(), mFile.Problem(), mFrames, mSamples, salvage));
   }
 
   // `begin`: where to look for the frame's field, for a message.

@@ -241,8 +241,8 @@ TEST(LoggedCalls, AFrameWithoutSamplesHasTheNumberOfItsBatch) {
   EXPECT_EQ(calls[0].frame, 7U);
   EXPECT_EQ(calls[0].timestampNs, 5000U);
   EXPECT_EQ(calls[0].lost, 0U);
-  EXPECT_TRUE(calls[0].split);
-  EXPECT_EQ(calls[0].batch->lastNs, 9000U);
+  EXPECT_TRUE(calls[0].messages.split);
+  EXPECT_EQ(calls[0].messages.batch->lastNs, 9000U);
   EXPECT_TRUE(calls[0].messages.nothingMatched);
 }
 

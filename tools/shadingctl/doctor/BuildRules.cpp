@@ -14,23 +14,29 @@ bool IsFortified(std::string const& name) {
   return name.size() > 6 && name.compare(0, 2, "__") == 0 && name.compare(name.size() - 4, 4, "_chk") == 0;
 }
 
-void JudgeHardening(ElfFile const& file, Findings& findings) {
-  bool const isSplit = std::none_of(file.loads.begin(), file.loads.end(), [](Elf64_Phdr const& segment) {
-    return (segment.p_flags & PF_W) != 0 && (segment.p_flags & PF_X) != 0;
+Elf64_Phdr const* FindSegment(ElfFile const& file, std::uint32_t type) {
+  auto const isWanted = [=](Elf64_Phdr const& segment) { return segment.p_type == type; };
+  auto const found = std::find_if(file.segments.rbegin(), file.segments.rend(), isWanted);
+  return found == file.segments.rend() ? nullptr : &*found;
+}
+
+Findings JudgeHardening(ElfFile const& file) {
+  bool const isSplit = std::none_of(file.segments.begin(), file.segments.end(), [](Elf64_Phdr const& segment) {
+    return segment.p_type == PT_LOAD && (segment.p_flags & PF_W) != 0 && (segment.p_flags & PF_X) != 0;
   });
   std::vector<std::string> fortified;
   std::copy_if(file.imports.begin(), file.imports.end(), std::back_inserter(fortified), IsFortified);
-  findings.insert(
-      findings.end(),
-      {SoundIf(file.readOnlyLater.has_value(), "relocations", "read-only once applied", "stay writable"),
-       SoundIf(file.bindsNow, "binding", "immediate", "expected every symbol to be bound at load, found lazy binding"),
-       SoundIf(file.stack && (file.stack->p_flags & PF_X) == 0, "stack", "not executable",
-               file.stack ? "executable" : "expected a file that says that it is not executable, found none"),
-       SoundIf(isSplit && !file.relocatesCode, "code", "read-only", "the loader or the program can write into code"),
-       SoundIf(IsOneOf("__stack_chk_fail", file.imports), "stack protector", "on",
-               "expected calls of __stack_chk_fail, found none"),
-       SoundIf(!fortified.empty(), "fortified calls", fmt::format("{}", fmt::join(fortified, ", ")),
-               "expected calls like __vsnprintf_chk, found none")});
+  Elf64_Phdr const* const stack = FindSegment(file, PT_GNU_STACK);
+  return {
+      SoundIf(FindSegment(file, PT_GNU_RELRO) != nullptr, "relocations", "read-only once applied", "stay writable"),
+      SoundIf(file.bindsNow, "binding", "immediate", "expected every symbol to be bound at load, found lazy binding"),
+      SoundIf(stack != nullptr && (stack->p_flags & PF_X) == 0, "stack", "not executable",
+              stack != nullptr ? "executable" : "expected a file that says that it is not executable, found none"),
+      SoundIf(isSplit && !file.relocatesCode, "code", "read-only", "the loader or the program can write into code"),
+      SoundIf(IsOneOf("__stack_chk_fail", file.imports), "stack protector", "on",
+              "expected calls of __stack_chk_fail, found none"),
+      SoundIf(!fortified.empty(), "fortified calls", fmt::format("{}", fmt::join(fortified, ", ")),
+              "expected calls like __vsnprintf_chk, found none")};
 }
 
 // Whether a function may be the target of an indirect branch: endbr64; bti c, or the signing that implies it.
@@ -62,26 +68,27 @@ Finding JudgeBranches(ElfFile const& file) {
                       functions, protection)};
 }
 
-void JudgePageSize(ElfFile const& file, Findings& findings) {
+Findings JudgePageSize(ElfFile const& file) {
   constexpr std::uint64_t kPageBytes = 16384;  // the largest pages of phones
-  bool isSound = !file.loads.empty();
-  if (!isSound) findings.push_back(Fault("page size", "nothing is loaded"));
-  for (Elf64_Phdr const& segment : file.loads) {
-    if (segment.p_align >= kPageBytes && (segment.p_vaddr - segment.p_offset) % kPageBytes == 0) continue;
-    isSound = false;
-    findings.push_back(Fault("page size", fmt::format("the segment at {:#x} is aligned to {}, expected {}",
-                                                      segment.p_vaddr, segment.p_align, kPageBytes)));
+  Findings faults;
+  for (Elf64_Phdr const& segment : file.segments) {
+    bool const isAligned = segment.p_align >= kPageBytes && (segment.p_vaddr - segment.p_offset) % kPageBytes == 0;
+    if (segment.p_type != PT_LOAD || isAligned) continue;
+    faults.push_back(Fault("page size", fmt::format("the segment at {:#x} is aligned to {}, expected {}",
+                                                    segment.p_vaddr, segment.p_align, kPageBytes)));
   }
-  if (isSound) findings.push_back(Sound("page size", "up to 16 KiB"));
+  return OrSound(std::move(faults), "page size", "up to 16 KiB");
 }
 
 }  // namespace
 
-void JudgeBuild(ElfFile const& file, Findings& findings) {
-  JudgeHardening(file, findings);
+Findings JudgeBuild(ElfFile const& file) {
+  Findings findings = JudgeHardening(file);
   findings.push_back(JudgeBranches(file));
-  JudgePageSize(file, findings);
+  Findings const pages = JudgePageSize(file);
+  findings.insert(findings.end(), pages.begin(), pages.end());
   findings.push_back(SoundIf(!file.buildId.empty(), "build id", file.buildId, "there is none"));
+  return findings;
 }
 
 }  // namespace shadingctl

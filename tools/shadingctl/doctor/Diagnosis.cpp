@@ -1,10 +1,13 @@
 #include "tools/shadingctl/doctor/Diagnosis.h"
 
+#include <cxxabi.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <cstdlib>
 #include <iterator>
-#include <set>
+#include <memory>
+#include <regex>
 
 #include "hosting/ElfImage.h"
 #include "hosting/QuotedText.h"
@@ -15,8 +18,19 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-Findings OrSound(Findings faults, char const* check, std::string text) {
-  return faults.empty() ? Findings{Sound(check, std::move(text))} : faults;
+// Demangles a name into a form that is the same for every standard library: without inline namespaces and without the
+// default allocators of vectors.
+std::string ReadableName(std::string const& mangled) {
+  constexpr std::size_t kLongest = 256;  // beyond any name of the interface
+  if (mangled.size() > kLongest) return mangled;
+  int status = 0;
+  std::unique_ptr<char, void (*)(void*)> const demangled(
+      abi::__cxa_demangle(mangled.c_str(), nullptr, nullptr, &status), std::free);
+  if (status != 0) return mangled;
+  static std::regex const kInlineNamespace("std::__[A-Za-z0-9_]+::");
+  static std::regex const kAllocator(", std::allocator<[A-Za-z0-9_:]+ ?> ?>");
+  std::string const name = std::regex_replace(std::string(demangled.get()), kInlineNamespace, "std::");
+  return std::regex_replace(name, kAllocator, ">");
 }
 
 Finding JudgeProcessor(ElfFile const& file, bool isForPhone) {
@@ -157,23 +171,22 @@ bool IsShadingLibrary(ElfFile const& file) {
 
 Findings Diagnose(ElfFile const& file, bool isForPhone) {
   Findings findings = {JudgeProcessor(file, isForPhone)};
+  auto const append = [&](Findings const& further) { findings.insert(findings.end(), further.begin(), further.end()); };
   if (IsTap(file)) {
     findings.push_back(Fault("exports", fmt::format("this is a tap; the library is {}.real", file.soname)));
-    JudgeBuild(file, findings);
-    return findings;
-  }
-  if (!IsShadingLibrary(file)) {
+  } else if (IsShadingLibrary(file)) {
+    findings.push_back(
+        SoundIf(file.soname == kLibraryName, "name", file.soname,
+                fmt::format("expected {}, found {}", kLibraryName, file.soname.empty() ? "none" : file.soname)));
+    append(JudgeExports(file));
+    append(JudgeTable(file));
+    append(JudgeNeeded(file, isForPhone));
+  } else {
     findings.push_back(
         Fault("exports", fmt::format("none of the {} names: this is no shading library", ExpectedExports().size())));
     return findings;
   }
-  findings.push_back(
-      SoundIf(file.soname == kLibraryName, "name", file.soname,
-              fmt::format("expected {}, found {}", kLibraryName, file.soname.empty() ? "none" : file.soname)));
-  for (Findings const& further : {JudgeExports(file), JudgeTable(file), JudgeNeeded(file, isForPhone)}) {
-    findings.insert(findings.end(), further.begin(), further.end());
-  }
-  JudgeBuild(file, findings);
+  append(JudgeBuild(file));
   return findings;
 }
 

@@ -31,6 +31,11 @@ inline Finding SoundIf(bool isSound, char const* check, std::string whenSound, s
   return isSound ? Sound(check, std::move(whenSound)) : Fault(check, std::move(whenNot));
 }
 
+// The faults of a check; where there are none, that it is sound.
+inline Findings OrSound(Findings faults, char const* check, std::string text) {
+  return faults.empty() ? Findings{Sound(check, std::move(text))} : faults;
+}
+
 template <class Names>
 bool IsOneOf(std::string const& name, Names const& names) {
   return std::find(names.begin(), names.end(), name) != names.end();
@@ -44,8 +49,8 @@ bool IsShadingLibrary(ElfFile const& file);
 // a phone's.
 Findings Diagnose(ElfFile const& file, bool isForPhone = false);
 
-// Adds how the file was compiled and linked: hardening, branch protection, page size, build id.
-void JudgeBuild(ElfFile const& file, Findings& findings);
+// How the file was compiled and linked: hardening, branch protection, page size, build id.
+Findings JudgeBuild(ElfFile const& file);
 
 bool IsSound(Findings const& findings);
 

@@ -9,10 +9,6 @@
 #include <string>
 #include <vector>
 
-namespace hosting {
-class ElfImage;
-}
-
 namespace shadingctl {
 
 // A symbol that the file exports.
@@ -38,9 +34,7 @@ struct ElfFile {
   std::vector<std::string> needed;
   std::vector<ElfExport> exports;
   std::vector<std::string> imports;
-  std::vector<Elf64_Phdr> loads;
-  std::optional<Elf64_Phdr> stack;            // PT_GNU_STACK: the permissions of the stack
-  std::optional<Elf64_Phdr> readOnlyLater;    // PT_GNU_RELRO: read-only once relocations are applied
+  std::vector<Elf64_Phdr> segments;           // one of type PT_LOAD at least
   bool bindsNow = false;                      // every symbol is bound at load
   bool relocatesCode = false;                 // the loader has to write into code
   std::string buildId;                        // hexadecimal; empty: none
@@ -57,10 +51,5 @@ constexpr std::uint32_t kBranchFeatures = 3;
 // Parses the content of a file; `tableName` is the mangled name of the object whose pointers are wanted. Throws
 // UnusableInput, which names `path`, unless it is a complete 64-bit little-endian shared object for x86-64 or AArch64.
 ElfFile ReadElf(std::string bytes, std::string const& path, std::string const& tableName);
-
-// The relocated pointers at `address` and in the `bytes` after it, by their addresses, from relocations in each form in
-// which a linker stores them.
-std::map<std::uint64_t, ElfPointer> ReadPointers(hosting::ElfImage const& image, std::uint64_t address,
-                                                 std::uint64_t bytes);
 
 }  // namespace shadingctl

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
 
 namespace shadingctl {
 
@@ -13,8 +12,8 @@ constexpr char kTableName[] = "_ZTV16VeyraShadingUtil";
 // Offset to top and type information, before the first entry.
 constexpr std::uint64_t kTableHeadBytes = 16;
 
-// The entries of the table in their order, as ReadableName gives them. An empty one is a destructor, which no build
-// exports.
+// The entries of the table in their order, demangled alike for every standard library. An empty one is a destructor,
+// which no build exports.
 constexpr std::array<char const*, 13> kTableEntries = {
     "VeyraShadingUtil::VeyraGetMultiTableIndex(int&, int)",
     "VeyraShadingUtil::VeyraGetPNCCaliData(void*, int)",
@@ -71,9 +70,5 @@ constexpr std::array<char const*, 5> kPhoneRunTime = {"libc.so", "libm.so", "lib
 constexpr std::array<char const*, 10> kDeskRunTime = {
     "libc.so.6",      "libm.so.6",      "libstdc++.so.6",  "libgcc_s.so.1",        "libc++.so.1",
     "libc++abi.so.1", "libunwind.so.1", "libpthread.so.0", "ld-linux-x86-64.so.2", "ld-linux-aarch64.so.1"};
-
-// Demangles a name into a form that is the same for every standard library: without inline namespaces and without the
-// default allocators of vectors.
-std::string ReadableName(std::string const& mangled);
 
 }  // namespace shadingctl

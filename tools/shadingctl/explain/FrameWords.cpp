@@ -21,18 +21,13 @@ std::string PositionWords(FrameResult const& result) {
   return fmt::format("({}, {})", PositionText(*result.hallX), PositionText(*result.hallY));
 }
 
-std::string NearestWords(FrameFacts const& facts) {
-  if (!facts.nearestUs) return {};
-  return fmt::format(" (the nearest one is {} us away)", *facts.nearestUs);
-}
-
 std::string WhyNoStart(FrameResult const& result, FrameFacts const& facts) {
   switch (facts.start) {
     case StartCause::kNear:
       return "a sample lies near the start of the search interval";
     case StartCause::kBetweenSamples:
       return fmt::format("no sample lies within {} us of the start of the search interval{}", kToleranceUs,
-                         NearestWords(facts));
+                         facts.nearestUs ? fmt::format(" (the nearest one is {} us away)", *facts.nearestUs) : "");
     case StartCause::kWindowBeginsLate:
       return fmt::format("the window reaches {} samples back, and its oldest one was taken {}", hosting::kSamplesBefore,
                          facts.window ? AgainstStart(facts.window->firstUs) : "too late");

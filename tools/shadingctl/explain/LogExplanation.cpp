@@ -11,15 +11,6 @@
 namespace shadingctl {
 namespace {
 
-// Entries of a span are numbered in the whole window: without all of it they cannot be found.
-void ForgetPartOfWindow(FrameMessages& messages) {
-  std::int32_t index = 0;
-  for (SourceSample const& sample : messages.source) {
-    if (sample.index != index++) return messages.source.clear();
-  }
-  if (messages.times && messages.source.size() != messages.times->samples) messages.source.clear();
-}
-
 // Whether what is left of a call tells what became of it.
 bool IsDecided(FrameMessages const& messages) {
   return messages.Done() || messages.failed || messages.span || messages.notRegistered || messages.nothingMatched ||
@@ -36,13 +27,11 @@ CallOutcome OutcomeOf(LoggedCall const& call, bool hasBeenWarm) {
   FrameMessages const& messages = call.messages;
   CallOutcome outcome;
   outcome.supported = true;
-  outcome.startFound = messages.start ||
-                       (messages.lastCandidate && messages.lastCandidate->distanceUs < kToleranceUs) ||
-                       (messages.span && messages.span->first > 0);
-  outcome.flagHanded = messages.Done() || messages.firstEndCandidate;
+  outcome.startFound = messages.HasStart() || (messages.span && messages.span->first > 0);
+  outcome.flagHanded = messages.FlagWasSet();
   outcome.startsBeforeTime =
       messages.times && call.timestampNs && messages.times->exposureUs > *call.timestampNs / 1000;
-  outcome.updates = call.batch ? call.batch->frames : kHistoryFrames + 1;
+  outcome.updates = messages.batch ? messages.batch->frames : kHistoryFrames + 1;
   outcome.delivered = messages.buffered.value_or(0);
   outcome.hasBeenWarm = hasBeenWarm;
   return outcome;
@@ -80,7 +69,8 @@ void LogExplanation::Take(LoggedCall call) {
   explained.lost = call.lost;
   if (mRecomputation != nullptr) explained.recomputed = mRecomputation->Check(call);
   CountLoss(call, camera);
-  ForgetPartOfWindow(call.messages);
+  // Entries of a span are numbered in the whole window: without all of it they cannot be found.
+  if (!call.messages.HasWholeWindow()) call.messages.source.clear();
   RestoreOutcome(call.messages);
 
   FrameHead const head = {call.camera.value_or(0), call.frame.value_or(0), call.timestampNs.value_or(0),
@@ -112,19 +102,13 @@ void LogExplanation::Take(LoggedCall call) {
   while (auto complete = mFrames.Take()) Show(std::move(*complete));
 }
 
-// A frame without samples has nothing to compute.
 void LogExplanation::CountVerdict(Recomputation::Verdict verdict, FrameResult const& row) {
-  switch (verdict) {
-    case Recomputation::Verdict::kSame:
-      ++mReport.same;
-      break;
-    case Recomputation::Verdict::kDifferent:
-      mReport.different.Add(row.frame);
-      break;
-    case Recomputation::Verdict::kNotWhole:
-    case Recomputation::Verdict::kOtherMode:
-      if (row.samples.value_or(1) > 0) ++mReport.notWhole;
-      break;
+  bool const isSame = verdict == Recomputation::Verdict::kSame;
+  if (isSame) ++mReport.same;
+  if (verdict == Recomputation::Verdict::kDifferent) {
+    mReport.different.Add(row.frame);
+  } else if (!isSame && row.samples.value_or(1) > 0) {  // a frame without samples has nothing to compute
+    ++mReport.notWhole;
   }
 }
 
@@ -145,13 +129,13 @@ void LogExplanation::CountLoss(LoggedCall const& call, Camera& camera) {
   camera.lastFrame = call.frame;
 }
 
-// A log has windows, not deliveries: its samples are those of a window that are later than all before. Where a window
-// does not reach back to them, samples are missing that may well have been delivered.
+// A log tells windows, not deliveries: the samples of a window that are later than all before count as delivered with
+// its frame. Where a window does not reach back to the newest one before, samples may have been delivered in between.
 void LogExplanation::AddSamples(LoggedCall const& call, Camera& camera) {
   SessionFacts& session = mSummaries.Of(call.camera.value_or(0)).Facts();
-  if (call.batch || call.noBatch) {
-    session.AddBatch(*call.frame, call.batch ? static_cast<std::size_t>(call.batch->samples) : 0, call.batch,
-                     call.split);
+  std::optional<BatchStored> const& batch = call.messages.batch;
+  if (batch || call.messages.noBatch) {
+    session.AddBatch(*call.frame, batch ? static_cast<std::size_t>(batch->samples) : 0, batch, call.messages.split);
   }
   auto const& window = call.messages.source;
   bool const breaks = camera.newestUs && !window.empty() && window.front().timeUs > *camera.newestUs;

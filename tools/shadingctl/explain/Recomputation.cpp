@@ -53,19 +53,12 @@ std::vector<NSCam::Utils::SensorData> WindowOf(FrameMessages const& messages, bo
   return window;
 }
 
-// Whether the host handed a set flag in, as far as that changes the outcome.
-bool FlagWasSet(FrameMessages const& messages) { return messages.Done() || messages.firstEndCandidate.has_value(); }
-
 std::string SpanText(std::optional<SpanFound> const& span) {
   return span ? fmt::format("entries {} to {}", span->first, span->last) : std::string("no span");
 }
 
 std::string PositionText(std::optional<PositionTold> const& position) {
   return position ? fmt::format("({:.6f}, {:.6f})", position->hall0X, position->hall0Y) : std::string("no position");
-}
-
-bool IsSame(std::optional<SpanFound> const& logged, std::optional<SpanFound> const& computed) {
-  return !logged || (computed && logged->first == computed->first && logged->last == computed->last);
 }
 
 bool IsSame(std::optional<PositionTold> const& logged, std::optional<PositionTold> const& least,
@@ -75,8 +68,8 @@ bool IsSame(std::optional<PositionTold> const& logged, std::optional<PositionTol
          IsBetween(least->hall0Y, logged->hall0Y, greatest->hall0Y);
 }
 
-std::string DifferenceText(std::string const& logged, std::string const& computed) {
-  return fmt::format("the log has {}, the library computes {}", logged, computed);
+Recomputation::Result Different(std::string const& logged, std::string const& computed) {
+  return {Recomputation::Verdict::kDifferent, fmt::format("the log has {}, the library computes {}", logged, computed)};
 }
 
 }  // namespace
@@ -101,11 +94,9 @@ Recomputation::Result Recomputation::Check(LoggedCall const& call) {
   std::optional<PositionTold> const least = mMessages.position;
   std::optional<PositionTold> const greatest = Play(call, Edge::kGreatest).position;
   FrameMessages const& logged = call.messages;
-  if (!IsSame(logged.span, span)) {
-    return {Verdict::kDifferent, DifferenceText(SpanText(logged.span), SpanText(span))};
-  }
+  if (logged.span && SpanText(logged.span) != SpanText(span)) return Different(SpanText(logged.span), SpanText(span));
   if (IsSame(logged.position, least, greatest)) return {Verdict::kSame, {}};
-  return {Verdict::kDifferent, DifferenceText(PositionText(logged.position), PositionText(least))};
+  return Different(PositionText(logged.position), PositionText(least));
 }
 
 void Recomputation::Load(int mode) {
@@ -126,7 +117,7 @@ void Recomputation::Load(int mode) {
 // A monitor of its own for each call, so that its history is the window and nothing else.
 FrameMessages const& Recomputation::Play(LoggedCall const& call, Edge edge) {
   FrameTimesTold const& times = *call.messages.times;
-  std::uint64_t const timestampNs = (times.startOfFrameUs + times.exposureUs) * 1000;
+  std::uint64_t const timestampNs = times.TimestampNs();
   std::uint64_t const exposureNs = times.exposureUs * 1000;
   desktop::Device& device = desktop::Device::Get();
   device.SetRollingShutter(mCamera.sensorId, kSensorMode, times.readoutUs * 1000);
@@ -138,7 +129,7 @@ FrameMessages const& Recomputation::Play(LoggedCall const& call, Edge edge) {
   CalcOISValueInput input{timestampNs, timestampNs, timestampNs, exposureNs, exposureNs, exposureNs};
   std::vector<double> hallX;
   std::vector<double> hallY;
-  int matched = FlagWasSet(call.messages) ? 1 : 0;
+  int matched = call.messages.FlagWasSet() ? 1 : 0;
   mMessages.Clear();
   mIsListening = true;
   mLibrary->CalcOISValue(static_cast<CustShadingType>(times.type), input, &hallX, &hallY, kFrame, mCamera.sensorId,

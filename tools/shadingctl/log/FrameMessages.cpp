@@ -59,8 +59,7 @@ std::uint64_t StartCandidateLines(FrameMessages const& m) {
   if (m.start) return Lines(0, m.start->index);
   std::uint64_t const seen = m.lastCandidate ? Lines(0, m.lastCandidate->index) : 0;
   if (m.span && m.span->first > 0) return std::max(seen, Lines(1, m.span->first));
-  bool const noneFound = !m.lastCandidate || m.lastCandidate->distanceUs >= kToleranceUs;
-  return noneFound && m.span && m.entries ? Lines(1, std::int64_t{*m.entries} - 1) : seen;
+  return !m.HasStart() && m.span && m.entries ? Lines(1, std::int64_t{*m.entries} - 1) : seen;
 }
 
 // The last candidate is the span's last entry or the one before it, whether an end was found or not.
@@ -87,6 +86,14 @@ void FrameMessages::Clear() {
   source = std::move(memory);
 }
 
+bool FrameMessages::HasStart() const { return start || (lastCandidate && lastCandidate->distanceUs < kToleranceUs); }
+
+bool FrameMessages::HasWholeWindow() const {
+  std::int32_t index = 0;
+  auto const isNext = [&](SourceSample const& sample) { return sample.index == index++; };
+  return std::all_of(source.begin(), source.end(), isNext) && (!times || source.size() == times->samples);
+}
+
 void FrameMessages::Add(LibraryMessage const& message) { std::visit(Gather{*this}, message); }
 
 std::uint64_t FrameMessages::ExpectedLines(bool hasDetail) const {
@@ -99,7 +106,7 @@ std::uint64_t FrameMessages::ExpectedLines(bool hasDetail) const {
                                                  : hosting::kWindowSize;
   if (samples == 0) return lines;
   lines += 2;  // the table's size, the span
-  if (start || (lastCandidate && lastCandidate->distanceUs < kToleranceUs)) ++lines;
+  if (HasStart()) ++lines;
   if (Done() || hasDetail) ++lines;  // the outcome
   if (!hasDetail) return lines;
   return lines + samples + StartCandidateLines(*this) + EndCandidateLines(*this) + SpanEntryLines(*this);

@@ -48,6 +48,15 @@ struct FrameMessages {
   // The frame has a position, or would have one in another mode.
   bool Done() const { return position || noPosition; }
 
+  // A start was found, as far as the lines that are left tell.
+  bool HasStart() const;
+
+  // The host handed a set flag in, as far as that changes the outcome.
+  bool FlagWasSet() const { return Done() || firstEndCandidate; }
+
+  // No sample of the window is missing, as far as the lines that are left tell.
+  bool HasWholeWindow() const;
+
   // Forgets everything and keeps the memory.
   void Clear();
 

@@ -1,7 +1,6 @@
 // The grammar of the library's messages about frames. No other place of the tool knows their texts.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <variant>
@@ -146,6 +145,9 @@ struct FrameTimesTold {
   std::uint64_t exposureUs = 0;
   std::uint32_t readoutUs = 0;
   std::int64_t offsetUs = 0;
+
+  // Of the frame, to the us.
+  std::uint64_t TimestampNs() const { return (startOfFrameUs + exposureUs) * 1000; }
 };
 struct SourceSample {
   static constexpr MessageText kText = {

@@ -20,10 +20,9 @@ class LineCursor {
   std::string_view Rest() const { return mText; }
 
   bool SkipBlanks() {
-    std::size_t const end = mText.find_first_not_of(' ');
-    bool const hasBlanks = end != 0;
-    mText.remove_prefix(end == std::string_view::npos ? mText.size() : end);
-    return hasBlanks;
+    std::size_t const blanks = std::min(mText.find_first_not_of(' '), mText.size());
+    mText.remove_prefix(blanks);
+    return blanks > 0;
   }
 
   bool Skip(std::string_view text) {

@@ -1,5 +1,7 @@
 #include "tools/shadingctl/log/LogLine.h"
 
+#include <utility>
+
 #include "tools/shadingctl/log/LineCursor.h"
 
 namespace shadingctl {
@@ -12,35 +14,30 @@ std::string_view WithoutBlanksAtEnd(std::string_view text) { return text.substr(
 
 // "01-02 03:04:05.678", with a year before or a time zone after it; or seconds alone, as in "1704164645.678".
 bool TakeTime(LineCursor& cursor, std::int64_t& timeUs) {
-  std::int64_t first = 0;
+  auto const take = [&](std::int64_t& value, std::int64_t most) {
+    return cursor.Take(value) && value >= 0 && value <= most;
+  };
+  std::int64_t year = 0;  // or the month, or the seconds alone
   std::int64_t month = 0;
   std::int64_t day = 0;
   std::int64_t hour = 0;
   std::int64_t minute = 0;
   std::int64_t second = 0;
   std::int64_t fractionUs = 0;
-  if (!cursor.Take(first) || first < 0) return false;
+  if (!take(year, INT64_MAX / 2000000)) return false;
   if (cursor.Rest().substr(0, 1) == ".") {
-    if (!cursor.TakeFraction(fractionUs) || first > INT64_MAX / 2000000) return false;
-    timeUs = first * 1000000 + fractionUs;
+    if (!cursor.TakeFraction(fractionUs)) return false;
+    timeUs = year * 1000000 + fractionUs;
     return true;
   }
-  if (!cursor.Skip("-") || !cursor.Take(month)) return false;
-  if (cursor.Skip("-")) {
-    if (!cursor.Take(day)) return false;
-  } else {
-    day = month;
-    month = first;
-    first = 0;
-  }
-  bool const isTime = cursor.SkipBlanks() && cursor.Take(hour) && cursor.Skip(":") && cursor.Take(minute) &&
-                      cursor.Skip(":") && cursor.Take(second) && cursor.TakeFraction(fractionUs);
-  auto const isIn = [](std::int64_t value, std::int64_t most) { return value >= 0 && value <= most; };
-  if (!isTime || !isIn(first, 9999) || !isIn(month, 12) || !isIn(day, 31) || !isIn(hour, 24) || !isIn(minute, 60) ||
-      !isIn(second, 61)) {
-    return false;
-  }
-  std::int64_t const days = (first * 12 + month) * 31 + day;
+  if (!cursor.Skip("-") || !take(month, 31)) return false;
+  bool const hasYear = cursor.Skip("-");
+  if (hasYear && !take(day, 31)) return false;
+  if (!hasYear) day = std::exchange(month, std::exchange(year, 0));
+  bool const isTime = year <= 9999 && month <= 12 && cursor.SkipBlanks() && take(hour, 24) && cursor.Skip(":") &&
+                      take(minute, 60) && cursor.Skip(":") && take(second, 61) && cursor.TakeFraction(fractionUs);
+  if (!isTime) return false;
+  std::int64_t const days = (year * 12 + month) * 31 + day;
   timeUs = (((days * 24 + hour) * 60 + minute) * 60 + second) * 1000000 + fractionUs;
   LineCursor zone = cursor;
   std::int64_t offset = 0;
@@ -176,10 +173,6 @@ std::optional<LogEntry> LogParser::Add(std::string_view line) {
   entry.line = mCounts.lines;
   entry.isCut = isCut;
   return entry;
-}
-
-void LogParser::CountDamaged() {
-  if (mCounts.damaged++ == 0) mCounts.firstDamaged = mCounts.lines;
 }
 
 }  // namespace shadingctl

@@ -68,7 +68,9 @@ class LogParser {
   LogCounts const& Counts() const { return mCounts; }
 
   // For whoever reads the message of the entry that was added last.
-  void CountDamaged();
+  void CountDamaged() {
+    if (mCounts.damaged++ == 0) mCounts.firstDamaged = mCounts.lines;
+  }
   void CountDetail() { mCounts.hasDetail = true; }
 
  private:

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "hosting/UnusableInput.h"
 
@@ -42,17 +41,15 @@ LinePlace PlaceOf(LibraryMessage const& message) {
 }
 
 std::optional<std::uint32_t> FrameIn(FrameMessages const& messages) {
-  std::optional<std::int32_t> printed;
-  if (messages.position) printed = messages.position->frame;
-  if (messages.noPosition) printed = messages.noPosition->frame;
-  if (messages.failed) printed = messages.failed->frame;
-  if (!printed) return std::nullopt;
-  return static_cast<std::uint32_t>(*printed);
+  if (messages.failed) return static_cast<std::uint32_t>(messages.failed->frame);
+  if (messages.noPosition) return static_cast<std::uint32_t>(messages.noPosition->frame);
+  if (messages.position) return static_cast<std::uint32_t>(messages.position->frame);
+  return std::nullopt;
 }
 
 std::optional<std::uint64_t> TimestampIn(FrameMessages const& messages) {
   if (messages.query && messages.query->frame == 0) return messages.query->timestampNs;
-  if (messages.times) return (messages.times->startOfFrameUs + messages.times->exposureUs) * 1000;
+  if (messages.times) return messages.times->TimestampNs();
   return std::nullopt;
 }
 
@@ -60,11 +57,7 @@ std::optional<std::uint64_t> TimestampIn(FrameMessages const& messages) {
 
 bool LoggedCall::IsWhole() const {
   bool const hasOutcome = messages.position || messages.failed;
-  if (!hasOutcome || !messages.times || messages.source.size() != messages.times->samples) return false;
-  for (std::size_t i = 0; i < messages.source.size(); ++i) {
-    if (messages.source[i].index != static_cast<std::int32_t>(i)) return false;
-  }
-  return !messages.source.empty() && messages.damaged == 0;
+  return hasOutcome && messages.times && !messages.source.empty() && messages.HasWholeWindow() && messages.damaged == 0;
 }
 
 NSCam::Utils::SensorData SampleTold(SourceSample const& told) {
@@ -125,13 +118,12 @@ void CallAssembler::AddToCall(Stream& stream, LogEntry const& entry, LibraryMess
 }
 
 void CallAssembler::AddToUpdate(Stream& stream, LibraryMessage const& message) {
-  bool const isUpdate = std::holds_alternative<BatchSplit>(message) || std::holds_alternative<BatchStored>(message) ||
-                        std::holds_alternative<NoBatch>(message);
-  if (!isUpdate) return;
-  if (stream.open) Close(stream);
-  if (std::holds_alternative<BatchSplit>(message)) stream.split = true;
-  if (std::holds_alternative<NoBatch>(message)) ++mEmptyUpdates;
   auto const* const stored = std::get_if<BatchStored>(&message);
+  bool const isSplit = std::holds_alternative<BatchSplit>(message);
+  bool const isEmpty = std::holds_alternative<NoBatch>(message);
+  if (stream.open && (stored != nullptr || isSplit || isEmpty)) Close(stream);
+  if (isSplit) stream.split = true;
+  if (isEmpty) ++mEmptyUpdates;
   if (stored == nullptr) return;
   mUpdates.push_back({*stored, std::exchange(stream.split, false)});
   if (mUpdates.size() > kRememberedUpdates) mUpdates.pop_front();
@@ -160,8 +152,8 @@ void CallAssembler::Close(Stream& stream) {
   mReceiver(std::move(call));
 }
 
-// Messages of updates do not name their camera, and cameras may count alike: an update with the very timestamp goes
-// first.
+// Messages of updates do not name their camera, and two cameras may have the same frame numbers: an update with the
+// frame's timestamp is preferred to one with its number alone.
 void CallAssembler::AttachUpdate(LoggedCall& call) {
   auto const find = [&](auto const& fits) { return std::find_if(mUpdates.rbegin(), mUpdates.rend(), fits); };
   auto const isOfFrame = [&](Update const& update) { return !call.frame || update.stored.frame == *call.frame; };
@@ -170,12 +162,12 @@ void CallAssembler::AttachUpdate(LoggedCall& call) {
   });
   if (update == mUpdates.rend() && call.frame) update = find(isOfFrame);
   if (update == mUpdates.rend()) {
-    call.noBatch = mEmptyUpdates > 0;
-    if (call.noBatch) --mEmptyUpdates;
+    call.messages.noBatch = mEmptyUpdates > 0;
+    if (call.messages.noBatch) --mEmptyUpdates;
     return;
   }
-  call.batch = update->stored;
-  call.split = update->split;
+  call.messages.batch = update->stored;
+  call.messages.split = update->split;
   if (!call.frame) call.frame = update->stored.frame;
   if (!call.timestampNs) call.timestampNs = update->stored.timestampNs;
 }

@@ -1,4 +1,4 @@
-// Puts the lines of a log together again to the calls that wrote them.
+// Puts the lines of a log together again, into the calls that wrote them.
 #pragma once
 
 #include <cstdint>
@@ -19,13 +19,10 @@ namespace shadingctl {
 
 // One computation of a position, as far as its lines are there, with the update of its frame.
 struct LoggedCall {
-  FrameMessages messages;
+  FrameMessages messages;  // those of its update, too
   std::optional<std::int32_t> camera;
   std::optional<std::uint32_t> frame;
   std::optional<std::uint64_t> timestampNs;
-  std::optional<BatchStored> batch;
-  bool split = false;    // the batch
-  bool noBatch = false;  // the platform had no samples
   std::uint64_t firstLine = 0;
   std::uint64_t lines = 0;  // lines read, without those of the update
   std::uint64_t lost = 0;   // lines missing: a lower bound
@@ -86,7 +83,7 @@ class CallAssembler {
   Receiver mReceiver;
   LogParser mParser;
   std::map<LogThread, Stream> mStreams;  // one, under 0, for lines without a thread
-  std::deque<Update> mUpdates;           // the latest: they tell a frame's number to its timestamp
+  std::deque<Update> mUpdates;           // the latest: they tell the number of a frame by its timestamp
   std::uint64_t mEmptyUpdates = 0;       // that belong to no call yet
 };
 

@@ -5,6 +5,11 @@
 
 namespace shadingctl {
 
+void Range::Add(double value) {
+  lowest = lowest ? std::min(*lowest, value) : value;
+  highest = highest ? std::max(*highest, value) : value;
+}
+
 Percentiles::Percentiles(Scale scale) {
   if (scale == Scale::kShare) {
     mShares.resize(static_cast<std::size_t>(std::lround(1 / kShareStep)) + 1);
@@ -15,8 +20,7 @@ Percentiles::Percentiles(Scale scale) {
 
 void Percentiles::Add(double value) {
   ++mCount;
-  mLeast = mLeast ? std::min(*mLeast, value) : value;
-  mLargest = mLargest ? std::max(*mLargest, value) : value;
+  mRange.Add(value);
   if (mQuantities) {
     mQuantities->Add(std::llround(value));
   } else {
@@ -37,7 +41,7 @@ std::optional<double> Percentiles::At(double percent) const {
     while (seen + mShares[step] < wanted) seen += mShares[step++];
     value = static_cast<double>(step) * kShareStep;
   }
-  return std::clamp(value, *mLeast, *mLargest);
+  return std::clamp(value, *mRange.lowest, *mRange.highest);
 }
 
 }  // namespace shadingctl

@@ -10,6 +10,13 @@
 
 namespace shadingctl {
 
+// The smallest and the largest of some values; empty before the first.
+struct Range {
+  std::optional<double> lowest;
+  std::optional<double> highest;
+  void Add(double value);
+};
+
 enum class Scale {
   kShare,     // 0 to 1, in steps of kShareStep
   kQuantity,  // from 0, in steps of 1/64 of the value
@@ -30,8 +37,8 @@ class Percentiles {
   void Add(double value);
 
   std::uint64_t Count() const { return mCount; }
-  std::optional<double> Least() const { return mLeast; }
-  std::optional<double> Largest() const { return mLargest; }
+  std::optional<double> Least() const { return mRange.lowest; }
+  std::optional<double> Largest() const { return mRange.highest; }
 
   // Of `percent` from 0 to 100, never outside of the values; empty without values.
   std::optional<double> At(double percent) const;
@@ -40,8 +47,7 @@ class Percentiles {
   std::vector<std::uint64_t> mShares;      // per step
   std::unique_ptr<Histogram> mQuantities;  // null for shares
   std::uint64_t mCount = 0;
-  std::optional<double> mLeast;
-  std::optional<double> mLargest;
+  Range mRange;
 };
 
 }  // namespace shadingctl

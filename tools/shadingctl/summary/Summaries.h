@@ -30,11 +30,11 @@ class Summaries {
   void Close(recording::SessionOddities const& oddities, std::int64_t replayNs);
 
   // Frames of all cameras.
-  std::uint64_t Frames() const;
-  std::uint64_t CountOf(Match match) const;
+  std::uint64_t Frames() const { return Sum(&Summary::Frames); }
+  std::uint64_t CountOf(Match match) const { return Sum(&Summary::CountOf, match); }
 
   // Recorded answers that the library did not give again, of all cameras.
-  std::uint64_t DifferentAnswers() const;
+  std::uint64_t DifferentAnswers() const { return Sum(&Summary::DifferentAnswers); }
 
   // That of the only camera, or every camera's below its number, and what concerns the whole session.
   // Fits into `width` columns where that is given.
@@ -53,6 +53,13 @@ class Summaries {
   ResultEnd End(std::string const& error) const { return {ToJson(), FindingsJson(), error}; }
 
  private:
+  template <class Count, class... Values>
+  std::uint64_t Sum(Count count, Values... values) const {
+    std::uint64_t sum = 0;
+    for (auto const& entry : mByCamera) sum += (entry.second.*count)(values...);
+    return sum;
+  }
+
   int mLogLevel;
   std::map<std::int32_t, Summary> mByCamera;
   std::int64_t mReplayNs = 0;

@@ -13,26 +13,14 @@
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/statistics/Histogram.h"
 #include "tools/shadingctl/statistics/SampleHealth.h"
+#include "tools/shadingctl/summary/Percentiles.h"
 
 namespace shadingctl {
-
-// The smallest and the largest of some values; empty before the first.
-struct Range {
-  std::optional<double> lowest;
-  std::optional<double> highest;
-  void Add(double value);
-};
-
-// What the library did with the batches, told by its messages.
-struct BatchCounts {
-  std::optional<std::uint64_t> split;    // empty below log level 1
-  std::optional<std::uint64_t> dropped;  // empty below log level 4
-};
 
 // Constant memory, however long the session is.
 class Summary {
  public:
-  explicit Summary(int logLevel);
+  explicit Summary(int logLevel) : mLogLevel(logLevel) {}
 
   void Add(PlayedUpdate const& update);
   void Add(PlayedFrame const& frame);
@@ -53,13 +41,17 @@ class Summary {
   std::uint64_t CountOf(Match match) const { return mMatches[static_cast<std::size_t>(match)]; }
 
  private:
-  BatchCounts Batches() const;
+  // A count that the library's messages tell from this log level on.
+  std::optional<std::uint64_t> ToldFrom(int level, std::uint64_t count) const {
+    return mLogLevel >= level ? std::optional(count) : std::nullopt;
+  }
   std::string EndsText() const;
   std::uint64_t WarmFrames() const { return mFrames - CountOf(Match::kWarmUp); }
   std::string MatchText() const;
   std::string CarriedText() const;
   std::string HistoryText() const;
   std::string LibraryText() const;
+  std::string SamplesText() const;
 
   int mLogLevel;
   std::uint64_t mFrames = 0;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <optional>
 
 #include "hosting/UnusableInput.h"
 #include "recording/Recording.h"
@@ -16,25 +15,10 @@ namespace {
 
 constexpr std::size_t kWorstOfFinding = 10;
 
-enum MeasureIndex : std::size_t { kMatchRate, kCoverage, kCarriedAge, kSampleRate, kJitter, kLongestInterval };
-
-void AddTo(std::vector<std::pair<std::string, std::uint64_t>>& counts, std::string const& name, std::uint64_t count) {
-  auto const known = std::find_if(counts.begin(), counts.end(), [&](auto const& entry) { return entry.first == name; });
-  if (known == counts.end()) {
-    counts.emplace_back(name, count);
-  } else {
-    known->second += count;
-  }
-}
-
 std::optional<double> MatchRateOf(CameraResult const& camera) {
-  if (camera.frames <= camera.warmUpFrames) return std::nullopt;
-  for (auto const& [name, count] : camera.matches) {
-    if (name != "start") continue;
-    double const share = static_cast<double>(count) / static_cast<double>(camera.frames - camera.warmUpFrames);
-    return std::min(share, 1.0);
-  }
-  return std::nullopt;
+  auto const start = camera.matches.find("start");
+  if (camera.frames <= camera.warmUpFrames || start == camera.matches.end()) return std::nullopt;
+  return std::min(static_cast<double>(start->second) / static_cast<double>(camera.frames - camera.warmUpFrames), 1.0);
 }
 
 // The library would turn a negative number into a large one.
@@ -62,17 +46,15 @@ CameraResult CameraOf(Json const& object) {
   }
   camera.recordedNs = CountOf(object, "recorded_ns");
   Json const& matches = object.at("matches");
-  for (auto const& kind : matches.items()) {
-    camera.matches.emplace_back(kind.key(), CountOf(matches, kind.key().c_str()));
-  }
+  for (auto const& kind : matches.items()) camera.matches[kind.key()] = CountOf(matches, kind.key().c_str());
   camera.samples = CountOf(object.at("samples"), "delivered");
   camera.recordedAnswers = CountOf(object.at("answers"), "recorded");
   camera.differentAnswers = CountOf(object.at("answers"), "different");
-  camera.coverage = NumberOf(object.at("coverage"), "median");
-  camera.carriedAgeUs = NumberOf(object.at("carried_age_us"), "largest");
-  camera.sampleRateHz = NumberOf(object.at("samples"), "rate_hz");
-  camera.jitterUs = NumberOf(object.at("samples"), "jitter_us");
-  camera.longestIntervalUs = NumberOf(object.at("samples"), "longest_us");
+  for (std::size_t i = 0; i < kMeasures.size(); ++i) {
+    Measure const& measure = kMeasures[i];
+    camera.figures[i] =
+        measure.object == nullptr ? MatchRateOf(camera) : NumberOf(object.at(measure.object), measure.member);
+  }
   return camera;
 }
 
@@ -84,18 +66,15 @@ std::size_t SeverityOf(Json const& name) {
   return static_cast<std::size_t>(found - kSeverityNames.begin());
 }
 
-recording::Capture CaptureOf(Json const& object) {
-  auto const state = recording::CaptureStateOf(object.at("state").get<std::string>());
-  if (!state) throw hosting::UnusableInput("state: expected that of a capture, found " + object.at("state").dump());
-  return {*state, CountOf(object, "lost_calls"), CountOf(object, "lost_samples")};
-}
-
 ReplayResult ResultOf(ResultHead const& head) {
   ReplayResult result;
   result.session = head.Member("settings").at("session").get<std::string>();
   result.isComplete = head.isComplete;
   result.error = head.error;
-  result.capture = CaptureOf(head.Member("summary").at("capture"));
+  Json const& capture = head.Member("summary").at("capture");
+  auto const state = recording::CaptureStateOf(capture.at("state").get<std::string>());
+  if (!state) throw hosting::UnusableInput("state: expected that of a capture, found " + capture.at("state").dump());
+  result.capture = {*state, CountOf(capture, "lost_calls"), CountOf(capture, "lost_samples")};
   for (Json const& camera : head.Member("summary").at("cameras")) result.cameras.push_back(CameraOf(camera));
   for (Json const& finding : head.Member("findings")) {
     result.findings.push_back({finding.at("code").get<std::string>(), finding.at("camera").get<std::int64_t>(),
@@ -110,9 +89,8 @@ void Remember(std::set<RankedCamera>& worst, RankedCamera const& camera, std::si
 }
 
 // What a result says is not to be trusted with an index.
-void AddFigure(Measure& measure, std::optional<double> const& value) {
-  if (!value || !std::isfinite(*value) || *value < 0 || (measure.scale == Scale::kShare && *value > 1)) return;
-  measure.percentiles.Add(*value);
+bool IsOnScale(double value, Scale scale) {
+  return std::isfinite(value) && value >= 0 && (scale == Scale::kQuantity || value <= 1);
 }
 
 }  // namespace
@@ -136,12 +114,7 @@ ReplayResult ReadReplayResult(std::string const& path) {
 }
 
 Totals::Totals(std::size_t worst) : mWorstCount(worst) {
-  mMeasures.push_back({"match_rate", "match rate, %", Scale::kShare, Percentiles(Scale::kShare)});
-  mMeasures.push_back({"coverage", "covered (median), %", Scale::kShare, Percentiles(Scale::kShare)});
-  mMeasures.push_back({"carried_age_us", "oldest carried, us", Scale::kQuantity, Percentiles(Scale::kQuantity)});
-  mMeasures.push_back({"rate_hz", "samples a second", Scale::kQuantity, Percentiles(Scale::kQuantity)});
-  mMeasures.push_back({"jitter_us", "jitter, us", Scale::kQuantity, Percentiles(Scale::kQuantity)});
-  mMeasures.push_back({"longest_us", "longest interval, us", Scale::kQuantity, Percentiles(Scale::kQuantity)});
+  for (Measure const& measure : kMeasures) mMeasures.emplace_back(measure, Percentiles(measure.scale));
 }
 
 void Totals::Add(std::string const& file, ReplayResult const& result) {
@@ -158,33 +131,28 @@ void Totals::AddCamera(std::string const& file, ReplayResult const& result, Came
   mSum.samples += camera.samples;
   mSum.recordedAnswers += camera.recordedAnswers;
   mSum.differentAnswers += camera.differentAnswers;
-  for (auto const& [name, count] : camera.matches) AddTo(mSum.matches, name, count);
-  auto const matchRate = MatchRateOf(camera);
-  AddFigure(mMeasures[kMatchRate], matchRate);
-  AddFigure(mMeasures[kCoverage], camera.coverage);
-  AddFigure(mMeasures[kCarriedAge], camera.carriedAgeUs);
-  AddFigure(mMeasures[kSampleRate], camera.sampleRateHz);
-  AddFigure(mMeasures[kJitter], camera.jitterUs);
-  AddFigure(mMeasures[kLongestInterval], camera.longestIntervalUs);
-  std::size_t gravest = kSeverityNames.size();
-  std::uint64_t frames = 0;  // of the findings of that severity
-  RankedCamera ranked = {kSeverityNames.size(), 0, matchRate.value_or(0), result.session, camera.camera, file};
+  for (auto const& [name, count] : camera.matches) mSum.matches[name] += count;
+  for (std::size_t i = 0; i < kMeasures.size(); ++i) {
+    auto const& figure = camera.figures[i];
+    if (figure && IsOnScale(*figure, kMeasures[i].scale)) mMeasures[i].second.Add(*figure);
+  }
+  auto const& matchRate = camera.figures.front();
+  RankedCamera const unranked = {kSeverityNames.size(), 0, matchRate.value_or(0), result.session, camera.camera, file};
+  RankedCamera ranked = unranked;
   for (ResultFinding const& finding : result.findings) {
     if (finding.camera != camera.camera) continue;
     FindingTotal& total = mFindings[finding.code];
     total.severity = std::min(total.severity, finding.severity);
     ++total.cameras;
     total.frames += finding.frames;
-    RankedCamera ofFinding = ranked;
+    RankedCamera ofFinding = unranked;
     ofFinding.severity = finding.severity;
     ofFinding.frames = finding.frames;
     Remember(total.worst, ofFinding, std::min(mWorstCount, kWorstOfFinding));
-    if (finding.severity > gravest) continue;
-    frames = (finding.severity < gravest ? 0 : frames) + finding.frames;
-    gravest = finding.severity;
+    if (finding.severity > ranked.severity) continue;
+    ranked.frames = (finding.severity < ranked.severity ? 0 : ranked.frames) + finding.frames;
+    ranked.severity = finding.severity;
   }
-  ranked.severity = gravest;
-  ranked.frames = frames;
   if (matchRate) Remember(mWorst, ranked, mWorstCount);
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 #include <string>
@@ -18,21 +19,34 @@
 
 namespace shadingctl {
 
+// A figure of a camera, of which totals have percentiles.
+struct Measure {
+  char const* name;   // as in JSON
+  char const* title;  // as in the text, with its unit
+  Scale scale;
+  char const* object;  // of a result, whose member is the figure; null: the share of the frames with a start
+  char const* member;
+};
+constexpr std::array<Measure, 6> kMeasures = {{
+    {"match_rate", "match rate, %", Scale::kShare, nullptr, nullptr},
+    {"coverage", "covered (median), %", Scale::kShare, "coverage", "median"},
+    {"carried_age_us", "oldest carried, us", Scale::kQuantity, "carried_age_us", "largest"},
+    {"rate_hz", "samples a second", Scale::kQuantity, "samples", "rate_hz"},
+    {"jitter_us", "jitter, us", Scale::kQuantity, "samples", "jitter_us"},
+    {"longest_us", "longest interval, us", Scale::kQuantity, "samples", "longest_us"},
+}};
+
 // What `replay --format json` says about a camera, without its rows.
 struct CameraResult {
   std::int64_t camera = 0;
   std::uint64_t frames = 0;
   std::uint64_t warmUpFrames = 0;
   std::uint64_t recordedNs = 0;
-  std::vector<std::pair<std::string, std::uint64_t>> matches;  // frames of each kind, in the order of the file
+  nlohmann::ordered_map<std::string, std::uint64_t> matches;  // frames of each kind, in the order of the file
   std::uint64_t samples = 0;
   std::uint64_t recordedAnswers = 0;
   std::uint64_t differentAnswers = 0;
-  std::optional<double> coverage;      // median share of a readout that a span covers
-  std::optional<double> carriedAgeUs;  // largest
-  std::optional<double> sampleRateHz;
-  std::optional<double> jitterUs;
-  std::optional<double> longestIntervalUs;
+  std::array<std::optional<double>, kMeasures.size()> figures;  // of kMeasures
 };
 
 // Names of severities, the gravest first; a place behind them is none of these.
@@ -81,14 +95,6 @@ struct FindingTotal {
   std::set<RankedCamera> worst;  // by this finding alone
 };
 
-// Percentiles of one figure across the cameras of all recordings that have it.
-struct Measure {
-  char const* name;   // as in JSON
-  char const* title;  // as in the text, with its unit
-  Scale scale;
-  Percentiles percentiles;
-};
-
 class Totals {
  public:
   // Remembers the `worst` cameras, and as many for each finding, ten at most.
@@ -120,7 +126,7 @@ class Totals {
   std::uint64_t mCameras = 0;
   CameraResult mSum;  // the counts alone
   std::map<std::string, FindingTotal> mFindings;
-  std::vector<Measure> mMeasures;
+  std::vector<std::pair<Measure, Percentiles>> mMeasures;  // across the cameras of all recordings that have the figure
   std::set<RankedCamera> mWorst;
 };
 

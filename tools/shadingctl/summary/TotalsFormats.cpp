@@ -55,8 +55,7 @@ std::string Totals::MeasuresText() const {
   std::string text = fmt::format("{:<32} {:>8}", "Percentiles across cameras", "least");
   for (double const percent : kPercents) text += fmt::format(" {:>8}", fmt::format("{:g} %", percent));
   text += fmt::format(" {:>8} {:>8}\n", "largest", "of");
-  for (Measure const& measure : mMeasures) {
-    Percentiles const& percentiles = measure.percentiles;
+  for (auto const& [measure, percentiles] : mMeasures) {
     if (percentiles.Count() == 0) continue;
     text += fmt::format("  {:<30} {:>8}", measure.title, ValueText(measure, percentiles.Least()));
     for (double const percent : kPercents) text += fmt::format(" {:>8}", ValueText(measure, percentiles.At(percent)));
@@ -110,8 +109,6 @@ std::string Totals::Text() const {
 }
 
 std::string Totals::ToJson() const {
-  Json matches = Json::object();
-  for (auto const& [name, count] : mSum.matches) matches[name] = count;
   Json findings = Json::object();
   for (auto const& [code, total] : RankedFindings()) {
     Json cameras = Json::array();
@@ -122,15 +119,15 @@ std::string Totals::ToJson() const {
                       {"worst", cameras}};
   }
   Json measures = Json::object();
-  for (Measure const& measure : mMeasures) {
-    Json percentiles = Json::object();
+  for (auto const& [measure, percentiles] : mMeasures) {
+    Json shown = Json::object();
     for (double const percent : kPercents) {
-      percentiles[fmt::format("{:g}", percent)] = Rounded(measure, measure.percentiles.At(percent));
+      shown[fmt::format("{:g}", percent)] = Rounded(measure, percentiles.At(percent));
     }
-    measures[measure.name] = {{"cameras", measure.percentiles.Count()},
-                              {"least", Rounded(measure, measure.percentiles.Least())},
-                              {"percentiles", percentiles},
-                              {"largest", Rounded(measure, measure.percentiles.Largest())}};
+    measures[measure.name] = {{"cameras", percentiles.Count()},
+                              {"least", Rounded(measure, percentiles.Least())},
+                              {"percentiles", shown},
+                              {"largest", Rounded(measure, percentiles.Largest())}};
   }
   Json worst = Json::array();
   for (RankedCamera const& ranked : mWorst) worst.push_back(CameraJson(ranked));
@@ -141,7 +138,7 @@ std::string Totals::ToJson() const {
                          {"frames", mSum.frames},
                          {"warm_up_frames", mSum.warmUpFrames},
                          {"recorded_ns", mSum.recordedNs},
-                         {"matches", matches},
+                         {"matches", mSum.matches},
                          {"samples", mSum.samples},
                          {"answers", {{"recorded", mSum.recordedAnswers}, {"different", mSum.differentAnswers}}},
                          {"findings", findings},

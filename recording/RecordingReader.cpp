@@ -1,15 +1,112 @@
-// A recording of version 2: DIRECTORY/recording.csv, calls.csv and hall.csv, described in docs/recording-format.md.
+// The readers of a recording's calls and samples; docs/recording-format.md describes the files.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <map>
-#include <utility>
 
+#include "recording/CsvFile.h"
+#include "recording/FrameSession.h"
 #include "recording/Recording.h"
 #include "recording/RecordingColumns.h"
 
 namespace recording {
 namespace {
+
+// The samples of hall.csv, in the order of delivery.
+class HallFile {
+ public:
+  struct HallRow {
+    std::uint64_t owner = 0;  // the frame or call with which the sample was delivered
+    NSCam::Utils::SensorData sample;
+  };
+
+  // Reads the first row. `owner` is "frame" or "call". Throws UnusableInput (CsvFile).
+  HallFile(std::string const& directory, char const* owner, LastLine lastLine)
+      : mFile(directory + "/hall.csv", {{owner}, {kSampleColumns[1]}, {kSampleColumns[2]}, {kSampleColumns[3]}},
+              {lastLine}),
+        mOwner(owner) {
+    Next();
+  }
+
+  // The row that was read last; nullopt at the end of the file.
+  std::optional<HallRow> const& Row() const { return mRow; }
+
+  void Next() {
+    std::uint64_t const before = mRow ? mRow->owner : 0;
+    mRow.reset();
+    if (!mFile.Next()) return;
+    HallRow row;
+    row.owner = mOwner == "frame" ? mFile.Get<std::uint32_t>(kSampleOwner) : mFile.Get<std::uint64_t>(kSampleOwner);
+    row.sample.timestamp = mFile.Get<std::int64_t>(kSampleTimestamp);
+    row.sample.oisHallX = mFile.Get<float>(kSampleHallX);
+    row.sample.oisHallY = mFile.Get<float>(kSampleHallY);
+    if (row.owner < before) {
+      mFile.Complain(kSampleOwner, fmt::format("at least {}, the {} of the row before", before, mOwner));
+    }
+    mRow = row;
+  }
+
+  // For complaints about the row, and its place.
+  CsvFile const& File() const { return mFile; }
+
+ private:
+  CsvFile mFile;
+  std::string_view mOwner;
+  std::optional<HallRow> mRow;
+};
+
+enum FrameColumn : std::size_t { kFrame, kTimestamp, kExposure, kRollingShutter };
+
+// A recording of version 1: reads frames.csv and hall.csv side by side.
+class FrameRecording : public FrameSession {
+ public:
+  explicit FrameRecording(std::string const& directory)
+      : FrameSession(directory),
+        mFrameFile(directory + "/frames.csv", {{"frame"}, {"timestamp_ns"}, {"exposure_ns"}, {"rolling_shutter_ns"}}),
+        mHallFile(directory, "frame", LastLine::kMayLackItsEnd) {}
+
+  std::optional<std::uint64_t> FrameCount() const override {
+    auto const lines = CountLines(mName + "/frames.csv", "");
+    return lines ? std::optional(std::max<std::uint64_t>(*lines, 2) - 1) : std::nullopt;
+  }
+
+ private:
+  std::optional<SessionFrame> ReadFrame() override {
+    if (!mFrameFile.Next()) {
+      for (; mHallFile.Row(); NextSample()) mOddities.undeliveredSamples.CountAt(mHallFile.File());
+      return std::nullopt;
+    }
+    SessionFrame frame;
+    frame.number = mFrameFile.Get<std::uint32_t>(kFrame);
+    frame.exposure = {mFrameFile.Get<std::uint64_t>(kTimestamp), mFrameFile.Get<std::uint64_t>(kExposure)};
+    frame.rollingShutterNs = mFrameFile.Get<std::uint32_t>(kRollingShutter);
+    if (mLast && frame.number <= mLast->number) {
+      mFrameFile.Complain(kFrame, fmt::format("a number above {}, the frame before", mLast->number));
+    }
+    if (mLast && frame.exposure.timestampNs < mLast->exposure.timestampNs) {
+      mOddities.frameTimesBackward.CountAt(mFrameFile);
+    }
+    mLast = frame;
+    for (; mHallFile.Row() && mHallFile.Row()->owner <= frame.number; NextSample()) {
+      if (mHallFile.Row()->owner < frame.number) mOddities.unlistedSamples.CountAt(mHallFile.File());
+      frame.batch.push_back(mHallFile.Row()->sample);
+    }
+    if (frame.batch.empty()) mOddities.emptyBatches.CountAt(mFrameFile);
+    return frame;
+  }
+
+  void NextSample() {
+    std::int64_t const beforeNs = mHallFile.Row()->sample.timestamp;
+    mHallFile.Next();
+    bool const isEarlier = mHallFile.Row() && mHallFile.Row()->sample.timestamp < beforeNs;
+    if (isEarlier) mOddities.sampleTimesBackward.CountAt(mHallFile.File());
+  }
+
+  CsvFile mFrameFile;
+  HallFile mHallFile;
+  std::optional<SessionFrame> mLast;  // without its batch
+};
 
 // Only number and kind must be there.
 std::vector<CsvFile::Column> CallColumns() {
@@ -20,7 +117,7 @@ std::vector<CsvFile::Column> CallColumns() {
   return columns;
 }
 
-// Reads calls and samples side by side; holds one batch at a time.
+// A recording of version 2: reads calls.csv and hall.csv side by side; holds one batch at a time.
 class CallRecording : public Session {
  public:
   CallRecording(std::string const& directory, SessionSettings const& settings, Capture const& capture)
@@ -139,6 +236,10 @@ class CallRecording : public Session {
 };
 
 }  // namespace
+
+std::unique_ptr<Session> OpenFrameRecording(std::string const& directory) {
+  return std::make_unique<FrameRecording>(directory);
+}
 
 std::unique_ptr<Session> OpenCallRecording(std::string const& directory, SessionSettings const& settings,
                                            Capture const& capture) {
