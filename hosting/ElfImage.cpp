@@ -62,11 +62,11 @@ ElfImage::ElfImage(std::string bytes, std::string path) : mPath(std::move(path))
   }
   if (mHeader.e_type != ET_DYN) {
     Fail(fmt::format("is no shared object: expected an ELF file of type {}, found one of type {}", ET_DYN,
-                     static_cast<unsigned int>(mHeader.e_type)));
+                     mHeader.e_type));
   }
   if (mHeader.e_phentsize != sizeof(Elf64_Phdr)) {
     Fail(fmt::format("is no shared object: expected program headers of {} bytes, found {}", sizeof(Elf64_Phdr),
-                     static_cast<unsigned int>(mHeader.e_phentsize)));
+                     mHeader.e_phentsize));
   }
   ExpectInside(mHeader.e_phoff, mHeader.e_phnum * sizeof(Elf64_Phdr), "the table of segments");
   mSegments = Copy<Elf64_Phdr>(mHeader.e_phoff, mHeader.e_phnum);
@@ -87,8 +87,8 @@ void ElfImage::ExpectLoadable(std::string const& path) {
 
 void ElfImage::ReadSections() {
   if (mHeader.e_shnum == 0 || mHeader.e_shentsize != sizeof(Elf64_Shdr)) {
-    Fail(fmt::format("expected section headers of {} bytes, found {} of {}", sizeof(Elf64_Shdr),
-                     static_cast<unsigned int>(mHeader.e_shnum), static_cast<unsigned int>(mHeader.e_shentsize)));
+    Fail(fmt::format("expected section headers of {} bytes, found {} of {}", sizeof(Elf64_Shdr), mHeader.e_shnum,
+                     mHeader.e_shentsize));
   }
   ExpectInside(mHeader.e_shoff, mHeader.e_shnum * sizeof(Elf64_Shdr), "the table of sections");
   mSections = Copy<Elf64_Shdr>(mHeader.e_shoff, mHeader.e_shnum);

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "hosting/UnusableInput.h"
+#include "recording/CsvFile.h"
 #include "recording/RecordingColumns.h"
 
 namespace recording {

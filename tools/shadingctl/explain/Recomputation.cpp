@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <utility>
-#include <vector>
 
 #include "hosting/HostLibrary.h"
 #include "hosting/LibraryNumbers.h"
@@ -37,7 +36,8 @@ bool IsBetween(double least, double value, double greatest) {
   return value >= least - kHalfDecimal - kSlack && value <= greatest + kHalfDecimal + kSlack;
 }
 
-// The window as it was delivered. Samples of one us keep their order; the library passes over all but the first.
+// The window as it was delivered, of the least or the greatest numbers that its positions stand for. Samples of one us
+// keep their order; the library passes over all but the first.
 std::vector<NSCam::Utils::SensorData> WindowOf(FrameMessages const& messages, bool isLeast) {
   std::vector<NSCam::Utils::SensorData> window;
   std::int64_t beforeUs = 0;
@@ -90,9 +90,9 @@ Recomputation::Result Recomputation::Check(LoggedCall const& call) {
   if (mLibrary == nullptr) Load(mode);
   if (mode != *mMode && mModeSwitch == nullptr) return {Verdict::kOtherMode, {}};
   if (mode != *mMode) mMode = *mModeSwitch = mode;
-  std::optional<SpanFound> const span = Play(call, Edge::kLeast).span;
+  std::optional<SpanFound> const span = Play(call, WindowOf(call.messages, true)).span;
   std::optional<PositionTold> const least = mMessages.position;
-  std::optional<PositionTold> const greatest = Play(call, Edge::kGreatest).position;
+  std::optional<PositionTold> const greatest = Play(call, WindowOf(call.messages, false)).position;
   FrameMessages const& logged = call.messages;
   if (logged.span && SpanText(logged.span) != SpanText(span)) return Different(SpanText(logged.span), SpanText(span));
   if (IsSame(logged.position, least, greatest)) return {Verdict::kSame, {}};
@@ -115,14 +115,13 @@ void Recomputation::Load(int mode) {
 }
 
 // A monitor of its own for each call, so that its history is the window and nothing else.
-FrameMessages const& Recomputation::Play(LoggedCall const& call, Edge edge) {
+FrameMessages const& Recomputation::Play(LoggedCall const& call, std::vector<NSCam::Utils::SensorData> const& window) {
   FrameTimesTold const& times = *call.messages.times;
   std::uint64_t const timestampNs = times.TimestampNs();
   std::uint64_t const exposureNs = times.exposureUs * 1000;
   desktop::Device& device = desktop::Device::Get();
   device.SetRollingShutter(mCamera.sensorId, kSensorMode, times.readoutUs * 1000);
-  device.QueueSamples(fmt::format("OIS_MONITOR-{}-{}", mCamera.sensorId, mCamera.sensorType),
-                      WindowOf(call.messages, edge == Edge::kLeast));
+  device.QueueSamples(fmt::format("OIS_MONITOR-{}-{}", mCamera.sensorId, mCamera.sensorType), window);
   mLibrary->RegisterAndStartSensorMonitor(mCamera.sensorId, mCamera.sensorType);
   mLibrary->StoreRollingShutter(mCamera.sensorId, kSensorMode);
   mLibrary->UpdateSensorData(mCamera.sensorId, kFrame, timestampNs);

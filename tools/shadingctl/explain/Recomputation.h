@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "lsc/VeyraShadingUtil.h"
 #include "platform/desktop/Device.h"
@@ -40,10 +41,7 @@ class Recomputation {
 
  private:
   void Load(int mode);
-  // Which of the numbers that a sample may stand for.
-  enum class Edge { kLeast, kGreatest };
-
-  FrameMessages const& Play(LoggedCall const& call, Edge edge);
+  FrameMessages const& Play(LoggedCall const& call, std::vector<NSCam::Utils::SensorData> const& window);
 
   desktop::DeviceSettings mSettings;
   std::string mLibraryPath;
