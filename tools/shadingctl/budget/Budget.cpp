@@ -58,7 +58,7 @@ std::int64_t ReachBackNs(std::int64_t exposureNs, std::int64_t readoutNs) {
 // Updates are one frame interval apart, and each delivers every sample taken until then.
 History HistoryAt(Timing const& timing, std::int64_t phaseNs) {
   std::int64_t const newestNs = timing.readoutNs + timing.deliveryDelayNs;
-  std::int64_t const beforeNs = newestNs - kKeptFrames * timing.frameIntervalNs;  // the last one that has left
+  std::int64_t const beforeNs = newestNs - kKeptFrames * timing.frameIntervalNs;  // samples up to then have left
   return {FloorOf(beforeNs - phaseNs, timing.hallIntervalNs) + 1, FloorOf(newestNs - phaseNs, timing.hallIntervalNs)};
 }
 

@@ -77,7 +77,7 @@ std::optional<std::string> CheckPosition(HallDump const& dump);
 void ReadDumps(std::string const& name, std::vector<HallDump>& dumps,
                std::function<void(std::string const&)> const& complain);
 
-// Writes the dumps as a table to read, a line per frame, or JSON; `withSamples` lists the samples of the spans in
+// Writes the dumps as a table or CSV, a line per frame, or as JSON; `withSamples` lists the samples of the spans in the
 // formats that otherwise omit them.
 void WriteDumps(Format format, OutputFile& output, std::vector<HallDump> const& dumps, bool withSamples);
 

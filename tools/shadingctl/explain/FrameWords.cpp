@@ -98,7 +98,7 @@ std::vector<std::string> Story(FrameResult const& result, FrameFacts const& fact
         "ns, on the samples' own clock.",
         Milliseconds(static_cast<double>(result.times->exposureUs)),
         Milliseconds(std::int64_t{result.times->readoutUs}),
-        Milliseconds(DifferenceUs(result.times->readoutUs, *facts.readoutEndUs)), result.timestampNs));
+        Milliseconds(TimeDifference(result.times->readoutUs, *facts.readoutEndUs)), result.timestampNs));
   }
   if (facts.window) {
     story.push_back(fmt::format(
@@ -110,13 +110,14 @@ std::vector<std::string> Story(FrameResult const& result, FrameFacts const& fact
   if (facts.start == StartCause::kNear) {
     story.push_back(fmt::format(
         "Its start was found{}.",
-        result.spanAgeUs ? fmt::format(": the span begins {}", AgainstStart(DifferenceUs(0, *result.spanAgeUs))) : ""));
+        result.spanAgeUs ? fmt::format(": the span begins {}", AgainstStart(TimeDifference(0, *result.spanAgeUs)))
+                         : ""));
   } else {
     story.push_back(fmt::format("Its start was not found: {}.", WhyNoStart(result, facts)));
     if (result.match == Match::kCarried) {
       story.push_back(
           fmt::format("The flag of an earlier frame was set, so the span begins with the oldest entry, {}.",
-                      result.spanAgeUs ? AgainstStart(DifferenceUs(0, *result.spanAgeUs)) : "whenever that was"));
+                      result.spanAgeUs ? AgainstStart(TimeDifference(0, *result.spanAgeUs)) : "whenever that was"));
     }
   }
   if (facts.end && result.endDistanceUs && result.startIndex && result.endIndex) {

@@ -33,14 +33,14 @@ constexpr struct PlausibleTime {
 constexpr double kNoDelayUs = -500e3;  // no platform delivers so late
 constexpr double kAheadUs = 1500;      // the library's tolerance
 
-// What looks like the samples' clock where no call times tell it apart, the likelier first.
+// What else has the looks of a change of the samples' clock where there are no call times.
 std::string AlikeText(SessionFacts const& facts, char const* change) {
   return facts.Delivery().HasCallTimes()
              ? ""
              : fmt::format("; without call times, {} of the host's delay looks alike", change);
 }
 
-std::string AheadOrBehind(double us) { return us > 0 ? "forward" : "back"; }
+std::string ForwardOrBack(double us) { return us > 0 ? "forward" : "back"; }
 
 }  // namespace
 
@@ -112,7 +112,7 @@ std::optional<SessionFinding> ClockJump(SessionFacts const& facts) {
   }
   return SessionFinding{fmt::format("the clock of the samples jumped against that of the {} {}, by {} {}{}{}",
                                     facts.Delivery().HasCallTimes() ? "calls" : "frames", Times(steps.size()),
-                                    Milliseconds(std::abs(largestUs)), AheadOrBehind(largestUs),
+                                    Milliseconds(std::abs(largestUs)), ForwardOrBack(largestUs),
                                     steps.size() == 1 ? "" : " at most", AlikeText(facts, "a step")),
                         "use a clock that nobody sets, and restart the monitor where it must be set",
                         {{"jumps", static_cast<double>(steps.size())}, {"largest_us", largestUs}},
@@ -128,7 +128,7 @@ std::optional<SessionFinding> ClockDrift(SessionFacts const& facts) {
   return SessionFinding{
       fmt::format("the clock of the samples drifts by {:.0f} ppm against that of the {}, {} {} in all{}", trend->ppm,
                   facts.Delivery().HasCallTimes() ? "calls" : "frames", Milliseconds(std::abs(trend->us)),
-                  AheadOrBehind(trend->us), AlikeText(facts, "a trend")),
+                  ForwardOrBack(trend->us), AlikeText(facts, "a trend")),
       "take the timestamps of frames and samples from one clock",
       {{"ppm", trend->ppm}, {"total_us", trend->us}}};
 }

@@ -54,7 +54,8 @@ double DeliveryFacts::OverFrameUs(double share) const {
 std::optional<double> DeliveryFacts::CallDelayUs() const {
   std::vector<double> delays;
   for (Lead const& lead : mLeads) {
-    if (lead.overCallNs) delays.push_back(static_cast<double>(DifferenceNs(lead.overFrameNs, *lead.overCallNs)) / 1e3);
+    if (lead.overCallNs)
+      delays.push_back(static_cast<double>(TimeDifference(lead.overFrameNs, *lead.overCallNs)) / 1e3);
   }
   if (delays.size() < mLeads.size() || delays.empty()) return std::nullopt;
   return AtShare(std::move(delays), 0.5);
@@ -71,7 +72,7 @@ std::vector<double> DeliveryFacts::ClockLeadsUs(bool sinceReadout) const {
   bool const hasCalls = HasCallTimes();
   std::vector<double> leads;
   for (Lead const& lead : mLeads) {
-    std::int64_t const overFrameNs = DifferenceNs(lead.overFrameNs, sinceReadout ? lead.readoutNs : 0);
+    std::int64_t const overFrameNs = TimeDifference(lead.overFrameNs, sinceReadout ? lead.readoutNs : 0);
     leads.push_back(static_cast<double>(hasCalls ? *lead.overCallNs : overFrameNs) / 1e3);
   }
   return leads;
@@ -122,7 +123,7 @@ std::optional<ClockTrend> DeliveryFacts::TrendOf(std::vector<double> const& lead
   if (leads.size() < 2 * kSide) return std::nullopt;
   std::size_t const stride = leads.size() / kTrendPoints + 1;
   auto const timeUs = [&](std::size_t i) {
-    return static_cast<double>(DifferenceNs(mLeads[i].frameNs, mLeads.front().frameNs)) / 1e3;
+    return static_cast<double>(TimeDifference(mLeads[i].frameNs, mLeads.front().frameNs)) / 1e3;
   };
   std::vector<double> slopes;
   for (std::size_t i = 0; i < leads.size(); i += stride) {

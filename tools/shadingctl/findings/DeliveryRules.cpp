@@ -17,7 +17,7 @@ constexpr std::int64_t kAfterGapNs = 100000000;  // in which frames still look f
 bool LacksIn(std::vector<Interval> const& gaps, FrameList const& frames) {
   return std::any_of(gaps.begin(), gaps.end(), [&](Interval const& gap) {
     return std::any_of(frames.intervals.begin(), frames.intervals.end(), [&](Interval const& lack) {
-      return DifferenceNs(lack.toNs, gap.fromNs) >= 0 && DifferenceNs(gap.toNs, lack.fromNs) >= -kAfterGapNs;
+      return TimeDifference(lack.toNs, gap.fromNs) >= 0 && TimeDifference(gap.toNs, lack.fromNs) >= -kAfterGapNs;
     });
   });
 }

@@ -49,7 +49,7 @@ bool CanExplain(SessionFinding const& cause, SessionFinding const& finding) {
   if (!cause.explainedBy.empty()) return false;
   bool const isOfAllTimes = cause.code == "frame_times" || cause.code == "call_order";
   if (isOfAllTimes || cause.intervals.empty() || finding.intervals.empty()) return true;
-  return DifferenceNs(finding.intervals.front().fromNs, cause.intervals.front().fromNs) >= -kWindowNs;
+  return TimeDifference(finding.intervals.front().fromNs, cause.intervals.front().fromNs) >= -kWindowNs;
 }
 
 void Explain(std::vector<SessionFinding>& findings) {
@@ -112,7 +112,7 @@ std::string PlaceText(SessionFinding const& finding, SessionFacts const& facts) 
   if (frames.count > 0) text = (frames.count == 1 ? "frame " : "frames ") + NumbersText(frames);
   if (!finding.intervals.empty()) {
     Interval const& interval = finding.intervals.front();
-    double const fromS = static_cast<double>(DifferenceNs(interval.fromNs, facts.FirstFrameNs())) / 1e9;
+    double const fromS = static_cast<double>(TimeDifference(interval.fromNs, facts.FirstFrameNs())) / 1e9;
     double const toS = fromS + static_cast<double>(interval.LengthNs()) / 1e9;
     text += fmt::format("{}from {:.3f} s{}", text.empty() ? "" : "; ", fromS,
                         interval.toNs == interval.fromNs ? "" : fmt::format(" to {:.3f} s", toS));

@@ -14,11 +14,6 @@ namespace shadingctl {
 // Least length of the windows by which the lens and the sample rate are judged.
 constexpr std::int64_t kWindowNs = 500000000;
 
-// later - earlier; wraps as the library's differences do.
-inline std::int64_t DifferenceNs(std::int64_t laterNs, std::int64_t earlierNs) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(laterNs) - static_cast<std::uint64_t>(earlierNs));
-}
-
 // Both ends included. The frames are those with which the samples came, or those that are meant.
 struct Interval {
   std::int64_t fromNs = 0;
@@ -26,13 +21,13 @@ struct Interval {
   std::uint32_t firstFrame = 0;
   std::uint32_t lastFrame = 0;
 
-  std::int64_t LengthNs() const { return DifferenceNs(toNs, fromNs); }
+  std::int64_t LengthNs() const { return TimeDifference(toNs, fromNs); }
 };
 
 // Appends an interval, or joins it with the last one where the two are nearer to each other than a window.
 inline void AddTo(std::vector<Interval>& all, Interval const& interval) {
-  if (!all.empty() && DifferenceNs(interval.fromNs, all.back().toNs) < kWindowNs &&
-      DifferenceNs(all.back().fromNs, interval.toNs) < kWindowNs) {
+  if (!all.empty() && TimeDifference(interval.fromNs, all.back().toNs) < kWindowNs &&
+      TimeDifference(all.back().fromNs, interval.toNs) < kWindowNs) {
     Interval& last = all.back();
     last = {std::min(last.fromNs, interval.fromNs), std::max(last.toNs, interval.toNs),
             std::min(last.firstFrame, interval.firstFrame), std::max(last.lastFrame, interval.lastFrame)};

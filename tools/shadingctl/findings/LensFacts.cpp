@@ -106,7 +106,7 @@ LensWindow WindowOf(std::vector<LensSample> const& samples) {
   window.heldFor = HeldFor(samples);
   std::vector<std::int64_t> intervalsNs;
   for (std::size_t i = 1; i < samples.size(); ++i) {
-    intervalsNs.push_back(DifferenceNs(samples[i].timeNs, samples[i - 1].timeNs));
+    intervalsNs.push_back(TimeDifference(samples[i].timeNs, samples[i - 1].timeNs));
     if (intervalsNs.back() <= window.longestIntervalNs) continue;
     window.longestIntervalNs = intervalsNs.back();
     window.longestAt = {samples[i - 1].timeNs, samples[i].timeNs, samples[i - 1].frame, samples[i].frame};
@@ -146,7 +146,7 @@ void LensFacts::Add(std::uint32_t frame, std::int64_t timeNs, double x, double y
   mBefore = sample;
   mWindow.push_back(sample);
   bool const isFull = mWindow.size() >= kMostWindowSamples;
-  bool const isLong = DifferenceNs(timeNs, mWindow.front().timeNs) >= kWindowNs && mWindow.size() > kWindowSamples;
+  bool const isLong = TimeDifference(timeNs, mWindow.front().timeNs) >= kWindowNs && mWindow.size() > kWindowSamples;
   if (!isFull && !isLong) return;
   mWindows.push_back(WindowOf(mWindow));
   mWindow.erase(mWindow.begin(), mWindow.end() - 1);

@@ -35,7 +35,7 @@ std::int64_t SharedNs(FlatStretch const& stretch, std::vector<FlatStretch> const
   for (FlatStretch const& other : others) {
     std::int64_t const fromNs = std::max(stretch.interval.fromNs, other.interval.fromNs);
     std::int64_t const toNs = std::min(stretch.interval.toNs, other.interval.toNs);
-    if (toNs > fromNs) sharedNs += DifferenceNs(toNs, fromNs);
+    if (toNs > fromNs) sharedNs += TimeDifference(toNs, fromNs);
   }
   return sharedNs;
 }

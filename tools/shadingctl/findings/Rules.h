@@ -39,7 +39,8 @@ inline double Share(std::uint64_t part, std::uint64_t whole) {
   return whole == 0 ? 0 : static_cast<double>(part) / static_cast<double>(whole);
 }
 
-// Of the frames after the warm-up, or of samples. Fewer are an isolated event, left to the rules for batches and gaps.
+// The least share of the frames after the warm-up, or of samples, that is told. Fewer are an isolated event, left to
+// the rules for batches and gaps.
 constexpr double kWorthTelling = 0.01;
 inline bool IsWorthTelling(FrameList const& frames, SessionFacts const& facts) {
   return frames.count > 0 && Share(frames.count, facts.Matches().Settled()) >= kWorthTelling;

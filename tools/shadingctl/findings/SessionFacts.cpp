@@ -126,9 +126,9 @@ void SessionFacts::AddLead(Frame const& frame, std::optional<std::uint64_t> call
   auto const& [row, facts] = frame;
   auto const timeNs = static_cast<std::int64_t>(row.timestampNs);
   if (auto const fresh = std::exchange(mFresh, std::nullopt)) {
-    DeliveryFacts::Lead lead = {row.frame, timeNs, DifferenceNs(fresh->newestNs, timeNs),
+    DeliveryFacts::Lead lead = {row.frame, timeNs, TimeDifference(fresh->newestNs, timeNs),
                                 row.times ? std::int64_t{row.times->readoutUs} * 1000 : 0, std::nullopt};
-    if (fresh->callNs) lead.overCallNs = DifferenceNs(fresh->newestNs, static_cast<std::int64_t>(*fresh->callNs));
+    if (fresh->callNs) lead.overCallNs = TimeDifference(fresh->newestNs, static_cast<std::int64_t>(*fresh->callNs));
     mDelivery.Add(lead);
   }
   auto const newestNs = mNewestStoredNs ? mNewestStoredNs : mNewestSampleNs;
@@ -136,13 +136,13 @@ void SessionFacts::AddLead(Frame const& frame, std::optional<std::uint64_t> call
   if (!isLacking) return;
   std::int64_t const endUs = facts.readoutEndUs.value_or(0);
   bool const isReal = facts.readoutEndUs && endUs < kLatestEndUs && endUs > -kLatestEndUs;
-  std::int64_t const endNs = isReal ? DifferenceNs(timeNs, -endUs * 1000) : timeNs;
+  std::int64_t const endNs = isReal ? TimeDifference(timeNs, -endUs * 1000) : timeNs;
   // Within a sample interval of the end, nothing is missing: the samples are sparse.
   std::int64_t const usualNs = mLens.Windows().empty() ? 0 : mLens.Windows().back().usualIntervalNs;
-  if (isReal && DifferenceNs(endNs, *newestNs) <= usualNs) return;
-  if (isReal) mMatch.shortfallNs.Add(DifferenceNs(endNs, *newestNs));
+  if (isReal && TimeDifference(endNs, *newestNs) <= usualNs) return;
+  if (isReal) mMatch.shortfallNs.Add(TimeDifference(endNs, *newestNs));
   std::int64_t const latestUs = kToleranceUs + (facts.window ? facts.window->intervalUs : 0);
-  bool const isLate = isReal && callNs && DifferenceNs(static_cast<std::int64_t>(*callNs), endNs) / 1000 > latestUs;
+  bool const isLate = isReal && callNs && TimeDifference(static_cast<std::int64_t>(*callNs), endNs) / 1000 > latestUs;
   (isLate ? mMatch.late : mMatch.lacking).Add(row);
 }
 
@@ -167,13 +167,13 @@ void SessionFacts::AddSpan(Frame const& frame) {
 
 // A position is as old as the first sample of its span was when the readout of the frame that uses it began.
 void SessionFacts::AddAge(FrameResult const& row) {
-  std::int64_t const startUs =
-      DifferenceUs(static_cast<std::int64_t>(row.timestampNs / 1000), static_cast<std::int64_t>(row.times->exposureUs));
+  std::int64_t const startUs = TimeDifference(static_cast<std::int64_t>(row.timestampNs / 1000),
+                                              static_cast<std::int64_t>(row.times->exposureUs));
   if (row.HasNewPosition()) {
-    mPositionUs = row.spanAgeUs ? std::optional(DifferenceUs(startUs, *row.spanAgeUs)) : std::nullopt;
+    mPositionUs = row.spanAgeUs ? std::optional(TimeDifference(startUs, *row.spanAgeUs)) : std::nullopt;
   }
   if (!mPositionUs) return;
-  std::int64_t const ageUs = DifferenceUs(startUs, *mPositionUs);
+  std::int64_t const ageUs = TimeDifference(startUs, *mPositionUs);
   if (!mMatch.oldest || ageUs > mMatch.oldest->ageUs) mMatch.oldest = {row.frame, ageUs};
 }
 
@@ -205,7 +205,7 @@ SessionFacts::Distances SessionFacts::ReadoutDistances(Match match) const {
 
 std::optional<double> SessionFacts::FrameIntervalUs() const {
   if (!mFirst || mFirst->frame == mLast->frame) return std::nullopt;
-  auto const passedNs = static_cast<double>(DifferenceNs(*LastFrameNs(), FirstFrameNs()));
+  auto const passedNs = static_cast<double>(TimeDifference(*LastFrameNs(), FirstFrameNs()));
   return passedNs / 1e3 / (static_cast<double>(mLast->frame) - static_cast<double>(mFirst->frame));
 }
 

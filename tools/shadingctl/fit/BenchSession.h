@@ -24,12 +24,12 @@ struct Reference {
 };
 
 struct BenchSession {
-  std::string recording;  // the names of both
+  std::string recording;  // its name, as is the next
   std::string reference;
   std::vector<HallSample> samples;
   std::vector<ReferenceFrame> frames;  // of the reference, as far as the recording has them
   std::size_t unknown = 0;             // other frames of the reference, and those before the first readout time
-  std::size_t skipped = 0;             // rows of the reference
+  std::size_t skipped = 0;             // rows of the reference that could not be read
   std::vector<std::string> remarks;    // on the recording
 };
 

@@ -40,7 +40,7 @@ struct Moments {
 
   void Add(Parameters const& row, double value, double weight);
 
-  // The other parameters are 0. nullopt when they cannot be told apart.
+  // The solution, in which the other parameters are 0; nullopt when the equations do not tell the first ones apart.
   std::optional<Parameters> Solve() const;
 };
 
@@ -101,14 +101,14 @@ struct Tangent {
 // The best fit at a given lag.
 struct LagTrial {
   Parameters at{};
-  double share = 0;  // residuals over motion, of either the smaller three quarters
+  double share = 0;  // size of the residuals over that of the motion, both of their smaller three quarters
 };
 
 // The samples that the library takes against those that the fit finds.
 struct Difference {
   double lagUs = 0;       // mean of all frames
   double farthestUs = 0;  // of all frames; |lagUs| where there is no slope
-  double position = 0;    // of the lens, on the axis that drives the image's: RMS
+  double position = 0;    // RMS, of the lens on the axis that drives this one of the image
 };
 
 struct ImageAxis {

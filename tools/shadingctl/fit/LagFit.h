@@ -78,7 +78,7 @@ std::optional<Estimate> EstimateOf(ReferenceFit const& fit, std::size_t axis, Qu
 // "agrees", "differs" or "cannot_tell".
 std::string VerdictOf(ReferenceFit const& fit);
 
-// What it rests on, in words.
+// What the verdict rests on, in words.
 std::string ReasonOf(ReferenceFit const& fit);
 
 // Causes that look alike in this recording stand side by side. None where slope and drift cannot be told apart.

@@ -35,29 +35,29 @@ StartCause CauseOfStart(Match match, FrameMessages const& messages, std::optiona
 
 EndCause CauseOfEnd(FrameResult const& result, FrameMessages const& messages, FrameFacts::Window const& window) {
   if (result.end == SpanEnd::kNear) return EndCause::kNear;
-  std::int64_t const targetUs = DifferenceUs(result.times->readoutUs, result.spanAgeUs.value_or(0));
+  std::int64_t const targetUs = TimeDifference(result.times->readoutUs, result.spanAgeUs.value_or(0));
   // Within an interval of the end no sample is missing.
   std::int64_t const reachUs = std::max<std::int64_t>(kToleranceUs, window.intervalUs);
-  if (window.lastUs > DifferenceUs(targetUs, reachUs)) return EndCause::kBetweenSamples;
+  if (window.lastUs > TimeDifference(targetUs, reachUs)) return EndCause::kBetweenSamples;
   return SamplesAfterWindow(messages).value_or(0) > 0 ? EndCause::kWindowEndsEarly : EndCause::kNotDelivered;
 }
 
 FrameFacts FactsOf(FrameResult const& result, FrameMessages const& messages, std::vector<AlignedSample> const& table) {
   FrameFacts facts;
   if (auto const& times = result.times) {
-    facts.readoutEndUs = DifferenceUs(DifferenceUs(times->offsetUs, static_cast<std::int64_t>(times->exposureUs)),
-                                      -std::int64_t{times->readoutUs});
+    facts.readoutEndUs = TimeDifference(TimeDifference(times->offsetUs, static_cast<std::int64_t>(times->exposureUs)),
+                                        -std::int64_t{times->readoutUs});
     auto const startUs = static_cast<std::int64_t>(times->startOfFrameUs);
     facts.nearestUs = NearestUs(table, startUs);
     if (!table.empty()) {
-      facts.window = {DifferenceUs(table.front().timeUs, startUs), DifferenceUs(table.back().timeUs, startUs),
+      facts.window = {TimeDifference(table.front().timeUs, startUs), TimeDifference(table.back().timeUs, startUs),
                       MedianIntervalUs(table).value_or(0), table.size()};
     }
   }
   if (result.spanTime) {
     facts.spanEntries = static_cast<std::size_t>(*result.endIndex - *result.startIndex) + 1;
     if (result.times->readoutUs > 0) {
-      facts.lengthShare = static_cast<double>(DifferenceUs(result.spanTime->lastUs, result.spanTime->firstUs)) /
+      facts.lengthShare = static_cast<double>(TimeDifference(result.spanTime->lastUs, result.spanTime->firstUs)) /
                           static_cast<double>(result.times->readoutUs);
     }
   }

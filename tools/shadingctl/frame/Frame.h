@@ -27,8 +27,8 @@ struct AlignedSample {
   float hallY = 0;
 };
 
-// later - earlier; wraps.
-std::int64_t DifferenceUs(std::int64_t laterUs, std::int64_t earlierUs);
+// later - earlier, in the unit of both; wraps.
+std::int64_t TimeDifference(std::int64_t later, std::int64_t earlier);
 
 // Between two times in either order; INT64_MAX where it is longer.
 std::int64_t DistanceUs(std::int64_t oneUs, std::int64_t otherUs);

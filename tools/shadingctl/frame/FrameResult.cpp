@@ -84,7 +84,7 @@ std::size_t CountRepeated(std::vector<AlignedSample> const& table, std::size_t f
   std::size_t repeated = 0;
   for (std::size_t i = std::max<std::size_t>(first, 1); i <= last; ++i) {
     AlignedSample const& before = table[i - 1];
-    bool const isNear = DifferenceUs(table[i].timeUs, before.timeUs) < *intervalUs / kRepeatPart;
+    bool const isNear = TimeDifference(table[i].timeUs, before.timeUs) < *intervalUs / kRepeatPart;
     if (isNear && table[i].hallX == before.hallX && table[i].hallY == before.hallY) ++repeated;
   }
   return repeated;
@@ -100,11 +100,11 @@ void JudgeSpan(std::vector<AlignedSample> const& table, SpanFound const& span, F
   auto const last = static_cast<std::size_t>(span.last);
   result.spanTime = AlignedRange{table[first].timeUs, table[last].timeUs};
   auto const startUs = static_cast<std::int64_t>(times.startOfFrameUs);
-  std::int64_t const firstUs = DifferenceUs(table[first].timeUs, startUs);  // both since the interval's start
-  std::int64_t const lastUs = DifferenceUs(table[last].timeUs, startUs);
+  std::int64_t const firstUs = TimeDifference(table[first].timeUs, startUs);  // both since the interval's start
+  std::int64_t const lastUs = TimeDifference(table[last].timeUs, startUs);
   std::int64_t const lengthUs = times.readoutUs;
-  result.spanAgeUs = DifferenceUs(0, firstUs);
-  result.endDistanceUs = DistanceUs(DifferenceUs(lastUs, firstUs), lengthUs);
+  result.spanAgeUs = TimeDifference(0, firstUs);
+  result.endDistanceUs = DistanceUs(TimeDifference(lastUs, firstUs), lengthUs);
   result.end = *result.endDistanceUs < kToleranceUs ? SpanEnd::kNear : SpanEnd::kLast;
   if (lengthUs > 0) result.coverage = CoverageOf(firstUs, lastUs, lengthUs);
   result.repeatedSamples = CountRepeated(table, first, last);
@@ -112,12 +112,12 @@ void JudgeSpan(std::vector<AlignedSample> const& table, SpanFound const& span, F
 
 }  // namespace
 
-std::int64_t DifferenceUs(std::int64_t laterUs, std::int64_t earlierUs) {
-  return static_cast<std::int64_t>(static_cast<std::uint64_t>(laterUs) - static_cast<std::uint64_t>(earlierUs));
+std::int64_t TimeDifference(std::int64_t later, std::int64_t earlier) {
+  return static_cast<std::int64_t>(static_cast<std::uint64_t>(later) - static_cast<std::uint64_t>(earlier));
 }
 
 std::int64_t DistanceUs(std::int64_t oneUs, std::int64_t otherUs) {
-  std::int64_t const differenceUs = DifferenceUs(oneUs, otherUs);
+  std::int64_t const differenceUs = TimeDifference(oneUs, otherUs);
   if (differenceUs >= 0) return differenceUs;
   return differenceUs == INT64_MIN ? INT64_MAX : -differenceUs;
 }
@@ -133,7 +133,7 @@ std::vector<AlignedSample> AlignedTable(std::vector<SourceSample> const& window,
   for (SourceSample const& sample : window) {
     if (table.size() == kWindowSize) break;
     if (sample.timeUs == takenUs) continue;
-    table.push_back({DifferenceUs(sample.timeUs, offsetUs), sample.hallX, sample.hallY});
+    table.push_back({TimeDifference(sample.timeUs, offsetUs), sample.hallX, sample.hallY});
     takenUs = sample.timeUs;
   }
   return table;
@@ -150,7 +150,7 @@ std::optional<std::int64_t> NearestUs(std::vector<AlignedSample> const& table, s
 std::optional<std::int64_t> MedianIntervalUs(std::vector<AlignedSample> const& table) {
   std::vector<std::int64_t> intervalsUs;
   for (std::size_t i = 1; i < table.size(); ++i)
-    intervalsUs.push_back(DifferenceUs(table[i].timeUs, table[i - 1].timeUs));
+    intervalsUs.push_back(TimeDifference(table[i].timeUs, table[i - 1].timeUs));
   return Median(std::move(intervalsUs));
 }
 

@@ -95,7 +95,7 @@ std::string TextOf(std::vector<SessionFinding> const& findings, SessionFacts con
 
 Json IntervalsJson(SessionFinding const& finding, SessionFacts const& facts) {
   auto const seconds = [&](std::int64_t ns) {
-    return std::round(static_cast<double>(DifferenceNs(ns, facts.FirstFrameNs())) / 1e5) / 1e4;
+    return std::round(static_cast<double>(TimeDifference(ns, facts.FirstFrameNs())) / 1e5) / 1e4;
   };
   Json list = Json::array();
   for (Interval const& interval : finding.intervals) {
