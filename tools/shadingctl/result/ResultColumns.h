@@ -1,5 +1,5 @@
-// The columns of a result in one table. CSV, JSON, the reader, the comparison, the page and docs/replay-output.md take
-// them from here.
+// The columns of a result in one table, from which CSV, JSON, the reader, the comparison and the page take them.
+// docs/replay-output.md says what they mean.
 #pragma once
 
 #include <array>
@@ -45,15 +45,19 @@ constexpr std::size_t kColumnCount = 24;
 
 enum class ValueType { kNatural, kWhole, kNumber, kText, kRange };
 
+// What a column may hold.
+struct ValueRange {
+  ValueType type;
+  double least = 0;  // of numbers
+  double most = 0;
+};
+
 struct ResultColumn {
   char const* name;
-  ValueType type;
-  double least;  // of numbers
-  double most;
+  ValueRange values;
   bool isInCsv;  // the others are in JSON alone
   char const* unit;
   int level;                                    // the library's log level from which the column holds its values
-  char const* meaning;                          // in Markdown
   Json (*of)(FrameResult const&);               // null for none
   std::string (*numberText)(double) = nullptr;  // of kNumber: as many digits as are known
 };

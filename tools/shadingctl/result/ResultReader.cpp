@@ -25,7 +25,7 @@ Json ScalarOf(ResultColumn const& column, std::string_view text) {
   std::int64_t whole = 0;
   double number = 0;
   if (text.empty()) return nullptr;
-  if (column.type == ValueType::kText) return std::string(text);
+  if (column.values.type == ValueType::kText) return std::string(text);
   if (Parse(text, natural)) return natural;
   if (Parse(text, whole)) return whole;
   if (Parse(text, number)) return number;
