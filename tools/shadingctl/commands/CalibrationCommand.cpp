@@ -5,7 +5,7 @@
 #include "platform/desktop/CalibrationMount.h"
 #include "tools/shadingctl/calibration/CameraCalibration.h"
 #include "tools/shadingctl/commands/Options.h"
-#include "tools/shadingctl/replay/ForeignLibrary.h"
+#include "tools/shadingctl/replay/PlayedDevice.h"
 
 namespace shadingctl {
 namespace {

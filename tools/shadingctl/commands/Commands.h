@@ -1,4 +1,4 @@
-// The subcommands of shadingctl, one source each, and what the tool's programs have in common around their work.
+// The subcommands of shadingctl, and what the tool's programs have in common around their work.
 #pragma once
 
 #include <functional>

@@ -6,7 +6,6 @@
 #include "tools/shadingctl/commands/Options.h"
 #include "tools/shadingctl/explain/ExplainWriter.h"
 #include "tools/shadingctl/explain/LogExplanation.h"
-#include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/Replay.h"
 
 namespace shadingctl {

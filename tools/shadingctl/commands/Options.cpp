@@ -55,12 +55,4 @@ void AddRecordingFiles(std::string const& directory, std::vector<std::string>& f
   for (char const* const file : recording::kRecordingFiles) files.push_back(directory + "/" + file);
 }
 
-void TellOfRecording(recording::Session const& session) {
-  for (std::string const& remark : session.Remarks()) Tell(remark);
-}
-
-void TellOfLeftOut(ResultHead const& head) {
-  if (head.leftOut > 0) Tell(fmt::format("{}; left out {} such values", LeftOutText(head), head.leftOut));
-}
-
 }  // namespace shadingctl

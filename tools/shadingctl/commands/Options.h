@@ -1,5 +1,5 @@
-// What every command's source stands on: the command line, options that several commands have, one way to read a
-// number, and where results and messages go. These sources include what they need besides it.
+// Shared by the sources of the commands: the command line, options that several of them have, one way to read a number,
+// and where results and messages go. Each source includes what it needs besides.
 #pragma once
 
 #include <fmt/format.h>
@@ -52,7 +52,7 @@ CLI::Option* AddNumberOption(CLI::App& command, std::string const& name, Number 
       ->type_name(fmt::format("{}..{}", least, most));
 }
 
-// The same for a `target` of that type, which is the default then, or for an std::optional of it.
+// AddNumberOption for a `target` of that type, whose value is the default, or for an std::optional of it.
 template <class Target, class Number>
 CLI::Option* AddNumber(CLI::App& command, std::string const& name, Target& target, Number least, Number most,
                        std::string const& description) {
@@ -115,11 +115,15 @@ std::vector<std::string> FilesOf(Host const& host);
 // Those of a recording in `directory`, of either version.
 void AddRecordingFiles(std::string const& directory, std::vector<std::string>& files);
 
-// Tells on standard error what a recording lacks.
-void TellOfRecording(recording::Session const& session);
+// Tells the remarks about a recording on standard error.
+inline void TellOfRecording(recording::Session const& session) {
+  for (std::string const& remark : session.Remarks()) Tell(remark);
+}
 
-// Tells on standard error what of a result's rows was passed over.
-void TellOfLeftOut(ResultHead const& head);
+// Tells on standard error how many values of a result's rows were left out, and why.
+inline void TellOfLeftOut(ResultHead const& head) {
+  if (head.leftOut > 0) Tell(fmt::format("{}; left out {} such values", LeftOutText(head), head.leftOut));
+}
 
 // A check for names of directories, which standard input and output are not. Answers what is wrong.
 inline std::string RefuseStandardStream(std::string const& name) {

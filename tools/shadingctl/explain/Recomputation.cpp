@@ -7,7 +7,6 @@
 
 #include "hosting/HostLibrary.h"
 #include "hosting/LibraryNumbers.h"
-#include "tools/shadingctl/replay/ForeignLibrary.h"
 
 namespace shadingctl {
 namespace {

@@ -40,12 +40,12 @@ class OutputFile {
   OutputFile(OutputFile&&) = delete;
 
   void Write(std::string_view text);
-  // The same where nothing may be thrown: a failure is kept for Finish.
+  // For callers that may not throw: a failure is kept for Finish.
   void WriteQuietly(std::string_view text) noexcept;
 
   // Hands everything to the system and gives the file its name.
   void Finish() { FinishAll({this}); }
-  // The same for files that belong together: none gets its name before all are complete. Null pointers are passed over.
+  // Finishes files that belong together: none gets its name before all are complete. Null pointers are passed over.
   static void FinishAll(std::initializer_list<OutputFile*> files);
 
   std::string const& Name() const { return mName; }

@@ -1,5 +1,4 @@
-#include "tools/shadingctl/replay/ForeignLibrary.h"
-
+// Libraries of others, loaded with care.
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include "hosting/UnusableInput.h"
 #include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/output/OutputFile.h"
+#include "tools/shadingctl/replay/PlayedDevice.h"
 
 namespace shadingctl {
 namespace {

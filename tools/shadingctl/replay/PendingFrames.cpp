@@ -24,10 +24,6 @@ void PendingFrames::AddSample(std::int32_t camera, std::int64_t timeUs, float ha
   if (samples.size() > kRemembered) samples.erase(samples.begin());
 }
 
-void PendingFrames::AddSample(std::int32_t camera, NSCam::Utils::SensorData const& sample) {
-  AddSample(camera, sample.timestamp / 1000, sample.oisHallX, sample.oisHallY);
-}
-
 bool PendingFrames::IsComplete(FrameResult const& row) const {
   if (!row.times || !HasPosition(row) || mFrames.size() > kLongestWait) return true;
   auto const samples = mSamples.find(row.camera);

@@ -9,7 +9,6 @@
 #include <tuple>
 #include <utility>
 
-#include "platform/SensorProvider.h"
 #include "tools/shadingctl/frame/Frame.h"
 
 namespace shadingctl {
@@ -22,7 +21,6 @@ class PendingFrames {
  public:
   // In any order; samples that were added before are ignored.
   void AddSample(std::int32_t camera, std::int64_t timeUs, float hallX, float hallY);
-  void AddSample(std::int32_t camera, NSCam::Utils::SensorData const& sample);
 
   void Add(Frame frame) { mFrames.push_back(std::move(frame)); }
 

@@ -1,4 +1,5 @@
-// The device that a session is played on, and its cameras whose lens positions the library may follow.
+// What a session is played on: the device with the cameras whose lens positions the library may follow, and the
+// library.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +9,8 @@
 
 #include "platform/desktop/Device.h"
 #include "recording/Session.h"
+
+class VeyraShadingUtil;
 
 namespace shadingctl {
 
@@ -34,5 +37,10 @@ void SetCameras(std::vector<std::int32_t> const& cameras, desktop::DeviceSetting
 // and a log that tells all of its messages.
 desktop::DeviceSettings PlayedSettings(desktop::DeviceSettings device, recording::SessionSettings const& recorded,
                                        int logLevel);
+
+// Loads the library. One that is not the tool's own is loaded in a process of its own first, so that one that crashes,
+// hangs or ends its host is refused; what it writes is told once, and nothing of it is in a result: open the outputs
+// before. Configure the device first. Throws UnusableInput and Interrupted.
+VeyraShadingUtil& LoadLibrary(std::string const& path);
 
 }  // namespace shadingctl

@@ -107,7 +107,11 @@ void Replay::Play(std::int32_t sensorId, recording::StartMonitor const& start) {
     state.updates = state.delivered = 0;
     state.hasBeenWarm = false;
   }
-  if (Start(start.operation, camera)) return;
+  bool const isDone =
+      start.operation == Operation::kRegister ? mLibrary.RegisterSensorMonitor(sensorId, camera.sensorType)
+      : start.operation == Operation::kStart  ? mLibrary.StartSensorMonitor(sensorId, camera.sensorType)
+                                              : mLibrary.RegisterAndStartSensorMonitor(sensorId, camera.sensorType);
+  if (isDone) return;
   if (!supported) {
     Complain(fmt::format("camera {} is not in the device's sensor map: every frame is off", sensorId));
   } else if (FindMonitor(camera) == mMonitors.end()) {
@@ -115,18 +119,6 @@ void Replay::Play(std::int32_t sensorId, recording::StartMonitor const& start) {
   } else {
     Complain(fmt::format("camera {}: the platform refused its samples", sensorId));
   }
-}
-
-bool Replay::Start(recording::StartMonitor::Operation operation, Camera const& camera) {
-  switch (operation) {
-    case recording::StartMonitor::Operation::kRegister:
-      return mLibrary.RegisterSensorMonitor(camera.sensorId, camera.sensorType);
-    case recording::StartMonitor::Operation::kStart:
-      return mLibrary.StartSensorMonitor(camera.sensorId, camera.sensorType);
-    case recording::StartMonitor::Operation::kRegisterAndStart:
-      return mLibrary.RegisterAndStartSensorMonitor(camera.sensorId, camera.sensorType);
-  }
-  return false;
 }
 
 void Replay::Play(std::int32_t sensorId, recording::StopMonitor const& stop) {
@@ -261,7 +253,9 @@ ReadingEnd PlaySession(recording::Session& session, Replay& replay,
       if (!session.Next(call)) return;
       PlayedCall const played = replay.Play(call);
       if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {
-        for (auto const& sample : update->batch) pending.AddSample(played.camera, sample);
+        for (auto const& sample : update->batch) {
+          pending.AddSample(played.camera, sample.timestamp / 1000, sample.oisHallX, sample.oisHallY);
+        }
       }
       onCall(played);
       if (played.frame) pending.Add(played.frame->frame);

@@ -69,7 +69,7 @@ class Replay {
   Replay(Replay const&) = delete;
   Replay& operator=(Replay const&) = delete;
 
-  // What the host should tell its user about the calls so far, the first of it; empty when they went well.
+  // The first thing that the host should tell its user about the calls so far; empty when they went well.
   std::string const& Complaint() const { return mComplaint; }
 
   // Makes one call, which must outlive the answer.
@@ -93,7 +93,6 @@ class Replay {
   PlayedUpdate Play(std::int32_t sensorId, recording::UpdateSensorData const& update);
   PlayedFrame Play(std::int32_t sensorId, recording::CalcOisValue const& calc);
 
-  bool Start(recording::StartMonitor::Operation operation, Camera const& camera);
   void BeginCall(std::optional<std::uint32_t> frame);
   void Complain(std::string const& complaint);
   Camera CameraOf(std::int32_t sensorId, std::optional<std::int32_t> sensorType) const;
@@ -111,7 +110,7 @@ class Replay {
   std::string mComplaint;
 
   FrameMessages mMessages;
-  std::optional<std::uint32_t> mFrame;  // at work
+  std::optional<std::uint32_t> mFrame;  // of the call at hand
   bool mIsListening = true;
   std::uint64_t mCalculations = 0;
   std::optional<std::uint64_t> mFirstNs;  // timestamp of the first frame

@@ -19,12 +19,9 @@ namespace {
 // may nest but not cross, so those that do go to further threads of the same name.
 enum class Track { kFrames = 1, kExposure = 100, kReadout = 200, kSpan = 300 };
 
-struct TrackName {
-  Track track;
-  char const* name;
-};
-constexpr TrackName kTracks[] = {
-    {Track::kFrames, "frames"}, {Track::kExposure, "exposure"}, {Track::kReadout, "readout"}, {Track::kSpan, "span"}};
+// Those that have slices.
+constexpr std::pair<Track, char const*> kTracks[] = {
+    {Track::kExposure, "exposure"}, {Track::kReadout, "readout"}, {Track::kSpan, "span"}};
 
 struct Slice {
   std::int64_t startNs = 0;
@@ -116,17 +113,17 @@ void AddSlices(ResultRow const& row, std::int64_t timeNs, TrackSlices& slices) {
 }
 
 // Each slice goes to the first thread of its track that is free by then.
-void WriteSlices(TraceWriter& writer, std::int64_t camera, TrackName const& track, std::vector<Slice> slices) {
+void WriteSlices(TraceWriter& writer, std::int64_t camera, Track track, char const* name, std::vector<Slice> slices) {
   std::stable_sort(slices.begin(), slices.end(),
                    [](Slice const& one, Slice const& other) { return one.startNs < other.startNs; });
   std::vector<std::int64_t> freeFromNs;
   for (Slice const& slice : slices) {
     auto const lane =
         std::find_if(freeFromNs.begin(), freeFromNs.end(), [&](std::int64_t ns) { return ns <= slice.startNs; });
-    int const thread = static_cast<int>(track.track) + static_cast<int>(lane - freeFromNs.begin());
+    int const thread = static_cast<int>(track) + static_cast<int>(lane - freeFromNs.begin());
     if (lane == freeFromNs.end()) {
       freeFromNs.push_back(slice.endNs);
-      writer.NameTrack(camera, thread, track.name);
+      writer.NameTrack(camera, thread, name);
     } else {
       *lane = slice.endNs;
     }
@@ -147,7 +144,7 @@ ResultHead WriteTrace(std::string const& path, OutputFile& output) {
     auto const [place, isNew] = cameras.try_emplace(camera);
     if (isNew) {
       writer.Name(camera);
-      writer.NameTrack(camera, static_cast<int>(Track::kFrames), kTracks[0].name);
+      writer.NameTrack(camera, static_cast<int>(Track::kFrames), "frames");
     }
     auto const timeNs = static_cast<std::int64_t>(*row.Get<std::uint64_t>(Column::kTimestampNs));
     AddSlices(row, timeNs, place->second);
@@ -167,7 +164,7 @@ ResultHead WriteTrace(std::string const& path, OutputFile& output) {
   ResultHead const head = ReadResult(path, {kReplaySchema}, sink);
   if (head.isCsv) RefuseValue(head.name, "JSON", "CSV");
   for (auto& [camera, slices] : cameras) {
-    for (TrackName const& track : kTracks) WriteSlices(writer, camera, track, std::move(slices[track.track]));
+    for (auto const& [track, name] : kTracks) WriteSlices(writer, camera, track, name, std::move(slices[track]));
   }
   writer.Finish();
   return head;

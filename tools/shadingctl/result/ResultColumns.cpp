@@ -91,21 +91,15 @@ std::string ExpectedValue(ResultColumn const& column) {
 bool IsValueOf(ResultColumn const& column, Json const& value) {
   if (value.is_null()) return true;
   auto const isWhole = [](Json const& number) { return number.is_number_integer(); };
-  switch (column.values.type) {
-    case ValueType::kText:
-      return value.is_string();
-    case ValueType::kRange:
-      return value.is_array() && value.size() == 2 && isWhole(value[0]) && isWhole(value[1]);
-    case ValueType::kNatural:
-      if (!value.is_number_unsigned()) return false;
-      break;
-    case ValueType::kWhole:
-      if (!isWhole(value)) return false;
-      break;
-    case ValueType::kNumber:
-      if (!value.is_number()) return false;
-      break;
+  ValueType const type = column.values.type;
+  if (type == ValueType::kText) return value.is_string();
+  if (type == ValueType::kRange) {
+    return value.is_array() && value.size() == 2 && isWhole(value[0]) && isWhole(value[1]);
   }
+  bool const isOfType = type == ValueType::kNatural ? value.is_number_unsigned()
+                        : type == ValueType::kWhole ? isWhole(value)
+                                                    : value.is_number();
+  if (!isOfType) return false;
   auto const number = value.get<double>();
   return !std::isfinite(number) || (number >= column.values.least && number <= column.values.most);
 }

@@ -64,7 +64,7 @@ struct ResultColumn {
 
 extern std::array<ResultColumn, kColumnCount> const kResultColumns;
 
-// Null for a name that is no column's.
+// Null for an unknown name.
 ResultColumn const* ColumnNamed(std::string_view name);
 
 // "a whole number from 0 to 4294967295", as messages and the documentation name the column's values.
@@ -92,10 +92,10 @@ ResultRow RowOf(FrameResult const& frame);
 // The value as CSV has it: empty for null.
 std::string ValueText(ResultColumn const& column, Json const& value);
 
-// Of values of one column; numbers of kNumber may differ by `tolerance`. JSON has no number that is not finite, so such
-// a number is null.
+// Whether two values of one column are the same; numbers of kNumber may differ by `tolerance`. JSON has no number that
+// is not finite, so such a number counts as null.
 bool IsSameValue(ResultColumn const& column, Json const& a, Json const& b, double tolerance);
-// The value as a number; empty for what is none.
+// nullopt for what is no number.
 std::optional<double> NumberOf(Json const& value);
 
 // Both with a line feed.

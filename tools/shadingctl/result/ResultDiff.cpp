@@ -82,7 +82,7 @@ std::optional<Comparison::Key> Comparison::MatchNextOfA() {
   return key;
 }
 
-// Rows of both mostly come in one order: of A are read as many as are needed to get as far.
+// Both results mostly have their rows in one order: A is read until it has come as far.
 void Comparison::Add(ResultRow const& row) {
   ++mDiff.b.rows;
   Key const key = KeyOf(row, false);

@@ -93,7 +93,7 @@ class Comparison {
   DiffOptions mOptions;
   ResultDiff mDiff;
   Spool mSpool;  // rows of A
-  Rows mOfA;     // without those that were compared, as are the next
+  Rows mOfA;     // not compared yet, like those of B
   Rows mOfB;
   std::unordered_map<std::uint64_t, std::array<std::uint32_t, 2>> mComputed;  // of a camera's frame, in A and in B
 };
@@ -103,7 +103,7 @@ ResultDiff CompareResults(std::string const& pathOfA, std::string const& pathOfB
 // The comparison in Markdown, with both summaries side by side.
 std::string DiffText(ResultDiff const& diff, std::string const& nameOfA, std::string const& nameOfB);
 
-// What B has otherwise than A, which was kept: "FILE:PLACE: COLUMN: expected TEXT, found TEXT" of the differences that
+// How B differs from A, the expected result: "FILE:PLACE: COLUMN: expected TEXT, found TEXT" of the differences that
 // are named, and how many there are in all; nothing where there is none.
 std::vector<std::string> ComplaintsOf(ResultDiff const& diff);
 

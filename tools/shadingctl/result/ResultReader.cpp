@@ -19,7 +19,7 @@ bool Parse(std::string_view text, Number& number) {
   return error == std::errc{} && end == text.data() + text.size();
 }
 
-// What JSON would have.
+// The value that JSON would have.
 Json ScalarOf(ResultColumn const& column, std::string_view text) {
   std::uint64_t natural = 0;
   std::int64_t whole = 0;

@@ -30,7 +30,7 @@ struct DeliveredSample {
   std::optional<std::int64_t> frame = {};  // of the update that delivered it; empty: not told
 };
 
-// Who takes what a result holds, one by one and in its order.
+// Takes what a result holds, one by one, in its order.
 struct ResultSink {
   std::function<void(ResultRow const&)> onRow;
   std::function<void(DeliveredSample const&)> onSample;  // null: batches are passed over
@@ -43,7 +43,7 @@ struct ResultSink {
   }
 };
 
-// All but rows and batches.
+// What a result holds besides rows and batches.
 struct ResultHead {
   std::string name;               // of the file, for titles and messages
   std::size_t schema = 0;         // of those that were expected

@@ -111,15 +111,9 @@ Json SettingsJson(ReplaySettings const& settings) {
 }
 
 std::unique_ptr<ResultWriter> MakeResultWriter(Format format, OutputFile& output, TableStyle const& style) {
-  switch (format) {
-    case Format::kTable:
-      return MakeTableWriter(output, style);
-    case Format::kCsv:
-      return std::make_unique<CsvWriter>(output);
-    case Format::kJson:
-      return std::make_unique<JsonWriter>(output);
-  }
-  return nullptr;
+  if (format == Format::kTable) return MakeTableWriter(output, style);
+  if (format == Format::kCsv) return std::make_unique<CsvWriter>(output);
+  return std::make_unique<JsonWriter>(output);
 }
 
 }  // namespace shadingctl

@@ -60,7 +60,7 @@ struct DeliveredBatch {
   std::vector<NSCam::Utils::SensorData> const& samples;
 };
 
-// What stands at the end of a result.
+// The end of a result.
 struct ResultEnd {
   Json summary;
   Json findings;

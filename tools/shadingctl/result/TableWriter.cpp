@@ -51,6 +51,9 @@ constexpr TableColumn kWide[] = {
      }}};
 constexpr std::string_view kDropOrder[] = {"covers", "samples", "offset", "span", "from start", "age"};
 
+// Of each kind of match.
+constexpr char const* kColors[kMatchCount] = {kGreen, kYellow, kRed, kRed, kRed, kFaint, kFaint};
+
 constexpr std::size_t kNarrowFrame = 5;  // digits
 constexpr std::size_t kNarrowTime = 7;   // to 999.999 s
 constexpr std::size_t kNarrowPosition = 8;
@@ -82,23 +85,6 @@ std::size_t BreakAt(std::string_view text, std::size_t width) {
   return blank == std::string_view::npos || blank == 0 ? width : blank;
 }
 
-char const* ColorOf(Match match) {
-  switch (match) {
-    case Match::kStart:
-      return kGreen;
-    case Match::kCarried:
-      return kYellow;
-    case Match::kNoStart:
-    case Match::kSingle:
-    case Match::kNoWindow:
-      return kRed;
-    case Match::kWarmUp:
-    case Match::kOff:
-      return kFaint;
-  }
-  return kPlain;
-}
-
 class TableWriter : public ResultWriter {
  public:
   TableWriter(OutputFile& output, TableStyle const& style)
@@ -121,7 +107,8 @@ class TableWriter : public ResultWriter {
     if (mLayout.columns.empty()) WriteHead(std::to_string(r.frame).size());
     std::vector<std::string> cells;
     for (TableColumn const& column : mLayout.columns) cells.push_back(column.cell(r, column));
-    mOutput.Write(TableRow(mLayout, cells, r.message, mUsesColor ? ColorOf(r.match) : nullptr));
+    mOutput.Write(
+        TableRow(mLayout, cells, r.message, mUsesColor ? kColors[static_cast<std::size_t>(r.match)] : nullptr));
   }
 
   void End(ResultEnd const& /*end*/) override {

@@ -1,4 +1,4 @@
-// Which columns of a replay's table fit into a terminal.
+// The table of a replay: which columns fit into a terminal, and its rows.
 #pragma once
 
 #include <cstddef>

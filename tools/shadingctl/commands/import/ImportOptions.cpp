@@ -70,33 +70,27 @@ void AddCsvOptions(CLI::App& command, ImportArguments& arguments, CLI::Option& f
           "The column of a field; once for each")
       ->type_name("FIELD=COLUMN")
       ->expected(1)
-      ->take_all()
-      ->needs(frames);
-  AddNumber(command, "--skip", arguments.skip, std::uint32_t{0}, std::uint32_t{1000000}, "Lines before the header")
-      ->needs(frames);
+      ->take_all();
+  AddNumber(command, "--skip", arguments.skip, std::uint32_t{0}, std::uint32_t{1000000}, "Lines before the header");
   AddNumber(command, "--hall-skip", arguments.hallSkip, std::uint32_t{0}, std::uint32_t{1000000},
-            "The same of the samples' file, where it differs")
-      ->needs(frames);
+            "The same of the samples' file, where it differs");
   std::map<std::string, recording::Separator> separators;
   for (recording::Separator const& separator : recording::kSeparators) separators[separator.name] = separator;
   AddChoice<recording::Separator>(command, "--separator", separators, arguments.separator, "What stands between values")
-      ->default_str("comma")
-      ->needs(frames);
-  command.add_flag("--skip-bad", arguments.skipBad, "Leave out lines that cannot be read, and say how many")
-      ->needs(frames);
-  AddChoice<TimeUnit>(command, "--time-unit", kTimeUnits, arguments.timeUnit, "Unit of the times")
-      ->default_str("ns")
-      ->needs(frames);
+      ->default_str("comma");
+  command.add_flag("--skip-bad", arguments.skipBad, "Leave out lines that cannot be read, and say how many");
+  AddChoice<TimeUnit>(command, "--time-unit", kTimeUnits, arguments.timeUnit, "Unit of the times")->default_str("ns");
   AddChoice<TimeUnit>(command, "--hall-time-unit", kTimeUnits, arguments.hallTimeUnit,
-                      "The same of the samples, where it differs")
-      ->needs(frames);
+                      "The same of the samples, where it differs");
   AddChoice<TimeUnit>(command, "--duration-unit", kTimeUnits, arguments.durationUnit,
-                      "The same of exposure and readout times, where it differs")
-      ->needs(frames);
+                      "The same of exposure and readout times, where it differs");
   AddNumber(command, "--delivery-delay-us", arguments.deliveryDelayUs, std::uint32_t{0}, std::uint32_t{1000000},
             "Deliver samples by time, so long after a frame's readout, instead of with the frame that they name; 1000 "
-            "where they name none")
-      ->needs(frames);
+            "where they name none");
+  for (char const* const name : {"--map", "--skip", "--hall-skip", "--separator", "--skip-bad", "--time-unit",
+                                 "--hall-time-unit", "--duration-unit", "--delivery-delay-us"}) {
+    command.get_option(name)->needs(frames);
+  }
 }
 
 }  // namespace

@@ -71,7 +71,7 @@ void AddCheckOptions(CLI::App& command, ReplayArguments& arguments) {
       ->check(CLI::IsMember(names).description(""));
 }
 
-// The ends of a span are told from there on.
+// Gates need the ends of spans, which the library tells from that level on.
 void RefuseGatesBelowDetail(ReplayArguments const& arguments) {
   Gates const& gates = arguments.gates;
   int const logLevel = arguments.settings.logLevel;

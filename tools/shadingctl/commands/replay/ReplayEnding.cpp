@@ -8,8 +8,6 @@
 namespace shadingctl {
 namespace {
 
-constexpr DiffOptions kCheckOptions = {0, 5};
-
 std::string DigestText(ResultChecks const& checks) {
   return checks.Digest() ? fmt::format("Digest     {} of the rows as CSV\n", *checks.Digest()) : std::string();
 }
@@ -23,7 +21,7 @@ std::string SummaryText(ReplayRun const& run, std::optional<std::size_t> width) 
   return hosting::EscapedLines(shown + run.summaries.Text(width) + DigestText(run.checks));
 }
 
-// The summary goes to the stream that does not carry the result; nowhere where it is part of that.
+// The summary goes to the stream that does not carry the result, or nowhere if it is part of the result.
 enum class SummaryPlace { kNone, kOutput, kErrors };
 
 SummaryPlace PlaceOf(ReplayArguments const& arguments) {
@@ -54,7 +52,7 @@ struct ResultChecks::Digester {
 
 ResultChecks::ResultChecks(ReplayArguments const& arguments) : mGates(arguments.gates) {
   if (!arguments.golden.empty()) {
-    mGolden.emplace(arguments.golden, kCheckOptions);
+    mGolden.emplace(arguments.golden, DiffOptions{0, 5});
     ResultHead const& head = mGolden->HeadOfA();
     // A column that is left out would not be checked.
     if (!head.firstLeftOut.empty()) throw hosting::UnusableInput(LeftOutText(head));

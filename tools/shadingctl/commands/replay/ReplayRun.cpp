@@ -9,7 +9,6 @@
 #include "hosting/HostLibrary.h"
 #include "hosting/LibraryNumbers.h"
 #include "recording/Recording.h"
-#include "tools/shadingctl/replay/ForeignLibrary.h"
 #include "tools/shadingctl/replay/Replay.h"
 #include "tools/shadingctl/report/Page.h"
 #include "tools/shadingctl/synthetic/SyntheticSession.h"
