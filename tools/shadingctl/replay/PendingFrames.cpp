@@ -4,7 +4,6 @@
 #include <limits>
 #include <utility>
 
-
 namespace shadingctl {
 namespace {
 
