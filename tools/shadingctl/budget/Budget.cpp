@@ -51,8 +51,9 @@ struct History {
 
 // The look-back: how long before the timestamp the samples at the start of the search interval are taken.
 std::int64_t ReachBackNs(std::int64_t exposureNs, std::int64_t readoutNs) {
-  auto const shorterUs = static_cast<double>(std::min(exposureNs, readoutNs) / kMicrosecondNs);
-  return exposureNs + static_cast<std::int64_t>(shorterUs * kOffsetFactor) * kMicrosecondNs + kOffsetConstantNs;
+  std::int64_t const shorterUs = std::min(exposureNs, readoutNs) / kMicrosecondNs;
+  auto const shareUs = static_cast<std::int64_t>(static_cast<double>(shorterUs) * kOffsetFactor);
+  return exposureNs + shareUs * kMicrosecondNs + kOffsetConstantNs;
 }
 
 // Updates are one frame interval apart, and each delivers every sample taken until then.

@@ -1,5 +1,5 @@
-// The columns of a result in one table, from which CSV, JSON, the reader, the comparison and the page take them.
-// docs/replay-output.md says what they mean.
+// The columns of a result in one table. CSV, JSON, the reader, the comparison, the page and docs/replay-output.md take
+// them from here.
 #pragma once
 
 #include <array>
@@ -58,6 +58,7 @@ struct ResultColumn {
   bool isInCsv;  // the others are in JSON alone
   char const* unit;
   int level;                                    // the library's log level from which the column holds its values
+  char const* meaning;                          // in Markdown
   Json (*of)(FrameResult const&);               // null for none
   std::string (*numberText)(double) = nullptr;  // of kNumber: as many digits as are known
 };
