@@ -14,7 +14,6 @@
 #include "tools/shadingctl/doctor/ShadingInterface.h"
 #include "tools/shadingctl/dumps/HallDumpFile.h"
 #include "tools/shadingctl/explain/ExplainWriter.h"
-#include "tools/shadingctl/explain/FrameWords.h"
 #include "tools/shadingctl/explain/LogExplanation.h"
 #include "tools/shadingctl/log/FrameMessages.h"
 #include "tools/shadingctl/output/OutputFile.h"

@@ -4,7 +4,7 @@
 
 #include "hosting/LibraryNumbers.h"
 #include "tools/shadingctl/budget/Budget.h"
-#include "tools/shadingctl/output/PercentText.h"
+#include "tools/shadingctl/output/Console.h"
 
 namespace shadingctl {
 namespace {

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "hosting/QuotedText.h"
-#include "tools/shadingctl/explain/FrameWords.h"
 #include "tools/shadingctl/output/Console.h"
 
 namespace shadingctl {

@@ -1,10 +1,12 @@
-// Shows explained frames, in words or as the rows of a result. docs/explain.md describes both.
+// Shows explained frames, in words or as the rows of a result. docs/explain.md describes both. FrameWords.cpp has the
+// words of one frame.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/shadingctl/explain/LogExplanation.h"
 #include "tools/shadingctl/output/Json.h"
@@ -12,6 +14,13 @@
 #include "tools/shadingctl/result/ResultWriter.h"
 
 namespace shadingctl {
+
+// One sentence: what became of the frame, and why.
+std::string Headline(FrameResult const& result, FrameFacts const& facts);
+
+// The steps in their order, one sentence each: the search interval, the history and its window, the start, the end, the
+// position.
+std::vector<std::string> Story(FrameResult const& result, FrameFacts const& facts);
 
 // What a log is like.
 std::string ReportText(LogReport const& report, std::string const& logName);

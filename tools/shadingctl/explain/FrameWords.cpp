@@ -1,4 +1,4 @@
-#include "tools/shadingctl/explain/FrameWords.h"
+#include "tools/shadingctl/explain/ExplainWriter.h"
 
 #include <fmt/format.h>
 

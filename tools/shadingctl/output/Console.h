@@ -1,5 +1,7 @@
-// What the user sees: messages and progress on standard error (results go elsewhere), and colours.
+// What the user sees: messages and progress on standard error (results go elsewhere), colours and percentages.
 #pragma once
+
+#include <fmt/format.h>
 
 #include <chrono>
 #include <cstdint>
@@ -26,6 +28,19 @@ constexpr char kYellow[] = "\033[33m";
 constexpr char kRed[] = "\033[31m";
 constexpr char kFaint[] = "\033[2m";
 constexpr char kPlain[] = "\033[0m";
+
+// "96.9 %"; what is neither nothing nor all is never rounded to either.
+inline std::string PercentText(double percent) {
+  std::string const text = fmt::format("{:.1f}", percent);
+  if (text == "100.0" && percent < 100) return ">99.9 %";
+  if (text == "0.0" && percent > 0) return "<0.1 %";
+  return text + " %";
+}
+
+// Requires: all > 0.
+inline std::string PercentText(std::uint64_t part, std::uint64_t all) {
+  return PercentText(100.0 * static_cast<double>(part) / static_cast<double>(all));
+}
 
 // A progress bar. Shows nothing when standard error is no terminal, when it is not wanted, and during the first second.
 // Removed at destruction.

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "tools/shadingctl/output/PercentText.h"
+#include "tools/shadingctl/output/Console.h"
 
 namespace shadingctl {
 namespace {

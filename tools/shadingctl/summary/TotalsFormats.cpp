@@ -5,7 +5,7 @@
 
 #include "hosting/QuotedText.h"
 #include "tools/shadingctl/output/Json.h"
-#include "tools/shadingctl/output/PercentText.h"
+#include "tools/shadingctl/output/Console.h"
 #include "tools/shadingctl/summary/Totals.h"
 
 namespace shadingctl {
