@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "hosting/QuotedText.h"
-#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/output/Console.h"
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/summary/Totals.h"
 
 namespace shadingctl {
