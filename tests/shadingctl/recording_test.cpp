@@ -1,8 +1,8 @@
 // Recordings of version 1: accepted and refused input, and counted irregularities.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -136,6 +136,10 @@ TEST(Recording, MayBeWrittenInManyWays) {
   }
 }
 
+nlohmann::json SamplesOf(std::string const& recording) {
+  return nlohmann::json::parse(RunTool("replay --format json " + recording).out)["summary"]["cameras"][0]["samples"];
+}
+
 TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
   TemporaryDirectory const directory;
   directory.Write("frames.csv",
@@ -158,32 +162,31 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
       hall += std::to_string(row.frame) + "," + std::to_string(timeUs * 1000) + ",1,1\n";
   }
   directory.Write("hall.csv", hall);
-  Outcome const outcome = RunTool("replay --format csv " + directory.Path());
+  Outcome const outcome = RunTool("replay --format json -o " + directory.Path() + "/result " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(Lines(outcome.out).size(), 5U);
-  std::string const summary = Replaced(outcome.err, directory.Path(), "DIR");
+  ExpectGolden(Replaced(WithoutDurations(outcome.out), directory.Path(), "DIR"), "oddities.txt");
+  auto const result = nlohmann::json::parse(Replaced(ReadFile(directory.Path() + "/result"), directory.Path(), "DIR"));
+  EXPECT_EQ(result["frames"].size(), 4U);
   // 8 new samples after the first in 9.5 ms. Jitter: 1000, 900, 1100, 998, 1000, 1000, 1000 have the mean 6998 / 7 and
   // the mean square 7016004 / 7.
-  EXPECT_NE(
-      summary.find(
-          "Samples    13 in 3 batches\n"
-          "           842.1 a second, interval 1000.0 us (median, within 1.6 %), jitter 53.5 us, longest 2500.0 us\n"
-          "           gaps 1, backward steps 2, repeated 4 (2 with the same time)\n"),
-      std::string::npos)
-      << summary;
-  std::size_t const found = std::min(summary.find("Found"), summary.size());
-  EXPECT_EQ(summary.substr(found, summary.find("Replay ") - found),
-            "Found      frames earlier than the frame before: 2, first at DIR/frames.csv:4\n"
-            "Found      empty batches, frames with which no sample was delivered: 1, first at DIR/frames.csv:4\n"
-            "Found      samples earlier than the sample before: 2, first at DIR/hall.csv:6\n"
-            "Found      samples of frames that are not listed (delivered with the next one): 2, first at "
-            "DIR/hall.csv:2\n"
-            "Found      samples after the last listed frame (not delivered): 1, first at DIR/hall.csv:15\n");
+  auto const& samples = result["summary"]["cameras"][0]["samples"];
+  EXPECT_NEAR(samples["rate_hz"].get<double>(), 8 / 0.0095, 0.1);
+  EXPECT_NEAR(samples["jitter_us"].get<double>(), 53.5, 0.05);
+  auto copy = samples;
+  for (char const* const named : {"rate_hz", "jitter_us", "interval_error"}) copy.erase(named);
+  EXPECT_EQ(copy.dump(),
+            R"({"backward_steps":2,"batches":3,"batches_dropped":0,"batches_split":2,"delivered":13,"duplicates":2,)"
+            R"("gaps":1,"interval_us":1000.0,"longest_us":2500.0,"repeated":4})");
+  EXPECT_EQ(result["summary"]["found"].dump(),
+            R"({"empty_batches":{"count":1,"first":"DIR/frames.csv:4"},)"
+            R"("frame_times_backward":{"count":2,"first":"DIR/frames.csv:4"},)"
+            R"("lost_calls":{"count":0,"first":null},"lost_samples":{"count":0,"first":null},)"
+            R"("sample_times_backward":{"count":2,"first":"DIR/hall.csv:6"},)"
+            R"("undelivered_samples":{"count":1,"first":"DIR/hall.csv:15"},)"
+            R"("unlisted_samples":{"count":2,"first":"DIR/hall.csv:2"}})");
 
   directory.Write("hall.csv", "frame,timestamp_ns,hall_x,hall_y\n10,-5,1,1\n");
-  EXPECT_NE(RunTool("replay --format csv " + directory.Path()).err.find("Samples    1 in 1 batches\n           gaps 0"),
-            std::string::npos)
-      << "one sample has no rate";
+  EXPECT_TRUE(SamplesOf(directory.Path())["rate_hz"].is_null()) << "one sample has no rate";
 }
 
 TEST(Recording, OneOfItsFilesStandsForIt) {
@@ -217,32 +220,34 @@ TEST(Generate, WhatItWritesReplaysAsTheBuiltInSession) {
 
 TEST(Generate, IrregularitiesAreThereWhenAskedForOnly) {
   TemporaryDirectory const directory;
-  auto const summary = [&](std::string const& overlap) {
+  auto const samplesWith = [&](std::string const& overlap) {
     RunTool(
         "generate --force --frames 200 --frame-rate 30 --hall-rate 500 --jitter-us 100 --drop 0 --late 0 "
         "--pause-us 0 --overlap " +
         overlap + " " + directory.Path());
-    return RunTool("replay --format csv " + directory.Path()).err;
+    return SamplesOf(directory.Path());
   };
-  std::string const regular = summary("0");
-  for (char const* const part : {"Frames     200 (1 to 200), 6.633 s\n", " 200 batches\n           500.0 a second",
-                                 "longest 2193.6 us\n", "gaps 0, backward steps 0, repeated 0 "}) {
-    EXPECT_NE(regular.find(part), std::string::npos) << part << regular;
-  }
-  EXPECT_EQ(regular.find("Found"), std::string::npos) << regular;
-  EXPECT_NE(summary("1").find("gaps 0, backward steps 199, "), std::string::npos) << "every batch but the first";
+  auto const regular = samplesWith("0");
+  EXPECT_EQ(regular["batches"], 200);
+  EXPECT_NEAR(regular["rate_hz"].get<double>(), 500, 0.05);
+  EXPECT_NEAR(regular["longest_us"].get<double>(), 2193.6, 0.05);
+  for (char const* const none : {"gaps", "backward_steps", "repeated"}) EXPECT_EQ(regular[none], 0) << none;
+  auto const result = nlohmann::json::parse(RunTool("replay --format json " + directory.Path()).out);
+  for (auto const& [name, oddity] : result["summary"]["found"].items()) EXPECT_EQ(oddity["count"], 0) << name;
+  EXPECT_EQ(result["summary"]["cameras"][0]["recorded_ns"], 6633333267);
+  auto const overlapping = samplesWith("1");
+  EXPECT_EQ(overlapping["gaps"], 0);
+  EXPECT_EQ(overlapping["backward_steps"], 199) << "every batch but the first";
 }
 
 TEST(Recording, OfARunningPersonReplaysWhole) {
   if (!std::filesystem::exists(RUNNING_RECORDING)) GTEST_SKIP() << "no recording in " RUNNING_RECORDING;
-  Outcome const outcome = RunTool("replay --format csv " RUNNING_RECORDING);
+  Outcome const outcome = RunTool("replay --format json " RUNNING_RECORDING);
   EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(Lines(outcome.out).size(), 302U);
-  EXPECT_NE(outcome.err.find("Matched    start 174 (61.7 %), carried 107 (37.9 %), no_start 1 (0.4 %)\n"
-                             "Match rate 61.7 % of the 282 frames after the warm-up have a sample at their start (57.8 "
-                             "% of all 301)\n"),
-            std::string::npos)
-      << outcome.err;
+  auto const result = nlohmann::json::parse(outcome.out);
+  EXPECT_EQ(result["frames"].size(), 301U);
+  EXPECT_EQ(result["summary"]["cameras"][0]["matches"].dump(),
+            R"({"carried":107,"no_start":1,"no_window":0,"off":0,"single":0,"start":174,"warm_up":19})");
 }
 
 }  // namespace
