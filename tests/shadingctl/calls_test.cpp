@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <ostream>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -70,19 +69,6 @@ struct Played {
   std::string options = {};
 };
 
-std::ostream& operator<<(std::ostream& stream, Played const& played) { return stream << played.name; }
-
-class PlayedCalls : public testing::TestWithParam<Played> {};
-
-TEST_P(PlayedCalls, GiveTheseRows) {
-  TemporaryDirectory const directory;
-  WriteCalls(directory, GetParam().calls, GetParam().settings);
-  Outcome const outcome = RunTool("replay --quiet --format csv " + directory.Path() + " " + GetParam().options);
-  EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(Replaced(outcome.err, "shadingctl: NOTHING MATCHED: not one frame has a sample at its start\n", ""), "");
-  EXPECT_EQ(Columns(outcome.out, kRowColumns), GetParam().rows);
-}
-
 std::string const kStart0 = Start("0", "3");
 std::string const kReadout0 = Readout("0", "0", "20000000");
 std::string const kUpdate0 = Update("0");
@@ -100,73 +86,77 @@ std::string Pair2(char const* type) {
 }
 std::string const kNoHistory = "7,1000000000000,0,warm_up,0,,,-5598,,,,,0 of 100 samples so far,0\n";
 
-INSTANTIATE_TEST_SUITE_P(
-    All, PlayedCalls,
-    testing::Values(
-        Played{"EachTypeHasItsPair",
-               {kStart0, kReadout0, kUpdate0, Calc("0", "0"), Calc("0", "1"), Calc("0", "4"), Calc("0", "5"),
-                Calc("0", "6")},
-               Pair0("0") + Pair0("1") + Pair2("4") + kPair1 + Pair2("6")},
-        Played{"TheOptionTakesThePlaceOfTypes",
-               {kStart0, kReadout0, kUpdate0, Calc("0", "0"), Calc("0", "4")},
-               kPair1 + kPair1,
-               "",
-               "--type 5"},
-        Played{"AComputationBeforeItsUpdateKnowsNothing",
-               {kStart0, kReadout0, Calc("0", "0"), kUpdate0, Calc("0", "0")},
-               kNoHistory + Pair0("0")},
-        // The window ends 10 ms after the start: k * k from 0 to 10 has the mean 385 / 11.
-        Played{"AModeSwitchMovesTheEnd",
-               {kStart0, kReadout0, kUpdate0, Readout("0", "1", "10000000"), Calc("0", "0")},
-               "7,1000000000000,0,start,100,40,50,-5598,0,0,35,-5,,0\n"},
-        Played{"AStopTakesTheHistoryAndTheReadout",
-               {kStart0, kReadout0, kUpdate0, Stop("0", "3"), Calc("0", "0"), kStart0, Calc("0", "0")},
-               "7,1000000000000,0,off,,,,,,,,,camera without a monitor,0\n" + Replaced(kNoHistory, "-5598", "-166")},
-        Played{"RegisteringAndStartingApartIsTheSame",
-               {Replaced(kStart0, "register_start", "register"), Calc("0", "0"), Replaced(kStart0, "register_", ""),
-                kReadout0, kUpdate0, Calc("0", "0")},
-               "7,1000000000000,0,warm_up,0,,,-166,,,,,0 of 100 samples so far,0\n" + Pair0("0")},
-        Played{"TwoCamerasDoNotMix",
-               {kStart0, Start("2", "5"), kReadout0, Readout("2", "0", "10000000"), kUpdate0, Update("2"),
-                Calc("2", "0"), Calc("0", "0")},
-               "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n" + Pair0("0")},
-        Played{"OneOfTwoCameras",
-               {kStart0, Start("2", "5"), kReadout0, Readout("2", "0", "10000000"), kUpdate0, Update("2"),
-                Calc("2", "0"), Calc("0", "0")},
-               "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n",
-               "cameras,0 2\n",
-               "--camera 2"},
-        // Camera 2 is one of the built-in device, the others are not.
-        Played{"CamerasWhoseTypesAreNotRecordedDoNotMix",
-               {Start("8", ""), Start("2", ""), Start("9", ""), Readout("9", "0", "20000000"),
-                Readout("2", "0", "10000000"), Update("9"), Update("2"), Calc("2", "0"), Calc("9", "0"), Stop("2", ""),
-                Calc("8", "0"), Calc("9", "0")},
-               "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n" + Replaced(Pair0("0"), ",,0\n", ",,9\n") +
-                   "7,1000000000000,0,warm_up,0,,,-166,,,,,0 of 100 samples so far,8\n" +
-                   Replaced(Pair0("0"), ",,0\n", ",,9\n"),
-               "cameras,8 2 9\n"},
-        // Camera 9 is none of the built-in device.
-        Played{
-            "CamerasOfTheRecordingTakeThePlaceOfTheDevices",
-            {Start("9", "4"), Readout("9", "3", "20000000"), Update("9"), Calc("9", "0"), Calc("0", "0")},
-            Replaced(Pair0("0"), ",,0\n", ",,9\n") + "7,1000000000000,0,off,,,,,,,,,camera not in the sensor map,0\n",
-            "cameras,9\n"},
-        Played{"TheRecordingSaysTheMode",
-               {kStart0, kReadout0, kUpdate0, Calc("0", "0")},
-               Replaced(Pair0("0"), "136.666672,-10", "400,-20"),
-               "calculation_mode,4\n"},
-        Played{"TheOptionWinsOverTheRecordedMode",
-               {kStart0, kReadout0, kUpdate0, Calc("0", "0")},
-               Pair0("0"),
-               "calculation_mode,4\n",
-               "--mode mean"},
-        // Without a camera and a type: whatever the replay is asked for.
-        Played{"ACallThatNamesNoCameraIsTheOneAskedFor",
-               {Start("", ""), Readout("", "", "20000000"), Update(""), Calc("", "")},
-               Replaced(Pair0("0"), ",,0\n", ",,2\n"),
-               "",
-               "--camera 2"}),
-    [](auto const& played) { return played.param.name; });
+TEST(PlayedCalls, GiveTheseRows) {
+  Played const rows[] = {
+      {"EachTypeHasItsPair",
+       {kStart0, kReadout0, kUpdate0, Calc("0", "0"), Calc("0", "1"), Calc("0", "4"), Calc("0", "5"), Calc("0", "6")},
+       Pair0("0") + Pair0("1") + Pair2("4") + kPair1 + Pair2("6")},
+      {"TheOptionTakesThePlaceOfTypes",
+       {kStart0, kReadout0, kUpdate0, Calc("0", "0"), Calc("0", "4")},
+       kPair1 + kPair1,
+       "",
+       "--type 5"},
+      {"AComputationBeforeItsUpdateKnowsNothing",
+       {kStart0, kReadout0, Calc("0", "0"), kUpdate0, Calc("0", "0")},
+       kNoHistory + Pair0("0")},
+      // The window ends 10 ms after the start: k * k from 0 to 10 has the mean 385 / 11.
+      {"AModeSwitchMovesTheEnd",
+       {kStart0, kReadout0, kUpdate0, Readout("0", "1", "10000000"), Calc("0", "0")},
+       "7,1000000000000,0,start,100,40,50,-5598,0,0,35,-5,,0\n"},
+      {"AStopTakesTheHistoryAndTheReadout",
+       {kStart0, kReadout0, kUpdate0, Stop("0", "3"), Calc("0", "0"), kStart0, Calc("0", "0")},
+       "7,1000000000000,0,off,,,,,,,,,camera without a monitor,0\n" + Replaced(kNoHistory, "-5598", "-166")},
+      {"RegisteringAndStartingApartIsTheSame",
+       {Replaced(kStart0, "register_start", "register"), Calc("0", "0"), Replaced(kStart0, "register_", ""), kReadout0,
+        kUpdate0, Calc("0", "0")},
+       "7,1000000000000,0,warm_up,0,,,-166,,,,,0 of 100 samples so far,0\n" + Pair0("0")},
+      {"TwoCamerasDoNotMix",
+       {kStart0, Start("2", "5"), kReadout0, Readout("2", "0", "10000000"), kUpdate0, Update("2"), Calc("2", "0"),
+        Calc("0", "0")},
+       "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n" + Pair0("0")},
+      {"OneOfTwoCameras",
+       {kStart0, Start("2", "5"), kReadout0, Readout("2", "0", "10000000"), kUpdate0, Update("2"), Calc("2", "0"),
+        Calc("0", "0")},
+       "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n",
+       "cameras,0 2\n",
+       "--camera 2"},
+      // Camera 2 is one of the built-in device, the others are not.
+      {"CamerasWhoseTypesAreNotRecordedDoNotMix",
+       {Start("8", ""), Start("2", ""), Start("9", ""), Readout("9", "0", "20000000"), Readout("2", "0", "10000000"),
+        Update("9"), Update("2"), Calc("2", "0"), Calc("9", "0"), Stop("2", ""), Calc("8", "0"), Calc("9", "0")},
+       "7,1000000000000,0,start,100,40,50,-5598,0,0,-5,35,,2\n" + Replaced(Pair0("0"), ",,0\n", ",,9\n") +
+           "7,1000000000000,0,warm_up,0,,,-166,,,,,0 of 100 samples so far,8\n" +
+           Replaced(Pair0("0"), ",,0\n", ",,9\n"),
+       "cameras,8 2 9\n"},
+      // Camera 9 is none of the built-in device.
+      {"CamerasOfTheRecordingTakeThePlaceOfTheDevices",
+       {Start("9", "4"), Readout("9", "3", "20000000"), Update("9"), Calc("9", "0"), Calc("0", "0")},
+       Replaced(Pair0("0"), ",,0\n", ",,9\n") + "7,1000000000000,0,off,,,,,,,,,camera not in the sensor map,0\n",
+       "cameras,9\n"},
+      {"TheRecordingSaysTheMode",
+       {kStart0, kReadout0, kUpdate0, Calc("0", "0")},
+       Replaced(Pair0("0"), "136.666672,-10", "400,-20"),
+       "calculation_mode,4\n"},
+      {"TheOptionWinsOverTheRecordedMode",
+       {kStart0, kReadout0, kUpdate0, Calc("0", "0")},
+       Pair0("0"),
+       "calculation_mode,4\n",
+       "--mode mean"},
+      // Without a camera and a type: whatever the replay is asked for.
+      {"ACallThatNamesNoCameraIsTheOneAskedFor",
+       {Start("", ""), Readout("", "", "20000000"), Update(""), Calc("", "")},
+       Replaced(Pair0("0"), ",,0\n", ",,2\n"),
+       "",
+       "--camera 2"}};
+  for (Played const& row : rows) {
+    TemporaryDirectory const directory;
+    WriteCalls(directory, row.calls, row.settings);
+    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.Path() + " " + row.options);
+    EXPECT_EQ(outcome.exitCode, 0) << row.name;
+    EXPECT_EQ(Replaced(outcome.err, "shadingctl: NOTHING MATCHED: not one frame has a sample at its start\n", ""), "");
+    EXPECT_EQ(Columns(outcome.out, kRowColumns), row.rows) << row.name;
+  }
+}
 
 // An exposure of 200 ms starts 118 ms before the oldest sample.
 TEST(Calls, TheFlagIsHandedInAsRecorded) {

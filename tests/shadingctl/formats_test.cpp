@@ -171,6 +171,9 @@ INSTANTIATE_TEST_SUITE_P(
                "$frame * $match $samples $offset_us $hall_x $hall_y $message"},
         Stated{"ReplaySummary", "replay s --summary", "/summary/cameras",
                "$coverage_median*100 of its readout median $coverage_worst*100 at worst"},
+        Stated{"ReplayMatchRate", "replay s --summary", "/summary/cameras",
+               "Match rate $match_rate*100 of the * frames after the warm-up have a sample at their start "
+               "$match_rate_of_all*100 of all $frames"},
         Stated{"ReplayFindings", "replay s --summary", "/findings", "$code $severity $frames_count * $text"},
         Stated{"ExplainText", "explain s --frame 213", "/explained", "Camera $camera frame $frame $text"},
         Stated{"BudgetTable", kSweep, "/budgets",
