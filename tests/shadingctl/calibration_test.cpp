@@ -97,6 +97,12 @@ TEST_F(Calibration, SoundDataGiveExitCode0AndTheirNumbers) {
             R"({"default":null,"flag":-127,"flag_f":7,"gradient":-6,"index":3,"reason":"gradient -6 lies in -8 to -5",)"
             R"("record":"01 2d 2d 2d 2d 06 81 2d 2d 2d 07","record_offset":16,"settled":true,"sound":true,)"
             R"("valid_byte":1})");
+  EXPECT_EQ(shown[0]["file_bytes"], 2373);
+  auto block = shown[0]["block"];
+  for (char const* const list : {"reason", "rows", "stored", "values"}) block.erase(list);
+  EXPECT_EQ(block.dump(),
+            R"({"default":null,"default_fill":false,"kind":"as stored","length":2341,"maximum":2177,"mean":1088.5,)"
+            R"("minimum":0,"mirrored":false,"offset":32,"sound":true,"valid_byte":1})");
   EXPECT_EQ(shown[0]["block"]["rows"][8].dump(),
             R"({"maximum":2177,"mean":2112.5,"minimum":2048})");  // 2048 + 0 to 129
   EXPECT_EQ(shown[0]["messages"].size(), 3U);

@@ -25,6 +25,7 @@ TEST(FitCommand, FindsHowTheImageFollowsTheLens) {
   EXPECT_EQ(fit["schema"], "shadingctl-fit");
   EXPECT_EQ(fit["version"], 2);
   EXPECT_EQ(fit["axes"]["y"]["hall"], "hall_y");
+  for (char const* const axis : {"x", "y"}) EXPECT_EQ(fit["axes"][axis].size(), 1U + 12) << "its hall axis, quantities";
   EXPECT_NEAR(fit["axes"]["x"]["gain"]["value"].get<double>(), 0.5, 0.01);
   EXPECT_NEAR(fit["axes"]["y"]["gain"]["value"].get<double>(), -0.5, 0.01);
   EXPECT_EQ(fit["axes"]["x"]["lag_slope"]["library"], 0.5432);

@@ -15,6 +15,7 @@ TEST(Usage, IsAnswered) {
     char const* told;  // part of what is written
   } const rows[] = {
       {"--version", 0, "shadingctl 1."},
+      {"generate --help", 0, "--hall-rate"},
       {"", 2, "subcommand is required"},
       {"-V", 0, "shadingctl 1."},
       {"repaly", 2, "not expected: repaly\nDid you mean replay?\n"},
