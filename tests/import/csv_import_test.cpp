@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <map>
-#include <ostream>
 #include <string>
 #include <utility>
 
@@ -86,119 +85,120 @@ TEST(CsvImport, WithoutFramesOfSamplesDeliversByTimeAndSaysSo) {
       "timestamp_ns,hall_x,hall_y\n-5,1,1\n6000000,2,2\n6000001,3,3\n6000000,4,4\n16000000,5,5\n16000001,6,6\n");
   Outcome const outcome = RunScript("cd '" + directory.Path() +
                                     "' && shadingctl import --frames f.csv --hall h.csv --frame-time start -o r "
-                                    "--exposure-us 1000 --readout-us 2000 --delivery-delay-us 3000 && cat r/*.csv && "
+                                    "--exposure-us 1000 --readout-us 2000 --delivery-delay-us 3000 && "
                                     "shadingctl replay r --summary >/dev/null");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  EXPECT_NE(outcome.out.find("\n3,,update,,,,,1,1000000,2,"), std::string::npos) << outcome.out;
-  EXPECT_NE(outcome.out.find("\n5,,update,,,,,2,11000000,3,"), std::string::npos) << outcome.out;
-  EXPECT_NE(outcome.out.find("\n3,-5,1,1\n3,6000000,2,2\n5,6000001,3,3\n5,6000000,4,4\n5,16000000,5,5\n"),
-            std::string::npos)
-      << outcome.out;
-  EXPECT_NE(outcome.out.find("batches,rebuilt\n"), std::string::npos) << outcome.out;
+  std::string const made = directory.Path() + "/r/";
+  EXPECT_EQ(Columns(ReadFile(made + "calls.csv"), "call,kind,frame,timestamp_ns,samples"),
+            "1,register_start,,,\n2,readout,,,\n3,update,1,1000000,2\n4,calculate,1,1000000,\n5,update,2,11000000,3\n"
+            "6,calculate,2,11000000,\n7,stop,,,\n");
+  EXPECT_EQ(Columns(ReadFile(made + "hall.csv"), "call,timestamp_ns,hall_x,hall_y"),
+            "3,-5,1,1\n3,6000000,2,2\n5,6000001,3,3\n5,6000000,4,4\n5,16000000,5,5\n");
+  EXPECT_NE(LineOf(ReadFile(made + "recording.csv"), "batches,rebuilt"), "");
   EXPECT_NE(outcome.err.find("h.csv: its samples are delivered by time, 3000 us after"), std::string::npos);
   EXPECT_NE(outcome.err.find("results will differ from the phone's"), std::string::npos) << outcome.err;
   EXPECT_NE(outcome.err.find("h.csv: samples left out after the last frame's: 1"), std::string::npos);
   EXPECT_NE(outcome.err.find("r: its batches are those that an import put together"), std::string::npos) << outcome.err;
 }
 
-struct Refusal {
-  char const* frames;
-  char const* hall;
-  char const* options;
-  int exitCode;
-  char const* told;
-};
-
-std::ostream& operator<<(std::ostream& stream, Refusal const& refusal) { return stream << refusal.told; }
-
-class CsvRefusal : public testing::TestWithParam<Refusal> {};
-
-TEST_P(CsvRefusal, TellsThePlaceAndLeavesNothingBehind) {
-  TemporaryDirectory const directory;
-  directory.Write("f.csv", GetParam().frames);
-  directory.Write("h.csv", GetParam().hall);
-  Outcome const outcome =
-      RunScript("cd '" + directory.Path() + "' && shadingctl import --frames f.csv --hall h.csv " + GetParam().options);
-  EXPECT_EQ(outcome.exitCode, GetParam().exitCode);
-  EXPECT_NE(outcome.err.find(GetParam().told), std::string::npos) << outcome.err;
-  EXPECT_EQ(outcome.out, "");
-  std::size_t files = 0;
-  for ([[maybe_unused]] auto const& file : std::filesystem::directory_iterator(directory.Path())) ++files;
-  EXPECT_EQ(files, 2U);
-}
-
 constexpr char const* kFrames = "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n2,9,1,2\n";
 constexpr char const* kHall = "frame,timestamp_ns,hall_x,hall_y\n1,4,0.5,0.25\n2,8,0.5,0.25\n";
 
-INSTANTIATE_TEST_SUITE_P(
-    Options, CsvRefusal,
-    testing::Values(Refusal{kFrames, kHall, "-o r", 2, "--frames requires --frame-time"},
-                    Refusal{kFrames, kHall, "--frame-time end", 2, "--output is required"},
-                    Refusal{kFrames, kHall, "-o r --frame-time middle", 2, "--frame-time: middle not in"},
-                    Refusal{kFrames, kHall, "-o r --frame-time end x.log", 2, "excludes"},
-                    Refusal{kFrames, kHall, "-o r --frame-time end --map hall.z=a", 2, "FIELD is one of frames.expo"},
-                    Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=", 2, "found 'hall.x='"},
-                    Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=a --map hall.x=b", 2, "once"},
-                    Refusal{kFrames, kHall, "-o r --frame-time end --map frames.exposure=e --exposure-us 5", 2,
-                            "--exposure-us: excludes --map frames.exposure="},
-                    Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=hall_y", 2,
-                            "--map: expected a column for each field, found 'hall_y' for both hall.x and hall.y"},
-                    Refusal{kFrames, kHall, "-o r --frame-time end --map frames.timestamp=exposure_ns", 2,
-                            "'exposure_ns' for both frames.exposure and frames.timestamp"},
-                    Refusal{kFrames, kHall, "-o r --frame-time end --scale-x inf", 2, "--scale-x: expected a number"}));
+void ExpectRefusal(std::string const& frames, std::string const& hall, std::string const& options, int exitCode,
+                   char const* told) {
+  TemporaryDirectory const directory;
+  directory.Write("f.csv", frames);
+  directory.Write("h.csv", hall);
+  Outcome const outcome =
+      RunScript("cd '" + directory.Path() + "' && shadingctl import --frames f.csv --hall h.csv " + options);
+  EXPECT_EQ(outcome.exitCode, exitCode) << told;
+  EXPECT_NE(outcome.err.find(told), std::string::npos) << told << "\n" << outcome.err;
+  EXPECT_EQ(outcome.out, "") << told;
+  EXPECT_EQ(RunScript("ls " + directory.Path()).out, "f.csv\nh.csv\n") << told;
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Files, CsvRefusal,
-    testing::Values(
-        Refusal{kFrames, kHall, "-o r --frame-time end --map hall.x=ois_x", 3,
-                "h.csv:1: ois_x: expected this column, the header does not name it: 'frame,timestamp_ns,hall_x"},
-        Refusal{"frame,timestamp_ns\n1,2\n", kHall, "-o r --frame-time end", 3, "f.csv:1: exposure_ns: expected this"},
-        Refusal{"timestamp_ns,exposure_ns,rolling_shutter_ns\n5,1,2\n", kHall, "-o r --frame-time end", 3,
-                "h.csv: its samples name frames, and f.csv does not"},
-        Refusal{"about\n", kHall, "-o r --frame-time end --skip 3", 3, "f.csv:4: expected a header that names"},
-        Refusal{kFrames, "\nframe,timestamp_ns,hall_x,hall_y\n1,1.5,0,0\n", "-o r --frame-time end", 3,
-                "h.csv:3: timestamp_ns: expected a whole number of ns"},
-        Refusal{kFrames, "a\nb\nframe,timestamp_ns,hall_x,hall_y\n1,two,0,0\n",
-                "-o r --frame-time end --hall-skip 2 --hall-time-unit s", 3,
-                "h.csv:4: timestamp_ns: expected a time in s"},
-        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,1,0,nan\n", "-o r --frame-time end", 3,
-                "h.csv:2: hall_y: expected a decimal number, found 'nan'; --skip-bad leaves such lines out"},
-        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,1,0,0\n# a gap\n", "-o r --frame-time end", 3,
-                "h.csv:3: expected values, found a comment: '# a gap'; --skip-bad leaves such lines out"},
-        Refusal{
-            kFrames, "# of the run\nframe,timestamp_ns,hall_x,hall_y\n", "-o r --frame-time end", 3,
-            "h.csv:1: expected a header that names the columns timestamp_ns, hall_x and hall_y, found a comment: '# "
-            "of the run'; --skip N passes over"},
-        Refusal{kFrames, "frame;timestamp_ns;hall_x;hall_y\n1;1;0;0\n", "-o r --frame-time end", 3,
-                "h.csv:1: expected a comma between the names of columns, found 'frame;timestamp_ns;hall_x;hall_y'; "
-                "--separator semicolon reads such files"},
-        Refusal{kFrames, kHall, "-o r --frame-time end --separator tab", 3,
-                "f.csv:1: expected a tab between the names of columns, found 'frame,timestamp_ns,exposure_ns,rolling"},
-        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1.5,4,0,0\n", "-o r --frame-time end", 3,
-                "h.csv:2: frame: expected a whole number from 0 to 4294967295, found '1.5'"},
-        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n", kHall, "-o r --frame-time end", 3,
-                "f.csv: expected frames, found none"},
-        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n", "-o r --frame-time end", 3,
-                "h.csv: expected samples, found none"},
-        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,x,0,0\n", "-o r --frame-time end --skip-bad", 3,
-                "h.csv: expected samples, found none"},
-        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n7,4,0,0\n", "-o r --frame-time end", 3,
-                "h.csv: expected samples of the frames, found none among 1: the samples are from 4 to 4 ns, the frames "
-                "from 4 to 11 ns"},
-        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n1,1,1e38,0\n", "-o r --frame-time end --scale-x 10", 3,
-                "hall_x: expected a number that single precision holds once it is scaled, found '1e38'"},
-        Refusal{kFrames, "frame,timestamp_ns,hall_x,hall_y\n2,1,0,0\n1,2,0,0\n2,3,0,0\n", "-o r --frame-time end", 3,
-                "h.csv:3: frame: expected at least 2, the frame of the row before, found '1'"},
-        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n2,5,1,2\n2,9,1,2\n3,12,1,2\n", kHall,
-                "-o r --frame-time end", 3, "f.csv:3: frame: expected a number above 2, the frame before, found '2'"},
-        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,9223372036854775807,1,2\n", kHall,
-                "-o r --frame-time start", 3, "f.csv:2: timestamp_ns: expected an exposure that ends by"},
-        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,4294967296\n", kHall, "-o r --frame-time end",
-                3, "f.csv:2: rolling_shutter_ns: expected"},
-        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n2,9\n3,1,1,1\n", kHall,
-                "-o r --frame-time end", 3, "f.csv:3: expected as many fields"},
-        Refusal{"frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n\"2,9,1,2\n3,1,1,1\n", kHall,
-                "-o r --frame-time end", 3, "f.csv:3: "}));
+TEST(CsvImport, OfOptionsThatDoNotFitIsRefused) {
+  struct {
+    char const* options;
+    int exitCode;
+    char const* told;
+  } const rows[] = {
+      {"-o r", 2, "--frames requires --frame-time"},
+      {"--frame-time end", 2, "--output is required"},
+      {"-o r --frame-time middle", 2, "--frame-time: middle not in"},
+      {"-o r --frame-time end x.log", 2, "excludes"},
+      {"-o r --frame-time end --map hall.z=a", 2, "FIELD is one of frames.expo"},
+      {"-o r --frame-time end --map hall.x=", 2, "found 'hall.x='"},
+      {"-o r --frame-time end --map hall.x=a --map hall.x=b", 2, "once"},
+      {"-o r --frame-time end --map frames.exposure=e --exposure-us 5", 2,
+       "--exposure-us: excludes --map frames.exposure="},
+      {"-o r --frame-time end --map hall.x=hall_y", 2,
+       "--map: expected a column for each field, found 'hall_y' for both hall.x and hall.y"},
+      {"-o r --frame-time end --map frames.timestamp=exposure_ns", 2,
+       "'exposure_ns' for both frames.exposure and frames.timestamp"},
+      {"-o r --frame-time end --scale-x inf", 2, "--scale-x: expected a number"},
+      {"-o r --frame-time end --map hall.x=ois_x", 3,
+       "h.csv:1: ois_x: expected this column, the header does not name it: 'frame,timestamp_ns,hall_x"},
+      {"-o r --frame-time end --separator tab", 3,
+       "f.csv:1: expected a tab between the names of columns, found 'frame,timestamp_ns,exposure_ns,rolling"},
+  };
+  for (auto const& row : rows) ExpectRefusal(kFrames, kHall, row.options, row.exitCode, row.told);
+}
+
+std::string const kFrameNames = "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n";
+std::string const kHallNames = "frame,timestamp_ns,hall_x,hall_y\n";
+
+TEST(CsvImport, OfAFileThatCannotBeReadTellsThePlaceAndLeavesNothingBehind) {
+  struct {
+    std::string frames;
+    std::string hall;
+    char const* options;
+    char const* told;
+  } const rows[] = {
+      {"frame,timestamp_ns\n1,2\n", kHall, "", "f.csv:1: exposure_ns: expected this"},
+      {"timestamp_ns,exposure_ns,rolling_shutter_ns\n5,1,2\n", kHall, "",
+       "h.csv: its samples name frames, and f.csv does not"},
+      {"about\n", kHall, "--skip 3", "f.csv:4: expected a header that names"},
+      {kFrames, "\nframe,timestamp_ns,hall_x,hall_y\n1,1.5,0,0\n", "",
+       "h.csv:3: timestamp_ns: expected a whole number of ns"},
+      {kFrames, "a\nb\nframe,timestamp_ns,hall_x,hall_y\n1,two,0,0\n", "--hall-skip 2 --hall-time-unit s",
+       "h.csv:4: timestamp_ns: expected a time in s"},
+      {kFrames, kHallNames + "1,1,0,nan\n", "",
+       "h.csv:2: hall_y: expected a decimal number, found 'nan'; --skip-bad leaves such lines out"},
+      {kFrames, kHallNames + "1,1,0,0\n# a gap\n", "",
+       "h.csv:3: expected values, found a comment: '# a gap'; --skip-bad leaves such lines out"},
+      {kFrames, "# of the run\nframe,timestamp_ns,hall_x,hall_y\n", "",
+       "h.csv:1: expected a header that names the columns timestamp_ns, hall_x and hall_y, found a comment: '# of the "
+       "run'; --skip N passes over"},
+      {kFrames, "frame;timestamp_ns;hall_x;hall_y\n1;1;0;0\n", "",
+       "h.csv:1: expected a comma between the names of columns, found 'frame;timestamp_ns;hall_x;hall_y'; --separator "
+       "semicolon reads such files"},
+      {kFrames, kHallNames + "1.5,4,0,0\n", "",
+       "h.csv:2: frame: expected a whole number from 0 to 4294967295, found '1.5'"},
+      {kFrameNames, kHall, "", "f.csv: expected frames, found none"},
+      {kFrames, kHallNames, "", "h.csv: expected samples, found none"},
+      {kFrames, kHallNames + "1,x,0,0\n", "--skip-bad", "h.csv: expected samples, found none"},
+      {kFrames, kHallNames + "7,4,0,0\n", "",
+       "h.csv: expected samples of the frames, found none among 1: the samples are from 4 to 4 ns, the frames from 4 "
+       "to 11 ns"},
+      {kFrames, kHallNames + "1,1,1e38,0\n", "--scale-x 10",
+       "hall_x: expected a number that single precision holds once it is scaled, found '1e38'"},
+      {kFrames, kHallNames + "2,1,0,0\n1,2,0,0\n2,3,0,0\n", "",
+       "h.csv:3: frame: expected at least 2, the frame of the row before, found '1'"},
+      {kFrameNames + "2,5,1,2\n2,9,1,2\n3,12,1,2\n", kHall, "",
+       "f.csv:3: frame: expected a number above 2, the frame before, found '2'"},
+      {kFrameNames + "1,9223372036854775807,1,2\n", kHall, "--frame-time start",
+       "f.csv:2: timestamp_ns: expected an exposure that ends by"},
+      {kFrameNames + "1,5,1,4294967296\n", kHall, "", "f.csv:2: rolling_shutter_ns: expected"},
+      {kFrameNames + "1,5,1,2\n2,9\n3,1,1,1\n", kHall, "", "f.csv:3: expected as many fields"},
+      {kFrameNames + "1,5,1,2\n\"2,9,1,2\n3,1,1,1\n", kHall, "", "f.csv:3: "},
+  };
+  for (auto const& row : rows) {
+    bool const isStart = std::string(row.options).find("--frame-time") != std::string::npos;
+    ExpectRefusal(row.frames, row.hall, (isStart ? "-o r " : "-o r --frame-time end ") + std::string(row.options), 3,
+                  row.told);
+  }
+}
 
 // 150 frames of 30 Hz from 100 s on, each with an exposure of 10 ms that ends at its time and a readout of 20 ms: from
 // 99.99 to 104.986666517 s. `count` samples, `stepNs` apart from `fromNs` on.

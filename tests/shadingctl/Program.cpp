@@ -15,6 +15,22 @@
 namespace shadingctl {
 namespace {
 
+// Of a line of CSV, without quotes.
+std::vector<std::string> Cells(std::string const& line) {
+  std::vector<std::string> cells(1);
+  bool isQuoted = false;
+  for (char const character : line) {
+    if (character == '"') {
+      isQuoted = !isQuoted;
+    } else if (character == ',' && !isQuoted) {
+      cells.emplace_back();
+    } else {
+      cells.back() += character;
+    }
+  }
+  return cells;
+}
+
 // Skips all tests of a program that cannot start. The first word is what ctest looks for.
 class Startable : public testing::Environment {
   void SetUp() override {
@@ -72,21 +88,48 @@ std::vector<std::string> Lines(std::string const& text) {
   return lines;
 }
 
-std::vector<std::string> Fields(std::string const& line) {
-  std::vector<std::string> fields;
-  std::istringstream stream(line + ",");
-  for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
-  return fields;
+std::vector<std::map<std::string, std::string>> Rows(std::string const& csv) {
+  std::vector<std::map<std::string, std::string>> rows;
+  std::vector<std::string> names;
+  for (std::string const& line : Lines(csv)) {
+    std::vector<std::string> const cells = Cells(line);
+    if (names.empty()) {
+      names = cells;
+    } else if (cells.size() != names.size()) {
+      ADD_FAILURE() << "another number of cells than of columns: " << line;
+    } else {
+      rows.emplace_back();
+      for (std::size_t i = 0; i < cells.size(); ++i) rows.back()[names[i]] = cells[i];
+    }
+  }
+  return rows;
 }
 
-std::string FirstFields(std::string const& text, std::size_t count) {
-  std::string shorter;
-  for (std::string const& line : Lines(text)) {
-    auto const fields = Fields(line);
-    for (std::size_t i = 0; i < fields.size() && i < count; ++i) shorter += (i == 0 ? "" : ",") + fields[i];
-    shorter += '\n';
+std::string Columns(std::string const& csv, std::string const& names) {
+  std::string text;
+  for (auto const& row : Rows(csv)) {
+    std::string line;
+    for (std::string const& name : Cells(names)) line += "," + row.at(name);
+    text += line.substr(1) + "\n";
   }
-  return shorter;
+  return text;
+}
+
+std::string LineOf(std::string const& text, std::string const& key) {
+  for (std::string const& line : Lines(text)) {
+    if (line.compare(std::min(line.find_first_not_of(' '), line.size()), key.size(), key) == 0) return line;
+  }
+  return "";
+}
+
+std::string WithoutDurations(std::string const& summary) {
+  std::string rest;
+  for (std::string const& line : Lines(summary)) {
+    bool const isDuration = line.rfind("Library ", 0) == 0 || line.rfind("Replay ", 0) == 0 ||
+                            line.find("at log level 0") != std::string::npos;
+    if (!isDuration) rest += line + "\n";
+  }
+  return rest;
 }
 
 std::string Replaced(std::string text, std::string const& from, std::string const& to) {

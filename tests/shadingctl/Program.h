@@ -1,6 +1,7 @@
 // Runs shadingctl and captures its output.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -66,11 +67,17 @@ void ExpectGolden(std::string const& text, std::string const& name);
 
 std::vector<std::string> Lines(std::string const& text);
 
-// The comma-separated fields of a line.
-std::vector<std::string> Fields(std::string const& line);
+// The cells of each line of CSV, by the names of their columns.
+std::vector<std::map<std::string, std::string>> Rows(std::string const& csv);
 
-// The first `count` comma-separated fields of every line.
-std::string FirstFields(std::string const& text, std::size_t count);
+// Of every row the cells of these columns, "match,hall_x": a line each.
+std::string Columns(std::string const& csv, std::string const& names);
+
+// The first line that begins with this after blanks; empty if there is none.
+std::string LineOf(std::string const& text, std::string const& key);
+
+// A summary without the lines that tell durations.
+std::string WithoutDurations(std::string const& summary);
 
 // `text` with every `from` replaced.
 std::string Replaced(std::string text, std::string const& from, std::string const& to);

@@ -15,6 +15,16 @@ double Swing(double seconds, double fast, double slow) {
 
 }  // namespace
 
+SessionPlan Plan(double hallRateHz, double frameRateHz, std::int64_t exposureUs, std::int64_t readoutUs) {
+  SessionPlan plan;
+  plan.hallRateHz = hallRateHz;
+  plan.frameRateHz = frameRateHz;
+  plan.exposureUs = exposureUs;
+  plan.readoutUs = readoutUs;
+  plan.deliveryUs = readoutUs + 1500;
+  return plan;
+}
+
 SickSession HealthySession(SessionPlan const& plan) {
   SickSession session;
   std::int64_t sample = -std::llround(plan.hallRateHz / 2);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "tests/shadingctl/Program.h"
@@ -37,8 +38,29 @@ struct SessionPlan {
   std::int64_t deliveryUs = 17500;  // from a frame's timestamp: what was taken until then comes with it
 };
 
+// Its samples come 1.5 ms after each readout.
+SessionPlan Plan(double hallRateHz, double frameRateHz, std::int64_t exposureUs, std::int64_t readoutUs = 16000);
+
 // Regular frames and samples of a lens that swings in both axes. Its samples fill the history before the first frame,
 // and come with the first frame.
 SickSession HealthySession(SessionPlan const& plan = {});
+
+struct Sickness {
+  char const* name;
+  char const* codes;                              // as findings_test.cpp writes them
+  std::function<void(SickSession&)> infect = {};  // empty: the plan is sick already
+  SessionPlan plan = {};
+  char const* options = "";  // of replay
+};
+std::vector<Sickness> Sicknesses();
+
+struct GeneratedSickness {
+  char const* name;
+  char const* options;  // of generate
+  char const* codes;
+  char const* edit = "";  // by sed, of the calls
+};
+// 500 Hz and 60 frames a second; calls have times.
+std::vector<GeneratedSickness> GeneratedSicknesses();
 
 }  // namespace shadingctl

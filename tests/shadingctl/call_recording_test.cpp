@@ -1,8 +1,8 @@
 // Recordings of version 2: accepted and refused input, and counted irregularities.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -36,63 +36,55 @@ struct Broken {
   char const* complaint;  // DIR stands for the recording's directory
 };
 
-std::ostream& operator<<(std::ostream& stream, Broken const& broken) { return stream << broken.name; }
-
-class BrokenCalls : public testing::TestWithParam<Broken> {};
-
-TEST_P(BrokenCalls, EndWithTheirPlaceAndWhatWasExpected) {
-  TemporaryDirectory const directory;
-  WriteCalls(directory, GetParam().settings, GetParam().calls, GetParam().samples);
-  Outcome const outcome = RunTool("replay --quiet " + directory.Path());
-  EXPECT_EQ(outcome.exitCode, 3);
-  std::string const told = Replaced(outcome.err, directory.Path(), "DIR");
-  ASSERT_FALSE(told.empty());
-  EXPECT_EQ(Lines(told).back(), "shadingctl: "s + GetParam().complaint);
-}
-
 // A recording whose calls end with this line.
 Broken Call(char const* name, std::string const& line, char const* complaint) {
   return {name, kSettings, kCallsHeader + kStart + kUpdate + line, kSamples, complaint};
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, BrokenCalls,
-    testing::Values(
-        Broken{"NoVersion", "key,value\ncameras,0\n", "", "",
-               "DIR/recording.csv: expected the key version, found none"},
-        Broken{"LaterVersion", "key,value\nversion,3\n", "", "",
-               "DIR/recording.csv:2: value: expected a version from 1 to 2, found '3'"},
-        Broken{"KeyTwice", kSettings + "version,2\n", "", "",
-               "DIR/recording.csv:3: key: expected every key once, found 'version'"},
-        Broken{"CamerasWithCommas", kSettings + "cameras,0;2\n", "", "",
-               "DIR/recording.csv:3: value: expected camera numbers with blanks between, found '0;2'"},
-        Broken{"UnknownBatches", kSettings + "batches,some\n", "", "",
-               "DIR/recording.csv:3: value: expected delivered, filed or rebuilt, found 'some'"},
-        Broken{"UnknownState", kSettings + "state,over\n", "", "",
-               "DIR/recording.csv:3: value: expected complete, running or broken, found 'over'"},
-        Broken{"NoKind", kSettings, "call,camera\n", kSamples,
-               "DIR/calls.csv:1: kind: expected this column, the header does not name it: 'call,camera'"},
-        Call("UnknownKind", "3,halt,0,,,,,,,,,,,,,\n",
-             "DIR/calls.csv:4: kind: expected one of register, start, register_start, stop, readout, update and "
-             "calculate, found 'halt'"),
-        Call("CallZero", "0,stop,0,3,,,,,,,,,,,,\n",
-             "DIR/calls.csv:4: call: expected a number above 2, the call before, found '0'"),
-        Call("CallTwice", kUpdate, "DIR/calls.csv:4: call: expected a number above 2, the call before, found '2'"),
-        Call("NoReadout", "3,readout,0,,1,,,,,,,,,,,\n",
-             "DIR/calls.csv:4: rolling_shutter_ns: expected a whole number from 0 to 4294967295, found ''"),
-        Call("HalfAPair", "3,calculate,0,,,,7,1000,10,,0,1000,,,,\n",
-             "DIR/calls.csv:4: exposure1_ns: expected a whole number from 0 to 18446744073709551615, found ''"),
-        Call("FlagOfTwo", "3,calculate,0,,,,7,1000,10,,0,,,2,,\n",
-             "DIR/calls.csv:4: matched: expected 0 or 1, found '2'"),
-        Call("CutInANumber", "3,calculate,0,,,,7,1000,10,,0,,,0,1,2.",
-             "DIR/calls.csv:4: expected the end of a line, found the end of the file: it was cut"),
-        Broken{"MoreSamplesThanTheCallSays", kSettings, kCallsHeader + kStart + kUpdate, kSamples + "2,950,1,2\n",
-               "DIR/calls.csv:3: samples: expected at least 2, the samples of this call in DIR/hall.csv, found '1'"},
-        Broken{"SamplesOfAStart", kSettings, kCallsHeader + kStart, Replaced(kSamples, "\n2,", "\n1,"),
-               "DIR/hall.csv:2: call: expected the number of an update, call 1 is none, found '1'"},
-        Broken{"SamplesRunBackwards", kSettings, kCallsHeader + kStart + kUpdate, kSamples + "1,950,1,2\n",
-               "DIR/hall.csv:3: call: expected at least 2, the call of the row before, found '1'"}),
-    [](auto const& broken) { return broken.param.name; });
+TEST(Calls, ThatAreBrokenAreRefusedWithTheirPlaceAndWhatWasExpected) {
+  Broken const rows[] = {
+      {"NoVersion", "key,value\ncameras,0\n", "", "", "DIR/recording.csv: expected the key version, found none"},
+      {"LaterVersion", "key,value\nversion,3\n", "", "",
+       "DIR/recording.csv:2: value: expected a version from 1 to 2, found '3'"},
+      {"KeyTwice", kSettings + "version,2\n", "", "",
+       "DIR/recording.csv:3: key: expected every key once, found 'version'"},
+      {"CamerasWithCommas", kSettings + "cameras,0;2\n", "", "",
+       "DIR/recording.csv:3: value: expected camera numbers with blanks between, found '0;2'"},
+      {"UnknownBatches", kSettings + "batches,some\n", "", "",
+       "DIR/recording.csv:3: value: expected delivered, filed or rebuilt, found 'some'"},
+      {"UnknownState", kSettings + "state,over\n", "", "",
+       "DIR/recording.csv:3: value: expected complete, running or broken, found 'over'"},
+      {"NoKind", kSettings, "call,camera\n", kSamples,
+       "DIR/calls.csv:1: kind: expected this column, the header does not name it: 'call,camera'"},
+      Call("UnknownKind", "3,halt,0,,,,,,,,,,,,,\n",
+           "DIR/calls.csv:4: kind: expected one of register, start, register_start, stop, readout, update and "
+           "calculate, found 'halt'"),
+      Call("CallZero", "0,stop,0,3,,,,,,,,,,,,\n",
+           "DIR/calls.csv:4: call: expected a number above 2, the call before, found '0'"),
+      Call("CallTwice", kUpdate, "DIR/calls.csv:4: call: expected a number above 2, the call before, found '2'"),
+      Call("NoReadout", "3,readout,0,,1,,,,,,,,,,,\n",
+           "DIR/calls.csv:4: rolling_shutter_ns: expected a whole number from 0 to 4294967295, found ''"),
+      Call("HalfAPair", "3,calculate,0,,,,7,1000,10,,0,1000,,,,\n",
+           "DIR/calls.csv:4: exposure1_ns: expected a whole number from 0 to 18446744073709551615, found ''"),
+      Call("FlagOfTwo", "3,calculate,0,,,,7,1000,10,,0,,,2,,\n",
+           "DIR/calls.csv:4: matched: expected 0 or 1, found '2'"),
+      Call("CutInANumber", "3,calculate,0,,,,7,1000,10,,0,,,0,1,2.",
+           "DIR/calls.csv:4: expected the end of a line, found the end of the file: it was cut"),
+      {"MoreSamplesThanTheCallSays", kSettings, kCallsHeader + kStart + kUpdate, kSamples + "2,950,1,2\n",
+       "DIR/calls.csv:3: samples: expected at least 2, the samples of this call in DIR/hall.csv, found '1'"},
+      {"SamplesOfAStart", kSettings, kCallsHeader + kStart, Replaced(kSamples, "\n2,", "\n1,"),
+       "DIR/hall.csv:2: call: expected the number of an update, call 1 is none, found '1'"},
+      {"SamplesRunBackwards", kSettings, kCallsHeader + kStart + kUpdate, kSamples + "1,950,1,2\n",
+       "DIR/hall.csv:3: call: expected at least 2, the call of the row before, found '1'"}};
+  for (Broken const& row : rows) {
+    TemporaryDirectory const directory;
+    WriteCalls(directory, row.settings, row.calls, row.samples);
+    Outcome const outcome = RunTool("replay --quiet " + directory.Path());
+    EXPECT_EQ(outcome.exitCode, 3) << row.name;
+    std::string const told = "\n" + Replaced(outcome.err, directory.Path(), "DIR");
+    EXPECT_THAT(told, testing::EndsWith("\nshadingctl: "s + row.complaint + "\n")) << row.name;
+  }
+}
 
 TEST(Calls, OfARecordingWithTheLibrarysOwnBatchesArePlayedWithAWarning) {
   for (bool const isFiled : {true, false}) {

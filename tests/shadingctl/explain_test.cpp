@@ -1,6 +1,7 @@
 // Frames in plain words, of a recording and of a log, and what a log that is not whole gives back.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -20,10 +21,7 @@ constexpr int kFrames = 40;
 
 // Forty frames, 200 samples a second: frames with a start, and frames without one that are carried.
 void WriteSparseSession(TemporaryDirectory const& directory) {
-  SessionPlan plan;
-  plan.hallRateHz = 200;
-  plan.frameRateHz = 59.7;
-  plan.exposureUs = 5000;
+  SessionPlan plan = Plan(200, 59.7, 5000);
   plan.frames = kFrames;
   HealthySession(plan).Write(directory);
 }
@@ -163,10 +161,9 @@ TEST(Logs, OfTwoCamerasAreToldApartByTheirThreads) {
   Outcome const outcome = captured.Explain(threads, "--format csv");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   std::map<std::string, std::vector<std::string>> rows;
-  for (std::string const& line : Lines(outcome.out)) {
-    auto fields = Fields(line);
-    std::string const camera = std::exchange(fields[13], "");
-    rows[camera].push_back(testing::PrintToString(fields));
+  for (auto row : Rows(outcome.out)) {
+    std::string const camera = std::exchange(row["camera"], "");
+    rows[camera].push_back(testing::PrintToString(row));
   }
   EXPECT_EQ(rows["0"].size(), std::size_t{kFrames});
   EXPECT_EQ(rows["0"], rows["2"]);
@@ -189,10 +186,15 @@ TEST(Logs, OfAnotherPositionThanTheLibraryComputesAreADifference) {
     if (isLast) changed[digit - 2] = changed[digit - 2] == '9' ? '8' : static_cast<char>(changed[digit - 2] + 1);
     log += Raw(changed);
   }
-  Outcome const outcome = captured.Explain(log, "");
+  Outcome const outcome = captured.Explain(log, "--format json");
   EXPECT_EQ(outcome.exitCode, 1);
-  EXPECT_NE(outcome.out.find("DIFFERENT: the log has ("), std::string::npos) << outcome.out;
-  EXPECT_NE(outcome.out.find("\nRecomputed 39 frames as logged, 1 different ("), std::string::npos) << outcome.out;
+  Json const recomputed = Json::parse(outcome.out)["log"]["recomputed"];
+  EXPECT_EQ(recomputed["same"], 39);
+  EXPECT_EQ(recomputed["different"]["count"], 1);
+  std::string const text = captured.Explain(log, "").out;
+  std::size_t const different = std::min(text.find("DIFFERENT"), text.size());
+  ExpectGolden(text.substr(different, text.find('\n', different) + 1 - different) + LineOf(text, "Recomputed") + "\n",
+               "different.txt");
 }
 
 TEST(Explanations, TellTheWorkedFrameStepByStep) {
@@ -200,24 +202,11 @@ TEST(Explanations, TellTheWorkedFrameStepByStep) {
   WriteWorkedRecording(directory);
   Outcome const outcome = RunTool("explain --frame 7 " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  EXPECT_EQ(
-      outcome.out.substr(0, outcome.out.find("\n\n")),
-      "Camera 0, frame 7: followed the lens over 100 % of the search interval\n"
-      "  Exposed for 10.0 ms and read out in 20.0 ms: the search interval begins 15.6 ms before the frame's timestamp "
-      "of "
-      "1000000000000 ns, on the samples' own clock.\n"
-      "  The library held 120 samples; its window of 100 entries, 1.000 ms apart, reaches from 40.0 ms before the "
-      "search interval's start to 59.0 ms after the search interval's start.\n"
-      "  Its start was found: the span begins exactly at the search interval's start.\n"
-      "  The span is entries 40 to 60. The end, one readout after its first entry, is near a sample; its last entry "
-      "is 0 us from there.\n"
-      "  It covers 100 % of the search interval.\n"
-      "  The position is (136.666672, -10).\n"
-      "  That is 7.33 units from the mean of all samples of the search interval.");
+  ExpectGolden(Replaced(outcome.out, directory.Path(), "DIR"), "explained.txt");
 
   Json const json = Json::parse(RunTool("explain --frame 7 --format json " + directory.Path() + "/hall.csv").out);
   EXPECT_EQ(json["frames"][0]["end_index"], 60);
-  EXPECT_EQ(json["explained"][0]["text"], "followed the lens over 100 % of the search interval");
+  EXPECT_EQ(json["explained"].size(), 1U);
 }
 
 TEST(Explanations, WithoutAFrameToTellAreRefused) {

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <ostream>
 #include <regex>
 #include <set>
 #include <string>
@@ -36,42 +35,38 @@ TEST(ManPages, ThereIsOneOfEveryCommandWithAllItsOptions) {
   EXPECT_GE(pages, 8U);
 }
 
-struct Typed {
-  char const* words;  // of the command line so far, as the shell splits it; the last one is being typed
-  char const* offered;
-};
-
-std::ostream& operator<<(std::ostream& stream, Typed const& typed) { return stream << typed.words; }
-
-class BashCompletion : public testing::TestWithParam<Typed> {};
-
-TEST_P(BashCompletion, Offers) {
+TEST(BashCompletion, OffersWhatTheWordsSoFarAllow) {
+  struct {
+    char const* words;  // of the command line so far, as the shell splits it; the last one is being typed
+    char const* offered;
+  } const rows[] = {{"shadingctl ca", "calibration;"},
+                    {"shadingctl --v", "--version;"},
+                    {"shadingctl replay --res", "--reset-matched;"},
+                    {"shadingctl replay --format \"\"", "table;csv;json;"},
+                    {"shadingctl replay --format =", "table;csv;json;"},
+                    {"shadingctl replay --format = j", "json;"},
+                    {"shadingctl replay s", "some file.csv;"},
+                    {"shadingctl replay --device \"\"", "device;"},
+                    {"shadingctl replay -o s", "some file.csv;"},
+                    {"shadingctl replay --camera s", ";"},
+                    {"shadingctl help dum", "dumps;"},
+                    {"shadingctl replay --quiet --only start", "start;"}};
   TemporaryDirectory const directory;
   directory.Write("some file.csv", "");
   std::filesystem::create_directory(directory.Path() + "/device");
-  std::string const script = R"(cd ')" + directory.Path() + R"(' && shadingctl completion bash >completion && bash -c '
+  for (auto const& [words, offered] : rows) {
+    Outcome const outcome = RunScript("cd '" + directory.Path() +
+                                      R"(' && shadingctl completion bash >completion && bash -c '
     compopt() { :; }  # nobody types
     . ./completion; rm completion
-    COMP_WORDS=()" + std::string(GetParam().words) +
-                             R"()
+    COMP_WORDS=()" + words + R"()
     COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
     _shadingctl
-    printf "%s;" "${COMPREPLY[@]}"')";
-  Outcome const outcome = RunScript(script);
-  EXPECT_EQ(outcome.err, "");
-  EXPECT_EQ(outcome.out, GetParam().offered);
+    printf "%s;" "${COMPREPLY[@]}"')");
+    EXPECT_EQ(outcome.err, "") << words;
+    EXPECT_EQ(outcome.out, offered) << words;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, BashCompletion,
-    testing::Values(Typed{"shadingctl ca", "calibration;"}, Typed{"shadingctl --v", "--version;"},
-                    Typed{"shadingctl replay --res", "--reset-matched;"},
-                    Typed{"shadingctl replay --format \"\"", "table;csv;json;"},
-                    Typed{"shadingctl replay --format =", "table;csv;json;"},
-                    Typed{"shadingctl replay --format = j", "json;"}, Typed{"shadingctl replay s", "some file.csv;"},
-                    Typed{"shadingctl replay --device \"\"", "device;"},
-                    Typed{"shadingctl replay -o s", "some file.csv;"}, Typed{"shadingctl replay --camera s", ";"},
-                    Typed{"shadingctl help dum", "dumps;"}, Typed{"shadingctl replay --quiet --only start", "start;"}));
 
 }  // namespace
 }  // namespace shadingctl

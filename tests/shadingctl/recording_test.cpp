@@ -1,10 +1,9 @@
 // Recordings of version 1: accepted and refused input, and counted irregularities.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -25,115 +24,71 @@ struct BrokenFiles {
   char const* complaint;  // DIR stands for the recording's directory
 };
 
-std::ostream& operator<<(std::ostream& stream, BrokenFiles const& broken) { return stream << broken.name; }
-
-class BrokenRecording : public testing::TestWithParam<BrokenFiles> {};
-
-TEST_P(BrokenRecording, EndsWithItsPlaceAndWhatWasExpected) {
-  TemporaryDirectory const directory;
-  if (GetParam().frames) directory.Write("frames.csv", *GetParam().frames);
-  if (GetParam().hall) directory.Write("hall.csv", *GetParam().hall);
-  Outcome const outcome = RunTool("replay --quiet " + directory.Path());
-  EXPECT_EQ(outcome.exitCode, 3);
-  EXPECT_EQ(Replaced(outcome.err, directory.Path(), "DIR"), "shadingctl: "s + GetParam().complaint + "\n");
-}
-
 std::string Hall(std::string const& secondLine) { return "frame,timestamp_ns,hall_x,hall_y\n1,900,1,2\n" + secondLine; }
 
 std::string Frames(std::string const& secondLine) {
   return "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n5,1000,10,20\n" + secondLine;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, BrokenRecording,
-    testing::Values(
-        BrokenFiles{"NoFrameFile", {}, kHall, "DIR/frames.csv: cannot be read: No such file or directory"},
-        BrokenFiles{"NoHallFile", kFrameRows, {}, "DIR/hall.csv: cannot be read: No such file or directory"},
-        BrokenFiles{"EmptyFile", "", kHall,
-                    "DIR/frames.csv:1: expected a header that names the columns frame, timestamp_ns, exposure_ns and "
-                    "rolling_shutter_ns, found nothing"},
-        BrokenFiles{
-            "MissingColumn", kFrameRows, "frame,timestamp_ns,hall_x\n1,900,1\n",
-            "DIR/hall.csv:1: hall_y: expected this column, the header does not name it: 'frame,timestamp_ns,hall_x'"},
-        BrokenFiles{"ColumnTwice", kFrameRows, "frame,hall_x,timestamp_ns,hall_x,hall_y\n",
-                    "DIR/hall.csv:1: hall_x: expected this column once, the header names it again: "
-                    "'frame,hall_x,timestamp_ns,hall_x,hall_y'"},
-        BrokenFiles{"TooFewFields", kFrameRows, Hall("1,950,1\n"),
-                    "DIR/hall.csv:3: expected as many fields as the header names, found fewer"},
-        BrokenFiles{"TooManyFields", kFrameRows, Hall("1,950,1,2,3\n"),
-                    "DIR/hall.csv:3: expected as many fields as the header names, found more"},
-        BrokenFiles{"NoNumber", kFrameRows, Hall("1,950,1,two\n"),
-                    "DIR/hall.csv:3: hall_y: expected a decimal number, found 'two'"},
-        BrokenFiles{"TextAfterNumber", kFrameRows, Hall("1,950,1px,2\n"),
-                    "DIR/hall.csv:3: hall_x: expected a decimal number, found '1px'"},
-        BrokenFiles{"NoPosition", kFrameRows, Hall("1,950,,2\n"),
-                    "DIR/hall.csv:3: hall_x: expected a decimal number, found ''"},
-        BrokenFiles{"EndlessPosition", kFrameRows, Hall("1,950,inf,2\n"),
-                    "DIR/hall.csv:3: hall_x: expected a decimal number, found 'inf'"},
-        BrokenFiles{
-            "PositionBeyondSinglePrecision", kFrameRows, Hall("1,950,1e39,2\n"),
-            "DIR/hall.csv:3: hall_x: expected a number that single precision holds, at most 3.4028235e+38, found "
-            "'1e39'"},
-        BrokenFiles{
-            "PositionBeyondAnyPrecision", kFrameRows, Hall("1,950,1,-1e999\n"),
-            "DIR/hall.csv:3: hall_y: expected a number that single precision holds, at most 3.4028235e+38, found "
-            "'-1e999'"},
-        BrokenFiles{"ControlBytes", kFrameRows, Hall("1,950,\x1b[2J,2\n"),
-                    "DIR/hall.csv:3: hall_x: expected a decimal number, found '\\x1b[2J'"},
-        BrokenFiles{"TimeBeyond64Bits", kFrameRows, Hall("1,9223372036854775808,1,2\n"),
-                    "DIR/hall.csv:3: timestamp_ns: expected a whole number of 64 bits, found '9223372036854775808'"},
-        BrokenFiles{
-            "NegativeExposure", Frames("6,2000,-1,20\n"), kHall,
-            "DIR/frames.csv:3: exposure_ns: expected a whole number from 0 to 18446744073709551615, found '-1'"},
-        BrokenFiles{"ReadoutBeyond32Bits", Frames("6,2000,10,4294967296\n"), kHall,
-                    "DIR/frames.csv:3: rolling_shutter_ns: expected a whole number from 0 to 4294967295, found "
-                    "'4294967296'"},
-        BrokenFiles{"FrameTwice", Frames("5,2000,10,20\n"), kHall,
-                    "DIR/frames.csv:3: frame: expected a number above 5, the frame before, found '5'"},
-        BrokenFiles{"HallFrameRunsBackwards", kFrameRows, Hall("0,950,1,2\n"),
-                    "DIR/hall.csv:3: frame: expected at least 1, the frame of the row before, found '0'"},
-        BrokenFiles{"ZeroByte", kFrameRows, Hall("1,950,1\0,2\n"s),
-                    "DIR/hall.csv: expected text, found a zero byte at offset 50"},
-        BrokenFiles{"EndlessLine", kFrameRows, Hall(std::string((1 << 20) + 1, '1')),
-                    "DIR/hall.csv:3: expected a line of at most 1048576 bytes, found a longer one"},
-        // Line 5 counts the empty line before it, and comes after the last frame: it is read all the same.
-        BrokenFiles{"AfterTheLastFrame", kFrameRows, Hall("\n2,950,1,2\n3,960,x,2\n"),
-                    "DIR/hall.csv:5: hall_x: expected a decimal number, found 'x'"}),
-    [](auto const& broken) { return broken.param.name; });
-
-TEST(Recording, MayBeWrittenInManyWays) {
-  TemporaryDirectory const plain;
-  WriteWorkedRecording(plain);
-  std::string const frames = ReadFile(plain.Path() + "/frames.csv");
-  std::string const hall = ReadFile(plain.Path() + "/hall.csv");
-  std::string const expected = RunTool("replay --quiet --format csv " + plain.Path()).out;
-  ASSERT_EQ(Lines(expected).size(), 2U);
-
-  struct Variant {
-    char const* name;
-    std::string frames;
-    std::string hall;
-  };
-  Variant const variants[] = {
-      {"CR LF", Replaced(frames, "\n", "\r\n"), Replaced(hall, "\n", "\r\n")},
-      {"no end of the last line", frames.substr(0, frames.size() - 1), hall.substr(0, hall.size() - 1)},
-      {"empty lines", frames + "\n\r\n", hall + "\n \n\n"},
-      {"blanks, and a mark at the beginning", Replaced(frames, ",", " , "), "\xEF\xBB\xBF" + hall},
-      {"another order and further columns",
-       "exposure_ns,gain,rolling_shutter_ns,timestamp_ns,frame\n10000000,x,20000000,1000000000000,7\n",
-       Replaced(Replaced(hall, "hall_y\n", "hall_y,note\n"), "\n7,", ",\n7,")},
-  };
-  for (Variant variant : variants) {
-    if (variant.hall.find("note,\n") != std::string::npos) {  // the header has its column, the last row lacks it
-      variant.hall = Replaced(variant.hall, "note,\n", "note\n");
-      variant.hall.insert(variant.hall.size() - 1, ",");
-    }
+TEST(Recording, ThatIsBrokenIsRefusedWithItsPlaceAndWhatWasExpected) {
+  BrokenFiles const rows[] = {
+      {"NoFrameFile", {}, kHall, "DIR/frames.csv: cannot be read: No such file or directory"},
+      {"NoHallFile", kFrameRows, {}, "DIR/hall.csv: cannot be read: No such file or directory"},
+      {"EmptyFile", "", kHall,
+       "DIR/frames.csv:1: expected a header that names the columns frame, timestamp_ns, exposure_ns and "
+       "rolling_shutter_ns, found nothing"},
+      {"MissingColumn", kFrameRows, "frame,timestamp_ns,hall_x\n1,900,1\n",
+       "DIR/hall.csv:1: hall_y: expected this column, the header does not name it: 'frame,timestamp_ns,hall_x'"},
+      {"ColumnTwice", kFrameRows, "frame,hall_x,timestamp_ns,hall_x,hall_y\n",
+       "DIR/hall.csv:1: hall_x: expected this column once, the header names it again: "
+       "'frame,hall_x,timestamp_ns,hall_x,hall_y'"},
+      {"TooFewFields", kFrameRows, Hall("1,950,1\n"),
+       "DIR/hall.csv:3: expected as many fields as the header names, found fewer"},
+      {"TooManyFields", kFrameRows, Hall("1,950,1,2,3\n"),
+       "DIR/hall.csv:3: expected as many fields as the header names, found more"},
+      {"NoNumber", kFrameRows, Hall("1,950,1,two\n"), "DIR/hall.csv:3: hall_y: expected a decimal number, found 'two'"},
+      {"TextAfterNumber", kFrameRows, Hall("1,950,1px,2\n"),
+       "DIR/hall.csv:3: hall_x: expected a decimal number, found '1px'"},
+      {"NoPosition", kFrameRows, Hall("1,950,,2\n"), "DIR/hall.csv:3: hall_x: expected a decimal number, found ''"},
+      {"EndlessPosition", kFrameRows, Hall("1,950,inf,2\n"),
+       "DIR/hall.csv:3: hall_x: expected a decimal number, found 'inf'"},
+      {"PositionBeyondSinglePrecision", kFrameRows, Hall("1,950,1e39,2\n"),
+       "DIR/hall.csv:3: hall_x: expected a number that single precision holds, at most 3.4028235e+38, found "
+       "'1e39'"},
+      {"PositionBeyondAnyPrecision", kFrameRows, Hall("1,950,1,-1e999\n"),
+       "DIR/hall.csv:3: hall_y: expected a number that single precision holds, at most 3.4028235e+38, found "
+       "'-1e999'"},
+      {"ControlBytes", kFrameRows, Hall("1,950,\x1b[2J,2\n"),
+       "DIR/hall.csv:3: hall_x: expected a decimal number, found '\\x1b[2J'"},
+      {"TimeBeyond64Bits", kFrameRows, Hall("1,9223372036854775808,1,2\n"),
+       "DIR/hall.csv:3: timestamp_ns: expected a whole number of 64 bits, found '9223372036854775808'"},
+      {"NegativeExposure", Frames("6,2000,-1,20\n"), kHall,
+       "DIR/frames.csv:3: exposure_ns: expected a whole number from 0 to 18446744073709551615, found '-1'"},
+      {"ReadoutBeyond32Bits", Frames("6,2000,10,4294967296\n"), kHall,
+       "DIR/frames.csv:3: rolling_shutter_ns: expected a whole number from 0 to 4294967295, found "
+       "'4294967296'"},
+      {"FrameTwice", Frames("5,2000,10,20\n"), kHall,
+       "DIR/frames.csv:3: frame: expected a number above 5, the frame before, found '5'"},
+      {"HallFrameRunsBackwards", kFrameRows, Hall("0,950,1,2\n"),
+       "DIR/hall.csv:3: frame: expected at least 1, the frame of the row before, found '0'"},
+      {"ZeroByte", kFrameRows, Hall("1,950,1\0,2\n"s), "DIR/hall.csv: expected text, found a zero byte at offset 50"},
+      {"EndlessLine", kFrameRows, Hall(std::string((1 << 20) + 1, '1')),
+       "DIR/hall.csv:3: expected a line of at most 1048576 bytes, found a longer one"},
+      // Line 5 counts the empty line before it, and comes after the last frame: it is read all the same.
+      {"AfterTheLastFrame", kFrameRows, Hall("\n2,950,1,2\n3,960,x,2\n"),
+       "DIR/hall.csv:5: hall_x: expected a decimal number, found 'x'"}};
+  for (BrokenFiles const& row : rows) {
     TemporaryDirectory const directory;
-    directory.Write("frames.csv", variant.frames);
-    directory.Write("hall.csv", variant.hall);
-    Outcome const outcome = RunTool("replay --quiet --format csv " + directory.Path());
-    EXPECT_EQ(outcome.out, expected) << variant.name << outcome.err;
+    if (row.frames) directory.Write("frames.csv", *row.frames);
+    if (row.hall) directory.Write("hall.csv", *row.hall);
+    Outcome const outcome = RunTool("replay --quiet " + directory.Path());
+    EXPECT_EQ(outcome.exitCode, 3) << row.name;
+    EXPECT_EQ(Replaced(outcome.err, directory.Path(), "DIR"), "shadingctl: "s + row.complaint + "\n") << row.name;
   }
+}
+
+nlohmann::json SamplesOf(std::string const& recording) {
+  return nlohmann::json::parse(RunTool("replay --format json " + recording).out)["summary"]["cameras"][0]["samples"];
 }
 
 TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
@@ -158,32 +113,31 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
       hall += std::to_string(row.frame) + "," + std::to_string(timeUs * 1000) + ",1,1\n";
   }
   directory.Write("hall.csv", hall);
-  Outcome const outcome = RunTool("replay --format csv " + directory.Path());
+  Outcome const outcome = RunTool("replay --format json -o " + directory.Path() + "/result " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(Lines(outcome.out).size(), 5U);
-  std::string const summary = Replaced(outcome.err, directory.Path(), "DIR");
+  ExpectGolden(Replaced(WithoutDurations(outcome.out), directory.Path(), "DIR"), "oddities.txt");
+  auto const result = nlohmann::json::parse(Replaced(ReadFile(directory.Path() + "/result"), directory.Path(), "DIR"));
+  EXPECT_EQ(result["frames"].size(), 4U);
   // 8 new samples after the first in 9.5 ms. Jitter: 1000, 900, 1100, 998, 1000, 1000, 1000 have the mean 6998 / 7 and
   // the mean square 7016004 / 7.
-  EXPECT_NE(
-      summary.find(
-          "Samples    13 in 3 batches\n"
-          "           842.1 a second, interval 1000.0 us (median, within 1.6 %), jitter 53.5 us, longest 2500.0 us\n"
-          "           gaps 1, backward steps 2, repeated 4 (2 with the same time)\n"),
-      std::string::npos)
-      << summary;
-  std::size_t const found = std::min(summary.find("Found"), summary.size());
-  EXPECT_EQ(summary.substr(found, summary.find("Replay ") - found),
-            "Found      frames earlier than the frame before: 2, first at DIR/frames.csv:4\n"
-            "Found      empty batches, frames with which no sample was delivered: 1, first at DIR/frames.csv:4\n"
-            "Found      samples earlier than the sample before: 2, first at DIR/hall.csv:6\n"
-            "Found      samples of frames that are not listed (delivered with the next one): 2, first at "
-            "DIR/hall.csv:2\n"
-            "Found      samples after the last listed frame (not delivered): 1, first at DIR/hall.csv:15\n");
+  auto const& samples = result["summary"]["cameras"][0]["samples"];
+  EXPECT_NEAR(samples["rate_hz"].get<double>(), 8 / 0.0095, 0.1);
+  EXPECT_NEAR(samples["jitter_us"].get<double>(), 53.5, 0.05);
+  auto copy = samples;
+  for (char const* const named : {"rate_hz", "jitter_us", "interval_error"}) copy.erase(named);
+  EXPECT_EQ(copy.dump(),
+            R"({"backward_steps":2,"batches":3,"batches_dropped":0,"batches_split":2,"delivered":13,"duplicates":2,)"
+            R"("gaps":1,"interval_us":1000.0,"longest_us":2500.0,"repeated":4})");
+  EXPECT_EQ(result["summary"]["found"].dump(),
+            R"({"empty_batches":{"count":1,"first":"DIR/frames.csv:4"},)"
+            R"("frame_times_backward":{"count":2,"first":"DIR/frames.csv:4"},)"
+            R"("lost_calls":{"count":0,"first":null},"lost_samples":{"count":0,"first":null},)"
+            R"("sample_times_backward":{"count":2,"first":"DIR/hall.csv:6"},)"
+            R"("undelivered_samples":{"count":1,"first":"DIR/hall.csv:15"},)"
+            R"("unlisted_samples":{"count":2,"first":"DIR/hall.csv:2"}})");
 
   directory.Write("hall.csv", "frame,timestamp_ns,hall_x,hall_y\n10,-5,1,1\n");
-  EXPECT_NE(RunTool("replay --format csv " + directory.Path()).err.find("Samples    1 in 1 batches\n           gaps 0"),
-            std::string::npos)
-      << "one sample has no rate";
+  EXPECT_TRUE(SamplesOf(directory.Path())["rate_hz"].is_null()) << "one sample has no rate";
 }
 
 TEST(Recording, OneOfItsFilesStandsForIt) {
@@ -217,32 +171,34 @@ TEST(Generate, WhatItWritesReplaysAsTheBuiltInSession) {
 
 TEST(Generate, IrregularitiesAreThereWhenAskedForOnly) {
   TemporaryDirectory const directory;
-  auto const summary = [&](std::string const& overlap) {
+  auto const samplesWith = [&](std::string const& overlap) {
     RunTool(
         "generate --force --frames 200 --frame-rate 30 --hall-rate 500 --jitter-us 100 --drop 0 --late 0 "
         "--pause-us 0 --overlap " +
         overlap + " " + directory.Path());
-    return RunTool("replay --format csv " + directory.Path()).err;
+    return SamplesOf(directory.Path());
   };
-  std::string const regular = summary("0");
-  for (char const* const part : {"Frames     200 (1 to 200), 6.633 s\n", " 200 batches\n           500.0 a second",
-                                 "longest 2193.6 us\n", "gaps 0, backward steps 0, repeated 0 "}) {
-    EXPECT_NE(regular.find(part), std::string::npos) << part << regular;
-  }
-  EXPECT_EQ(regular.find("Found"), std::string::npos) << regular;
-  EXPECT_NE(summary("1").find("gaps 0, backward steps 199, "), std::string::npos) << "every batch but the first";
+  auto const regular = samplesWith("0");
+  EXPECT_EQ(regular["batches"], 200);
+  EXPECT_NEAR(regular["rate_hz"].get<double>(), 500, 0.05);
+  EXPECT_NEAR(regular["longest_us"].get<double>(), 2193.6, 0.05);
+  for (char const* const none : {"gaps", "backward_steps", "repeated"}) EXPECT_EQ(regular[none], 0) << none;
+  auto const result = nlohmann::json::parse(RunTool("replay --format json " + directory.Path()).out);
+  for (auto const& [name, oddity] : result["summary"]["found"].items()) EXPECT_EQ(oddity["count"], 0) << name;
+  EXPECT_EQ(result["summary"]["cameras"][0]["recorded_ns"], 6633333267);
+  auto const overlapping = samplesWith("1");
+  EXPECT_EQ(overlapping["gaps"], 0);
+  EXPECT_EQ(overlapping["backward_steps"], 199) << "every batch but the first";
 }
 
 TEST(Recording, OfARunningPersonReplaysWhole) {
   if (!std::filesystem::exists(RUNNING_RECORDING)) GTEST_SKIP() << "no recording in " RUNNING_RECORDING;
-  Outcome const outcome = RunTool("replay --format csv " RUNNING_RECORDING);
+  Outcome const outcome = RunTool("replay --format json " RUNNING_RECORDING);
   EXPECT_EQ(outcome.exitCode, 0);
-  EXPECT_EQ(Lines(outcome.out).size(), 302U);
-  EXPECT_NE(outcome.err.find("Matched    start 174 (61.7 %), carried 107 (37.9 %), no_start 1 (0.4 %)\n"
-                             "Match rate 61.7 % of the 282 frames after the warm-up have a sample at their start (57.8 "
-                             "% of all 301)\n"),
-            std::string::npos)
-      << outcome.err;
+  auto const result = nlohmann::json::parse(outcome.out);
+  EXPECT_EQ(result["frames"].size(), 301U);
+  EXPECT_EQ(result["summary"]["cameras"][0]["matches"].dump(),
+            R"({"carried":107,"no_start":1,"no_window":0,"off":0,"single":0,"start":174,"warm_up":19})");
 }
 
 }  // namespace

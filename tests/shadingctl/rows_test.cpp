@@ -18,7 +18,7 @@ TEST(Rows, OfSomeKindsAndFramesAreShownAndAllArePlayed) {
   auto const lines = Lines(csv.out);
   ASSERT_EQ(lines.size(), 1U + 6 + 2);
   for (auto const& line : lines) EXPECT_NE(all.find(line + "\n"), std::string::npos) << line;
-  EXPECT_EQ(csv.err.rfind("Shown      8 of 297 frames; the summary is of all\nFrames     297 ", 0), 0U) << csv.err;
+  ExpectGolden(LineOf(csv.err, "Shown") + "\n", "selection.txt");
 
   auto const json = nlohmann::json::parse(RunTool("replay --format json" + selection).out);
   EXPECT_EQ(json["frames"].size(), 8U);
@@ -26,18 +26,18 @@ TEST(Rows, OfSomeKindsAndFramesAreShownAndAllArePlayed) {
   EXPECT_EQ(json["settings"]["range"].dump(), "[123,213]");
   EXPECT_EQ(json["summary"]["cameras"][0]["frames"], 297);
 
-  auto const table = Lines(RunTool("replay --quiet --range 300:300").out);
-  ASSERT_EQ(table.size(), 5U);
-  EXPECT_EQ(table[4].substr(0, 29), "       300     4.983 start   ") << "the time is that since frame 1";
+  std::string const table = RunTool("replay --quiet --range 300:300").out;
+  EXPECT_NE(LineOf(table, "300     4.983 start "), "") << "the time is that since frame 1";
+  EXPECT_EQ(LineOf(table, "299"), "");
 }
 
 TEST(Rows, OfASummaryThereAreNone) {
   TemporaryDirectory const directory;
   std::string const result = directory.Path() + "/result";
   EXPECT_EQ(RunTool("replay --summary --format csv -o " + result).out, "");
-  EXPECT_EQ(ReadFile(result).rfind("Frames     297 (1 to 300), 4.983 s\n", 0), 0U);
+  EXPECT_EQ(WithoutDurations(ReadFile(result)), ReadFile(GOLDEN "/builtin-summary.txt"));
   Outcome const table = RunTool("replay --summary");
-  EXPECT_EQ(Lines(table.out)[2], "Frames     297 (1 to 300), 4.983 s");
+  EXPECT_NE(WithoutDurations(table.out).find(ReadFile(GOLDEN "/builtin-summary.txt")), std::string::npos);
   EXPECT_EQ(table.err, "");
   auto const json = nlohmann::json::parse(RunTool("replay --summary --format json").out);
   EXPECT_TRUE(json["frames"].empty());

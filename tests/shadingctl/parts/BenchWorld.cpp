@@ -167,16 +167,24 @@ BenchData MakeBench(BenchTruth const& truth, unsigned seed) {
   return data;
 }
 
+std::string VerdictCode(ReferenceFit const& fit) {
+  return VerdictOf(fit) + (fit.refused ? std::string(" (") + fit.refused->code + ")" : "");
+}
+
+std::string DiagnosisCodes(ReferenceFit const& fit) {
+  std::string codes;
+  for (Cause const& cause : DiagnosisOf(fit)) codes += (codes.empty() ? "" : " ") + std::string(cause.code);
+  return codes;
+}
+
 BenchScore ScoreBench(BenchTruth const& truth, unsigned firstSeed, unsigned lastSeed) {
   BenchScore score;
   for (unsigned seed = firstSeed; seed <= lastSeed; ++seed) {
     BenchData const data = MakeBench(truth, seed);
     ReferenceFit const fit = FitReference(data.samples, data.frames, {});
-    ++score.verdicts[VerdictOf(fit) + (fit.refused ? std::string(" (") + fit.refused->code + ")" : "")];
+    ++score.verdicts[VerdictCode(fit)];
     if (fit.refused) continue;
-    std::string codes;
-    for (Cause const& cause : DiagnosisOf(fit)) codes += (codes.empty() ? "" : " ") + std::string(cause.code);
-    ++score.diagnoses[codes];
+    ++score.diagnoses[DiagnosisCodes(fit)];
     ++score.follows[fit.follows == LagFollows::kExposure  ? "exposure"
                     : fit.follows == LagFollows::kShorter ? "shorter"
                                                           : "cannot_tell"];
@@ -269,6 +277,35 @@ std::vector<BenchTruth> BenchKinds() {
   add("other recording", "cannot_tell (not_this_recording)", "", [](BenchTruth& t) { t.isOther = true; });
   add("lens hardly moves", "cannot_tell (too_little_motion)", "", [](BenchTruth& t) { t.motion = 0.004; });
   return kinds;
+}
+
+std::vector<UselessBench> UselessBenches() {
+  std::vector<UselessBench> all;
+  auto const made = [&](char const* code, char const* figure, bool hasLag, auto const& set) {
+    BenchTruth truth;
+    set(truth);
+    all.push_back({code, figure, hasLag, MakeBench(truth, 5)});
+  };
+  auto const spoiled = [&](char const* code, bool hasLag, auto const& spoil) {
+    all.push_back({code, "", hasLag, MakeBench({}, 5)});
+    spoil(all.back().data);
+  };
+  made("too_few_frames", "found 99,", false, [](BenchTruth& t) { t.frames = 99; });
+  made("too_few_samples", "found one every 11", false, [](BenchTruth& t) { t.hallHz = 90; });
+  made("search_edge", "within 7", true, [](BenchTruth& t) { t.interceptUs = 69000; });
+  made("clipped", "", false, [](BenchTruth& t) { t.clip = 4; });
+  spoiled("too_few_samples", false, [](BenchData& data) { data.samples.resize(1); });
+  spoiled("not_this_recording", false, [](BenchData& data) { data.frames.clear(); });
+  spoiled("too_little_motion", false, [](BenchData& data) {
+    for (auto& frame : data.frames) frame.position[1] = 5;
+  });
+  spoiled("too_little_motion", false, [](BenchData& data) {
+    for (auto& sample : data.samples) sample.y = 3;
+  });
+  spoiled("too_little_motion", true, [](BenchData& data) {
+    for (auto& frame : data.frames) frame.position[1] = (frame.frame * 7919) % 101;
+  });
+  return all;
 }
 
 }  // namespace shadingctl

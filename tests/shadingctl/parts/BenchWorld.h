@@ -76,6 +76,19 @@ struct BenchScore {
 
 BenchScore ScoreBench(BenchTruth const& truth, unsigned firstSeed, unsigned lastSeed);
 
+// The verdict, with the code of a refusal in brackets behind it; the codes of the causes, with blanks between.
+std::string VerdictCode(ReferenceFit const& fit);
+std::string DiagnosisCodes(ReferenceFit const& fit);
+
 std::vector<BenchTruth> BenchKinds();
+
+// What cannot tell a lag.
+struct UselessBench {
+  char const* code;
+  char const* figure;  // of the refusal's text
+  bool hasLag;         // what was found at the best lag is told
+  BenchData data;
+};
+std::vector<UselessBench> UselessBenches();
 
 }  // namespace shadingctl

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -47,54 +46,16 @@ INSTANTIATE_TEST_SUITE_P(Fit, KnownTruth, testing::ValuesIn(BenchKinds()), [](au
   return name;
 });
 
-struct Useless {
-  char const* code;
-  char const* reason;
-  bool hasLag;  // what was found at the best lag is told
-  std::function<void(BenchTruth&)> set;
-  std::function<void(BenchData&)> spoil;
-};
-
 TEST(Fit, RefusesWithTheCauseWhatCannotTellALag) {
-  auto const same = [](auto&) {};
-  Useless const table[] = {
-      {"too_few_frames", "expected 100 frames of the reference with samples all around them, found 99", false,
-       [](BenchTruth& truth) { truth.frames = 99; }, same},
-      {"too_few_samples", "expected a sample every 10000 us, found one every 11", false,
-       [](BenchTruth& truth) { truth.hallHz = 90; }, same},
-      {"too_few_samples", "expected samples at different times", false, same,
-       [](BenchData& data) { data.samples.resize(1); }},
-      {"search_edge", "reference x: expected a lag within 7", true,
-       [](BenchTruth& truth) { truth.interceptUs = 69000; }, same},
-      {"too_little_motion", "reference y stands still", false, same,
-       [](BenchData& data) {
-         for (auto& frame : data.frames) frame.position[1] = 5;
-       }},
-      {"too_little_motion", "hall_x or hall_y stands still", false, same,
-       [](BenchData& data) {
-         for (auto& sample : data.samples) sample.y = 3;
-       }},
-      {"too_little_motion", "reference y: too little motion", true, same,
-       [](BenchData& data) {
-         for (auto& frame : data.frames) frame.position[1] = (frame.frame * 7919) % 101;
-       }},
-      {"clipped", "expected 100 frames", false, [](BenchTruth& truth) { truth.clip = 4; }, same},
-      {"not_this_recording", "expected frames of the recording", false, same,
-       [](BenchData& data) { data.frames.clear(); }},
-  };
-  for (Useless const& row : table) {
-    BenchTruth truth;
-    row.set(truth);
-    BenchData data = MakeBench(truth, 5);
-    row.spoil(data);
-    ReferenceFit const fit = FitReference(data.samples, data.frames, {});
-    ASSERT_TRUE(fit.refused) << row.reason;
-    EXPECT_EQ(fit.refused->code, std::string(row.code));
-    EXPECT_EQ(fit.refused->text.rfind(row.reason, 0), 0U) << fit.refused->text;
-    EXPECT_EQ(VerdictOf(fit), "cannot_tell");
-    EXPECT_EQ(fit.hasLag, row.hasLag) << row.reason;
-    EXPECT_EQ(EstimateOf(fit, 0, kLagUs).has_value(), row.hasLag);
-    EXPECT_EQ(fit.search.empty(), !row.hasLag);
+  std::size_t row = 0;
+  for (UselessBench const& useless : UselessBenches()) {
+    SCOPED_TRACE(std::to_string(row++) + " " + useless.code);
+    ReferenceFit const fit = FitReference(useless.data.samples, useless.data.frames, {});
+    EXPECT_EQ(VerdictCode(fit), std::string("cannot_tell (") + useless.code + ")");
+    EXPECT_NE(ReasonOf(fit).find(useless.figure), std::string::npos) << ReasonOf(fit);
+    EXPECT_EQ(fit.hasLag, useless.hasLag);
+    EXPECT_EQ(EstimateOf(fit, 0, kLagUs).has_value(), useless.hasLag);
+    EXPECT_EQ(fit.search.empty(), !useless.hasLag);
   }
 }
 
