@@ -14,7 +14,7 @@
 #include "tests/shadingctl/SickSession.h"
 #include "tests/shadingctl/parts/BenchWorld.h"
 #include "tools/shadingctl/findings/Findings.h"
-#include "tools/shadingctl/fit/Verdict.h"
+#include "tools/shadingctl/fit/LagFit.h"
 
 namespace shadingctl {
 namespace {
