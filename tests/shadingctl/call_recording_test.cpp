@@ -128,6 +128,7 @@ TEST(Calls, OfAnIncompleteCaptureSayWhatIsMissing) {
     std::string const path = directory.Path();
     std::string const lack = captured.lack;
     Outcome const json = RunTool("replay --format json -o " + path + "/result " + path);
+    EXPECT_EQ(json.exitCode, 0) << "nobody asked for a whole one: " << json.err;
     std::string const remark = path + ": " + lack + "\n";
     EXPECT_EQ(json.err.find(remark) != std::string::npos, !lack.empty()) << json.err;
     std::string const line = "Capture    " + lack + "\n";
