@@ -289,7 +289,7 @@ TEST(Doctor, ALibraryThatHarmsItsHostIsAFault) {
     char const* told;
     char const* written;
   } const rows[] = {
-#ifndef EMULATED  // the emulator itself writes of a signal
+#ifndef EMULATED  // the emulator reports the signal as well
       {"crash", "ended by signal 6 (Aborted)", ""},
 #endif
       {"exit", "ends its host (exit code 0)", ""},
