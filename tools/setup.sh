@@ -11,8 +11,10 @@ fi
 missing=
 for list in "$@"; do
   for package in $(sed 's/#.*//' "$here/packages-$list.txt"); do
-    state=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
-    [ "$state" = installed ] || missing="$missing $package"
+    # One line for each architecture that has it: the package's own after a colon, or else this machine's.
+    case $package in *:*) architecture=${package##*:} ;; *) architecture=$(dpkg --print-architecture) ;; esac
+    dpkg-query -W -f='${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null |
+      grep -qxE "($architecture|all) installed" || missing="$missing $package"
   done
 done
 [ -n "$missing" ] || exit 0
