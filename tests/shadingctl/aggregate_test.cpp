@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "tests/shadingctl/Program.h"
+#include "tools/shadingctl/output/Json.h"
 #include "tools/shadingctl/summary/Percentiles.h"
 
 namespace shadingctl {
@@ -67,19 +67,37 @@ class Summarize : public testing::Test {
   TemporaryDirectory const mDirectory;
 };
 
+// Of the evening, with a figure that no camera has, one of another camera, and different answers.
+std::string EveningResult() {
+  std::string text = Result("evening", 60, 50, 800, "wrong");
+  text = Replaced(text, "\"median\": 0.5", "\"median\": 1.5");
+  text = Replaced(text, "\"jitter_us\": 10.0", "\"jitter_us\": -1.0");
+  text = Replaced(text, "\"largest\": null", "\"largest\": 1234.5");
+  text = Replaced(text, "\"recorded\": 0, \"different\": 0", "\"recorded\": 40, \"different\": 3");
+  return Replaced(text, "\"findings\": [", R"("findings": [
+    {"code": "aging", "camera": 2, "severity": "lost", "frames": {"count": 4, "first": [1]}},
+    {"code": "bunched", "camera": 2, "severity": "lost", "frames": {"count": 40, "first": [1]}},
+    {"code": "twice", "camera": 2, "severity": "wrong", "frames": {"count": 2, "first": [1]}},
+    {"code": "elsewhere", "camera": 3, "severity": "wrong", "frames": {"count": 50, "first": [1]}},)");
+}
+
 TEST_F(Summarize, CountsAddUpAndTheWorstComesFirst) {
   mDirectory.Write("a.json", Result("morning", 110, 80, 200));
   mDirectory.Write("b.json", Result("noon", 110, 20, 400));
-  mDirectory.Write("c.json", Result("evening", 60, 50, 800, "wrong"));
+  mDirectory.Write("c.json", EveningResult());
   Outcome const outcome =
       RunTool("summarize " + Path("a.json") + " " + Path("b.json") + " " + Path("c.json") + " --format json --worst 2");
-  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  auto const totals = nlohmann::json::parse(outcome.out);
-  EXPECT_EQ(totals["results"], nlohmann::json::parse(R"({"read": 3, "ended_early": 0, "unusable": 0})"));
+  EXPECT_EQ(outcome.exitCode, 1) << outcome.err;
+  auto const totals = Json::parse(outcome.out);
+  EXPECT_EQ(totals["results"], Json::parse(R"({"read": 3, "ended_early": 0, "unusable": 0})"));
   EXPECT_EQ(totals["frames"], 280);
   EXPECT_EQ(totals["warm_up_frames"], 30);
   EXPECT_EQ(totals["recorded_ns"], 4500000000);
-  EXPECT_EQ(totals["matches"], nlohmann::json::parse(R"({"start": 150, "no_start": 100, "warm_up": 30})"));
+  EXPECT_EQ(totals["matches"], Json::parse(R"({"start": 150, "no_start": 100, "warm_up": 30})"));
+  EXPECT_EQ(totals["answers"], Json::parse(R"({"recorded": 40, "different": 3})"));
+  std::vector<std::string> codes;
+  for (auto const& finding : totals["findings"].items()) codes.push_back(finding.key());
+  EXPECT_EQ(codes, (std::vector<std::string>{"window", "twice", "bunched", "aging"})) << "by severity, then by frames";
   auto const& window = totals["findings"]["window"];
   EXPECT_EQ(window["severity"], "wrong");
   EXPECT_EQ(window["cameras"], 3);
@@ -90,20 +108,24 @@ TEST_F(Summarize, CountsAddUpAndTheWorstComesFirst) {
   EXPECT_EQ(rates["least"], 0.2);
   EXPECT_EQ(rates["percentiles"]["50"], 0.8);
   EXPECT_EQ(rates["largest"], 1.0);
-  EXPECT_EQ(totals["measures"]["carried_age_us"]["cameras"], 0);
-  EXPECT_TRUE(totals["measures"]["carried_age_us"]["percentiles"]["50"].is_null());
+  EXPECT_EQ(totals["measures"]["carried_age_us"]["cameras"], 1);
+  EXPECT_EQ(totals["measures"]["carried_age_us"]["percentiles"]["50"], 1234.5);
+  EXPECT_EQ(totals["measures"]["coverage"]["cameras"], 2) << "1.5 is no share";
+  EXPECT_EQ(totals["measures"]["jitter_us"]["cameras"], 2) << "-1 us is no jitter";
   ASSERT_EQ(totals["worst"].size(), 2U);
   EXPECT_EQ(totals["worst"][0]["session"], "evening") << "by severity, then by frames, then by the match rate";
+  EXPECT_EQ(totals["worst"][0]["frames"], 5) << "of its wrong findings alone";
+  EXPECT_EQ(totals["worst"][0]["match_rate"], 1);
   EXPECT_EQ(totals["worst"][1]["session"], "noon");
 }
 
 TEST_F(Summarize, ListOnStandardInputGivesTheSame) {
   mDirectory.Write("a.json", Result("morning", 110, 80, 200));
-  mDirectory.Write("b.json", Result("noon", 110, 20, 400));
-  std::string const named = RunTool("summarize " + Path("a.json") + " " + Path("b.json")).out;
+  mDirectory.Write("c.json", EveningResult());
+  std::string const named = RunTool("summarize " + Path("a.json") + " " + Path("c.json")).out;
   Outcome const listed =
-      RunScript("printf '%s\\n\\n%s' " + Path("a.json") + " " + Path("b.json") + " | shadingctl summarize");
-  EXPECT_EQ(listed.exitCode, 0) << listed.err;
+      RunScript("printf '%s\\n\\n%s' " + Path("a.json") + " " + Path("c.json") + " | shadingctl summarize");
+  EXPECT_EQ(listed.exitCode, 1) << listed.err;
   EXPECT_EQ(listed.out, named);
   ExpectGolden(Replaced(named, mDirectory.Path(), "DIR"), "summarized.txt");
 }
@@ -136,20 +158,22 @@ TEST_F(Summarize, UnusableResultsAreToldAndLeftOut) {
     Outcome const outcome = RunTool("summarize --format json " + Path(row.name) + " " + Path("whole.json"));
     EXPECT_EQ(outcome.exitCode, 3) << row.name;
     EXPECT_NE(outcome.err.find(row.told), std::string::npos) << outcome.err;
-    auto const totals = nlohmann::json::parse(outcome.out);
-    EXPECT_EQ(totals["results"], nlohmann::json::parse(R"({"read": 1, "ended_early": 0, "unusable": 1})")) << row.name;
+    auto const totals = Json::parse(outcome.out);
+    EXPECT_EQ(totals["results"], Json::parse(R"({"read": 1, "ended_early": 0, "unusable": 1})")) << row.name;
     EXPECT_EQ(totals["frames"], 110) << row.name;
   }
   EXPECT_NE(RunTool("summarize " + Path("absent")).err.find("absent: cannot be read: No such file"), std::string::npos);
-  EXPECT_EQ(RunScript("shadingctl summarize </dev/null").exitCode, 3);
+  Outcome const none = RunScript("shadingctl summarize </dev/null");
+  EXPECT_EQ(none.exitCode, 3);
+  EXPECT_EQ(none.out.find("Percentiles"), std::string::npos) << none.out;
 }
 
 TEST_F(Summarize, ReadsWhatReplayWrites) {
   ASSERT_EQ(RunTool("replay --format json -o " + Path("whole.json")).exitCode, 0);
   Outcome const outcome = RunTool("summarize --format json " + Path("whole.json"));
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  auto const totals = nlohmann::json::parse(outcome.out);
-  auto const whole = nlohmann::json::parse(ReadFile(Path("whole.json")))["summary"]["cameras"][0];
+  auto const totals = Json::parse(outcome.out);
+  auto const whole = Json::parse(ReadFile(Path("whole.json")))["summary"]["cameras"][0];
   EXPECT_EQ(totals["frames"], whole["frames"]);
   EXPECT_EQ(totals["warm_up_frames"], whole["warm_up_frames"]);
   EXPECT_EQ(totals["recorded_ns"], whole["recorded_ns"]);

@@ -68,6 +68,40 @@ TEST(Summary, AgesAreNeitherNegativeNorMoreExactThanTheyAreKnown) {
             R"({"median":400001.3,"median_error":0.015625,"largest":400003,"later":2})");
 }
 
+TEST(Summary, TakesTheExtremesInWhateverOrderTheFramesCome) {
+  struct {
+    Match match;
+    std::uint32_t frame;
+    std::uint64_t timestampNs;
+    std::optional<double> hallX, hallY;
+    std::optional<std::uint64_t> history;
+  } const rows[] = {{Match::kStart, 7, 6000000000, -3.5, 2.0, {}},
+                    {Match::kStart, 9, 5000000000, 4.25, -1.0, {}},
+                    {Match::kNoStart, 8, 8000000000, -9.0, 9.0, {}},  // another frame's position
+                    {Match::kNoWindow, 10, 7000000000, {}, {}, 40},
+                    {Match::kNoWindow, 11, 7000000000, {}, {}, 99},
+                    {Match::kNoWindow, 12, 7000000000, {}, {}, kWindowSize}};
+  Summary summary(0);
+  for (auto const& row : rows) {
+    Frame frame = FrameOf(row.match);
+    frame.row.frame = row.frame;
+    frame.row.timestampNs = row.timestampNs;
+    frame.row.hallX = row.hallX;
+    frame.row.hallY = row.hallY;
+    frame.row.historySamples = row.history;
+    summary.Add(frame);
+  }
+  auto const json = summary.ToJson();
+  EXPECT_EQ(json["recorded_ns"], 3000000000);
+  EXPECT_EQ(json["hall_x"], Json::parse(R"({"lowest": -3.5, "highest": 4.25})"));
+  EXPECT_EQ(json["hall_y"], Json::parse(R"({"lowest": -1.0, "highest": 2.0})"));
+  EXPECT_EQ(json["history"]["longest_too_short"], 99);
+  EXPECT_EQ(LineOf(summary, "Frames"), "Frames     6 (7 to 12), 3.000 s");
+  EXPECT_EQ(LineOf(summary, "Position"), "Position   x -3.5 to 4.25, y -1 to 2");
+  EXPECT_NE(LineOf(summary, "History").find(" 2 frames after the warm-up: its 30 frames hold 99 of"), std::string::npos);
+  EXPECT_EQ(LineOf(summary, "Library").find("messages"), std::string::npos) << "there are none at level 0";
+}
+
 TEST(Summaries, FitATerminal) {
   Summaries summaries(4);
   for (int i = 0; i < 3; ++i) summaries.Of(0).Add(FrameOf(Match::kOff));
