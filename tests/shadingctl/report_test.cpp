@@ -96,70 +96,51 @@ TEST_F(Result, TwoReplaysShareAPageAndCalibrationStandsAlone) {
 }
 
 TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
-  struct {
-    char const* text;
-    char const* complaint;
-  } const rows[] = {
-      {"", ":1: expected a replay's result, JSON or CSV, found nothing"},
-      {"frame,timestamp_ns,match\n1,2,start\n", ": expected JSON, found CSV"},
-      {"{\"schema\": \"shadingctl-replay\",\n\"version\": 1,", ": expected JSON: parse error at line 2, column 14:"},
-      {"[]", ": expected an object, found a list"},
-      {"{}", ": schema: expected \"shadingctl-replay\""},
-      {R"({"schema": "shadingctl-replay", "version": 2})", ": version: expected 1, found 2"},
-      {R"({"schema": "shadingctl-replay", "version": 1})", ": frames: expected a list, found null"},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [{"frame": 1, "timestamp_ns": "x"}]})",
-       ": frames[0].timestamp_ns: expected a whole number from 0, found \"x\""},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [{"frame": 1, "timestamp_ns": 1, "match": "start",
+  char const* const rows[] = {
+      "",
+      "frame,timestamp_ns,match\n1,2,start\n",
+      "{\"schema\": \"shadingctl-replay\",\n\"version\": 1,",
+      "[]",
+      "{}",
+      R"({"schema": "shadingctl-replay", "version": 2})",
+      R"({"schema": "shadingctl-replay", "version": 1})",
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [{"frame": 1, "timestamp_ns": "x"}]})",
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [{"frame": 1, "timestamp_ns": 1, "match": "start",
           "span_us": [1]}]})",
-       ": frames[0].span_us: expected a list of two whole numbers or null, found [1]"},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [],
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [],
           "batches": [{"camera": 0, "samples": [[1, 2, 3], [1, "2", 3]]}]})",
-       ": batches[0].samples[1]: expected a time and two positions, found [1,\"2\",3]"},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"samples": [[1, 2, 3]], "camera": 0}]})",
-       ": batches[0].camera: expected a whole number before the samples, found none"},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"camera": 0, "frame": "7", "samples": []}]})",
-       ": batches[0].frame: expected a whole number, found \"7\""},
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"samples": [[1, 2, 3]], "camera": 0}]})",
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"camera": 0, "frame": "7", "samples": []}]})",
   };
-  for (auto const& [text, complaint] : rows) {
+  std::string told;
+  for (char const* const text : rows) {
     mPlace.Write("broken", text);
     for (char const* const command : {"report ", "trace "}) {
       Outcome const outcome = RunTool(command + Path("broken") + " -o " + Path("out"));
       EXPECT_EQ(outcome.exitCode, 3) << text;
-      EXPECT_EQ(outcome.err.find("shadingctl: " + Path("broken") + complaint), 0U) << text << outcome.err;
+      told += command + outcome.err;
     }
   }
-  struct {
-    char const* text;
-    char const* complaint;
-  } const pages[] = {
-      {"{\"schema\": 1}",
-       "schema: expected \"shadingctl-replay\" or \"shadingctl-calibration\" or \"shadingctl-fit\", found 1"},
-      {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": 1}]})",
-       "cameras[0].table: expected an object, found 1"},
-      {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [], "tables": [{"index": "<b>"}]})",
-       "tables[0].index: expected a whole number, found \"<b>\""},
-      {R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": {}, "block": {"values": [[{}]]}}]})",
-       "cameras[0].block.values[0][0]: expected a number, found {}"},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "settings": {"tolerance_us": -1}})",
-       "settings.tolerance_us: expected a number from 0 or null, found -1"},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "explained": [{"steps": ["a", 1]}]})",
-       "explained: steps: expected a list of texts, found [\"a\",1]"},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "findings": [{"code": "gaps"}]})",
-       "findings[0].text: expected a text, found null"},
-      {R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "summary": {"cameras": [{"camera": "0"}]}})",
-       "summary.cameras[0].camera: expected a whole number, found \"0\""},
-      {R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": null})",
-       "shorter_us: expected a number, found null"},
-      {R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": 1,
+  char const* const pages[] = {
+      "{\"schema\": 1}",
+      R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": 1}]})",
+      R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [], "tables": [{"index": "<b>"}]})",
+      R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": {}, "block": {"values": [[{}]]}}]})",
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "settings": {"tolerance_us": -1}})",
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "explained": [{"steps": ["a", 1]}]})",
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "findings": [{"code": "gaps"}]})",
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "summary": {"cameras": [{"camera": "0"}]}})",
+      R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": null})",
+      R"({"schema": "shadingctl-fit", "version": 2, "frames": 1, "left_out": 0, "clipped": 0, "shorter_us": 1,
           "readout_us": 1, "diagnosis": [], "advice": [], "axes": {"x": 1}})",
-       "axes.x: expected an object, found 1"},
   };
-  for (auto const& [text, complaint] : pages) {
+  for (char const* const text : pages) {
     mPlace.Write("broken", text);
     Outcome const outcome = RunTool("report " + Path("broken") + " -o " + Path("out"));
     EXPECT_EQ(outcome.exitCode, 3) << text;
-    EXPECT_EQ(outcome.err.find("shadingctl: " + Path("broken") + ": " + complaint), 0U) << text << outcome.err;
+    told += outcome.err;
   }
+  ExpectGolden(Replaced(told, Path("broken"), "broken"), "refused-results.txt");
   EXPECT_EQ(RunTool("report " + Path("none")).err,
             "shadingctl: " + Path("none") + ": cannot be read: No such file or directory\n");
   EXPECT_EQ(RunTool("report " + Path("result") + " -o " + Path("result")).exitCode, 3) << "which is read";

@@ -1,5 +1,6 @@
 // The figures of a summary, and the table's lines.
 #include <fmt/format.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,6 +13,10 @@
 
 namespace shadingctl {
 namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
 
 Frame FrameOf(Match match) {
   Frame frame;
@@ -35,14 +40,13 @@ std::string LineOf(Summary const& summary, std::string const& title) {
 
 TEST(Summary, OnlyAllIsHundredPercentAndOnlyNothingIsZero) {
   auto const few = SummaryOf({{Match::kStart, 29999}, {Match::kNoStart, 1}});
-  EXPECT_EQ(LineOf(few, "Matched"), "Matched    start 29999 (>99.9 %), no_start 1 (<0.1 %)");
-  EXPECT_EQ(LineOf(few, "Match rate"), "Match rate >99.9 % of the 30000 frames have a sample at their start");
+  EXPECT_THAT(LineOf(few, "Matched"), AllOf(HasSubstr("start 29999 (>99.9 %)"), HasSubstr("no_start 1 (<0.1 %)")));
+  EXPECT_THAT(LineOf(few, "Match rate"), HasSubstr(" >99.9 % of the 30000 frames"));
   EXPECT_EQ(few.ToJson()["match_rate"], 0.999967);
   EXPECT_EQ(SummaryOf({{Match::kStart, 2999999}, {Match::kNoStart, 1}}).ToJson()["match_rate"], 0.999999);
   EXPECT_EQ(SummaryOf({{Match::kStart, 1}, {Match::kNoStart, 2999999}}).ToJson()["match_rate"], 0.000001);
-  EXPECT_EQ(LineOf(SummaryOf({{Match::kStart, 3}}), "Matched"), "Matched    start 3 (100.0 %)");
-  EXPECT_EQ(LineOf(SummaryOf({{Match::kOff, 3}}), "Match rate"),
-            "Match rate 0.0 % of the 3 frames have a sample at their start");
+  EXPECT_THAT(LineOf(SummaryOf({{Match::kStart, 3}}), "Matched"), HasSubstr("start 3 (100.0 %)"));
+  EXPECT_THAT(LineOf(SummaryOf({{Match::kOff, 3}}), "Match rate"), HasSubstr(" 0.0 % of the 3 frames"));
 }
 
 TEST(Summary, TheWarmUpIsNoFailure) {
@@ -61,9 +65,8 @@ TEST(Summary, AgesAreNeitherNegativeNorMoreExactThanTheyAreKnown) {
     carried.row.spanAgeUs = ageUs;
     summary.Add(carried);
   }
-  EXPECT_EQ(LineOf(summary, "Carried"),
-            "Carried    position from the oldest end of the window; its age: median 400.0 ms (within 1.6 %), largest "
-            "400.0 ms; 2 are later than their frame");
+  EXPECT_THAT(LineOf(summary, "Carried"),
+              AllOf(HasSubstr("median 400.0 ms (within 1.6 %)"), HasSubstr("largest 400.0 ms; 2 are later")));
   EXPECT_EQ(summary.ToJson()["carried_age_us"].dump(),
             R"({"median":400001.3,"median_error":0.015625,"largest":400003,"later":2})");
 }
@@ -75,12 +78,11 @@ TEST(Summary, TakesTheExtremesInWhateverOrderTheFramesCome) {
     std::uint64_t timestampNs;
     std::optional<double> hallX, hallY;
     std::optional<std::uint64_t> history;
-  } const rows[] = {{Match::kStart, 7, 6000000000, -3.5, 2.0, {}},
-                    {Match::kStart, 9, 5000000000, 4.25, -1.0, {}},
-                    {Match::kNoStart, 8, 8000000000, -9.0, 9.0, {}},  // another frame's position
-                    {Match::kNoWindow, 10, 7000000000, {}, {}, 40},
-                    {Match::kNoWindow, 11, 7000000000, {}, {}, 99},
-                    {Match::kNoWindow, 12, 7000000000, {}, {}, kWindowSize}};
+  } const rows[] = {
+      {Match::kStart, 7, 6000000000, -3.5, 2.0, {}},          {Match::kStart, 9, 5000000000, 4.25, -1.0, {}},
+      {Match::kNoStart, 8, 8000000000, -9.0, 9.0, {}},  // another frame's position
+      {Match::kNoWindow, 10, 7000000000, {}, {}, 40},         {Match::kNoWindow, 11, 7000000000, {}, {}, 99},
+      {Match::kNoWindow, 12, 7000000000, {}, {}, kWindowSize}};
   Summary summary(0);
   for (auto const& row : rows) {
     Frame frame = FrameOf(row.match);
@@ -96,10 +98,10 @@ TEST(Summary, TakesTheExtremesInWhateverOrderTheFramesCome) {
   EXPECT_EQ(json["hall_x"], Json::parse(R"({"lowest": -3.5, "highest": 4.25})"));
   EXPECT_EQ(json["hall_y"], Json::parse(R"({"lowest": -1.0, "highest": 2.0})"));
   EXPECT_EQ(json["history"]["longest_too_short"], 99);
-  EXPECT_EQ(LineOf(summary, "Frames"), "Frames     6 (7 to 12), 3.000 s");
-  EXPECT_EQ(LineOf(summary, "Position"), "Position   x -3.5 to 4.25, y -1 to 2");
-  EXPECT_NE(LineOf(summary, "History").find(" 2 frames after the warm-up: its 30 frames hold 99 of"), std::string::npos);
-  EXPECT_EQ(LineOf(summary, "Library").find("messages"), std::string::npos) << "there are none at level 0";
+  EXPECT_THAT(LineOf(summary, "Frames"), HasSubstr("6 (7 to 12), 3.000 s"));
+  EXPECT_THAT(LineOf(summary, "Position"), HasSubstr("x -3.5 to 4.25, y -1 to 2"));
+  EXPECT_THAT(LineOf(summary, "History"), AllOf(HasSubstr(" 2 frames "), HasSubstr(" 99 of 100 samples")));
+  EXPECT_THAT(LineOf(summary, "Library"), Not(HasSubstr("messages"))) << "there are none at level 0";
 }
 
 TEST(Summaries, FitATerminal) {
