@@ -153,7 +153,7 @@ LoadTrial TryToLoad(std::string const& path) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
-  if (InterruptedBy() != 0) throw Interrupted();
+  EndIfInterrupted();
   return {ProblemOf(answer, isLate, status), output};
 }
 

@@ -34,6 +34,10 @@ void RememberInterruptions() {
 
 int InterruptedBy() { return firstSignal; }
 
+void EndIfInterrupted() {
+  if (firstSignal != 0) throw Interrupted();
+}
+
 bool IsInterruptedAgain() { return signalCount > 1; }
 
 void WaitForInput(int descriptor) {
@@ -47,7 +51,7 @@ void WaitForInput(int descriptor) {
   while (firstSignal == 0 && ppoll(&wanted, 1, nullptr, &before) < 0) {
   }
   sigprocmask(SIG_SETMASK, &before, nullptr);
-  if (firstSignal != 0) throw Interrupted();
+  EndIfInterrupted();
 }
 
 }  // namespace hosting

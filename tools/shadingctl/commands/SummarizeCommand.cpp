@@ -18,7 +18,7 @@ struct SummarizeArguments {
 };
 
 void AddResult(Totals& totals, std::string const& name) {
-  if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+  hosting::EndIfInterrupted();
   try {
     ReplayResult const result = ReadReplayResult(name);
     totals.Add(name, result);
@@ -43,7 +43,7 @@ int Summarize(SummarizeArguments const& arguments) {
       RefuseOverwriting({name}, {arguments.result.output});
       AddResult(totals, name);
     }
-    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    hosting::EndIfInterrupted();
   }
   if (totals.Results() + totals.Unusable() == 0)
     throw hosting::UnusableInput("standard input: expected names of results, found none");

@@ -93,7 +93,7 @@ HallDump ReadDump(std::string const& file) {
 void ReadDumps(std::string const& name, std::vector<HallDump>& dumps,
                std::function<void(std::string const&)> const& complain) {
   for (fs::path const& path : FilesOf(name)) {
-    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    hosting::EndIfInterrupted();
     try {
       dumps.push_back(ReadDump(path.string()));
     } catch (BrokenDump const& broken) {

@@ -11,9 +11,7 @@
 namespace shadingctl {
 namespace {
 
-constexpr char const* kLogProperty = "vendor.veyra.3a.lscutil.log";
-constexpr int kSpanLevel = 1;     // at which the library tells the span
-constexpr int kEveryMessage = 5;  // the logging library's most talkative setting
+constexpr int kSpanLevel = 1;  // at which the library tells the span
 constexpr unsigned int kFrame = 1;
 constexpr unsigned int kSensorMode = 0;
 
@@ -100,12 +98,10 @@ Recomputation::Result Recomputation::Check(LoggedCall const& call) {
 
 void Recomputation::Load(int mode) {
   mMode = mode;
-  mSettings.properties[kLogProperty] = kSpanLevel;
-  mSettings.properties[kModeProperty] = mode;
-  mSettings.log.systemLog = true;
-  mSettings.log.maximumLevel = kEveryMessage;
+  recording::SessionSettings ofMode;
+  ofMode.calculationMode = mode;
   desktop::Device& device = desktop::Device::Get();
-  device.Configure(mSettings);
+  device.Configure(PlayedSettings(mSettings, ofMode, kSpanLevel));
   mLibrary = &LoadLibrary(mLibraryPath);
   mModeSwitch = hosting::FindSwitch(mLibraryPath, "g_oisDebug");
   device.ListenToLog([this](desktop::LogMessage const& message) {

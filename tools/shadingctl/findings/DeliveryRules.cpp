@@ -58,14 +58,15 @@ std::optional<SessionFinding> Batches(SessionFacts const& facts) {
       batches.missingUnmatched.count > 0 ? Severity::kLost : Severity::kNote};
 }
 
-// discarded. Any batch that began before the one before it began: the library drops it in silence.
+// discarded. Any batch that begins earlier than the one before: the library drops it in silence.
 std::optional<SessionFinding> Discarded(SessionFacts const& facts) {
   FrameList const& discarded = facts.Batches().discarded;
   if (discarded.count == 0) return std::nullopt;
   return SessionFinding{
-      fmt::format("BATCHES WERE DROPPED: the library discarded {} of {}, because they began before the batch before "
-                  "began; it says nothing of that itself",
-                  discarded.count, facts.Samples().batches),
+      fmt::format(
+          "BATCHES WERE DROPPED: the library discarded {} of {}, as it does in silence with a batch that begins "
+          "earlier than the one before",
+          discarded.count, facts.Samples().batches),
       "deliver each sample once, in the order of time",
       {{"batches", static_cast<double>(discarded.count)}},
       discarded};

@@ -32,7 +32,7 @@ Positions ReadReference(Reference const& reference, std::size_t& skipped) {
     if (!positions.emplace(file.Get<std::uint32_t>(kFrame), position).second) file.Refuse(kFrame, "each frame once");
   };
   while (file.ReadRow(read)) {
-    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    hosting::EndIfInterrupted();
   }
   skipped = file.SkippedRows();
   return positions;

@@ -65,7 +65,7 @@ RecordingSize WriteRecording(recording::Session& session, std::string const& dir
   RecordingSize size;
   std::string rows;
   for (recording::Call call; session.Next(call);) {
-    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    hosting::EndIfInterrupted();
     rows.clear();
     recording::AppendCall(rows, ++size.calls, call);
     callsFile.Write(rows);

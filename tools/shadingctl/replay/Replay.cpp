@@ -249,7 +249,7 @@ ReadingEnd PlaySession(recording::Session& session, Replay& replay,
   PendingFrames pending;
   ReadingEnd const end = ReadToTheEnd([&] {
     for (recording::Call call;;) {
-      if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+      hosting::EndIfInterrupted();
       if (!session.Next(call)) return;
       PlayedCall const played = replay.Play(call);
       if (auto const* update = std::get_if<recording::UpdateSensorData>(&call.operation)) {

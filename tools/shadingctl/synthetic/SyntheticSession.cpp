@@ -86,7 +86,7 @@ void WriteReference(SyntheticOptions const& options, std::string const& path) {
   std::int64_t readoutNs = 0;
   std::uint32_t lastFrame = 0;
   for (recording::Call call; session.Next(call);) {
-    if (hosting::InterruptedBy() != 0) throw hosting::Interrupted();
+    hosting::EndIfInterrupted();
     if (call.camera != options.cameras.front().sensorId) continue;
     if (auto const* const told = std::get_if<recording::StoreRollingShutter>(&call.operation)) {
       readoutNs = told->rollingShutterNs;
