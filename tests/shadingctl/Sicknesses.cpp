@@ -124,6 +124,7 @@ std::vector<Sickness> Sicknesses() {
       {"Locked", "n_still:0", Samples([](auto& sample) { sample.x = 1, sample.y = -2; })},
       {"OnlyNoise", "n_still:0", Noise},
       {"DeadAxis", "w_dead_axis:200", Samples([](auto& sample) { sample.y = 3; })},
+      {"DeadFirstAxis", "w_dead_axis:200", Samples([](auto& sample) { sample.x = 3; })},
       {"EndStop", "n_end_stop:0", Samples([](auto& sample) { sample.x = std::min(sample.x, 30.0); })},
       {"Steps", "w_steps:1@132", Samples(80, 81, [](auto& sample) { sample.x += 60; })},
       {"LateBatches", "l_batches:5 n_not_delivered:4<batches",

@@ -94,13 +94,23 @@ std::vector<std::string> CodesOfPage(std::string const& heading) {
   return codes;
 }
 
-std::string WordsOfSessions() {
+struct Told {
+  std::string words;
+  std::string figures;
+};
+
+Told ToldOfSessions() {
   Words words;
+  std::string figures;
   auto const expect = [&](char const* name, Json const& findings, char const* codes) {
     EXPECT_EQ(Codes(findings), codes) << name << findings.dump(1);
+    figures += name + std::string("\n");
     for (Json const& finding : findings) {
       words.Add(finding.at("code").get<std::string>(),
                 finding.at("text").get<std::string>() + "\n    " + finding.at("advice").get<std::string>());
+      figures += "  " + finding.at("code").get<std::string>();
+      for (char const* const what : {"figures", "frames", "intervals"}) figures += " " + finding.at(what).dump();
+      figures += "\n";
     }
   };
   for (Sickness const& sickness : Sicknesses()) {
@@ -119,7 +129,7 @@ std::string WordsOfSessions() {
   }
   std::vector<std::string> codes;
   for (FindingKind const& kind : FindingKinds()) codes.emplace_back(kind.code);
-  return words.Section("Findings of sessions, and what helps", codes);
+  return {words.Section("Findings of sessions, and what helps", codes), figures};
 }
 
 // Without numbers: each standard library has its own random errors of a bench.
@@ -148,7 +158,9 @@ std::string WordsOfBenches() {
 }
 
 TEST(Words, OfSickSessionsAndOfBenchesAreThoseOfTheGolden) {
-  ExpectGolden(WordsOfSessions() + WordsOfBenches(), "words.txt");
+  Told const told = ToldOfSessions();
+  ExpectGolden(told.figures, "figures.txt");
+  ExpectGolden(told.words + WordsOfBenches(), "words.txt");
 }
 
 TEST(FailOn, NamesTheFindingAndItsPlace) {
