@@ -25,16 +25,29 @@ TEST(BudgetCommand, ASweepHasTheValueOfTheOptionInItsPlace) {
 TEST(BudgetCommand, CheckAsksForBothEndsOfAllFrames) {
   struct {
     char const* options;
-    int exitCode;
+    int exitCode;  // with --check
   } const rows[] = {
-      {"--hall-rate 1000 --exposure-us 10000 --check", 0}, {"--hall-rate 200 --exposure-us 10000 --check", 1},
-      {"--hall-rate 200 --exposure-us 10000", 0},          {"--hall-rate 8000 --exposure-us 1000 --check", 1},
-      {"--hall-rate 1000 --exposure-us 16667", 2},
+      {"--hall-rate 1000 --frame-rate 60 --readout-us 15980 --exposure-us 10000", 0},
+      {"--hall-rate 200 --frame-rate 60 --readout-us 15980 --exposure-us 10000", 1},   // in part, locked
+      {"--hall-rate 8000 --frame-rate 60 --readout-us 15980 --exposure-us 1000", 1},   // without ends
+      {"--hall-rate 4000 --frame-rate 60 --readout-us 16600 --exposure-us 1000", 1},   // with some ends
+      {"--hall-rate 4000 --frame-rate 60 --readout-us 15980 --exposure-us 12000", 1},  // beyond reach
+      {"--hall-rate 100 --frame-rate 60 --readout-us 15980 --exposure-us 1000", 1},    // too few samples
+      {"--hall-rate 199 --frame-rate 60 --readout-us 15980 --exposure-us 100", 1},     // sometimes
+      {"--hall-rate 1000 --frame-rate 120 --readout-us 400 --exposure-us 5000", 1},    // too short a readout
+      {"--hall-rate 90 --frame-rate 10 --readout-us 0 --exposure-us 5000 --delivery-delay-us 100", 1},
+      {"--hall-rate 1000 --frame-rate 60 --readout-us 15980 --exposure-us 16667", 2},
   };
+  std::string told;
   for (auto const& [options, exitCode] : rows) {
-    EXPECT_EQ(RunTool(std::string("budget --frame-rate 60 --readout-us 15980 ") + options).exitCode, exitCode)
-        << options;
+    Outcome const outcome = RunTool(std::string("budget --check ") + options);
+    EXPECT_EQ(outcome.exitCode, exitCode) << options;
+    Outcome const unchecked = RunTool(std::string("budget ") + options);
+    EXPECT_EQ(unchecked.exitCode, exitCode == 1 ? 0 : exitCode) << options;
+    EXPECT_EQ(unchecked.out, outcome.out);
+    told += options + ("\n" + outcome.out + outcome.err) + "\n";
   }
+  ExpectGolden(told, "budgets.txt");
 }
 
 }  // namespace
