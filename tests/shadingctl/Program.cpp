@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -130,6 +131,10 @@ std::string WithoutDurations(std::string const& summary) {
     if (!isDuration) rest += line + "\n";
   }
   return rest;
+}
+
+std::string WithoutNumbers(std::string const& text) {
+  return std::regex_replace(text, std::regex("[0-9]+([.][0-9]+)?"), "#");
 }
 
 std::string Replaced(std::string text, std::string const& from, std::string const& to) {

@@ -79,6 +79,9 @@ std::string LineOf(std::string const& text, std::string const& key);
 // A summary without the lines that tell durations.
 std::string WithoutDurations(std::string const& summary);
 
+// With "#" for each number, where standard libraries have random numbers of their own.
+std::string WithoutNumbers(std::string const& text);
+
 // `text` with every `from` replaced.
 std::string Replaced(std::string text, std::string const& from, std::string const& to);
 

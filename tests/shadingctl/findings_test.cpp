@@ -50,10 +50,6 @@ std::string Codes(Json const& findings) {
   return codes;
 }
 
-std::string WithoutNumbers(std::string const& text) {
-  return std::regex_replace(text, std::regex("[0-9]+([.][0-9]+)?"), "#");
-}
-
 // Each wording once, whatever its numbers.
 class Words {
  public:

@@ -94,6 +94,7 @@ TEST(FitCommand, AlwaysAnswers) {
       {"session --reference other.csv", 3, "cannot_tell", "not_this_recording", 0},
       {"session --reference bad.csv --skip-bad --map frame=image --map x=u --map y=v", 0, "agrees", "", 3},
   };
+  std::string told;
   for (Row const& row : table) {
     Outcome const outcome = RunScript(in + "shadingctl fit --format json -o fit.json " + row.arguments);
     EXPECT_EQ(outcome.exitCode, row.exitCode) << row.arguments << outcome.err;
@@ -102,7 +103,12 @@ TEST(FitCommand, AlwaysAnswers) {
     EXPECT_EQ(fit["skipped"], row.skipped) << row.arguments;
     EXPECT_EQ(fit["refused"].is_null() ? "" : fit["refused"]["code"], row.code) << row.arguments;
     EXPECT_EQ(RunScript(in + "shadingctl report fit.json -o fit.html").exitCode, 0) << row.arguments;
+    Outcome const text = RunScript(in + "shadingctl fit " + row.arguments);
+    EXPECT_EQ(text.exitCode, row.exitCode) << row.arguments;
+    if (row.exitCode == 1) continue;  // the same text as without --check
+    told += row.arguments + ("\n" + WithoutNumbers(text.out + text.err)) + "\n";
   }
+  ExpectGolden(told, "fits.txt");
 }
 
 TEST(FitCommand, RefusesWhatItCannotUse) {

@@ -109,7 +109,7 @@ TEST(Summaries, FitATerminal) {
   for (int i = 0; i < 3; ++i) summaries.Of(0).Add(FrameOf(Match::kOff));
   summaries.Close({}, 1000);
   std::string const text = summaries.Text(50);
-  EXPECT_NE(text.find("not_told"), std::string::npos) << text;
+  EXPECT_THAT(text, AllOf(HasSubstr("not_told"), HasSubstr("\nReplay ")));
   for (std::size_t at = 0, end = 0; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
     EXPECT_LE(end - at, 50U) << text.substr(at, end - at);
   }
