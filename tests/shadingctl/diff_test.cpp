@@ -70,12 +70,23 @@ TEST_F(WorkedResults, AreComparedFrameByFrameAndOnlyInWhatBothHave) {
   // Differences of 3, 3 and -12: the median is 3, the mean square 54. Ages grow by 12 ms.
   std::string const early = "frame,hall_x,span_age_us\n7,1,100\n8,1,200\n9,20,300\n";
   std::string const late = "frame,hall_x,span_age_us\n7,4,12100\n8,4,12200\n9,8,12300\n";
+  std::string const document = R"({"schema": "shadingctl-replay", "version": 1,
+      "settings": {"session": "s", "mode": "mean", "list": [1, 2]},
+      "frames": [{"frame": 1, "timestamp_ns": 10, "match": "start"}], "complete": true, "error": null,
+      "summary": {"cameras": [{"frames": 1, "rate": null}, {"frames": 2}]},
+      "findings": [{"code": "gaps", "camera": 0, "frames": {"count": 3}}, {"code": "still", "camera": 2}]})";
+  std::string other = Replaced(Replaced(document, "start", "carried"), "[1, 2]", "[1, 2, 3], \"later\": true");
+  other =
+      Replaced(Replaced(other, "\"count\": 3", "\"count\": 5"), "true, \"error\": null", "false, \"error\": \"cut\"");
+  other = Replaced(Replaced(other, "\"still\", \"camera\": 2", "\"late\", \"camera\": 0"), "null}, {", "0.5}, {");
   struct {
     std::string a;
     std::string b;
     char const* options;
     char const* row;
   } const rows[] = {
+      {document, other, "", "| frame 1 | match | start | carried | differs |"},
+      {"frame,message\n1,7\n", "frame,message\n1,8\n", "", "| frame 1 | message | 7 | 8 | differs |"},
       {early, late, "", "| hall_x | 3 | 3 | 7.35 | 12 | frame 9 |"},
       {late, early, "", "| hall_x | 3 | 3 | 7.35 | 12 | frame 9 |"},
       {"frame,timestamp_ns,match,hall_x\n1,10,start,1\n2,20,start,2\n2,20,start,2.5\n3,30,carried,\n",
