@@ -52,6 +52,39 @@ TEST(LogLines, EveryFormatOfALogIsRead) {
   }
 }
 
+std::optional<std::int64_t> TimeOf(std::string const& time) {
+  LogParser parser;
+  std::string const line = time + "  1  2 I VeyraShadingUtil: x";
+  auto const entry = parser.Add(line);
+  return entry ? entry->timeUs : std::nullopt;
+}
+
+TEST(LogLines, TimesGrowFromLineToLineAndThoseOfNoClockAreRefused) {
+  struct {
+    char const* earlier;
+    char const* later;
+    std::int64_t passedUs;
+  } const rows[] = {
+      {"01-02 03:04:05.678", "01-02 03:04:05.679", 1000},
+      {"01-02 03:59:59.999999", "01-02 04:00:00.000", 1},
+      {"01-02 23:59:59.000", "01-03 00:00:00.000", 1000000},
+      {"2024-12-31 23:59:00.000", "2025-01-01 00:00:00.000", 60000000},
+      {"1704164645.678", "1704164646.000001", 322001},
+      {"12-31 24:60:60.000", "12-31 24:60:61.000", 1000000},
+  };
+  for (auto const& row : rows) {
+    auto const earlierUs = TimeOf(row.earlier);
+    auto const laterUs = TimeOf(row.later);
+    ASSERT_TRUE(earlierUs && laterUs) << row.later;
+    EXPECT_EQ(*laterUs - *earlierUs, row.passedUs) << row.later;
+  }
+  for (char const* const time : {"13-02 03:04:05.678", "12-32 03:04:05.678", "12-02 25:04:05.678", "12-02 03:61:05.678",
+                                 "12-02 03:04:62.678", "10000-12-02 03:04:05.678", "2024-13-02 03:04:05.678",
+                                 "2024-12-32 03:04:05.678", "12-02 03:04:05", "12-02 -3:04:05.678"}) {
+    EXPECT_FALSE(TimeOf(time)) << time;
+  }
+}
+
 TEST(LogLines, TheLongFormatHasItsHeadOnALineOfItsOwn) {
   LogParser parser;
   EXPECT_FALSE(parser.Add("[ 01-02 03:04:05.678  1234: 5678 I/VeyraShadingUtil ]\r"));
