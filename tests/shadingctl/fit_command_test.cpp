@@ -1,6 +1,7 @@
 // `shadingctl fit` as its users run it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -9,11 +10,11 @@
 namespace shadingctl {
 namespace {
 
-// A reference that shows each frame 1 unit for 2 of the position that the replay found, upside down.
+// A reference that shows each frame 1 unit for 2 of the position that the replay found, upside down; frame 100 is 50
+// units off in x.
 constexpr char const* kMakeReference =
     "replay session --format csv | awk -F, 'BEGIN {print \"y,frame,x\"} $4 == \"start\" {print -$12 / 2 \",\" $1 \",\" "
-    "$11 / "
-    "2}' >target.csv";
+    "$11 / 2 + ($1 == 100 ? 50 : 0)}' >target.csv";
 
 TEST(FitCommand, FindsHowTheImageFollowsTheLens) {
   TemporaryDirectory const place;
@@ -32,10 +33,15 @@ TEST(FitCommand, FindsHowTheImageFollowsTheLens) {
   EXPECT_EQ(fit["images"].size(), fit["frames"]);
   EXPECT_GE(fit["search"].size(), 74U) << "from -73.3 ms to 73.3 ms in steps of 2 ms, and the best lags";
   EXPECT_EQ(fit["refused"], nullptr);
+  auto const off = std::find_if(fit["outliers"].begin(), fit["outliers"].end(),
+                                [](auto const& outlier) { return outlier["frame"] == 100; });
+  ASSERT_NE(off, fit["outliers"].end());
+  EXPECT_NEAR((*off)["residual"][0].get<double>(), 50, 1);
+  EXPECT_NEAR((*off)["residual"][1].get<double>(), 0, 1);
   EXPECT_EQ(fit["diagnosis"].size(), fit["advice"].size());
-  double const off =
+  double const offUs =
       fit["axes"]["y"]["lag_us"]["value"].get<double>() - fit["axes"]["y"]["lag_us"]["library"].get<double>();
-  EXPECT_NEAR(fit["difference"]["y"]["lag_us"].get<double>(), off, 1e-6);
+  EXPECT_NEAR(fit["difference"]["y"]["lag_us"].get<double>(), offUs, 1e-6);
 }
 
 // What pictures would show of a synthetic session depends on its lens alone.

@@ -290,8 +290,9 @@ std::vector<UselessBench> UselessBenches() {
     all.push_back({code, "", hasLag, MakeBench({}, 5)});
     spoil(all.back().data);
   };
-  made("too_few_frames", "found 99,", false, [](BenchTruth& t) { t.frames = 99; });
-  made("too_few_samples", "found one every 11", false, [](BenchTruth& t) { t.hallHz = 90; });
+  made("too_few_frames", "expected 100 frames of the reference with samples all around them, found 99,", false,
+       [](BenchTruth& t) { t.frames = 99; });
+  made("too_few_samples", "every 10000 us, found one every 11", false, [](BenchTruth& t) { t.hallHz = 90; });
   made("search_edge", "within 7", true, [](BenchTruth& t) { t.interceptUs = 69000; });
   made("clipped", "", false, [](BenchTruth& t) { t.clip = 4; });
   spoiled("too_few_samples", false, [](BenchData& data) { data.samples.resize(1); });

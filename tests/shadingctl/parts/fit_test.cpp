@@ -90,6 +90,7 @@ TEST(Fit, MarksTheFramesThatAreOff) {
   auto const least = std::min_element(fit.search.begin(), fit.search.end(),
                                       [](auto const& a, auto const& b) { return a.share[1] < b.share[1]; });
   EXPECT_NEAR(least->lagUs, fit.axes[1].at[kLag], 300);
+  EXPECT_GT(least->share[1], least->share[0]) << "the frames are off in y alone";
 }
 
 }  // namespace
