@@ -173,6 +173,7 @@ StartedTool::StartedTool(std::string const& arguments) {
   std::string const command = kEnvironment + ("shadingctl " + arguments) + " 2>'" + mDirectory.Path() + "/err'";
   mProcess = fork();
   if (mProcess == 0) {
+    for (int const heard : {SIGINT, SIGTERM, SIGHUP}) signal(heard, SIG_DFL);  // a job in the background ignores some
     dup2(ends[1], STDOUT_FILENO);
     close(ends[0]);
     close(ends[1]);
