@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
@@ -260,6 +261,18 @@ TEST(Doctor, WhatIsNoShadingLibraryIsToldOnceAndNotLoaded) {
     EXPECT_EQ(exports, 1);
   }
   ExpectGolden(shown, "other-libraries.txt");
+}
+
+// A name that took another one's place would let a library without the other pass.
+TEST(Doctor, KnowsEachNameOfTheInterfaceOnce) {
+  std::map<std::string, int> times;
+  for (char const* const name : kTableEntries) ++times[name];
+  for (char const* const name : kFurtherExports) ++times[name];
+  for (char const* const name : kPlatformLibraries) ++times[name];
+  for (auto const& [name, count] : times) {
+    bool const isTwice = name.empty() || name == "VeyraShadingUtil::VeyraShadingUtil()";
+    EXPECT_EQ(count, isTwice ? 2 : 1) << name;
+  }
 }
 
 TEST(Doctor, ForAPhoneADesktopsRunTimeIsAFault) {

@@ -91,6 +91,9 @@ TEST(Recording, OdditiesAreCountedWithTheirFirstLine) {
     for (long const timeUs : row.timesUs)
       hall += std::to_string(row.frame) + "," + std::to_string(timeUs * 1000) + ",1,1\n";
   }
+  constexpr std::size_t kLongestLine = 1048576;
+  std::string const first = "9,1000000,1,1";  // made as long as a line may be
+  hall = Replaced(hall, first, "9,1000000,1." + std::string(kLongestLine - first.size() - 1, '0') + ",1");
   directory.Write("hall.csv", hall);
   Outcome const outcome = RunTool("replay --format json -o " + directory.Path() + "/result " + directory.Path());
   EXPECT_EQ(outcome.exitCode, 0);
