@@ -67,7 +67,7 @@ class Summarize : public testing::Test {
   TemporaryDirectory const mDirectory;
 };
 
-// Of the evening, with a figure that no camera has, one of another camera, and different answers.
+// With figures off their scales, findings of a camera that is not in it, and different answers.
 std::string EveningResult() {
   std::string text = Result("evening", 60, 50, 800, "wrong");
   text = Replaced(text, "\"median\": 0.5", "\"median\": 1.5");
