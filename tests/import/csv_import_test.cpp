@@ -101,7 +101,7 @@ TEST(CsvImport, WithoutFramesOfSamplesDeliversByTimeAndSaysSo) {
 constexpr char const* kFrames = "frame,timestamp_ns,exposure_ns,rolling_shutter_ns\n1,5,1,2\n2,9,1,2\n";
 constexpr char const* kHall = "frame,timestamp_ns,hall_x,hall_y\n1,4,0.5,0.25\n2,8,0.5,0.25\n";
 
-// What it says, before which nothing is written.
+// The message of an import that is refused and leaves nothing behind.
 std::string Refusal(std::string const& frames, std::string const& hall, std::string const& options, int exitCode) {
   TemporaryDirectory const directory;
   directory.Write("f.csv", frames);
