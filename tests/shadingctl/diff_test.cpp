@@ -212,6 +212,9 @@ TEST(Gates, FailWithTheReason) {
   SickSession withoutSamples = HealthySession();
   withoutSamples.samples.clear();
   withoutSamples.Write(empty);
+  TemporaryDirectory const warming;
+  withoutSamples.frames.resize(20);
+  withoutSamples.Write(warming);
   struct {
     TemporaryDirectory const& session;
     char const* options;
@@ -222,7 +225,10 @@ TEST(Gates, FailWithTheReason) {
       {sparse, "--fail-below 60.5", 1},
       {sparse, "--max-age-us 474700", 0},
       {sparse, "--max-age-us 469000", 1},
+      {sparse, "--max-age-us 473449", 0},
       {empty, "--max-age-us 400000", 1},
+      {empty, "--fail-below 1", 1},
+      {warming, "--fail-below 1", 1},
       {healthy, "--fail-below 90 --log-level 1", 2},
       {healthy, "--fail-below 101", 2},
   };

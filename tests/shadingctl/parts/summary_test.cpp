@@ -81,9 +81,12 @@ TEST(Summary, TakesTheExtremesInWhateverOrderTheFramesCome) {
   } const rows[] = {
       {Match::kStart, 7, 6000000000, -3.5, 2.0, {}},          {Match::kStart, 9, 5000000000, 4.25, -1.0, {}},
       {Match::kNoStart, 8, 8000000000, -9.0, 9.0, {}},  // another frame's position
-      {Match::kNoWindow, 10, 7000000000, {}, {}, 40},         {Match::kNoWindow, 11, 7000000000, {}, {}, 99},
+      {Match::kNoWindow, 10, 7000000000, {}, {}, 99},         {Match::kNoWindow, 11, 7000000000, {}, {}, 40},
       {Match::kNoWindow, 12, 7000000000, {}, {}, kWindowSize}};
   Summary summary(0);
+  EXPECT_EQ(summary.ToJson()["recorded_ns"], 0);
+  std::vector<NSCam::Utils::SensorData> const none;
+  summary.Add(PlayedUpdate{7, none, {}, false, true, 12000, {}});
   for (auto const& row : rows) {
     Frame frame = FrameOf(row.match);
     frame.row.frame = row.frame;
@@ -101,7 +104,8 @@ TEST(Summary, TakesTheExtremesInWhateverOrderTheFramesCome) {
   EXPECT_THAT(LineOf(summary, "Frames"), HasSubstr("6 (7 to 12), 3.000 s"));
   EXPECT_THAT(LineOf(summary, "Position"), HasSubstr("x -3.5 to 4.25, y -1 to 2"));
   EXPECT_THAT(LineOf(summary, "History"), AllOf(HasSubstr(" 2 frames "), HasSubstr(" 99 of 100 samples")));
-  EXPECT_THAT(LineOf(summary, "Library"), Not(HasSubstr("messages"))) << "there are none at level 0";
+  EXPECT_THAT(LineOf(summary, "Library"), AllOf(HasSubstr("update 2.0 us"), Not(HasSubstr("messages"))))
+      << "there are no messages at level 0";
 }
 
 TEST(Summaries, FitATerminal) {
