@@ -48,6 +48,9 @@ TEST(BudgetCommand, CheckAsksForBothEndsOfAllFrames) {
     told += options + ("\n" + outcome.out + outcome.err) + "\n";
   }
   ExpectGolden(told, "budgets.txt");
+  std::string const json =
+      RunTool("budget --hall-rate 200 --frame-rate 60 --readout-us 15980 --exposure-us 10 --format json").out;
+  EXPECT_EQ(LineOf(json, "\"version\""), "  \"version\": 1,") << json;
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ TEST_F(WorkedResults, AreComparedFrameByFrameAndOnlyInWhatBothHave) {
   std::string const late = "frame,hall_x,span_age_us\n7,4,12100\n8,4,12200\n9,8,12300\n";
   std::string const document = R"({"schema": "shadingctl-replay", "version": 1,
       "settings": {"session": "s", "mode": "mean", "list": [1, 2]},
-      "frames": [{"frame": 1, "timestamp_ns": 10, "match": "start"}], "complete": true, "error": null,
+      "frames": [{"frame": 1, "timestamp_ns": 10, "match": "start", "odd": 1, "other": 2}], "complete": true, "error": null,
       "summary": {"cameras": [{"frames": 1, "rate": null}, {"frames": 2}]},
       "findings": [{"code": "gaps", "camera": 0, "frames": {"count": 3}}, {"code": "still", "camera": 2}]})";
   std::string other = Replaced(Replaced(document, "start", "carried"), "[1, 2]", "[1, 2, 3], \"later\": true");

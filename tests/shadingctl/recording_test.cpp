@@ -50,10 +50,11 @@ TEST(Recording, ThatIsBrokenIsRefusedWithItsPlaceAndWhatWasExpected) {
       {"ReadoutBeyond32Bits", Frames("6,2000,10,4294967296\n"), kHall},
       {"FrameTwice", Frames("5,2000,10,20\n"), kHall},
       {"HallFrameRunsBackwards", kFrameRows, Hall("0,950,1,2\n")},
+      {"HallFrameBeyond32Bits", kFrameRows, Hall("4294967296,950,1,2\n")},
       {"ZeroByte", kFrameRows, Hall("1,950,1\0,2\n"s)},
       {"EndlessLine", kFrameRows, Hall(std::string((1 << 20) + 1, '1'))},
-      // Line 5 counts the empty line before it, and comes after the last frame: it is read all the same.
-      {"AfterTheLastFrame", kFrameRows, Hall("\n2,950,1,2\n3,960,x,2\n")}};
+      // Line 5 counts the blank line before it, and comes after the last frame: it is read all the same.
+      {"AfterTheLastFrame", kFrameRows, Hall(" \n2,950,1,2\n3,960,x,2\n")}};
   std::string told;
   for (BrokenFiles const& row : rows) {
     TemporaryDirectory const directory;

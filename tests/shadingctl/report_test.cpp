@@ -109,6 +109,8 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
           "span_us": [1]}]})",
       R"({"schema": "shadingctl-replay", "version": 1, "frames": [],
           "batches": [{"camera": 0, "samples": [[1, 2, 3], [1, "2", 3]]}]})",
+      R"({"schema": "shadingctl-replay", "version": 1, "frames": [],
+          "batches": [{"camera": 0, "samples": [[1, 2, 3]]}, {"camera": 0, "samples": [[1, 2, "3"]]}]})",
       R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"samples": [[1, 2, 3]], "camera": 0}]})",
       R"({"schema": "shadingctl-replay", "version": 1, "frames": [], "batches": [{"camera": 0, "frame": "7", "samples": []}]})",
   };
@@ -123,6 +125,7 @@ TEST_F(Result, UnusableInputIsNamedWithItsPlace) {
   }
   char const* const pages[] = {
       "{\"schema\": 1}",
+      R"({"schema": "shadingctl-calibration", "version": 9, "cameras": []})",
       R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": 1}]})",
       R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [], "tables": [{"index": "<b>"}]})",
       R"({"schema": "shadingctl-calibration", "version": 1, "cameras": [{"camera": 0, "table": {}, "block": {"values": [[{}]]}}]})",
