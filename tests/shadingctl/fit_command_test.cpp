@@ -32,6 +32,7 @@ TEST(FitCommand, FindsHowTheImageFollowsTheLens) {
   EXPECT_EQ(fit["axes"]["x"]["lag_slope"]["library"], 0.5432);
   EXPECT_EQ(fit["images"].size(), fit["frames"]);
   EXPECT_GE(fit["search"].size(), 74U) << "from -73.3 ms to 73.3 ms in steps of 2 ms, and the best lags";
+  EXPECT_NEAR(fit["search"][0][0].get<double>(), -73333, 1) << "the lag, before the shares of both axes";
   EXPECT_EQ(fit["refused"], nullptr);
   auto const off = std::find_if(fit["outliers"].begin(), fit["outliers"].end(),
                                 [](auto const& outlier) { return outlier["frame"] == 100; });
