@@ -61,9 +61,12 @@ TEST(Summary, TheWarmUpIsNoFailure) {
 TEST(Summary, AgesAreNeitherNegativeNorMoreExactThanTheyAreKnown) {
   Summary summary(4);
   Frame carried = FrameOf(Match::kCarried);
+  std::int64_t largestUs = 0;
   for (std::int64_t const ageUs : {400000L, 400001L, 400003L, -9000L, -1L}) {
     carried.row.spanAgeUs = ageUs;
     summary.Add(carried);
+    largestUs = std::max(largestUs, ageUs);
+    EXPECT_EQ(summary.ToJson()["carried_age_us"]["largest"], largestUs);
   }
   EXPECT_THAT(LineOf(summary, "Carried"),
               AllOf(HasSubstr("median 400.0 ms (within 1.6 %)"), HasSubstr("largest 400.0 ms; 2 are later")));
@@ -106,6 +109,7 @@ TEST(Summary, TakesTheExtremesInWhateverOrderTheFramesCome) {
   EXPECT_THAT(LineOf(summary, "History"), AllOf(HasSubstr(" 2 frames "), HasSubstr(" 99 of 100 samples")));
   EXPECT_THAT(LineOf(summary, "Library"), AllOf(HasSubstr("update 2.0 us"), Not(HasSubstr("messages"))))
       << "there are no messages at level 0";
+  EXPECT_THAT(summary.Text(), HasSubstr("split by the library: not told"));
 }
 
 TEST(Summaries, FitATerminal) {
