@@ -144,6 +144,9 @@ std::vector<Sickness> Sicknesses() {
        Samples(100, 100, [](auto& sample) { sample.timeNs -= 50000000; })},
       {"ModeSwitch", "n_long_exposure:101 n_mode_switch:1",
        Frames(100, kLast, [](auto& frame) { frame.readoutNs = 9000000; })},
+      {"ModeSwitchAndALossLongAfterIt", "l_gaps:1 n_carried:1<gaps n_batches:2<gaps n_mode_switch:1",
+       Both(Frames(100, kLast, [](auto& frame) { frame.readoutNs = 11000000; }),
+            Lost([](auto const& sample) { return sample.frame >= 104 && sample.frame < 106; }))},
       // Samples from frame 100 on were taken from 1.651 s on: 1.5 ms after the readout of frame 99 at 1.633 s.
       {"FreezesWhileItMoves", "w_still:102@165", Both(Frozen(&Sample::x, 100), Frozen(&Sample::y, 100))},
       {"OneAxisFreezes", "w_dead_axis:102@165", Frozen(&Sample::y, 100)},

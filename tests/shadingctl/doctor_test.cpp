@@ -262,6 +262,32 @@ TEST(Doctor, WhatIsNoShadingLibraryIsToldOnceAndNotLoaded) {
   ExpectGolden(shown, "other-libraries.txt");
 }
 
+// Of a phone's library, by the first instructions of its functions and by its imports: three of each are right.
+TEST(Doctor, CountsPreparedFunctionsAndNamesFortifiedCalls) {
+  ElfFile file = ReadElf(ReadFile(BUILT_LIBRARY), "library", kTableName);
+  file.machine = EM_AARCH64;
+  file.branchFeatures = 0;
+  file.imports = {"__memcpy_chk",    "__snprintf_chk", "__x_chk",          "printf",          "printf_chk",
+                  "_x_snprintf_chk", "__chk",          "__stack_chk_fail", "__snprintf_chk64"};
+  std::vector<std::uint32_t> const instructions = {0xd503245f, 0xd503233f, 0xd503237f, 0xd503201f};  // the last: nop
+  std::string shown;
+  for (std::size_t const used : {3U, 4U}) {
+    std::size_t functions = 0;
+    for (ElfExport& offered : file.exports) {
+      if (!offered.firstInstruction) continue;
+      offered.firstInstruction = instructions[functions < used ? functions : 0];
+      ++functions;
+    }
+    for (Finding const& finding : Diagnose(file, false)) {
+      bool const isShown = finding.check == "branch protection" || finding.check == "fortified calls";
+      if (isShown) shown += finding.check + ": " + finding.text + "\n";
+      shown = Replaced(shown, std::to_string(functions), "N");
+      shown = Replaced(shown, std::to_string(functions - 1), "(N - 1)");
+    }
+  }
+  ExpectGolden(shown, "build-rules.txt");
+}
+
 TEST(Doctor, ForAPhoneADesktopsRunTimeIsAFault) {
   Damaged library;
   auto const faults = [&](bool isForPhone) {

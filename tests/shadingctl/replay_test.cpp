@@ -250,6 +250,9 @@ TEST(Replay, ASilentComputationIsMeasuredBesideTheOthersAndChangesNothing) {
   double const medianNs = loud["silent_calculate_ns"]["median"];
   EXPECT_GT(medianNs, 0);
   EXPECT_LT(medianNs * 5 * 297, loud["calculate_ns"].get<double>()) << "messages make most of the time";
+  auto const few = nlohmann::json::parse(RunTool("replay --format json --log-level 1").out)["summary"]["cameras"][0];
+  EXPECT_EQ(few["samples"]["batches_split"], 138) << "as at level 4";
+  EXPECT_TRUE(few["samples"]["batches_dropped"].is_null()) << "which level 1 does not tell";
   auto const silent = timesOf("--log-level 0");
   EXPECT_EQ(silent["silent_calculate_ns"]["frames"], 0);
   EXPECT_TRUE(silent["silent_calculate_ns"]["median"].is_null());
