@@ -143,6 +143,10 @@ TEST_F(WorkedResults, ThatAreNoneAreRefusedWithTheirPlace) {
     EXPECT_EQ(turned.err, outcome.err);
   }
   ExpectGolden(Replaced(told, Path(""), ""), "refused-diffs.txt");
+  Write("bad", good.substr(0, good.size() / 2));  // where that is depends on measured times
+  Outcome const half = Diff("bad", "good");
+  EXPECT_EQ(half.exitCode, 3) << half.out;
+  EXPECT_NE(half.err.find("bad: expected JSON: parse error at line "), std::string::npos) << half.err;
   EXPECT_NE(Diff("good", "missing").err.find("missing: cannot be read: No such file"), std::string::npos);
   // Its first bytes cannot be read.
   Outcome const failing = RunTool("diff /proc/self/mem " + Path("good"));
